@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <numeric>
+
+#include "tests/support/TempFile.h"
+#include "zeltra/core/AMatrix.h"
+#include "zeltra/core/AObjArray.h"
+#include "zeltra/core/APtrArray.h"
+#include "zeltra/core/ASort.h"
+#include "zeltra/core/Text.h"
+
+namespace zeltra {
+namespace {
+
+using test::TempFile;
+constexpr int kUpdate = AFile::ReadWrite | AFile::Binary;
+constexpr int kCreate = kUpdate | AFile::Create;
+
+std::vector<int> Values(const AArray<int>& a) {
+  return std::vector<int>(a.lpArray(), a.lpArray() + a.count());
+}
+
+AArray<int> Counted(int n) {
+  AArray<int> a;
+  for (int i = 0; i < n; ++i) a.Add(i);
+  return a;
+}
+
+// Notes the sizes of the blocks that it takes.
+std::vector<int> takenSizes;
+class TracingArray : public AArray<int> {
+ protected:
+  int* AMALLOC(int n) override {
+    takenSizes.push_back(n);
+    return AArray<int>::AMALLOC(n);
+  }
+};
+
+TEST(Array, GrowsByItsFixedStep) {
+  takenSizes.clear();
+  TracingArray a;
+  for (int i = 0; i < 700; ++i) a.Add(i);
+  EXPECT_EQ(takenSizes, (std::vector<int>{256, 512, 768}));
+  std::vector<int> expected(700);
+  std::iota(expected.begin(), expected.end(), 0);
+  EXPECT_EQ(Values(a), expected);
+  TracingArray sum;
+  sum += a;
+  EXPECT_EQ(takenSizes.back(), 700) << "appending takes no slack";
+}
+
+TEST(Array, InsertsAndDeletesInPlace) {
+  AArray<int> a = Counted(5);
+  EXPECT_EQ(a.InsertAt(1, a(4)), 1);
+  EXPECT_EQ(Values(a), (std::vector<int>{0, 4, 1, 2, 3, 4}));
+  EXPECT_EQ(a.DeleteItems(1, 2), 4);
+  EXPECT_EQ(Values(a), (std::vector<int>{0, 2, 3, 4}));
+  EXPECT_EQ(a.DeleteItems(2, 100), 2);
+  EXPECT_EQ(a.DeleteItems(1, std::numeric_limits<int>::max()), 1);
+  a = 7;
+  EXPECT_EQ(Values(a), std::vector<int>{7});
+}
+
+TEST(Array, FreeEmptiesAndTheArrayStaysUsable) {
+  AArray<int> a = Counted(300);
+  a.Free();
+  EXPECT_EQ(a.count(), 0);
+  EXPECT_EQ(a.lpArray(), nullptr);
+  a.Add(5);
+  EXPECT_EQ(Values(a), std::vector<int>{5});
+  EXPECT_EQ(a.GrowBy(10).ZeroInit().count(), 10);
+  EXPECT_EQ(Values(a), std::vector<int>(10, 0));
+  a = AArray<int>();
+  EXPECT_EQ(a.lpArray(), nullptr);
+}
+
+TEST(Array, AdoptsOrCopiesABlock) {
+  int* block = static_cast<int*>(std::malloc(2 * sizeof(int)));
+  block[0] = 1;
+  block[1] = 2;
+  AArray<int> copy(block, 2, 1, 1);
+  AArray<int> adopted(block, 2, 1, 0);
+  EXPECT_EQ(adopted.lpArray(), block);
+  EXPECT_NE(copy.lpArray(), block);
+  adopted.Add(3);
+  EXPECT_EQ(Values(adopted), (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(Values(copy), (std::vector<int>{1, 2}));
+}
+
+TEST(ArrayImage, IsACountAndTheElements) {
+  TempFile temp;
+  AFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  AArray<short> a;
+  a.Add(0x0201);
+  a.Add(-1);
+  EXPECT_TRUE(a.Store(file));
+  EXPECT_TRUE(AArray<short>().Store(file));
+  EXPECT_EQ(temp.Bytes(), std::string("\2\0\0\0\1\2\xff\xff\0\0\0\0", 12));
+  file.Seek(0);
+  AArray<short> b(file);
+  ASSERT_EQ(b.count(), 2);
+  EXPECT_EQ(b(1), -1);
+  EXPECT_TRUE(b.Load(file));
+  EXPECT_EQ(b.count(), 0);
+  EXPECT_EQ(b.lpArray(), nullptr);
+  EXPECT_FALSE(b.Load(file)) << "the file has ended";
+}
+
+TEST(ArrayImage, RefusesCountsThatTheFileCannotHold) {
+  for (const int32_t count : {-1, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max(), 3}) {
+    TempFile temp;
+    temp.Put(std::string(reinterpret_cast<const char*>(&count), 4) + "12345678");
+    AFile file;
+    ASSERT_TRUE(file.Open(temp.c_str(), kUpdate));
+    AArray<int> a = Counted(3);
+    EXPECT_FALSE(a.Load(file)) << count;
+    EXPECT_EQ(a.count(), 0);
+    file.Seek(0);
+    AMatrix<double> m(2, 2);
+    EXPECT_FALSE(m.Load(file)) << count;
+    EXPECT_EQ(m.lpArray(), nullptr);
+  }
+}
+
+struct Tracked {
+  explicit Tracked(int* counter) : alive(counter) { ++*alive; }
+  ~Tracked() { --*alive; }
+  int* alive;
+};
+
+TEST(PtrArray, DeletesWhatItDropsUnlessToldOtherwise) {
+  int alive = 0;
+  {
+    APtrArray<Tracked*> a(0, 0, 2);
+    for (int i = 0; i < 5; ++i) a.Add(new Tracked(&alive));
+    a.Add(nullptr);
+    EXPECT_EQ(a.DeleteItems(0, 2), 4);
+    EXPECT_EQ(alive, 3);
+    APtrArray<Tracked*> shared(a);
+    EXPECT_EQ(shared.GetItemAutoDelete(), 1);
+    shared.SetItemAutoDelete(0);
+    shared.Free();
+    EXPECT_EQ(alive, 3);
+    a.DeleteItems(1, 100);
+    EXPECT_EQ(alive, 1);
+  }
+  EXPECT_EQ(alive, 0);
+}
+
+struct Named {
+  std::string text = "new";
+  int Store(AFile& f) { return f.Write(text.data(), 3); }
+  int Load(AFile& f) {
+    text.assign(3, '\0');
+    return f.Read(text.data(), 3);
+  }
+};
+
+TEST(ObjArray, KeepsConstructedElements) {
+  AObjArray<Named> a(1, 0, 1);
+  EXPECT_EQ(a(0).text, "new");
+  a.InsertAt(0, {"abc"});
+  a += a;
+  a.DeleteItems(1, 2);
+  ASSERT_EQ(a.count(), 2);
+  EXPECT_EQ(a(0).text + a(1).text, "abcnew");
+  a.GrowBy(8, 1);
+  EXPECT_EQ(a(0).text + a(7).text, "abcnew");
+  TempFile temp;
+  AFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  EXPECT_TRUE(a.Store(file));
+  EXPECT_EQ(temp.Bytes().substr(0, 10), std::string("\10\0\0\0abcnew", 10));
+  file.Seek(0);
+  AObjArray<Named> b;
+  EXPECT_TRUE(b.Load(file));
+  EXPECT_EQ(b.count(), 8);
+  temp.Put(std::string("\xff\xff\xff\x7f", 4) + "abc");
+  file.Seek(0);
+  EXPECT_FALSE(b.Load(file));
+}
+
+TEST(Matrix, IsLineMajorOnDisk) {
+  TempFile temp;
+  AFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  AMatrix<short> m(2, 3);
+  m(0, 0) = 1;
+  m(1, 2) = 6;
+  EXPECT_TRUE(m.Store(file));
+  EXPECT_EQ(temp.Bytes(), std::string("\2\0\0\0\3\0\0\0\1\0\0\0\0\0\0\0\0\0\6\0", 20));
+  file.Seek(0);
+  AMatrix<short> loaded(file);
+  AMatrix<short> copy;
+  copy = loaded;
+  EXPECT_EQ(copy(1, 2), 6);
+  EXPECT_EQ(copy.LineLength(), 3);
+  EXPECT_EQ(AMatrix<double>(0x7fffffff, 0x7fffffff).lpArray(), nullptr);
+}
+
+TEST(Sorted, ListsOrderAndFindKeys) {
+  ASort<int, int> list;
+  for (const int key : {3, 1, 3, 2}) list.Add(key, list.count());
+  list.Sort();
+  EXPECT_EQ(list.Key(0), 1);
+  EXPECT_EQ(list.Value(2), 0) << "equal keys keep their order";
+  EXPECT_EQ(list.Value(3), 2);
+  ABSort<double, double> sorted;
+  EXPECT_EQ(sorted.Add(2, 20), 0);
+  EXPECT_EQ(sorted.Add(1, 10), 0);
+  EXPECT_EQ(sorted.Add(2, 99), 1);
+  EXPECT_EQ(sorted.Value(1), 20);
+  int index = -1;
+  EXPECT_FALSE(sorted.Search(1.5, index));
+  EXPECT_EQ(index, 1);
+  EXPECT_TRUE(sorted.Search(2, index));
+}
+
+TEST(Text, NumbersAreShortAndReadBack) {
+  EXPECT_EQ(valToStr(0.1), "0.1");
+  EXPECT_EQ(valToStr(0.1f), "0.1");
+  EXPECT_EQ(valToStr(static_cast<double>(0.1f)), "0.10000000149011612");
+  EXPECT_EQ(valToStr(1e300), "1e+300");
+  EXPECT_EQ(std::strtod(valToStr(1.0 / 3).c_str(), nullptr), 1.0 / 3);
+}
+
+TEST(Text, FieldsEndAtTheFirstZeroByteAndAreCut) {
+  char field[6];
+  SetFieldText(field, 6, "abcdefgh");
+  EXPECT_STREQ(field, "abcde");
+  EXPECT_EQ(FieldText(" ab\0c ", 6), "ab");
+  EXPECT_EQ(FieldText("abcdef", 6), "abcdef");
+  SetFieldText(field, 6, std::string_view("a\0b", 3));
+  EXPECT_EQ(std::string(field, 6), std::string("a\0\0\0\0\0", 6));
+}
+
+}  // namespace
+}  // namespace zeltra

@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "tests/support/TempFile.h"
+#include "zeltra/core/AStreamFile.h"
+#include "zeltra/platform/MessageBox.h"
+#include "zeltra/platform/ProgressCtrl.h"
+
+namespace zeltra {
+namespace {
+
+using test::TempFile;
+
+constexpr int kUpdate = AFile::WriteOnly | AFile::Binary;
+constexpr int kCreate = AFile::WriteOnly | AFile::Create | AFile::Binary;
+
+// Counts what the chunked loops ask for; every call moves one byte only.
+class CountingFile : public AFile {
+ public:
+  int Read(void*, int n) override {
+    asked.push_back(n);
+    return static_cast<int>(asked.size()) != failAt;
+  }
+  std::vector<int> asked;
+  int failAt = 0;
+};
+
+// Believes to stand at a fixed position.
+class DisplacedFile : public AFile {
+ public:
+  int64 Tell() override { return 3; }
+};
+
+TEST(FileOpen, WriteOnlyReadsBackAndCreateEmpties) {
+  TempFile temp;
+  temp.Put("abcdef");
+  AFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), kUpdate));
+  char c = 'X';
+  EXPECT_TRUE(file.Write(&c, 1));
+  EXPECT_TRUE(file.Read(&c, 1));
+  EXPECT_EQ(c, 'b');
+  EXPECT_TRUE(file.Close());
+  EXPECT_FALSE(file.Close());
+
+  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  EXPECT_EQ(file.GetFileSize(), 0);
+  EXPECT_FALSE(file.Read(&c, 1)) << "nothing to read is a failure";
+  AFile missing;
+  EXPECT_FALSE(missing.Open("/no/such/folder/file", kUpdate));
+  EXPECT_EQ(missing.GetFileSize(), -1);
+}
+
+TEST(FileOpen, TakesNamesBeyondASCII) {
+  TempFile temp("J\xc3\xb6rg \xd0\x9c");
+  temp.Put("ab");
+  AStreamFile stream;
+  ASSERT_TRUE(stream.Open(temp.c_str(), "rb", 512));
+  EXPECT_EQ(stream.GetFileSize(), 2);
+}
+
+TEST(FileTransfer, LargeTransfersGoInChunksAndStopAtTheFirstFailure) {
+  CountingFile file;
+  char byte = 0;
+  EXPECT_EQ(file.ReadL(&byte, 0), 1);
+  EXPECT_EQ(file.ReadL(&byte, -5), 1);
+  EXPECT_TRUE(file.asked.empty());
+  EXPECT_EQ(file.ReadL(&byte, int64{2} * 0x7FFFFFFF + 7), 1);
+  EXPECT_EQ(file.asked, (std::vector<int>{0x7FFFFFFF, 0x7FFFFFFF, 7}));
+  file.asked.clear();
+  file.failAt = 2;
+  EXPECT_EQ(file.ReadL(&byte, int64{3} * 0x7FFFFFFF), 0);
+  EXPECT_EQ(file.asked.size(), 2u);
+}
+
+TEST(FileTransfer, ShortReadsCountAsSuccess) {
+  TempFile temp;
+  temp.Put("abc");
+  AFile file;
+  AStreamFile stream;
+  ASSERT_TRUE(file.Open(temp.c_str(), AFile::Binary) && stream.Open(temp.c_str(), "rb", 16));
+  for (ABFile* f : {static_cast<ABFile*>(&file), static_cast<ABFile*>(&stream)}) {
+    char buf[8] = {};
+    EXPECT_TRUE(f->ReadL(buf, 8));
+    EXPECT_STREQ(buf, "abc");
+    EXPECT_FALSE(f->Read(buf, 8));
+    EXPECT_EQ(f->Tell(), 3);
+    EXPECT_TRUE(f->Seek(1));
+    EXPECT_FALSE(HasBytes(*f, 3));
+    EXPECT_TRUE(HasBytes(*f, 2));
+    EXPECT_FALSE(f->Seek(-1));
+  }
+}
+
+TEST(FileGetLine, EndsAtDelimiterOrZeroAndLeavesTheRest) {
+  TempFile temp;
+  temp.Put(std::string("ab\ncd\0e", 7));
+  AFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), AFile::Binary));
+  char buf[8] = "-------";
+  EXPECT_TRUE(file.GetLine(buf, 0, '\n'));
+  EXPECT_EQ(buf[0], '-');
+  EXPECT_TRUE(file.GetLine(buf, 8, '\n'));
+  EXPECT_STREQ(buf, "ab");
+  EXPECT_EQ(file.Tell(), 3);
+  EXPECT_TRUE(file.GetLine(buf, 8, '\n'));
+  EXPECT_STREQ(buf, "cd");
+  EXPECT_FALSE(file.GetLine(buf, 8, '\n')) << "the file ends before a delimiter";
+  EXPECT_EQ(buf[0], 'e');
+
+  file.Seek(0);
+  std::memcpy(buf, "-------", 8);
+  EXPECT_TRUE(file.GetLine(buf, 2, '\n'));
+  EXPECT_STREQ(buf, "ab-----");
+  EXPECT_EQ(file.Tell(), 2);
+
+  AStreamFile stream;
+  ASSERT_TRUE(stream.Open(temp.c_str(), "rb", 16));
+  EXPECT_TRUE(stream.GetLine(buf, 8, 'b'));
+  EXPECT_STREQ(buf, "ab\n") << "a stream keeps the newline and ignores the delimiter";
+}
+
+TEST(FileTrunc, CutsAtTheVirtualPositionWithOppositeResults) {
+  TempFile temp;
+  temp.Put("abcdef");
+  DisplacedFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), kUpdate));
+  EXPECT_EQ(file.Trunc(), 1);
+  EXPECT_EQ(temp.Bytes(), "abc");
+  AStreamFile stream;
+  EXPECT_NE(stream.Trunc(), 0);
+  ASSERT_TRUE(stream.Open(temp.c_str(), "rb+", 16));
+  stream.Seek(2);
+  EXPECT_EQ(stream.Trunc(), 0);
+  EXPECT_EQ(stream.GetFileSize(), 2);
+}
+
+TEST(StreamFile, BuffersAndOpensOnceInItsLife) {
+  TempFile temp;
+  AStreamFile stream;
+  EXPECT_FALSE(stream.Close());
+  ASSERT_TRUE(stream.Open(temp.c_str(), "wb+", 4096));
+  char text[] = "hello";
+  EXPECT_TRUE(stream.Write(text, 5));
+  EXPECT_EQ(stream.GetFileSize(), 0) << "what waits in the buffer is not on disk";
+  EXPECT_EQ(stream.Tell(), 5);
+  EXPECT_TRUE(stream.Close());
+  EXPECT_EQ(temp.Bytes(), "hello");
+  EXPECT_FALSE(stream.Open(temp.c_str(), "rb", 4096));
+  EXPECT_EQ(stream.GetFileSize(), 5) << "the stream opened by the refused call stays";
+}
+
+std::string lastMessage;
+
+TEST(Host, ReceivesMessagesAndProgress) {
+  AMessageSink before = SetMessageSink([](const char* text) { lastMessage = text; });
+  AfxMessageBox(" not good");
+  EXPECT_EQ(lastMessage, " not good");
+  SetMessageSink(before);
+
+  struct Control : CProgressCtrl {
+    std::intptr_t SendMessage(unsigned message, std::uintptr_t w, std::intptr_t l) override {
+      sent.push_back({static_cast<long>(message), static_cast<long>(w), static_cast<long>(l)});
+      return 0;
+    }
+    std::vector<std::vector<long>> sent;
+  } control;
+  int last = -1;
+  SendProgressRange(&control);
+  SendProgress(&control, 1, 400, last);
+  SendProgress(&control, 1, 400, last);
+  SendProgress(&control, 2, 400, last);
+  SendProgress(nullptr, 3, 400, last);
+  EXPECT_EQ(control.sent, (std::vector<std::vector<long>>{{1025, 0, 6553600}, {1026, 0, 0}, {1026, 1, 0}}));
+}
+
+TEST(MoveIntoPlace, NeverReplacesUnlessTold) {
+  TempFile from, to;
+  from.Put("new");
+  to.Put("old");
+  EXPECT_FALSE(MoveIntoPlace(from.path(), to.path(), false));
+  EXPECT_EQ(to.Bytes(), "old");
+  EXPECT_EQ(from.Bytes(), "new");
+  EXPECT_TRUE(MoveIntoPlace(from.path(), to.path(), true));
+  EXPECT_EQ(to.Bytes(), "new");
+  EXPECT_FALSE(from.exists());
+  EXPECT_TRUE(MoveIntoPlace(to.path(), from.path(), false));
+  EXPECT_FALSE(to.exists());
+}
+
+}  // namespace
+}  // namespace zeltra

@@ -1,0 +1,47 @@
+// Files that vanish with the test that made them.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_TESTS_SUPPORT_TEMPFILE_H_
+#define ZELTRA_TESTS_SUPPORT_TEMPFILE_H_
+
+#include <string>
+#include <vector>
+
+#include "zeltra/core/AFile.h"
+#include "zeltra/platform/System.h"
+
+namespace zeltra::test {
+
+/// A file name that no other test uses; the file is removed when the object goes.
+class TempFile {
+ public:
+  explicit TempFile(const std::string& ending = "test")
+      : path_(TemporaryNameFor(TemporaryFolder() + "/zeltra." + ending)) {}
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+  ~TempFile() { RemoveFile(path_); }
+
+  const std::string& path() const { return path_; }
+  const char* c_str() const { return path_.c_str(); }
+  bool exists() const { return PathExists(path_); }
+
+  void Put(const std::string& bytes) const {
+    AFile file;
+    file.Open(path_.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary);
+    if (!bytes.empty()) file.Write(const_cast<char*>(bytes.data()), static_cast<int>(bytes.size()));
+  }
+
+  std::string Bytes() const {
+    AFile file;
+    if (!file.Open(path_.c_str(), AFile::Binary)) return {};
+    std::string bytes(static_cast<size_t>(file.GetFileSize()), '\0');
+    if (!bytes.empty()) file.Read(bytes.data(), static_cast<int>(bytes.size()));
+    return bytes;
+  }
+
+ private:
+  std::string path_;
+};
+
+}  // namespace zeltra::test
+
+#endif  // ZELTRA_TESTS_SUPPORT_TEMPFILE_H_

@@ -1,0 +1,240 @@
+// Growable arrays of plain records with a fixed growth step and a binary image.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_AARRAY_H_
+#define ZELTRA_CORE_AARRAY_H_
+
+#include <algorithm>
+#include <complex>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "zeltra/core/AFile.h"
+
+namespace zeltra {
+
+/// An array of trivially copyable elements. Elements are moved as raw bytes, never constructed or destroyed.
+///
+/// The image in a file is an int32 count and the elements' bytes, little-endian.
+///   Threads: none; an array is used by one thread at a time.
+///   Memory:  AMALLOC and AFREE serve every block, so a derived class can supply another allocator. Inside a
+///   constructor
+///            or destructor of AArray itself the plain ones run. A block that cannot be had is not detected.
+template <typename T>
+class AArray {
+ protected:
+  /// Storage for `n` elements, uninitialised.
+  virtual T* AMALLOC(int n) { return static_cast<T*>(std::malloc(static_cast<size_t>(n) * sizeof(T))); }
+  virtual void AFREE(T* p) { std::free(p); }
+
+ public:
+  virtual ~AArray();
+
+  AArray() = default;
+
+  /// `size` elements of undefined content in use, room for max(size, capacity).
+  AArray(int size, int capacity, int growBy);
+
+  /// The `n` elements at `p`.
+  /// @param copy  0 adopts `p`, which must come from malloc; otherwise the elements are copied
+  AArray(T* p, int n, int growBy, unsigned char copy);
+
+  AArray(const AArray& other);
+
+  /// The image at the current position of `f`.
+  explicit AArray(AFile& f) { Load(f); }
+
+  int count() const { return count_; }
+  T* lpArray() const { return data_; }
+  /// Element i; no range check.
+  T& operator()(int i) { return data_[i]; }
+  const T& operator()(int i) const { return data_[i]; }
+
+  int Add(const T& x) { return InsertAt(count_, x); }
+
+  /// Insert `x` before element i; a full array first grows by its fixed step. The index is not checked.
+  /// @return i
+  int InsertAt(int i, const T& x);
+
+  /// Remove `n` elements from `first` on. Storage never shrinks.
+  /// @return the new count; `first` when the tail is dropped
+  int DeleteItems(int first, int n);
+
+  /// Set the size to `n`. The old contents are discarded, deliberately: what is in the array afterwards is undefined.
+  AArray& GrowBy(int n);
+
+  /// Set all elements in use to zero bytes.
+  AArray& ZeroInit();
+
+  /// Empty the array and release its storage.
+  AArray& Free();
+
+  void operator=(const AArray& other);
+
+  /// Assign `x` to every element in use.
+  void operator=(const T& x) { std::fill(data_, data_ + std::max(count_, 0), T(x)); }
+
+  /// Append the elements of `b`; storage that is too small grows to exactly the new count.
+  void operator+=(const AArray& b);
+
+  /// Write the image at the current position. @return non-zero once all is written
+  int Store(AFile& f);
+
+  /// Read an image at the current position.
+  /// @return non-zero for success. A count that is negative or promises more than the file holds fails before memory is
+  ///         taken for it; the array is then empty.
+  int Load(AFile& f);
+
+ protected:
+  static size_t Bytes(int n) { return static_cast<size_t>(n) * sizeof(T); }
+  static void CopyElements(T* to, const T* from, int n);
+  static void MoveElements(T* to, const T* from, int n);
+
+ private:
+  void Reallocate(int capacity);
+
+  int32_t count_ = 0;
+  int32_t capacity_ = 0;
+  int32_t growBy_ = 256;
+  T* data_ = nullptr;
+};
+
+template <typename T>
+AArray<T>::~AArray() {
+  AArray::AFREE(data_);
+  count_ = 0;
+}
+
+template <typename T>
+AArray<T>::AArray(int size, int capacity, int growBy)
+    : count_(size), capacity_(std::max(capacity, size)), growBy_(growBy) {
+  if (capacity_ >= 1) data_ = AArray::AMALLOC(capacity_);
+}
+
+template <typename T>
+AArray<T>::AArray(T* p, int n, int growBy, unsigned char copy) : count_(n), capacity_(n), growBy_(growBy) {
+  if (copy == 0) {
+    data_ = p;
+  } else if (n > 0) {
+    data_ = AArray::AMALLOC(n);
+    CopyElements(data_, p, n);
+  }
+}
+
+template <typename T>
+AArray<T>::AArray(const AArray& other) : count_(other.count_), capacity_(other.count_), growBy_(other.growBy_) {
+  if (count_ > 0) {
+    data_ = AArray::AMALLOC(count_);
+    CopyElements(data_, other.data_, count_);
+  }
+}
+
+template <typename T>
+int AArray<T>::InsertAt(int i, const T& x) {
+  const T value = x;  // x may be an element of this array, which is about to move
+  if (count_ >= capacity_) Reallocate(capacity_ + std::max(growBy_, 1));
+  if (i < count_) MoveElements(data_ + i + 1, data_ + i, count_ - i);
+  data_[i] = value;
+  ++count_;
+  return i;
+}
+
+template <typename T>
+int AArray<T>::DeleteItems(int first, int n) {
+  if (n >= count_ - first) return count_ = first;
+  MoveElements(data_ + first, data_ + first + n, count_ - first - n);
+  return count_ -= n;
+}
+
+template <typename T>
+AArray<T>& AArray<T>::GrowBy(int n) {
+  AFREE(data_);
+  data_ = n > 0 ? AMALLOC(n) : nullptr;
+  count_ = capacity_ = n;
+  return *this;
+}
+
+template <typename T>
+AArray<T>& AArray<T>::ZeroInit() {
+  if (count_ >= 1) std::memset(static_cast<void*>(data_), 0, Bytes(count_));
+  return *this;
+}
+
+template <typename T>
+AArray<T>& AArray<T>::Free() {
+  AFREE(data_);
+  data_ = nullptr;
+  count_ = capacity_ = 0;
+  return *this;
+}
+
+template <typename T>
+void AArray<T>::operator=(const AArray& other) {
+  if (this == &other) return;
+  AFREE(data_);
+  growBy_ = other.growBy_;
+  count_ = capacity_ = other.count_;
+  data_ = nullptr;
+  if (count_ < 1) return;
+  data_ = AMALLOC(count_);
+  CopyElements(data_, other.data_, count_);
+}
+
+template <typename T>
+void AArray<T>::operator+=(const AArray& b) {
+  const int added = b.count_;
+  if (added < 1) return;
+  const int sum = count_ + added;
+  if (capacity_ < sum) Reallocate(sum);
+  CopyElements(data_ + count_, b.data_, added);
+  count_ = sum;
+}
+
+template <typename T>
+int AArray<T>::Store(AFile& f) {
+  int32_t n = count_;
+  const int written = f.Write(&n, sizeof n);
+  return written && count_ >= 1 ? f.WriteL(data_, static_cast<int64>(Bytes(count_))) : written;
+}
+
+template <typename T>
+int AArray<T>::Load(AFile& f) {
+  int32_t n = 0;
+  const int read = f.Read(&n, sizeof n);
+  const bool believed = read && n >= 0 && HasBytes(f, int64{n} * static_cast<int64>(sizeof(T)));
+  if (!believed || n == 0) {
+    Free();
+    return believed;
+  }
+  if (capacity_ < n) GrowBy(n);
+  count_ = n;
+  return f.ReadL(data_, static_cast<int64>(Bytes(n)));
+}
+
+template <typename T>
+void AArray<T>::CopyElements(T* to, const T* from, int n) {
+  if (n > 0) std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), Bytes(n));
+}
+
+template <typename T>
+void AArray<T>::MoveElements(T* to, const T* from, int n) {
+  std::memmove(static_cast<void*>(to), static_cast<const void*>(from), Bytes(n));
+}
+
+template <typename T>
+void AArray<T>::Reallocate(int capacity) {
+  T* data = AMALLOC(capacity);
+  CopyElements(data, data_, count_);
+  AFREE(data_);
+  data_ = data;
+  capacity_ = capacity;
+}
+
+ZELTRA_EXPORT_TEMPLATE(AArray<int>);
+ZELTRA_EXPORT_TEMPLATE(AArray<short>);
+ZELTRA_EXPORT_TEMPLATE(AArray<float>);
+ZELTRA_EXPORT_TEMPLATE(AArray<std::complex<float>>);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_AARRAY_H_

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/core/ABFile.h"
+
+#include <algorithm>
+
+namespace zeltra {
+namespace {
+
+constexpr int64 kLargestChunk = 0x7FFFFFFF;
+
+template <typename Transfer>
+int InChunks(void* buf, int64 n, Transfer transfer) {
+  auto* p = static_cast<char*>(buf);
+  while (n > 0) {
+    // The remainder shrinks by what was asked for, not by what moved: a transfer is whole once it moved anything.
+    const int64 chunk = std::min(n, kLargestChunk);
+    if (!transfer(p, static_cast<int>(chunk))) return 0;
+    p += chunk;
+    n -= chunk;
+  }
+  return 1;
+}
+
+}  // namespace
+
+ABFile::~ABFile() = default;
+
+int ABFile::Close() {
+  return 1;
+}
+
+int ABFile::ReadL(void* buf, int64 n) {
+  return InChunks(buf, n, [this](char* p, int chunk) { return Read(p, chunk); });
+}
+
+int ABFile::WriteL(void* buf, int64 n) {
+  return InChunks(buf, n, [this](char* p, int chunk) { return Write(p, chunk); });
+}
+
+bool HasBytes(ABFile& file, int64 n) {
+  const int64 position = file.Tell();
+  return n >= 0 && position >= 0 && n <= file.GetFileSize() - position;
+}
+
+}  // namespace zeltra

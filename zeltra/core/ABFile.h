@@ -1,0 +1,52 @@
+// The file interface that every byte passes through.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_ABFILE_H_
+#define ZELTRA_CORE_ABFILE_H_
+
+#include "zeltra/platform/Export.h"
+#include "zeltra/platform/Types.h"
+
+namespace zeltra {
+
+/// A file of bytes with a current position.
+///
+/// Positions and sizes are 64-bit byte counts from the start of the file. Results are non-zero for success; nothing
+/// throws and nothing is reported. An object is used by one thread at a time and stays usable after a failed call.
+class ZELTRA_API ABFile {
+ public:
+  /// Close the file. @return non-zero for success; a file without a system object has nothing to close and returns 1
+  virtual int Close();
+  /// Move to `pos` bytes after the start of the file.
+  virtual int Seek(const int64& pos) = 0;
+  /// Current position, -1 on failure.
+  virtual int64 Tell() = 0;
+  /// Read up to `n` bytes. @return non-zero if more than 0 bytes were read: a short read counts as success
+  virtual int Read(void* buf, int n) = 0;
+  /// Read `n` bytes in chunks of at most 2147483647; each chunk that moved anything counts as whole.
+  /// @return 1, also at once for n < 1; 0 as soon as a chunk fails
+  virtual int ReadL(void* buf, int64 n);
+  /// Write `n` bytes. @return non-zero if more than 0 bytes were written
+  virtual int Write(void* buf, int n) = 0;
+  /// Write `n` bytes in chunks, as ReadL reads them.
+  virtual int WriteL(void* buf, int64 n);
+  /// Read text up to a delimiter; see the implementations, which differ.
+  virtual int GetLine(char* buf, int n, char delim) = 0;
+  /// Size of the file in bytes, -1 on failure.
+  virtual int64 GetFileSize() = 0;
+  /// Cut the file at the current position. The sense of the result differs between the implementations.
+  virtual int Trunc() = 0;
+  virtual ~ABFile();
+
+ protected:
+  ABFile() = default;
+  ABFile(const ABFile&) = default;
+  ABFile& operator=(const ABFile&) = default;
+};
+
+/// Whether `n` more bytes lie between the current position of `file` and its end. What a file claims about itself is
+/// held against this before memory is taken for it.
+ZELTRA_API bool HasBytes(ABFile& file, int64 n);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_ABFILE_H_

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/core/AFile.h"
+
+#include "zeltra/platform/SystemInternal.h"
+
+namespace zeltra {
+
+static_assert(AFile::WriteOnly == platform::kWriteOnly && AFile::ReadWrite == platform::kReadWrite &&
+              AFile::Create == platform::kCreate && AFile::Truncate == platform::kTruncate &&
+              AFile::Binary == platform::kBinary);
+
+AFile::~AFile() {
+  AFile::Close();
+}
+
+int AFile::Open(const char* path, int mode) {
+  if (mode & WriteOnly) mode = (mode & ~WriteOnly) | ReadWrite;
+  if (mode & Create) mode |= Truncate;
+  descriptor_ = platform::OpenDescriptor(path, mode);
+  return descriptor_ >= 0;
+}
+
+int AFile::Close() {
+  if (descriptor_ < 0) return 0;
+  const bool closed = platform::CloseDescriptor(descriptor_);
+  descriptor_ = -1;
+  return closed;
+}
+
+int AFile::Seek(const int64& pos) {
+  return platform::SeekDescriptor(descriptor_, pos) >= 0;
+}
+
+int64 AFile::Tell() {
+  return platform::TellDescriptor(descriptor_);
+}
+
+int AFile::Read(void* buf, int n) {
+  return platform::ReadDescriptor(descriptor_, buf, n) > 0;
+}
+
+int AFile::Write(void* buf, int n) {
+  return platform::WriteDescriptor(descriptor_, buf, n) > 0;
+}
+
+int AFile::GetLine(char* buf, int n, char delim) {
+  for (int i = 0; i < n; ++i) {
+    if (!Read(buf + i, 1)) return 0;
+    if (buf[i] == delim || buf[i] == '\0') {
+      buf[i] = '\0';
+      return 1;
+    }
+  }
+  return 1;
+}
+
+int64 AFile::GetFileSize() {
+  return platform::DescriptorSize(descriptor_);
+}
+
+int AFile::Trunc() {
+  return platform::TruncateDescriptor(descriptor_, Tell()) == 0;
+}
+
+}  // namespace zeltra

@@ -1,0 +1,52 @@
+// An unbuffered file: one system call a request.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_AFILE_H_
+#define ZELTRA_CORE_AFILE_H_
+
+#include "zeltra/core/ABFile.h"
+
+namespace zeltra {
+
+/// A file over a system descriptor, without a buffer, so callers move whole records.
+///
+/// A copy shares the descriptor: whichever closes first closes it for both.
+class ZELTRA_API AFile : public ABFile {
+ public:
+  /// Flags of Open, the same values on every system.
+  static constexpr int WriteOnly = 0x1;
+  static constexpr int ReadWrite = 0x2;
+  static constexpr int Create = 0x100;
+  static constexpr int Truncate = 0x200;
+  static constexpr int Binary = 0x8000;
+
+  AFile() = default;
+  AFile(const AFile&) = default;
+  AFile& operator=(const AFile&) = default;
+  ~AFile() override;
+
+  /// Open a file that others may open as well.
+  /// @param mode  a set of the flags above. WriteOnly opens for reading too, so that what was written can be read back;
+  ///              Create empties an existing file. Binary is the caller's to give.
+  int Open(const char* path, int mode);
+
+  /// @return 1 if the file was open and closed without an error
+  int Close() override;
+  int Seek(const int64& pos) override;
+  int64 Tell() override;
+  int Read(void* buf, int n) override;
+  int Write(void* buf, int n) override;
+  /// Read bytes up to `delim` or a zero byte, which is consumed and becomes the terminating zero. One system call a
+  /// byte.
+  /// @return 1 for a line, or for `n` bytes without a delimiter, which stay unterminated; 0 at the end of the file
+  int GetLine(char* buf, int n, char delim) override;
+  int64 GetFileSize() override;
+  /// @return 1 once the file ends at the current position
+  int Trunc() override;
+
+ private:
+  int descriptor_ = -1;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_AFILE_H_

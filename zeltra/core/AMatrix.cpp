@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/core/AMatrix.h"
+
+namespace zeltra {
+
+template class AMatrix<float>;
+template class AMatrix<double>;
+template class AMatrix<short>;
+template class AMatrix<std::complex<float>>;
+
+}  // namespace zeltra

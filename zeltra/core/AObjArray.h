@@ -1,0 +1,168 @@
+// Growable arrays of objects that are constructed, assigned and destroyed.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_AOBJARRAY_H_
+#define ZELTRA_CORE_AOBJARRAY_H_
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+#include "zeltra/core/AFile.h"
+
+namespace zeltra {
+
+/// An array of objects with a default constructor and assignment. Storage that is not in use holds default-constructed
+/// objects. Elements may have `int Load(AFile&)` and `int Store(AFile&)`, which Load and Store of the array call in
+/// turn.
+template <typename T>
+class AObjArray {
+ public:
+  AObjArray() = default;
+  AObjArray(int size, int capacity, int growBy);
+  /// The `n` elements at `p`; `copy` 0 adopts the block, which must come from array new.
+  AObjArray(T* p, int n, int growBy, int copy);
+  AObjArray(const AObjArray& other) : growBy_(other.growBy_) { *this += other; }
+  virtual ~AObjArray() { delete[] data_; }
+
+  int count() const { return count_; }
+  T* lpArray() const { return data_; }
+  T& operator()(int i) { return data_[i]; }
+  const T& operator()(int i) const { return data_[i]; }
+
+  int Add(const T& x) { return InsertAt(count_, x); }
+
+  int InsertAt(int i, const T& x);
+
+  int DeleteItems(int first, int n);
+
+  AObjArray& Free();
+
+  /// Set the size to `n`. The elements in use are kept where nothing has to be reallocated or `keep` is non-zero.
+  AObjArray& GrowBy(int n, int keep);
+
+  AObjArray& operator=(const AObjArray& other);
+
+  void operator+=(const AObjArray& b);
+
+  /// Write the count, then each element. @return 0 at the first failure
+  int Store(AFile& f);
+
+  /// Read what Store wrote; at least one byte an element is expected of the file.
+  /// @return 0 at the first failure: the elements read so far stay, the others are as they were made
+  int Load(AFile& f);
+
+ private:
+  void Reallocate(int capacity);
+
+  int32_t count_ = 0;
+  int32_t capacity_ = 0;
+  int32_t growBy_ = 256;
+  T* data_ = nullptr;
+};
+
+template <typename T>
+AObjArray<T>::AObjArray(int size, int capacity, int growBy)
+    : count_(size), capacity_(std::max(capacity, size)), growBy_(growBy) {
+  if (capacity_ >= 1) data_ = new T[static_cast<size_t>(capacity_)];
+}
+
+template <typename T>
+AObjArray<T>::AObjArray(T* p, int n, int growBy, int copy) : count_(n), capacity_(n), growBy_(growBy) {
+  if (copy == 0) {
+    data_ = p;
+  } else if (n > 0) {
+    data_ = new T[static_cast<size_t>(n)];
+    std::copy(p, p + n, data_);
+  }
+}
+
+template <typename T>
+int AObjArray<T>::InsertAt(int i, const T& x) {
+  T value = x;
+  if (count_ >= capacity_) Reallocate(capacity_ + std::max(growBy_, 1));
+  if (i < count_) std::move_backward(data_ + i, data_ + count_, data_ + count_ + 1);
+  data_[i] = std::move(value);
+  ++count_;
+  return i;
+}
+
+template <typename T>
+int AObjArray<T>::DeleteItems(int first, int n) {
+  if (n >= count_ - first) return count_ = first;
+  std::move(data_ + first + n, data_ + count_, data_ + first);
+  return count_ -= n;
+}
+
+template <typename T>
+AObjArray<T>& AObjArray<T>::Free() {
+  delete[] data_;
+  data_ = nullptr;
+  count_ = capacity_ = 0;
+  return *this;
+}
+
+template <typename T>
+AObjArray<T>& AObjArray<T>::GrowBy(int n, int keep) {
+  if (capacity_ < n) {
+    if (!keep) count_ = 0;
+    Reallocate(n);
+  }
+  count_ = n;
+  return *this;
+}
+
+template <typename T>
+AObjArray<T>& AObjArray<T>::operator=(const AObjArray& other) {
+  if (this == &other) return *this;
+  Free();
+  growBy_ = other.growBy_;
+  *this += other;
+  return *this;
+}
+
+template <typename T>
+void AObjArray<T>::operator+=(const AObjArray& b) {
+  const int added = b.count_;
+  if (added < 1) return;
+  const int sum = count_ + added;
+  if (capacity_ < sum) Reallocate(sum);
+  std::copy(b.data_, b.data_ + added, data_ + count_);
+  count_ = sum;
+}
+
+template <typename T>
+int AObjArray<T>::Store(AFile& f) {
+  int32_t n = count_;
+  if (!f.Write(&n, sizeof n)) return 0;
+  for (int i = 0; i < count_; ++i) {
+    if (!data_[i].Store(f)) return 0;
+  }
+  return 1;
+}
+
+template <typename T>
+int AObjArray<T>::Load(AFile& f) {
+  Free();
+  int32_t n = 0;
+  if (!f.Read(&n, sizeof n) || n < 0 || !HasBytes(f, n)) return 0;
+  // The file vouches for one byte an element only, so elements are made as they arrive.
+  for (int i = 0; i < n; ++i) {
+    T element;
+    if (!element.Load(f)) return 0;
+    Add(element);
+  }
+  return 1;
+}
+
+template <typename T>
+void AObjArray<T>::Reallocate(int capacity) {
+  T* data = new T[static_cast<size_t>(capacity)];
+  std::copy(data_, data_ + count_, data);
+  delete[] data_;
+  data_ = data;
+  capacity_ = capacity;
+}
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_AOBJARRAY_H_

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/core/ASort.h"
+
+#include <algorithm>
+
+namespace zeltra {
+
+template <typename K, typename V>
+void ASort<K, V>::Sort() {
+  std::stable_sort(items_.begin(), items_.end(), [](const Item& a, const Item& b) { return a.key < b.key; });
+}
+
+template <typename K, typename V>
+int ABSort<K, V>::Search(const K& key, int& index) const {
+  const auto& items = this->items_;
+  const auto at = std::partition_point(items.begin(), items.end(), [&](const auto& item) { return item.key < key; });
+  index = static_cast<int>(at - items.begin());
+  return at != items.end() && !(key < at->key);
+}
+
+template <typename K, typename V>
+int ABSort<K, V>::Add(const K& key, const V& value) {
+  int index = 0;
+  if (!Search(key, index)) this->items_.insert(this->items_.begin() + index, {key, value});
+  return index;
+}
+
+template class ASort<double, double>;
+template class ASort<char, char>;
+template class ASort<int, int>;
+template class ABSort<double, double>;
+template class ABSort<char, char>;
+template class ABSort<int, int>;
+
+}  // namespace zeltra

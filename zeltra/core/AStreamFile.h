@@ -1,0 +1,50 @@
+// A file behind a buffer whose size the caller chooses.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_ASTREAMFILE_H_
+#define ZELTRA_CORE_ASTREAMFILE_H_
+
+#include <cstdio>
+
+#include "zeltra/core/ABFile.h"
+
+namespace zeltra {
+
+/// A file over a runtime stream, for sequential readers and writers.
+///
+/// The buffer lives until the object is destroyed, so one object can be opened successfully only once. A copy shares
+/// the stream and the buffer.
+class ZELTRA_API AStreamFile : public ABFile {
+ public:
+  AStreamFile() = default;
+  AStreamFile(const AStreamFile&) = default;
+  AStreamFile& operator=(const AStreamFile&) = default;
+  ~AStreamFile() override;
+
+  /// Open as fopen does, fully buffered with `bufSize` bytes.
+  /// @return 0 if the file cannot be opened, the buffer not be installed, or the object was opened before. In that last
+  ///         case the stream just opened stays in place, although the result says 0.
+  int Open(const char* path, const char* mode, int bufSize);
+
+  int Close() override;
+  int Seek(const int64& pos) override;
+  int64 Tell() override;
+  int Read(void* buf, int n) override;
+  int ReadL(void* buf, int64 n) override;
+  int Write(void* buf, int n) override;
+  int WriteL(void* buf, int64 n) override;
+  /// Read a line of at most n - 1 bytes; it ends at a newline, which is kept, whatever `delim` says.
+  int GetLine(char* buf, int n, char delim) override;
+  /// Size on disk: bytes that still wait in the buffer are not counted.
+  int64 GetFileSize() override;
+  /// Cut the file at the current position.
+  /// @return the system's error number: 0 for success, unlike every other operation
+  int Trunc() override;
+
+ private:
+  std::FILE* stream_ = nullptr;
+  char* buffer_ = nullptr;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_ASTREAMFILE_H_

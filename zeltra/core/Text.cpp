@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/core/Text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+namespace zeltra {
+namespace {
+
+template <typename Number>
+std::string Shortest(Number value) {
+  char text[32];
+  const auto end = std::to_chars(text, text + sizeof text, value).ptr;
+  return std::string(text, end);
+}
+
+}  // namespace
+
+std::string valToStr(double value) {
+  return Shortest(value);
+}
+std::string valToStr(float value) {
+  return Shortest(value);
+}
+
+std::string Trimmed(std::string_view text) {
+  const auto first = text.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  return std::string(text.substr(first, text.find_last_not_of(" \t") - first + 1));
+}
+
+std::string FieldText(const char* field, int width) {
+  return Trimmed(std::string_view(field, strnlen(field, static_cast<size_t>(width))));
+}
+
+void SetFieldText(char* field, int width, std::string_view text) {
+  const size_t room = static_cast<size_t>(width);
+  const size_t length = std::min({text.size(), text.find('\0'), room - 1});
+  std::memset(field, 0, room);
+  std::memcpy(field, text.data(), length);
+}
+
+}  // namespace zeltra

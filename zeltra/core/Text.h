@@ -1,0 +1,29 @@
+// Numbers and fixed-width text.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_TEXT_H_
+#define ZELTRA_CORE_TEXT_H_
+
+#include <string>
+#include <string_view>
+
+#include "zeltra/platform/Export.h"
+
+namespace zeltra {
+
+/// The shortest decimal text that reads back to the same number.
+ZELTRA_API std::string valToStr(double value);
+/// The same for a 32-bit float: the text reads back to the same float.
+ZELTRA_API std::string valToStr(float value);
+
+/// `text` without blanks (and tabs) at both ends.
+ZELTRA_API std::string Trimmed(std::string_view text);
+
+/// Text from a field of `width` bytes: up to its first zero byte, blanks trimmed from both ends.
+ZELTRA_API std::string FieldText(const char* field, int width);
+
+/// Copy `text` into a field of `width` bytes, cut to leave at least one zero byte; the rest is zeros.
+ZELTRA_API void SetFieldText(char* field, int width, std::string_view text);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_TEXT_H_

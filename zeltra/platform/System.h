@@ -1,0 +1,47 @@
+// What a command-line program asks of the operating system.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_PLATFORM_SYSTEM_H_
+#define ZELTRA_PLATFORM_SYSTEM_H_
+
+#include <string>
+#include <vector>
+
+#include "zeltra/platform/Export.h"
+
+namespace zeltra {
+
+// File names are 8-bit text: bytes as they are on POSIX systems, UTF-8 on Windows (text that is not valid UTF-8 is
+// taken in the system's code page there).
+
+/// The arguments of this process without the program's name, as file names are written.
+ZELTRA_API std::vector<std::string> CommandLineArguments(int argc, char** argv);
+
+/// Write standard output byte for byte, so that a table is the same on every system.
+ZELTRA_API void UseBinaryStandardOutput();
+
+/// Whether standard error is a terminal that a person looks at.
+ZELTRA_API bool IsErrorTerminal();
+
+/// Number of processors, at least 1.
+ZELTRA_API int ProcessorCount();
+
+/// Remove a file. @return non-zero if it is gone
+ZELTRA_API int RemoveFile(const std::string& path);
+
+/// Whether a file or folder of that name exists.
+ZELTRA_API bool PathExists(const std::string& path);
+
+/// Give the complete file `from` the name `to`, in one step: nobody sees a part of it under that name.
+/// @param replace  whether a file that has the name already gives way
+/// @return non-zero for success; on failure both names are as they were
+ZELTRA_API int MoveIntoPlace(const std::string& from, const std::string& to, bool replace);
+
+/// A name beside `path` that no other process uses, for a file that is moved into place once it is complete.
+ZELTRA_API std::string TemporaryNameFor(const std::string& path);
+
+/// Folder for files of this session, without a trailing separator.
+ZELTRA_API std::string TemporaryFolder();
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_PLATFORM_SYSTEM_H_

@@ -1,0 +1,37 @@
+// The operating system as the library's own sources see it. One source per system implements it.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_PLATFORM_SYSTEMINTERNAL_H_
+#define ZELTRA_PLATFORM_SYSTEMINTERNAL_H_
+
+#include <cstdio>
+
+#include "zeltra/platform/Types.h"
+
+namespace zeltra::platform {
+
+/// Open flags, the values of AFile's; anything else in a mode is ignored.
+enum OpenMode : int { kWriteOnly = 0x1, kReadWrite = 0x2, kCreate = 0x100, kTruncate = 0x200, kBinary = 0x8000 };
+
+/// Open with the flags of AFile::Open, sharing denied to nobody. @return the descriptor, or -1
+int OpenDescriptor(const char* path, int mode);
+bool CloseDescriptor(int descriptor);
+/// @return bytes moved, fewer than `count` only at the end of the file or on a full disk; -1 if none could be moved
+int64 ReadDescriptor(int descriptor, void* buffer, int64 count);
+int64 WriteDescriptor(int descriptor, const void* buffer, int64 count);
+/// @return the new position, or -1
+int64 SeekDescriptor(int descriptor, int64 position);
+int64 TellDescriptor(int descriptor);
+int64 DescriptorSize(int descriptor);
+/// @return 0 for success, else the system's error number
+int TruncateDescriptor(int descriptor, int64 size);
+
+std::FILE* OpenStream(const char* path, const char* mode);
+bool SeekStream(std::FILE* stream, int64 position);
+int64 TellStream(std::FILE* stream);
+int DescriptorOf(std::FILE* stream);
+
+void ShowMessage(const char* text);
+
+}  // namespace zeltra::platform
+
+#endif  // ZELTRA_PLATFORM_SYSTEMINTERNAL_H_

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <thread>
+
+#include "zeltra/platform/System.h"
+#include "zeltra/platform/SystemInternal.h"
+
+namespace zeltra {
+namespace platform {
+namespace {
+
+// Linux moves at most 0x7ffff000 bytes a call.
+constexpr int64 kLargestTransfer = 0x40000000;
+
+int SystemFlags(int mode) {
+  int flags = O_CLOEXEC;
+  flags |= mode & kReadWrite ? O_RDWR : mode & kWriteOnly ? O_WRONLY : O_RDONLY;
+  if (mode & kCreate) flags |= O_CREAT;
+  if (mode & kTruncate) flags |= O_TRUNC;
+  return flags;
+}
+
+template <typename Call>
+int64 MoveAll(int64 count, Call call) {
+  int64 moved = 0;
+  while (moved < count) {
+    const ssize_t step = call(moved, static_cast<size_t>(std::min(count - moved, kLargestTransfer)));
+    if (step < 0 && errno == EINTR) continue;
+    if (step <= 0) return moved > 0 || step == 0 ? moved : -1;
+    moved += step;
+  }
+  return moved;
+}
+
+}  // namespace
+
+int OpenDescriptor(const char* path, int mode) {
+  // Permission is read and write for everybody that the process's mask lets through, as other programs create files.
+  int descriptor = -1;
+  do {
+    descriptor = ::open(path, SystemFlags(mode), 0666);
+  } while (descriptor < 0 && errno == EINTR);
+  return descriptor;
+}
+
+bool CloseDescriptor(int descriptor) {
+  return ::close(descriptor) == 0;
+}
+
+int64 ReadDescriptor(int descriptor, void* buffer, int64 count) {
+  return MoveAll(count, [=](int64 done, size_t n) { return ::read(descriptor, static_cast<char*>(buffer) + done, n); });
+}
+
+int64 WriteDescriptor(int descriptor, const void* buffer, int64 count) {
+  return MoveAll(count,
+                 [=](int64 done, size_t n) { return ::write(descriptor, static_cast<const char*>(buffer) + done, n); });
+}
+
+int64 SeekDescriptor(int descriptor, int64 position) {
+  return ::lseek(descriptor, position, SEEK_SET);
+}
+int64 TellDescriptor(int descriptor) {
+  return ::lseek(descriptor, 0, SEEK_CUR);
+}
+
+int64 DescriptorSize(int descriptor) {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 ? int64{status.st_size} : -1;
+}
+
+int TruncateDescriptor(int descriptor, int64 size) {
+  return ::ftruncate(descriptor, size) == 0 ? 0 : errno;
+}
+
+std::FILE* OpenStream(const char* path, const char* mode) {
+  return std::fopen(path, mode);
+}
+bool SeekStream(std::FILE* stream, int64 position) {
+  return ::fseeko(stream, position, SEEK_SET) == 0;
+}
+int64 TellStream(std::FILE* stream) {
+  return ::ftello(stream);
+}
+int DescriptorOf(std::FILE* stream) {
+  return ::fileno(stream);
+}
+
+void ShowMessage(const char* text) {
+  std::fprintf(stderr, "%s\n", text);
+}
+
+}  // namespace platform
+
+std::vector<std::string> CommandLineArguments(int argc, char** argv) {
+  return std::vector<std::string>(argv + std::min(argc, 1), argv + argc);
+}
+
+void UseBinaryStandardOutput() {}
+bool IsErrorTerminal() {
+  return ::isatty(STDERR_FILENO) == 1;
+}
+int ProcessorCount() {
+  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
+int RemoveFile(const std::string& path) {
+  return ::unlink(path.c_str()) == 0;
+}
+bool PathExists(const std::string& path) {
+  return ::access(path.c_str(), F_OK) == 0;
+}
+
+int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) {
+  if (replace) return ::rename(from.c_str(), to.c_str()) == 0;
+  // A hard link is refused where the name exists, in one step. File systems without links get the plain check.
+  if (::link(from.c_str(), to.c_str()) == 0) {
+    ::unlink(from.c_str());
+    return 1;
+  }
+  if (errno == EEXIST || PathExists(to)) return 0;
+  return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+std::string TemporaryNameFor(const std::string& path) {
+  static std::atomic<unsigned> counter{0};
+  return path + ".part" + std::to_string(::getpid()) + "-" + std::to_string(counter++);
+}
+
+std::string TemporaryFolder() {
+  const char* folder = std::getenv("TMPDIR");
+  return folder && *folder ? folder : "/tmp";
+}
+
+}  // namespace zeltra

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#include <sys/stat.h>
+#include <windows.h>
+// windows.h stands first: shellapi.h needs its types.
+#include <shellapi.h>
+
+#include <algorithm>
+#include <atomic>
+
+#include "zeltra/platform/System.h"
+#include "zeltra/platform/SystemInternal.h"
+
+namespace zeltra {
+namespace platform {
+namespace {
+
+// The runtime counts a transfer in 32-bit signed integers.
+constexpr int64 kLargestTransfer = 0x40000000;
+
+std::wstring Wide(const std::string& text) {
+  for (const UINT codePage : {UINT{CP_UTF8}, UINT{CP_ACP}}) {
+    const DWORD strict = codePage == CP_UTF8 ? MB_ERR_INVALID_CHARS : 0;
+    const int size = static_cast<int>(text.size());
+    const int length = MultiByteToWideChar(codePage, strict, text.data(), size, nullptr, 0);
+    if (length <= 0) continue;
+    std::wstring wide(static_cast<size_t>(length), L'\0');
+    MultiByteToWideChar(codePage, strict, text.data(), size, wide.data(), length);
+    return wide;
+  }
+  return {};
+}
+
+std::string Narrow(const wchar_t* wide) {
+  const int length = WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
+  if (length <= 1) return {};
+  std::string text(static_cast<size_t>(length - 1), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, wide, -1, text.data(), length, nullptr, nullptr);
+  return text;
+}
+
+int SystemFlags(int mode) {
+  int flags = mode & kReadWrite ? _O_RDWR : mode & kWriteOnly ? _O_WRONLY : _O_RDONLY;
+  if (mode & kCreate) flags |= _O_CREAT;
+  if (mode & kTruncate) flags |= _O_TRUNC;
+  if (mode & kBinary) flags |= _O_BINARY;
+  return flags | _O_NOINHERIT;
+}
+
+template <typename Call>
+int64 MoveAll(int64 count, Call call) {
+  int64 moved = 0;
+  while (moved < count) {
+    const int step = call(moved, static_cast<unsigned>(std::min(count - moved, kLargestTransfer)));
+    if (step <= 0) return moved > 0 || step == 0 ? moved : -1;
+    moved += step;
+  }
+  return moved;
+}
+
+// Whether the program was linked as a windowed one, which has no standard error that anybody sees.
+bool IsWindowedProcess() {
+  const auto* base = reinterpret_cast<const char*>(GetModuleHandleW(nullptr));
+  const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+  const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+  return headers->OptionalHeader.Subsystem == IMAGE_SUBSYSTEM_WINDOWS_GUI;
+}
+
+}  // namespace
+
+int OpenDescriptor(const char* path, int mode) {
+  int descriptor = -1;
+  if (_wsopen_s(&descriptor, Wide(path).c_str(), SystemFlags(mode), _SH_DENYNO, _S_IREAD | _S_IWRITE) != 0) return -1;
+  return descriptor;
+}
+
+bool CloseDescriptor(int descriptor) {
+  return _close(descriptor) == 0;
+}
+
+int64 ReadDescriptor(int descriptor, void* buffer, int64 count) {
+  return MoveAll(count,
+                 [=](int64 done, unsigned n) { return _read(descriptor, static_cast<char*>(buffer) + done, n); });
+}
+
+int64 WriteDescriptor(int descriptor, const void* buffer, int64 count) {
+  return MoveAll(
+      count, [=](int64 done, unsigned n) { return _write(descriptor, static_cast<const char*>(buffer) + done, n); });
+}
+
+int64 SeekDescriptor(int descriptor, int64 position) {
+  return _lseeki64(descriptor, position, SEEK_SET);
+}
+int64 TellDescriptor(int descriptor) {
+  return _telli64(descriptor);
+}
+int64 DescriptorSize(int descriptor) {
+  return _filelengthi64(descriptor);
+}
+int TruncateDescriptor(int descriptor, int64 size) {
+  return _chsize_s(descriptor, size);
+}
+
+std::FILE* OpenStream(const char* path, const char* mode) {
+  return _wfsopen(Wide(path).c_str(), Wide(mode).c_str(), _SH_DENYNO);
+}
+
+bool SeekStream(std::FILE* stream, int64 position) {
+  return _fseeki64(stream, position, SEEK_SET) == 0;
+}
+int64 TellStream(std::FILE* stream) {
+  return _ftelli64(stream);
+}
+int DescriptorOf(std::FILE* stream) {
+  return _fileno(stream);
+}
+
+void ShowMessage(const char* text) {
+  if (IsWindowedProcess()) {
+    MessageBoxW(nullptr, Wide(text).c_str(), L"ZELTRA", MB_OK | MB_ICONEXCLAMATION | MB_TASKMODAL);
+  } else {
+    std::fprintf(stderr, "%s\n", text);
+  }
+}
+
+}  // namespace platform
+
+std::vector<std::string> CommandLineArguments(int, char**) {
+  int count = 0;
+  std::vector<std::string> arguments;
+  wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+  for (int i = 1; wide && i < count; ++i) arguments.push_back(platform::Narrow(wide[i]));
+  LocalFree(wide);
+  return arguments;
+}
+
+void UseBinaryStandardOutput() {
+  _setmode(_fileno(stdout), _O_BINARY);
+}
+bool IsErrorTerminal() {
+  return _isatty(_fileno(stderr)) != 0;
+}
+
+int ProcessorCount() {
+  SYSTEM_INFO info{};
+  GetSystemInfo(&info);
+  return std::max(1, static_cast<int>(info.dwNumberOfProcessors));
+}
+
+int RemoveFile(const std::string& path) {
+  return DeleteFileW(platform::Wide(path).c_str()) != 0;
+}
+
+bool PathExists(const std::string& path) {
+  return GetFileAttributesW(platform::Wide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) {
+  const DWORD flags = replace ? MOVEFILE_REPLACE_EXISTING : 0;
+  return MoveFileExW(platform::Wide(from).c_str(), platform::Wide(to).c_str(), flags) != 0;
+}
+
+std::string TemporaryNameFor(const std::string& path) {
+  static std::atomic<unsigned> counter{0};
+  return path + ".part" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(counter++);
+}
+
+std::string TemporaryFolder() {
+  wchar_t folder[MAX_PATH + 1] = {};
+  GetTempPathW(MAX_PATH, folder);
+  std::string path = platform::Narrow(folder);
+  while (path.size() > 1 && path.back() == '\\') path.pop_back();
+  return path.empty() ? "." : path;
+}
+
+}  // namespace zeltra
