@@ -13,7 +13,7 @@ function(zeltra_compile_options target)
   endif()
   if(MINGW)
     # The compiler's runtime is linked in, so that a program needs no DLL but ours.
-    target_link_options(${target} PRIVATE -static-libgcc -static-libstdc++ -Wl,-Bstatic,-lstdc++,-lwinpthread,-Bdynamic)
+    target_link_options(${target} PRIVATE -static)
   endif()
 endfunction()
 
