@@ -1,0 +1,92 @@
+// Output that appears under its name only when it is complete.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_OUTPUTFILEINTERNAL_H_
+#define ZELTRA_OPS_OUTPUTFILEINTERNAL_H_
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "zeltra/core/AFile.h"
+#include "zeltra/ops/AResult.h"
+
+namespace zeltra {
+
+/// Bytes moved at a time by the whole-file jobs. Large enough that system calls do not count, small enough to stay in
+/// the processor's outer cache between being read, converted and written.
+inline constexpr int kBlockBytes = 1 << 20;
+
+/// A file written under a temporary name beside its final one. Unless it is committed it is removed again, and a
+/// process that is killed leaves the temporary name only.
+class OutputFile {
+ public:
+  OutputFile() = default;
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
+
+  /// Create the temporary file. @return a failure if `path` exists and may not be replaced, or cannot be written
+  AResult Create(const std::string& path, bool overwrite);
+  AFile& file() { return file_; }
+  /// Close the file and give it its name.
+  AResult Commit();
+  /// The failure of a write: the disk is full or broken.
+  AResult WriteError() const;
+
+ private:
+  AFile file_;
+  std::string path_;
+  std::string temporary_;
+  bool overwrite_ = false;
+};
+
+/// Collects output in a block and writes it in large pieces, noticing every byte that does not arrive.
+class BlockWriter {
+ public:
+  explicit BlockWriter(AFile& file) : file_(file), block_(new char[kBlockBytes]) {}
+
+  /// Room for `n` bytes, at most kBlockBytes, that count as written; null once a write has failed.
+  char* Reserve(int n) {
+    if (kBlockBytes - used_ < n && !Flush()) return nullptr;
+    char* p = block_.get() + used_;
+    used_ += n;
+    return p;
+  }
+  /// Write what the block holds. @return false once any byte has not arrived
+  bool Flush();
+
+ private:
+  AFile& file_;
+  std::unique_ptr<char[]> block_;
+  int used_ = 0;
+  bool good_ = true;
+};
+
+/// Reads a file in large pieces and hands out runs of bytes.
+class BlockReader {
+ public:
+  explicit BlockReader(AFile& file) : file_(file), block_(new char[kBlockBytes]) {}
+
+  /// Go to a position; what the block already holds is not read again.
+  void Seek(int64 position);
+  /// The next `n` bytes, at most kBlockBytes, valid until the next call; null when the file does not hold them.
+  const char* Take(int n) {
+    if (filled_ - used_ < n && !Fill(n)) return nullptr;
+    const char* p = block_.get() + used_;
+    used_ += n;
+    return p;
+  }
+
+ private:
+  bool Fill(int n);
+
+  AFile& file_;
+  std::unique_ptr<char[]> block_;
+  int64 start_ = 0;  // position in the file of the block's first byte
+  int filled_ = 0;
+  int used_ = 0;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_OUTPUTFILEINTERNAL_H_
