@@ -42,4 +42,16 @@ bool HasBytes(ABFile& file, int64 n) {
   return n >= 0 && position >= 0 && n <= file.GetFileSize() - position;
 }
 
+int ReadWhole(ABFile& file, void* buf, int64 n) {
+  if (n < 1) return n == 0;
+  const int64 start = file.Tell();
+  return file.ReadL(buf, n) && file.Tell() - start == n;
+}
+
+int WriteWhole(ABFile& file, const void* buf, int64 n) {
+  if (n < 1) return n == 0;
+  const int64 start = file.Tell();
+  return file.WriteL(const_cast<void*>(buf), n) && file.Tell() - start == n;
+}
+
 }  // namespace zeltra

@@ -47,6 +47,12 @@ class ZELTRA_API ABFile {
 /// held against this before memory is taken for it.
 ZELTRA_API bool HasBytes(ABFile& file, int64 n);
 
+/// Read `n` bytes, or fail: unlike ABFile::Read, a short read is a failure. @return non-zero once all bytes are in
+/// `buf`
+ZELTRA_API int ReadWhole(ABFile& file, void* buf, int64 n);
+/// Write `n` bytes, or fail. @return non-zero once all bytes are written
+ZELTRA_API int WriteWhole(ABFile& file, const void* buf, int64 n);
+
 }  // namespace zeltra
 
 #endif  // ZELTRA_CORE_ABFILE_H_

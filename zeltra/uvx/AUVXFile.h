@@ -1,0 +1,144 @@
+// The UVX file: a header, records of equal size, and a directory of tables.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_UVX_AUVXFILE_H_
+#define ZELTRA_UVX_AUVXFILE_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "zeltra/core/ABFile.h"
+
+namespace zeltra {
+
+class AUVXTable;
+struct AUVXHeader;
+
+/// A container of visibility records.
+///
+/// A record is a group of 26 bytes and stokes x freqPoints complexes of 12 bytes: IF slowest, then channel, then
+/// polarisation. Writing a file:
+///   Open(path, 1)      or OpenBuff or Attach
+///   Write(header)
+///   Write(...)         each record, at SeekUVGroup(i)
+///   Write(header)      with the final count and ranges: tables go behind the last record
+///   AddTable(table)    as often as needed
+///   Close()            writes the magic number, so that an unfinished file never opens again
+///
+/// A copy shares the file object, which lives as long as the last of them; whichever closes first closes it for all.
+class ZELTRA_API AUVXFile {
+ public:
+  /// Offsets from the start of the file, bytes.
+  static constexpr int UVX_OFS_OFSTABLE() { return 8; }
+  static constexpr int UVX_OFS_HEADER() { return 16; }
+  static constexpr int UVX_OFS_MNMX() { return 80; }
+  static constexpr int UVX_OFS_STOKES() { return 192; }
+  static constexpr int UVX_OFS_RESERVED() { return 226; }
+
+  AUVXFile() = default;
+  AUVXFile(const AUVXFile&) = default;
+  AUVXFile& operator=(const AUVXFile&) = default;
+  /// Close, which commits a file that this object created.
+  virtual ~AUVXFile();
+
+  /// Open `path` through an unbuffered file, for reading and writing, or create it (an existing file is emptied).
+  /// @return 0 if it cannot be opened, carries no magic number, or its header describes records that cannot be
+  ///         addressed (see InitForRead)
+  int Open(const char* path, int create);
+  /// The same through a buffer of `bufSize` bytes.
+  int OpenBuff(const char* path, int create, int bufSize);
+  /// The same on a file that the caller has opened, at its start.
+  /// @param autoDelete  0: `file` stays the caller's and must outlive this object, which still closes it
+  int Attach(ABFile* file, int create, int autoDelete);
+
+  /// Write `h` and take its geometry over: count, axis lengths, record size.
+  /// @return 0 if nothing was written, or not all; the geometry in memory is then unchanged. A header that describes
+  ///         records that cannot be addressed is not written.
+  int Write(AUVXHeader& h);
+
+  /// Commit a file that this object created, and close it. Closing twice is fine.
+  void Close();
+
+  int Seek(const int64& pos) { return file_ && file_->Seek(pos); }
+  /// @return current position, -1 on failure
+  int64 GetPos() { return file_ ? file_->Tell() : -1; }
+  int Read(void* buf, int n) { return file_ ? file_->Read(buf, n) : 0; }
+  int Write(void* buf, int n) { return file_ ? file_->Write(buf, n) : 0; }
+  /// The file behind; null before the first open.
+  ABFile* GetFile() const { return file_.get(); }
+
+  /// Number of records that the header claims.
+  int count() const { return count_; }
+  /// Bytes of a record.
+  int recSize() const { return recSize_; }
+  int stokes() const { return stokes_; }
+  /// 0 if the data have no IF axis, which counts as one IF.
+  int IFs() const { return IFs_; }
+  /// Channels of an IF.
+  int channels() const { return channels_; }
+  /// Frequency of channel 0 of IF 0, Hz.
+  double freq0() const { return freq0_; }
+  /// Position of record 0.
+  int64 DataOffset() const { return dataOffset_; }
+  /// Position of the table directory, 0 while the file has no tables.
+  int64 TableDirectoryOffset() const { return tableDirectory_; }
+
+  /// Number of whole records that are in the file, before its table directory: at most count(), less in a damaged file
+  /// or one with room reserved. Bytes that wait in a stream's buffer are not seen.
+  int HeldRecords();
+
+  /// Move to record `i`, from 0.
+  int SeekUVGroup(int i);
+  /// Move to the first complex of record `i`.
+  int SeekUVVis(int i);
+  /// Move to polarisation `s` of frequency point `f` (IF x channels + channel) of record `i`.
+  int SeekUVXComplex(int i, int f, int s);
+  int SeekUVXComplex(int i, int ifNo, int chan, int s);
+
+  /// Append a table behind the others; the first one fixes the place of the directory behind the last record. A 129th
+  /// table is not added, nor is any to a file whose directory is damaged. A failed seek shows a message box.
+  AUVXFile& AddTable(AUVXTable& t);
+  /// Read the first table whose two-character code is `name`.
+  /// @return new, the caller's; null if there is none or the directory is damaged
+  AUVXTable* GetTable(const std::string& name);
+
+  /// Fix the position of the table directory behind the last record and write it into the file, unless it has one.
+  int PlaceTableDirectory();
+
+  /// Write the primary header of a UV FITS file that holds these records.
+  int ToFITSHeader(ABFile& file);
+  /// Write every table as a FITS extension.
+  int ToFITSTables(ABFile& file);
+
+ protected:
+  /// Read magic number, offsets and header, the magic at the current position.
+  /// @return 0 without the magic number, with a header cut short, or where a count or axis length is negative, there
+  /// are
+  ///         more than 8 polarisations or 32767 IFs, a record reaches 2 GiB, or an offset is negative or past the end
+  int InitForRead();
+
+ private:
+  struct Geometry;
+
+  void Replace(std::shared_ptr<ABFile> file, int flags);
+  int Init(int create);
+  int InitForCreate();
+  void SetGeometry(const AUVXHeader& h, const Geometry& geometry);
+
+  std::shared_ptr<ABFile> file_;
+  int flags_ = 0;
+  int32_t dataOffset_ = 0;
+  int32_t count_ = 0;
+  int64 tableDirectory_ = 0;
+  int16_t stokes_ = 0;
+  int16_t IFs_ = 0;
+  int32_t channels_ = 0;
+  double freq0_ = 0;
+  int32_t freqPoints_ = 0;
+  int32_t recSize_ = 0;
+  int32_t dataBytes_ = 0;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_UVX_AUVXFILE_H_

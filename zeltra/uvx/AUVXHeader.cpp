@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/uvx/AUVXHeader.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "zeltra/uvx/AUVXFile.h"
+
+namespace zeltra {
+namespace {
+
+constexpr double kFarAway = 1e38;
+static_assert(std::bit_cast<uint64_t>(kFarAway) == 0x47D2CED32A16A1B1);
+
+int ReadAt(AUVXFile& uvx, int offset, void* buf, int n) {
+  return uvx.Seek(offset) && ReadWhole(*uvx.GetFile(), buf, n);
+}
+
+int WriteAt(AUVXFile& uvx, int offset, const void* buf, int n) {
+  return uvx.Seek(offset) && WriteWhole(*uvx.GetFile(), buf, n);
+}
+
+}  // namespace
+
+AUVXMinMax::AUVXMinMax(AUVXFile& uvx) {
+  if (!ReadAt(uvx, AUVXFile::UVX_OFS_MNMX(), this, sizeof *this)) init();
+}
+
+AUVXMinMax::AUVXMinMax(ABFile& file) {
+  if (!ReadWhole(file, this, sizeof *this)) init();
+}
+
+void AUVXMinMax::init() {
+  std::fill(std::begin(ranges_), std::end(ranges_), TMnMx{kFarAway, -kFarAway});
+}
+
+int AUVXMinMax::store(AUVXFile& uvx) {
+  return WriteAt(uvx, AUVXFile::UVX_OFS_MNMX(), this, sizeof *this);
+}
+
+int AUVXMinMax::store(ABFile& file) {
+  return WriteWhole(file, this, sizeof *this);
+}
+
+AUVXStokes::AUVXStokes(AUVXFile& uvx) : AUVXStokes() {
+  Load(uvx);
+}
+
+AUVXStokes::AUVXStokes(ABFile& file) : AUVXStokes() {
+  Load(file);
+}
+
+int AUVXStokes::FindStokes(int code, int& index) const {
+  const auto* end = codes_ + count_;
+  const auto* found = std::find_if(codes_, end, [code](AUVXStokesCode stored) { return stored == code; });
+  if (found == end) return 0;
+  index = static_cast<int>(found - codes_);
+  return 1;
+}
+
+int AUVXStokes::Load(AUVXFile& uvx) {
+  *this = AUVXStokes();
+  return uvx.Seek(AUVXFile::UVX_OFS_STOKES()) && Load(*uvx.GetFile());
+}
+
+int AUVXStokes::Load(ABFile& file) {
+  const int read = ReadWhole(file, this, sizeof *this);
+  if (!read) *this = AUVXStokes();
+  SetCount(std::clamp(count(), 0, kLargestCount));
+  return read;
+}
+
+int AUVXStokes::Store(AUVXFile& uvx) {
+  return WriteAt(uvx, AUVXFile::UVX_OFS_STOKES(), this, sizeof *this);
+}
+
+int AUVXStokes::Store(ABFile& file) {
+  return WriteWhole(file, this, sizeof *this);
+}
+
+AUVXHeader::AUVXHeader() {
+  std::memset(static_cast<void*>(this), 0, sizeof *this);
+}
+
+AUVXHeader::AUVXHeader(AUVXFile& uvx) {
+  if (!ReadAt(uvx, AUVXFile::UVX_OFS_HEADER(), this, sizeof *this)) *this = AUVXHeader();
+}
+
+int AUVXHeader::store(AUVXFile& uvx) {
+  return WriteAt(uvx, AUVXFile::UVX_OFS_HEADER(), this, sizeof *this);
+}
+
+}  // namespace zeltra

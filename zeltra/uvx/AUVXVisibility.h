@@ -1,0 +1,91 @@
+// The visibilities of one record.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_UVX_AUVXVISIBILITY_H_
+#define ZELTRA_UVX_AUVXVISIBILITY_H_
+
+#include "zeltra/uvx/AUVXComplex.h"
+
+namespace zeltra {
+
+class AUVXFile;
+
+/// The complexes of one baseline at one time, [IF][channel][polarisation], polarisation fastest.
+///
+/// A visibility is sized for its file before it is loaded: load and store move as many complexes as it has, whatever
+/// the file's header says.
+class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
+ public:
+  /// Sized for these axis lengths, the values uninitialised: see GrowBy.
+  explicit AUVXVisibility(int IFs = 0, int channels = 0, int stokes = 0) { GrowBy(IFs, channels, stokes); }
+  AUVXVisibility(const AUVXVisibility&) = default;
+  /// Sized for the records of `uvx`.
+  explicit AUVXVisibility(AUVXFile& uvx) { GrowBy(uvx); }
+  /// Sized for the groups of `fits`, whose headers have been read.
+  explicit AUVXVisibility(AFITS& fits);
+  AUVXVisibility& operator=(const AUVXVisibility&) = default;
+
+  int IFs() const { return IFs_; }
+  int channels() const { return channels_; }
+  int stokes() const { return stokes_; }
+  /// Number of frequency points: channels of all IFs.
+  int freqs() const { return IFs_ > 0 ? channels_ * IFs_ : channels_; }
+
+  /// Place of a value; note the order of the arguments.
+  int index(int channel, int IF, int stokesIndex) const { return (channels_ * IF + channel) * stokes_ + stokesIndex; }
+  AUVXComplex& operator()(int channel, int IF, int stokesIndex) { return lpArray()[index(channel, IF, stokesIndex)]; }
+  const AUVXComplex& operator()(int channel, int IF, int stokesIndex) const {
+    return lpArray()[index(channel, IF, stokesIndex)];
+  }
+  /// Value of frequency point f = channels x IF + channel.
+  AUVXComplex& operator()(int f, int stokesIndex) { return lpArray()[stokes_ * f + stokesIndex]; }
+  const AUVXComplex& operator()(int f, int stokesIndex) const { return lpArray()[stokes_ * f + stokesIndex]; }
+  /// The `stokes()` values of frequency point f.
+  AUVXComplex* operator()(int f) { return lpArray() + stokes_ * f; }
+  const AUVXComplex* operator()(int f) const { return lpArray() + stokes_ * f; }
+
+  /// Size for these axis lengths; IFs below 1 count as one. The old values are lost.
+  /// @return the number of complexes; otherwise the product, not positive, and no storage is held. A product past the
+  ///         range of int counts as 0.
+  int GrowBy(int IFs, int channels, int stokes);
+  int GrowBy(const AUVXVisibility& other) { return GrowBy(other.IFs_, other.channels_, other.stokes_); }
+  int GrowBy(AUVXFile& uvx);
+
+  /// Read from the current position. @return 0 if not all values were there; the contents are then undefined
+  int load(AUVXFile& uvx);
+  int load(ABFile& file);
+  /// Write at the current position. @return 0 if not all was written
+  int store(AUVXFile& uvx);
+  int store(ABFile& file);
+
+  /// Copy from `p`, an image in memory. @return the byte behind it
+  char* load(char* p);
+  /// Copy to `p`. @return the byte behind the image
+  char* store(char* p) const;
+
+  /// Decode the data values of one group at the current position of `fits`: see DecodeFITSValues.
+  /// @return 0 if they are not all in the file; the contents are then undefined
+  int load(AFITS& fits);
+  /// Decode them from `p`, an image in memory that reaches to the end of the group. Complexes that the group does not
+  /// have become 0 with weight 0. @return the byte behind the values
+  char* load(AFITS& fits, char* p);
+
+  /// Write the values as big-endian floats at the current position. The object holds big-endian values afterwards,
+  /// deliberately: callers write a visibility once.
+  int ToFITS(ABFile& file);
+
+  /// Widen the ranges of re, im and weight.
+  void check(AUVXMinMax& range) const { CheckRange(lpArray(), count(), range); }
+
+ private:
+  int IFs_ = 0;
+  int channels_ = 0;
+  int stokes_ = 0;
+};
+
+/// Decode `count` complexes, three FITS values each, from `raw`, and scale them by BSCALE and BZERO. Every BITPIX is
+/// understood (8, 16, 32, 64, -32, -64); of another one all values become 0 with weight 0.
+ZELTRA_API void DecodeFITSValues(AFITS& fits, const char* raw, AUVXComplex* values, int64 count);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_UVX_AUVXVISIBILITY_H_
