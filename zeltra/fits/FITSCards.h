@@ -1,0 +1,49 @@
+// The layout in which header cards are written.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_FITS_FITSCARDS_H_
+#define ZELTRA_FITS_FITSCARDS_H_
+
+#include <ctime>
+#include <string>
+
+#include "zeltra/platform/Export.h"
+
+namespace zeltra {
+
+inline constexpr int kFITSCard = 80;       ///< bytes of a header card
+inline constexpr int kFITSBlock = 2880;    ///< bytes of a block: headers and data are padded to whole blocks
+inline constexpr int kFITSMaxIndex = 999;  ///< largest index of a keyword (FITS standard 4.0, sections 4.4.1 and 7.3.1)
+
+/// Values that an export writes as they stand: BSCALE and BZERO in the form of "%.11E", ...
+inline constexpr char kFITSScaleOne[] = "1.00000000000E+00";
+inline constexpr char kFITSScaleZero[] = "0.00000000000E+00";
+/// ... the keywords of an axis in the form of "%.9E", and the logical value.
+inline constexpr char kFITSAxisOne[] = "1.000000000E+00";
+inline constexpr char kFITSAxisZero[] = "0.000000000E+00";
+inline constexpr char kFITSTrue[] = "T";
+
+/// Write a card `keyword = value /` of 80 characters into `buffer`.
+///
+/// "=" stands in column 9 (counted from 1) and "/" in column 32. A numeric value ends in column 30. A text has its
+/// opening quote in column 11 and is padded to 8 characters within the quotes; beyond 19 characters it runs over the
+/// "/". Quotes within a text are doubled, as FITS demands, and count twice.
+/// @param buffer   room for 80 characters; no terminating zero is written
+/// @param keyword  cut at 8 characters
+/// @param value    cut only where the card ends: the closing quote of a long text is in column 80
+/// @param numeric  0 for a text, else a number or a logical value
+ZELTRA_API void FormatCard(char* buffer, const std::string& keyword, const std::string& value, int numeric);
+
+/// Write a HISTORY card of 80 characters into `buffer`: `text` from column 11, cut where the card ends.
+ZELTRA_API void FormatHistoryCard(char* buffer, const std::string& text);
+
+/// Shorten the exponent of a number formatted with "E" to its sign and last two digits, since some runtimes print
+/// three: 1.0E+000 becomes 1.0E+00. Meant for exponents below 100, of others the first digit is lost. A text without
+/// "E" is returned as it is.
+ZELTRA_API std::string FixExponent(const std::string& text);
+
+/// The UTC date of a moment as DATE-MAP has it, "%d/%m/%y".
+ZELTRA_API std::string FormatCardDate(std::time_t moment);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_FITS_FITSCARDS_H_
