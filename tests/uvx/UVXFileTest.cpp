@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include "tests/support/MemoryFile.h"
+#include "tests/support/SyntheticUVX.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/core/AFile.h"
+#include "zeltra/core/JulianDate.h"
+#include "zeltra/uvx/AUVXComplex.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXHeader.h"
+
+namespace zeltra {
+namespace {
+
+using test::MemoryFile;
+using test::SyntheticUVX;
+using test::TempFile;
+
+AUVXHeader HeaderOf(int count, int IFs, int channels, int stokes) {
+  AUVXHeader header;
+  header.info.count = count;
+  header.IFs = IFs;
+  header.channels = channels;
+  header.stokes.SetCount(stokes);
+  return header;
+}
+
+int OpenBytes(const std::string& bytes) {
+  MemoryFile file(bytes);
+  AUVXFile uvx;
+  return uvx.Attach(&file, 0, 0);
+}
+
+TEST(UVXFileWriting, CommitsByteForByteWhatTheFormatSays) {
+  const SyntheticUVX expected = SyntheticUVX().IFs(2).Channels(3).Stokes({-5, -6}).Sources(2);
+  TempFile file("uvx");
+  {
+    AUVXFile uvx;
+    ASSERT_TRUE(uvx.Open(file.c_str(), 1));
+    AUVXHeader header = HeaderOf(0, 2, 3, 2);
+    header.info.epoch = 2000;
+    header.info.dateObs = SyntheticUVX::kDateObs;
+    header.freq0 = 1.4e9;
+    std::strcpy(header.info.bunit, "JY");
+    std::strcpy(header.info.observer, "OBSERVER");
+    std::strcpy(header.info.telescope, "ARRAY");
+    header.stokes(0) = -5;
+    header.stokes(1) = -6;
+    header.range.init();
+    ASSERT_TRUE(uvx.Write(header));
+    for (const auto& record : expected.Records()) {
+      AUVXGroup group;
+      group.frqsel = 1;
+      group.source = static_cast<int16_t>(record.source);
+      group.uu = record.u;
+      group.vv = record.v;
+      group.ww = record.w;
+      group.date = record.date;
+      group.ant1 = static_cast<int8_t>(record.ant1);
+      group.ant2 = static_cast<int8_t>(record.ant2);
+      ASSERT_TRUE(uvx.SeekUVGroup(record.index));
+      ASSERT_TRUE(group.store(uvx));
+      group.check(header.range);
+      for (const auto& value : record.values) {
+        AUVXComplex one(value.re, value.im, value.weight);
+        ASSERT_TRUE(uvx.Write(&one, sizeof one));
+        CheckRange(&one, 1, header.range);
+      }
+      ++header.info.count;
+    }
+    ASSERT_TRUE(uvx.Write(header));
+  }
+  EXPECT_TRUE(file.Bytes() == expected.Bytes());
+}
+
+TEST(UVXFileWriting, AnUnfinishedFileDoesNotOpen) {
+  TempFile file("uvx");
+  AUVXFile writer;
+  ASSERT_TRUE(writer.OpenBuff(file.c_str(), 1, 4096));
+  AUVXHeader header = HeaderOf(0, 1, 1, 1);
+  ASSERT_TRUE(writer.Write(header));
+  AUVXFile copy;
+  copy = writer;
+  AUVXFile reader;
+  EXPECT_FALSE(reader.Open(file.c_str(), 0));
+  writer.Close();
+  writer.Close();
+  EXPECT_TRUE(reader.Open(file.c_str(), 0));
+  EXPECT_EQ(reader.recSize(), 38);
+  EXPECT_FALSE(copy.SeekUVGroup(0)) << "the shared file has been closed";
+}
+
+TEST(UVXFileWriting, GeometryFollowsTheHeader) {
+  MemoryFile file;
+  AUVXFile uvx;
+  ASSERT_TRUE(uvx.Attach(&file, 1, 0));
+  AUVXHeader header = HeaderOf(7, 0, 16, 4);
+  ASSERT_TRUE(uvx.Write(header));
+  EXPECT_EQ(uvx.recSize(), 794);
+  header = HeaderOf(7, 2, 16, 4);
+  ASSERT_TRUE(uvx.Write(header));
+  EXPECT_EQ(uvx.recSize(), 1562);
+
+  ASSERT_TRUE(uvx.SeekUVGroup(3));
+  EXPECT_EQ(uvx.GetPos(), 481 + 3 * 1562);
+  ASSERT_TRUE(uvx.SeekUVVis(3));
+  EXPECT_EQ(uvx.GetPos(), 481 + 26 + 3 * 1562);
+  ASSERT_TRUE(uvx.SeekUVXComplex(3, 1, 5, 2));
+  EXPECT_EQ(uvx.GetPos(), 481 + 26 + 3 * 1562 + 12 * (4 * 21 + 2));
+  ASSERT_TRUE(uvx.SeekUVXComplex(3, 21, 2));
+  EXPECT_EQ(uvx.GetPos(), 481 + 26 + 3 * 1562 + 12 * (4 * 21 + 2));
+  ASSERT_TRUE(uvx.SeekUVGroup(2000000000));
+  EXPECT_EQ(uvx.GetPos(), 481 + 2000000000LL * 1562);
+  EXPECT_FALSE(uvx.SeekUVGroup(-1));
+
+  header = HeaderOf(8, 1, 1, 9);
+  EXPECT_FALSE(uvx.Write(header)) << "nine polarisations";
+  file.largest = 200;
+  header = HeaderOf(8, 1, 1, 1);
+  EXPECT_FALSE(uvx.Write(header)) << "a header cut short by a full disk";
+  EXPECT_EQ(uvx.recSize(), 1562);
+  EXPECT_EQ(uvx.count(), 7);
+}
+
+TEST(UVXFileOpening, ReadsWhatTheHeaderSays) {
+  TempFile path("uvx");
+  path.Put(SyntheticUVX().IFs(0).Channels(16).Stokes({1, 2, 3, 4}).Tables().Bytes());
+  AUVXFile uvx;
+  ASSERT_TRUE(uvx.OpenBuff(path.c_str(), 0, 1 << 16));
+  EXPECT_EQ(uvx.count(), 6);
+  EXPECT_EQ(uvx.IFs(), 0);
+  EXPECT_EQ(uvx.channels(), 16);
+  EXPECT_EQ(uvx.stokes(), 4);
+  EXPECT_EQ(uvx.freq0(), 1.4e9);
+  EXPECT_EQ(uvx.DataOffset(), 481);
+  EXPECT_EQ(uvx.TableDirectoryOffset(), 481 + 6 * 794);
+  EXPECT_EQ(uvx.HeldRecords(), 6);
+
+  AUVXHeader header(uvx);
+  EXPECT_STREQ(header.info.observer, "OBSERVER");
+  EXPECT_EQ(CalendarDate(header.info.dateObs).year, 2017);
+  AUVXMinMax range(uvx);
+  EXPECT_EQ(range.w().minimum, -5);
+  EXPECT_EQ(range.re().maximum, 5 + 63 / 1024.0);
+  EXPECT_EQ(range.weight().maximum, 3);
+  AUVXStokes stokes(uvx);
+  int index = -7;
+  EXPECT_TRUE(stokes.FindStokes(3, index));
+  EXPECT_EQ(index, 2);
+  EXPECT_FALSE(stokes.FindStokes(0, index)) << "codes behind the count do not count";
+  EXPECT_EQ(index, 2);
+  stokes(1) = -8;
+  ASSERT_TRUE(stokes.Store(uvx));
+  EXPECT_EQ(AUVXHeader(uvx).stokes(1), -8);
+}
+
+TEST(UVXFileOpening, RefusesAHeaderCutShort) {
+  const std::string whole = SyntheticUVX().Bytes();
+  ASSERT_TRUE(OpenBytes(whole));
+  for (size_t size = 0; size < 481; ++size) EXPECT_FALSE(OpenBytes(whole.substr(0, size))) << size << " bytes";
+  TempFile missing("uvx");
+  AUVXFile uvx;
+  EXPECT_FALSE(uvx.Open(missing.c_str(), 0));
+  EXPECT_EQ(uvx.GetPos(), -1);
+  EXPECT_FALSE(AUVXFile().Attach(nullptr, 0, 1));
+}
+
+TEST(UVXFileOpening, RefusesRecordsThatCannotBeAddressed) {
+  const auto opens = [](const SyntheticUVX& file) { return OpenBytes(file.Bytes()); };
+  const int32_t huge = std::numeric_limits<int32_t>::max();
+  EXPECT_FALSE(opens(SyntheticUVX().Uncommitted()));
+  EXPECT_FALSE(opens(SyntheticUVX().Put(4, int32_t{-1}))) << "data offset";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(4, huge))) << "data offset past the end";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(8, int64_t{-1}))) << "directory offset";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(8, int64_t{1} << 62))) << "directory offset past the end";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(8, int64_t{482}))) << "directory cut short";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(16, int32_t{-1}))) << "count";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(192, int16_t{-1}))) << "polarisations";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(192, int16_t{9}))) << "polarisations";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(210, int32_t{-1}))) << "IFs";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(210, int32_t{65537}))) << "IFs that would look like one";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(214, int32_t{-1}))) << "channels";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(214, huge))) << "record of 48 GiB";
+  EXPECT_FALSE(opens(SyntheticUVX().Put(192, int16_t{0}).Put(210, int32_t{2}).Put(214, huge))) << "frequency points";
+}
+
+TEST(UVXFileOpening, TellsHowManyRecordsThereAre) {
+  const auto held = [](const SyntheticUVX& synthetic) {
+    MemoryFile file(synthetic.Bytes());
+    AUVXFile uvx;
+    return uvx.Attach(&file, 0, 0) ? uvx.HeldRecords() : -1;
+  };
+  const size_t record = static_cast<size_t>(SyntheticUVX().RecordBytes());
+  EXPECT_EQ(held(SyntheticUVX()), 6);
+  EXPECT_EQ(held(SyntheticUVX().Put(16, std::numeric_limits<int32_t>::max())), 6);
+  EXPECT_EQ(held(SyntheticUVX().Tables().Put(16, int32_t{1000})), 6) << "tables are no records";
+  EXPECT_EQ(held(SyntheticUVX().Cut(481 + 4 * record - 1)), 3);
+  EXPECT_EQ(held(SyntheticUVX().Put(16, int32_t{2})), 2);
+  EXPECT_EQ(AUVXFile().HeldRecords(), 0);
+}
+
+TEST(UVXHeader, StartsWithEmptyRangesOnlyWhenInitialised) {
+  AUVXHeader header;
+  const std::string zeros(sizeof header, '\0');
+  EXPECT_EQ(std::memcmp(&header, zeros.data(), sizeof header), 0);
+  AUVXMinMax range;
+  EXPECT_EQ(range.time().minimum, 1e38);
+  EXPECT_EQ(range.time().maximum, -1e38);
+
+  range.u().check(5);
+  EXPECT_EQ(range.u().minimum, 5);
+  EXPECT_EQ(range.u().maximum, 5);
+  range.u().check(std::nan(""));
+  EXPECT_TRUE(std::isnan(double{range.u().minimum}));
+  EXPECT_EQ(range.u().maximum, 5);
+  range.u().check(7);
+  EXPECT_EQ(range.u().minimum, 7) << "nothing is below a NaN";
+}
+
+TEST(UVXHeader, APolarisationCountOutOfBoundsIsCut) {
+  std::string bytes;
+  test::Append(bytes, int16_t{300});
+  MemoryFile file(bytes + std::string(16, '\1'));
+  EXPECT_EQ(AUVXStokes(file).count(), 8);
+  EXPECT_EQ(AUVXStokes(file).count(), 0) << "nothing is left to read";
+}
+
+TEST(JulianDate, ReadsTheDatesOfFITSHeaders) {
+  EXPECT_EQ(JulianDateOf("2000-01-01"), 2451544.5);
+  EXPECT_EQ(JulianDateOf("2010-07-30T23:59:60.5"), 2455407.5);
+  EXPECT_EQ(JulianDateOf("17/11/58"), 2436524.5);
+  EXPECT_EQ(JulianDateOf("17-11-58"), 2436524.5);
+  EXPECT_EQ(JulianDateOf(" 1996/02/29 "), 2450142.5);
+  for (const char* text : {"", "2017", "2017-13-01", "1997-02-29", "31/04/99", "2017-1", "20170101", "1.5-2-99",
+                           "99-01-2017", "-2017-01-01", "99999999999-01-01"}) {
+    EXPECT_EQ(JulianDateOf(text), 0) << text;
+  }
+}
+
+TEST(JulianDate, TurnsBackIntoADate) {
+  for (const char* text : {"0001-01-01", "1858-11-17", "1999-12-31", "2000-02-29", "9999-12-31"}) {
+    for (double fraction : {0.0, 0.999}) {
+      const ACalendarDate date = CalendarDate(JulianDateOf(text) + fraction);
+      char back[32];
+      std::snprintf(back, sizeof back, "%04d-%02d-%02d", date.year, date.month, date.day);
+      EXPECT_STREQ(back, text);
+    }
+  }
+  for (double jd : {0.0, -1e300, 1e300, std::nan("")}) EXPECT_EQ(CalendarDate(jd).year, 0) << jd;
+}
+
+}  // namespace
+}  // namespace zeltra
