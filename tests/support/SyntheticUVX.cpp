@@ -8,8 +8,8 @@
 namespace zeltra::test {
 namespace {
 
-SyntheticTable FrequencyTable(int ifs, int channels) {
-  SyntheticTable table{"FQ"};
+SyntheticUVXTable FrequencyTable(int ifs, int channels) {
+  SyntheticUVXTable table{"FQ"};
   const std::string n = std::to_string(ifs);
   table.keywords = {{"NO_IF", n, true}};
   table.columns = {{"FRQSEL", "", "1J"},
@@ -26,8 +26,8 @@ SyntheticTable FrequencyTable(int ifs, int channels) {
   return table;
 }
 
-SyntheticTable AntennaTable(int antennas) {
-  SyntheticTable table{"AN"};
+SyntheticUVXTable AntennaTable(int antennas) {
+  SyntheticUVXTable table{"AN"};
   table.keywords = {
       {"ARRAYX", "1000", true}, {"ARRAYY", "2000", true}, {"ARRAYZ", "3000", true}, {"XYZHAND", "RIGHT", false}};
   table.columns = {{"ANNAME", "", "8A"}, {"STABXYZ", "METERS", "3D"}, {"NOSTA", "", "1J"}, {"MNTSTA", "", "1J"}};
@@ -41,8 +41,8 @@ SyntheticTable AntennaTable(int antennas) {
   return table;
 }
 
-SyntheticTable SourceTable(int sources) {
-  SyntheticTable table{"SU"};
+SyntheticUVXTable SourceTable(int sources) {
+  SyntheticUVXTable table{"SU"};
   table.columns = {{"ID. NO.", "", "1J"},      {"SOURCE", "", "16A"},       {"EPOCH", "YEARS", "1D"},
                    {"RAEPO", "DEGREES", "1D"}, {"DECEPO", "DEGREES", "1D"}, {"RAAPP", "DEGREES", "1D"},
                    {"DECAPP", "DEGREES", "1D"}};
@@ -55,8 +55,8 @@ SyntheticTable SourceTable(int sources) {
   return table;
 }
 
-SyntheticTable IndexTable(const std::vector<SyntheticRecord>& records) {
-  SyntheticTable table{"NX"};
+SyntheticUVXTable IndexTable(const std::vector<SyntheticRecord>& records) {
+  SyntheticUVXTable table{"NX"};
   table.columns = {{"TIME", "DAYS", "1D"}, {"TIME INTERVAL", "DAYS", "1D"}, {"SOURCE ID", "", "1J"},
                    {"SUBARRAY", "", "1J"}, {"START VIS", "", "1J"},         {"END VIS", "", "1J"},
                    {"FREQ ID", "", "1J"}};
@@ -101,7 +101,7 @@ void AppendText(std::string& bytes, const std::string& text, size_t width, char 
   bytes += field;
 }
 
-std::string SyntheticTable::Image() const {
+std::string SyntheticUVXTable::Image() const {
   std::string bytes;
   Append(bytes, ID());
   Append(bytes, static_cast<int16_t>(keywords.size()));
@@ -182,8 +182,8 @@ std::string SyntheticUVX::Header(const std::vector<SyntheticRecord>& records) co
   return bytes;
 }
 
-std::vector<SyntheticTable> SyntheticUVX::AllTables(const std::vector<SyntheticRecord>& records) const {
-  std::vector<SyntheticTable> tables;
+std::vector<SyntheticUVXTable> SyntheticUVX::AllTables(const std::vector<SyntheticRecord>& records) const {
+  std::vector<SyntheticUVXTable> tables;
   if (standardTables_) {
     tables = {FrequencyTable(ifs_ > 0 ? ifs_ : 1, channels_), AntennaTable(antennas_), SourceTable(sources_),
               IndexTable(records)};
@@ -194,7 +194,7 @@ std::vector<SyntheticTable> SyntheticUVX::AllTables(const std::vector<SyntheticR
 
 std::string SyntheticUVX::Bytes() const {
   const std::vector<SyntheticRecord> records = Records();
-  const std::vector<SyntheticTable> tables = AllTables(records);
+  const std::vector<SyntheticUVXTable> tables = AllTables(records);
   const size_t directory = kDataOffset + records.size() * static_cast<size_t>(RecordBytes());
   std::string bytes;
   Append(bytes, int32_t{1003});

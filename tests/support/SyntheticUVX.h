@@ -34,7 +34,7 @@ struct SyntheticRecord {
 };
 
 /// A table whose row bytes the caller appends.
-struct SyntheticTable {
+struct SyntheticUVXTable {
   struct KeyWord {
     std::string key, value;
     bool numeric;
@@ -78,7 +78,7 @@ class SyntheticUVX {
   /// Leave records out.
   SyntheticUVX& Keep(std::function<bool(const SyntheticRecord&)> keep) { return keep_ = std::move(keep), *this; }
   /// Add a table.
-  SyntheticUVX& Table(SyntheticTable table) { return tables_.push_back(std::move(table)), *this; }
+  SyntheticUVX& Table(SyntheticUVXTable table) { return tables_.push_back(std::move(table)), *this; }
   /// Add what an import would: "FQ" (IFs 100 MHz apart, channels of 1 MHz, setup 1), "AN" (antenna i at (100 i, 10 i,
   /// i) m, named ANTi), "SU" (source i named SRCi at RA 10 i, DEC i degrees) and "NX" (a scan for each run of one
   /// source and setup).
@@ -109,13 +109,13 @@ class SyntheticUVX {
  private:
   int Points() const { return (ifs_ > 0 ? ifs_ : 1) * channels_; }
   std::string Header(const std::vector<SyntheticRecord>& records) const;
-  std::vector<SyntheticTable> AllTables(const std::vector<SyntheticRecord>& records) const;
+  std::vector<SyntheticUVXTable> AllTables(const std::vector<SyntheticRecord>& records) const;
 
   int antennas_ = 3, times_ = 2, sources_ = 1, ifs_ = 1, channels_ = 2;
   std::vector<int> stokes_ = {-1, -2};
   std::function<void(SyntheticRecord&)> edit_;
   std::function<bool(const SyntheticRecord&)> keep_;
-  std::vector<SyntheticTable> tables_;
+  std::vector<SyntheticUVXTable> tables_;
   bool standardTables_ = false;
   std::vector<std::function<void(std::string&)>> damage_;
 };
