@@ -2,7 +2,10 @@
 #include "zeltra/uvx/AUVXComplex.h"
 
 #include <algorithm>
+#include <bit>
 
+#include "zeltra/fits/AFITS.h"
+#include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra {
@@ -50,7 +53,34 @@ bool OrderMatters(const TMnMx& range, float low, float high) {
          (high == 0 && range.maximum < 0);
 }
 
+/// Value `i` of an array of FITS numbers of type T.
+template <typename T>
+double ValueAt(const char* raw, int64 i) {
+  T value;
+  raw += i * static_cast<int64>(sizeof value);
+  if constexpr (sizeof value == 1) std::memcpy(&value, raw, 1);
+  if constexpr (sizeof value == 2) Swap16(&value, raw, 1);
+  if constexpr (sizeof value == 4) Swap32(&value, raw, 1);
+  if constexpr (sizeof value == 8) Swap64(&value, raw, 1);
+  return static_cast<double>(value);
+}
+
+template <typename T>
+void DecodeScaled(const char* raw, double scale, double zero, AUVXComplex* values, int64 count) {
+  for (int64 i = 0; i < count; ++i) {
+    values[i] = AUVXComplex(ValueAt<T>(raw, 3 * i) * scale + zero, ValueAt<T>(raw, 3 * i + 1) * scale + zero,
+                            ValueAt<T>(raw, 3 * i + 2) * scale + zero);
+  }
+}
+
 }  // namespace
+
+AUVXComplex::AUVXComplex(AFITS& fits) : AUVXComplex(0, 0, 0) {
+  char raw[3 * sizeof(double)];
+  const int64 bytes = fits.main() && fits.file() ? 3 * std::abs(int64{fits.main()->valueBytes()}) : 0;
+  if (bytes > static_cast<int64>(sizeof raw) || !ReadWhole(*fits.file(), raw, bytes)) return;
+  DecodeFITSValues(fits, raw, this, 1);
+}
 
 AUVXComplex::AUVXComplex(AFile& file) {
   if (!ReadWhole(file, this, sizeof *this)) *this = AUVXComplex(0, 0, 0);
@@ -79,6 +109,30 @@ void CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range) {
   range.re() = ranges[0];
   range.im() = ranges[1];
   range.weight() = ranges[2];
+}
+
+void DecodeFITSValues(const AFITS& fits, const char* raw, AUVXComplex* values, int64 count) {
+  AFITSmain* header = fits.main();
+  const double scale = header ? header->bscale() : 1;
+  const double zero = header ? header->bzero() : 0;
+  switch (header ? header->valueBytes() : 0) {
+    case -4:
+      // The way of nearly every file: floats as they are, bit for bit.
+      if (scale == 1 && zero == 0) return Swap32(values, raw, 3 * static_cast<size_t>(count));
+      return DecodeScaled<float>(raw, scale, zero, values, count);
+    case -8:
+      return DecodeScaled<double>(raw, scale, zero, values, count);
+    case 1:
+      return DecodeScaled<uint8_t>(raw, scale, zero, values, count);
+    case 2:
+      return DecodeScaled<int16_t>(raw, scale, zero, values, count);
+    case 4:
+      return DecodeScaled<int32_t>(raw, scale, zero, values, count);
+    case 8:
+      return DecodeScaled<int64_t>(raw, scale, zero, values, count);
+    default:
+      std::fill_n(values, count, AUVXComplex(0, 0, 0));
+  }
 }
 
 template class AArray<AUVXComplex>;

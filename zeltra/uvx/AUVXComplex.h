@@ -27,7 +27,7 @@ struct ZELTRA_API AUVXComplex {
       : re(static_cast<float>(real)), im(static_cast<float>(imag)), weight(static_cast<float>(w)) {}
   /// Read 12 bytes at the current position of `file`; all zero if they are not there.
   explicit AUVXComplex(AFile& file);
-  /// Decode three FITS values at the current position, scaled by BSCALE and BZERO.
+  /// Decode three FITS values at the current position: see DecodeFITSValues. Weight 0 if they are not there.
   explicit AUVXComplex(AFITS& fits);
 
   double Re() const { return re; }
@@ -59,6 +59,10 @@ static_assert(offsetof(AUVXComplex, re) == 0 && offsetof(AUVXComplex, im) == 4 &
 
 /// Widen the ranges of re, im and weight by `count` complexes, in their order: see TMnMx::check.
 ZELTRA_API void CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range);
+
+/// Decode `count` complexes, three FITS values each, from `raw`, and scale them by BSCALE and BZERO. Every BITPIX is
+/// understood (8, 16, 32, 64, -32, -64); of another one all values become 0 with weight 0.
+ZELTRA_API void DecodeFITSValues(const AFITS& fits, const char* raw, AUVXComplex* values, int64 count);
 
 ZELTRA_EXPORT_TEMPLATE(AArray<AUVXComplex>);
 

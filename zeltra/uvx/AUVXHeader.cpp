@@ -3,8 +3,13 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstring>
+#include <limits>
 
+#include "zeltra/core/JulianDate.h"
+#include "zeltra/core/Text.h"
+#include "zeltra/fits/AFITS.h"
 #include "zeltra/uvx/AUVXFile.h"
 
 namespace zeltra {
@@ -15,6 +20,13 @@ static_assert(std::bit_cast<uint64_t>(kFarAway) == 0x47D2CED32A16A1B1);
 
 int ReadAt(AUVXFile& uvx, int offset, void* buf, int n) {
   return uvx.Seek(offset) && ReadWhole(*uvx.GetFile(), buf, n);
+}
+
+/// Value of an axis, counted from 1, at a pixel counted from 1.
+double ValueAtPixel(AFITSmain& header, int axis, int pixel) {
+  AMatrix<double>& axes = header.axes();
+  const double value = axes(0, axis - 1), step = axes(1, axis - 1), reference = axes(2, axis - 1);
+  return value + (pixel - reference) * step;
 }
 
 int WriteAt(AUVXFile& uvx, int offset, const void* buf, int n) {
@@ -51,6 +63,17 @@ AUVXStokes::AUVXStokes(ABFile& file) : AUVXStokes() {
   Load(file);
 }
 
+AUVXStokes::AUVXStokes(AFITS& fits) : AUVXStokes() {
+  AFITSmain* header = fits.main();
+  const int axis = header ? header->FindAxis("STOKES") : 0;
+  if (axis == 0) return;
+  SetCount(std::min(header->AxisLength(axis), kLargestCount));
+  for (int i = 0; i < count(); ++i) {
+    const double code = ValueAtPixel(*header, axis, i + 1);
+    if (std::abs(code) <= std::numeric_limits<int16_t>::max()) codes_[i] = static_cast<int>(code);
+  }
+}
+
 int AUVXStokes::FindStokes(int code, int& index) const {
   const auto* end = codes_ + count_;
   const auto* found = std::find_if(codes_, end, [code](AUVXStokesCode stored) { return stored == code; });
@@ -85,6 +108,22 @@ AUVXHeader::AUVXHeader() {
 
 AUVXHeader::AUVXHeader(AUVXFile& uvx) {
   if (!ReadAt(uvx, AUVXFile::UVX_OFS_HEADER(), this, sizeof *this)) *this = AUVXHeader();
+}
+
+AUVXHeader::AUVXHeader(AFITS& fits) : AUVXHeader() {
+  AFITSmain* header = fits.main();
+  if (!header) return;
+  info.count = header->gcount();
+  info.epoch = header->epoch();
+  info.dateObs = JulianDateOf(header->dateObs());
+  SetFieldText(info.bunit, sizeof info.bunit, header->bunit());
+  SetFieldText(info.observer, sizeof info.observer, header->observer());
+  SetFieldText(info.telescope, sizeof info.telescope, header->instrume());
+  range.init();
+  stokes = AUVXStokes(fits);
+  IFs = fits.IFs();
+  channels = fits.Channels();
+  if (const int axis = header->FindAxis("FREQ")) freq0 = ValueAtPixel(*header, axis, 1);
 }
 
 int AUVXHeader::store(AUVXFile& uvx) {

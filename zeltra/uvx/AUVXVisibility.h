@@ -82,10 +82,6 @@ class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
   int stokes_ = 0;
 };
 
-/// Decode `count` complexes, three FITS values each, from `raw`, and scale them by BSCALE and BZERO. Every BITPIX is
-/// understood (8, 16, 32, 64, -32, -64); of another one all values become 0 with weight 0.
-ZELTRA_API void DecodeFITSValues(AFITS& fits, const char* raw, AUVXComplex* values, int64 count);
-
 }  // namespace zeltra
 
 #endif  // ZELTRA_UVX_AUVXVISIBILITY_H_
