@@ -1,0 +1,319 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/SyntheticFITS.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/fits/AFITS.h"
+
+namespace zeltra {
+namespace {
+
+using test::SyntheticCard;
+using test::SyntheticFITS;
+using test::SyntheticTable;
+using test::TempFile;
+
+// An AFITS on bytes, headers read.
+struct ReadFITS {
+  explicit ReadFITS(const std::string& bytes) {
+    temp.Put(bytes);
+    EXPECT_TRUE(fits.Open(temp.path()));
+    result = fits.ReadHeaders();
+  }
+  explicit ReadFITS(const SyntheticFITS& made) : ReadFITS(made.Bytes()) {}
+  AFITSmain& main() { return *fits.main(); }
+
+  TempFile temp{"fits"};
+  AFITS fits;
+  int result = 0;
+};
+
+// 4 polarisations, 2 IFs, 1 channel: groups of 4 x (6 + 24) bytes.
+SyntheticFITS Plain(int groups = 100) {
+  SyntheticFITS fits = SyntheticFITS::UV(4, 2, 1);
+  fits.Groups(
+      groups, [](int group, int parameter) { return group * 10 + parameter; },
+      [](int group, int element) { return group + element / 64.0; });
+  return fits;
+}
+
+SyntheticTable FrequencyTable(const std::string& name = "AIPS FQ") {
+  return SyntheticTable(name).Column("FRQSEL", "1J").Column("IF FREQ", "2D", "HZ").Row({1, {0, 8e6}});
+}
+
+TEST(FITSHeader, LocatesDataAndNextHeader) {
+  ReadFITS file(Plain());
+  ASSERT_TRUE(file.result);
+  AFITSmain& header = file.main();
+  EXPECT_EQ(header.naxis(), 7);
+  EXPECT_EQ(header.AxisLength(1), 0);
+  EXPECT_EQ(header.AxisLength(3), 4);
+  EXPECT_EQ(header.AxisLength(8), 0);
+  EXPECT_EQ(header.groupBytes(), 120);
+  EXPECT_EQ(header.valueBytes(), -4);
+  EXPECT_EQ(header.headerStart(), 0);
+  EXPECT_EQ(header.headerEnd() % 80, 0);
+  EXPECT_EQ(header.dataStart(), (header.headerEnd() + 2879) / 2880 * 2880);
+  EXPECT_EQ(header.nextHeader(), header.dataStart() + 14400);
+  EXPECT_EQ(header.nextHeader(), file.fits.file()->GetFileSize());
+  EXPECT_FALSE(header.SeekToNext()) << "the file ends with the data";
+  EXPECT_EQ(file.fits.tables().count(), 0);
+
+  EXPECT_EQ(file.fits.GetRecords(), 100);
+  EXPECT_EQ(file.fits.Stokes(), 4);
+  EXPECT_EQ(file.fits.IFs(), 2);
+  EXPECT_EQ(file.fits.Channels(), 1);
+}
+
+TEST(FITSHeader, KeepsTheValuesOfAxesParametersAndTexts) {
+  ReadFITS file(Plain().Scale(0.5, 3).ReplaceCard("CROTA4", SyntheticCard("CROTA4", 12.5)));
+  ASSERT_TRUE(file.result);
+  AFITSmain& header = file.main();
+  EXPECT_EQ(header.FindAxis("FREQ"), 4);
+  EXPECT_EQ(header.ctype(4), "FREQ");
+  EXPECT_EQ(header.axes()(0, 3), 1.4e9);
+  EXPECT_EQ(header.axes()(1, 3), 1e6);
+  EXPECT_EQ(header.axes()(2, 3), 1);
+  EXPECT_EQ(header.axes()(3, 3), 12.5);
+  EXPECT_EQ(header.Parameters(), 6);
+  EXPECT_EQ(header.ptype(3), "BASELINE");
+  EXPECT_EQ(header.pscal(4), 1);
+  EXPECT_EQ(header.pzero(4), 2450000.5);
+  EXPECT_EQ(header.bscale(), 0.5);
+  EXPECT_EQ(header.bzero(), 3);
+  EXPECT_EQ(header.epoch(), 2000);
+  EXPECT_EQ(header.object(), "3C273");
+  EXPECT_EQ(header.instrume(), "VLBA");
+  EXPECT_EQ(header.observer(), "BG001");
+  EXPECT_EQ(header.dateObs(), "1995-10-10");
+  EXPECT_EQ(header.bunit(), "JY");
+}
+
+TEST(FITSHeader, GivesAbsentCardsTheirDefaults) {
+  ReadFITS file(Plain()
+                    .ReplaceCard("EPOCH", "")
+                    .ReplaceCard("PSCAL2", "")
+                    .ReplaceCard("PZERO5", "")
+                    .ReplaceCard("CTYPE5", "")
+                    .ReplaceCard("GCOUNT", ""));
+  ASSERT_TRUE(file.result);
+  AFITSmain& header = file.main();
+  EXPECT_EQ(header.epoch(), 0);
+  EXPECT_EQ(header.bscale(), 1);
+  EXPECT_EQ(header.bzero(), 0);
+  EXPECT_EQ(header.pscal(1), 1);
+  EXPECT_EQ(header.pzero(4), 0);
+  EXPECT_EQ(header.ctype(5), "");
+  EXPECT_EQ(file.fits.IFs(), 0);
+  EXPECT_EQ(file.fits.GetRecords(), 0);
+  EXPECT_EQ(header.nextHeader(), header.dataStart()) << "without GCOUNT there is no data";
+}
+
+TEST(FITSHeader, IgnoresIndicesBeyondTheArrays) {
+  SyntheticFITS fits = Plain();
+  for (const char* keyword : {"NAXIS", "CTYPE", "CRVAL", "CDELT", "CRPIX", "CROTA", "PTYPE", "PSCAL", "PZERO"}) {
+    for (const char* index : {"0", "8", "999"}) fits.Card(std::string(keyword) + index, 5);
+    fits.RawCard(std::string(keyword) + "   = 3");
+  }
+  EXPECT_TRUE(ReadFITS(fits.Bytes()).result);
+  // Cards that come before the count that sizes their array.
+  fits.ReplaceCard("SIMPLE", "PTYPE1  = 'UU'").ReplaceCard("BITPIX", "CRVAL1  = 5");
+  ReadFITS early(fits);
+  ASSERT_TRUE(early.result);
+  EXPECT_EQ(early.main().ptype(0), "UU--");
+}
+
+TEST(FITSHeader, ZeroFirstAxisIsSkippedAndALaterOneEmptiesTheGroup) {
+  const std::string huge = SyntheticCard("NAXIS3", 2147483647);
+  ReadFITS empty(Plain()
+                     .ReplaceCard("NAXIS2", SyntheticCard("NAXIS2", 2147483647))
+                     .ReplaceCard("NAXIS3", huge)
+                     .ReplaceCard("NAXIS4", SyntheticCard("NAXIS4", 2147483647))
+                     .ReplaceCard("NAXIS5", SyntheticCard("NAXIS5", 0)));
+  ASSERT_TRUE(empty.result);
+  EXPECT_EQ(empty.main().groupBytes(), 24);
+  ReadFITS first(Plain().ReplaceCard("NAXIS1", SyntheticCard("NAXIS1", 2)));
+  ASSERT_TRUE(first.result);
+  EXPECT_EQ(first.main().groupBytes(), 216);
+}
+
+TEST(FITSHeader, RefusesWhatCannotBeAddressed) {
+  const struct {
+    const char* keyword;
+    double value;
+  } cases[] = {{"NAXIS", -1},          {"NAXIS", 1000},         {"NAXIS3", -4}, {"NAXIS3", 2147483647},
+               {"PCOUNT", -1},         {"PCOUNT", 2147483647},  {"GCOUNT", -1}, {"NAXIS", 99999999999.},
+               {"BITPIX", 2147483647}, {"BITPIX", -2147483648.}};
+  for (const auto& c : cases) {
+    std::string value = SyntheticCard(c.keyword, c.value);
+    EXPECT_FALSE(ReadFITS(Plain(1).ReplaceCard(c.keyword, value)).result) << value;
+  }
+  // Many groups are no reason to refuse: their place is a 64-bit number.
+  ReadFITS large(Plain(1).ReplaceCard("GCOUNT", SyntheticCard("GCOUNT", 2147483647)));
+  ASSERT_TRUE(large.result);
+  EXPECT_EQ(large.main().nextHeader(), large.main().dataStart() + (2147483647LL * 120 + 2879) / 2880 * 2880);
+  EXPECT_EQ(large.fits.tables().count(), 0);
+}
+
+TEST(FITSHeader, RefusesEveryTruncation) {
+  const std::string whole = Plain(1).Table(FrequencyTable()).Bytes();
+  ReadFITS file(whole);
+  ASSERT_TRUE(file.result);
+  ASSERT_EQ(file.fits.tables().count(), 1);
+  const auto primaryEnd = static_cast<size_t>(file.main().headerEnd());
+  const auto tableEnd = static_cast<size_t>(file.fits.tables()(0)->headerEnd());
+  for (size_t size = 0; size < whole.size(); size += 40) {
+    ReadFITS cut(whole.substr(0, size));
+    EXPECT_EQ(cut.result != 0, size >= primaryEnd) << size;
+    EXPECT_EQ(cut.fits.tables().count(), size >= tableEnd ? 1 : 0) << size;
+  }
+}
+
+TEST(FITSHeader, SurvivesFlippedBytes) {
+  const std::string whole = Plain(1).Table(FrequencyTable()).Bytes();
+  TempFile temp("fits");
+  for (size_t offset = 0; offset < whole.size(); offset += 11) {
+    std::string bytes = whole;
+    for (size_t i = offset; i < std::min(offset + 2, whole.size()); ++i) bytes[i] = static_cast<char>(bytes[i] ^ 0x18);
+    temp.Put(bytes);
+    AFITS fits;
+    ASSERT_TRUE(fits.Open(temp.path()));
+    fits.ReadHeaders();
+    fits.Stokes();
+    for (int i = 0; i < fits.tables().count(); ++i) {
+      AFITSxtbl& table = *fits.tables()(i);
+      table.AllocData();
+      for (int column = 0; column < 5; ++column) table.asString(1, column), table.asStringName(column);
+    }
+  }
+}
+
+TEST(FITSHeader, ReadsThousandsOfCardsAndStopsAfterEND) {
+  SyntheticFITS fits = Plain(1);
+  for (int i = 0; i < 5025; ++i) fits.RawCard("HISTORY AIPS   line \xE9\n" + std::to_string(i));
+  TempFile temp("fits");
+  temp.Put(fits.Bytes());
+  AFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), AFile::Binary));
+  AFITSmain header(&file);
+  ASSERT_TRUE(header.ReadHeader());
+  EXPECT_EQ(file.Tell(), header.headerEnd());
+  const std::string bytes = fits.Bytes();
+  EXPECT_EQ(bytes.substr(static_cast<size_t>(header.headerEnd()) - 80, 4), "END ");
+}
+
+TEST(FITSWalk, FindsExtensionsInFileOrder) {
+  ReadFITS file(Plain()
+                    .Table(FrequencyTable("AIPS NX"))
+                    .Table(FrequencyTable().Heap(std::string(5000, 'h')))
+                    .Table(SyntheticTable("AIPS AN", "A3DTABLE").Column("ANNAME", "8A"))
+                    .Append(std::string(100, 'j')));
+  ASSERT_TRUE(file.result);
+  ASSERT_EQ(file.fits.tables().count(), 3) << "the junk at the end is no header";
+  EXPECT_EQ(file.fits.HasExtTable("FQ"), file.fits.tables()(1));
+  EXPECT_EQ(file.fits.HasExtTable("AIPS"), file.fits.tables()(0));
+  EXPECT_EQ(file.fits.HasExtTable("FQX"), nullptr);
+  EXPECT_EQ(file.fits.tables()(1)->pcount(), 5000);
+  EXPECT_EQ(file.fits.tables()(1)->Parameters(), 999);
+  EXPECT_EQ(file.fits.tables()(2)->extname(), "AIPS AN");
+  EXPECT_EQ(file.fits.tables()(2)->nextHeader(), file.fits.file()->GetFileSize() - 100);
+}
+
+TEST(FITSWalk, EndsAtAnExtensionThatCannotBeRead) {
+  const SyntheticFITS whole = Plain().Table(FrequencyTable()).Table(FrequencyTable("AIPS SU")).Table(FrequencyTable());
+  for (const char* card : {"TFIELDS = 1000", "TFIELDS = -1", "GCOUNT  = -5", "NAXIS2  = -1", "PCOUNT  = -2880"}) {
+    SyntheticFITS damaged = whole;
+    const std::string keyword = std::string(card).substr(0, std::string(card).find(' '));
+    // The primary header has all of these but TFIELDS, so that the second table's is one further.
+    damaged.ReplaceCard(keyword, card, keyword == "TFIELDS" ? 1 : 2);
+    ReadFITS file(damaged);
+    EXPECT_TRUE(file.result) << card;
+    EXPECT_EQ(file.fits.tables().count(), 1) << card;
+  }
+}
+
+TEST(FITSOpen, FailsCleanly) {
+  AFITS fits;
+  EXPECT_FALSE(fits.ReadHeaders());
+  EXPECT_FALSE(fits.SeekToGroup(0));
+  EXPECT_EQ(fits.GetRecords() + fits.Stokes() + fits.IFs() + fits.Channels(), 0);
+  EXPECT_EQ(fits.ReadAndTransform(), 1e38);
+  EXPECT_FALSE(fits.Open("/no/such/folder/file.fits"));
+  EXPECT_EQ(fits.file(), nullptr);
+  EXPECT_FALSE(fits.ReadHeaders());
+
+  TempFile temp("fits");
+  temp.Put(Plain().Table(FrequencyTable()).Bytes());
+  ASSERT_TRUE(fits.Open(temp.path()));
+  ASSERT_TRUE(fits.ReadHeaders());
+  ASSERT_TRUE(fits.Open(temp.path())) << "an object can be opened again";
+  ASSERT_TRUE(fits.ReadHeaders());
+  EXPECT_EQ(fits.tables().count(), 1);
+}
+
+TEST(FITSValues, AreReadUnscaledAtTheirGroup) {
+  for (const int bitpix : {16, 32, -32}) {
+    SyntheticFITS made = Plain(3).Bitpix(bitpix);
+    if (bitpix > 0) made.Scale(1.0 / 64, -2);
+    ReadFITS file(made.ReplaceCard("PZERO5", ""));
+    ASSERT_TRUE(file.result);
+    ASSERT_TRUE(file.fits.SeekToGroup(2));
+    EXPECT_EQ(file.fits.ReadAndTransform(), 20) << bitpix;
+    EXPECT_EQ(file.fits.ReadAndTransform(), 21) << bitpix;
+    ASSERT_TRUE(file.fits.SeekToVis(2));
+    EXPECT_EQ(file.fits.ReadAndTransform(), bitpix > 0 ? 256 : 2) << bitpix;
+    EXPECT_EQ(file.fits.ReadAndTransform(), bitpix > 0 ? 257 : 2 + 1 / 64.0) << bitpix;
+    EXPECT_FALSE(file.fits.SeekToGroup(-1));
+    file.fits.file()->Seek(file.fits.file()->GetFileSize());
+    EXPECT_EQ(file.fits.ReadAndTransform(), 1e38);
+  }
+  SyntheticFITS negative = Plain(1).Bitpix(16);
+  negative.Groups(
+      1, [](int, int) { return -2; }, [](int, int) { return -3; });
+  ReadFITS file(negative.ReplaceCard("PZERO5", ""));
+  ASSERT_TRUE(file.fits.SeekToGroup(0));
+  EXPECT_EQ(file.fits.ReadAndTransform(), -2);
+}
+
+TEST(FITSValues, OfUnsupportedSizesAreSteppedOver) {
+  ReadFITS wide(Plain(1).Bitpix(-64));
+  ASSERT_TRUE(wide.fits.SeekToGroup(0));
+  const int64 start = wide.fits.file()->Tell();
+  EXPECT_EQ(wide.fits.ReadAndTransform(), 1e38);
+  EXPECT_EQ(wide.fits.file()->Tell(), start + 8);
+  for (const char* card : {"BITPIX  = 8", "BITPIX  = 0", "BITPIX  = 4096"}) {
+    ReadFITS other(Plain(1).ReplaceCard("BITPIX", card));
+    ASSERT_TRUE(other.fits.SeekToGroup(0));
+    EXPECT_EQ(other.fits.ReadAndTransform(), 1e38) << card;
+  }
+}
+
+TEST(FITSRealFiles, AreWalkedToTheirEnd) {
+  const struct {
+    const char* name;
+    int groups, stokes, ifs, channels, tables;
+  } files[] = {{"mojave.uvfits", 3150, 4, 2, 1, 3},
+               {"j0414_a3dtable.uvfits", 515, 1, 8, 16, 2},
+               {"eht_m87_095_hi.uvfits", 6458, 4, 0, 1, 2},
+               {"sgra_simulated.uvfits", 714, 4, 1, 1, 2},
+               {"hera_su_1024ch.uvfits", 132, 2, 1, 1024, 3}};
+  for (const auto& expected : files) {
+    const std::string path = std::string(ZELTRA_SHARED_DATA) + "/" + expected.name;
+    if (!PathExists(path)) GTEST_SKIP() << path << " is not there";
+    AFITS fits;
+    ASSERT_TRUE(fits.Open(path));
+    ASSERT_TRUE(fits.ReadHeaders());
+    EXPECT_EQ(fits.GetRecords(), expected.groups) << path;
+    EXPECT_EQ(fits.Stokes(), expected.stokes) << path;
+    EXPECT_EQ(fits.IFs(), expected.ifs) << path;
+    EXPECT_EQ(fits.Channels(), expected.channels) << path;
+    ASSERT_EQ(fits.tables().count(), expected.tables) << path;
+    EXPECT_EQ(fits.tables()(expected.tables - 1)->nextHeader(), fits.file()->GetFileSize()) << path;
+    EXPECT_NE(fits.HasExtTable("AIPS AN"), nullptr) << path;
+  }
+}
+
+}  // namespace
+}  // namespace zeltra

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/SyntheticFITS.h"
+
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <fstream>
+#include <stdexcept>
+
+namespace zeltra::test {
+namespace {
+
+constexpr size_t kCard = 80;
+constexpr size_t kBlock = 2880;
+
+std::string RawCardText(std::string card) {
+  card.resize(kCard, ' ');
+  return card;
+}
+
+std::string LogicalCard(const std::string& keyword) {
+  std::string card = SyntheticCard(keyword, 0);
+  card[29] = 'T';
+  return card;
+}
+
+void PadTo(std::string& bytes, char filler) {
+  bytes.resize((bytes.size() + kBlock - 1) / kBlock * kBlock, filler);
+}
+
+std::string Finished(std::string header) {
+  header += RawCardText("END");
+  PadTo(header, ' ');
+  return header;
+}
+
+// The low `width` bytes of `bits`, the most significant first.
+void AppendBits(std::string& bytes, std::uint64_t bits, int width) {
+  for (int i = width - 1; i >= 0; --i) bytes += static_cast<char>(bits >> (8 * i) & 0xFF);
+}
+
+// A number in the form of a BITPIX value.
+void AppendNumber(std::string& bytes, double number, int bitpix) {
+  if (bitpix == -32) return AppendBits(bytes, std::bit_cast<std::uint32_t>(static_cast<float>(number)), 4);
+  if (bitpix == -64) return AppendBits(bytes, std::bit_cast<std::uint64_t>(number), 8);
+  AppendBits(bytes, static_cast<std::uint64_t>(std::llround(number)), bitpix / 8);
+}
+
+struct Form {
+  int repeat = 1;  // what a bare letter stands for
+  char letter = 0;
+
+  explicit Form(const std::string& tform) {
+    const auto rest = std::from_chars(tform.data(), tform.data() + tform.size(), repeat).ptr;
+    letter = *rest;
+  }
+  // Numbers in an element, and the BITPIX of each.
+  int Parts() const { return letter == 'C' || letter == 'M' || letter == 'P' ? 2 : 1; }
+  int Bitpix() const {
+    switch (letter) {
+      case 'L':
+      case 'B':
+        return 8;
+      case 'I':
+        return 16;
+      case 'J':
+      case 'P':
+        return 32;
+      case 'K':
+        return 64;
+      case 'E':
+      case 'C':
+        return -32;
+      case 'D':
+      case 'M':
+        return -64;
+      default:
+        throw std::logic_error("no such field letter");
+    }
+  }
+  size_t Bytes() const {
+    if (letter == 'A') return static_cast<size_t>(repeat);
+    if (letter == 'X') return static_cast<size_t>(repeat + 7) / 8;
+    return static_cast<size_t>(repeat * Parts() * std::abs(Bitpix()) / 8);
+  }
+};
+
+void AppendCell(std::string& bytes, const Form& form, const SyntheticCell& cell) {
+  const auto number = [&cell](size_t i) { return i < cell.numbers.size() ? cell.numbers[i] : 0.0; };
+  if (form.letter == 'A') {
+    std::string text = cell.text;
+    text.resize(form.Bytes(), ' ');
+    bytes += text;
+  } else if (form.letter == 'X') {
+    AppendBits(bytes, static_cast<std::uint64_t>(number(0)), static_cast<int>(form.Bytes()));
+  } else {
+    for (int i = 0; i < form.repeat * form.Parts(); ++i) {
+      AppendNumber(bytes, number(static_cast<size_t>(i)), form.Bitpix());
+    }
+  }
+}
+
+size_t FindCard(const std::string& bytes, std::string keyword, int occurrence) {
+  keyword.resize(8, ' ');
+  for (size_t at = 0; at < bytes.size(); at += kCard) {
+    if (bytes.compare(at, 8, keyword) == 0 && occurrence-- == 0) return at;
+  }
+  throw std::logic_error("no card " + keyword);
+}
+
+}  // namespace
+
+std::string SyntheticCard(const std::string& keyword, const std::string& text) {
+  std::string card = keyword;
+  card.resize(8, ' ');
+  std::string padded = text;
+  if (padded.size() < 8) padded.resize(8, ' ');
+  return RawCardText(card + "= '" + padded + "'");
+}
+
+std::string SyntheticCard(const std::string& keyword, double number) {
+  char text[32];
+  std::string value(text, std::to_chars(text, text + sizeof text, number).ptr);
+  for (char& c : value) c = c == 'e' ? 'E' : c;
+  std::string card = keyword;
+  card.resize(8, ' ');
+  card += "= ";
+  card.resize(value.size() < 20 ? 30 - value.size() : 10, ' ');
+  return RawCardText(card + value);
+}
+
+SyntheticTable::SyntheticTable(std::string extname, std::string xtension)
+    : extname_(std::move(extname)), xtension_(std::move(xtension)) {}
+
+SyntheticTable& SyntheticTable::Column(const std::string& ttype, const std::string& tform, const std::string& tunit) {
+  fields_.push_back({ttype, tform, tunit});
+  return *this;
+}
+
+SyntheticTable& SyntheticTable::Card(const std::string& keyword, const std::string& text) {
+  return RawCard(SyntheticCard(keyword, text));
+}
+
+SyntheticTable& SyntheticTable::Card(const std::string& keyword, double number) {
+  return RawCard(SyntheticCard(keyword, number));
+}
+
+SyntheticTable& SyntheticTable::RawCard(const std::string& card) {
+  cards_ += RawCardText(card);
+  return *this;
+}
+
+SyntheticTable& SyntheticTable::Row(const std::vector<SyntheticCell>& cells) {
+  if (cells.size() != fields_.size()) throw std::logic_error("a row needs one cell a column");
+  for (size_t i = 0; i < cells.size(); ++i) AppendCell(rows_, Form(fields_[i].tform), cells[i]);
+  ++rowCount_;
+  return *this;
+}
+
+SyntheticTable& SyntheticTable::Heap(const std::string& bytes) {
+  heap_ = bytes;
+  return *this;
+}
+
+std::string SyntheticTable::Bytes() const {
+  size_t rowBytes = 0;
+  for (const Field& field : fields_) rowBytes += Form(field.tform).Bytes();
+  std::string header = SyntheticCard("XTENSION", xtension_) + SyntheticCard("BITPIX", 8) + SyntheticCard("NAXIS", 2) +
+                       SyntheticCard("NAXIS1", static_cast<double>(rowBytes)) + SyntheticCard("NAXIS2", rowCount_) +
+                       SyntheticCard("PCOUNT", static_cast<double>(heap_.size())) + SyntheticCard("GCOUNT", 1) +
+                       SyntheticCard("TFIELDS", static_cast<double>(fields_.size())) +
+                       SyntheticCard("EXTNAME", extname_) + SyntheticCard("EXTVER", 1);
+  for (size_t i = 0; i < fields_.size(); ++i) {
+    const std::string index = std::to_string(i + 1);
+    header += SyntheticCard("TTYPE" + index, fields_[i].ttype) + SyntheticCard("TFORM" + index, fields_[i].tform) +
+              SyntheticCard("TUNIT" + index, fields_[i].tunit);
+  }
+  std::string data = rows_ + heap_;
+  PadTo(data, '\0');
+  return Finished(header + cards_) + data;
+}
+
+SyntheticFITS SyntheticFITS::UV(int stokes, int ifs, int channels) {
+  SyntheticFITS fits;
+  fits.Axis("COMPLEX", 3).Axis("STOKES", stokes, -1, -1).Axis("FREQ", channels, 1.4e9, 1e6).Axis("IF", ifs);
+  fits.Axis("RA", 1, 187.5).Axis("DEC", 1, 12.25);
+  fits.Parameter("UU--").Parameter("VV--").Parameter("WW--").Parameter("BASELINE");
+  fits.Parameter("DATE", 1, 2450000.5).Parameter("DATE");
+  fits.Card("OBJECT", "3C273").Card("TELESCOP", "VLBA").Card("INSTRUME", "VLBA").Card("OBSERVER", "BG001");
+  fits.Card("DATE-OBS", "1995-10-10").Card("BUNIT", "JY").Card("EPOCH", 2000);
+  return fits;
+}
+
+SyntheticFITS& SyntheticFITS::Bitpix(int bitpix) {
+  bitpix_ = bitpix;
+  return *this;
+}
+
+SyntheticFITS& SyntheticFITS::Scale(double bscale, double bzero) {
+  isScaled_ = true;
+  bscale_ = bscale;
+  bzero_ = bzero;
+  return *this;
+}
+
+SyntheticFITS& SyntheticFITS::Axis(const std::string& ctype, int length, double crval, double cdelt, double crpix,
+                                   double crota) {
+  axes_.push_back({ctype, length, {crval, cdelt, crpix, crota}});
+  return *this;
+}
+
+SyntheticFITS& SyntheticFITS::Parameter(const std::string& ptype, double pscal, double pzero) {
+  parameters_.push_back({ptype, pscal, pzero});
+  return *this;
+}
+
+SyntheticFITS& SyntheticFITS::Groups(int count, ParameterFunction parameter, ValueFunction value) {
+  groups_ = count;
+  parameter_ = std::move(parameter);
+  value_ = std::move(value);
+  return *this;
+}
+
+SyntheticFITS& SyntheticFITS::Card(const std::string& keyword, const std::string& text) {
+  return RawCard(SyntheticCard(keyword, text));
+}
+
+SyntheticFITS& SyntheticFITS::Card(const std::string& keyword, double number) {
+  return RawCard(SyntheticCard(keyword, number));
+}
+
+SyntheticFITS& SyntheticFITS::RawCard(const std::string& card) {
+  cards_ += RawCardText(card);
+  return *this;
+}
+
+SyntheticFITS& SyntheticFITS::Table(const SyntheticTable& table) {
+  tables_ += table.Bytes();
+  return *this;
+}
+
+SyntheticFITS& SyntheticFITS::Damage(std::function<void(std::string&)> damage) {
+  damages_.push_back(std::move(damage));
+  return *this;
+}
+
+SyntheticFITS& SyntheticFITS::Truncate(size_t size) {
+  return Damage([size](std::string& bytes) { bytes.resize(std::min(size, bytes.size())); });
+}
+
+SyntheticFITS& SyntheticFITS::Flip(size_t offset, unsigned char mask) {
+  return Damage([offset, mask](std::string& bytes) { bytes.at(offset) = static_cast<char>(bytes.at(offset) ^ mask); });
+}
+
+SyntheticFITS& SyntheticFITS::ReplaceCard(const std::string& keyword, const std::string& card, int occurrence) {
+  return Damage([keyword, card, occurrence](std::string& bytes) {
+    bytes.replace(FindCard(bytes, keyword, occurrence), kCard, RawCardText(card));
+  });
+}
+
+SyntheticFITS& SyntheticFITS::Append(const std::string& tail) {
+  return Damage([tail](std::string& bytes) { bytes += tail; });
+}
+
+std::string SyntheticFITS::Header() const {
+  std::string header = LogicalCard("SIMPLE") + SyntheticCard("BITPIX", bitpix_) +
+                       SyntheticCard("NAXIS", static_cast<double>(axes_.size() + 1)) + SyntheticCard("NAXIS1", 0);
+  for (size_t i = 0; i < axes_.size(); ++i) {
+    header += SyntheticCard("NAXIS" + std::to_string(i + 2), axes_[i].length);
+  }
+  header += LogicalCard("EXTEND") + LogicalCard("GROUPS") +
+            SyntheticCard("PCOUNT", static_cast<double>(parameters_.size())) + SyntheticCard("GCOUNT", groups_);
+  if (isScaled_) header += SyntheticCard("BSCALE", bscale_) + SyntheticCard("BZERO", bzero_);
+  const char* axisKeywords[] = {"CRVAL", "CDELT", "CRPIX", "CROTA"};
+  for (size_t i = 0; i < axes_.size(); ++i) {
+    if (axes_[i].ctype.empty()) continue;
+    const std::string index = std::to_string(i + 2);
+    header += SyntheticCard("CTYPE" + index, axes_[i].ctype);
+    for (size_t k = 0; k < 4; ++k) header += SyntheticCard(axisKeywords[k] + index, axes_[i].values[k]);
+  }
+  for (size_t i = 0; i < parameters_.size(); ++i) {
+    const std::string index = std::to_string(i + 1);
+    header += SyntheticCard("PTYPE" + index, parameters_[i].ptype) +
+              SyntheticCard("PSCAL" + index, parameters_[i].pscal) +
+              SyntheticCard("PZERO" + index, parameters_[i].pzero);
+  }
+  return Finished(header + cards_);
+}
+
+std::string SyntheticFITS::Data() const {
+  std::string data;
+  int elements = 1;
+  for (const AxisCards& axis : axes_) elements *= axis.length;
+  for (int group = 0; group < groups_; ++group) {
+    for (size_t i = 0; i < parameters_.size(); ++i) {
+      const double value = parameter_(group, static_cast<int>(i));
+      AppendNumber(data, (value - parameters_[i].pzero) / parameters_[i].pscal, bitpix_);
+    }
+    for (int i = 0; i < elements; ++i) AppendNumber(data, (value_(group, i) - bzero_) / bscale_, bitpix_);
+  }
+  PadTo(data, '\0');
+  return data;
+}
+
+std::string SyntheticFITS::Bytes() const {
+  std::string bytes = Header() + Data() + tables_;
+  for (const auto& damage : damages_) damage(bytes);
+  return bytes;
+}
+
+void SyntheticFITS::WriteTo(const std::string& path) const {
+  const std::string bytes = Bytes();
+  std::ofstream file(path, std::ios::binary);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!file.flush()) throw std::runtime_error("cannot write " + path);
+}
+
+}  // namespace zeltra::test

@@ -1,0 +1,138 @@
+// FITS files made in memory, whole or damaged.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_TESTS_SUPPORT_SYNTHETICFITS_H_
+#define ZELTRA_TESTS_SUPPORT_SYNTHETICFITS_H_
+
+#include <cstddef>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace zeltra::test {
+
+/// The content of one field of one row: numbers, or text for a field of letter A. What is missing is zero or blank.
+struct SyntheticCell {
+  template <typename Number>
+  requires std::is_arithmetic_v<Number> SyntheticCell(Number number) : numbers{static_cast<double>(number)} {}
+  SyntheticCell(std::initializer_list<double> list) : numbers(list) {}
+  SyntheticCell(std::vector<double> list) : numbers(std::move(list)) {}
+  SyntheticCell(std::string content) : text(std::move(content)) {}
+  SyntheticCell(const char* content) : text(content) {}
+
+  std::vector<double> numbers;
+  std::string text;
+};
+
+/// An extension table:
+///   SyntheticTable("AIPS FQ").Column("FRQSEL", "1J").Column("IF FREQ", "2D", "HZ").Card("NO_IF", 2).Row({1, {0.,
+///   8e6}})
+class SyntheticTable {
+ public:
+  explicit SyntheticTable(std::string extname, std::string xtension = "BINTABLE");
+
+  /// A field of letter L, X, B, I, J, K, A, E, D, C, M or P. Its TUNIT card is written even if the unit is empty.
+  SyntheticTable& Column(const std::string& ttype, const std::string& tform, const std::string& tunit = "");
+  /// A card after those of the columns.
+  SyntheticTable& Card(const std::string& keyword, const std::string& text);
+  SyntheticTable& Card(const std::string& keyword, double number);
+  SyntheticTable& RawCard(const std::string& card);
+  /// One cell a column; bits of an X field are given as one number, most significant byte first.
+  SyntheticTable& Row(const std::vector<SyntheticCell>& cells);
+  /// Bytes after the rows, counted by PCOUNT.
+  SyntheticTable& Heap(const std::string& bytes);
+
+  std::string Bytes() const;
+
+ private:
+  struct Field {
+    std::string ttype, tform, tunit;
+  };
+
+  std::string extname_;
+  std::string xtension_;
+  std::vector<Field> fields_;
+  std::string cards_;
+  std::string rows_;
+  std::string heap_;
+  int rowCount_ = 0;
+};
+
+/// A random-groups UV FITS file:
+///   SyntheticFITS::UV(4, 2, 16).Groups(100, parameter, value).Table(fq).Bytes()
+/// Verbs that damage the file act on its finished bytes, in the order of the calls.
+class SyntheticFITS {
+ public:
+  /// Physical value of random parameter `parameter` (from 0) of group `group` (from 0).
+  using ParameterFunction = std::function<double(int group, int parameter)>;
+  /// Physical value of element `element` (from 0) of the data array of a group, first axis fastest.
+  using ValueFunction = std::function<double(int group, int element)>;
+
+  /// The usual axes COMPLEX (3), STOKES (-1, -2, ...), FREQ (1.4 GHz, 1 MHz), IF, RA, DEC, and parameters UU--, VV--,
+  /// WW--, BASELINE, DATE (PZERO 2450000.5), DATE; BITPIX -32; the usual cards; no groups yet.
+  static SyntheticFITS UV(int stokes, int ifs, int channels);
+
+  /// 8, 16, 32, -32 (the default) or -64.
+  SyntheticFITS& Bitpix(int bitpix);
+  /// Write BSCALE and BZERO: stored values are (value - bzero) / bscale.
+  SyntheticFITS& Scale(double bscale, double bzero);
+  /// The next axis; NAXIS1 = 0 comes before the first. An empty `ctype` gets a length and no other cards.
+  SyntheticFITS& Axis(const std::string& ctype, int length, double crval = 1, double cdelt = 1, double crpix = 1,
+                      double crota = 0);
+  /// The next random parameter: stored values are (value - pzero) / pscal.
+  SyntheticFITS& Parameter(const std::string& ptype, double pscal = 1, double pzero = 0);
+  SyntheticFITS& Groups(int count, ParameterFunction parameter, ValueFunction value);
+  /// A card after those of the axes and parameters.
+  SyntheticFITS& Card(const std::string& keyword, const std::string& text);
+  SyntheticFITS& Card(const std::string& keyword, double number);
+  SyntheticFITS& RawCard(const std::string& card);
+  SyntheticFITS& Table(const SyntheticTable& table);
+
+  SyntheticFITS& Truncate(size_t size);
+  SyntheticFITS& Flip(size_t offset, unsigned char mask = 0xFF);
+  /// Put `card` in place of the card of this keyword, the `occurrence`-th of the file (from 0). It is padded with
+  /// blanks, so that an empty text removes the card. Throws if there is no such card: nothing would be tested.
+  SyntheticFITS& ReplaceCard(const std::string& keyword, const std::string& card, int occurrence = 0);
+  SyntheticFITS& Append(const std::string& bytes);
+
+  std::string Bytes() const;
+  void WriteTo(const std::string& path) const;
+
+ private:
+  struct AxisCards {
+    std::string ctype;
+    int length;
+    double values[4];
+  };
+  struct ParameterCards {
+    std::string ptype;
+    double pscal;
+    double pzero;
+  };
+
+  SyntheticFITS& Damage(std::function<void(std::string&)> damage);
+  std::string Header() const;
+  std::string Data() const;
+
+  int bitpix_ = -32;
+  bool isScaled_ = false;
+  double bscale_ = 1;
+  double bzero_ = 0;
+  std::vector<AxisCards> axes_;
+  std::vector<ParameterCards> parameters_;
+  int groups_ = 0;
+  ParameterFunction parameter_;
+  ValueFunction value_;
+  std::string cards_;
+  std::string tables_;
+  std::vector<std::function<void(std::string&)>> damages_;
+};
+
+/// A card `keyword = 'text'` or `keyword = number`, 80 characters.
+std::string SyntheticCard(const std::string& keyword, const std::string& text);
+std::string SyntheticCard(const std::string& keyword, double number);
+
+}  // namespace zeltra::test
+
+#endif  // ZELTRA_TESTS_SUPPORT_SYNTHETICFITS_H_
