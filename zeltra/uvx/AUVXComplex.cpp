@@ -2,7 +2,9 @@
 #include "zeltra/uvx/AUVXComplex.h"
 
 #include <algorithm>
-#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
 
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/fits/FITSBytesInternal.h"
@@ -11,37 +13,44 @@
 namespace zeltra {
 namespace {
 
-/// Floats of four complexes: three whole vectors of four, so that each place always holds the same kind of value.
-constexpr int kLanes = 12;
-/// Complexes looked at together: few, so that a NaN slows down its neighbours only.
-constexpr int kBlock = 256;
+/// Complexes looked at together: few, so that a NaN slows down its neighbours only, but enough to pay for the overhead.
+constexpr int64 kLargestBlock = 256, kSmallestBlock = 16;
 
-void CheckOneByOne(const AUVXComplex* values, int count, TMnMx* ranges) {
-  for (int i = 0; i < count; ++i) {
+void CheckOneByOne(const AUVXComplex* values, int64 count, TMnMx* ranges) {
+  for (int64 i = 0; i < count; ++i) {
     ranges[0].check(values[i].re);
     ranges[1].check(values[i].im);
     ranges[2].check(values[i].weight);
   }
 }
 
-/// Extremes of re, im and weight of a whole block. @return false if a NaN is among the values
-bool BlockExtremes(const AUVXComplex* values, float (&low)[3], float (&high)[3]) {
-  const float* x = &values->re;
-  float lows[kLanes], highs[kLanes];
-  int unordered[kLanes] = {};
-  std::copy_n(x, kLanes, lows);
-  std::copy_n(x, kLanes, highs);
-  for (int i = 0; i < kBlock * 3; i += kLanes) {
-    for (int lane = 0; lane < kLanes; ++lane) {
-      lows[lane] = x[i + lane] < lows[lane] ? x[i + lane] : lows[lane];
-      highs[lane] = x[i + lane] > highs[lane] ? x[i + lane] : highs[lane];
-      unordered[lane] |= x[i + lane] != x[i + lane];
+/// Extremes of re, im and weight of a block whose size is a multiple of four. @return false if a NaN is among the
+/// values
+///
+/// Four complexes are three vectors of four floats, so that each place of them always holds the same kind of value.
+bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], float (&high)[3]) {
+  using Four = float __attribute__((vector_size(16)));
+  Four x[3], lows[3], highs[3];
+  std::memcpy(x, values, sizeof x);
+  std::copy_n(x, 3, lows);
+  std::copy_n(x, 3, highs);
+  auto ordered = x[0] == x[0];
+  for (int64 i = 0; i < count; i += 4) {
+    std::memcpy(x, values + i, sizeof x);
+    for (int k = 0; k < 3; ++k) {
+      lows[k] = x[k] < lows[k] ? x[k] : lows[k];
+      highs[k] = x[k] > highs[k] ? x[k] : highs[k];
+      ordered &= x[k] == x[k];
     }
   }
-  for (int lane = 0; lane < kLanes; ++lane) {
-    if (unordered[lane]) return false;
-    low[lane % 3] = lane < 3 ? lows[lane] : std::min(low[lane % 3], lows[lane]);
-    high[lane % 3] = lane < 3 ? highs[lane] : std::max(high[lane % 3], highs[lane]);
+  if (!(ordered[0] & ordered[1] & ordered[2] & ordered[3])) return false;
+  for (int k = 0; k < 3; ++k) {
+    low[k] = high[k] = 0;
+    for (int place = k; place < 12; place += 3) {
+      const float l = lows[place / 4][place % 4], h = highs[place / 4][place % 4];
+      low[k] = place == k ? l : std::min(low[k], l);
+      high[k] = place == k ? h : std::max(high[k], h);
+    }
   }
   return true;
 }
@@ -78,7 +87,7 @@ void DecodeScaled(const char* raw, double scale, double zero, AUVXComplex* value
 AUVXComplex::AUVXComplex(AFITS& fits) : AUVXComplex(0, 0, 0) {
   char raw[3 * sizeof(double)];
   const int64 bytes = fits.main() && fits.file() ? 3 * std::abs(int64{fits.main()->valueBytes()}) : 0;
-  if (bytes > static_cast<int64>(sizeof raw) || !ReadWhole(*fits.file(), raw, bytes)) return;
+  if (bytes < 1 || bytes > static_cast<int64>(sizeof raw) || !ReadWhole(*fits.file(), raw, bytes)) return;
   DecodeFITSValues(fits, raw, this, 1);
 }
 
@@ -92,20 +101,23 @@ int AUVXComplex::store(AFile& file) {
 
 void CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range) {
   TMnMx ranges[3] = {range.re(), range.im(), range.weight()};
-  for (; count >= kBlock; values += kBlock, count -= kBlock) {
+  while (count >= kSmallestBlock) {
+    const int64 block = std::min(count, kLargestBlock) / 4 * 4;
     float low[3], high[3];
-    bool whole = BlockExtremes(values, low, high);
+    bool whole = BlockExtremes(values, block, low, high);
     for (int k = 0; k < 3 && whole; ++k) whole = !OrderMatters(ranges[k], low[k], high[k]);
-    if (!whole) {
-      CheckOneByOne(values, kBlock, ranges);
-      continue;
+    if (whole) {
+      for (int k = 0; k < 3; ++k) {
+        ranges[k].check(low[k]);
+        ranges[k].check(high[k]);
+      }
+    } else {
+      CheckOneByOne(values, block, ranges);
     }
-    for (int k = 0; k < 3; ++k) {
-      ranges[k].check(low[k]);
-      ranges[k].check(high[k]);
-    }
+    values += block;
+    count -= block;
   }
-  CheckOneByOne(values, static_cast<int>(count), ranges);
+  CheckOneByOne(values, count, ranges);
   range.re() = ranges[0];
   range.im() = ranges[1];
   range.weight() = ranges[2];
