@@ -162,12 +162,12 @@ TEST(Ranges, OfAGroupAreThoseOfItsCoordinatesAndTime) {
   group.date = 2457754.75;
   AUVXMinMax range;
   group.check(range);
-  EXPECT_EQ(range.u().minimum, double{0.1f});
-  EXPECT_EQ(range.v().maximum, -2);
-  EXPECT_EQ(range.w().maximum, -1e38);
+  EXPECT_EQ(double{range.u().minimum}, double{0.1f});
+  EXPECT_EQ(double{range.v().maximum}, -2);
+  EXPECT_EQ(double{range.w().maximum}, -1e38);
   EXPECT_TRUE(std::isnan(double{range.w().minimum}));
-  EXPECT_EQ(range.time().maximum, 2457754.75);
-  EXPECT_EQ(range.re().maximum, -1e38);
+  EXPECT_EQ(double{range.time().maximum}, 2457754.75);
+  EXPECT_EQ(double{range.re().maximum}, -1e38);
 }
 
 }  // namespace

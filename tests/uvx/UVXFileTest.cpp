@@ -148,9 +148,9 @@ TEST(UVXFileOpening, ReadsWhatTheHeaderSays) {
   EXPECT_STREQ(header.info.observer, "OBSERVER");
   EXPECT_EQ(CalendarDate(header.info.dateObs).year, 2017);
   AUVXMinMax range(uvx);
-  EXPECT_EQ(range.w().minimum, -5);
-  EXPECT_EQ(range.re().maximum, 5 + 63 / 1024.0);
-  EXPECT_EQ(range.weight().maximum, 3);
+  EXPECT_EQ(double{range.w().minimum}, -5);
+  EXPECT_EQ(double{range.re().maximum}, 5 + 63 / 1024.0);
+  EXPECT_EQ(double{range.weight().maximum}, 3);
   AUVXStokes stokes(uvx);
   int index = -7;
   EXPECT_TRUE(stokes.FindStokes(3, index));
@@ -212,17 +212,17 @@ TEST(UVXHeader, StartsWithEmptyRangesOnlyWhenInitialised) {
   const std::string zeros(sizeof header, '\0');
   EXPECT_EQ(std::memcmp(&header, zeros.data(), sizeof header), 0);
   AUVXMinMax range;
-  EXPECT_EQ(range.time().minimum, 1e38);
-  EXPECT_EQ(range.time().maximum, -1e38);
+  EXPECT_EQ(double{range.time().minimum}, 1e38);
+  EXPECT_EQ(double{range.time().maximum}, -1e38);
 
   range.u().check(5);
-  EXPECT_EQ(range.u().minimum, 5);
-  EXPECT_EQ(range.u().maximum, 5);
+  EXPECT_EQ(double{range.u().minimum}, 5);
+  EXPECT_EQ(double{range.u().maximum}, 5);
   range.u().check(std::nan(""));
   EXPECT_TRUE(std::isnan(double{range.u().minimum}));
-  EXPECT_EQ(range.u().maximum, 5);
+  EXPECT_EQ(double{range.u().maximum}, 5);
   range.u().check(7);
-  EXPECT_EQ(range.u().minimum, 7) << "nothing is below a NaN";
+  EXPECT_EQ(double{range.u().minimum}, 7) << "nothing is below a NaN";
 }
 
 TEST(UVXHeader, APolarisationCountOutOfBoundsIsCut) {
