@@ -111,6 +111,8 @@ TEST(Visibility, HoldsNoStorageForAnEmptyShape) {
   EXPECT_EQ(vis.count(), 0);
   EXPECT_EQ(vis.GrowBy(1 << 20, 1 << 20, 1 << 24), 0) << "2^64 is no size";
   EXPECT_EQ(vis.count(), 0);
+  EXPECT_EQ(vis.GrowBy(4, 1 << 30, 0), 0);
+  EXPECT_EQ(vis.freqs(), 0) << "2^32 points are no shape";
 }
 
 TEST(Visibility, CopiesShapeAndValues) {

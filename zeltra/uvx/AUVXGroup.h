@@ -78,7 +78,7 @@ struct ZELTRA_API AUVXGroup {
   /// Decode the random parameters at `p`, an image in memory of a whole group. @return the byte behind them
   char* load(AFITS& fits, char* p);
 
-  /// Write u, v, w, the baseline, the date in two parts (days rounded down to hundredths, and the rest) and, where
+  /// Write u, v, w, the baseline, the date in two parts (days cut to hundredths, and the rest) and, where
   /// asked for, source and setup, as big-endian floats: 24 or 32 bytes. The antennas of the group are exchanged
   /// afterwards, deliberately: callers write a group once.
   int ToFITS(AFile& file, int withSourceAndFreqSel);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <limits>
 #include <vector>
 
 #include "zeltra/fits/AFITS.h"
@@ -33,21 +32,19 @@ AUVXVisibility::AUVXVisibility(AFITS& fits) {
 }
 
 int AUVXVisibility::GrowBy(int IFs, int channels, int stokes) {
+  int points, product;
+  if (__builtin_mul_overflow(channels, std::max(IFs, 1), &points) || __builtin_mul_overflow(points, stokes, &product)) {
+    return GrowBy(0, 0, 0);
+  }
   IFs_ = IFs;
   channels_ = channels;
   stokes_ = stokes;
-  constexpr int64 kLargest = std::numeric_limits<int32_t>::max();
-  // Two factors always fit into 64 bits; the third one is tried only where they fit into 32.
-  int64 product = int64{channels} * stokes;
-  if (product > kLargest || product < -kLargest) product = 0;
-  product *= std::max(IFs, 1);
-  if (product > kLargest || product < -kLargest) product = 0;
-  if (product > 0) {
-    AArray::GrowBy(static_cast<int>(product));
-  } else {
+  if (product < 1) {
     Free();
+    return product;
   }
-  return static_cast<int>(product);
+  AArray::GrowBy(product);
+  return lpArray() ? product : GrowBy(0, 0, 0);
 }
 
 int AUVXVisibility::GrowBy(AUVXFile& uvx) {

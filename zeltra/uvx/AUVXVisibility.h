@@ -44,8 +44,9 @@ class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
   const AUVXComplex* operator()(int f) const { return lpArray() + stokes_ * f; }
 
   /// Size for these axis lengths; IFs below 1 count as one. The old values are lost.
-  /// @return the number of complexes; otherwise the product, not positive, and no storage is held. A product past the
-  ///         range of int counts as 0.
+  /// @return the number of complexes; otherwise their product, not positive, and no storage is held. A shape that no
+  /// int
+  ///         counts, or that no memory can be had for, becomes 0, 0, 0.
   int GrowBy(int IFs, int channels, int stokes);
   int GrowBy(const AUVXVisibility& other) { return GrowBy(other.IFs_, other.channels_, other.stokes_); }
   int GrowBy(AUVXFile& uvx);
