@@ -9,6 +9,7 @@
 
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/FITSBytesInternal.h"
+#include "zeltra/fits/TableRowsInternal.h"
 
 namespace zeltra {
 namespace {
@@ -21,50 +22,6 @@ constexpr int kLongestText = 127;
 // Text and bit fields are one full column, whatever their count.
 bool IsOneColumn(char type) {
   return type == 'A' || type == 'X';
-}
-
-int BitBytes(int bits) {
-  return (bits + 7) / 8;
-}
-
-// Width of an element in the rows; 0 for letters that are neither converted nor stepped over, deliberately: the AIPS
-// tables that this library reads have none of them.
-int ElementBytes(char type) {
-  switch (type) {
-    case 'D':
-      return 8;
-    case 'E':
-    case 'J':
-      return 4;
-    case 'I':
-      return 2;
-    case 'A':
-    case 'L':
-      return 1;
-    default:
-      return 0;
-  }
-}
-
-int FieldBytes(AXTblFormat format) {
-  return format.type == 'X' ? BitBytes(format.count) : format.count * ElementBytes(format.type);
-}
-
-void ConvertField(AXTblFormat format, char* field) {
-  const auto count = static_cast<size_t>(format.count);
-  switch (format.type) {
-    case 'D':
-      return Swap64(field, field, count);
-    case 'E':
-    case 'J':
-      return Swap32(field, field, count);
-    case 'I':
-      return Swap16(field, field, count);
-    case 'X':
-      return std::reverse(field, field + BitBytes(format.count));
-    default:
-      return;
-  }
 }
 
 template <typename Float>
@@ -294,25 +251,10 @@ void AFITSxtbl::FreeData() {
   data_.reset();
 }
 
-// One running offset over all rows, deliberately not reset at each row: the widths of the fields add up to NAXIS1.
 void AFITSxtbl::ConvertRows() {
   std::vector<AXTblFormat> fields;
-  for (int field = 0; field < tfields_; ++field) {
-    const AXTblFormat format = ParseFormat(field);
-    if (format.count >= 1 && FieldBytes(format) > 0) fields.push_back(format);
-  }
-  if (fields.empty()) return;
-  char* p = data_.get();
-  int64 left = DataBytes();
-  for (int row = 0; row < GetRows(); ++row) {
-    for (const AXTblFormat format : fields) {
-      const int bytes = FieldBytes(format);
-      if (bytes > left) return;
-      ConvertField(format, p);
-      p += bytes;
-      left -= bytes;
-    }
-  }
+  for (int field = 0; field < tfields_; ++field) fields.push_back(ParseFormat(field));
+  SwapTableRows(data_.get(), DataBytes(), GetRows(), std::move(fields));
 }
 
 }  // namespace zeltra
