@@ -7,9 +7,11 @@
 
 #include "zeltra/core/AFile.h"
 #include "zeltra/core/AStreamFile.h"
+#include "zeltra/platform/MessageBox.h"
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXTable.h"
 
 namespace zeltra {
 namespace {
@@ -174,6 +176,31 @@ int AUVXFile::PlaceTableDirectory() {
   if (!Seek(UVX_OFS_OFSTABLE()) || !WriteWhole(*file_, &position, sizeof position)) return 0;
   tableDirectory_ = position;
   return 1;
+}
+
+AUVXFile& AUVXFile::AddTable(AUVXTable& t) {
+  if (!file_) return *this;
+  AUVXTableHeader directory(*this);
+  if (tableDirectory_ == 0) directory.store(*this);
+  const int n = directory.count();
+  if (tableDirectory_ == 0 || n >= AUVXTableHeader::kLargestCount) return *this;
+  AUVXTableItem item = {t.ID(), tableDirectory_ + kDirectoryBytes, t.GetSize()};
+  if (n > 0) {
+    const AUVXTableItem last = directory(n - 1);
+    if (last.position < item.position || last.position > file_->GetFileSize() || last.size < 0) return *this;
+    item.position = last.position + last.size;
+  }
+  if (!Seek(int64{item.position})) AfxMessageBox(" not good");
+  t.store(*file_);
+  directory.Add(item);
+  directory.store(*this);
+  return *this;
+}
+
+AUVXTable* AUVXFile::GetTable(const std::string& name) {
+  const AUVXTableHeader directory(*this);
+  const int i = directory.HasTable(name);
+  return i >= 0 && Seek(int64{directory(i).position}) ? new AUVXTable(*file_) : nullptr;
 }
 
 }  // namespace zeltra

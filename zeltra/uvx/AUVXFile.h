@@ -105,10 +105,19 @@ class ZELTRA_API AUVXFile {
   /// Fix the position of the table directory behind the last record and write it into the file, unless it has one.
   int PlaceTableDirectory();
 
-  /// Write the primary header of a UV FITS file that holds these records.
+  /// Write the primary header of a random-groups UV FITS file that holds these records at the current position of
+  /// `file`, padded to whole blocks. BITPIX is -32; the parameters are UU, VV, WW, BASELINE, DATE, DATE and, where
+  /// NeedsSourceAndFreqSel, SOURCE and FREQSEL; PZERO of the first DATE is `dateObs` of the header, so groups are
+  /// written with times since then; the axes are COMPLEX, STOKES, FREQ, IF, RA, DEC. OBJECT, RA and DEC, degrees, are
+  /// those of the first source.
+  /// @return 0 if a write fails, if the records hold no values, or if the polarisation codes have no constant step
   int ToFITSHeader(ABFile& file);
-  /// Write every table as a FITS extension.
+  /// Write every table as a FITS extension at the current position of `file`, EXTVER counted for each code.
+  /// @return 0 if a write fails, or a table is not as the directory describes it
   int ToFITSTables(ABFile& file);
+  /// Whether records have to be written with SOURCE and FREQSEL, since not all of them are of source 1 and setup 1, as
+  /// the tables tell; true also where the index does not cover all records.
+  bool NeedsSourceAndFreqSel();
 
  protected:
   /// Read magic number, offsets and header, the magic at the current position.

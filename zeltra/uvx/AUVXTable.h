@@ -1,0 +1,227 @@
+// Auxiliary tables of a UVX file and their directory.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_UVX_AUVXTABLE_H_
+#define ZELTRA_UVX_AUVXTABLE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "zeltra/core/AArray.h"
+
+namespace zeltra {
+
+class AFITSxtbl;
+class AUVXFile;
+struct AXTblFormat;
+
+// Images of the file's bytes, little-endian and without padding. They may lie at any address, so their numbers have to
+// be copied before they are passed on by reference or pointer.
+#pragma pack(push, 1)
+
+/// A keyword of a table with its value as text.
+struct ZELTRA_API AUVXTableKeyWord {
+  char key[10];     ///< zero-terminated, its number appended as in a FITS card
+  char value[32];   ///< zero-terminated
+  int32_t numeric;  ///< 1 for a number or a logical value, 0 for a string
+
+  std::string Key() const;
+  std::string Value() const;
+  /// The value as a number; 0 for text that does not begin with one. An exponent may be marked by E or D.
+  double Number() const;
+};
+static_assert(sizeof(AUVXTableKeyWord) == 46 && std::is_trivially_copyable_v<AUVXTableKeyWord>);
+static_assert(offsetof(AUVXTableKeyWord, key) == 0 && offsetof(AUVXTableKeyWord, value) == 10 &&
+              offsetof(AUVXTableKeyWord, numeric) == 42);
+
+/// Description of a column.
+struct ZELTRA_API AUVXTableManual {
+  char name[18];   ///< zero-terminated (TTYPE)
+  char unit[10];   ///< zero-terminated (TUNIT)
+  char format[8];  ///< zero-terminated (TFORM): a repeat count and a type letter
+
+  std::string Name() const;
+  std::string Unit() const;
+  std::string Format() const;
+};
+static_assert(sizeof(AUVXTableManual) == 36 && std::is_trivially_copyable_v<AUVXTableManual>);
+static_assert(offsetof(AUVXTableManual, name) == 0 && offsetof(AUVXTableManual, unit) == 18 &&
+              offsetof(AUVXTableManual, format) == 28);
+
+/// Entry of the table directory.
+struct ZELTRA_API AUVXTableItem {
+  int32_t ID;
+  int64 position;  ///< of the table image, from the start of the file
+  int32_t size;    ///< bytes of the image
+};
+static_assert(sizeof(AUVXTableItem) == 16 && std::is_trivially_copyable_v<AUVXTableItem>);
+static_assert(offsetof(AUVXTableItem, ID) == 0 && offsetof(AUVXTableItem, position) == 4 &&
+              offsetof(AUVXTableItem, size) == 12);
+
+/// The directory of tables: at most 128 entries, in the order in which the tables were added. It is read whole, changed
+/// in memory and written whole.
+class ZELTRA_API AUVXTableHeader {
+ public:
+  static constexpr int kBytes = 2050;
+  static constexpr int kLargestCount = 128;
+
+  /// An empty directory.
+  AUVXTableHeader() : count_(0), items_{} {}
+  /// The directory of `uvx`; an empty one where the file has none or is cut short. A count outside 0..128 is moved to
+  /// the nearer end.
+  explicit AUVXTableHeader(AUVXFile& uvx);
+
+  /// Write the directory into `uvx`, which gets a place for it behind its records if it has none.
+  AUVXFile& store(AUVXFile& uvx);
+
+  int count() const { return count_; }
+  /// Entry i; no range check.
+  AUVXTableItem& operator()(int i) { return items_[i]; }
+  const AUVXTableItem& operator()(int i) const { return items_[i]; }
+  /// Append an entry. @return its place, or -1 if the directory is full
+  int Add(const AUVXTableItem& item);
+
+  /// Find the first entry whose two-character code is that of `id`.
+  /// Only the code counts, deliberately: neither the families nor the kinds of tables are told apart.
+  /// @return its place or -1
+  int HasTable(int id) const;
+  int HasTable(const std::string& name) const;
+
+ private:
+  int16_t count_;
+  AUVXTableItem items_[kLargestCount];
+};
+static_assert(sizeof(AUVXTableHeader) == AUVXTableHeader::kBytes && std::is_trivially_copyable_v<AUVXTableHeader>);
+
+#pragma pack(pop)
+
+ZELTRA_EXPORT_TEMPLATE(AArray<AUVXTableKeyWord>);
+ZELTRA_EXPORT_TEMPLATE(AArray<AUVXTableManual>);
+
+/// A table: keywords, columns, and rows of bytes with numbers in the machine's order.
+///
+/// A table is made from a FITS extension, from its image in a UVX file, or by Create, AddColumn, AddKeyWord and SetRows
+/// in that order. Typed columns are found by name and read with
+///
+///     const int column = table.FindColumn("SOURCE ID");
+///     for (int row = 0; row < table.rows(); ++row) use(table.Number(row, column));
+///
+/// The image of a table, GetSize() bytes, never reaches 2 GiB: one that would has no rows.
+class ZELTRA_API AUVXTable {
+ public:
+  /// Bit of an ID that marks a table of this library's own.
+  static constexpr int kOwnFamily = 0x10000;
+
+  /// Empty, ID 0.
+  AUVXTable() = default;
+  /// Read an image at the current position of `file`. Of an image with a negative count, or one that promises more than
+  /// the file holds, nothing but the ID is kept.
+  explicit AUVXTable(ABFile& file);
+  /// Convert a FITS extension whose header has been read; its data are loaded and freed again.
+  ///
+  /// The code is made of the two characters behind the first blank of EXTNAME. Keywords are the cards behind the TUNIT
+  /// card of the last column, except those that carry the number of that column, so a table without this card has none.
+  /// A table whose data cannot be read has no rows.
+  explicit AUVXTable(AFITSxtbl& extension);
+  AUVXTable(const AUVXTable&) = default;
+  AUVXTable& operator=(const AUVXTable&) = default;
+  virtual ~AUVXTable();
+
+  /// Write the image at the current position of `file`. @return 0 as soon as a write fails
+  int store(ABFile& file);
+  /// Put the table into `uvx`: over the one with the same code, else behind the others.
+  /// The old image is overwritten where it lies, deliberately: a table is rewritten only after it has shrunk.
+  AUVXFile& store(AUVXFile& uvx);
+  /// Bytes of the image.
+  int GetSize() const;
+
+  /// Bits 0-15 hold the two-character code, first character lowest; bit 16 marks the library's own family, 0x100000 an
+  /// A3DTABLE and 0x200000 a BINTABLE.
+  int ID() const { return id_; }
+  void SetID(int id) { id_ = id; }
+  /// The code: up to two characters.
+  std::string Code() const;
+  /// "FITS " or, for the library's own family, "KVO  ", and the code.
+  std::string IDtoStr() const;
+  /// Number of a code: the sum of its characters, each shifted left by 8 bits more than the one before, modulo 32, with
+  /// bit 16 set if `own`.
+  static int toHash(const std::string& name, int own);
+
+  AArray<AUVXTableKeyWord>& keywords() { return keywords_; }
+  const AArray<AUVXTableKeyWord>& keywords() const { return keywords_; }
+  AArray<AUVXTableManual>& columns() { return columns_; }
+  const AArray<AUVXTableManual>& columns() const { return columns_; }
+  int rows() const { return rows_; }
+  int columnCount() const { return columns_.count(); }
+  int rowBytes() const { return rowBytes_; }
+  /// The rows, rows() x rowBytes() bytes.
+  char* data() { return data_.data(); }
+  const char* data() const { return data_.data(); }
+
+  /// Make the table empty with this ID.
+  void Create(int id);
+  /// Append a column to a table without rows. `format` is a repeat count and one of the letters A, L, X, I, J, E, D;
+  /// texts are cut to 17, 9 and 7 characters.
+  void AddColumn(const std::string& name, const std::string& unit, const std::string& format);
+  /// Append a keyword, its texts cut to 9 and 31 characters; the image has room for 32767.
+  void AddKeyWord(const std::string& key, const std::string& value, bool numeric);
+  /// Set the number of rows and fill them with zero bytes. @return 0, with no rows, if the image would reach 2 GiB
+  int SetRows(int rows);
+  /// First byte of a row; no range check.
+  char* Row(int row) { return data() + static_cast<size_t>(row) * static_cast<size_t>(rowBytes_); }
+  const char* Row(int row) const { return data() + static_cast<size_t>(row) * static_cast<size_t>(rowBytes_); }
+
+  /// Type letter and repeat count of a column; a format without a count has count 0 and its column no elements.
+  AXTblFormat ParseFormat(int column) const;
+  /// First column whose name contains `part`, or -1.
+  int FindColumn(const std::string& part) const;
+  /// Bytes from the start of a row to a column; -1 if there is no such column, if it does not lie inside the row, or if
+  /// it or one before has a letter other than A, L, X, I, J, E, D, whose data are not in the machine's order.
+  int ColumnOffset(int column) const;
+  /// Element of a column of letter D, E, J, I, or L (1 for true, 0 for false); NaN for anything else, and where there
+  /// is no such row, column or element.
+  double Number(int row, int column, int element = 0) const;
+  /// Set an element of a column of letter D, E, J or I, rounded for the last two. @return 0 if there is none
+  int SetNumber(int row, int column, int element, double value);
+  /// A column as text: letter A up to its first zero byte and trimmed, L as T or F, X as 0x and hexadecimal digits,
+  /// else the number of the first element. Empty where there is no such row or column.
+  std::string Text(int row, int column) const;
+  /// Set a column of letter A, cut or padded with blanks. @return 0 if there is none
+  int SetText(int row, int column, const std::string& text);
+
+  /// Turn every number from the machine's byte order into that of FITS, or back.
+  void Data_PC_UNIX();
+
+  /// Remove rows, given by their ascending numbers from 0. A list that begins with the last row, or behind it, removes
+  /// exactly the last row, deliberately: a sorted list can then hold no other.
+  void DeleteRows(AArray<int>& rowList);
+  /// Remove the rows whose source is not in `sourceList`, which is ascending. The source is the first element of the
+  /// first column whose name contains "SOURCE"; a table without it, or with text there, stays as it is.
+  void CheckSources(AArray<short>* sourceList);
+  /// Give columns and keywords with FITS-IDI names those of AIPS. @return 1
+  int CorrectIDI_FTS();
+
+  /// Write the table as a FITS binary-table extension at the current position of `file`: EXTNAME "AIPS xx", for the
+  /// library's own family "ZELTRA xx", the columns, the keywords and the rows, padded to whole blocks.
+  /// @param version  EXTVER
+  /// @return 0 if a write fails
+  int ToFITS(ABFile& file, int version = 1);
+
+ private:
+  bool Holds(int row, int column, int element) const;
+  void LoadKeyWords(AFITSxtbl& extension);
+  int LoadImage(ABFile& file);
+
+  int32_t id_ = 0;
+  AArray<AUVXTableKeyWord> keywords_;
+  AArray<AUVXTableManual> columns_;
+  int32_t rows_ = 0;
+  int32_t rowBytes_ = 0;
+  std::vector<char> data_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_UVX_AUVXTABLE_H_
