@@ -227,6 +227,15 @@ TEST(Text, NumbersAreShortAndReadBack) {
   EXPECT_EQ(std::strtod(valToStr(1.0 / 3).c_str(), nullptr), 1.0 / 3);
 }
 
+TEST(Text, NumbersAreReadAsFortranAndCWriteThem) {
+  EXPECT_EQ(ParseNumber(" +1.5E3 m"), 1500);
+  EXPECT_EQ(ParseNumber("0.25D+02"), 25);
+  EXPECT_EQ(ParseNumber("-1.d-1"), -0.1);
+  EXPECT_EQ(ParseNumber("7D"), 7);
+  EXPECT_EQ(ParseNumber("NAME"), 0);
+  EXPECT_EQ(ParseNumber(""), 0);
+}
+
 TEST(Text, FieldsEndAtTheFirstZeroByteAndAreCut) {
   char field[6];
   SetFieldText(field, 6, "abcdefgh");

@@ -15,6 +15,10 @@ ZELTRA_API std::string valToStr(double value);
 /// The same for a 32-bit float: the text reads back to the same float.
 ZELTRA_API std::string valToStr(float value);
 
+/// The number that `text` begins with, 0 where it begins with none. The same on every system and in every locale; an
+/// exponent may be marked by D, as Fortran programs write it.
+ZELTRA_API double ParseNumber(std::string_view text);
+
 /// `text` without blanks (and tabs) at both ends.
 ZELTRA_API std::string Trimmed(std::string_view text);
 

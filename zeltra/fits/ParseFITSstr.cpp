@@ -4,6 +4,8 @@
 #include <charconv>
 #include <limits>
 
+#include "zeltra/core/Text.h"
+
 namespace zeltra {
 namespace {
 
@@ -61,10 +63,7 @@ void ParseFITSstr::Parse(const std::string& card) {
 }
 
 double ParseFITSstr::dPar() const {
-  const std::string_view number = NumberIn(value_);
-  double value = 0;
-  std::from_chars(number.data(), number.data() + number.size(), value);
-  return value;
+  return ParseNumber(value_);
 }
 
 int ParseFITSstr::iPar() const {
