@@ -1,0 +1,20 @@
+# An installed copy serves other projects by find_package(zeltra) and by pkg-config.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS zeltra EXPORT zeltra-targets
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/zeltra DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        FILES_MATCHING PATTERN "*.h" PATTERN "*Internal.h" EXCLUDE)
+install(EXPORT zeltra-targets NAMESPACE zeltra:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra)
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zeltraConfig.cmake.in ${PROJECT_BINARY_DIR}/zeltraConfig.cmake
+                              INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zeltraConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/zeltraConfig.cmake ${PROJECT_BINARY_DIR}/zeltraConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/zeltra.pc.in ${PROJECT_BINARY_DIR}/zeltra.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zeltra.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR})
