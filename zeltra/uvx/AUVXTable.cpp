@@ -2,7 +2,6 @@
 #include "zeltra/uvx/AUVXTable.h"
 
 #include <algorithm>
-#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -139,15 +138,7 @@ std::string AUVXTableKeyWord::Value() const {
 }
 
 double AUVXTableKeyWord::Number() const {
-  std::string text = Value();
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == 'D' || c == 'd'; }, 'E');
-  const char* begin = text.data();
-  const char* end = begin + text.size();
-  if (begin != end && *begin == '+') ++begin;
-  double number = 0;
-  std::from_chars(begin, end, number);
-  return number;
+  return ParseNumber(Value());
 }
 
 std::string AUVXTableManual::Name() const {
