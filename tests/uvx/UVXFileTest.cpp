@@ -98,6 +98,26 @@ TEST(UVXFileWriting, AnUnfinishedFileDoesNotOpen) {
   EXPECT_FALSE(copy.SeekUVGroup(0)) << "the shared file has been closed";
 }
 
+TEST(UVXFileWriting, AHostsFileIsClosedAndMayBeAttachedAgain) {
+  MemoryFile file;
+  {
+    AUVXFile uvx;
+    ASSERT_TRUE(uvx.Attach(&file, 1, 0));
+    AUVXHeader header = HeaderOf(0, 1, 1, 1);
+    ASSERT_TRUE(uvx.Write(header));
+    uvx.Close();
+    EXPECT_FALSE(file.open);
+    file.open = true;
+    ASSERT_TRUE(file.Seek(0));
+    EXPECT_TRUE(uvx.Attach(&file, 0, 0));
+    EXPECT_EQ(uvx.recSize(), 38);
+  }
+  EXPECT_FALSE(file.open);
+  auto* owned = new MemoryFile(file.bytes);
+  AUVXFile uvx;
+  EXPECT_TRUE(uvx.Attach(owned, 0, 1));
+}
+
 TEST(UVXFileWriting, GeometryFollowsTheHeader) {
   MemoryFile file;
   AUVXFile uvx;

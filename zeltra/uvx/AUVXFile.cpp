@@ -81,7 +81,8 @@ int AUVXFile::Attach(ABFile* file, int create, int autoDelete) {
 }
 
 void AUVXFile::Replace(std::shared_ptr<ABFile> file, int flags) {
-  Close();
+  // A host may have opened its file anew since Close.
+  if (file_ != file) Close();
   *this = AUVXFile();
   file_ = std::move(file);
   flags_ = flags;
