@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <string>
 
 #include "tests/support/MemoryFile.h"
@@ -12,10 +13,12 @@
 #include "tests/support/TempFile.h"
 #include "zeltra/core/AFile.h"
 #include "zeltra/core/JulianDate.h"
+#include "zeltra/platform/MessageBox.h"
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXTable.h"
 
 namespace zeltra {
 namespace {
@@ -148,6 +151,41 @@ TEST(UVXFileWriting, GeometryFollowsTheHeader) {
   EXPECT_FALSE(uvx.Write(header)) << "a header cut short by a full disk";
   EXPECT_EQ(uvx.recSize(), 1562);
   EXPECT_EQ(uvx.count(), 7);
+}
+
+/// Adds the standard tables, from their images, to a file with the same records.
+std::string WithTablesAdded(const SyntheticUVX& records, MemoryFile&& file) {
+  const std::string whole = SyntheticUVX(records).Tables().Bytes();
+  MemoryFile reference(whole);
+  AUVXFile from, to;
+  EXPECT_TRUE(from.Attach(&reference, 0, 0));
+  EXPECT_TRUE(to.Attach(&file, 0, 0));
+  for (const char* code : {"FQ", "AN", "SU", "NX"}) {
+    const std::unique_ptr<AUVXTable> table(from.GetTable(code));
+    to.AddTable(*table);
+  }
+  to.Close();
+  return file.bytes;
+}
+
+TEST(UVXFileTables, LieBehindTheRecordsInTheOrderAdded) {
+  const SyntheticUVX records = SyntheticUVX().Antennas(5).Times(1);
+  EXPECT_TRUE(WithTablesAdded(records, MemoryFile(records.Bytes())) == SyntheticUVX(records).Tables().Bytes());
+}
+
+std::string lastMessage;
+
+TEST(UVXFileTables, AFailedSeekIsShown) {
+  struct NoSeekBehindTheDirectory : MemoryFile {
+    using MemoryFile::MemoryFile;
+    int Seek(const int64& pos) override {
+      return pos > static_cast<int64>(SyntheticUVX().DirectoryOffset()) ? 0 : MemoryFile::Seek(pos);
+    }
+  };
+  SetMessageSink([](const char* text) { lastMessage = text; });
+  WithTablesAdded(SyntheticUVX(), NoSeekBehindTheDirectory(SyntheticUVX().Bytes()));
+  SetMessageSink(nullptr);
+  EXPECT_EQ(lastMessage, " not good");
 }
 
 TEST(UVXFileOpening, ReadsWhatTheHeaderSays) {

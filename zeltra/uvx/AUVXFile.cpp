@@ -201,7 +201,8 @@ AUVXFile& AUVXFile::AddTable(AUVXTable& t) {
 AUVXTable* AUVXFile::GetTable(const std::string& name) {
   const AUVXTableHeader directory(*this);
   const int i = directory.HasTable(name);
-  return i >= 0 && Seek(int64{directory(i).position}) ? new AUVXTable(*file_) : nullptr;
+  if (i < 0 || !Seek(int64{directory(i).position}) || !HasBytes(*file_, 1)) return nullptr;
+  return new AUVXTable(*file_);
 }
 
 }  // namespace zeltra

@@ -99,7 +99,7 @@ class ZELTRA_API AUVXFile {
   /// table is not added, nor is any to a file whose directory is damaged. A failed seek shows a message box.
   AUVXFile& AddTable(AUVXTable& t);
   /// Read the first table whose two-character code is `name`.
-  /// @return new, the caller's; null if there is none or the directory is damaged
+  /// @return new, the caller's; null if there is none or its place is outside the file
   AUVXTable* GetTable(const std::string& name);
 
   /// Fix the position of the table directory behind the last record and write it into the file, unless it has one.
