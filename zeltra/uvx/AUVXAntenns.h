@@ -1,0 +1,123 @@
+// Antenna lists, from the "AN" table.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_UVX_AUVXANTENNS_H_
+#define ZELTRA_UVX_AUVXANTENNS_H_
+
+#include <cstdint>
+#include <string>
+
+#include "zeltra/core/AArray.h"
+
+namespace zeltra {
+
+class AUVXBaseLines;
+class AUVXTable;
+
+/// An antenna.
+struct ZELTRA_API AUVXTlscItem {
+  char name[18] = {};          ///< zero-terminated
+  double x = 0, y = 0, z = 0;  ///< metres, from the centre of the array
+  int32_t id = 0;              ///< antenna number
+
+  /// The name without blanks at its ends.
+  std::string Name() const;
+};
+
+/// An antenna with the further columns of its table.
+struct ZELTRA_API AUVXTlscItemEx {
+  char name[18] = {};             ///< zero-terminated
+  double x = 0, y = 0, z = 0;     ///< metres, from the centre of the array
+  double dx = 0, dy = 0, dz = 0;  ///< velocities (DERXYZ)
+  double offset[3] = {};          ///< axis offset, metres; elements that the table lacks are 0
+  int32_t id = 0;                 ///< antenna number
+  int32_t mount = 0;              ///< 0 alt-azimuth, 1 equatorial, 2 orbiting, others as in the table
+
+  std::string Name() const;
+  bool IsGround() const { return mount != 2; }
+};
+
+ZELTRA_EXPORT_TEMPLATE(AArray<AUVXTlscItem>);
+ZELTRA_EXPORT_TEMPLATE(AArray<AUVXTlscItemEx>);
+
+/// What the keywords of an antenna table say of the coordinate frame.
+struct ZELTRA_API AUVXArrayFrame {
+  double x = 0, y = 0, z = 0;  ///< centre of the array, metres
+  bool isRight = false;        ///< whether the frame is right-handed
+
+  /// Take over the keywords of `table`: ARRAYX, ARRAYY, ARRAYZ, 0 where absent; FRAME and XYZHAND, which leave the
+  /// handedness as it is where they are absent or unknown.
+  void Read(const AUVXTable& table);
+};
+
+/// The antennas of a file.
+///
+/// A copy has the items only: its centre is 0 and it is marked right-handed; assignment leaves centre and handedness as
+/// they were. Whoever needs them reads the table again.
+class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
+ public:
+  /// Empty, not right-handed.
+  AUVXAntenns() = default;
+  explicit AUVXAntenns(const AUVXTable& table) { Create(table); }
+  /// An antenna at 0, 0, 0 for each number in `baseLines`, ascending, named TLSC1, TLSC2, ...
+  explicit AUVXAntenns(AUVXBaseLines& baseLines);
+  AUVXAntenns(const AUVXAntenns& other);
+  AUVXAntenns& operator=(const AUVXAntenns& other);
+
+  /// Read "AN" anew.
+  void Init(const AUVXTable& table);
+  /// Append an item a row of "AN", and take over its centre and handedness. A number 0 becomes the row's number from 1.
+  void Create(const AUVXTable& table);
+
+  /// Place of the first antenna with this number, or -1.
+  int IndexForID(int id) const;
+  /// The antenna with this number, deliberately the first one if there is none such. A list without items gives an
+  /// empty item that is overwritten by the next such call.
+  AUVXTlscItem& ForID(int id);
+  bool IsRight() const { return frame_.isRight; }
+  /// Centre of the array, metres.
+  double ArrayX() const { return frame_.x; }
+  double ArrayY() const { return frame_.y; }
+  double ArrayZ() const { return frame_.z; }
+
+  /// Places of the antennas that have no baseline: the low 8 bits of their numbers count.
+  /// @return new, the caller's
+  AArray<int>* GetDeleteRows(AUVXBaseLines& baseLines) const;
+  /// Make an "AN" table of names, positions and numbers; names are cut to 8 characters.
+  /// @return new, the caller's
+  AUVXTable* ToUVXTable() const;
+
+ private:
+  AUVXArrayFrame frame_;
+};
+
+/// The antennas of a file with the further columns; see AUVXAntenns for what is not said here.
+class ZELTRA_API AUVXAntennsEx : public AArray<AUVXTlscItemEx> {
+ public:
+  /// Empty, marked right-handed.
+  AUVXAntennsEx() { frame_.isRight = true; }
+  explicit AUVXAntennsEx(const AUVXTable& table) { Create(table); }
+  explicit AUVXAntennsEx(AUVXBaseLines& baseLines);
+  AUVXAntennsEx(const AUVXAntennsEx& other);
+  AUVXAntennsEx& operator=(const AUVXAntennsEx& other);
+
+  void Init(const AUVXTable& table);
+  void Create(const AUVXTable& table);
+
+  int IndexForID(int id) const;
+  AUVXTlscItemEx& ForID(int id);
+  bool IsRight() const { return frame_.isRight; }
+  double ArrayX() const { return frame_.x; }
+  double ArrayY() const { return frame_.y; }
+  double ArrayZ() const { return frame_.z; }
+
+  AArray<int>* GetDeleteRows(AUVXBaseLines& baseLines) const;
+  /// The same table as that of AUVXAntenns: the further columns are not written.
+  AUVXTable* ToUVXTable() const;
+
+ private:
+  AUVXArrayFrame frame_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_UVX_AUVXANTENNS_H_

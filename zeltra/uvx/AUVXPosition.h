@@ -1,0 +1,63 @@
+// Index of scans, from the "NX" table.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_UVX_AUVXPOSITION_H_
+#define ZELTRA_UVX_AUVXPOSITION_H_
+
+#include <cstdint>
+
+#include "zeltra/core/AArray.h"
+
+namespace zeltra {
+
+class AUVXTable;
+struct AUVXGroup;
+
+/// A scan: a run of records of one source and one frequency setup.
+struct AUVXPositionItem {
+  double start = 0;     ///< seconds
+  double duration = 0;  ///< seconds
+  int32_t sourceId = 0;
+  int32_t subarray = 0;
+  int32_t startVis = 0;  ///< number of the first record, from 1
+  int32_t endVis = 0;    ///< number of the last record, from 1
+  int32_t freqId = 0;
+};
+
+ZELTRA_EXPORT_TEMPLATE(AArray<AUVXPositionItem>);
+
+/// The scans of a file in the order of its records.
+///
+/// An index of records is made by one CheckUVGroup call for each; it takes times as they stand in the groups, and the
+/// table takes them for seconds: whoever writes the table passes groups with seconds since 0 h of the observation date.
+class ZELTRA_API AUVXPosition : public AArray<AUVXPositionItem> {
+ public:
+  AUVXPosition() = default;
+  /// Read "NX".
+  explicit AUVXPosition(const AUVXTable& table);
+  AUVXPosition(const AUVXPosition&) = default;
+  AUVXPosition& operator=(const AUVXPosition&) = default;
+
+  /// Extend the index by the record with this number, from 0. A change of source or setup begins a new scan; a gap in
+  /// time never does. A time before the scan's start lengthens the scan, and the start stays.
+  /// @return the number of scans
+  int CheckUVGroup(AUVXGroup& group, int recordIndex);
+  /// Add the seconds since midnight of `julianDate` to every start.
+  void AddStartTime(double julianDate);
+
+  /// Setup of the first scan of a source, 1 if it has none.
+  int FreqSelForSrc(int sourceId) const;
+  /// Number of records of a source.
+  int CountForSrc(int sourceId) const;
+  /// The setups of a source, ascending, each once. @return new, the caller's
+  AArray<int>* GetFreqSels(int sourceId) const;
+  /// The same into `out`, which loses what it held.
+  AArray<int>& GetFreqSels(int sourceId, AArray<int>& out) const;
+
+  /// Make an "NX" table: times in days, as 32-bit floats, of the middle of each scan.
+  /// @return new, the caller's
+  AUVXTable* ToUVXTable() const;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_UVX_AUVXPOSITION_H_
