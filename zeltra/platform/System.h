@@ -31,6 +31,9 @@ ZELTRA_API int RemoveFile(const std::string& path);
 /// Whether a file or folder of that name exists.
 ZELTRA_API bool PathExists(const std::string& path);
 
+/// Whether two names lead to one existing file, by links or by different spellings of the path.
+ZELTRA_API bool IsSameFile(const std::string& a, const std::string& b);
+
 /// Give the complete file `from` the name `to`, in one step: nobody sees a part of it under that name.
 /// @param replace  whether a file that has the name already gives way
 /// @return non-zero for success; on failure both names are as they were

@@ -27,6 +27,11 @@ int SystemFlags(int mode) {
   return flags;
 }
 
+bool IsFolder(int descriptor) {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 template <typename Call>
 int64 MoveAll(int64 count, Call call) {
   int64 moved = 0;
@@ -47,6 +52,11 @@ int OpenDescriptor(const char* path, int mode) {
   do {
     descriptor = ::open(path, SystemFlags(mode), 0666);
   } while (descriptor < 0 && errno == EINTR);
+  // A folder opens for reading, and has a size, but no bytes. It is no file on any system.
+  if (descriptor >= 0 && IsFolder(descriptor)) {
+    ::close(descriptor);
+    return -1;
+  }
   return descriptor;
 }
 
@@ -114,6 +124,13 @@ int RemoveFile(const std::string& path) {
 }
 bool PathExists(const std::string& path) {
   return ::access(path.c_str(), F_OK) == 0;
+}
+
+bool IsSameFile(const std::string& a, const std::string& b) {
+  struct stat first {
+  }, second{};
+  return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
 }
 
 int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) {

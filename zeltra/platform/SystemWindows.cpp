@@ -12,6 +12,7 @@
 
 #include "zeltra/platform/System.h"
 #include "zeltra/platform/SystemInternal.h"
+#include "zeltra/platform/WindowsTextInternal.h"
 
 namespace zeltra {
 namespace platform {
@@ -19,27 +20,6 @@ namespace {
 
 // The runtime counts a transfer in 32-bit signed integers.
 constexpr int64 kLargestTransfer = 0x40000000;
-
-std::wstring Wide(const std::string& text) {
-  for (const UINT codePage : {UINT{CP_UTF8}, UINT{CP_ACP}}) {
-    const DWORD strict = codePage == CP_UTF8 ? MB_ERR_INVALID_CHARS : 0;
-    const int size = static_cast<int>(text.size());
-    const int length = MultiByteToWideChar(codePage, strict, text.data(), size, nullptr, 0);
-    if (length <= 0) continue;
-    std::wstring wide(static_cast<size_t>(length), L'\0');
-    MultiByteToWideChar(codePage, strict, text.data(), size, wide.data(), length);
-    return wide;
-  }
-  return {};
-}
-
-std::string Narrow(const wchar_t* wide) {
-  const int length = WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
-  if (length <= 1) return {};
-  std::string text(static_cast<size_t>(length - 1), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, wide, -1, text.data(), length, nullptr, nullptr);
-  return text;
-}
 
 int SystemFlags(int mode) {
   int flags = mode & kReadWrite ? _O_RDWR : mode & kWriteOnly ? _O_WRONLY : _O_RDONLY;
@@ -69,6 +49,27 @@ bool IsWindowedProcess() {
 }
 
 }  // namespace
+
+std::wstring Wide(const std::string& text) {
+  for (const UINT codePage : {UINT{CP_UTF8}, UINT{CP_ACP}}) {
+    const DWORD strict = codePage == CP_UTF8 ? MB_ERR_INVALID_CHARS : 0;
+    const int size = static_cast<int>(text.size());
+    const int length = MultiByteToWideChar(codePage, strict, text.data(), size, nullptr, 0);
+    if (length <= 0) continue;
+    std::wstring wide(static_cast<size_t>(length), L'\0');
+    MultiByteToWideChar(codePage, strict, text.data(), size, wide.data(), length);
+    return wide;
+  }
+  return {};
+}
+
+std::string Narrow(const wchar_t* wide) {
+  const int length = WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
+  if (length <= 1) return {};
+  std::string text(static_cast<size_t>(length - 1), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, wide, -1, text.data(), length, nullptr, nullptr);
+  return text;
+}
 
 int OpenDescriptor(const char* path, int mode) {
   int descriptor = -1;
@@ -127,6 +128,25 @@ void ShowMessage(const char* text) {
 
 }  // namespace platform
 
+namespace {
+
+// What the file system calls the file that a name leads to.
+struct FileIdentity {
+  explicit FileIdentity(const std::string& path) {
+    // No access is asked for, so that a file which others hold open is identified too.
+    const HANDLE file =
+        CreateFileW(platform::Wide(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return;
+    known = GetFileInformationByHandle(file, &info) != 0;
+    CloseHandle(file);
+  }
+  bool known = false;
+  BY_HANDLE_FILE_INFORMATION info{};
+};
+
+}  // namespace
+
 std::vector<std::string> CommandLineArguments(int, char**) {
   int count = 0;
   std::vector<std::string> arguments;
@@ -155,6 +175,13 @@ int RemoveFile(const std::string& path) {
 
 bool PathExists(const std::string& path) {
   return GetFileAttributesW(platform::Wide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+bool IsSameFile(const std::string& a, const std::string& b) {
+  const FileIdentity first(a), second(b);
+  return first.known && second.known && first.info.dwVolumeSerialNumber == second.info.dwVolumeSerialNumber &&
+         first.info.nFileIndexHigh == second.info.nFileIndexHigh &&
+         first.info.nFileIndexLow == second.info.nFileIndexLow;
 }
 
 int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) {
