@@ -1,0 +1,29 @@
+// Progress shown by a window of Windows.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_DESKTOP_AWINDOWPROGRESS_H_
+#define ZELTRA_DESKTOP_AWINDOWPROGRESS_H_
+
+#include "zeltra/platform/ProgressCtrl.h"
+#include "zeltra/platform/Types.h"
+
+namespace zeltra {
+
+/// Passes progress to a progress control of the system. Part of the library on Windows alone.
+///
+/// Messages are sent, not posted: each waits until the thread that owns the window has taken it, so that thread must be
+/// the one that runs the operation or one that dispatches messages.
+class ZELTRA_API AWindowProgress : public CProgressCtrl {
+ public:
+  /// @param window  the control; not owned. With a null handle nothing is sent
+  explicit AWindowProgress(const CWnd& window) : window_(window) {}
+
+ private:
+  // Called as a CProgressCtrl only: windows.h, where it is included first, gives the function another name.
+  std::intptr_t SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) override;
+
+  CWnd window_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_DESKTOP_AWINDOWPROGRESS_H_

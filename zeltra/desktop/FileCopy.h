@@ -1,0 +1,25 @@
+// Copying a file under the eyes of a person.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_DESKTOP_FILECOPY_H_
+#define ZELTRA_DESKTOP_FILECOPY_H_
+
+#include <string>
+
+#include "zeltra/platform/Export.h"
+#include "zeltra/platform/ProgressCtrl.h"
+
+namespace zeltra {
+
+/// Copy the file `src` to `dst`, which is created or replaced.
+///
+/// @param cancel    looked at before each chunk of 8192 bytes; true ends the copy. May be null
+/// @param progress  receives PBM_SETPOS with the share in percent that is copied before a chunk, when it changes. So
+///                  the last position is that before the last chunk, and 100 is never sent. The range is the caller's
+///                  to set. May be null
+/// @return true once every byte is in `dst`. A copy that is cancelled or fails leaves the part that was copied. A file
+///         is not copied onto itself, by whatever names: that gives false and leaves it as it was
+ZELTRA_API bool fCopy(const std::string& src, const std::string& dst, bool* cancel, CProgressCtrl* progress);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_DESKTOP_FILECOPY_H_

@@ -1,0 +1,23 @@
+// Starting another program and waiting for what it prints.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_DESKTOP_PROGRAMINTERNAL_H_
+#define ZELTRA_DESKTOP_PROGRAMINTERNAL_H_
+
+#include <string>
+#include <vector>
+
+namespace zeltra::desktop {
+
+struct ProgramResult {
+  bool started = false;  ///< false if no such program is installed
+  bool success = false;  ///< whether it ended with status 0
+  std::string output;    ///< what it printed on standard output, up to 64 KiB
+};
+
+/// Run a program from the search path; no shell sees its arguments. Its input is empty, its complaints go nowhere.
+/// @param command  name of the program and its arguments
+ProgramResult RunProgram(const std::vector<std::string>& command);
+
+}  // namespace zeltra::desktop
+
+#endif  // ZELTRA_DESKTOP_PROGRAMINTERNAL_H_
