@@ -4,9 +4,29 @@
 
 namespace zeltra {
 
+int CheckedFile::Write(void* buf, int n) {
+  const int64 end = Tell() + n;
+  const int result = AFile::Write(buf, n);
+  good_ = good_ && (n < 1 || (result && Tell() == end));
+  return result;
+}
+
+int CheckedFile::Close() {
+  // A second Close finds nothing to close, which is no loss.
+  const bool open = Tell() >= 0;
+  const int result = AFile::Close();
+  good_ = good_ && (result || !open);
+  return result;
+}
+
 OutputFile::~OutputFile() {
+  Discard();
+}
+
+void OutputFile::Discard() {
   file_.Close();
   if (!temporary_.empty()) RemoveFile(temporary_);
+  temporary_.clear();
 }
 
 AResult OutputFile::Create(const std::string& path, bool overwrite) {
@@ -22,7 +42,8 @@ AResult OutputFile::Create(const std::string& path, bool overwrite) {
 }
 
 AResult OutputFile::Commit() {
-  if (!file_.Close()) return WriteError();
+  file_.Close();
+  if (!file_.good()) return WriteError();
   if (!MoveIntoPlace(temporary_, path_, overwrite_)) {
     return AResult::Fail(path_ +
                          (PathExists(path_) ? ": exists already and cannot be replaced" : ": cannot be created"));
@@ -36,11 +57,9 @@ AResult OutputFile::WriteError() const {
 }
 
 bool BlockWriter::Flush() {
-  // A write that moved only a part counts as success, so the position tells.
-  const int64 end = file_.Tell() + used_;
-  if (used_ > 0) good_ = good_ && file_.Write(block_.get(), used_) && file_.Tell() == end;
+  if (used_ > 0) file_.Write(block_.get(), used_);
   used_ = 0;
-  return good_;
+  return file_.good();
 }
 
 void BlockReader::Seek(int64 position) {

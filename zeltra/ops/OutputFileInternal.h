@@ -16,6 +16,18 @@ namespace zeltra {
 /// the processor's outer cache between being read, converted and written.
 inline constexpr int kBlockBytes = 1 << 20;
 
+/// A file that remembers whether any byte written to it did not arrive: a write that moved only a part counts as
+/// success, and the classes that write headers and tables do not tell.
+class CheckedFile : public AFile {
+ public:
+  int Write(void* buf, int n) override;
+  int Close() override;
+  bool good() const { return good_; }
+
+ private:
+  bool good_ = true;
+};
+
 /// A file written under a temporary name beside its final one. Unless it is committed it is removed again, and a
 /// process that is killed leaves the temporary name only.
 class OutputFile {
@@ -27,14 +39,16 @@ class OutputFile {
 
   /// Create the temporary file. @return a failure if `path` exists and may not be replaced, or cannot be written
   AResult Create(const std::string& path, bool overwrite);
-  AFile& file() { return file_; }
+  CheckedFile& file() { return file_; }
   /// Close the file and give it its name.
   AResult Commit();
+  /// Close the file and remove it.
+  void Discard();
   /// The failure of a write: the disk is full or broken.
   AResult WriteError() const;
 
  private:
-  AFile file_;
+  CheckedFile file_;
   std::string path_;
   std::string temporary_;
   bool overwrite_ = false;
@@ -43,7 +57,7 @@ class OutputFile {
 /// Collects output in a block and writes it in large pieces, noticing every byte that does not arrive.
 class BlockWriter {
  public:
-  explicit BlockWriter(AFile& file) : file_(file), block_(new char[kBlockBytes]) {}
+  explicit BlockWriter(CheckedFile& file) : file_(file), block_(new char[kBlockBytes]) {}
 
   /// Room for `n` bytes, at most kBlockBytes, that count as written; null once a write has failed.
   char* Reserve(int n) {
@@ -56,10 +70,9 @@ class BlockWriter {
   bool Flush();
 
  private:
-  AFile& file_;
+  CheckedFile& file_;
   std::unique_ptr<char[]> block_;
   int used_ = 0;
-  bool good_ = true;
 };
 
 /// Reads a file in large pieces and hands out runs of bytes.
@@ -70,9 +83,9 @@ class BlockReader {
   /// Go to a position; what the block already holds is not read again.
   void Seek(int64 position);
   /// The next `n` bytes, at most kBlockBytes, valid until the next call; null when the file does not hold them.
-  const char* Take(int n) {
+  char* Take(int n) {
     if (filled_ - used_ < n && !Fill(n)) return nullptr;
-    const char* p = block_.get() + used_;
+    char* p = block_.get() + used_;
     used_ += n;
     return p;
   }

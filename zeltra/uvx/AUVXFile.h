@@ -112,6 +112,9 @@ class ZELTRA_API AUVXFile {
   /// those of the first source.
   /// @return 0 if a write fails, if the records hold no values, or if the polarisation codes have no constant step
   int ToFITSHeader(ABFile& file);
+  /// The same with a choice of the parameters behind the two dates: SOURCE and FREQSEL, and FLAG, which holds the flag
+  /// byte of a record.
+  int ToFITSHeader(ABFile& file, bool withSourceAndFreqSel, bool withFlag);
   /// Write every table as a FITS extension at the current position of `file`, EXTVER counted for each code.
   /// @return 0 if a write fails, or a table is not as the directory describes it
   int ToFITSTables(ABFile& file);

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "zeltra/core/JulianDate.h"
 #include "zeltra/core/Text.h"
@@ -174,11 +175,17 @@ int StokesStep(const AUVXStokes& stokes, int& step) {
   return 1;
 }
 
-void AddParameters(HeaderText& cards, double dateObs, bool withSourceAndFreqSel) {
-  static constexpr const char* kNames[] = {"UU", "VV", "WW", "BASELINE", "DATE", "DATE", "SOURCE", "FREQSEL"};
+std::vector<const char*> ParameterNames(bool withSourceAndFreqSel, bool withFlag) {
+  std::vector<const char*> names = {"UU", "VV", "WW", "BASELINE", "DATE", "DATE"};
+  if (withSourceAndFreqSel) names.insert(names.end(), {"SOURCE", "FREQSEL"});
+  if (withFlag) names.push_back("FLAG");
+  return names;
+}
+
+void AddParameters(HeaderText& cards, double dateObs, const std::vector<const char*>& names) {
   constexpr int kFirstDate = 5;
-  for (int i = 1; i <= (withSourceAndFreqSel ? 8 : 6); ++i) {
-    cards.AddText(Numbered("PTYPE", i), kNames[i - 1]);
+  for (int i = 1; i <= static_cast<int>(names.size()); ++i) {
+    cards.AddText(Numbered("PTYPE", i), names[static_cast<size_t>(i - 1)]);
     cards.AddValue(Numbered("PSCAL", i), kFITSScaleOne);
     if (i == kFirstDate) {
       cards.AddNumber(Numbered("PZERO", i), dateObs);
@@ -312,6 +319,10 @@ bool AUVXFile::NeedsSourceAndFreqSel() {
 }
 
 int AUVXFile::ToFITSHeader(ABFile& file) {
+  return ToFITSHeader(file, NeedsSourceAndFreqSel(), false);
+}
+
+int AUVXFile::ToFITSHeader(ABFile& file, bool withSourceAndFreqSel, bool withFlag) {
   if (!file_) return 0;
   const AUVXHeader header(*this);
   int stokesStep = 0;
@@ -329,12 +340,12 @@ int AUVXFile::ToFITSHeader(ABFile& file) {
   for (int axis = 1; axis <= static_cast<int>(std::size(lengths)); ++axis) {
     cards.AddInteger(Numbered("NAXIS", axis), lengths[axis - 1]);
   }
-  const bool withSourceAndFreqSel = NeedsSourceAndFreqSel();
+  const std::vector<const char*> parameters = ParameterNames(withSourceAndFreqSel, withFlag);
   cards.AddValue("EXTEND", kFITSTrue);
   cards.AddValue("GROUPS", kFITSTrue);
-  cards.AddInteger("PCOUNT", withSourceAndFreqSel ? 8 : 6);
+  cards.AddInteger("PCOUNT", static_cast<int64>(parameters.size()));
   cards.AddInteger("GCOUNT", header.info.count);
-  AddParameters(cards, header.info.dateObs, withSourceAndFreqSel);
+  AddParameters(cards, header.info.dateObs, parameters);
   AddAxis(cards, 2, "COMPLEX", 1, 1);
   AddAxis(cards, 3, "STOKES", header.stokes(0), stokesStep);
   AddAxis(cards, 4, "FREQ", header.freq0, FirstChannelWidth(setups.get()));

@@ -1,0 +1,291 @@
+"""Compare import and export with astropy's reading of the same files, value by value.
+
+usage: interop_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
+"""
+# SPDX-License-Identifier: MIT
+import glob
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import warnings
+
+try:
+    import numpy as np
+    from astropy.io import fits
+    from astropy.io.fits.verify import VerifyWarning
+except ImportError as missing:
+    print("skipped: python3-astropy is not installed (%s)" % missing)
+    sys.exit(77)
+
+import synthetic
+import uvx
+
+warnings.simplefilter("ignore", VerifyWarning)
+ZELTRA = os.path.abspath(sys.argv.pop(1))
+SHARED = sys.argv.pop(1)
+AIPS_NAMES = {"FREQUENCY": "FQ", "ARRAY_GEOMETRY": "AN", "SOURCE": "SU", "SYSTEM_TEMPERATURE": "TY", "GAIN_CURVE": "GC"}
+
+
+def zeltra(*arguments):
+    done = subprocess.run([ZELTRA, *arguments], capture_output=True, text=True)
+    if done.returncode:
+        raise AssertionError("zeltra %s: %s" % (" ".join(arguments), done.stderr))
+    return done
+
+
+def parameter(header, raw, names):
+    """Sum in double precision of the parameters of these names, or None."""
+    total = None
+    for i in range(header["PCOUNT"]):
+        if header["PTYPE%d" % (i + 1)].split("-")[0].strip() in names:
+            value = raw[:, i] * header.get("PSCAL%d" % (i + 1), 1.0) + header.get("PZERO%d" % (i + 1), 0.0)
+            total = value if total is None else total + value
+    return total
+
+
+def same_bits(a, b):
+    return np.array_equal(np.ascontiguousarray(a, "<f4").view("u4"), np.ascontiguousarray(b, "<f4").view("u4"))
+
+
+class Interop(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def raw_groups(self, path):
+        """Header, parameters [group][parameter] and data, as stored, without astropy's scaling."""
+        header = fits.getheader(path)
+        kind = {-32: ">f4", 16: ">i2", 32: ">i4"}[header["BITPIX"]]
+        shape = tuple(header["NAXIS%d" % i] for i in range(header["NAXIS"], 1, -1))
+        group = np.dtype([("par", kind, (header["PCOUNT"],)), ("data", kind, shape)])
+        with fits.open(path) as hdus:
+            start = hdus.fileinfo(0)["datLoc"]
+        return header, np.fromfile(path, group, header["GCOUNT"], offset=start)
+
+    def check_groups(self, path, file):
+        header, groups = self.raw_groups(path)
+        raw = groups["par"].astype(float)
+        time = parameter(header, raw, ("DATE", "_DATE"))
+        baseline = np.floor(parameter(header, raw, ("BASELINE",)) + 0.5).astype(int)
+        order = np.arange(len(time))
+        if np.any(np.diff(time) < 0):
+            order = np.lexsort((order, baseline, time))
+        self.assertEqual(file.count, len(time))
+        group = file.records["group"]
+        np.testing.assert_array_equal(group["time"], time[order])
+        np.testing.assert_array_equal(group["ant1"], (baseline >> 8)[order])
+        np.testing.assert_array_equal(group["ant2"], (baseline & 255)[order])
+        wavelengths = any("-L" in header["PTYPE%d" % (i + 1)] for i in range(3))
+        scale = 1 / header["CRVAL4"] if wavelengths else 1.0
+        for name, wanted in (("u", "UU"), ("v", "VV"), ("w", "WW")):
+            value = parameter(header, raw, (wanted,)) * scale
+            np.testing.assert_allclose(group[name], value[order].astype("f4"), rtol=1.3e-7 if wavelengths else 0)
+        for name, wanted in (("source", "SOURCE"), ("frqsel", "FREQSEL")):
+            value = parameter(header, raw, (wanted,))
+            np.testing.assert_array_equal(group[name], 1 if value is None else value[order])
+        data = groups["data"].reshape(file.records["vis"].shape)[order]
+        if header["BITPIX"] > 0:
+            data = (data * header.get("BSCALE", 1.0) + header.get("BZERO", 0.0)).astype("f4")
+        self.assertTrue(same_bits(file.records["vis"], data), "visibilities differ")
+        finite = data[np.isfinite(data).all(axis=-1)]
+        if finite.size == data.size:
+            self.assertEqual(file.ranges["re"], data[..., 0].min())
+            self.assertEqual(file.maxima["weight"], data[..., 2].max())
+
+    def check_tables(self, path, file):
+        with fits.open(path) as hdus:
+            for hdu in hdus[1:]:
+                raw_form = hdu.header["XTENSION"]
+                self.assertIn(raw_form.strip(), ("BINTABLE", "A3DTABLE"))
+                name = hdu.header["EXTNAME"]
+                code = AIPS_NAMES.get(name, name.split()[-1][:2])
+                self.check_table(hdu, next(t for t in file.tables if t.code == code))
+
+    def check_table(self, hdu, table):
+        header = hdu.header
+        kept = []
+        for i in range(1, header["TFIELDS"] + 1):
+            form = header["TFORM%d" % i].strip()
+            if not any(letter in form for letter in "BKCMPQ"):
+                kept.append((i, form))
+        self.assertEqual(table.rows, header["NAXIS2"])
+        self.assertEqual(len(table.columns), len(kept))
+        for index, (i, form) in enumerate(kept):
+            if not form[0].isdigit():
+                form = "1" + form
+            letter, count = form[-1], int(form[:-1])
+            self.assertEqual(table.columns[index][2:], (letter, count))
+            if not count or not table.rows:
+                continue
+            given, wanted = table.column(index), hdu.data.field(i - 1)
+            if letter == "A":
+                wanted = np.array([w.split("\0")[0].rstrip().encode() for w in np.char.asarray(wanted)])
+            elif letter == "X":
+                given = np.unpackbits(given, axis=1)[:, :count].astype(bool)
+            elif letter == "L":
+                given = given == ord("T")
+            np.testing.assert_array_equal(given.reshape(np.shape(wanted)), wanted, header["TTYPE%d" % i])
+        structural = ("XTENSION", "BITPIX", "NAXIS", "PCOUNT", "GCOUNT", "TFIELDS", "EXT", "TTYPE", "TFORM", "TUNIT",
+                      "TDISP", "TNULL", "TDIM", "HISTORY", "COMMENT")
+        for card in header.cards:
+            if card.keyword.startswith(structural) or not card.keyword:
+                continue
+            key = card.keyword.rstrip("0123456789")
+            key += str(int(card.keyword[len(key):])) if len(key) < len(card.keyword) else ""
+            key = "NO_IF" if "NO_BAND" in key else key
+            value, numeric = table.keywords[key[:9]]
+            if isinstance(card.value, str):
+                self.assertEqual((value, numeric), (card.value.replace("/", "-").strip()[:31], 0))
+            elif isinstance(card.value, bool):
+                self.assertEqual((value, numeric), ("T" if card.value else "F", 1))
+            else:
+                self.assertEqual((float(value.replace("D", "E")), numeric), (card.value, 1))
+
+    def check_whole(self, file):
+        codes = [t.code for t in file.tables]
+        for code in ("NX", "FQ", "AN", "SU", "BL"):
+            self.assertEqual(codes.count(code), 1, code)
+        index = file.table("NX")
+        names = [c[0] for c in index.columns]
+        start = index.column(names.index("START VIS"))[:, 0]
+        end = index.column(names.index("END VIS"))[:, 0]
+        self.assertEqual(start[0], 1)
+        self.assertEqual(end[-1], file.count)
+        np.testing.assert_array_equal(start[1:], end[:-1] + 1)
+        group = file.records["group"]
+        for row in range(index.rows):
+            scan = group[start[row] - 1:end[row]]
+            self.assertEqual(set(scan["source"]), {index.column(names.index("SOURCE ID"))[row, 0]})
+            middle = (scan["time"].min() + scan["time"].max()) / 2 - file.date_obs
+            self.assertAlmostEqual(index.column(names.index("TIME"))[row, 0], middle, delta=90 / 86400)
+
+    def check_export(self, file, path):
+        """Every value of an exported file as astropy reads it, and fitsverify's opinion."""
+        header, groups = self.raw_groups(path)
+        raw = groups["par"].astype(float)
+        group = file.records["group"]
+        np.testing.assert_array_equal(parameter(header, raw, ("DATE",)), group["time"])
+        np.testing.assert_array_equal(parameter(header, raw, ("BASELINE",)), group["ant1"] * 256.0 + group["ant2"])
+        for name, wanted in (("u", "UU"), ("v", "VV"), ("w", "WW")):
+            np.testing.assert_array_equal(parameter(header, raw, (wanted,)).astype("f4"), group[name])
+        for name, wanted in (("source", "SOURCE"), ("frqsel", "FREQSEL")):
+            value = parameter(header, raw, (wanted,))
+            np.testing.assert_array_equal(1 if value is None else value, group[name])
+        self.assertTrue(same_bits(groups["data"].reshape(file.records["vis"].shape), file.records["vis"]))
+        axes = [header.get("CTYPE%d" % i) for i in range(2, header["NAXIS"] + 1)]
+        self.assertEqual(axes, ["COMPLEX", "STOKES", "FREQ", "IF", "RA", "DEC"])
+        stokes = header["CRVAL3"] + (np.arange(1, header["NAXIS3"] + 1) - header["CRPIX3"]) * header["CDELT3"]
+        np.testing.assert_array_equal(stokes, file.stokes)
+        self.assertEqual(header["CRVAL4"] + (1 - header["CRPIX4"]) * header["CDELT4"], file.freq0)
+        with fits.open(path) as hdus:
+            self.assertEqual(len(hdus) - 1, len(file.tables))
+            for hdu, table in zip(hdus[1:], file.tables):
+                self.assertEqual(hdu.header["EXTNAME"], "AIPS " + table.code)
+                self.check_table_back(hdu, table)
+        if shutil.which("fitsverify"):
+            report = subprocess.run(["fitsverify", "-e", path], capture_output=True, text=True)
+            self.assertIn("0 errors", report.stdout.replace("0 error(s)", "0 errors"), report.stdout)
+
+    def check_table_back(self, hdu, table):
+        for index, (name, unit, letter, count) in enumerate(table.columns):
+            self.assertEqual(hdu.header["TTYPE%d" % (index + 1)].strip(), name)
+            self.assertEqual(hdu.header.get("TUNIT%d" % (index + 1), "").strip(), unit)
+            if not count or not table.rows or letter == "X":
+                continue
+            given, wanted = hdu.data.field(index), table.column(index)
+            if letter == "A":
+                given = np.array([w.split("\0")[0].rstrip().encode() for w in np.char.asarray(given)])
+            elif letter == "L":
+                wanted = wanted == ord("T")
+            np.testing.assert_array_equal(np.reshape(given, np.shape(wanted)), wanted, name)
+
+    def check_file(self, path):
+        first, back, second = self.path("first.uvx"), self.path("back.uvfits"), self.path("second.uvx")
+        zeltra("import", path, first)
+        file = uvx.File(first)
+        self.check_groups(path, file)
+        self.check_tables(path, file)
+        self.check_whole(file)
+        zeltra("export", first, back)
+        self.check_export(file, back)
+        zeltra("import", back, second)
+        again = uvx.File(second)
+        self.assertEqual(file.records.tobytes(), again.records.tobytes())
+        self.assertEqual([t.code for t in file.tables], [t.code for t in again.tables])
+        for one, other in zip(file.tables, again.tables):
+            self.assertEqual(one.data, other.data, one.code)
+            self.assertEqual(one.columns, other.columns)
+            for key, value in one.keywords.items():
+                if not key.startswith("EXT"):
+                    self.assertEqual(other.keywords.get(key), value, (one.code, key))
+        self.assertEqual((file.epoch, file.date_obs, file.freq0, file.stokes),
+                         (again.epoch, again.date_obs, again.freq0, again.stokes))
+        return file
+
+    def test_synthetic_files(self):
+        for name, options in synthetic.VARIANTS.items():
+            with self.subTest(name):
+                path = self.path("in.uvfits")
+                synthetic.write(path, **options)
+                self.check_file(path)
+                for made in glob.glob(self.path("*.uv*")):
+                    os.remove(made)
+
+    def test_a3dtable(self):
+        path = self.path("in.uvfits")
+        synthetic.write(path, **synthetic.VARIANTS["plain"])
+        data = open(path, "rb").read().replace(b"'BINTABLE'", b"'A3DTABLE'")
+        open(self.path("3d.uvfits"), "wb").write(data)
+        zeltra("import", path, self.path("2.uvx"))
+        zeltra("import", self.path("3d.uvfits"), self.path("3.uvx"))
+        two, three = uvx.File(self.path("2.uvx")), uvx.File(self.path("3.uvx"))
+        self.assertEqual(two.records.tobytes(), three.records.tobytes())
+        self.assertEqual([(t.id & 0xFFFF, t.data) for t in two.tables], [(t.id & 0xFFFF, t.data) for t in three.tables])
+        self.assertEqual(three.table("AN").id, 0x100000 | ord("A") | ord("N") << 8)
+
+    def test_simulated_file(self):
+        source, path = self.path("sim.uvx"), self.path("sim.uvfits")
+        zeltra("simulate", source)
+        zeltra("export", source, path)
+        self.check_export(uvx.File(source), path)
+        self.assertEqual(uvx.File(source).records.tobytes(), self.check_file(path).records.tobytes())
+
+    def test_real_files(self):
+        paths = sorted(glob.glob(os.path.join(SHARED, "*.uvfits")))
+        if not paths:
+            self.skipTest("no real files in " + SHARED)
+        for path in paths:
+            with self.subTest(os.path.basename(path)):
+                self.check_file(path)
+                for made in glob.glob(self.path("*.uv*")):
+                    os.remove(made)
+
+    def test_rebuilt_index_agrees_with_the_files_own(self):
+        path = os.path.join(SHARED, "mojave.uvfits")
+        if not os.path.exists(path):
+            self.skipTest("no real files in " + SHARED)
+        zeltra("import", path, self.path("own.uvx"))
+        # Renaming the table hides it, so that the import has to build one.
+        data = open(path, "rb").read().replace(b"'AIPS NX '", b"'AIPS ZZ '")
+        open(self.path("hidden.uvfits"), "wb").write(data)
+        zeltra("import", self.path("hidden.uvfits"), self.path("rebuilt.uvx"))
+        own, rebuilt = uvx.File(self.path("own.uvx")).table("NX"), uvx.File(self.path("rebuilt.uvx")).table("NX")
+        values = [[t.column(i)[:, 0] for i in (0, 1, 5, 4)] for t in (own, rebuilt)]
+        (time, interval, end, start), (new_time, new_interval, new_end, new_start) = values
+        # One source: the rebuilt index has one scan from the first record of the first to the last of the last.
+        self.assertEqual((start[0], end[-1]), (new_start[0], new_end[-1]))
+        # Start and end lie half an integration outside the first and last time stamps of the file's own scans.
+        begin = (time - interval / 2)[0] * 86400
+        finish = (time + interval / 2)[-1] * 86400
+        self.assertAlmostEqual((new_time - new_interval / 2)[0] * 86400, begin, delta=1)
+        self.assertAlmostEqual((new_time + new_interval / 2)[-1] * 86400, finish, delta=1)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,137 @@
+"""Kill, starve and overfeed the command, and look at what it leaves.
+
+usage: robustness_test.py ZELTRA_COMMAND [unittest arguments]
+"""
+# SPDX-License-Identifier: MIT
+import os
+import random
+import resource
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+ZELTRA = os.path.abspath(sys.argv.pop(1))
+
+
+def card(text):
+    return text.ljust(80).encode()
+
+
+def header(parameters, groups, channels):
+    names = ["UU", "VV", "WW", "BASELINE", "DATE", "DATE"][:parameters]
+    axes = [("COMPLEX", 3), ("STOKES", 1), ("FREQ", channels), ("IF", 1), ("RA", 1), ("DEC", 1)]
+    cards = ["SIMPLE  = T", "BITPIX  = -32", "NAXIS   = 7", "NAXIS1  = 0"]
+    cards += ["NAXIS%d  = %d" % (i + 2, n) for i, (_, n) in enumerate(axes)]
+    cards += ["GROUPS  = T", "PCOUNT  = %d" % len(names), "GCOUNT  = %d" % groups]
+    for i, name in enumerate(names, 1):
+        cards += ["PTYPE%d  = '%s'" % (i, name), "PSCAL%d  = 1.0" % i, "PZERO%d  = %.1f" % (i, 2451545.5 * (i == 5))]
+    for i, (name, _) in enumerate(axes, 2):
+        cards += ["CTYPE%d  = '%s'" % (i, name), "CRVAL%d  = 1.0" % i, "CDELT%d  = 1.0" % i, "CRPIX%d  = 1.0" % i]
+    cards += ["DATE-OBS= '2000-01-02'", "EPOCH   = 2000.0", "OBJECT  = 'X'", "END"]
+    text = b"".join(map(card, cards))
+    return text.ljust(-(-len(text) // 2880) * 2880)
+
+
+class Robustness(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def simulated(self, *options):
+        uvx, uvfits = self.path("sim.uvx"), self.path("sim.uvfits")
+        subprocess.run([ZELTRA, "simulate", uvx, "--force", *options], check=True)
+        subprocess.run([ZELTRA, "export", uvx, uvfits, "--force"], check=True)
+        return uvfits
+
+    def leftovers(self):
+        return [name for name in os.listdir(self.folder) if not name.startswith("sim.")]
+
+    def test_a_killed_import_leaves_nothing_that_opens(self):
+        source = self.simulated("--minutes", "60", "--integration", "2", "--ifs", "4", "--channels", "8")
+        began = time.time()
+        subprocess.run([ZELTRA, "import", source, self.path("whole.uvx")], check=True)
+        whole = time.time() - began
+        random.seed(1)
+        killed = 0
+        for _ in range(10):
+            target = self.path("killed.uvx")
+            process = subprocess.Popen([ZELTRA, "import", source, target], stderr=subprocess.DEVNULL)
+            time.sleep(random.uniform(0, whole))
+            process.send_signal(signal.SIGKILL)
+            killed += process.wait() == -signal.SIGKILL
+            for name in self.leftovers():
+                if name == "whole.uvx" or (name == "killed.uvx" and process.returncode == 0):
+                    continue
+                self.assertNotEqual(name, "killed.uvx")
+                done = subprocess.run([ZELTRA, "info", self.path(name)], capture_output=True)
+                self.assertEqual(done.returncode, 1, "what was left opens: " + name)
+                os.remove(self.path(name))
+            if os.path.exists(target):
+                os.remove(target)
+        self.assertGreater(killed, 4, "the import is too fast for this test")
+
+    def test_a_full_disk_gives_an_error_and_no_output(self):
+        source = self.simulated("--minutes", "4")
+        uvx = self.path("sim.uvx")
+        size = os.path.getsize(uvx)
+        signal_ignored = lambda limit: lambda: (signal.signal(signal.SIGXFSZ, signal.SIG_IGN),
+                                                resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+        for limit in (0, 3, 400, 481, 4097, size // 2, size - 5000, size - 2100, size - 100):
+            for job, given in (("import", source), ("export", uvx), ("simulate", None)):
+                target = self.path("full")
+                command = [ZELTRA, job] + ([given] if given else []) + [target] + ([] if given else ["--minutes", "4"])
+                done = subprocess.run(command, capture_output=True, text=True, preexec_fn=signal_ignored(limit))
+                self.assertEqual(done.returncode, 1, (job, limit, done.stderr))
+                self.assertIn("zeltra: error: " + target, done.stderr)
+                self.assertEqual(self.leftovers(), [], (job, limit))
+
+    def test_ctrl_c_stops_a_job_cleanly(self):
+        source = self.simulated("--minutes", "60", "--integration", "2", "--ifs", "4", "--channels", "8")
+        for job, given in (("import", source), ("export", self.path("sim.uvx"))):
+            process = subprocess.Popen([ZELTRA, job, given, self.path("out")], stderr=subprocess.PIPE, text=True)
+            time.sleep(0.05)
+            process.send_signal(signal.SIGINT)
+            process.communicate()
+            self.assertIn(process.returncode, (130, 0), job)
+            if process.returncode == 130:
+                self.assertEqual(self.leftovers(), [])
+            else:
+                os.remove(self.path("out"))
+
+    def test_memory_and_files_beyond_4_gib(self):
+        channels, groups = 23000000, 17
+        size = 4 * (6 + 3 * channels)
+        source, target = self.path("sim.large.uvfits"), self.path("sim.large.uvx")
+        with open(source, "wb") as out:
+            start = out.write(header(6, groups, channels))
+            for group in range(groups):
+                out.seek(start + group * size)
+                out.write(struct.pack(">6f", 1e-3, 2e-3, 3e-3, 258 + group % 3, group / 64, 0))
+                out.seek(start + (group + 1) * size - 12)
+                out.write(struct.pack(">3f", group + 0.5, -group, 2))
+        self.assertGreater(os.path.getsize(source), 1 << 32)
+        process = subprocess.Popen([ZELTRA, "import", source, target])
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = status
+        self.assertEqual(status, 0)
+        self.assertLess(usage.ru_maxrss, 64 * 1024, "KiB")
+        record = 26 + 12 * channels
+        with open(target, "rb") as made:
+            for group in range(groups):
+                made.seek(481 + group * record + 4)
+                u, _, _, date = struct.unpack("<3fd", made.read(20))
+                self.assertEqual((u, date), (struct.unpack("f", struct.pack("f", 1e-3))[0], 2451545.5 + group / 64))
+                made.seek(481 + (group + 1) * record - 12)
+                self.assertEqual(struct.unpack("<3f", made.read(12)), (group + 0.5, -group, 2))
+
+
+if __name__ == "__main__":
+    unittest.main()

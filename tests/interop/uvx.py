@@ -1,0 +1,74 @@
+"""Read a UVX file with numpy: a second reader, written from docs/uvx-format.md alone."""
+# SPDX-License-Identifier: MIT
+import struct
+
+import numpy as np
+
+GROUP = np.dtype([("flag", "i1"), ("frqsel", "i1"), ("source", "<i2"), ("u", "<f4"), ("v", "<f4"), ("w", "<f4"),
+                  ("time", "<f8"), ("ant1", "u1"), ("ant2", "u1")])
+ELEMENT = {"I": "<i2", "J": "<i4", "E": "<f4", "D": "<f8"}
+RANGES = ("u", "v", "w", "time", "re", "im", "weight")
+
+
+def text(raw):
+    return raw.split(b"\0")[0].decode("latin-1").strip()
+
+
+class Table:
+    """A table image: `keywords` maps names to (text, numeric flag), `columns` lists (name, unit, letter, count)."""
+
+    def __init__(self, raw):
+        self.id, count = struct.unpack_from("<ih", raw, 0)
+        self.code = chr(self.id & 0xFF) + chr(self.id >> 8 & 0xFF)
+        at = 6
+        self.keywords = {}
+        for _ in range(count):
+            self.keywords[text(raw[at:at + 10])] = (text(raw[at + 10:at + 42]), struct.unpack_from("<i", raw, at + 42)[0])
+            at += 46
+        self.rows, columns, self.row_bytes = struct.unpack_from("<3i", raw, at)
+        at += 12
+        self.columns = []
+        for _ in range(columns):
+            form = text(raw[at + 28:at + 36])
+            self.columns.append((text(raw[at:at + 18]), text(raw[at + 18:at + 28]), form[-1], int(form[:-1] or 0)))
+            at += 36
+        self.data = raw[at:at + self.rows * self.row_bytes]
+
+    def column(self, index):
+        """Shape [row][element]; text columns are an array of bytes."""
+        sizes = [(n + 7) // 8 if c == "X" else n * {"I": 2, "J": 4, "E": 4, "D": 8}.get(c, 1)
+                 for _, _, c, n in self.columns]
+        start, size = sum(sizes[:index]), sizes[index]
+        letter = self.columns[index][2]
+        rows = np.frombuffer(self.data, "u1").reshape(self.rows, self.row_bytes)[:, start:start + size]
+        rows = np.ascontiguousarray(rows)
+        if letter == "A":
+            return np.array([bytes(r).split(b"\0")[0].rstrip() for r in rows])
+        if letter == "X":
+            return rows[:, ::-1]  # one unit in machine order
+        return rows.view(ELEMENT.get(letter, "u1"))
+
+
+class File:
+    def __init__(self, path):
+        raw = open(path, "rb").read()
+        magic, self.data_offset, directory = struct.unpack_from("<iiq", raw, 0)
+        assert magic == 1003, "not a finished UVX file"
+        self.count, self.epoch, self.date_obs = struct.unpack_from("<idd", raw, 16)
+        self.bunit, self.observer, self.telescope = text(raw[38:48]), text(raw[48:64]), text(raw[64:80])
+        self.ranges = dict(zip(RANGES, struct.unpack_from("<14d", raw, 80)[::2]))
+        self.maxima = dict(zip(RANGES, struct.unpack_from("<14d", raw, 80)[1::2]))
+        polarisations = struct.unpack_from("<h", raw, 192)[0]
+        self.stokes = struct.unpack_from("<%dh" % polarisations, raw, 194)
+        self.ifs, self.channels, self.freq0 = struct.unpack_from("<iid", raw, 210)
+        shape = (max(1, self.ifs), self.channels, polarisations, 3)
+        record = np.dtype([("group", GROUP), ("vis", "<f4", shape)])
+        self.records = np.frombuffer(raw, record, self.count, self.data_offset)
+        self.tables = []
+        if directory:
+            for i in range(struct.unpack_from("<h", raw, directory)[0]):
+                _, offset, size = struct.unpack_from("<iqi", raw, directory + 2 + 16 * i)
+                self.tables.append(Table(raw[offset:offset + size]))
+
+    def table(self, code):
+        return next(t for t in self.tables if t.code == code)

@@ -1,0 +1,359 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include "tests/support/SyntheticFITS.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/core/Text.h"
+#include "zeltra/ops/ExportUVFITS.h"
+#include "zeltra/ops/ImportUVFITS.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXTable.h"
+#include "zeltra/uvx/AUVXVisibility.h"
+
+namespace zeltra {
+namespace {
+
+using test::SyntheticFITS;
+using test::SyntheticTable;
+using test::TempFile;
+
+constexpr double kDay = 2450000.5;
+
+// Parameters of the builder's standard list: three baselines at each time, 10 s apart.
+double Parameter(int group, int parameter) {
+  const double baselines[] = {258, 259, 515};
+  const double values[] = {1e-3 * group, -2e-3, 5e-4, baselines[group % 3], kDay + 0.25, group / 3 * 10 / 86400.0};
+  return parameter < 6 ? values[parameter] : 30;
+}
+
+double Value(int group, int element) {
+  return group + 0.125 * element + 1;
+}
+
+SyntheticFITS Small(int groups = 6) {
+  return SyntheticFITS::UV(2, 1, 2).Groups(groups, Parameter, Value);
+}
+
+struct Imported {
+  explicit Imported(const SyntheticFITS& fits) : Imported(fits.Bytes()) {}
+  explicit Imported(const std::string& bytes) {
+    in.Put(bytes);
+    result = ImportUVFITS(in.path(), out.path(), JobOptions(), &summary);
+    if (result) uvx.Open(out.c_str(), 0);
+  }
+  AUVXGroup Group(int i) {
+    AUVXGroup group;
+    uvx.SeekUVGroup(i);
+    group.load(uvx);
+    return group;
+  }
+  AUVXVisibility Visibility(int i) {
+    AUVXVisibility visibility(uvx);
+    uvx.SeekUVVis(i);
+    visibility.load(uvx);
+    return visibility;
+  }
+  bool Remarks(const std::string& part) const {
+    for (const std::string& remark : summary.remarks) {
+      if (remark.find(part) != std::string::npos) return true;
+    }
+    return false;
+  }
+
+  TempFile in{"uvfits"}, out{"uvx"};
+  ImportSummary summary;
+  AResult result = AResult::Ok();
+  AUVXFile uvx;
+};
+
+TEST(Import, KeepsValuesAndCompletesTheTables) {
+  Imported file(Small());
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_EQ(file.uvx.count(), 6);
+  const AUVXGroup group = file.Group(4);
+  EXPECT_FLOAT_EQ(static_cast<float>(group.u()), 4e-3f);
+  EXPECT_EQ(group.tlsc1(), 1);
+  EXPECT_EQ(group.tlsc2(), 3);
+  EXPECT_NEAR(group.uvTime(), kDay + 0.25 + 10 / 86400.0, 1e-9);
+  EXPECT_EQ(file.Visibility(4)(1, 0, 1).Im(), 4 + 0.125 * 10 + 1);
+  AUVXHeader header(file.uvx);
+  EXPECT_EQ(header.range.re().maximum, 5 + 0.125 * 9 + 1);
+  for (const char* code : {"NX", "FQ", "AN", "SU", "BL"}) {
+    EXPECT_TRUE(std::unique_ptr<AUVXTable>(file.uvx.GetTable(code))) << code;
+  }
+  const std::unique_ptr<AUVXTable> index(file.uvx.GetTable("NX"));
+  AUVXPosition scans(*index);
+  ASSERT_EQ(scans.count(), 1);
+  EXPECT_EQ(scans(0).endVis, 6);
+  EXPECT_NEAR(scans(0).start, 21600, 0.01) << "seconds since 0 h of the observation date";
+  EXPECT_NEAR(scans(0).duration, 10, 0.01);
+}
+
+TEST(Import, NeverReplacesAFileUnasked) {
+  const TempFile in("uvfits"), out("uvx");
+  in.Put(Small().Bytes());
+  out.Put("precious");
+  JobOptions options;
+  EXPECT_FALSE(ImportUVFITS(in.path(), out.path(), options, nullptr));
+  EXPECT_EQ(out.Bytes(), "precious");
+  int cancel = 1;
+  options.overwrite = true;
+  options.cancel = &cancel;
+  EXPECT_EQ(ImportUVFITS(in.path(), out.path(), options, nullptr).code(), AResult::Cancelled);
+  EXPECT_EQ(out.Bytes(), "precious") << "a cancelled import leaves the old file";
+  cancel = 0;
+  EXPECT_TRUE(ImportUVFITS(in.path(), out.path(), options, nullptr));
+  EXPECT_FALSE(ImportUVFITS(in.path(), "/no/such/folder/x.uvx", options, nullptr));
+  EXPECT_FALSE(ImportUVFITS("/no/such/file", out.path(), options, nullptr));
+}
+
+TEST(Import, ReportsItsStepsAndPercentages) {
+  struct Control : CProgressCtrl {
+    std::intptr_t SendMessage(unsigned message, std::uintptr_t w, std::intptr_t l) override {
+      if (message == kProgressText) texts += reinterpret_cast<const char*>(l) + std::string("|");
+      if (message == kProgressPosition) positions.push_back(static_cast<int>(w));
+      return 0;
+    }
+    std::string texts;
+    std::vector<int> positions;
+  } control;
+  const TempFile in("uvfits"), out("uvx");
+  in.Put(Small(3)
+             .Groups(
+                 3, [](int g, int p) { return p == 4 ? kDay - g : Parameter(g, p); }, Value)
+             .Bytes());
+  JobOptions options;
+  options.progress = &control;
+  ASSERT_TRUE(ImportUVFITS(in.path(), out.path(), options, nullptr));
+  EXPECT_EQ(
+      control.texts,
+      "Reading file informatiom...|Writing data into output file...|Sorting data...|Writing data into output file...|");
+  EXPECT_EQ(control.positions.back(), 100);
+}
+
+TEST(Import, SortsByTimeThenBaselineWhereTimeGoesBack) {
+  const int times[] = {2, 2, 1, 1, 0, 3}, baselines[] = {259, 258, 515, 258, 258, 258};
+  Imported file(Small().Groups(
+      6, [&](int g, int p) { return p == 3   ? baselines[g]
+                                    : p == 5 ? times[g] / 64.0
+                                             : Parameter(g, p); }, Value));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_TRUE(file.summary.sorted);
+  const int order[] = {4, 3, 2, 1, 0, 5};
+  for (int i = 0; i < 6; ++i) {
+    EXPECT_EQ(file.Visibility(i)(0, 0, 0).Re(), Value(order[i], 0)) << i;
+    EXPECT_EQ(file.Group(i).tlsc1() * 256 + file.Group(i).tlsc2(), baselines[order[i]]) << i;
+  }
+  // Equal times out of baseline order are kept as they are.
+  Imported kept(Small().Groups(
+      2, [&](int g, int p) { return p == 3 ? baselines[g] : Parameter(0, p); }, Value));
+  EXPECT_FALSE(kept.summary.sorted);
+  EXPECT_EQ(kept.Group(0).tlsc2(), 3);
+}
+
+TEST(Import, MasksParametersThatShareAFirstLetter) {
+  SyntheticFITS fits = SyntheticFITS::UV(1, 1, 1);
+  for (const char* name : {"SUBARRAY", "WEIGHT", "DELAY", "FILTER", "VELOCITY", "BANDWID", "INTTIM"})
+    fits.Parameter(name);
+  Imported file(fits.Groups(3, Parameter, Value));
+  ASSERT_TRUE(file.result) << file.result.message();
+  const AUVXGroup group = file.Group(0);
+  EXPECT_EQ(group.sourceNo(), 1);
+  EXPECT_EQ(group.freqSel(), 1);
+  EXPECT_FLOAT_EQ(static_cast<float>(group.w()), 5e-4f);
+  EXPECT_EQ(group.uvTime(), kDay + 0.25);
+  EXPECT_EQ(group.tlsc2(), 2);
+  EXPECT_TRUE(file.Remarks("SUBARRAY, WEIGHT, DELAY, FILTER, VELOCITY, BANDWID, INTTIM"));
+}
+
+TEST(Import, CountsWhatIsDoubtful) {
+  constexpr float kInf = std::numeric_limits<float>::infinity(), kNaN = std::numeric_limits<float>::quiet_NaN();
+  Imported file(Small()
+                    .RawCard("HISTORY AIPS   SORT ORDER = 'TB'")
+                    .Groups(
+                        6, [](int g, int p) { return p == 3   ? 700 - g
+                                                     : p == 5 ? 0
+                                                              : Parameter(g, p); },
+                        [=](int g, int e) {
+                          return g == 1 && e == 0 ? kNaN : g == 2 && e % 3 == 2 ? kInf : Value(g, e);
+                        })
+                    .Append("tail"));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_TRUE(file.Remarks("1 values have a part that is not a finite number"));
+  EXPECT_TRUE(file.Remarks("4 weights are infinite"));
+  EXPECT_TRUE(file.Remarks("5 groups break the order time, then baseline, that the history claims"));
+  EXPECT_TRUE(file.Remarks("4 bytes behind the last table"));
+  EXPECT_TRUE(std::isnan(file.Visibility(1)(0, 0, 0).Re()));
+}
+
+TEST(Import, BlankIntegersAreFlagged) {
+  Imported file(Small()
+                    .Bitpix(16)
+                    .Card("BLANK", -32768.0)
+                    .Groups(
+                        3, [](int g, int p) { return p == 4            ? kDay
+                                                     : p < 3 || p == 5 ? 0
+                                                                       : Parameter(g, p); },
+                        [](int g, int e) { return g == 1 && e == 4 ? -32768 : e; }));
+  ASSERT_TRUE(file.result) << file.result.message();
+  const AUVXVisibility visibility = file.Visibility(1);
+  EXPECT_FALSE(visibility(0, 0, 1).isValid());
+  EXPECT_TRUE(std::isnan(visibility(0, 0, 1).Re()));
+  EXPECT_TRUE(visibility(0, 0, 0).isValid());
+}
+
+TEST(Import, ChecksAnIndexBeforeItKeepsIt) {
+  const auto index = [](int lastEnd) {
+    return SyntheticTable("AIPS NX")
+        .Column("TIME", "1E", "DAYS")
+        .Column("TIME INTERVAL", "1E", "DAYS")
+        .Column("SOURCE ID", "1J")
+        .Column("SUBARRAY", "1J")
+        .Column("START VIS", "1J")
+        .Column("END VIS", "1J")
+        .Column("FREQ ID", "1J")
+        .Row({0.25, 0.01, 1, 1, 1, 3, 1})
+        .Row({0.26, 0.01, 1, 1, 4, lastEnd, 1});
+  };
+  for (const int lastEnd : {6, 7, 5, 3, -1}) {
+    Imported file(Small().Table(index(lastEnd)));
+    ASSERT_TRUE(file.result) << file.result.message();
+    const std::unique_ptr<AUVXTable> table(file.uvx.GetTable("NX"));
+    EXPECT_EQ(table->rows(), lastEnd == 6 ? 2 : 1) << lastEnd;
+    EXPECT_EQ(file.Remarks("index table"), lastEnd != 6);
+  }
+}
+
+TEST(Import, CarriesColumnsBesideThoseItCannot) {
+  Imported file(Small().Table(SyntheticTable("AIPS TY")
+                                  .Column("ID", "J")
+                                  .Column("COUNT", "1K")
+                                  .Column("NAME", "4A")
+                                  .Column("HEAP", "1PE(3)")
+                                  .Column("VALUE", "2D")
+                                  .Row({7, 9, std::string("A\0BC", 4), 0, {1.5, -2.5}})
+                                  .Card("RDATE", "2000-01-02")
+                                  .Heap("0123")));
+  ASSERT_TRUE(file.result) << file.result.message();
+  const std::unique_ptr<AUVXTable> table(file.uvx.GetTable("TY"));
+  ASSERT_TRUE(table);
+  ASSERT_EQ(table->columnCount(), 3);
+  EXPECT_EQ(table->Number(0, 0), 7);
+  EXPECT_EQ(table->Text(0, 1), "A");
+  EXPECT_EQ(table->Number(0, 2, 1), -2.5);
+  EXPECT_TRUE(file.Remarks("COUNT (1K), HEAP (1PE(3))"));
+  EXPECT_TRUE(file.Remarks("bytes behind the end of 1 texts"));
+  ASSERT_EQ(table->keywords().count(), 1);
+  EXPECT_EQ(table->keywords()(0).Value(), "2000-01-02");
+}
+
+TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
+  const auto idi = SyntheticTable("UV_DATA").Column("FLUX", "1E");
+  const auto image = [] { return Small().ReplaceCard("GROUPS", "").ReplaceCard("NAXIS1", "NAXIS1  = 3"); };
+  const auto baseline = [](double value) {
+    return Small().Groups(
+        6, [=](int g, int p) { return p == 3 && g == 2 ? value : Parameter(g, p); }, Value);
+  };
+  const std::pair<SyntheticFITS, const char*> cases[] = {
+      {Small().ReplaceCard("SIMPLE", "SIMPLER = T"), "does not begin with a SIMPLE card"},
+      {Small().ReplaceCard("GROUPS", "GROUPS  = 1"), "no card GROUPS = T"},
+      {image(), "an image of 3 x 3 pixels"},
+      {Small().ReplaceCard("GROUPS", "").Table(idi), "FITS-IDI"},
+      {Small().ReplaceCard("NAXIS1", "NAXIS1  =  777777701").ReplaceCard("NAXIS2", "NAXIS2  = 0"), "UVTABLE"},
+      {Small().Bitpix(-64), "BITPIX = -64"},
+      {Small().ReplaceCard("NAXIS2", "NAXIS2  = 2"), "axis 2, COMPLEX, has length 2"},
+      {Small().ReplaceCard("CTYPE2", "CTYPE2  = 'RA      '"), "axis 2 is not COMPLEX"},
+      {Small().ReplaceCard("CTYPE3", "CTYPE3  = 'FREQ    '").ReplaceCard("CTYPE4", "CTYPE4  = 'STOKES  '"),
+       "in that order"},
+      {Small().ReplaceCard("CTYPE4", "CTYPE4  = 'BAND    '"), "no axis FREQ"},
+      {SyntheticFITS::UV(9, 1, 1).Groups(1, Parameter, Value), "STOKES has length 9"},
+      {SyntheticFITS::UV(1, 1, 1).Axis("PIXEL", 2).Groups(1, Parameter, Value), "axis 8, \"PIXEL\", has length 2"},
+      {Small().ReplaceCard("PTYPE4", "PTYPE4  = 'BASE    '"), "no random parameter BASELINE"},
+      {Small().ReplaceCard("GCOUNT", "GCOUNT  = 0"), "holds no groups"},
+      {Small().ReplaceCard("GCOUNT", "GCOUNT  = 7000"), "of 7000"},
+      {baseline(0), "group 3 has BASELINE 0"},
+      {baseline(67586), "group 3 has BASELINE 67586"},
+      {baseline(512), "group 3 has BASELINE 512"},
+      {baseline(std::numeric_limits<double>::quiet_NaN()), "group 3 has BASELINE nan"},
+      {Small().Groups(
+           6, [](int g, int p) { return p == 5 ? HUGE_VAL : Parameter(g, p); }, Value),
+       "group 1 has a time"},
+  };
+  for (const auto& [fits, sentence] : cases) {
+    Imported file(fits);
+    EXPECT_FALSE(file.result) << sentence;
+    EXPECT_NE(file.result.message().find(sentence), std::string::npos)
+        << file.result.message() << "\nnot: " << sentence;
+    EXPECT_EQ(file.result.message().find(file.in.path()), 0u) << "the sentence begins with the file";
+    EXPECT_FALSE(file.out.exists());
+  }
+}
+
+SyntheticFITS WithTables() {
+  return Small().Table(SyntheticTable("AIPS AN")
+                           .Column("ANNAME", "8A")
+                           .Column("STABXYZ", "3D", "METERS")
+                           .Column("NOSTA", "1J")
+                           .Row({"ONE", {1, 2, 3}, 1})
+                           .Card("ARRAYX", 0.0));
+}
+
+// Whatever comes out opens and holds what it says; whatever is refused leaves nothing.
+void ExpectRightOrRefused(const std::string& bytes, const std::string& what) {
+  Imported file(bytes);
+  if (file.result) {
+    EXPECT_EQ(file.uvx.HeldRecords(), file.summary.records) << what;
+    const TempFile back("uvfits");
+    EXPECT_TRUE(ExportUVFITS(file.out.path(), back.path(), JobOptions())) << what;
+  } else {
+    EXPECT_FALSE(file.result.message().empty()) << what;
+    EXPECT_FALSE(file.out.exists()) << what;
+  }
+}
+
+TEST(ImportDamage, EveryPrefixIsRefusedOrRight) {
+  const std::string whole = WithTables().Bytes();
+  for (size_t size = 0; size < whole.size(); size += 80)
+    ExpectRightOrRefused(whole.substr(0, size), std::to_string(size));
+}
+
+TEST(ImportDamage, EveryHeaderByteFlipped) {
+  const std::string whole = WithTables().Bytes();
+  for (size_t at = 0; at < 2880 && at < whole.size(); ++at) {
+    if (whole[at] == ' ' && at % 80 > 40) continue;  // comments
+    for (const unsigned char mask : {0x01, 0x80}) {
+      std::string bytes = whole;
+      bytes[at] = static_cast<char>(bytes[at] ^ mask);
+      ExpectRightOrRefused(bytes, std::to_string(at));
+    }
+  }
+}
+
+TEST(ImportDamage, AbsurdNumbers) {
+  const char* cards[] = {"NAXIS   = 2147483647",  "NAXIS   = -1",         "NAXIS   = 999",        "NAXIS2  = -3",
+                         "NAXIS3  = 2147483647",  "NAXIS4  = 2147483647", "PCOUNT  = 2147483647", "PCOUNT  = -1",
+                         "PCOUNT  = 999",         "GCOUNT  = 2147483647", "GCOUNT  = -5",         "BITPIX  = 0",
+                         "BITPIX  = -2147483648", "GCOUNT  = 1e99",       "PSCAL1  = 1E400",      "CRPIX3  = 1E30",
+                         "CDELT3  = NAN",         "PZERO4  = -1E300",     "DATE-OBS= '99999-1-1'"};
+  for (const char* card : cards) {
+    ExpectRightOrRefused(WithTables().ReplaceCard(Trimmed(std::string(card, 8)), card).Bytes(), card);
+  }
+  const char* tableCards[] = {"NAXIS1  = 2147483647", "NAXIS2  = 2147483647", "NAXIS2  = -1",  "TFIELDS = 999",
+                              "TFIELDS = -1",         "TFORM1  = '32767D'",   "TFORM2  = 'D'", "TFORM2  = '3M'",
+                              "PCOUNT  = 2147483647", "GCOUNT  = 2147483647", "NAXIS   = 0",   "EXTNAME = ''"};
+  for (const char* card : tableCards) {
+    const std::string key = Trimmed(std::string(card, 8));
+    const int occurrence = key[0] == 'T' || key[0] == 'E' ? 0 : 1;
+    ExpectRightOrRefused(WithTables().ReplaceCard(key, card, occurrence).Bytes(), card);
+  }
+}
+
+}  // namespace
+}  // namespace zeltra

@@ -1,0 +1,453 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/ImportUVFITS.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <set>
+
+#include "zeltra/core/JulianDate.h"
+#include "zeltra/core/Text.h"
+#include "zeltra/fits/FITSBytesInternal.h"
+#include "zeltra/ops/OutputFileInternal.h"
+#include "zeltra/ops/UVFITSInputInternal.h"
+#include "zeltra/ops/UVFITSTablesInternal.h"
+#include "zeltra/uvx/AUVXAntenns.h"
+#include "zeltra/uvx/AUVXBaseLines.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXFreqs.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXSources.h"
+#include "zeltra/uvx/AUVXVisibility.h"
+
+namespace zeltra {
+namespace {
+
+constexpr double kSecondsPerDay = 86400.0;
+// Complex values converted at a time: what is read, swapped and checked stays in the processor's inner cache.
+constexpr int kValuesPerStep = 1024;
+constexpr int kMostTables = 128;
+
+std::string Number(int64 n) {
+  return std::to_string(n);
+}
+
+// What the groups turn out to hold.
+struct Findings {
+  int64 notNumbers = 0;  // values with a real or imaginary part that is NaN or infinite
+  int64 infiniteWeights = 0;
+  int64 weightsNotNumbers = 0;
+  int64 blanks = 0;
+  int64 subarrays = 0;     // groups of another subarray than the first
+  int64 withoutSetup = 0;  // groups with a setup or source number below 1
+  int64 zeroTimes = 0;
+  int64 brokenOrder = 0;  // groups that break the order time, then baseline
+};
+
+// Place of a group in the file and what it is sorted by.
+struct SortKey {
+  double time;
+  int32_t group;
+  uint16_t baseline;
+};
+
+int IntegerAt(const char* raw, int size) {
+  if (size == 2) {
+    uint16_t word;
+    Swap16(&word, raw, 1);
+    return static_cast<int16_t>(word);
+  }
+  uint32_t word;
+  Swap32(&word, raw, 1);
+  return static_cast<int32_t>(word);
+}
+
+class Importer {
+ public:
+  Importer(const std::string& from, const std::string& to, const JobOptions& options, ImportSummary& summary)
+      : from_(from), to_(to), options_(options), summary_(summary) {}
+
+  // Closing a UVX file declares it whole, so an import that ends early takes the file away first.
+  ~Importer() { output_.Discard(); }
+
+  AResult Run();
+
+ private:
+  enum class Pass { Whole, OutOfOrder, Stopped };
+
+  void SettleDate();
+  AResult ReadKeys();
+  AResult WriteRecords();
+  Pass WritePass(AResult& result);
+  AResult DecodeGroup(char* parameters, int number, AUVXGroup& group);
+  bool CopyValues(BlockReader& reader, BlockWriter& writer);
+  void FlagBlanks(const char* raw, int count);
+  void CountOddValues(int count);
+  void Register(const AUVXGroup& group, int record);
+  AResult WriteTables();
+  bool IndexAgrees(AUVXTable& table);
+  void RemarkOnFindings();
+  void RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups);
+  AResult Stopped() const { return AResult::Cancel(to_ + ": the import was cancelled"); }
+
+  const std::string from_, to_;
+  const JobOptions options_;
+  ImportSummary& summary_;
+  UVFITSInput input_;
+  OutputFile output_;
+  AUVXFile uvx_;
+  AUVXHeader header_;
+  Findings findings_;
+  std::vector<SortKey> keys_;  // empty while the groups are in time order
+  AUVXPosition index_;
+  AUVXBaseLines baseLines_;
+  AUVXComplex step_[kValuesPerStep];
+  int seenSource_ = -1;
+  std::vector<uint8_t> seen_;  // per pair of antenna bytes of seenSource_: 1 flagged, 2 unflagged
+};
+
+AResult Importer::Run() {
+  SendProgressRange(options_.progress);
+  SendProgressText(options_.progress, "Reading file informatiom...");
+  if (AResult result = input_.Open(from_, summary_.remarks); !result) return result;
+  header_ = input_.header();
+  SettleDate();
+  if (AResult result = output_.Create(to_, options_.overwrite); !result) return result;
+  if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_)) return output_.WriteError();
+  if (AResult result = WriteRecords(); !result) return result;
+  RemarkOnFindings();
+  header_.info.count = input_.groups();
+  if (!uvx_.Write(header_)) return output_.WriteError();
+  if (AResult result = WriteTables(); !result) return result;
+  if (!output_.file().good()) return output_.WriteError();
+  uvx_.Close();
+  summary_.records = header_.info.count;
+  return output_.Commit();
+}
+
+// Group by group in the order of the file, or in time order where that differs.
+AResult Importer::WriteRecords() {
+  AResult result = AResult::Ok();
+  Pass pass = WritePass(result);
+  if (pass == Pass::OutOfOrder) {
+    if (result = ReadKeys(); !result) return result;
+    summary_.sorted = true;
+    pass = WritePass(result);
+  }
+  return result;
+}
+
+// Most files are in time order, so the first pass writes at once and gives up at the first group that goes back in
+// time.
+Importer::Pass Importer::WritePass(AResult& result) {
+  findings_ = Findings();
+  index_ = AUVXPosition();
+  baseLines_ = AUVXBaseLines();
+  seenSource_ = -1;
+  header_.range.init();
+  if (!uvx_.SeekUVGroup(0)) {
+    result = output_.WriteError();
+    return Pass::Stopped;
+  }
+  SendProgressText(options_.progress, "Writing data into output file...");
+  BlockReader reader(*input_.fits().file());
+  BlockWriter writer(output_.file());
+  const int groups = input_.groups();
+  const int64 start = input_.fits().main()->dataStart();
+  int lastPercent = -1;
+  double lastTime = 0;
+  int lastBaseline = 0;
+  for (int i = 0; i < groups; ++i) {
+    if (IsCancelled(options_)) {
+      result = Stopped();
+      return Pass::Stopped;
+    }
+    const int number = keys_.empty() ? i : keys_[static_cast<size_t>(i)].group;
+    reader.Seek(start + int64{number} * input_.groupBytes());
+    char* parameters = reader.Take(input_.parameterBytes());
+    AUVXGroup group;
+    if (!parameters) {
+      result = input_.Refuse("cannot be read in group " + Number(number + 1));
+      return Pass::Stopped;
+    }
+    if (result = DecodeGroup(parameters, number, group); !result) return Pass::Stopped;
+    const int baseline = static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
+    if (i > 0 && group.date < lastTime) return Pass::OutOfOrder;
+    if (i > 0 && group.date == lastTime && baseline < lastBaseline) ++findings_.brokenOrder;
+    lastTime = group.date;
+    lastBaseline = baseline;
+    group.check(header_.range);
+    Register(group, i);
+    char* record = writer.Reserve(sizeof group);
+    if (record) group.store(record);
+    if (!record || !CopyValues(reader, writer)) {
+      result =
+          output_.file().good() ? input_.Refuse("cannot be read in group " + Number(number + 1)) : output_.WriteError();
+      return Pass::Stopped;
+    }
+    SendProgress(options_.progress, i + 1, groups, lastPercent);
+  }
+  if (!writer.Flush()) result = output_.WriteError();
+  return result ? Pass::Whole : Pass::Stopped;
+}
+
+AResult Importer::ReadKeys() {
+  SendProgressText(options_.progress, "Sorting data...");
+  const int groups = input_.groups();
+  keys_.reserve(static_cast<size_t>(groups));
+  BlockReader reader(*input_.fits().file());
+  int lastPercent = -1;
+  for (int i = 0; i < groups; ++i) {
+    if (IsCancelled(options_)) return Stopped();
+    reader.Seek(input_.fits().main()->dataStart() + int64{i} * input_.groupBytes());
+    char* parameters = reader.Take(input_.parameterBytes());
+    if (!parameters) return input_.Refuse("cannot be read in group " + Number(i + 1));
+    AUVXGroup group;
+    if (AResult result = DecodeGroup(parameters, i, group); !result) return result;
+    const int baseline = static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
+    keys_.push_back({group.date, i, static_cast<uint16_t>(baseline)});
+    SendProgress(options_.progress, i + 1, groups, lastPercent);
+  }
+  std::sort(keys_.begin(), keys_.end(), [](const SortKey& a, const SortKey& b) {
+    if (a.time != b.time) return a.time < b.time;
+    return a.baseline != b.baseline ? a.baseline < b.baseline : a.group < b.group;
+  });
+  return AResult::Ok();
+}
+
+AResult Importer::DecodeGroup(char* parameters, int number, AUVXGroup& group) {
+  const auto refuse = [&](const std::string& what) { return input_.Refuse("group " + Number(number + 1) + what); };
+  group.load(input_.fits(), parameters);
+  if (!std::isfinite(group.date)) return refuse(" has a time that is not a number");
+  if (group.date == 0) ++findings_.zeroTimes;
+
+  // The group holds the number modulo 65536, so the range is checked on the value itself. The fraction tells the
+  // subarray.
+  const double baseline = input_.baseline()(parameters);
+  const double whole = std::floor(baseline + 0.5);
+  if (!(whole >= 257 && whole <= 65535) || (static_cast<int>(whole) & 0xFF) == 0) {
+    return refuse(" has BASELINE " + valToStr(baseline) +
+                  ", which is not 256 x antenna 1 + antenna 2 with antennas 1 to 255");
+  }
+  if (std::fabs(baseline - whole) > 0.005) ++findings_.subarrays;
+
+  if (input_.source().present()) {
+    const double source = input_.source()(parameters);
+    if (!(source > -32768 && source < 32767)) return refuse(" has SOURCE " + valToStr(source) + ", beyond 16 bits");
+  }
+  if (input_.freqSel().present()) {
+    const double setup = input_.freqSel()(parameters);
+    if (!(setup > -128 && setup < 127)) return refuse(" has FREQSEL " + valToStr(setup) + ", beyond 8 bits");
+  }
+  // Numbers below 1 stand for "any".
+  if (group.source < 1 || group.frqsel < 1) {
+    ++findings_.withoutSetup;
+    group.source = std::max<int16_t>(group.source, 1);
+    group.frqsel = std::max<int8_t>(group.frqsel, 1);
+  }
+  return AResult::Ok();
+}
+
+// Convert the values of one group in steps that stay in the cache, however large a group is.
+bool Importer::CopyValues(BlockReader& reader, BlockWriter& writer) {
+  const int valueBytes = 3 * std::abs(input_.fits().main()->valueBytes());
+  for (int left = input_.values(); left > 0;) {
+    const int count = std::min(left, kValuesPerStep);
+    const char* raw = reader.Take(count * valueBytes);
+    char* to = raw ? writer.Reserve(count * static_cast<int>(sizeof(AUVXComplex))) : nullptr;
+    if (!to) return false;
+    DecodeFITSValues(input_.fits(), raw, step_, count);
+    if (input_.hasBlank()) FlagBlanks(raw, count);
+    CountOddValues(count);
+    CheckRange(step_, count, header_.range);
+    std::memcpy(to, step_, static_cast<size_t>(count) * sizeof(AUVXComplex));
+    left -= count;
+  }
+  return true;
+}
+
+// A blank weight or value has no meaning: the value becomes no number and its weight none.
+void Importer::FlagBlanks(const char* raw, int count) {
+  const int size = input_.fits().main()->valueBytes();
+  for (int i = 0; i < count; ++i) {
+    bool blank = false;
+    for (int k = 0; k < 3; ++k) blank |= IntegerAt(raw + (3 * i + k) * size, size) == input_.blank();
+    if (!blank) continue;
+    ++findings_.blanks;
+    step_[i].re = step_[i].im = std::numeric_limits<float>::quiet_NaN();
+    step_[i].weight = 0;
+  }
+}
+
+void Importer::CountOddValues(int count) {
+  // Integers, so that the compiler tests four numbers at a time: an exponent of all ones is an infinity or no number.
+  constexpr uint32_t kExponent = 0x7F800000;
+  const char* bytes = reinterpret_cast<const char*>(step_);
+  uint32_t odd = 0;
+  for (int i = 0; i < 3 * count; ++i) {
+    uint32_t word;
+    std::memcpy(&word, bytes + 4 * i, 4);
+    odd |= (word & kExponent) == kExponent;
+  }
+  if (!odd) return;
+  for (int i = 0; i < count; ++i) {
+    findings_.notNumbers += !std::isfinite(step_[i].re) || !std::isfinite(step_[i].im);
+    findings_.infiniteWeights += std::isinf(step_[i].weight);
+    findings_.weightsNotNumbers += std::isnan(step_[i].weight);
+  }
+}
+
+// Extend the index, in seconds since 0 h of the observation date, and the list of baselines.
+void Importer::Register(const AUVXGroup& group, int record) {
+  AUVXGroup inSeconds = group;
+  inSeconds.date = (group.date - header_.info.dateObs) * kSecondsPerDay;
+  index_.CheckUVGroup(inSeconds, record);
+
+  if (group.source != seenSource_) {
+    seen_.assign(65536, 0);
+    seenSource_ = group.source;
+  }
+  const AUVXBaseLineItem item(group);
+  const uint8_t state = item.flag ? 1 : 2;
+  uint8_t& seen = seen_[static_cast<uint8_t>(group.ant1) * 256u + static_cast<uint8_t>(group.ant2)];
+  if (seen >= state) return;
+  seen = state;
+  baseLines_.checkBase(item);
+}
+
+// The observation date, from the first group where the header does not give it.
+void Importer::SettleDate() {
+  BlockReader reader(*input_.fits().file());
+  reader.Seek(input_.fits().main()->dataStart());
+  char* parameters = reader.Take(input_.parameterBytes());
+  if (!parameters) return;
+  AUVXGroup first;
+  first.load(input_.fits(), parameters);
+  const double date = std::floor(first.date - 0.5) + 0.5;
+  if (header_.info.dateObs == 0) {
+    header_.info.dateObs = std::isfinite(date) ? date : 0;
+    summary_.remarks.push_back("DATE-OBS cannot be read: the date of the first group is taken");
+  } else if (std::fabs(first.date - header_.info.dateObs) > 30) {
+    summary_.remarks.push_back("DATE-OBS lies " + valToStr(std::round(first.date - header_.info.dateObs)) +
+                               " days before the first group");
+  }
+}
+
+AResult Importer::WriteTables() {
+  std::vector<std::unique_ptr<AUVXTable>> tables;
+  AUVXTable *antennas = nullptr, *sources = nullptr, *setups = nullptr;
+  bool indexed = false;
+  for (int i = 0; i < input_.fits().tables().count(); ++i) {
+    if (IsCancelled(options_)) return Stopped();
+    std::unique_ptr<AUVXTable> table = ConvertTable(*input_.fits().tables()(i), summary_.remarks);
+    if (!table) continue;
+    const std::string code = table->Code();
+    if (code == "BL") continue;
+    if (code == "NX") {
+      if (indexed || !IndexAgrees(*table)) continue;
+      indexed = true;
+    }
+    for (auto [name, first] : {std::pair{"AN", &antennas}, {"SU", &sources}, {"FQ", &setups}}) {
+      if (code == name && !*first) *first = table.get();
+    }
+    tables.push_back(std::move(table));
+  }
+  if (!indexed) tables.emplace_back(index_.ToUVXTable());
+  if (!setups) setups = tables.emplace_back(AUVXFreqs(input_.fits(), 1).ToUVXTable(header_.freq0)).get();
+  if (!antennas) tables.emplace_back(AUVXAntenns(baseLines_).ToUVXTable());
+  if (!sources) sources = tables.emplace_back(AUVXSources(input_.fits()).ToUVXTable()).get();
+  RemarkOnTables(antennas, *sources, *setups);
+  tables.emplace_back(baseLines_.ToUVXTable());
+
+  if (tables.size() > kMostTables) {
+    const size_t lost = tables.size() - kMostTables;
+    return input_.Refuse("holds " + Number(static_cast<int64>(lost)) + " tables more than a UVX file has place for");
+  }
+  for (const auto& table : tables) uvx_.AddTable(*table);
+  summary_.tables = static_cast<int>(tables.size());
+  return AResult::Ok();
+}
+
+// Whether an index table of the file says of every record which scan holds it, and the truth.
+bool Importer::IndexAgrees(AUVXTable& table) {
+  if (summary_.sorted) return false;
+  AUVXPosition given(table);
+  int next = 1, run = 0;
+  bool agrees = true;
+  for (int i = 0; i < given.count() && agrees; ++i) {
+    const AUVXPositionItem& scan = given(i);
+    while (run < index_.count() && index_(run).endVis < scan.startVis) ++run;
+    agrees = scan.startVis == next && scan.endVis >= scan.startVis && run < index_.count() &&
+             scan.endVis <= index_(run).endVis && scan.sourceId == index_(run).sourceId &&
+             scan.freqId == index_(run).freqId;
+    next = agrees ? scan.endVis + 1 : next;
+  }
+  agrees = agrees && next == header_.info.count + 1;
+  if (!agrees) summary_.remarks.push_back("the index table does not describe the groups and is built anew");
+  return agrees;
+}
+
+void Importer::RemarkOnFindings() {
+  const auto remark = [this](int64 count, const char* what) {
+    if (count > 0) summary_.remarks.push_back(Number(count) + " " + what);
+  };
+  if (summary_.sorted) summary_.remarks.push_back("the groups were not in time order and have been sorted");
+  if (input_.claimsTimeBaseline()) {
+    remark(findings_.brokenOrder, "groups break the order time, then baseline, that the history claims");
+    if (summary_.sorted) summary_.remarks.push_back("the history claims the order time, then baseline");
+  }
+  remark(findings_.notNumbers, "values have a part that is not a finite number");
+  remark(findings_.infiniteWeights, "weights are infinite");
+  remark(findings_.weightsNotNumbers, "weights are not numbers; such values count as valid");
+  remark(findings_.blanks, "blank values are flagged");
+  remark(findings_.subarrays, "groups belong to another subarray than the first, which a UVX file has no place for");
+  remark(findings_.withoutSetup, "groups have a source or setup number below 1, taken as 1");
+  remark(findings_.zeroTimes, "groups have the time 0");
+}
+
+void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups) {
+  const auto missing = [this](const std::string& what, const char* table) {
+    summary_.remarks.push_back(what + " occurs in the data and not in the table \"" + table + "\"");
+  };
+  if (antennas) {
+    bool handed = false;
+    for (int i = 0; i < antennas->keywords().count(); ++i) {
+      const AUVXTableKeyWord& word = antennas->keywords()(i);
+      const std::string key = FieldText(word.key, sizeof word.key), value = FieldText(word.value, sizeof word.value);
+      handed |=
+          (key == "XYZHAND" && (value == "RIGHT" || value == "LEFT")) || (key == "FRAME" && value == "GEOCENTRIC");
+    }
+    if (!handed) summary_.remarks.push_back("the handedness of the antenna positions is unknown");
+    AUVXAntenns list(*antennas);
+    std::unique_ptr<AArray<int>> map(baseLines_.getTlscMap());
+    for (int i = 0; i < map->count(); ++i) {
+      if (list.IndexForID((*map)(i)) < 0) missing("antenna " + Number((*map)(i)), "AN");
+    }
+  }
+  AUVXSources sourceList(sources);
+  std::unique_ptr<AArray<short>> map(baseLines_.getSourceMap());
+  for (int i = 0; i < map->count(); ++i) {
+    if (sourceList.IndexForID((*map)(i)) < 0) missing("source " + Number((*map)(i)), "SU");
+  }
+  std::set<int> given, used;
+  const int column = setups.FindColumn("FRQSEL");
+  for (int i = 0; column >= 0 && i < setups.rows(); ++i) given.insert(static_cast<int>(setups.Number(i, column, 0)));
+  for (int i = 0; i < index_.count(); ++i) used.insert(index_(i).freqId);
+  for (const int setup : used) {
+    if (!given.count(setup)) missing("setup " + Number(setup), "FQ");
+  }
+}
+
+}  // namespace
+
+AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
+                     ImportSummary* summary) {
+  ImportSummary unused;
+  // The importer holds a step of values, too much for a stack of unknown size.
+  return std::make_unique<Importer>(from, to, options, summary ? *summary : unused)->Run();
+}
+
+}  // namespace zeltra

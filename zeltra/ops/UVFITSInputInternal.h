@@ -1,0 +1,92 @@
+// A UV FITS file as found in the field, checked and prepared for reading.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_UVFITSINPUTINTERNAL_H_
+#define ZELTRA_OPS_UVFITSINPUTINTERNAL_H_
+
+#include <string>
+#include <vector>
+
+#include "zeltra/fits/AFITS.h"
+#include "zeltra/ops/AResult.h"
+#include "zeltra/uvx/AUVXHeader.h"
+
+namespace zeltra {
+
+/// Opens a random-groups file, refuses what cannot be stored, and prepares its headers so that the classes that read
+/// groups see only what they understand: parameters that share a first letter with a known one are masked, u, v, w are
+/// scaled to seconds.
+class UVFITSInput {
+ public:
+  /// @param remarks  receives a sentence for all that is doubtful or not carried
+  AResult Open(const std::string& path, std::vector<std::string>& remarks);
+
+  AFITS& fits() { return fits_; }
+  const std::string& path() const { return path_; }
+  /// The UVX header of the file; its ranges are empty.
+  const AUVXHeader& header() const { return header_; }
+  int groups() const { return fits_.main()->gcount(); }
+  int groupBytes() const { return fits_.main()->groupBytes(); }
+  /// Bytes of a group before its visibilities.
+  int parameterBytes() const { return parameterBytes_; }
+  /// Complex values in a group.
+  int values() const { return values_; }
+  /// Raw value that stands for "no value" in integer data; meaningful when hasBlank().
+  int blank() const { return blank_; }
+  bool hasBlank() const { return hasBlank_; }
+  /// Whether the history claims the order time, then baseline.
+  bool claimsTimeBaseline() const { return claimsTimeBaseline_; }
+
+  /// Sum of the parameters of one name in a group, in physical units; 0 where the file has none.
+  class Sum {
+   public:
+    bool present() const { return !terms_.empty(); }
+    double operator()(const char* parameters) const;
+
+   private:
+    friend class UVFITSInput;
+    struct Term {
+      int offset;
+      double scale, zero;
+    };
+    int valueBytes_ = -4;
+    std::vector<Term> terms_;
+  };
+  const Sum& baseline() const { return baseline_; }
+  const Sum& source() const { return source_; }
+  const Sum& freqSel() const { return freqSel_; }
+
+  /// A sentence about this file.
+  AResult Refuse(const std::string& sentence) const { return AResult::Fail(path_ + ": " + sentence); }
+
+ private:
+  struct Card {
+    std::string key;  // with its index
+    std::string value;
+  };
+
+  AResult ReadCards();
+  const std::string* Find(const std::string& key) const;
+  AResult CheckFormat() const;
+  AResult CheckAxes(std::vector<std::string>& remarks);
+  AResult CheckExtent(std::vector<std::string>& remarks);
+  AResult PrepareParameters(std::vector<std::string>& remarks);
+  void PrepareHeader(std::vector<std::string>& remarks);
+  void ReadHistory(std::vector<std::string>& remarks);
+  Sum SumOf(const std::string& name);
+
+  AFITS fits_;
+  std::string path_;
+  std::vector<Card> cards_;
+  std::vector<std::string> history_;
+  AUVXHeader header_;
+  Sum baseline_, source_, freqSel_;
+  int parameterBytes_ = 0;
+  int values_ = 0;
+  int blank_ = 0;
+  bool hasBlank_ = false;
+  bool claimsTimeBaseline_ = false;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_UVFITSINPUTINTERNAL_H_

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include <cctype>
+#include <cstring>
+#include <utility>
+
+#include "zeltra/core/Text.h"
+#include "zeltra/fits/ParseFITSstr.h"
+#include "zeltra/ops/UVFITSTablesInternal.h"
+
+namespace zeltra {
+namespace {
+
+// FITS-IDI tables whose AIPS names differ by more than their first letters say.
+constexpr std::pair<const char*, const char*> kInterchangeNames[] = {
+    {"FREQUENCY", "AIPS FQ"}, {"ARRAY_GEOMETRY", "AIPS AN"}, {"SOURCE", "AIPS SU"}, {"ANTENNA", "AIPS AT"}};
+
+bool StartsWith(const std::string& text, const char* start) {
+  return text.rfind(start, 0) == 0;
+}
+
+// Bytes of a field in a row, or -1 where the format is none of FITS.
+int64 FieldBytes(char type, int64 count) {
+  switch (type) {
+    case 'A':
+    case 'L':
+    case 'B':
+      return count;
+    case 'X':
+      return (count + 7) / 8;
+    case 'I':
+      return 2 * count;
+    case 'J':
+    case 'E':
+      return 4 * count;
+    case 'D':
+    case 'K':
+    case 'C':
+    case 'P':
+      return 8 * count;
+    case 'M':
+    case 'Q':
+      return 16 * count;
+    default:
+      return -1;
+  }
+}
+
+struct Field {
+  char type;
+  int64 offset, bytes;
+};
+
+// The place of every field; also gives each format its repeat count. Empty if the formats contradict the row length.
+std::vector<Field> Layout(AFITSxtbl& extension) {
+  std::vector<Field> fields;
+  int64 offset = 0;
+  for (int i = 0; i < extension.tfields(); ++i) {
+    std::string form = Trimmed(extension.tform(i));
+    const size_t letter = form.find_first_not_of("0123456789");
+    if (letter == std::string::npos || letter > 6) return {};
+    const char type = form[letter];
+    if (letter == 0) form = std::string(1, '1').append(form);
+    const int64 bytes = FieldBytes(type, std::atoi(form.c_str()));
+    if (bytes < 0) return {};
+    extension.tform(i) = form;
+    fields.push_back({type, offset, bytes});
+    offset += bytes;
+  }
+  if (offset != extension.AxisLength(1)) fields.clear();
+  return fields;
+}
+
+bool CanCarry(const Field& field) {
+  return std::strchr("ADEIJLX", field.type) != nullptr;
+}
+
+// Copy the fields that can be carried side by side: the rows of a table hold nothing between columns.
+void Repack(AFITSxtbl& extension, const std::vector<Field>& fields, AUVXTable& table) {
+  table.columns().Free();
+  for (int i = 0; i < extension.tfields(); ++i) {
+    if (CanCarry(fields[static_cast<size_t>(i)])) {
+      table.AddColumn(extension.ttype(i), extension.tunit(i), extension.tform(i));
+    }
+  }
+  const int rows = extension.GetRows();
+  table.SetRows(rows);
+  AFile& file = *extension.file();
+  std::string row(static_cast<size_t>(extension.AxisLength(1)), '\0');
+  for (int r = 0; r < rows; ++r) {
+    file.Seek(extension.dataStart() + int64{r} * extension.AxisLength(1));
+    file.ReadL(row.data(), static_cast<int64>(row.size()));
+    char* to = table.Row(r);
+    for (const Field& field : fields) {
+      if (!CanCarry(field) || field.bytes == 0) continue;
+      std::memcpy(to, row.data() + field.offset, static_cast<size_t>(field.bytes));
+      to += field.bytes;
+    }
+  }
+  table.Data_PC_UNIX();
+}
+
+// Some writers leave garbage behind the zero byte that ends a text.
+int CleanTexts(AUVXTable& table) {
+  int cleaned = 0;
+  for (int column = 0; column < table.columnCount(); ++column) {
+    const AXTblFormat format = table.ParseFormat(column);
+    const int offset = table.ColumnOffset(column);
+    if (format.type != 'A' || format.count < 1 || offset < 0) continue;
+    const size_t width = static_cast<size_t>(format.count);
+    for (int r = 0; r < table.rows(); ++r) {
+      char* text = table.Row(r) + offset;
+      const size_t length = strnlen(text, width);
+      const std::string rest(text + length, width - length);
+      if (rest.find_first_not_of('\0') == std::string::npos) continue;
+      std::memset(text + length, 0, width - length);
+      ++cleaned;
+    }
+  }
+  return cleaned;
+}
+
+bool IsStructural(const std::string& key, bool indexed) {
+  for (const char* name : {"XTENSION", "BITPIX", "NAXIS", "PCOUNT", "GCOUNT", "TFIELDS", "EXTNAME", "EXTVER",
+                           "EXTLEVEL", "THEAP", "HISTORY", "COMMENT", "CONTINUE", "END", ""}) {
+    if (key == name) return true;
+  }
+  if (!indexed) return false;
+  for (const char* name : {"TTYPE", "TFORM", "TUNIT", "TDISP", "TNULL", "TSCAL", "TZERO", "TDIM"}) {
+    if (key == name) return true;
+  }
+  return false;
+}
+
+// A table takes its keywords from the cards behind the last unit only. Writers put them anywhere, so the others are
+// added.
+void AddKeyWords(AFITSxtbl& extension, AUVXTable& table, std::vector<std::string>& cut) {
+  AFile& file = *extension.file();
+  char card[80];
+  for (int64 at = extension.headerStart(); at < extension.headerEnd(); at += 80) {
+    if (!file.Seek(at) || !file.Read(card, sizeof card)) return;
+    ParseFITSstr parsed;
+    parsed.Parse(std::string(card, sizeof card));
+    const int index = parsed.GetNumber();
+    if (IsStructural(parsed.strKey(), index >= 0)) continue;
+    const std::string key = parsed.strKey() + (index >= 0 ? std::to_string(index) : "");
+    if (parsed.strPar().size() > sizeof(AUVXTableKeyWord::value) - 1) cut.push_back(key);
+    bool present = false;
+    for (int i = 0; i < table.keywords().count() && !present; ++i) {
+      present = FieldText(table.keywords()(i).key, sizeof(AUVXTableKeyWord::key)) == key;
+    }
+    if (!present) table.AddKeyWord(key, parsed.strPar(), !parsed.IsParString());
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::string>& remarks) {
+  const std::string given = extension.extname();
+  const std::string label = "table \"" + given + "\": ";
+  if (extension.tableKind() == 0 || extension.naxis() != 2 || extension.valueBytes() != 1) {
+    remarks.push_back("extension \"" + given + "\" is not a binary table and is left out");
+    return nullptr;
+  }
+  const std::vector<Field> fields = Layout(extension);
+  if (static_cast<int>(fields.size()) != extension.tfields()) {
+    remarks.push_back(label + "its columns do not add up to its rows, it is left out");
+    return nullptr;
+  }
+  for (const auto& [interchange, aips] : kInterchangeNames) {
+    if (given == interchange) extension.extname() = aips;
+  }
+
+  std::string dropped;
+  for (int i = 0; i < extension.tfields(); ++i) {
+    if (CanCarry(fields[static_cast<size_t>(i)])) continue;
+    dropped += (dropped.empty() ? "" : ", ") + extension.ttype(i) + " (" + extension.tform(i) + ")";
+  }
+  auto table = std::make_unique<AUVXTable>(extension);
+  if (!dropped.empty()) {
+    remarks.push_back(label + "columns of types that cannot be carried are left out: " + dropped);
+    Repack(extension, fields, *table);
+  }
+  if (const int cleaned = CleanTexts(*table)) {
+    remarks.push_back(label + "bytes behind the end of " + std::to_string(cleaned) + " texts were cleared");
+  }
+  std::vector<std::string> cut;
+  AddKeyWords(extension, *table, cut);
+  for (const std::string& key : cut) remarks.push_back(label + "the value of " + key + " is cut to 31 characters");
+  if (!StartsWith(given, "AIPS ")) table->CorrectIDI_FTS();
+  return table;
+}
+
+}  // namespace zeltra
