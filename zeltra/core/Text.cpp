@@ -25,12 +25,13 @@ std::string valToStr(float value) {
 }
 
 double ParseNumber(std::string_view text) {
-  std::string number(text.substr(std::min(text.find_first_not_of(" \t\n\v\f\r+"), text.size())));
+  std::string number(text.substr(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size())));
+  // from_chars takes no plus sign.
+  if (number.size() > 1 && number[0] == '+' && number[1] != '-') number.erase(0, 1);
   const size_t mantissaEnd = number.find_first_not_of("0123456789.-");
   if (mantissaEnd != std::string::npos && (number[mantissaEnd] == 'D' || number[mantissaEnd] == 'd')) {
     number[mantissaEnd] = 'E';
   }
-  // from_chars takes no plus sign, neither here nor in front.
   double value = 0;
   std::from_chars(number.data(), number.data() + number.size(), value);
   return value;
