@@ -332,7 +332,7 @@ int AUVXFile::ToFITSHeader(ABFile& file, bool withSourceAndFreqSel, bool withFla
   const FirstSource source(sources.get());
 
   constexpr int kComplex = 3;  // real part, imaginary part, weight
-  const int lengths[] = {0, kComplex, header.stokes.count(), header.channels, std::max<int>(header.IFs, 1), 1, 1};
+  const int lengths[] = {0, kComplex, header.stokes.count(), header.channels, std::max(int{header.IFs}, 1), 1, 1};
   HeaderText cards;
   cards.AddValue("SIMPLE", kFITSTrue);
   cards.AddInteger("BITPIX", -32);
