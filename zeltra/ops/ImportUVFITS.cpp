@@ -82,10 +82,10 @@ class Importer {
   AResult ReadKeys();
   AResult WriteRecords();
   Pass WritePass(AResult& result);
-  AResult DecodeGroup(char* parameters, int number, AUVXGroup& group);
+  bool DecodeGroup(char* parameters, int number, AUVXGroup& group, AResult& result);
   bool CopyValues(BlockReader& reader, BlockWriter& writer);
-  void FlagBlanks(const char* raw, int count);
-  void CountOddValues(int count);
+  void FlagBlanks(const char* raw, AUVXComplex* values, int count);
+  void CheckValues();
   void Register(const AUVXGroup& group, int record);
   AResult WriteTables();
   bool IndexAgrees(AUVXTable& table);
@@ -105,6 +105,7 @@ class Importer {
   AUVXPosition index_;
   AUVXBaseLines baseLines_;
   AUVXComplex step_[kValuesPerStep];
+  int unchecked_ = 0;  // values of step_ that have been written and not checked
   int seenSource_ = -1;
   std::vector<uint8_t> seen_;  // per pair of antenna bytes of seenSource_: 1 flagged, 2 unflagged
 };
@@ -148,6 +149,7 @@ Importer::Pass Importer::WritePass(AResult& result) {
   baseLines_ = AUVXBaseLines();
   seenSource_ = -1;
   header_.range.init();
+  unchecked_ = 0;
   if (!uvx_.SeekUVGroup(0)) {
     result = output_.WriteError();
     return Pass::Stopped;
@@ -173,7 +175,7 @@ Importer::Pass Importer::WritePass(AResult& result) {
       result = input_.Refuse("cannot be read in group " + Number(number + 1));
       return Pass::Stopped;
     }
-    if (result = DecodeGroup(parameters, number, group); !result) return Pass::Stopped;
+    if (!DecodeGroup(parameters, number, group, result)) return Pass::Stopped;
     const int baseline = static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
     if (i > 0 && group.date < lastTime) return Pass::OutOfOrder;
     if (i > 0 && group.date == lastTime && baseline < lastBaseline) ++findings_.brokenOrder;
@@ -190,6 +192,7 @@ Importer::Pass Importer::WritePass(AResult& result) {
     }
     SendProgress(options_.progress, i + 1, groups, lastPercent);
   }
+  CheckValues();
   if (!writer.Flush()) result = output_.WriteError();
   return result ? Pass::Whole : Pass::Stopped;
 }
@@ -199,6 +202,7 @@ AResult Importer::ReadKeys() {
   const int groups = input_.groups();
   keys_.reserve(static_cast<size_t>(groups));
   BlockReader reader(*input_.fits().file());
+  AResult result = AResult::Ok();
   int lastPercent = -1;
   for (int i = 0; i < groups; ++i) {
     if (IsCancelled(options_)) return Stopped();
@@ -206,7 +210,7 @@ AResult Importer::ReadKeys() {
     char* parameters = reader.Take(input_.parameterBytes());
     if (!parameters) return input_.Refuse("cannot be read in group " + Number(i + 1));
     AUVXGroup group;
-    if (AResult result = DecodeGroup(parameters, i, group); !result) return result;
+    if (!DecodeGroup(parameters, i, group, result)) return result;
     const int baseline = static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
     keys_.push_back({group.date, i, static_cast<uint16_t>(baseline)});
     SendProgress(options_.progress, i + 1, groups, lastPercent);
@@ -218,8 +222,12 @@ AResult Importer::ReadKeys() {
   return AResult::Ok();
 }
 
-AResult Importer::DecodeGroup(char* parameters, int number, AUVXGroup& group) {
-  const auto refuse = [&](const std::string& what) { return input_.Refuse("group " + Number(number + 1) + what); };
+/// @return false with a sentence in `result` for a group that cannot be stored
+bool Importer::DecodeGroup(char* parameters, int number, AUVXGroup& group, AResult& result) {
+  const auto refuse = [&](const std::string& what) {
+    result = input_.Refuse("group " + Number(number + 1) + what);
+    return false;
+  };
   group.load(input_.fits(), parameters);
   if (!std::isfinite(group.date)) return refuse(" has a time that is not a number");
   if (group.date == 0) ++findings_.zeroTimes;
@@ -248,56 +256,60 @@ AResult Importer::DecodeGroup(char* parameters, int number, AUVXGroup& group) {
     group.source = std::max<int16_t>(group.source, 1);
     group.frqsel = std::max<int8_t>(group.frqsel, 1);
   }
-  return AResult::Ok();
+  return true;
 }
 
-// Convert the values of one group in steps that stay in the cache, however large a group is.
+// Convert the values of one group in steps that stay in the cache, however large a group is. Values of several groups
+// are checked together, since a check of few values costs as much as one of many.
 bool Importer::CopyValues(BlockReader& reader, BlockWriter& writer) {
   const int valueBytes = 3 * std::abs(input_.fits().main()->valueBytes());
   for (int left = input_.values(); left > 0;) {
-    const int count = std::min(left, kValuesPerStep);
+    if (unchecked_ == kValuesPerStep) CheckValues();
+    const int count = std::min(left, kValuesPerStep - unchecked_);
     const char* raw = reader.Take(count * valueBytes);
     char* to = raw ? writer.Reserve(count * static_cast<int>(sizeof(AUVXComplex))) : nullptr;
     if (!to) return false;
-    DecodeFITSValues(input_.fits(), raw, step_, count);
-    if (input_.hasBlank()) FlagBlanks(raw, count);
-    CountOddValues(count);
-    CheckRange(step_, count, header_.range);
-    std::memcpy(to, step_, static_cast<size_t>(count) * sizeof(AUVXComplex));
+    AUVXComplex* values = step_ + unchecked_;
+    DecodeFITSValues(input_.fits(), raw, values, count);
+    if (input_.hasBlank()) FlagBlanks(raw, values, count);
+    std::memcpy(to, values, static_cast<size_t>(count) * sizeof(AUVXComplex));
+    unchecked_ += count;
     left -= count;
   }
   return true;
 }
 
 // A blank weight or value has no meaning: the value becomes no number and its weight none.
-void Importer::FlagBlanks(const char* raw, int count) {
+void Importer::FlagBlanks(const char* raw, AUVXComplex* values, int count) {
   const int size = input_.fits().main()->valueBytes();
   for (int i = 0; i < count; ++i) {
     bool blank = false;
     for (int k = 0; k < 3; ++k) blank |= IntegerAt(raw + (3 * i + k) * size, size) == input_.blank();
     if (!blank) continue;
     ++findings_.blanks;
-    step_[i].re = step_[i].im = std::numeric_limits<float>::quiet_NaN();
-    step_[i].weight = 0;
+    values[i].re = values[i].im = std::numeric_limits<float>::quiet_NaN();
+    values[i].weight = 0;
   }
 }
 
-void Importer::CountOddValues(int count) {
+// Widen the ranges by the values that wait in the step, and count those that are no finite numbers.
+void Importer::CheckValues() {
+  CheckRange(step_, unchecked_, header_.range);
   // Integers, so that the compiler tests four numbers at a time: an exponent of all ones is an infinity or no number.
   constexpr uint32_t kExponent = 0x7F800000;
   const char* bytes = reinterpret_cast<const char*>(step_);
   uint32_t odd = 0;
-  for (int i = 0; i < 3 * count; ++i) {
+  for (int i = 0; i < 3 * unchecked_; ++i) {
     uint32_t word;
     std::memcpy(&word, bytes + 4 * i, 4);
     odd |= (word & kExponent) == kExponent;
   }
-  if (!odd) return;
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; odd && i < unchecked_; ++i) {
     findings_.notNumbers += !std::isfinite(step_[i].re) || !std::isfinite(step_[i].im);
     findings_.infiniteWeights += std::isinf(step_[i].weight);
     findings_.weightsNotNumbers += std::isnan(step_[i].weight);
   }
+  unchecked_ = 0;
 }
 
 // Extend the index, in seconds since 0 h of the observation date, and the list of baselines.
