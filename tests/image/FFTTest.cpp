@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/image/FFT.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <complex>
+#include <cstring>
+#include <limits>
+#include <numbers>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "tests/support/PlainFFT.h"
+
+namespace zeltra {
+namespace {
+
+int Transform(AMatrix<std::complex<float>>& m, int dir, int threads) {
+  return MT_FFT_Matr_F(m, dir, threads);
+}
+int Transform(AMatrix<std::complex<double>>& m, int dir, int threads) {
+  return MT_FFT_Matr_D(m, dir, threads);
+}
+
+size_t Count(int lines, int length) {
+  return static_cast<size_t>(lines) * static_cast<size_t>(length);
+}
+
+/// Values within +-1, and among them zeros of both signs and subnormals.
+template <typename Real>
+AMatrix<std::complex<Real>> Noise(int lines, int length) {
+  const Real special[] = {0, -Real{0}, std::numeric_limits<Real>::denorm_min(), -std::numeric_limits<Real>::min() / 2};
+  AMatrix<std::complex<Real>> m(lines, length);
+  std::minstd_rand random(7);
+  const auto next = [&] {
+    const auto r = random();
+    return r % 16 == 0 ? special[r / 16 % 4] : static_cast<Real>(r) / Real{1 << 30} - 1;
+  };
+  for (size_t i = 0; i < Count(lines, length); ++i) {
+    const Real re = next();
+    m.lpArray()[i] = {re, next()};
+  }
+  return m;
+}
+
+template <typename Real>
+bool SameBits(const AMatrix<std::complex<Real>>& a, const AMatrix<std::complex<Real>>& b) {
+  return std::memcmp(a.lpArray(), b.lpArray(), Count(a.Lines(), a.LineLength()) * sizeof(std::complex<Real>)) == 0;
+}
+
+template <typename Real>
+void ExpectPlainBits(int lines, int length, std::initializer_list<int> threadCounts) {
+  for (const int dir : {-1, 1}) {
+    const AMatrix<std::complex<Real>> input = Noise<Real>(lines, length);
+    AMatrix<std::complex<Real>> expected = input;
+    PlainFFT(expected, dir, 2);
+    for (const int threads : threadCounts) {
+      AMatrix<std::complex<Real>> m = input;
+      ASSERT_TRUE(Transform(m, dir, threads));
+      ASSERT_TRUE(SameBits(m, expected)) << lines << " x " << length << ", direction " << dir << ", " << threads
+                                         << " threads, " << sizeof(Real) << " bytes";
+    }
+  }
+}
+
+void ExpectPlainBits(int lines, int length, std::initializer_list<int> threadCounts) {
+  ExpectPlainBits<float>(lines, length, threadCounts);
+  ExpectPlainBits<double>(lines, length, threadCounts);
+}
+
+template <typename Real>
+void Fill(AMatrix<std::complex<Real>>& m, std::complex<Real> value) {
+  std::fill_n(m.lpArray(), Count(m.Lines(), m.LineLength()), value);
+}
+
+TEST(FFTBits, EqualThePlainStepsInOneLineAndOneColumnOfEveryPowerOfTwo) {
+  for (int n = 1; n <= 65536; n *= 2) {
+    ExpectPlainBits(1, n, {1});
+    ExpectPlainBits(n, 1, {2});
+  }
+}
+
+TEST(FFTBits, EqualThePlainStepsInSquares) {
+  for (int n = 1; n <= 2048; n *= 2) ExpectPlainBits(n, n, {2});
+}
+
+TEST(FFTBits, EqualThePlainStepsForEveryShapeAndThreadCount) {
+  // Widths and heights of every remainder that vectors and cache lines can leave.
+  for (int n = 2; n <= 18; ++n) {
+    ExpectPlainBits(n, 32, {1, 3});
+    ExpectPlainBits(16, n, {1, 3});
+  }
+  ExpectPlainBits(16, 32, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16});
+  ExpectPlainBits(512, 37, {1, 2, 7, 16});
+  ExpectPlainBits(100, 2048, {1, 2, 7, 16});
+  ExpectPlainBits(32768, 5, {2});
+}
+
+TEST(FFTLengths, ThoseThatTheLogarithmMissesStayAsTheyAre) {
+  for (const int n : {1, 3, 6, 8, 12, 64, 100, 128, 1000, 4096, 8192, 16384, 16777216}) {
+    AMatrix<std::complex<float>> m(1, n);
+    m(0, 0) = 1;
+    ASSERT_TRUE(MT_FFT_Matr_F(m, -1, 1));
+    EXPECT_EQ(m(0, 0), 1.0f) << n;
+    EXPECT_EQ(m(0, n - 1), n == 1 ? 1.0f : 0.0f) << n;
+  }
+  for (const int n : {2, 4, 16, 32, 256, 512, 1024, 2048, 32768, 65536, 131072, 1048576}) {
+    AMatrix<std::complex<float>> m(1, n);
+    m(0, 0) = 1;
+    ASSERT_TRUE(MT_FFT_Matr_F(m, -1, 1));
+    EXPECT_EQ(m(0, n - 1), 1.0f) << n;
+  }
+}
+
+TEST(FFTLengths, LinesAndColumnsAreJudgedApart) {
+  for (const int length : {6, 8}) {
+    AMatrix<std::complex<double>> m(16, length);
+    m(0, 2) = 3;
+    ASSERT_TRUE(MT_FFT_Matr_D(m, -1, 2));
+    for (int i = 0; i < 16; ++i) {
+      for (int j = 0; j < length; ++j) EXPECT_EQ(m(i, j), j == 2 ? 3.0 : 0.0) << i << ", " << j;
+    }
+  }
+  AMatrix<std::complex<double>> m = Noise<double>(8, 8);
+  const AMatrix<std::complex<double>> input = m;
+  ASSERT_TRUE(MT_FFT_Matr_D(m, 1, 2));
+  EXPECT_TRUE(SameBits(m, input));
+}
+
+TEST(FFTValues, ImpulseBecomesAConstantScaledInThePositiveDirection) {
+  for (const auto& [dir, value] : {std::pair{1, 1.0 / 256}, std::pair{-1, 1.0}}) {
+    AMatrix<std::complex<double>> m(16, 16);
+    AMatrix<std::complex<double>> expected(16, 16);
+    m(0, 0) = 1;
+    Fill(expected, std::complex<double>(value));
+    ASSERT_TRUE(MT_FFT_Matr_D(m, dir, 3));
+    for (int i = 0; i < 256; ++i) EXPECT_EQ(m.lpArray()[i], expected.lpArray()[i]);
+  }
+}
+
+TEST(FFTValues, AWaveBecomesAPeakOnTheSideOfItsSign) {
+  // exp(+2 pi i (5 y / 16 + 3 x / 32)) is met by the negative exponent at (5, 3), by the positive one at (-5, -3).
+  for (const int dir : {-1, 1}) {
+    AMatrix<std::complex<float>> m(16, 32);
+    for (int y = 0; y < 16; ++y) {
+      for (int x = 0; x < 32; ++x) {
+        m(y, x) = std::complex<float>(std::polar(1.0, 2 * std::numbers::pi * (5 * y / 16.0 + 3 * x / 32.0)));
+      }
+    }
+    ASSERT_TRUE(MT_FFT_Matr_F(m, dir, 2));
+    const float peak = dir < 0 ? 512 : 1;
+    for (int y = 0; y < 16; ++y) {
+      for (int x = 0; x < 32; ++x) {
+        const bool atPeak = dir < 0 ? y == 5 && x == 3 : y == 11 && x == 29;
+        // 512 values, each off by half a float's spacing at most, and as much again for the rounding after the lines.
+        EXPECT_LT(std::abs(m(y, x) - (atPeak ? peak : 0)), peak * 1.2e-7f) << y << ", " << x;
+      }
+    }
+  }
+}
+
+TEST(FFTValues, NegativeThenPositiveRestores) {
+  AMatrix<std::complex<double>> m = Noise<double>(256, 512);
+  const AMatrix<std::complex<double>> input = m;
+  ASSERT_TRUE(MT_FFT_Matr_D(m, -1, 2));
+  ASSERT_TRUE(MT_FFT_Matr_D(m, 1, 3));
+  double worst = 0;
+  for (size_t i = 0; i < Count(256, 512); ++i) worst = std::max(worst, std::abs(m.lpArray()[i] - input.lpArray()[i]));
+  // 34 stages of rounding at 1.1e-16 of values whose mean square stays that of the input; angles drift a little more.
+  EXPECT_LT(worst, 1e-13);
+}
+
+TEST(FFTThreads, AnyCountGivesTheSameBits) {
+  const AMatrix<std::complex<double>> input = Noise<double>(512, 256);
+  AMatrix<std::complex<double>> expected = input;
+  PlainFFT(expected, -1, 1);
+  for (const int threads : {INT_MIN, -1, 0, 63, 64, 65, 300, 100000, INT_MAX}) {
+    AMatrix<std::complex<double>> m = input;
+    ASSERT_TRUE(MT_FFT_Matr_D(m, -1, threads));
+    EXPECT_TRUE(SameBits(m, expected)) << threads;
+  }
+}
+
+TEST(FFTLimits, AnEmptyMatrixAndValuesThatAreNotFiniteAreTaken) {
+  AMatrix<std::complex<double>> empty;
+  EXPECT_TRUE(MT_FFT_Matr_D(empty, -1, 4));
+  AMatrix<std::complex<float>> m = Noise<float>(16, 32);
+  m(3, 4) = std::numeric_limits<float>::quiet_NaN();
+  m(5, 6) = std::numeric_limits<float>::infinity();
+  m(7, 8) = std::numeric_limits<float>::max();
+  EXPECT_TRUE(MT_FFT_Matr_F(m, -1, 2));
+  for (int i = 0; i < 16 * 32; ++i) EXPECT_TRUE(std::isnan(m.lpArray()[i].real())) << i;
+}
+
+}  // namespace
+}  // namespace zeltra
