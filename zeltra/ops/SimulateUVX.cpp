@@ -1,0 +1,400 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/SimulateUVX.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <memory>
+#include <numbers>
+#include <vector>
+
+#include "zeltra/core/Text.h"
+#include "zeltra/ops/OutputFileInternal.h"
+#include "zeltra/uvx/AUVXBaseLines.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXTable.h"
+#include "zeltra/uvx/AUVXVisibility.h"
+
+namespace zeltra {
+namespace {
+
+using Complex = std::complex<double>;
+
+constexpr double kPi = std::numbers::pi;
+constexpr double kRadiansPerMas = kPi / (180.0 * 3600e3);
+constexpr double kSpeedOfLight = 299792458.0;  // m/s, by definition
+constexpr double kSecondsPerDay = 86400.0;
+
+constexpr double kDate = 2458928.5;    // 2020-03-20, 0 h
+constexpr double kStart = 7 * 3600.0;  // seconds since then: both sources are high above all ten antennas at 07:30
+constexpr int kScans = 6;
+
+constexpr double kFrequency = 8.4e9;  // of channel 0 of IF 0, Hz
+constexpr double kIFWidth = 16e6;     // Hz
+constexpr int kStokes = 4;            // RR, LL, RL, LR
+constexpr double kEfficiency = 0.8;   // of the correlator
+constexpr double kPolarised = 0.05;   // share of linearly polarised light
+constexpr double kVectorAngle = kPi / 6;
+constexpr double kAxisOffset = 2.13;  // of the antennas' mounts, metres
+
+struct Vector {
+  double x, y, z;
+};
+
+struct Station {
+  const char* name;
+  Vector position;  // metres
+  double sefd;      // system equivalent flux density, Jy
+};
+
+// Positions are geocentric and right-handed (x to Greenwich, z to the north pole), of the ITRF, as NRAO publishes them
+// and VLBA files of 2006 carry them. The sensitivities spread made-up values around the 327 Jy that the VLBA's
+// observational status summary gives for 8.4 GHz.
+constexpr Station kStations[10] = {
+    {"BR", {-2112065.105, -3705356.508, 4726813.708}, 310}, {"FD", {-1324009.236, -5332181.963, 3231962.411}, 320},
+    {"HN", {1446374.979, -4447939.664, 4322306.142}, 355},  {"KP", {-1995678.746, -5037317.708, 3357328.053}, 300},
+    {"LA", {-1449752.484, -4975298.581, 3709123.863}, 305}, {"MK", {-5464075.090, -2495248.528, 2148297.130}, 345},
+    {"NL", {-130872.390, -4762317.104, 4226851.003}, 330},  {"OV", {-2409150.278, -4478573.165, 3838617.348}, 315},
+    {"PT", {-1640953.842, -5014816.026, 3575411.803}, 325}, {"SC", {2607848.599, -5488069.592, 1932739.635}, 365},
+};
+
+// The splitmix64 generator (Steele, Lea & Flood, "Fast splittable pseudorandom number generators", OOPSLA 2014).
+class Random {
+ public:
+  // Streams of one seed are unrelated, so that the noise can go without moving the flags.
+  Random(std::uint64_t seed, std::uint64_t stream) : state_(seed) { state_ = Bits() ^ (stream * 0xD1342543DE82EF95u); }
+
+  std::uint64_t Bits() {
+    state_ += 0x9E3779B97F4A7C15u;
+    std::uint64_t z = state_;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
+    return z ^ (z >> 31);
+  }
+  // From 0 to below 1.
+  double Uniform() { return static_cast<double>(Bits() >> 11) * 0x1p-53; }
+  // Mean 0 and standard deviation 1: the sum of twelve uniform numbers of 16 bits. Integers alone are added, so that
+  // every system draws the same number.
+  double Normal() {
+    std::int64_t sum = 0;
+    for (int i = 0; i < 3; ++i) {
+      const std::uint64_t bits = Bits();
+      for (int shift = 0; shift < 64; shift += 16) sum += static_cast<std::int64_t>(bits >> shift & 0xFFFF);
+    }
+    return static_cast<double>(2 * sum - 12 * 0xFFFF) * 0x1p-17;
+  }
+
+ private:
+  std::uint64_t state_;
+};
+
+// Greenwich mean sidereal time, radians (Aoki et al. 1982, A&A 105, 359), of a Julian date whose UT1 is its UTC.
+double SiderealTime(double jd) {
+  const double midnight = std::floor(jd - 0.5) + 0.5;
+  const double t = (midnight - 2451545.0) / 36525.0;
+  const double atMidnight = 24110.54841 + t * (8640184.812866 + t * (0.093104 - t * 6.2e-6));
+  const double seconds = atMidnight + (jd - midnight) * kSecondsPerDay * 1.002737909350795;
+  return std::fmod(seconds, kSecondsPerDay) * (2 * kPi / kSecondsPerDay);
+}
+
+// The matrix that turns metres on the Earth into u, v, w in seconds: eq. 4.1 of Thompson, Moran & Swenson with the hour
+// angle at Greenwich.
+class Projection {
+ public:
+  Projection(double jd, const SimulatedSource& source) {
+    const double hourAngle = SiderealTime(jd) - source.ra * (kPi / 180);
+    const double dec = source.dec * (kPi / 180);
+    sinH_ = std::sin(hourAngle);
+    cosH_ = std::cos(hourAngle);
+    sinD_ = std::sin(dec);
+    cosD_ = std::cos(dec);
+  }
+
+  Vector operator()(const Vector& p) const {
+    const double toMeridian = cosH_ * p.x - sinH_ * p.y;
+    return {(sinH_ * p.x + cosH_ * p.y) / kSpeedOfLight, (cosD_ * p.z - sinD_ * toMeridian) / kSpeedOfLight,
+            (sinD_ * p.z + cosD_ * toMeridian) / kSpeedOfLight};
+  }
+
+ private:
+  double sinH_, cosH_, sinD_, cosD_;
+};
+
+class Simulator {
+ public:
+  Simulator(const std::string& to, const SimulateOptions& options)
+      : to_(to),
+        options_(options),
+        noise_(options.seed, 1),
+        flags_(options.seed, 2),
+        phases_(options.seed, 3),
+        visibility_(options.ifs, options.channels, kStokes) {}
+
+  // Closing a UVX file declares it whole, so a simulation that ends early takes the file away first.
+  ~Simulator() { output_.Discard(); }
+
+  AResult Run();
+
+ private:
+  int64 FirstIntegration(int scan) const { return integrations_ * scan / scans_; }
+  int64 Slewing(int scan) const { return (FirstIntegration(scan + 1) - FirstIntegration(scan)) / 10; }
+  double ChannelWidth() const { return kIFWidth / options_.channels; }
+
+  void CountRecords();
+  void FillHeader();
+  AResult WriteRecords();
+  void DrawPhases();
+  bool WriteIntegration(BlockWriter& writer, int source, double seconds);
+  void Observe(int source, int station1, int station2, double u, double v);
+  void WriteTables();
+  std::unique_ptr<AUVXTable> Antennas() const;
+  std::unique_ptr<AUVXTable> Sources() const;
+  std::unique_ptr<AUVXTable> Frequencies() const;
+
+  const std::string to_;
+  const SimulateOptions options_;
+  Random noise_, flags_, phases_;
+  OutputFile output_;
+  AUVXFile uvx_;
+  AUVXHeader header_;
+  int64 integrations_ = 0;
+  int scans_ = 0;
+  int64 records_ = 0;
+  int64 written_ = 0;
+  AUVXPosition index_;
+  AUVXBaseLines baseLines_;
+  AUVXVisibility visibility_;
+  std::vector<Complex> gains_;
+};
+
+AResult Simulator::Run() {
+  CountRecords();
+  if (records_ > std::numeric_limits<int32_t>::max()) {
+    return AResult::Fail(to_ + ": " + std::to_string(records_) + " records are more than a UVX file counts");
+  }
+  FillHeader();
+  if (AResult result = output_.Create(to_, options_.overwrite); !result) return result;
+  if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_) || !uvx_.SeekUVGroup(0)) return output_.WriteError();
+  if (AResult result = WriteRecords(); !result) return result;
+  if (!uvx_.Write(header_)) return output_.WriteError();
+  WriteTables();
+  if (!output_.file().good()) return output_.WriteError();
+  uvx_.Close();
+  return output_.Commit();
+}
+
+void Simulator::CountRecords() {
+  integrations_ = std::max<int64>(static_cast<int64>(options_.minutes * 60 / options_.integration), 1);
+  scans_ = static_cast<int>(std::min<int64>(kScans, integrations_));
+  int64 observed = 0;
+  for (int scan = 0; scan < scans_; ++scan) {
+    observed += FirstIntegration(scan + 1) - FirstIntegration(scan) - Slewing(scan);
+  }
+  records_ = observed * (options_.antennas * (options_.antennas - 1) / 2);
+}
+
+void Simulator::FillHeader() {
+  header_.info.count = static_cast<int32_t>(records_);
+  header_.info.epoch = 2000;
+  header_.info.dateObs = kDate;
+  SetFieldText(header_.info.bunit, sizeof header_.info.bunit, "JY");
+  SetFieldText(header_.info.observer, sizeof header_.info.observer, "SIMULATION");
+  SetFieldText(header_.info.telescope, sizeof header_.info.telescope, "VLBA");
+  header_.range.init();
+  header_.stokes.SetCount(kStokes);
+  for (int i = 0; i < kStokes; ++i) header_.stokes(i) = -1 - i;
+  header_.IFs = options_.ifs;
+  header_.channels = options_.channels;
+  header_.freq0 = kFrequency;
+}
+
+// The first tenth of every scan goes to the way from one source to the other.
+AResult Simulator::WriteRecords() {
+  SendProgressRange(options_.progress);
+  SendProgressText(options_.progress, "Observing...");
+  BlockWriter writer(output_.file());
+  int lastPercent = -1;
+  for (int scan = 0; scan < scans_; ++scan) {
+    DrawPhases();
+    for (int64 i = FirstIntegration(scan) + Slewing(scan); i < FirstIntegration(scan + 1); ++i) {
+      if (IsCancelled(options_)) return AResult::Cancel(to_ + ": the simulation was cancelled");
+      const double seconds = kStart + (static_cast<double>(i) + 0.5) * options_.integration;
+      if (!WriteIntegration(writer, 1 + scan % 2, seconds)) return output_.WriteError();
+      SendProgress(options_.progress, written_, records_, lastPercent);
+    }
+  }
+  return writer.Flush() ? AResult::Ok() : output_.WriteError();
+}
+
+void Simulator::DrawPhases() {
+  gains_.assign(static_cast<size_t>(options_.antennas), 1);
+  if (!options_.phaseErrors) return;
+  for (Complex& gain : gains_) gain = std::polar(1.0, 2 * kPi * phases_.Uniform());
+}
+
+bool Simulator::WriteIntegration(BlockWriter& writer, int source, double seconds) {
+  const double date = kDate + seconds / kSecondsPerDay;
+  const Projection project(date, kSimulatedSources[source - 1]);
+  for (int station1 = 0; station1 < options_.antennas; ++station1) {
+    const Vector uvw1 = project(kStations[station1].position);
+    for (int station2 = station1 + 1; station2 < options_.antennas; ++station2) {
+      const Vector uvw2 = project(kStations[station2].position);
+      AUVXGroup group;
+      group.flag = flags_.Bits() % 1024 == 0;
+      group.frqsel = 1;
+      group.source = static_cast<int16_t>(source);
+      group.uu = static_cast<float>(uvw1.x - uvw2.x);
+      group.vv = static_cast<float>(uvw1.y - uvw2.y);
+      group.ww = static_cast<float>(uvw1.z - uvw2.z);
+      group.date = date;
+      group.ant1 = static_cast<int8_t>(station1 + 1);
+      group.ant2 = static_cast<int8_t>(station2 + 1);
+      Observe(source, station1, station2, uvw1.x - uvw2.x, uvw1.y - uvw2.y);
+
+      group.check(header_.range);
+      visibility_.check(header_.range);
+      baseLines_.checkBase(AUVXBaseLineItem(group));
+      char* record = writer.Reserve(uvx_.recSize());
+      if (!record) return false;
+      visibility_.store(group.store(record));
+      group.date = seconds;
+      index_.CheckUVGroup(group, static_cast<int>(written_++));
+    }
+  }
+  return true;
+}
+
+// What a baseline sees of a source, with noise, at all frequencies; u, v in seconds.
+void Simulator::Observe(int source, int station1, int station2, double u, double v) {
+  const double samples = 2 * ChannelWidth() * options_.integration;
+  const double sefd = std::sqrt(kStations[station1].sefd * kStations[station2].sefd);
+  const double thermal = sefd / (kEfficiency * std::sqrt(samples));
+  const double sigma = options_.noise * thermal;
+  const double weight = 1 / (options_.noise > 0 ? sigma * sigma : thermal * thermal);
+  const double sign = flags_.Bits() % 256 == 0 ? -1 : 1;
+  const Complex gain = gains_[static_cast<size_t>(station1)] * std::conj(gains_[static_cast<size_t>(station2)]);
+  const Complex cross = std::polar(kPolarised, 2 * kVectorAngle);
+
+  for (int f = 0; f < visibility_.freqs(); ++f) {
+    const double frequency = kFrequency + f * ChannelWidth();
+    Complex sum = 0;
+    for (int i = 0; i < options_.components; ++i) {
+      const SimulatedComponent& component = kSimulatedSources[source - 1].components[i];
+      const double path = (u * component.east + v * component.north) * kRadiansPerMas;
+      sum += std::polar(component.flux, 2 * kPi * frequency * path);
+    }
+    sum *= gain;
+    const Complex values[kStokes] = {sum, sum, sum * cross, sum * std::conj(cross)};
+    for (int s = 0; s < kStokes; ++s) {
+      const double re = values[s].real() + sigma * noise_.Normal();
+      const double im = values[s].imag() + sigma * noise_.Normal();
+      visibility_(f, s) = AUVXComplex(re, im, sign * weight);
+    }
+  }
+}
+
+void Simulator::WriteTables() {
+  uvx_.AddTable(*std::unique_ptr<AUVXTable>(index_.ToUVXTable()));
+  uvx_.AddTable(*Frequencies());
+  uvx_.AddTable(*Antennas());
+  uvx_.AddTable(*Sources());
+  uvx_.AddTable(*std::unique_ptr<AUVXTable>(baseLines_.ToUVXTable()));
+}
+
+std::unique_ptr<AUVXTable> Simulator::Antennas() const {
+  auto table = std::make_unique<AUVXTable>();
+  table->Create(AUVXTable::toHash("AN", 0));
+  table->AddColumn("ANNAME", "", "8A");
+  table->AddColumn("STABXYZ", "METERS", "3D");
+  table->AddColumn("NOSTA", "", "1J");
+  table->AddColumn("MNTSTA", "", "1J");
+  table->AddColumn("STAXOF", "METERS", "1E");
+  for (const char* key : {"ARRAYX", "ARRAYY", "ARRAYZ"}) table->AddKeyWord(key, "0", true);
+  table->AddKeyWord("GSTIA0", valToStr(SiderealTime(kDate) * (180 / kPi)), true);
+  table->AddKeyWord("DEGPDY", valToStr(360 * 1.002737909350795), true);
+  table->AddKeyWord("FREQ", valToStr(kFrequency), true);
+  table->AddKeyWord("RDATE", "2020-03-20", false);
+  for (const char* key : {"POLARX", "POLARY", "UT1UTC", "DATUTC"}) table->AddKeyWord(key, "0", true);
+  table->AddKeyWord("TIMSYS", "UTC", false);
+  table->AddKeyWord("ARRNAM", "VLBA", false);
+  table->AddKeyWord("XYZHAND", "RIGHT", false);
+  table->AddKeyWord("FRAME", "ITRF", false);
+  table->SetRows(options_.antennas);
+  for (int row = 0; row < options_.antennas; ++row) {
+    const Station& station = kStations[row];
+    table->SetText(row, 0, station.name);
+    table->SetNumber(row, 1, 0, station.position.x);
+    table->SetNumber(row, 1, 1, station.position.y);
+    table->SetNumber(row, 1, 2, station.position.z);
+    table->SetNumber(row, 2, 0, row + 1);
+    table->SetNumber(row, 4, 0, kAxisOffset);
+  }
+  return table;
+}
+
+std::unique_ptr<AUVXTable> Simulator::Sources() const {
+  auto table = std::make_unique<AUVXTable>();
+  table->Create(AUVXTable::toHash("SU", 0));
+  table->AddColumn("ID. NO.", "", "1J");
+  table->AddColumn("SOURCE", "", "16A");
+  table->AddColumn("EPOCH", "YEARS", "1D");
+  for (const char* name : {"RAEPO", "DECEPO", "RAAPP", "DECAPP"}) table->AddColumn(name, "DEGREES", "1D");
+  table->SetRows(2);
+  for (int row = 0; row < 2; ++row) {
+    const SimulatedSource& source = kSimulatedSources[row];
+    table->SetNumber(row, 0, 0, row + 1);
+    table->SetText(row, 1, source.name);
+    const double numbers[] = {2000, source.ra, source.dec, source.ra, source.dec};
+    for (int i = 0; i < 5; ++i) table->SetNumber(row, 2 + i, 0, numbers[i]);
+  }
+  return table;
+}
+
+std::unique_ptr<AUVXTable> Simulator::Frequencies() const {
+  const std::string ifs = std::to_string(options_.ifs);
+  auto table = std::make_unique<AUVXTable>();
+  table->Create(AUVXTable::toHash("FQ", 0));
+  table->AddColumn("FRQSEL", "", "1J");
+  table->AddColumn("IF FREQ", "HZ", ifs + "D");
+  table->AddColumn("CH WIDTH", "HZ", ifs + "E");
+  table->AddColumn("TOTAL BANDWIDTH", "HZ", ifs + "E");
+  table->AddColumn("SIDEBAND", "", ifs + "J");
+  table->SetRows(1);
+  table->SetNumber(0, 0, 0, 1);
+  for (int i = 0; i < options_.ifs; ++i) {
+    table->SetNumber(0, 1, i, i * kIFWidth);
+    table->SetNumber(0, 2, i, ChannelWidth());
+    table->SetNumber(0, 3, i, kIFWidth);
+    table->SetNumber(0, 4, i, 1);
+  }
+  return table;
+}
+
+// What is wrong with the options; empty if nothing is.
+std::string Complaint(const SimulateOptions& options) {
+  constexpr int kLargestPoints = (kBlockBytes - AUVXGroup::kBytes) / (kStokes * static_cast<int>(sizeof(AUVXComplex)));
+  if (options.antennas < 2 || options.antennas > 10) return "there are 2 to 10 antennas";
+  if (!(options.minutes > 0 && options.minutes <= 1e6)) return "an observation takes up to 1000000 minutes";
+  if (!(options.integration >= 1e-3 && options.integration <= 3600))
+    return "an integration takes 0.001 to 3600 seconds";
+  if (options.ifs < 1 || options.channels < 1 || int64{options.ifs} * options.channels > kLargestPoints) {
+    return "there are 1 to " + std::to_string(kLargestPoints) + " channels in all IFs together";
+  }
+  if (options.components < 1 || options.components > 2) return "a source has 1 or 2 components";
+  if (!(options.noise >= 0 && options.noise <= 1e6)) return "the noise is 0 to 1000000 times the thermal noise";
+  return {};
+}
+
+}  // namespace
+
+AResult SimulateUVX(const std::string& to, const SimulateOptions& options) {
+  const std::string complaint = Complaint(options);
+  if (!complaint.empty()) return AResult::Fail(to + ": cannot be simulated, " + complaint);
+  return Simulator(to, options).Run();
+}
+
+}  // namespace zeltra
