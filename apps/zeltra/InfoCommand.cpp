@@ -1,0 +1,359 @@
+// zeltra info: what a UVX file holds, as a page or as one JSON object.
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "apps/zeltra/Command.h"
+#include "apps/zeltra/Dates.h"
+#include "apps/zeltra/Observation.h"
+#include "zeltra/core/Text.h"
+
+namespace zeltra::app {
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr double kSecondsPerDay = 86400;
+// A section of the page has so many lines at most.
+constexpr int kMostLines = 40;
+
+struct Arguments {
+  std::string path;
+  bool json = false;
+};
+
+template <int size>
+std::string HeaderText(const char (&field)[size]) {
+  return FieldText(field, size);
+}
+
+ordered_json RangesAsJSON(AUVXMinMax& range) {
+  const auto pair = [](const TMnMx& r) { return ordered_json{double{r.minimum}, double{r.maximum}}; };
+  return {{"u", pair(range.u())},          {"v", pair(range.v())},   {"w", pair(range.w())},
+          {"time", pair(range.time())},    {"re", pair(range.re())}, {"im", pair(range.im())},
+          {"weight", pair(range.weight())}};
+}
+
+ordered_json TablesAsJSON(const Observation& observation) {
+  ordered_json list = ordered_json::array();
+  for (const TableSummary& table : observation.tables) {
+    list.push_back({{"code", table.code},
+                    {"id", table.id},
+                    {"name", table.name},
+                    {"rows", table.rows},
+                    {"columns", table.columns},
+                    {"row_bytes", table.rowBytes},
+                    {"bytes", table.bytes},
+                    {"offset", table.offset}});
+  }
+  return list;
+}
+
+ordered_json AntennasAsJSON(const Observation& observation) {
+  ordered_json list = ordered_json::array();
+  for (int i = 0; i < observation.antennas.count(); ++i) {
+    const AUVXTlscItem& antenna = observation.antennas(i);
+    list.push_back(
+        {{"id", antenna.id}, {"name", antenna.Name()}, {"x", antenna.x}, {"y", antenna.y}, {"z", antenna.z}});
+  }
+  return list;
+}
+
+ordered_json SourcesAsJSON(const Observation& observation) {
+  ordered_json list = ordered_json::array();
+  for (int i = 0; i < observation.sources.count(); ++i) {
+    const AUVXSourceItem& source = observation.sources(i);
+    list.push_back({{"id", source.id},
+                    {"name", source.Name()},
+                    {"epoch", source.epoch},
+                    {"ra_app", source.raApp},
+                    {"dec_app", source.decApp},
+                    {"ra_epoch", source.raEpoch},
+                    {"dec_epoch", source.decEpoch}});
+  }
+  return list;
+}
+
+ordered_json ScansAsJSON(const Observation& observation) {
+  ordered_json list = ordered_json::array();
+  for (int i = 0; i < observation.scans.count(); ++i) {
+    const AUVXPositionItem& scan = observation.scans(i);
+    list.push_back({{"source_id", scan.sourceId},
+                    {"freq_id", scan.freqId},
+                    {"subarray", scan.subarray},
+                    {"start_s", scan.start},
+                    {"duration_s", scan.duration},
+                    {"first", scan.startVis},
+                    {"last", scan.endVis}});
+  }
+  return list;
+}
+
+ordered_json SetupsAsJSON(const Observation& observation) {
+  ordered_json list = ordered_json::array();
+  for (const SetupSummary& setup : observation.setups) {
+    ordered_json ifs = ordered_json::array();
+    for (const SetupSummary::IF& i : setup.ifs) ifs.push_back({{"start_hz", i.start}, {"delta_hz", i.delta}});
+    list.push_back({{"setup", setup.id}, {"ifs", ifs}});
+  }
+  return list;
+}
+
+// Numbers that are not finite become null.
+std::string InfoAsJSON(Observation& observation, const AUVXFile& uvx) {
+  AUVXHeader& header = observation.header;
+  const double dateObs = header.info.dateObs;
+  const std::string date = DateText(dateObs);
+  ordered_json codes = ordered_json::array();
+  for (int i = 0; i < header.stokes.count(); ++i) codes.push_back(int{header.stokes(i)});
+
+  ordered_json info;
+  info["records"] = uvx.count();
+  info["stokes"] = codes;
+  info["stokes_names"] = observation.stokesNames;
+  info["ifs"] = uvx.IFs();
+  info["channels"] = uvx.channels();
+  info["freq0_hz"] = uvx.freq0();
+  info["epoch"] = double{header.info.epoch};
+  info["date_obs"] = date.empty() ? ordered_json(nullptr) : ordered_json(date);
+  info["date_obs_jd"] = dateObs;
+  info["bunit"] = HeaderText(header.info.bunit);
+  info["observer"] = HeaderText(header.info.observer);
+  info["telescope"] = HeaderText(header.info.telescope);
+  info["record_bytes"] = uvx.recSize();
+  info["data_offset"] = uvx.DataOffset();
+  info["ranges"] = RangesAsJSON(header.range);
+  info["tables"] = TablesAsJSON(observation);
+  info["antennas"] = AntennasAsJSON(observation);
+  info["array_center"] = observation.center;
+  info["sources"] = SourcesAsJSON(observation);
+  info["scans"] = ScansAsJSON(observation);
+  info["frequencies"] = SetupsAsJSON(observation);
+  return info.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+// The page, section by section.
+class Page {
+ public:
+  Page(StandardOutput& out, Observation& observation, const AUVXFile& uvx)
+      : out_(out), observation_(observation), header_(observation.header), uvx_(uvx) {}
+
+  void Print(const std::string& path);
+
+ private:
+  void PrintHead();
+  void PrintFrequencies();
+  void PrintAntennas();
+  void PrintSources();
+  void PrintScans();
+  void PrintRanges();
+  void PrintTables();
+
+  void Line(const char* what, const std::string& text);
+  TablePrinter Section(const std::string& title, std::vector<PrintedColumn> columns);
+  // A section that is too long ends with a word on how to see the rest.
+  void EndSection(TablePrinter& printer, int lines, const char* code);
+  std::string SourceName(int id);
+
+  StandardOutput& out_;
+  Observation& observation_;
+  AUVXHeader& header_;
+  const AUVXFile& uvx_;
+};
+
+std::string Count(int64 n, const char* what) {
+  return std::to_string(n) + " " + what + (n == 1 ? "" : "s");
+}
+
+void Page::Print(const std::string& path) {
+  out_.Append(Printable(path) + "\n\n");
+  PrintHead();
+  PrintSources();
+  PrintScans();
+  PrintFrequencies();
+  PrintAntennas();
+  PrintRanges();
+  PrintTables();
+}
+
+void Page::PrintHead() {
+  const double start = header_.range.time().minimum, end = header_.range.time().maximum;
+  const std::string date = DateText(header_.info.dateObs);
+  Line("Telescope", HeaderText(header_.info.telescope));
+  Line("Observer", HeaderText(header_.info.observer));
+  Line("Date", date.empty() ? "unknown" : date);
+  if (!DateText(start).empty() && end >= start) {
+    Line("Times",
+         DateAndTime(start) + " to " + DateAndTime(end) + " (" + DurationText((end - start) * kSecondsPerDay) + ")");
+  }
+  std::string names;
+  for (const std::string& name : observation_.stokesNames) names += (names.empty() ? "" : ", ") + name;
+  Line("Records", Count(uvx_.count(), "record") + " of " + Count(std::max(uvx_.IFs(), 1), "IF") + " x " +
+                      Count(uvx_.channels(), "channel") + " x " + Count(uvx_.stokes(), "polarisation") +
+                      (names.empty() ? "" : " (" + names + ")") + ", " + std::to_string(uvx_.recSize()) +
+                      " bytes each");
+  Line("Unit", HeaderText(header_.info.bunit));
+  Line("Equinox", ReadableNumber(header_.info.epoch));
+}
+
+void Page::PrintSources() {
+  TablePrinter printer = Section("Sources", {{"number"}, {"name", true}, {"RA"}, {"Dec"}, {"equinox"}, {"records"}});
+  AUVXSources& sources = observation_.sources;
+  for (int i = 0; i < std::min(sources.count(), kMostLines); ++i) {
+    const AUVXSourceItem& source = sources(i);
+    // Tables without coordinates at the epoch have the apparent ones only.
+    const bool apparent = source.raEpoch == 0 && source.decEpoch == 0;
+    printer.Integer(source.id);
+    printer.Text(source.Name());
+    printer.Text(RightAscensionText(apparent ? source.raApp : source.raEpoch));
+    printer.Text(DeclinationText(apparent ? source.decApp : source.decEpoch));
+    printer.Real(std::fabs(source.epoch));
+    printer.Integer(observation_.scans.CountForSrc(source.id));
+    printer.EndRow();
+  }
+  EndSection(printer, sources.count(), "SU");
+}
+
+void Page::PrintScans() {
+  TablePrinter printer =
+      Section("Scans", {{"scan"}, {"source", true}, {"setup"}, {"start", true}, {"duration"}, {"records"}});
+  for (int i = 0; i < std::min(observation_.scans.count(), kMostLines); ++i) {
+    const AUVXPositionItem& scan = observation_.scans(i);
+    const double start = header_.info.dateObs + scan.start / kSecondsPerDay;
+    printer.Integer(i + 1);
+    printer.Text(SourceName(scan.sourceId));
+    printer.Integer(scan.freqId);
+    printer.Text(DateText(start).empty() ? DurationText(scan.start) : DateAndTime(start));
+    printer.Text(DurationText(scan.duration));
+    printer.Text(std::to_string(scan.startVis) + "-" + std::to_string(scan.endVis));
+    printer.EndRow();
+  }
+  EndSection(printer, observation_.scans.count(), "NX");
+}
+
+void Page::PrintFrequencies() {
+  TablePrinter printer =
+      Section("Frequencies", {{"setup"}, {"IF"}, {"first channel / MHz"}, {"channel width / kHz"}, {"channels"}});
+  int lines = 0;
+  for (const SetupSummary& setup : observation_.setups) {
+    for (size_t i = 0; i < setup.ifs.size(); ++i) {
+      if (lines++ >= kMostLines) continue;
+      printer.Integer(setup.id);
+      printer.Integer(static_cast<int64>(i) + 1);
+      printer.Real(setup.ifs[i].start / 1e6);
+      printer.Real(setup.ifs[i].delta / 1e3);
+      printer.Integer(uvx_.channels());
+      printer.EndRow();
+    }
+  }
+  EndSection(printer, lines, "FQ");
+}
+
+void Page::PrintAntennas() {
+  TablePrinter printer = Section("Antennas", {{"number"}, {"name", true}, {"x / m"}, {"y / m"}, {"z / m"}});
+  AUVXAntenns& antennas = observation_.antennas;
+  for (int i = 0; i < std::min(antennas.count(), kMostLines); ++i) {
+    const AUVXTlscItem& antenna = antennas(i);
+    printer.Integer(antenna.id);
+    printer.Text(antenna.Name());
+    for (const double metres : {antenna.x, antenna.y, antenna.z}) printer.Real(metres);
+    printer.EndRow();
+  }
+  EndSection(printer, antennas.count(), "AN");
+  const double* center = observation_.center;
+  if (antennas.count() > 0 && (center[0] != 0 || center[1] != 0 || center[2] != 0)) {
+    out_.Append("  relative to " + ReadableNumber(center[0]) + ", " + ReadableNumber(center[1]) + ", " +
+                ReadableNumber(center[2]) + "\n");
+  }
+}
+
+void Page::PrintRanges() {
+  TablePrinter printer = Section("Ranges", {{"of", true}, {"least"}, {"greatest"}});
+  AUVXMinMax& range = header_.range;
+  const std::pair<const char*, TMnMx> ranges[] = {{"u / s", range.u()},           {"v / s", range.v()},
+                                                  {"w / s", range.w()},           {"real part", range.re()},
+                                                  {"imaginary part", range.im()}, {"weight", range.weight()}};
+  for (const auto& [name, limits] : ranges) {
+    printer.Text(name);
+    for (const double limit : {double{limits.minimum}, double{limits.maximum}}) {
+      // The records hold 32-bit floats, of which more digits mean nothing.
+      char text[32];
+      std::snprintf(text, sizeof text, "%.7g", limit);
+      printer.Text(text);
+    }
+    printer.EndRow();
+  }
+  EndSection(printer, static_cast<int>(std::size(ranges)), "");
+}
+
+void Page::PrintTables() {
+  TablePrinter printer = Section("Tables", {{"code", true}, {"rows"}, {"columns"}, {"bytes"}, {"at byte"}});
+  for (const TableSummary& table : observation_.tables) {
+    printer.Text(table.code);
+    printer.Integer(table.rows);
+    printer.Integer(table.columns);
+    printer.Integer(table.bytes);
+    printer.Integer(table.offset);
+    printer.EndRow();
+  }
+  EndSection(printer, static_cast<int>(observation_.tables.size()), "");
+}
+
+void Page::Line(const char* what, const std::string& text) {
+  std::string head = std::string("  ") + what;
+  head.resize(14, ' ');
+  if (!text.empty()) out_.Append(head + Printable(text) + "\n");
+}
+
+TablePrinter Page::Section(const std::string& title, std::vector<PrintedColumn> columns) {
+  out_.Append("\n" + title + "\n");
+  return TablePrinter(out_, TableFormat::Text, std::move(columns), 2);
+}
+
+void Page::EndSection(TablePrinter& printer, int lines, const char* code) {
+  if (lines == 0) {
+    out_.Append("  none\n");
+    return;
+  }
+  printer.Finish();
+  if (*code && lines > kMostLines) {
+    out_.Append("  and " + std::to_string(lines - kMostLines) + " more: zeltra table FILE " + code + "\n");
+  }
+}
+
+std::string Page::SourceName(int id) {
+  const int place = observation_.sources.IndexForID(id);
+  const std::string name = place >= 0 ? observation_.sources(place).Name() : "";
+  return name.empty() ? "source " + std::to_string(id) : name;
+}
+
+AResult Info(const Arguments& arguments, Session& session) {
+  UVXInput input;
+  if (AResult result = input.Open(arguments.path); !result) return result;
+  Observation observation(input);
+  for (const std::string& remark : observation.remarks) session.Note(remark);
+  StandardOutput out;
+  if (arguments.json) {
+    out.Append(InfoAsJSON(observation, input.uvx()));
+  } else {
+    Page(out, observation, input.uvx()).Print(arguments.path);
+  }
+  return out.Flush();
+}
+
+}  // namespace
+
+void AddInfoCommand(CLI::App& app, Session& session) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = *app.add_subcommand("info", "Tell what a UVX file holds");
+  command.add_option("FILE.uvx", arguments->path, "the file to read")->required();
+  command.add_flag("--json", arguments->json,
+                   "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records "
+                   "numbered from 1");
+  session.OnRun(command, [arguments, &session] { return Info(*arguments, session); });
+}
+
+}  // namespace zeltra::app

@@ -1,0 +1,190 @@
+// zeltra records: the visibility records of a UVX file as a table.
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "apps/zeltra/Command.h"
+#include "apps/zeltra/Dates.h"
+#include "apps/zeltra/UVXInput.h"
+#include "zeltra/uvx/AUVXComplex.h"
+#include "zeltra/uvx/AUVXGroup.h"
+
+namespace zeltra::app {
+namespace {
+
+constexpr int kBlockBytes = 4 << 20;
+// A line of a text shows so many values of a record.
+constexpr int kShownValues = 2;
+// A table has room for a record of so many values. A file without records may claim any number.
+constexpr int kMostValues = 1 << 20;
+
+struct Arguments {
+  std::string path;
+  TableFormat format = TableFormat::Text;
+  std::optional<int> source;
+  std::optional<int> setup;
+  int from = 0;
+  std::optional<int> count;
+};
+
+class RecordPrinter {
+ public:
+  RecordPrinter(const Arguments& arguments, Session& session) : arguments_(arguments), session_(session) {}
+
+  AResult Run();
+
+ private:
+  std::vector<PrintedColumn> Columns();
+  AResult PrintRecords(TablePrinter& printer);
+  bool IsWanted(const AUVXGroup& group) const;
+  void PrintRecord(TablePrinter& printer, int index, const AUVXGroup& group, const char* values);
+  AResult NothingMatches() const;
+
+  const Arguments& arguments_;
+  Session& session_;
+  UVXInput input_;
+  StandardOutput out_;
+  int end_ = 0;                            // first record behind the window
+  int values_ = 0;                         // values of a record
+  int shown_ = 0;                          // those that are printed
+  std::set<std::pair<int, int>> present_;  // sources and setups of the window
+};
+
+AResult RecordPrinter::Run() {
+  if (AResult result = input_.Open(arguments_.path); !result) return result;
+  AUVXFile& uvx = input_.uvx();
+  const int count = uvx.count();
+  if (arguments_.from > 0 && arguments_.from >= count) {
+    return AResult::Fail(arguments_.path + ": there is no record " + std::to_string(arguments_.from) +
+                         ", the file holds " + std::to_string(count) + ", numbered from 0");
+  }
+  end_ = std::min(count - arguments_.from, arguments_.count.value_or(count)) + arguments_.from;
+  values_ = (uvx.recSize() - AUVXGroup::kBytes) / static_cast<int>(sizeof(AUVXComplex));
+  if (values_ > kMostValues) {
+    return AResult::Fail(arguments_.path + ": its records of " + std::to_string(values_) +
+                         " values do not fit a table");
+  }
+  shown_ = arguments_.format == TableFormat::Text ? std::min(values_, kShownValues) : values_;
+
+  TablePrinter printer(out_, arguments_.format, Columns());
+  if (AResult result = PrintRecords(printer); !result) return result;
+  printer.Finish();
+  AResult result = out_.Flush();
+  if (result && shown_ < values_) {
+    session_.Report("the first " + std::to_string(shown_) + " of " + std::to_string(values_) +
+                    " values a record are shown, --csv prints them all");
+  }
+  return result;
+}
+
+std::vector<PrintedColumn> RecordPrinter::Columns() {
+  const bool isText = arguments_.format == TableFormat::Text;
+  std::vector<PrintedColumn> columns = {
+      {"index"}, {"time", isText}, {"ant1"}, {"ant2"}, {"source"}, {"freqsel"}, {"u"}, {"v"}, {"w"}};
+  AUVXFile& uvx = input_.uvx();
+  for (int value = 0; value < shown_; ++value) {
+    const int point = value / uvx.stokes();
+    const std::string place = "_" + std::to_string(point / uvx.channels()) + "_" +
+                              std::to_string(point % uvx.channels()) + "_" + std::to_string(value % uvx.stokes());
+    for (const char* part : {"re", "im", "weight"}) columns.push_back({part + place});
+  }
+  return columns;
+}
+
+AResult RecordPrinter::PrintRecords(TablePrinter& printer) {
+  AUVXFile& uvx = input_.uvx();
+  const int recordBytes = uvx.recSize();
+  const int perBlock = std::clamp(kBlockBytes / recordBytes, 1, std::max(end_ - arguments_.from, 1));
+  std::vector<char> block;
+  bool any = false;
+  for (int first = arguments_.from; first < end_; first += perBlock) {
+    const int records = std::min(perBlock, end_ - first);
+    block.resize(static_cast<size_t>(records) * static_cast<size_t>(recordBytes));
+    const int64 behind = uvx.DataOffset() + (int64{first} + records) * recordBytes;
+    if (!uvx.SeekUVGroup(first) || !uvx.Read(block.data(), records * recordBytes) || uvx.GetPos() != behind) {
+      return AResult::Fail(arguments_.path + ": cannot be read between records " + std::to_string(first) + " and " +
+                           std::to_string(first + records - 1));
+    }
+    char* record = block.data();
+    for (int i = 0; i < records; ++i, record += recordBytes) {
+      if (session_.IsCancelled()) return AResult::Cancel(arguments_.path + ": not all records are printed");
+      AUVXGroup group;
+      const char* values = group.load(record);
+      present_.insert({group.sourceNo(), group.freqSel()});
+      if (!IsWanted(group)) continue;
+      any = true;
+      PrintRecord(printer, first + i, group, values);
+    }
+  }
+  const bool isFiltered = arguments_.source || arguments_.setup;
+  return any || !isFiltered ? AResult::Ok() : NothingMatches();
+}
+
+bool RecordPrinter::IsWanted(const AUVXGroup& group) const {
+  return arguments_.source.value_or(group.sourceNo()) == group.sourceNo() &&
+         arguments_.setup.value_or(group.freqSel()) == group.freqSel();
+}
+
+void RecordPrinter::PrintRecord(TablePrinter& printer, int index, const AUVXGroup& group, const char* values) {
+  printer.Integer(index);
+  if (arguments_.format == TableFormat::Text) {
+    printer.Text(DateAndTime(group.date));
+  } else {
+    printer.Real(group.date);
+  }
+  printer.Integer(static_cast<uint8_t>(group.ant1));
+  printer.Integer(static_cast<uint8_t>(group.ant2));
+  printer.Integer(group.sourceNo());
+  printer.Integer(group.freqSel());
+  printer.Real(float{group.uu});
+  printer.Real(float{group.vv});
+  printer.Real(float{group.ww});
+  for (int i = 0; i < shown_; ++i) {
+    AUVXComplex value;
+    std::memcpy(static_cast<void*>(&value), values + i * static_cast<int>(sizeof value), sizeof value);
+    printer.Real(value.re);
+    printer.Real(value.im);
+    printer.Real(value.weight);
+  }
+  printer.EndRow();
+}
+
+AResult RecordPrinter::NothingMatches() const {
+  std::string sentence = arguments_.path + ": no record of";
+  if (arguments_.source) sentence += " source " + std::to_string(*arguments_.source);
+  if (arguments_.setup) sentence += " frequency setup " + std::to_string(*arguments_.setup);
+  sentence += "; there are ";
+  constexpr size_t kMostNamed = 20;
+  size_t named = 0;
+  for (const auto& [source, setup] : present_) {
+    if (named == kMostNamed) break;
+    sentence +=
+        (named++ == 0 ? "" : ", ") + ("source " + std::to_string(source)) + " in setup " + std::to_string(setup);
+  }
+  if (present_.empty()) sentence += "no records";
+  if (present_.size() > kMostNamed) sentence += " and " + std::to_string(present_.size() - kMostNamed) + " more";
+  return AResult::Fail(sentence);
+}
+
+}  // namespace
+
+void AddRecordsCommand(CLI::App& app, Session& session) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = *app.add_subcommand(
+      "records",
+      "Print visibility records, a line each: index from 0, time (Julian date), antennas, source, frequency setup,\n"
+      "u, v, w, and the values as re_IF_CHANNEL_POLARISATION, im_..., weight_..., numbered from 0");
+  command.add_option("FILE.uvx", arguments->path, "the file to read")->required();
+  AddFormatOptions(command, arguments->format);
+  command.add_option("--source", arguments->source, "only records of this source number");
+  command.add_option("--freqsel", arguments->setup, "only records of this frequency setup");
+  command.add_option("--from", arguments->from, "first record, from 0")->check(CLI::NonNegativeNumber);
+  command.add_option("--count", arguments->count, "number of records looked at")->check(CLI::NonNegativeNumber);
+  session.OnRun(command, [arguments, &session] { return RecordPrinter(*arguments, session).Run(); });
+}
+
+}  // namespace zeltra::app

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#include "apps/zeltra/StandardOutput.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace zeltra::app {
+
+void StandardOutput::Append(std::string_view text) {
+  if (text.empty()) return;
+  char* to = Room(text.size());
+  std::memcpy(to, text.data(), text.size());
+  Used(to + text.size());
+}
+
+AResult StandardOutput::Flush() {
+  good_ = good_ && std::fwrite(buffer_.data(), 1, used_, stdout) == used_ && std::fflush(stdout) == 0;
+  used_ = 0;
+  return good_ ? AResult::Ok() : AResult::Fail("standard output cannot be written");
+}
+
+void StandardOutput::MakeRoom(size_t n) {
+  (void)bool(Flush());
+  if (buffer_.size() < n) buffer_.resize(n);
+}
+
+}  // namespace zeltra::app

@@ -1,0 +1,151 @@
+// zeltra table: one table of a UVX file, row by row.
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include "apps/zeltra/Command.h"
+#include "apps/zeltra/UVXInput.h"
+#include "zeltra/core/Text.h"
+#include "zeltra/fits/AFITSxtbl.h"
+
+namespace zeltra::app {
+namespace {
+
+// A column of a text shows so many of its elements.
+constexpr int kShownElements = 4;
+// A line of a table has room for so many cells. A table without rows may claim any number.
+constexpr int64 kMostCells = 1 << 20;
+
+struct Arguments {
+  std::string path;
+  std::string code;
+  int version = 1;
+  TableFormat format = TableFormat::Text;
+};
+
+std::string InCapitals(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+// The directory entries of all tables of a code; a failure names the codes that there are.
+AResult FindTables(UVXInput& input, const std::string& code, std::vector<AUVXTableItem>& found) {
+  const AUVXTableHeader directory(input.uvx());
+  std::string codes;
+  for (int i = 0; i < directory.count(); ++i) {
+    AUVXTable named;
+    named.SetID(int{directory(i).ID});
+    if (InCapitals(named.Code()) == InCapitals(code)) found.push_back(directory(i));
+    codes += (i == 0 ? "" : ", ") + Printable(named.Code());
+  }
+  if (!found.empty()) return AResult::Ok();
+  return AResult::Fail(input.path() + ": no table " + code + "; there " +
+                       (codes.empty() ? "are none" : "are " + codes));
+}
+
+// A column as it is printed.
+struct Column {
+  int number;
+  char letter;
+  int elements;
+};
+
+void PrintCell(TablePrinter& printer, const AUVXTable& table, int row, const Column& column, int element) {
+  const double value = table.Number(row, column.number, element);
+  switch (column.letter) {
+    case 'A':
+    case 'X':
+      return printer.Text(table.Text(row, column.number));
+    case 'L':
+      return std::isnan(value) ? printer.Nothing() : printer.Text(value != 0 ? "T" : "F");
+    case 'I':
+    case 'J':
+      return printer.Integer(static_cast<int64>(value));
+    case 'E':
+      return printer.Real(static_cast<float>(value));
+    default:
+      return printer.Real(value);
+  }
+}
+
+AResult Print(AUVXTable& table, const Arguments& arguments, Session& session) {
+  std::vector<Column> columns;
+  std::vector<PrintedColumn> printed;
+  bool isCut = false;
+  for (int i = 0; i < table.columnCount(); ++i) {
+    const std::string name = table.columns()(i).Name();
+    const AXTblFormat format = table.ParseFormat(i);
+    if (table.ColumnOffset(i) < 0) {
+      session.Note("the column " + Printable(name) + " of format " + Printable(table.columns()(i).Format()) +
+                   " cannot be read");
+      continue;
+    }
+    const bool isText = format.type == 'A' || format.type == 'X';
+    int elements = isText ? std::min<int>(format.count, 1) : format.count;
+    if (arguments.format == TableFormat::Text && elements > kShownElements) {
+      elements = kShownElements;
+      isCut = true;
+    }
+    if (static_cast<int64>(printed.size()) + elements > kMostCells) {
+      return AResult::Fail(arguments.path + ": the table " + table.Code() + " has more columns than fit a line");
+    }
+    columns.push_back({i, format.type, elements});
+    for (int k = 0; k < elements; ++k) {
+      const bool isArray = !isText && format.count > 1;
+      printed.push_back({isArray ? name + "[" + std::to_string(k) + "]" : name, isText || format.type == 'L'});
+    }
+  }
+
+  StandardOutput out;
+  TablePrinter printer(out, arguments.format, printed);
+  for (int row = 0; row < (printed.empty() ? 0 : table.rows()); ++row) {
+    if (session.IsCancelled()) return AResult::Cancel(arguments.path + ": not all rows are printed");
+    for (const Column& column : columns) {
+      for (int element = 0; element < column.elements; ++element) PrintCell(printer, table, row, column, element);
+    }
+    printer.EndRow();
+  }
+  printer.Finish();
+  AResult result = out.Flush();
+  if (result && isCut) {
+    session.Report("the first " + std::to_string(kShownElements) +
+                   " elements of a column are shown, --csv prints them all");
+  }
+  return result;
+}
+
+AResult PrintTable(const Arguments& arguments, Session& session) {
+  UVXInput input;
+  std::vector<AUVXTableItem> found;
+  if (AResult result = input.Open(arguments.path); !result) return result;
+  if (AResult result = FindTables(input, arguments.code, found); !result) return result;
+  if (arguments.version > static_cast<int>(found.size())) {
+    return AResult::Fail(arguments.path + ": no version " + std::to_string(arguments.version) + " of table " +
+                         arguments.code + ", the last one is " + std::to_string(found.size()));
+  }
+  const AUVXTableItem& item = found[static_cast<size_t>(arguments.version - 1)];
+  const std::unique_ptr<AUVXTable> table = input.Table(item);
+  if (!table) {
+    return AResult::Fail(arguments.path + ": the table " + arguments.code + " at byte " +
+                         std::to_string(int64{item.position}) + " is damaged");
+  }
+  return Print(*table, arguments, session);
+}
+
+}  // namespace
+
+void AddTableCommand(CLI::App& app, Session& session) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = *app.add_subcommand("table", "Print a table, a line a row; 'zeltra info' lists the tables");
+  command.add_option("FILE.uvx", arguments->path, "the file to read")->required();
+  command.add_option("CODE", arguments->code, "the two characters that name the table, as in AN")->required();
+  command.add_option("--version", arguments->version, "which of several tables of one code, from 1")
+      ->check(CLI::PositiveNumber);
+  AddFormatOptions(command, arguments->format);
+  session.OnRun(command, [arguments, &session] { return PrintTable(*arguments, session); });
+}
+
+}  // namespace zeltra::app

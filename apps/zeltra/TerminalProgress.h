@@ -1,0 +1,30 @@
+// A progress bar on the terminal.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_APPS_TERMINALPROGRESS_H_
+#define ZELTRA_APPS_TERMINALPROGRESS_H_
+
+#include <string>
+
+#include "zeltra/platform/ProgressCtrl.h"
+
+namespace zeltra::app {
+
+/// Draws the current step and a bar in one line of standard error, over and over.
+class TerminalProgress : public CProgressCtrl {
+ public:
+  std::intptr_t SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) override;
+
+  /// Take the bar away, so that other text begins at the start of an empty line.
+  void Clear();
+
+ private:
+  void Draw();
+
+  std::string step_;
+  int percent_ = 0;
+  bool visible_ = false;
+};
+
+}  // namespace zeltra::app
+
+#endif  // ZELTRA_APPS_TERMINALPROGRESS_H_
