@@ -46,6 +46,17 @@ def parameter(header, raw, names):
     return total
 
 
+def texts(column):
+    """Texts as bytes up to their first zero byte, whatever astropy makes of them."""
+    column = np.asarray(column)
+    return np.array([(w if isinstance(w, bytes) else w.encode("latin-1")).split(b"\0")[0].rstrip() for w in column])
+
+
+def replace_bytes(path, target, old, new):
+    with open(path, "rb") as given, open(target, "wb") as made:
+        made.write(given.read().replace(old, new))
+
+
 def same_bits(a, b):
     return np.array_equal(np.ascontiguousarray(a, "<f4").view("u4"), np.ascontiguousarray(b, "<f4").view("u4"))
 
@@ -125,7 +136,7 @@ class Interop(unittest.TestCase):
                 continue
             given, wanted = table.column(index), hdu.data.field(i - 1)
             if letter == "A":
-                wanted = np.array([w.split("\0")[0].rstrip().encode() for w in np.char.asarray(wanted)])
+                wanted = texts(wanted)
             elif letter == "X":
                 given = np.unpackbits(given, axis=1)[:, :count].astype(bool)
             elif letter == "L":
@@ -186,7 +197,8 @@ class Interop(unittest.TestCase):
         with fits.open(path) as hdus:
             self.assertEqual(len(hdus) - 1, len(file.tables))
             for hdu, table in zip(hdus[1:], file.tables):
-                self.assertEqual(hdu.header["EXTNAME"], "AIPS " + table.code)
+                family = "ZELTRA " if table.id & 0x10000 else "AIPS "
+                self.assertEqual(hdu.header["EXTNAME"], family + table.code)
                 self.check_table_back(hdu, table)
         if shutil.which("fitsverify"):
             report = subprocess.run(["fitsverify", "-e", path], capture_output=True, text=True)
@@ -200,13 +212,14 @@ class Interop(unittest.TestCase):
                 continue
             given, wanted = hdu.data.field(index), table.column(index)
             if letter == "A":
-                given = np.array([w.split("\0")[0].rstrip().encode() for w in np.char.asarray(given)])
+                given = texts(given)
             elif letter == "L":
                 wanted = wanted == ord("T")
             np.testing.assert_array_equal(np.reshape(given, np.shape(wanted)), wanted, name)
 
     def check_file(self, path):
-        first, back, second = self.path("first.uvx"), self.path("back.uvfits"), self.path("second.uvx")
+        folder = tempfile.mkdtemp(dir=self.folder)
+        first, back, second = (os.path.join(folder, name) for name in ("first.uvx", "back.uvfits", "second.uvx"))
         zeltra("import", path, first)
         file = uvx.File(first)
         self.check_groups(path, file)
@@ -222,7 +235,7 @@ class Interop(unittest.TestCase):
             self.assertEqual(one.data, other.data, one.code)
             self.assertEqual(one.columns, other.columns)
             for key, value in one.keywords.items():
-                if not key.startswith("EXT"):
+                if key and not key.startswith("EXT"):
                     self.assertEqual(other.keywords.get(key), value, (one.code, key))
         self.assertEqual((file.epoch, file.date_obs, file.freq0, file.stokes),
                          (again.epoch, again.date_obs, again.freq0, again.stokes))
@@ -234,14 +247,11 @@ class Interop(unittest.TestCase):
                 path = self.path("in.uvfits")
                 synthetic.write(path, **options)
                 self.check_file(path)
-                for made in glob.glob(self.path("*.uv*")):
-                    os.remove(made)
 
     def test_a3dtable(self):
         path = self.path("in.uvfits")
         synthetic.write(path, **synthetic.VARIANTS["plain"])
-        data = open(path, "rb").read().replace(b"'BINTABLE'", b"'A3DTABLE'")
-        open(self.path("3d.uvfits"), "wb").write(data)
+        replace_bytes(path, self.path("3d.uvfits"), b"'BINTABLE'", b"'A3DTABLE'")
         zeltra("import", path, self.path("2.uvx"))
         zeltra("import", self.path("3d.uvfits"), self.path("3.uvx"))
         two, three = uvx.File(self.path("2.uvx")), uvx.File(self.path("3.uvx"))
@@ -263,8 +273,6 @@ class Interop(unittest.TestCase):
         for path in paths:
             with self.subTest(os.path.basename(path)):
                 self.check_file(path)
-                for made in glob.glob(self.path("*.uv*")):
-                    os.remove(made)
 
     def test_rebuilt_index_agrees_with_the_files_own(self):
         path = os.path.join(SHARED, "mojave.uvfits")
@@ -272,8 +280,7 @@ class Interop(unittest.TestCase):
             self.skipTest("no real files in " + SHARED)
         zeltra("import", path, self.path("own.uvx"))
         # Renaming the table hides it, so that the import has to build one.
-        data = open(path, "rb").read().replace(b"'AIPS NX '", b"'AIPS ZZ '")
-        open(self.path("hidden.uvfits"), "wb").write(data)
+        replace_bytes(path, self.path("hidden.uvfits"), b"'AIPS NX '", b"'AIPS ZZ '")
         zeltra("import", self.path("hidden.uvfits"), self.path("rebuilt.uvx"))
         own, rebuilt = uvx.File(self.path("own.uvx")).table("NX"), uvx.File(self.path("rebuilt.uvx")).table("NX")
         values = [[t.column(i)[:, 0] for i in (0, 1, 5, 4)] for t in (own, rebuilt)]
@@ -288,4 +295,4 @@ class Interop(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    unittest.main(warnings="ignore")

@@ -130,7 +130,8 @@ def write(path, stokes=(-1, -1, 4), channels=3, ifs=2, if_axis=True, bitpix=-32,
         if tables:
             hdus = fits.HDUList([fits.PrimaryHDU()] + list(tables))
             hdus.writeto(path + ".tables", overwrite=True)
-            out.write(open(path + ".tables", "rb").read()[2880:])
+            with open(path + ".tables", "rb") as made:
+                out.write(made.read()[2880:])
 
 
 VARIANTS = {

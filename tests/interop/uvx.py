@@ -51,7 +51,8 @@ class Table:
 
 class File:
     def __init__(self, path):
-        raw = open(path, "rb").read()
+        with open(path, "rb") as file:
+            raw = file.read()
         magic, self.data_offset, directory = struct.unpack_from("<iiq", raw, 0)
         assert magic == 1003, "not a finished UVX file"
         self.count, self.epoch, self.date_obs = struct.unpack_from("<idd", raw, 16)

@@ -245,6 +245,7 @@ TEST(Import, CarriesColumnsBesideThoseItCannot) {
   const std::unique_ptr<AUVXTable> table(file.uvx.GetTable("TY"));
   ASSERT_TRUE(table);
   ASSERT_EQ(table->columnCount(), 3);
+  EXPECT_EQ(table->rowBytes(), 4 + 4 + 16);
   EXPECT_EQ(table->Number(0, 0), 7);
   EXPECT_EQ(table->Text(0, 1), "A");
   EXPECT_EQ(table->Number(0, 2, 1), -2.5);

@@ -88,6 +88,7 @@ class Importer {
   void CheckValues();
   void Register(const AUVXGroup& group, int record);
   AResult WriteTables();
+  std::unique_ptr<AUVXTable> SetupFromAxis();
   bool IndexAgrees(AUVXTable& table);
   void RemarkOnFindings();
   void RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups);
@@ -368,7 +369,7 @@ AResult Importer::WriteTables() {
     tables.push_back(std::move(table));
   }
   if (!indexed) tables.emplace_back(index_.ToUVXTable());
-  if (!setups) setups = tables.emplace_back(AUVXFreqs(input_.fits(), 1).ToUVXTable(header_.freq0)).get();
+  if (!setups) setups = tables.emplace_back(SetupFromAxis()).get();
   if (!antennas) tables.emplace_back(AUVXAntenns(baseLines_).ToUVXTable());
   if (!sources) sources = tables.emplace_back(AUVXSources(input_.fits()).ToUVXTable()).get();
   RemarkOnTables(antennas, *sources, *setups);
@@ -381,6 +382,24 @@ AResult Importer::WriteTables() {
   for (const auto& table : tables) uvx_.AddTable(*table);
   summary_.tables = static_cast<int>(tables.size());
   return AResult::Ok();
+}
+
+// The one setup of a file without a frequency table: every IF begins at freq0, channels as the FREQ axis tells. Two
+// channels determine it, however many there are.
+std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
+  AFITSmain& main = *input_.fits().main();
+  const double width = main.axes()(1, main.FindAxis("FREQ") - 1);
+  const int ifs = std::max(int{header_.IFs}, 1), channels = header_.channels;
+  if (ifs > 1) summary_.remarks.push_back("there is no table \"FQ\": all IFs are taken to have the same frequencies");
+  AUVXFreqs freqs(2, ifs);
+  for (int i = 0; i < ifs; ++i) {
+    freqs(0, i) = header_.freq0;
+    freqs(1, i) = header_.freq0 + width;
+  }
+  std::unique_ptr<AUVXTable> table(freqs.ToUVXTable(header_.freq0));
+  const int bandwidth = table->FindColumn("TOTAL BANDWIDTH");
+  for (int i = 0; i < ifs; ++i) table->SetNumber(0, bandwidth, i, std::fabs(width) * channels);
+  return table;
 }
 
 // Whether an index table of the file says of every record which scan holds it, and the truth.

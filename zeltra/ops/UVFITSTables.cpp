@@ -76,7 +76,9 @@ bool CanCarry(const Field& field) {
 
 // Copy the fields that can be carried side by side: the rows of a table hold nothing between columns.
 void Repack(AFITSxtbl& extension, const std::vector<Field>& fields, AUVXTable& table) {
-  table.columns().Free();
+  const AArray<AUVXTableKeyWord> keywords = table.keywords();
+  table.Create(table.ID());
+  table.keywords() = keywords;
   for (int i = 0; i < extension.tfields(); ++i) {
     if (CanCarry(fields[static_cast<size_t>(i)])) {
       table.AddColumn(extension.ttype(i), extension.tunit(i), extension.tform(i));
