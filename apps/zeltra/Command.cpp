@@ -41,7 +41,7 @@ bool Session::IsCancelled() const {
 
 void Session::Note(const std::string& sentence) {
   progress_.Clear();
-  std::fprintf(stderr, "zeltra: note: %s\n", sentence.c_str());
+  std::fprintf(stderr, "zeltra: note: %s\n", Printable(sentence).c_str());
 }
 
 void Session::Report(const std::string& sentence) {
@@ -63,7 +63,7 @@ int Session::Finish() {
 }
 
 void PrintError(const std::string& sentence) {
-  std::fprintf(stderr, "zeltra: error: %s\n", sentence.c_str());
+  std::fprintf(stderr, "zeltra: error: %s\n", Printable(sentence).c_str());
 }
 
 void AddFormatOptions(CLI::App& command, TableFormat& format) {

@@ -332,7 +332,7 @@ std::string Page::SourceName(int id) {
 
 AResult Info(const Arguments& arguments, Session& session) {
   UVXInput input;
-  if (AResult result = input.Open(arguments.path); !result) return result;
+  if (AResult result = input.Open(arguments.path, session); !result) return result;
   Observation observation(input);
   for (const std::string& remark : observation.remarks) session.Note(remark);
   StandardOutput out;
@@ -349,7 +349,7 @@ AResult Info(const Arguments& arguments, Session& session) {
 void AddInfoCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App& command = *app.add_subcommand("info", "Tell what a UVX file holds");
-  command.add_option("FILE.uvx", arguments->path, "the file to read")->required();
+  command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
   command.add_flag("--json", arguments->json,
                    "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records "
                    "numbered from 1");

@@ -55,7 +55,7 @@ class RecordPrinter {
 };
 
 AResult RecordPrinter::Run() {
-  if (AResult result = input_.Open(arguments_.path); !result) return result;
+  if (AResult result = input_.Open(arguments_.path, session_); !result) return result;
   AUVXFile& uvx = input_.uvx();
   const int count = uvx.count();
   if (arguments_.from > 0 && arguments_.from >= count) {
@@ -178,7 +178,7 @@ void AddRecordsCommand(CLI::App& app, Session& session) {
       "records",
       "Print visibility records, a line each: index from 0, time (Julian date), antennas, source, frequency setup,\n"
       "u, v, w, and the values as re_IF_CHANNEL_POLARISATION, im_..., weight_..., numbered from 0");
-  command.add_option("FILE.uvx", arguments->path, "the file to read")->required();
+  command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
   AddFormatOptions(command, arguments->format);
   command.add_option("--source", arguments->source, "only records of this source number");
   command.add_option("--freqsel", arguments->setup, "only records of this frequency setup");

@@ -120,7 +120,7 @@ AResult Print(AUVXTable& table, const Arguments& arguments, Session& session) {
 AResult PrintTable(const Arguments& arguments, Session& session) {
   UVXInput input;
   std::vector<AUVXTableItem> found;
-  if (AResult result = input.Open(arguments.path); !result) return result;
+  if (AResult result = input.Open(arguments.path, session); !result) return result;
   if (AResult result = FindTables(input, arguments.code, found); !result) return result;
   if (arguments.version > static_cast<int>(found.size())) {
     return AResult::Fail(arguments.path + ": no version " + std::to_string(arguments.version) + " of table " +
@@ -140,7 +140,7 @@ AResult PrintTable(const Arguments& arguments, Session& session) {
 void AddTableCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App& command = *app.add_subcommand("table", "Print a table, a line a row; 'zeltra info' lists the tables");
-  command.add_option("FILE.uvx", arguments->path, "the file to read")->required();
+  command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
   command.add_option("CODE", arguments->code, "the two characters that name the table, as in AN")->required();
   command.add_option("--version", arguments->version, "which of several tables of one code, from 1")
       ->check(CLI::PositiveNumber);

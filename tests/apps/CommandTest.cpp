@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "tests/support/RunZeltra.h"
+#include "tests/support/SyntheticFITS.h"
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
 
@@ -85,11 +86,27 @@ TEST(Command, RefusesWhatIsNoWholeUVXFile) {
   EXPECT_THAT(error(Given(SyntheticUVX().Uncommitted()).path()), HasSubstr("writer did not finish"));
   TempFile fits("fits");
   fits.Put("SIMPLE  =                    T");
-  EXPECT_THAT(error(fits.path()), HasSubstr("zeltra import"));
+  EXPECT_THAT(error(fits.path()), HasSubstr("no END card"));
   // 6 records of 26 + 2 x 2 x 12 bytes from byte 481 on; the cut goes through the fourth.
   EXPECT_THAT(error(Given(SyntheticUVX().Cut(481 + 3 * 74 + 70)).path()),
               HasSubstr("promises 6 records and holds 3, up to byte 703"));
   EXPECT_THAT(error(Given(SyntheticUVX().Put(16, -5)).path()), HasSubstr("481 bytes"));
+}
+
+TEST(Command, ReadsUVFITSAsWell) {
+  const auto parameter = [](int group, int i) { return i == 3 ? 258.0 + group : group / 1024.0; };
+  const auto value = [](int group, int element) { return group + element / 64.0; };
+  TempFile fits("uvfits"), uvx("uvx");
+  fits.Put(SyntheticFITS::UV(2, 1, 2).Groups(3, parameter, value).Bytes());
+  ASSERT_EQ(RunZeltra({"import", fits.path(), uvx.path()}).code, 0);
+  for (const std::vector<std::string>& rest : {std::vector<std::string>{"--csv"}, {"--csv", "--count", "1"}}) {
+    std::vector<std::string> first = {"records", fits.path()}, second = {"records", uvx.path()};
+    first.insert(first.end(), rest.begin(), rest.end());
+    second.insert(second.end(), rest.begin(), rest.end());
+    const Finished direct = RunZeltra(first);
+    EXPECT_EQ(direct.code, 0) << direct.err;
+    EXPECT_EQ(direct.out, RunZeltra(second).out);
+  }
 }
 
 TEST(InfoCommand, PrintsTheObject) {

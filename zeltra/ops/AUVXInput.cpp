@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/AUVXInput.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "zeltra/core/AFile.h"
+#include "zeltra/ops/ImportUVFITS.h"
+#include "zeltra/platform/System.h"
+
+namespace zeltra {
+namespace {
+
+constexpr int32_t kCommitted = 1003;
+// A reader of single records asks for a few bytes at a time.
+constexpr int kBufferBytes = 1 << 18;
+
+}  // namespace
+
+AUVXInput::~AUVXInput() {
+  uvx_.Close();
+  if (!temporary_.empty()) RemoveFile(temporary_);
+}
+
+AResult AUVXInput::Open(const std::string& path, const JobOptions& options) {
+  path_ = path;
+  if (!PathExists(path)) return AResult::Fail(path + ": no such file");
+  AFile file;
+  if (!file.Open(path.c_str(), AFile::Binary)) return AResult::Fail(path + ": cannot be opened");
+  char start[8] = {};
+  file.Read(start, sizeof start);
+  file.Close();
+  if (std::memcmp(start, "SIMPLE  ", sizeof start) == 0) return Import(options);
+  int32_t magic;
+  std::memcpy(&magic, start, sizeof magic);
+  if (magic != kCommitted) return AResult::Fail(path + ": not a UVX file, or one whose writer did not finish");
+  return OpenUVX(path);
+}
+
+AResult AUVXInput::Import(const JobOptions& options) {
+  temporary_ = TemporaryNameFor(TemporaryFolder() + "/zeltra.uvx");
+  ImportSummary summary;
+  AResult result = ImportUVFITS(path_, temporary_, options, &summary);
+  remarks_ = std::move(summary.remarks);
+  if (result.code() == AResult::Cancelled) return AResult::Cancel(path_ + ": the import was cancelled");
+  return result ? OpenUVX(temporary_) : result;
+}
+
+AResult AUVXInput::OpenUVX(const std::string& path) {
+  if (!file_.Open(path.c_str(), "rb", kBufferBytes)) return AResult::Fail(path_ + ": cannot be opened");
+  if (!uvx_.Attach(&file_, 0, 0)) {
+    return AResult::Fail(path_ + ": damaged, the header in its first 481 bytes describes no possible file");
+  }
+  const int held = uvx_.HeldRecords();
+  if (held < uvx_.count()) {
+    const int64 end = uvx_.DataOffset() + int64{held} * uvx_.recSize();
+    return AResult::Fail(path_ + ": damaged, it promises " + std::to_string(uvx_.count()) + " records and holds " +
+                         std::to_string(held) + ", up to byte " + std::to_string(end));
+  }
+  return AResult::Ok();
+}
+
+std::unique_ptr<AUVXTable> AUVXInput::Table(const AUVXTableItem& item) {
+  const int64 position = item.position;
+  if (position < 0 || !uvx_.Seek(position)) return nullptr;
+  auto table = std::make_unique<AUVXTable>(*uvx_.GetFile());
+  return table->GetSize() == item.size ? std::move(table) : nullptr;
+}
+
+std::unique_ptr<AUVXTable> AUVXInput::Table(const std::string& code) {
+  const AUVXTableHeader directory(uvx_);
+  const int place = directory.HasTable(code);
+  return place >= 0 ? Table(directory(place)) : nullptr;
+}
+
+AResult AUVXInput::CheckTables() {
+  const AUVXTableHeader directory(uvx_);
+  for (int i = 0; i < directory.count(); ++i) {
+    if (Table(directory(i))) continue;
+    AUVXTable unread;
+    unread.SetID(int{directory(i).ID});
+    return AResult::Fail(path_ + ": the table " + unread.Code() + " at byte " +
+                         std::to_string(int64{directory(i).position}) + " is damaged");
+  }
+  return AResult::Ok();
+}
+
+}  // namespace zeltra

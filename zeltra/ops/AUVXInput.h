@@ -1,0 +1,59 @@
+// The file that a whole-file job reads.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_AUVXINPUT_H_
+#define ZELTRA_OPS_AUVXINPUT_H_
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zeltra/core/AStreamFile.h"
+#include "zeltra/ops/AResult.h"
+#include "zeltra/ops/JobOptions.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXTable.h"
+
+namespace zeltra {
+
+/// Visibilities as jobs read them: a UVX file, or UV FITS, which is imported into a temporary UVX file that goes with
+/// the object. The file is opened for reading only, so that a write-protected one serves as well.
+class ZELTRA_API AUVXInput {
+ public:
+  AUVXInput() = default;
+  AUVXInput(const AUVXInput&) = delete;
+  AUVXInput& operator=(const AUVXInput&) = delete;
+  ~AUVXInput();
+
+  /// @param options  progress and cancel flag of the import; `overwrite` does not matter
+  /// @return a failure that tells what is wrong with the file: it must hold every record that it promises
+  AResult Open(const std::string& path, const JobOptions& options = {});
+
+  /// The name given to Open, by which sentences name the file.
+  const std::string& path() const { return path_; }
+  AUVXFile& uvx() { return uvx_; }
+  /// What the import remarked; empty for a UVX file.
+  const std::vector<std::string>& remarks() const { return remarks_; }
+
+  /// Read a table by its entry in the directory.
+  /// @return null if the image is damaged
+  std::unique_ptr<AUVXTable> Table(const AUVXTableItem& item);
+  /// Read the first table with this code.
+  /// @return null if there is none or the image is damaged
+  std::unique_ptr<AUVXTable> Table(const std::string& code);
+  /// @return a failure that names the first table that is damaged
+  AResult CheckTables();
+
+ private:
+  AResult OpenUVX(const std::string& path);
+  AResult Import(const JobOptions& options);
+
+  std::string path_;
+  std::string temporary_;  // the imported file, if any
+  std::vector<std::string> remarks_;
+  AStreamFile file_;
+  AUVXFile uvx_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_AUVXINPUT_H_
