@@ -297,6 +297,15 @@ TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
   }
 }
 
+TEST(ImportDamage, ASetupNumberThatIsNoneIsReported) {
+  Imported file(Small().Table(SyntheticTable("AIPS FQ")
+                                  .Column("FRQSEL", "1E")
+                                  .Column("IF FREQ", "1D")
+                                  .Row({std::numeric_limits<double>::quiet_NaN(), 0})));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_TRUE(file.Remarks("setup 1 occurs in the data"));
+}
+
 SyntheticFITS WithTables() {
   return Small().Table(SyntheticTable("AIPS AN")
                            .Column("ANNAME", "8A")

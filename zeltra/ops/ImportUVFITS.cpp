@@ -463,12 +463,13 @@ void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable
   for (int i = 0; i < map->count(); ++i) {
     if (sourceList.IndexForID((*map)(i)) < 0) missing("source " + Number((*map)(i)), "SU");
   }
-  std::set<int> given, used;
-  const int column = setups.FindColumn("FRQSEL");
-  for (int i = 0; column >= 0 && i < setups.rows(); ++i) given.insert(static_cast<int>(setups.Number(i, column, 0)));
+  std::set<int> used;
   for (int i = 0; i < index_.count(); ++i) used.insert(index_(i).freqId);
+  const int column = setups.FindColumn("FRQSEL");
   for (const int setup : used) {
-    if (!given.count(setup)) missing("setup " + Number(setup), "FQ");
+    bool given = false;
+    for (int row = 0; row < setups.rows() && !given; ++row) given = setups.Number(row, column) == setup;
+    if (!given) missing("setup " + Number(setup), "FQ");
   }
 }
 

@@ -284,7 +284,10 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
   }
   const std::string* blank = Find("BLANK");
   hasBlank_ = blank && main.valueBytes() > 0;
-  if (hasBlank_) blank_ = static_cast<int>(std::clamp(ParseNumber(*blank), -2147483648.0, 2147483647.0));
+  // A number that no integer of the file can be stands for no blank at all.
+  const double value = hasBlank_ ? ParseNumber(*blank) : 0;
+  hasBlank_ = hasBlank_ && value >= -2147483648.0 && value <= 2147483647.0;
+  if (hasBlank_) blank_ = static_cast<int>(value);
 }
 
 void UVFITSInput::ReadHistory(std::vector<std::string>& remarks) {
