@@ -89,9 +89,11 @@ class AArray {
   static size_t Bytes(int n) { return static_cast<size_t>(n) * sizeof(T); }
   static void CopyElements(T* to, const T* from, int n);
   static void MoveElements(T* to, const T* from, int n);
+  /// Move the elements into storage of exactly `capacity`, at least count(), elements. Lists that grow long take room
+  /// ahead with it, since a fixed step copies them again and again.
+  void Reallocate(int capacity);
 
  private:
-  void Reallocate(int capacity);
 
   int32_t count_ = 0;
   int32_t capacity_ = 0;

@@ -16,6 +16,9 @@ template class AArray<AUVXPositionItem>;
 namespace {
 
 constexpr double kSecondsPerDay = 86400;
+/// Number of scans from which on room is doubled: files that change the source with every record have as many scans.
+constexpr int kLongList = 4096;
+constexpr int kLargestDoubled = 1 << 30;
 
 /// Times are still days here. The longer of two names that begin alike comes first.
 void ReadColumn(const AUVXTable& table, const ListColumn& column, AUVXPositionItem* items) {
@@ -62,6 +65,8 @@ int AUVXPosition::CheckUVGroup(AUVXGroup& group, int recordIndex) {
     }
     return count();
   }
+  const bool isPowerOfTwo = (count() & (count() - 1)) == 0;
+  if (count() >= kLongList && count() < kLargestDoubled && isPowerOfTwo) Reallocate(2 * count());
   AUVXPositionItem scan;
   scan.start = group.uvTime();
   scan.sourceId = group.sourceNo();
