@@ -229,6 +229,10 @@ TEST(AUVXTableColumns, TakeNumbersAndTexts) {
   EXPECT_EQ(table.Number(0, 0), 32767);
   EXPECT_EQ(table.Number(0, 1, 1), 0.1f);
   EXPECT_EQ(std::string(table.Row(0) + 10, 4), "AB  ");
+  table.columns().DeleteItems(1, 2);
+  table.AddColumn("D", "", "1D");
+  EXPECT_EQ(table.rowBytes(), 10) << "of the columns that are there";
+  EXPECT_EQ(table.rows(), 0);
 }
 
 TEST(AUVXTableKeyWords, AreCutToTheirFields) {
@@ -411,6 +415,10 @@ TEST(AUVXTableDirectory, OfADamagedFileIsBounded) {
     ASSERT_TRUE(uvx.Attach(&file, 0, 0));
     const std::unique_ptr<AUVXTable> table(uvx.GetTable("FQ"));
     EXPECT_EQ(table, nullptr) << position;
+    AUVXTable replacement = Numbered(1);
+    replacement.SetID(AUVXTable::toHash("FQ", 0));
+    replacement.store(uvx);
+    EXPECT_EQ(file.bytes, bytes) << position;
   }
 }
 

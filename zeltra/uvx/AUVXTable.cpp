@@ -264,9 +264,11 @@ AUVXFile& AUVXTable::store(AUVXFile& uvx) {
   const int place = directory.HasTable(id_);
   if (place < 0) return uvx.AddTable(*this);
   AUVXTableItem& item = directory(place);
+  // Behind the end of the file nothing has been written yet: the entry is damaged.
+  if (!uvx.Seek(int64{item.position}) || !HasBytes(*uvx.GetFile(), 0)) return uvx;
   item.ID = id_;
   item.size = GetSize();
-  if (uvx.Seek(int64{item.position})) store(*uvx.GetFile());
+  store(*uvx.GetFile());
   return directory.store(uvx);
 }
 
@@ -311,7 +313,10 @@ void AUVXTable::AddColumn(const std::string& name, const std::string& unit, cons
   SetFieldText(column.unit, sizeof column.unit, unit);
   SetFieldText(column.format, sizeof column.format, format);
   columns_.Add(column);
-  rowBytes_ += FieldBytes(ParseFormat(columnCount() - 1));
+  int64 bytes = 0;
+  for (int i = 0; i < columnCount(); ++i) bytes += FieldBytes(ParseFormat(i));
+  rowBytes_ = static_cast<int32_t>(std::min<int64>(bytes, INT_MAX));
+  SetRows(0);
 }
 
 void AUVXTable::AddKeyWord(const std::string& key, const std::string& value, bool numeric) {
@@ -358,26 +363,30 @@ int AUVXTable::ColumnOffset(int column) const {
   }
 }
 
-bool AUVXTable::Holds(int row, int column, int element) const {
-  return row >= 0 && row < rows_ && column >= 0 && column < columnCount() && element >= 0 &&
-         element < ParseFormat(column).count && ColumnOffset(column) >= 0;
+/// First byte of an element, of a column of bits as a whole; null if there is none such.
+const char* AUVXTable::Cell(int row, int column, int element, AXTblFormat& format) const {
+  const int offset = row >= 0 && row < rows_ ? ColumnOffset(column) : -1;
+  if (offset < 0) return nullptr;
+  format = ParseFormat(column);
+  if (element < 0 || element >= format.count) return nullptr;
+  return Row(row) + offset + element * ElementBytes(format.type);
 }
 
 double AUVXTable::Number(int row, int column, int element) const {
   const double none = std::numeric_limits<double>::quiet_NaN();
-  if (!Holds(row, column, element)) return none;
-  const char type = ParseFormat(column).type;
-  const char* p = Row(row) + ColumnOffset(column) + element * ElementBytes(type);
-  if (type == 'L') return *p == 'T' ? 1 : *p == 'F' ? 0 : none;
-  return type == 'A' || type == 'X' ? none : DecodeElement(p, type);
+  AXTblFormat format;
+  const char* p = Cell(row, column, element, format);
+  if (!p || format.type == 'A' || format.type == 'X') return none;
+  if (format.type == 'L') return *p == 'T' ? 1 : *p == 'F' ? 0 : none;
+  return DecodeElement(p, format.type);
 }
 
 int AUVXTable::SetNumber(int row, int column, int element, double value) {
-  if (!Holds(row, column, element)) return 0;
-  const char type = ParseFormat(column).type;
-  char* p = Row(row) + ColumnOffset(column) + element * ElementBytes(type);
+  AXTblFormat format;
+  char* p = const_cast<char*>(Cell(row, column, element, format));
+  if (!p) return 0;
   const auto single = static_cast<float>(value);
-  switch (type) {
+  switch (format.type) {
     case 'D':
       std::memcpy(p, &value, sizeof value);
       return 1;
@@ -396,9 +405,9 @@ int AUVXTable::SetNumber(int row, int column, int element, double value) {
 }
 
 std::string AUVXTable::Text(int row, int column) const {
-  if (!Holds(row, column, 0)) return {};
-  const AXTblFormat format = ParseFormat(column);
-  const char* p = Row(row) + ColumnOffset(column);
+  AXTblFormat format;
+  const char* p = Cell(row, column, 0, format);
+  if (!p) return {};
   switch (format.type) {
     case 'A':
       return FieldText(p, format.count);
@@ -407,16 +416,17 @@ std::string AUVXTable::Text(int row, int column) const {
     case 'X':
       return HexText(p, FieldBytes(format));
     case 'E':
-      return valToStr(static_cast<float>(Number(row, column)));
+      return valToStr(static_cast<float>(DecodeElement(p, format.type)));
     default:
-      return valToStr(Number(row, column));
+      return valToStr(DecodeElement(p, format.type));
   }
 }
 
 int AUVXTable::SetText(int row, int column, const std::string& text) {
-  if (!Holds(row, column, 0) || ParseFormat(column).type != 'A') return 0;
-  const auto width = static_cast<size_t>(ParseFormat(column).count);
-  char* p = Row(row) + ColumnOffset(column);
+  AXTblFormat format;
+  char* p = const_cast<char*>(Cell(row, column, 0, format));
+  if (!p || format.type != 'A') return 0;
+  const auto width = static_cast<size_t>(format.count);
   std::fill(p, p + width, ' ');
   std::copy_n(text.data(), std::min(text.size(), width), p);
   return 1;

@@ -132,7 +132,8 @@ class ZELTRA_API AUVXTable {
   /// Write the image at the current position of `file`. @return 0 as soon as a write fails
   int store(ABFile& file);
   /// Put the table into `uvx`: over the one with the same code, else behind the others.
-  /// The old image is overwritten where it lies, deliberately: a table is rewritten only after it has shrunk.
+  /// The old image is overwritten where it lies, deliberately: a table is rewritten only after it has shrunk. One that
+  /// the directory places outside the file stays as it is.
   AUVXFile& store(AUVXFile& uvx);
   /// Bytes of the image.
   int GetSize() const;
@@ -162,8 +163,8 @@ class ZELTRA_API AUVXTable {
 
   /// Make the table empty with this ID.
   void Create(int id);
-  /// Append a column to a table without rows. `format` is a repeat count and one of the letters A, L, X, I, J, E, D;
-  /// texts are cut to 17, 9 and 7 characters.
+  /// Append a column; rows are dropped, and a row is as long as all columns together. `format` is a repeat count and
+  /// one of the letters A, L, X, I, J, E, D; texts are cut to 17, 9 and 7 characters.
   void AddColumn(const std::string& name, const std::string& unit, const std::string& format);
   /// Append a keyword, its texts cut to 9 and 31 characters; the image has room for 32767.
   void AddKeyWord(const std::string& key, const std::string& value, bool numeric);
@@ -210,7 +211,7 @@ class ZELTRA_API AUVXTable {
   int ToFITS(ABFile& file, int version = 1);
 
  private:
-  bool Holds(int row, int column, int element) const;
+  const char* Cell(int row, int column, int element, AXTblFormat& format) const;
   void LoadKeyWords(AFITSxtbl& extension);
   int LoadImage(ABFile& file);
 
