@@ -1,0 +1,517 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/MemoryFile.h"
+#include "tests/support/SyntheticFITS.h"
+#include "tests/support/SyntheticUVX.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/fits/AFITS.h"
+#include "zeltra/uvx/AUVXAntenns.h"
+#include "zeltra/uvx/AUVXBaseLines.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXFreqs.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXSources.h"
+#include "zeltra/uvx/AUVXTable.h"
+
+namespace zeltra {
+namespace {
+
+using test::MemoryFile;
+using test::SyntheticFITS;
+using test::SyntheticUVX;
+using test::SyntheticUVXTable;
+using test::TempFile;
+
+AUVXGroup Group(int source, int freqSel, double time, int ant1 = 1, int ant2 = 2, int flag = 0) {
+  AUVXGroup group;
+  group.source = static_cast<int16_t>(source);
+  group.frqsel = static_cast<int8_t>(freqSel);
+  group.date = time;
+  group.ant1 = static_cast<int8_t>(ant1);
+  group.ant2 = static_cast<int8_t>(ant2);
+  group.flag = static_cast<int8_t>(flag);
+  return group;
+}
+
+AUVXBaseLines BaseLines(const std::vector<AUVXGroup>& groups) {
+  AUVXBaseLines list;
+  for (const AUVXGroup& group : groups) list.checkBase(AUVXBaseLineItem(group));
+  return list;
+}
+
+template <typename T>
+std::vector<T> Elements(const std::unique_ptr<AArray<T>>& array) {
+  return std::vector<T>(array->lpArray(), array->lpArray() + array->count());
+}
+
+std::string ColumnText(const AUVXTable& table) {
+  std::string text;
+  for (int i = 0; i < table.columnCount(); ++i) {
+    const AUVXTableManual& column = table.columns()(i);
+    text += std::string(column.name) + "|" + column.unit + "|" + column.format + "\n";
+  }
+  return text;
+}
+
+/// "AN" with a column of each further kind. The third antenna has no number.
+AUVXTable AntennaTable() {
+  AUVXTable table;
+  table.AddColumn("ANNAME", "", "20A");
+  table.AddColumn("STABXYZ", "METERS", "3D");
+  table.AddColumn("DERXYZ", "M/SEC", "3E");
+  table.AddColumn("ORBPARM", "", "0D");
+  table.AddColumn("NOSTA", "", "1J");
+  table.AddColumn("MNTSTA", "", "1J");
+  table.AddColumn("STAXOF", "METERS", "2E");
+  table.SetRows(3);
+  for (int row = 0; row < 3; ++row) {
+    table.SetText(row, 0, "  ANTENNA" + std::to_string(row) + "IS LONG");
+    for (int i = 0; i < 3; ++i) {
+      table.SetNumber(row, 1, i, 100 * row + i);
+      table.SetNumber(row, 2, i, 0.5 * i);
+    }
+    table.SetNumber(row, 4, 0, row < 2 ? 10 * (row + 1) : 0);
+    table.SetNumber(row, 5, 0, row);
+    table.SetNumber(row, 6, 0, 2.5);
+    table.SetNumber(row, 6, 1, -1);
+  }
+  return table;
+}
+
+TEST(AUVXAntenns, AreReadFromTheirTable) {
+  const AUVXTable table = AntennaTable();
+  AUVXAntenns list(table);
+  ASSERT_EQ(list.count(), 3);
+  EXPECT_STREQ(list(1).name, "  ANTENNA1IS LONG") << "17 characters";
+  EXPECT_EQ(list(1).Name(), "ANTENNA1IS LONG");
+  EXPECT_EQ(list(1).x, 100);
+  EXPECT_EQ(list(1).y, 101);
+  EXPECT_EQ(list(1).z, 102);
+  EXPECT_EQ(list(1).id, 20);
+  EXPECT_EQ(list(2).id, 3) << "a number 0 becomes that of the row";
+  EXPECT_EQ(list.IndexForID(20), 1);
+  EXPECT_EQ(list.IndexForID(4), -1);
+  EXPECT_EQ(list.ForID(20).x, 100);
+  EXPECT_EQ(list.ForID(4).id, 10) << "the first one";
+
+  AUVXAntennsEx extended(table);
+  EXPECT_EQ(extended(2).dx, 0);
+  EXPECT_EQ(extended(2).dz, 1);
+  EXPECT_EQ(extended(1).mount, 1);
+  EXPECT_TRUE(extended(1).IsGround());
+  EXPECT_FALSE(extended(2).IsGround());
+  EXPECT_EQ(extended(0).offset[0], 2.5);
+  EXPECT_EQ(extended(0).offset[1], -1);
+  EXPECT_EQ(extended(0).offset[2], 0) << "beyond the repeat count";
+  list.Init(table);
+  EXPECT_EQ(list.count(), 3);
+}
+
+TEST(AUVXAntenns, AnEmptyListGivesAnEmptyItem) {
+  AUVXAntenns antennas;
+  antennas.ForID(1).id = 7;
+  EXPECT_EQ(antennas.ForID(1).id, 0);
+  EXPECT_EQ(AUVXSources().ForID(1).Name(), "");
+}
+
+TEST(AUVXAntenns, KnowTheirFrameFromKeywords) {
+  const auto isRight = [](std::initializer_list<std::pair<const char*, const char*>> keyWords) {
+    AUVXTable table;
+    for (const auto& [key, value] : keyWords) table.AddKeyWord(key, value, false);
+    EXPECT_EQ(AUVXAntenns(table).IsRight(), AUVXAntennsEx(table).IsRight());
+    return AUVXAntenns(table).IsRight();
+  };
+  EXPECT_FALSE(isRight({}));
+  EXPECT_FALSE(isRight({{"FRAME", "ITRF"}}));
+  EXPECT_TRUE(isRight({{"FRAME", "GEOCENTRIC"}}));
+  EXPECT_TRUE(isRight({{"XYZHAND", "RIGHT"}, {"FRAME", "????"}}));
+  EXPECT_FALSE(isRight({{"FRAME", "GEOCENTRIC"}, {"XYZHAND", "LEFT"}}));
+  EXPECT_TRUE(isRight({{"FRAME", "GEOCENTRIC"}, {"XYZHAND", "?"}}));
+  EXPECT_FALSE(AUVXAntenns().IsRight());
+  EXPECT_TRUE(AUVXAntennsEx().IsRight());
+}
+
+TEST(AUVXAntenns, CopiesCarryItemsOnly) {
+  AUVXTable table = AntennaTable();
+  table.AddKeyWord("ARRAYX", "-1.6E+06", true);
+  table.AddKeyWord("ARRAYZ", "3.5D+06", true);
+  table.AddKeyWord("XYZHAND", "LEFT", false);
+  const AUVXAntenns list(table);
+  EXPECT_EQ(list.ArrayX(), -1.6e6);
+  EXPECT_EQ(list.ArrayY(), 0);
+  EXPECT_EQ(list.ArrayZ(), 3.5e6);
+  const AUVXAntenns copy(list);
+  EXPECT_EQ(copy.count(), 3);
+  EXPECT_TRUE(copy.IsRight());
+  EXPECT_EQ(copy.ArrayX(), 0);
+  AUVXAntenns assigned;
+  assigned = list;
+  EXPECT_EQ(assigned.count(), 3);
+  EXPECT_FALSE(assigned.IsRight());
+  EXPECT_EQ(assigned.ArrayX(), 0);
+}
+
+TEST(AUVXAntenns, WithoutBaselinesAreListedForDeletion) {
+  AUVXTable table = AntennaTable();
+  table.SetNumber(0, 4, 0, 256 + 200);
+  AUVXBaseLines baseLines = BaseLines({Group(1, 1, 0, 3, 200)});
+  const std::unique_ptr<AArray<int>> rows(AUVXAntenns(table).GetDeleteRows(baseLines));
+  EXPECT_EQ(Elements(rows), std::vector{1});
+
+  const AUVXAntenns made(baseLines);
+  ASSERT_EQ(made.count(), 2);
+  EXPECT_EQ(made(0).Name(), "TLSC1");
+  EXPECT_EQ(made(0).id, 3);
+  EXPECT_EQ(made(1).Name(), "TLSC2");
+  EXPECT_EQ(made(1).id, 200);
+  EXPECT_FALSE(made.IsRight());
+}
+
+TEST(AUVXAntenns, BecomeATable) {
+  const std::unique_ptr<AUVXTable> table(AUVXAntenns(AntennaTable()).ToUVXTable());
+  EXPECT_EQ(table->ID(), 0x4E41);
+  EXPECT_EQ(ColumnText(*table), "ANNAME  ||8A\nSTABXYZ |METERS  |3D\nNOSTA   ||1J\n");
+  EXPECT_EQ(table->Text(1, 0), "ANTENNA1");
+  EXPECT_EQ(table->Number(1, 1, 2), 102);
+  EXPECT_EQ(table->Number(2, 2), 3);
+}
+
+TEST(AUVXLists, PassOverLettersWithoutSize) {
+  // Bits take no bytes here, and bytes do not either.
+  SyntheticUVXTable table{"AN"};
+  table.columns = {
+      {"BITS", "", "8X"}, {"BYTES", "", "2B"}, {"FLAG", "", "2L"}, {"NOSTA", "", "1I"}, {"STABXYZ", "", "9D"}};
+  table.rows = 1;
+  test::Append(table.data, int16_t{0});
+  test::Append(table.data, int16_t{5});
+  test::Append(table.data, 1.0);
+  test::Append(table.data, 2.0);
+  MemoryFile file(table.Image());
+  const AUVXAntenns list{AUVXTable(file)};
+  ASSERT_EQ(list.count(), 1);
+  EXPECT_EQ(list(0).id, 5);
+  EXPECT_EQ(list(0).y, 2.0);
+  EXPECT_EQ(list(0).z, 0) << "not inside the row";
+}
+
+TEST(AUVXLists, TakeNumbersNoIntegerHolds) {
+  AUVXTable table;
+  table.AddColumn("NOSTA", "", "1D");
+  table.SetRows(3);
+  const double numbers[] = {std::numeric_limits<double>::quiet_NaN(), 1e300, -1e300};
+  for (int row = 0; row < 3; ++row) table.SetNumber(row, 0, 0, numbers[row]);
+  const AUVXAntenns list(table);
+  EXPECT_EQ(list(0).id, 1) << "no number counts as 0";
+  EXPECT_EQ(list(1).id, INT32_MAX);
+  EXPECT_EQ(list(2).id, INT32_MIN);
+}
+
+TEST(AUVXSources, AreReadFromEitherKindOfTable) {
+  AUVXTable table;
+  table.AddColumn("SOURCE_ID", "", "1J");
+  table.AddColumn("SOURCE", "", "16A");
+  for (const char* name : {"EPOCH", "RAEPO", "DECEPO", "RAAPP", "DECAPP"}) table.AddColumn(name, "", "1D");
+  table.SetRows(2);
+  for (int row = 0; row < 2; ++row) {
+    table.SetNumber(row, 0, 0, 7 - row);
+    table.SetText(row, 1, row ? "3C 84" : "M 87");
+    for (int i = 2; i < 7; ++i) table.SetNumber(row, i, 0, 10 * row + i);
+  }
+  AUVXSources list(table);
+  ASSERT_EQ(list.count(), 2);
+  AUVXSourceItem& item = list.ForID(6);
+  EXPECT_EQ(item.Name(), "3C 84");
+  EXPECT_EQ(item.epoch, 12);
+  EXPECT_EQ(item.raEpoch, 13);
+  EXPECT_EQ(item.decEpoch, 14);
+  EXPECT_EQ(item.raApp, 15);
+  EXPECT_EQ(item.decApp, 16);
+
+  const std::unique_ptr<AUVXTable> made(list.ToUVXTable());
+  EXPECT_EQ(made->ID(), 0x5553);
+  EXPECT_EQ(ColumnText(*made),
+            "ID. NO. ||1J\nSOURCE  ||16A\nEPOCH   |YEARS   |1D\nRAAPP   |DEGREES |1D\nDECAPP  |DEGREES |1D\n");
+  AUVXSources again(*made);
+  EXPECT_EQ(again(1).id, 6);
+  EXPECT_EQ(again(1).Name(), "3C 84");
+  EXPECT_EQ(again(1).decApp, 16);
+  EXPECT_EQ(again(1).raEpoch, 0);
+
+  AUVXBaseLines baseLines = BaseLines({Group(6, 1, 0), Group(9, 1, 0)});
+  const std::unique_ptr<AArray<int>> rows(list.GetDeleteRows(baseLines));
+  EXPECT_EQ(Elements(rows), std::vector{0});
+}
+
+TEST(AUVXSources, OfAFITSFileWithoutTableAreMadeOfItsHeader) {
+  const TempFile path("fits");
+  SyntheticFITS fitsBytes;
+  fitsBytes.Axis("COMPLEX", 3)
+      .Axis("STOKES", 1)
+      .Axis("FREQ", 1, 1.4e9, 1e6, 1)
+      .Axis("RA---SIN", 1, 187.5, 0.5, 3)
+      .Axis("DEC--SIN", 1, 12.0, 1, 1)
+      .Card("OBJECT", "M87")
+      .Card("EPOCH", 1950.0)
+      .WriteTo(path.path());
+  AFITS fits;
+  ASSERT_TRUE(fits.Open(path.path()) && fits.ReadHeaders());
+  AUVXSources list(fits);
+  ASSERT_EQ(list.count(), 1);
+  EXPECT_EQ(list(0).id, 1);
+  EXPECT_EQ(list(0).Name(), "M87");
+  EXPECT_EQ(list(0).raApp, 186.5);
+  EXPECT_EQ(list(0).raEpoch, 186.5);
+  EXPECT_EQ(list(0).decApp, 12);
+  EXPECT_EQ(list(0).epoch, -1950);
+}
+
+TEST(AUVXSources, ArePrecessedOnce) {
+  AUVXSources list;
+  AUVXSourceItem item;
+  item.raApp = 1.0;
+  item.decApp = 0.5;
+  for (double epoch : {-2000.0, 2000.0, -1950.0, -1900.0}) {
+    item.epoch = epoch;
+    list.Add(item);
+  }
+  const double jd = 2451544.5 + 3652.5;
+  list.CorrectRADEC(jd);
+  // For this date n = 20.04546367648217 and m = 46.11594459032817 arc seconds a year.
+  EXPECT_EQ(list(0).epoch, 2000);
+  EXPECT_NEAR(list(0).raApp, 1.1536999434658401, 1e-14);
+  EXPECT_NEAR(list(0).decApp, 0.5300856709493835, 1e-14);
+  EXPECT_EQ(list(1).raApp, 1.0) << "an epoch that is not negative";
+  EXPECT_EQ(list(2).epoch, 1950);
+  EXPECT_NEAR(list(2).raApp, 1.9221786204194804, 1e-14);
+  EXPECT_NEAR(list(3).decApp, 0.8309341434354298, 1e-14);
+  const double corrected = list(0).raApp;
+  list.CorrectRADEC(jd);
+  EXPECT_EQ(list(0).raApp, corrected);
+}
+
+TEST(AUVXPosition, IsMadeOfRecordsInTheirOrder) {
+  AUVXPosition index;
+  int record = 0;
+  for (const auto& [source, setup, time] :
+       {std::tuple{1, 1, 10.0}, {1, 1, 15.0}, {1, 1, 12.0}, {2, 1, 20.0}, {1, 1, 30.0}, {1, 2, 31.0}, {1, 2, 28.0}}) {
+    AUVXGroup group = Group(source, setup, time);
+    index.CheckUVGroup(group, record++);
+  }
+  ASSERT_EQ(index.count(), 4);
+  EXPECT_EQ(index(0).start, 10);
+  EXPECT_EQ(index(0).duration, 5);
+  EXPECT_EQ(index(0).startVis, 1);
+  EXPECT_EQ(index(0).endVis, 3);
+  EXPECT_EQ(index(1).sourceId, 2);
+  EXPECT_EQ(index(1).startVis, 4);
+  EXPECT_EQ(index(2).endVis, 5);
+  EXPECT_EQ(index(2).subarray, 1);
+  EXPECT_EQ(index(3).start, 31) << "a time before the start does not move it";
+  EXPECT_EQ(index(3).duration, 3);
+
+  EXPECT_EQ(index.CountForSrc(1), 6);
+  EXPECT_EQ(index.CountForSrc(3), 0);
+  EXPECT_EQ(index.FreqSelForSrc(2), 1);
+  EXPECT_EQ(index.FreqSelForSrc(3), 1);
+  EXPECT_EQ(Elements(std::unique_ptr<AArray<int>>(index.GetFreqSels(1))), (std::vector{1, 2}));
+  AArray<int> setups;
+  setups.Add(99);
+  EXPECT_EQ(index.GetFreqSels(3, setups).count(), 0);
+  index(3).startVis = INT32_MIN;
+  index(3).endVis = INT32_MAX;
+  EXPECT_EQ(index.CountForSrc(1), INT32_MAX);
+}
+
+TEST(AUVXPosition, HoldsSecondsAndItsTableDays) {
+  AUVXTable given;
+  for (const char* name : {"TIME", "TIME INTERVAL"}) given.AddColumn(name, "DAYS", "1D");
+  for (const char* name : {"SOURCE ID", "SUBARRAY", "START VIS", "END VIS", "FREQ ID"}) given.AddColumn(name, "", "1I");
+  given.SetRows(1);
+  const double row[] = {0.5, 0.01, 3, 2, 11, 20, 4};
+  for (int i = 0; i < 7; ++i) given.SetNumber(0, i, 0, row[i]);
+  const AUVXPosition index(given);
+  ASSERT_EQ(index.count(), 1);
+  EXPECT_NEAR(index(0).start, 42768, 1e-9);
+  EXPECT_NEAR(index(0).duration, 864, 1e-9);
+  EXPECT_EQ(index(0).sourceId, 3);
+  EXPECT_EQ(index(0).subarray, 2);
+  EXPECT_EQ(index(0).startVis, 11);
+  EXPECT_EQ(index(0).endVis, 20);
+  EXPECT_EQ(index(0).freqId, 4);
+
+  const std::unique_ptr<AUVXTable> table(index.ToUVXTable());
+  EXPECT_EQ(table->ID(), 0x584E);
+  EXPECT_EQ(ColumnText(*table),
+            "TIME    |DAYS    |1E\nTIME INTERVAL|DAYS    |1E\nSOURCE ID||1J\nSUBARRAY||1J\nSTART VIS||1J\n"
+            "END VIS ||1J\nFREQ ID ||1J\n");
+  EXPECT_EQ(table->Number(0, 0), 0.5);
+  EXPECT_EQ(table->Number(0, 1), 0.01f);
+  for (int i = 2; i < 7; ++i) EXPECT_EQ(table->Number(0, i), row[i]);
+}
+
+TEST(AUVXPosition, IsShiftedByTheTimeOfDay) {
+  const auto shifted = [](double julianDate) {
+    AUVXPosition index;
+    AUVXGroup group = Group(1, 1, 100);
+    index.CheckUVGroup(group, 0);
+    index.AddStartTime(julianDate);
+    return index(0).start;
+  };
+  EXPECT_EQ(shifted(2457754.5), 100) << "midnight";
+  EXPECT_EQ(shifted(2457754.75), 100 + 21600);
+  EXPECT_EQ(shifted(2457755.25), 100 + 64800);
+}
+
+TEST(AUVXBaseLines, AreSortedAndEachThereOnce) {
+  AUVXBaseLines list;
+  EXPECT_EQ(list.checkBase(AUVXBaseLineItem(Group(2, 1, 0, 1, 2))), 0);
+  EXPECT_EQ(list.checkBase(AUVXBaseLineItem(Group(1, 1, 0, 3, 4, 1))), 0);
+  EXPECT_EQ(list.checkBase(AUVXBaseLineItem(Group(1, 1, 0, 1, 200, 3))), 0);
+  EXPECT_EQ(list.checkBase(AUVXBaseLineItem(Group(1, 1, 0, 1, 2))), 1) << "200 sorts as a negative number";
+  EXPECT_EQ(list.checkBase(AUVXBaseLineItem(Group(-1, 1, 0, 255, 255))), 0);
+  ASSERT_EQ(list.count(), 5);
+  EXPECT_EQ(list(3).flag, 1);
+  EXPECT_EQ(list.checkBase(AUVXBaseLineItem(Group(1, 1, 0, 3, 4, 2))), 3) << "bit 1 is no flag";
+  EXPECT_EQ(list(3).flag, 0);
+  list.checkBase(AUVXBaseLineItem(Group(1, 1, 0, 3, 4, 1)));
+  EXPECT_EQ(list(3).flag, 0) << "one usable record is enough";
+
+  EXPECT_EQ(Elements(std::unique_ptr<AArray<short>>(list.getSourceMap())), (std::vector<short>{-1, 1, 2}));
+  EXPECT_EQ(Elements(std::unique_ptr<AArray<int>>(list.getTlscMap())), (std::vector{1, 2, 3, 4, 200, 255}));
+}
+
+TEST(AUVXBaseLines, ComeBackFromTheirTableInAnyOrder) {
+  const AUVXBaseLines list =
+      BaseLines({Group(2, 1, 0, 1, 2), Group(1, 1, 0, 3, 4, 1), Group(1, 1, 0, 1, 200), Group(-5, 1, 0, 1, 1)});
+  const std::unique_ptr<AUVXTable> table(list.ToUVXTable());
+  EXPECT_EQ(table->ID(), 0x14C42);
+  ASSERT_EQ(table->rows(), 4);
+  EXPECT_EQ(table->Number(1, table->FindColumn("ANT2")), 200);
+  AUVXTable turned = *table;
+  for (int row = 0; row < 4; ++row) std::memcpy(turned.Row(row), table->Row(3 - row), 8);
+  const AUVXBaseLines back(turned);
+  ASSERT_EQ(back.count(), list.count());
+  EXPECT_EQ(std::memcmp(back.lpArray(), list.lpArray(), 4 * sizeof(AUVXBaseLineItem)), 0);
+
+  for (int i = 0; i < 4; ++i) turned.SetNumber(0, i, 0, turned.Number(1, i));
+  turned.SetNumber(0, 3, 0, 1);
+  turned.SetNumber(1, 3, 0, 0);
+  const AUVXBaseLines merged(turned);
+  EXPECT_EQ(merged.count(), 3);
+  EXPECT_EQ(AUVXBaseLines(AntennaTable()).count(), 1) << "a table without its columns says nothing";
+}
+
+AUVXFile& Attach(AUVXFile& uvx, MemoryFile& file) {
+  EXPECT_TRUE(uvx.Attach(&file, 0, 0));
+  return uvx;
+}
+
+SyntheticUVXTable Setups() {
+  SyntheticUVXTable table{"FQ"};
+  table.columns = {{"FREQID", "", "1J"}, {"BANDFREQ", "HZ", "2D"}, {"CH_WIDTH", "HZ", "2E"}};
+  table.rows = 2;
+  for (int setup : {1, 3}) {
+    test::Append(table.data, int32_t{setup});
+    for (double offset : {0.0, 5e7}) test::Append(table.data, offset * setup);
+    for (float width : {1e6f, -2e6f}) test::Append(table.data, width);
+  }
+  return table;
+}
+
+TEST(AUVXFreqs, ComeFromTheSetupOfAFile) {
+  MemoryFile file(SyntheticUVX().IFs(2).Channels(3).Table(Setups()).Bytes());
+  AUVXFile uvx;
+  Attach(uvx, file);
+  const AUVXFreqs third(uvx, 3);
+  ASSERT_EQ(third.freqs(), 6);
+  EXPECT_EQ(third.IFs(), 2);
+  EXPECT_EQ(third.channels(), 3);
+  EXPECT_EQ(third(2, 0), 1.402e9);
+  EXPECT_EQ(third(2, 1), 1.4e9 + 1.5e8 - 4e6);
+  EXPECT_EQ(third(3), 1.55e9);
+  EXPECT_EQ(AUVXFreqs(uvx, 1)(0, 1), 1.45e9);
+  EXPECT_EQ(AUVXFreqs(uvx, 2)(0, 1), 1.45e9) << "an unknown setup falls back to the first row";
+}
+
+TEST(AUVXFreqs, OfAFileWithoutTableAreThoseOfItsHeader) {
+  MemoryFile file(SyntheticUVX().IFs(0).Channels(2).Bytes());
+  AUVXFile uvx;
+  const AUVXFreqs flat(Attach(uvx, file), 1);
+  ASSERT_EQ(flat.count(), 2);
+  EXPECT_EQ(flat(0), 1.4e9);
+  EXPECT_EQ(flat(1), 1.4e9);
+
+  const TempFile path("fits");
+  SyntheticFITS made;
+  made.Axis("COMPLEX", 3)
+      .Axis("STOKES", 1)
+      .Axis("FREQ", 4, 1.4e9, -1e6, 3)
+      .Axis("RA", 1)
+      .Axis("DEC", 1)
+      .WriteTo(path.path());
+  AFITS fits;
+  ASSERT_TRUE(fits.Open(path.path()) && fits.ReadHeaders());
+  const AUVXFreqs freqs(fits, 1);
+  ASSERT_EQ(freqs.freqs(), 4);
+  EXPECT_EQ(freqs(0), 1.402e9);
+  EXPECT_EQ(freqs(3), 1.399e9);
+}
+
+TEST(AUVXFreqs, BecomeATable) {
+  AUVXFreqs freqs(4, 2);
+  for (int channel = 0; channel < 4; ++channel) {
+    freqs(channel, 0) = 1.5e9 + 1e6 * channel;
+    freqs(channel, 1) = 1.6e9 - 5e5 * channel;
+  }
+  const std::unique_ptr<AUVXTable> table(freqs.ToUVXTable(1.5e9));
+  EXPECT_EQ(table->ID(), 0x5146);
+  EXPECT_EQ(ColumnText(*table),
+            "FRQSEL  ||1J\nIF FREQ |HZ      |2D\nCH WIDTH|HZ      |2E\nTOTAL BANDWIDTH|HZ      |2E\nSIDEBAND||2J\n");
+  EXPECT_EQ(table->keywords()(0).Key(), "NO_IF");
+  EXPECT_EQ(table->keywords()(0).Number(), 2);
+  ASSERT_EQ(table->rows(), 1);
+  const double expected[5][2] = {{1, 0}, {0, 1e8}, {1e6, -5e5}, {4e6, 2e6}, {1, -1}};
+  for (int column = 0; column < 5; ++column) {
+    for (int i = 0; i < (column ? 2 : 1); ++i) EXPECT_EQ(table->Number(0, column, i), expected[column][i]) << column;
+  }
+}
+
+TEST(AUVXFreqs, KeepTheWidthOfSingleChannels) {
+  const TempFile path("fits");
+  SyntheticFITS made;
+  made.Axis("COMPLEX", 3)
+      .Axis("STOKES", 1)
+      .Axis("FREQ", 1, 1.4e9, 8e6, 1)
+      .Axis("RA", 1)
+      .Axis("DEC", 1)
+      .WriteTo(path.path());
+  AFITS fits;
+  ASSERT_TRUE(fits.Open(path.path()) && fits.ReadHeaders());
+  const AUVXFreqs freqs(fits, 1);
+  const std::unique_ptr<AUVXTable> table(AUVXFreqs(freqs).ToUVXTable(1.4e9));
+  EXPECT_EQ(table->Number(0, table->FindColumn("CH WIDTH")), 8e6);
+  EXPECT_EQ(table->Number(0, table->FindColumn("TOTAL BANDWIDTH")), 8e6);
+}
+
+TEST(AUVXFreqs, AreNotTakenWhereTheFileCannotHoldThem) {
+  const std::string bytes = SyntheticUVX().Times(0).Stokes({-1}).Put(214, int32_t{100000000}).Bytes();
+  MemoryFile file(bytes);
+  AUVXFile uvx;
+  EXPECT_EQ(AUVXFreqs(Attach(uvx, file), 1).count(), 0);
+  EXPECT_EQ(AUVXFreqs(-1, 2).count(), 0);
+  EXPECT_EQ(AUVXFreqs(65536, 65536).count(), 0);
+  EXPECT_EQ(AUVXFreqs().count(), 1);
+  EXPECT_EQ(AUVXFreqs(3, 0).count(), 3);
+}
+
+}  // namespace
+}  // namespace zeltra
