@@ -235,6 +235,7 @@ void AArray<T>::Reallocate(int capacity) {
 ZELTRA_EXPORT_TEMPLATE(AArray<int>);
 ZELTRA_EXPORT_TEMPLATE(AArray<short>);
 ZELTRA_EXPORT_TEMPLATE(AArray<float>);
+ZELTRA_EXPORT_TEMPLATE(AArray<double>);
 ZELTRA_EXPORT_TEMPLATE(AArray<std::complex<float>>);
 
 }  // namespace zeltra

@@ -12,8 +12,6 @@
 
 namespace zeltra {
 
-template class AArray<double>;
-
 namespace {
 
 /// Bytes that may be taken for frequencies whatever the size of the file.

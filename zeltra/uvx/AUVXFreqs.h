@@ -11,8 +11,6 @@ class AFITS;
 class AUVXFile;
 class AUVXTable;
 
-ZELTRA_EXPORT_TEMPLATE(AArray<double>);
-
 /// Frequency, Hz, of each channel of each IF in one frequency setup, [IF][channel], in the order of the visibilities.
 ///
 /// Channel c of IF i has the frequency f0 + IF FREQ(i) + c x CH WIDTH(i), where f0 is the frequency of channel 0 in the
