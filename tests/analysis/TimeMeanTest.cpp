@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <vector>
+
+#include "zeltra/analysis/AUVXTimeMeanArray.h"
+#include "zeltra/uvx/AUVXGroup.h"
+
+namespace zeltra {
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+
+using Values = std::vector<AUVXComplex>;
+
+void Add(AUVXTimeMeanArray& means, int ant1, int ant2, const Values& values, int pos = 0, double t1 = 0,
+         double t2 = 0) {
+  AUVXVisibility vis(1, static_cast<int>(values.size()), 1);
+  std::copy(values.begin(), values.end(), vis.lpArray());
+  ABaseLineItem base(ant1, ant2, true);
+  means.Add(&vis, base, pos, t1, t2);
+}
+
+AUVXComplex Polar(double amplitude, double phase, double weight = 1) {
+  return {amplitude * std::cos(phase), amplitude * std::sin(phase), weight};
+}
+
+void ExpectValue(const AUVXTimeMeanArray& means, int i, int k, double re, double im, double weight) {
+  const AUVXComplex& value = means(i)->sum.lpArray()[k];
+  EXPECT_FLOAT_EQ(value.re, static_cast<float>(re));
+  EXPECT_NEAR(value.im, im, 1e-6) << "single precision";
+  EXPECT_FLOAT_EQ(value.weight, static_cast<float>(weight));
+}
+
+std::vector<std::array<int, 3>> Triangles(const AArray<AClosePhItem>* list) {
+  const std::unique_ptr<const AArray<AClosePhItem>> owned(list);
+  std::vector<std::array<int, 3>> triangles;
+  for (int i = 0; i < list->count(); ++i) {
+    triangles.push_back({(*list)(i).base1, (*list)(i).base2, (*list)(i).base3});
+  }
+  return triangles;
+}
+
+TEST(TimeMean, WeightsDecideWhatCountsAndNotHowMuch) {
+  AUVXTimeMeanArray means;
+  Add(means, 1, 2, {{1, 0, 1}, {5, 5, 0}, {7, 7, -1}, {1, 1, 1}});
+  Add(means, 1, 2, {{0, 1, 3}, {2, 1, 4}, {9, 9, 0}, {3, 3, std::numeric_limits<double>::quiet_NaN()}});
+  Add(means, 1, 2, {{8, 8, -2}, {4, 3, 2}});
+  means.CalculateMean();
+  ASSERT_EQ(means.count(), 1);
+  EXPECT_TRUE(means(0)->baseLine.isValid()) << "the flag of a baseline is not kept";
+  ExpectValue(means, 0, 0, 0.5, 0.5, 2);
+  ExpectValue(means, 0, 1, 3, 2, 3);
+  ExpectValue(means, 0, 2, 7, 7, -1);
+  ExpectValue(means, 0, 3, 1, 1, 1);
+}
+
+TEST(TimeMean, UnwrapsPhasesInAmplitudeMode) {
+  AUVXTimeMeanArray means(0);
+  Add(means, 1, 2, {Polar(2, 3.1), Polar(1, 3.0), Polar(1, -3.0)});
+  Add(means, 1, 2, {Polar(4, -3.1), Polar(1, -3.0), Polar(1, 3.0)});
+  Add(means, 1, 2, {Polar(3, -2.9, 0), Polar(1, -1.0), Polar(1, 1.0)});
+  means.CalculateMean();
+  ExpectValue(means, 0, 0, -3, 0, 1);  // (3.1 + (2 pi - 3.1)) / 2 = pi
+  const double mean = (3.0 + (2 * kPi - 3.0) + (2 * kPi - 1.0)) / 3;
+  ExpectValue(means, 0, 1, std::cos(mean), std::sin(mean), 1);
+  ExpectValue(means, 0, 2, std::cos(mean), -std::sin(mean), 1);
+}
+
+TEST(TimeMean, ReplacedValueKeepsTheStateOfItsUnwrapper) {
+  AUVXTimeMeanArray means(0);
+  Add(means, 1, 2, {Polar(1, 3.0, -1)});
+  Add(means, 1, 2, {Polar(1, -3.0)});  // takes the place; the unwrapper has still seen 3.0 only
+  Add(means, 1, 2, {Polar(1, -3.0)});  // unwraps to 2 pi - 3.0
+  means.CalculateMean();
+  const double mean = (-3.0 + (2 * kPi - 3.0)) / 2;
+  ExpectValue(means, 0, 0, std::cos(mean), std::sin(mean), 1);
+}
+
+TEST(TimeMean, JustifyTakesTheShortestOfThreeSteps) {
+  APhJustify justify;
+  EXPECT_DOUBLE_EQ(justify.Justify(3.0), 3.0);
+  EXPECT_DOUBLE_EQ(justify.Justify(-3.0), 2 * kPi - 3.0);
+  EXPECT_DOUBLE_EQ(justify.Justify(3.0), 3.0);
+  EXPECT_DOUBLE_EQ(justify.Justify(9.0), 9.0 - 2 * kPi);
+  EXPECT_DOUBLE_EQ(justify.Justify(-9.0), 9.0 - 18.0) << "one turn at most";
+}
+
+TEST(TimeMean, KeepsBaselinesSortedAndRecordsOfAnySize) {
+  AUVXTimeMeanArray means;
+  std::mt19937 random(7);
+  std::vector<std::pair<int, int>> baselines;
+  for (int a = -3; a < 12; ++a) {
+    for (int b = -3; b < 12; ++b) baselines.emplace_back(a, b);
+  }
+  std::vector<std::pair<int, int>> shuffled = baselines;
+  std::shuffle(shuffled.begin(), shuffled.end(), random);
+  for (const auto& [a, b] : shuffled) Add(means, a, b, {{1, 0, 1}, {1, 0, 1}});
+  Add(means, 0, 1, {{3, 0, 1}});
+  Add(means, 0, 2, {{3, 0, 1}, {3, 0, 1}, {3, 0, 1}});
+  ASSERT_EQ(means.count(), static_cast<int>(baselines.size()));
+  for (size_t i = 0; i < baselines.size(); ++i) {
+    EXPECT_EQ(means.SearchBaseLine(ABaseLineItem(baselines[i].first, baselines[i].second, false)), static_cast<int>(i));
+  }
+  EXPECT_EQ(means.SearchBaseLine(ABaseLineItem(5, 12, false)), -1);
+  means.CalculateMean();
+  const int shorter = means.SearchBaseLine(ABaseLineItem(0, 1, false));
+  ExpectValue(means, shorter, 0, 2, 0, 1);
+  ExpectValue(means, shorter, 1, 1, 0, 1);
+  EXPECT_EQ(means(shorter + 1)->sum.count(), 2);
+
+  AUVXTimeMeanArray scope;
+  Add(scope, 3, 5, {});
+  Add(scope, 1, 3, {});
+  Add(scope, 3, 5, {{1, 1, 1}});  // dropped: the item holds no values
+  AArray<int> antennas;
+  ASSERT_EQ(scope.GetScopeMap(antennas), 3);
+  EXPECT_EQ(std::vector<int>(antennas.lpArray(), antennas.lpArray() + 3), (std::vector<int>{1, 3, 5}));
+}
+
+TEST(TimeMean, NotesTimesAndPositions) {
+  AUVXTimeMeanArray means;
+  EXPECT_EQ(means.GetMeanTime(), 0.0);
+  EXPECT_EQ(means.GetStartPos(), 2147483647);
+  EXPECT_EQ(means.GetEndPos(), -1);
+  AUVXGroup group;
+  group.ant2 = 1;
+  group.flag = 1;
+  AUVXVisibility vis(1, 1, 1);
+  means.Add(&vis, group, 7, 10.006, 10.016);
+  means.Add(&vis, group, 3, 10.004, 10.010);
+  EXPECT_EQ(means.GetStartPos(), 3);
+  EXPECT_EQ(means.GetEndPos(), 7);
+  EXPECT_DOUBLE_EQ(means.GetMeanTime(), 10.01);
+  means.Init();
+  EXPECT_EQ(means.count(), 0);
+  EXPECT_EQ(means.GetStartTime(), 1e38);
+  EXPECT_EQ(means.GetStopTime(), -1e38);
+  Add(means, 1, 2, {}, 0, 1e30, 1e30);
+  EXPECT_DOUBLE_EQ(means.GetMeanTime(), 1e30) << "beyond 64-bit integers";
+  means.Init();
+  Add(means, 1, 2, {}, 0, -0.03, -0.03);
+  EXPECT_DOUBLE_EQ(means.GetMeanTime(), -0.02) << "rounded toward zero from half a step up";
+}
+
+TEST(TimeMean, ClosesEveryTriangleOnce) {
+  AUVXTimeMeanArray means;
+  for (const auto& [a, b] : {std::pair{2, 3}, {2, 2}, {1, 3}, {1, 2}}) Add(means, a, b, {});
+  // In order: 1-2, 1-3, 2-2, 2-3.
+  using List = std::vector<std::array<int, 3>>;
+  EXPECT_EQ(Triangles(means.GetClosePhase()), (List{{0, 3, -1}}));
+  EXPECT_EQ(Triangles(means.GetClosePhase(3)), (List{{0, 3, -1}}));
+  EXPECT_EQ(Triangles(means.GetClosePhase(4)), List{});
+  means.DeleteItems(3, 1);
+  EXPECT_EQ(Triangles(means.GetClosePhase()), List{});
+}
+
+TEST(TimeMean, ClosesTheTrianglesOfAPlainTripleLoop) {
+  // Some baselines of 12 antennas are missing, and antenna numbers reach beyond 127.
+  const std::vector<int> numbers = {200, 210, 255, 0, 1, 2, 5, 6, 9, 11, 100, 127};  // ascending as signed bytes
+  std::mt19937 random(11);
+  AUVXTimeMeanArray means;
+  std::array<std::array<bool, 12>, 12> present{};
+  for (size_t a = 0; a < 12; ++a) {
+    for (size_t b = a; b < 12; ++b) {
+      present[a][b] = random() % 4 != 0;
+      if (present[a][b]) Add(means, numbers[a], numbers[b], {});
+    }
+  }
+  const auto index = [&](size_t a, size_t b) {
+    return means.SearchBaseLine(ABaseLineItem(numbers[a], numbers[b], false));
+  };
+  for (const int tlsc : {-1000, 255, -56, 5, 127}) {
+    std::vector<std::array<int, 3>> expected;
+    for (size_t x = 0; x < 12; ++x) {
+      for (size_t y = x + 1; y < 12; ++y) {
+        for (size_t z = y + 1; z < 12; ++z) {
+          bool through = tlsc == -1000;
+          for (const size_t k : {x, y, z}) through |= static_cast<int8_t>(numbers[k]) == static_cast<int8_t>(tlsc);
+          if (!through || !present[x][y] || !present[y][z] || !present[x][z]) continue;
+          expected.push_back({index(x, y), index(y, z), -index(x, z)});
+        }
+      }
+    }
+    EXPECT_FALSE(expected.empty());
+    EXPECT_EQ(Triangles(tlsc == -1000 ? means.GetClosePhase() : means.GetClosePhase(tlsc)), expected) << tlsc;
+  }
+}
+
+}  // namespace
+}  // namespace zeltra
