@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/uvx/AUVXFqTbl.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXTable.h"
+#include "zeltra/uvx/AUVXTableInternal.h"
+
+namespace zeltra {
+namespace {
+
+// Bounds of what a damaged file may claim: rows x IFs, of which real tables have a few hundred, and the most columns
+// that FITS has.
+constexpr int64 kLargestItemCount = 1 << 20;
+constexpr int kLargestColumnCount = 999;
+
+}  // namespace
+
+/// A column of the table, and where its elements go.
+struct AUVXFqTbl::Column {
+  enum Target { Start, Delta, Id, None };
+
+  Target target;
+  char type;
+  int count;
+
+  bool IsDecoded() const { return type == 'D' || type == 'E' || type == 'J'; }
+  static Column Of(const AUVXTable& table, int column);
+};
+
+AUVXFqTbl::Column AUVXFqTbl::Column::Of(const AUVXTable& table, int column) {
+  const std::string name = table.columns()(column).Name();
+  const auto names = [&](const char* part) { return name.find(part) != std::string::npos; };
+  Target target = None;
+  if (names("IF FREQ") || names("BANDFREQ")) {
+    target = Start;
+  } else if (names("CH") && names("WIDTH")) {
+    target = Delta;
+  } else if (names("FRQSEL") || names("FREQID")) {
+    target = Id;
+  }
+  const AXTblFormat format = table.ParseFormat(column);
+  return {target, format.type, format.count};
+}
+
+AUVXFqTbl::~AUVXFqTbl() = default;
+
+void AUVXFqTbl::Init(AUVXFile& file) {
+  items_.reSize(0, 0);
+  ids_.Free();
+  Create(file);
+}
+
+void AUVXFqTbl::Init(AUVXFile& file, int source) {
+  Init(file);
+  SqForSource(file, source);
+}
+
+int AUVXFqTbl::GetFreqSelNum(int id) const {
+  const int* end = ids_.lpArray() + ids_.count();
+  const int* found = std::find(static_cast<const int*>(ids_.lpArray()), end, id);
+  return found == end ? -1 : static_cast<int>(found - ids_.lpArray());
+}
+
+AUVXFqTblItem AUVXFqTbl::Item(int IF, int row) const {
+  const bool held = IF >= 0 && IF < items_.LineLength() && row >= 0 && row < items_.Lines();
+  return held ? items_(row, IF) : AUVXFqTblItem();
+}
+
+double AUVXFqTbl::GetFreq(int channel, int IF, int row) const {
+  const AUVXFqTblItem item = Item(IF, row);
+  return item.start + channel * item.delta;
+}
+
+double AUVXFqTbl::GetCenterIF(int IF, int row) const {
+  const AUVXFqTblItem item = Item(IF, row);
+  return channels_ < 2 ? item.start : item.start + (channels_ - 1) * item.delta * 0.5;
+}
+
+void AUVXFqTbl::Create(AUVXFile& file) {
+  realIFs_ = file.IFs();
+  IFs_ = std::max(realIFs_, 1);
+  channels_ = file.channels();
+  const double reference = AUVXHeader(file).freq0;
+  const std::unique_ptr<AUVXTable> table(file.GetTable("FQ"));
+  if (!table || table->columnCount() > kLargestColumnCount) return;
+  if (int64{table->rows()} * IFs_ > kLargestItemCount || !items_.reSize(table->rows(), IFs_)) return;
+  ids_.GrowBy(table->rows()).ZeroInit();
+  std::vector<Column> columns;
+  for (int i = 0; i < table->columnCount(); ++i) columns.push_back(Column::Of(*table, i));
+  double value = 0;  // kept from column to column and from row to row
+  for (int row = 0; row < table->rows(); ++row) {
+    const char* p = table->Row(row);
+    const char* end = p + table->rowBytes();
+    for (const Column& column : columns) {
+      const int bytes = column.IsDecoded() ? ElementBytes(column.type) : 0;
+      // An undecoded element repeats the one before it: none beyond the last IF makes a difference.
+      const int elements = column.IsDecoded() ? column.count : std::min(column.count, IFs_);
+      for (int element = 0; element < elements && bytes <= end - p; ++element) {
+        if (column.IsDecoded()) value = DecodeElement(p, column.type);
+        p += bytes;
+        SetElement(column, element, row, value, reference);
+      }
+    }
+  }
+}
+
+void AUVXFqTbl::SetElement(const Column& column, int element, int row, double value, double reference) {
+  if (column.target == Column::Id) ids_(row) = RoundedInt(value);
+  if (element >= IFs_) return;
+  if (column.target == Column::Start) items_(row, element).start = value + reference;
+  if (column.target == Column::Delta) items_(row, element).delta = value;
+}
+
+void AUVXFqTbl::SqForSource(AUVXFile& file, int source) {
+  const std::unique_ptr<AUVXTable> index(file.GetTable("NX"));
+  if (!index) return;
+  const AUVXPosition scans(*index);
+  std::vector<bool> used(static_cast<size_t>(ids_.count()), false);
+  for (int i = 0; i < scans.count(); ++i) {
+    const int row = source < 0 || scans(i).sourceId == source ? GetFreqSelNum(scans(i).freqId) : -1;
+    if (row >= 0) used[static_cast<size_t>(row)] = true;
+  }
+  AArray<int> rows;
+  for (int row = 0; row < ids_.count(); ++row) {
+    if (used[static_cast<size_t>(row)]) rows.Add(row);
+  }
+  if (rows.count() < ids_.count()) KeepRows(rows);
+}
+
+void AUVXFqTbl::KeepRows(const AArray<int>& rows) {
+  AMatrix<AUVXFqTblItem> items(rows.count(), items_.LineLength());
+  for (int i = 0; i < rows.count(); ++i) {
+    std::copy_n(items_.Line(rows(i)), items.LineLength(), items.Line(i));
+    ids_(i) = ids_(rows(i));
+  }
+  ids_.DeleteItems(rows.count(), ids_.count());
+  items_ = std::move(items);
+}
+
+int AUVXFqTbl::Store(AFile& f) {
+  int32_t counts[3] = {realIFs_, IFs_, channels_};
+  return items_.Store(f) && ids_.Store(f) && WriteWhole(f, counts, sizeof counts);
+}
+
+int AUVXFqTbl::Load(AFile& f) {
+  int32_t counts[3] = {0, 0, 0};
+  const int loaded = items_.Load(f) && ids_.Load(f) && ReadWhole(f, counts, sizeof counts);
+  if (!loaded) *this = AUVXFqTbl();
+  if (loaded) {
+    realIFs_ = counts[0];
+    IFs_ = counts[1];
+    channels_ = counts[2];
+  }
+  return loaded;
+}
+
+}  // namespace zeltra
