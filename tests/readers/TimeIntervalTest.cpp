@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <tuple>
+#include <vector>
+
+#include "tests/support/MemoryFile.h"
+#include "tests/support/SyntheticUVX.h"
+#include "zeltra/readers/AUVXTimeIntervalRead.h"
+
+namespace zeltra {
+namespace {
+
+using test::MemoryFile;
+using test::SyntheticRecord;
+using test::SyntheticUVX;
+
+// An interval: its bounds as they were handed on, and the indices of its records.
+using Interval = std::tuple<double, double, std::vector<int>>;
+
+class Collector : public AUVXTimeIntervalRead {
+ public:
+  using AUVXTimeIntervalRead::AUVXTimeIntervalRead;
+  void* GetArray() override { return &interval_; }
+  void AllocateArray() override { interval_ = {}; }
+  void AddToArray(AUVXGroup&, AUVXVisibility&, int pos, double t1, double t2) override {
+    std::get<0>(interval_) = t1;
+    std::get<1>(interval_) = t2;
+    std::get<2>(interval_).push_back(pos);
+  }
+
+ private:
+  Interval interval_;
+};
+
+// A file of one baseline with these record times.
+class Times {
+ public:
+  explicit Times(std::vector<double> times, int flagged = -1)
+      : file_(SyntheticUVX()
+                  .Antennas(2)
+                  .Times(static_cast<int>(times.size()))
+                  .Tables()
+                  .Edit([=](SyntheticRecord& record) {
+                    record.date = times[static_cast<size_t>(record.index)];
+                    record.flag = record.index == flagged;
+                  })
+                  .Bytes()) {
+    EXPECT_TRUE(uvx_.Attach(&file_, 0, 0));
+  }
+
+  std::vector<Interval> Cut(double start, double stop, double interval) {
+    AUVXRead reader(&uvx_, 1, nullptr);
+    Collector collector(&reader, start, stop, interval);
+    std::vector<Interval> intervals;
+    while (void* array = collector.GetTimeInterval()) {
+      intervals.push_back(*static_cast<Interval*>(array));
+      if (intervals.size() > 100) break;
+    }
+    EXPECT_EQ(collector.GetTimeInterval(), nullptr);
+    return intervals;
+  }
+
+  AUVXFile& uvx() { return uvx_; }
+
+ private:
+  MemoryFile file_;
+  AUVXFile uvx_;
+};
+
+using List = std::vector<Interval>;
+
+TEST(TimeIntervals, AreAlignedToTheStartAndNeverEmpty) {
+  Times times({3, 7, 12, 25});
+  EXPECT_EQ(times.Cut(0, 100, 10), (List{{0, 10, {0, 1}}, {10, 20, {2}}, {20, 30, {3}}}));
+  EXPECT_EQ(times.Cut(2, 100, 5), (List{{2, 7, {0}}, {7, 12, {1}}, {12, 17, {2}}, {22, 27, {3}}}));
+  EXPECT_EQ(times.Cut(7, 100, 10), (List{{7, 17, {1, 2}}, {17, 27, {3}}})) << "earlier records are skipped";
+  EXPECT_EQ(times.Cut(26, 100, 10), List{});
+}
+
+TEST(TimeIntervals, EndAtTheStopTime) {
+  Times times({3, 10, 12, 20, 20, 20.5, 25});
+  EXPECT_EQ(times.Cut(0, 20, 10), (List{{0, 10, {0}}, {10, 20, {1, 2, 3, 4}}})) << "a record at the stop time is in";
+  EXPECT_EQ(times.Cut(0, 19, 10), (List{{0, 10, {0}}, {10, 20, {1, 2}}}));
+  EXPECT_EQ(times.Cut(0, 2.5, 1), List{});
+}
+
+TEST(TimeIntervals, OfNegativeLengthAreTheDistinctTimes) {
+  Times times({3, 3, 7, 12, 12});
+  const List expected = {{3, 3, {0, 1}}, {7, 7, {2}}, {12, 12, {3, 4}}};
+  EXPECT_EQ(times.Cut(0, 100, -1), expected);
+  EXPECT_EQ(times.Cut(0, 100, 0), expected) << "an interval without length would never get on";
+  EXPECT_EQ(times.Cut(0, 7, -1), (List{{3, 3, {0, 1}}, {7, 7, {2}}}));
+}
+
+TEST(TimeIntervals, LeaveOutFlaggedRecords) {
+  EXPECT_EQ(Times({3, 7, 12}, 0).Cut(0, 100, 10), (List{{0, 10, {1}}, {10, 20, {2}}}));
+  EXPECT_EQ(Times({3, 7, 12}, 2).Cut(0, 100, 10), (List{{0, 10, {0, 1}}}));
+}
+
+TEST(TimeIntervals, DeliverEveryRecordWhateverTheArithmetic) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  // Two seconds in intervals of one, 2.4e6 days away from the grid's origin and with the grid's origin on the spot.
+  std::vector<double> seconds;
+  for (int i = 0; i < 20; ++i) seconds.push_back(2457754.75 + i / 864000.0);
+  for (const double start : {0.0, 2457754.0, -1e38}) {
+    for (const double interval : {1 / 86400.0, 1e-300, nan, 1e308}) {
+      std::vector<int> records;
+      for (const Interval& found : Times(seconds).Cut(start, 1e300, interval)) {
+        EXPECT_FALSE(std::get<2>(found).empty());
+        records.insert(records.end(), std::get<2>(found).begin(), std::get<2>(found).end());
+      }
+      EXPECT_EQ(records.size(), 20U) << start << ", " << interval;
+    }
+  }
+  EXPECT_EQ(Times({nan, nan}).Cut(0, 100, 10).size(), 2U);
+}
+
+TEST(TimeIntervals, BecomeMeans) {
+  // Record i holds i, i + 1/1024 in the two polarisations of channel 0.
+  Times times({3, 7, 12});
+  AUVXRead reader(&times.uvx(), 1, nullptr);
+  AUVXTIRead intervals(&reader, 0, 100, 10, 1);
+  AUVXTimeMeanArray* means = intervals.GetTimeInterval();
+  ASSERT_NE(means, nullptr);
+  means->CalculateMean();
+  ASSERT_EQ(means->count(), 1);
+  EXPECT_EQ((*means)(0)->sum(0, 1).re, 0.5F + 1.0F / 1024);
+  EXPECT_DOUBLE_EQ(means->GetMeanTime(), 5);
+  EXPECT_EQ(means->GetEndPos(), 1);
+  means = intervals.GetTimeInterval();
+  ASSERT_NE(means, nullptr);
+  EXPECT_EQ(means->GetStartPos(), 2);
+  EXPECT_EQ(intervals.GetTimeInterval(), nullptr);
+}
+
+TEST(TimeIntervals, CombinePolarisationsFirst) {
+  Times times({3, 7});
+  // I and V of LL (place 1) and RR (place 0), and a polarisation that the records lack.
+  AArray<AStokesMix> mix;
+  const AStokesItem RR(0, -1), LL(1, -2);
+  mix.Add(AStokesMix(1, LL, RR));
+  mix.Add(AStokesMix(4, LL, RR));
+  mix.Add(AStokesMix(0, AStokesItem(7, -4), AStokesItem()));
+  AUVXRead reader(&times.uvx(), 1, nullptr);
+  AUVXTIRead_RL intervals(&reader, 0, 100, 10, &mix, 1);
+  AUVXTimeMeanArray* means = intervals.GetTimeInterval();
+  ASSERT_NE(means, nullptr);
+  means->CalculateMean();
+  const AUVXVisibility& sum = (*means)(0)->sum;
+  EXPECT_EQ(sum.stokes(), 3);
+  EXPECT_EQ(sum.freqs(), 2);
+  EXPECT_EQ(sum(1, 0).re, 0.5F + 2.5F / 1024);
+  EXPECT_EQ(sum(1, 1).re, -0.5F / 1024);
+  EXPECT_FALSE(sum(1, 2).isValid());
+
+  AUVXRead again(&times.uvx(), 1, nullptr);
+  AUVXTIRead_RL plain(&again, 0, 100, 10, nullptr, 1);
+  means = plain.GetTimeInterval();
+  ASSERT_NE(means, nullptr);
+  EXPECT_EQ((*means)(0)->sum.stokes(), 2);
+}
+
+}  // namespace
+}  // namespace zeltra

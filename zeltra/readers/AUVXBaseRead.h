@@ -1,0 +1,63 @@
+// What the readers of UVX records share.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_READERS_AUVXBASEREAD_H_
+#define ZELTRA_READERS_AUVXBASEREAD_H_
+
+#include <algorithm>
+#include <memory>
+
+#include "zeltra/platform/ProgressCtrl.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXVisibility.h"
+
+namespace zeltra {
+
+class AUVXFreqs;
+
+/// A reader hands out the records of an open file one at a time. It moves the position of the file and expects that
+/// nobody else does between its calls: one reader a file at a time.
+///
+/// Copies of a reader share what it owns and are not meant to be used side by side.
+class ZELTRA_API AUVXBaseRead {
+ public:
+  AUVXBaseRead(const AUVXBaseRead&) = default;
+  AUVXBaseRead& operator=(const AUVXBaseRead&) = default;
+  virtual ~AUVXBaseRead();
+
+  /// The frequencies of the setup of the last record read; the position of the file stays. The array is the reader's
+  /// and valid until the next call that follows a record of another setup.
+  virtual AUVXFreqs* GetFreqs();
+
+  AUVXFile& uvx() const { return *file_; }
+
+ protected:
+  /// Neither `file`, which must outlive the reader, nor `progress`, which may be null, is owned.
+  AUVXBaseRead(AUVXFile* file, CProgressCtrl* progress);
+
+  /// Copy the record at `p`, `bytes` long: as many values as `vis` has, at most those of the record.
+  void Take(const char* p, int bytes, AUVXGroup& group, AUVXVisibility& vis) {
+    group.load(const_cast<char*>(p));
+    const size_t held = static_cast<size_t>(bytes - AUVXGroup::kBytes);
+    const size_t wanted = static_cast<size_t>(vis.count()) * sizeof(AUVXComplex);
+    std::copy_n(p + AUVXGroup::kBytes, std::min(wanted, held), reinterpret_cast<char*>(vis.lpArray()));
+    freqSel_ = group.freqSel();
+  }
+
+  /// Tell the progress: `recordsRead_` of `total`.
+  void TellProgress(int total) {
+    if (progress_) SendProgress(progress_, recordsRead_, total, lastPercent_);
+  }
+
+  int freqSel_ = 1;       ///< frequency setup of the last record
+  int freqsSetup_ = -1;   ///< setup of `freqs_`
+  int lastPercent_ = -1;  ///< progress last sent
+  int recordsRead_ = 0;
+  AUVXFile* file_;
+  CProgressCtrl* progress_;
+  std::shared_ptr<AUVXFreqs> freqs_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_READERS_AUVXBASEREAD_H_

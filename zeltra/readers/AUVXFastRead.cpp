@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/readers/AUVXFastRead.h"
+
+#include <algorithm>
+#include <new>
+
+namespace zeltra {
+
+AUVXFastRead::AUVXFastRead(AUVXFile* file, CProgressCtrl* progress)
+    : AUVXBaseRead(file, progress), recordBytes_(file->recSize()), fileRecords_(file->count()) {
+  const int held = file->HeldRecords();
+  if (held < 1) return;
+  blockRecords_ = std::min(std::max(kBlockBytes / recordBytes_, 1), held);
+  buffer_.reset(new (std::nothrow) char[static_cast<size_t>(blockRecords_) * static_cast<size_t>(recordBytes_)]);
+  if (!buffer_) return;
+  recordsLeft_ = held;
+  file->SeekUVGroup(0);
+}
+
+bool AUVXFastRead::LoadBlock() {
+  blockRecords_ = std::min(blockRecords_, recordsLeft_);
+  if (blockRecords_ < 1) return false;
+  const int bytes = blockRecords_ * recordBytes_;
+  const int64 start = file_->GetPos();
+  // A read that stops short succeeds as well, and what it left unread must not pass for records.
+  if (!file_->Read(buffer_.get(), bytes) || file_->GetPos() != start + bytes) {
+    recordsLeft_ = 0;
+    return false;
+  }
+  recordsLeft_ -= blockRecords_;
+  recordsLoaded_ += blockRecords_;
+  next_ = buffer_.get();
+  return true;
+}
+
+}  // namespace zeltra

@@ -1,0 +1,60 @@
+// Readers of one source, and of one frequency setup of it, through the index of the file.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_READERS_AUVXREAD_H_
+#define ZELTRA_READERS_AUVXREAD_H_
+
+#include <vector>
+
+#include "zeltra/readers/AScanCursor.h"
+#include "zeltra/readers/AUVXBaseRead.h"
+
+namespace zeltra {
+
+/// Reads the records of one source, scan by scan in the order of the index. A file without an index shows the message
+/// "AUVXREAD NX=NULL" at construction and reads as empty.
+class ZELTRA_API AUVXRead : public AUVXBaseRead {
+ public:
+  AUVXRead(AUVXFile* file, int source, CProgressCtrl* progress);
+
+  /// Whether a scan is left out: here one of another source.
+  virtual int IsDropPosItem(AUVXPositionItem& scan);
+
+  /// Read the next record.
+  /// @param vis          sized for the file
+  /// @param recordIndex  index of the record in the file, from 0
+  /// @return 0 at the end of the selected scans and at a record that the index promises and the file does not hold;
+  ///         the outputs then have no meaning
+  int GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& recordIndex);
+
+  /// Number of records selected, as the index has it.
+  int count() const { return total_; }
+
+ protected:
+  /// Go to the first record that IsDropPosItem of the class under construction keeps.
+  void Select(const AScanCursor::Drop& drop);
+
+  int total_ = 0;
+  int source_;
+  AScanCursor cursor_;
+
+ private:
+  bool ReadRecord();
+
+  std::vector<char> record_;  // bytes of the current record
+};
+
+/// Reads the records of one source in one frequency setup.
+class ZELTRA_API AUVXRead_FqS : public AUVXRead {
+ public:
+  AUVXRead_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress);
+
+  /// Here one of another source or setup.
+  int IsDropPosItem(AUVXPositionItem& scan) override;
+
+ private:
+  int selected_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_READERS_AUVXREAD_H_

@@ -1,0 +1,106 @@
+// Readers that cut the records of a source into time intervals.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_READERS_AUVXTIMEINTERVALREAD_H_
+#define ZELTRA_READERS_AUVXTIMEINTERVALREAD_H_
+
+#include <memory>
+
+#include "zeltra/analysis/AUVXTimeMeanArray.h"
+#include "zeltra/readers/AUVXRead.h"
+#include "zeltra/uvx/AStokesMix.h"
+
+namespace zeltra {
+
+/// Walks the records of a reader in intervals of fixed length, aligned to a start time. A derived class collects them:
+///   AllocateArray   once per interval, before its records
+///   IsDropUVVis     once per record
+///   AddToArray      once per record that is not dropped
+///   GetArray        once per interval: the result
+///
+/// Times have the unit of the records' time stamps, days. There is no way back; to read again make a new reader.
+class ZELTRA_API AUVXTimeIntervalRead {
+ public:
+  /// @param reader     not owned
+  /// @param startTime  earlier records are skipped; intervals begin at startTime + k x interval, or at their first
+  /// record
+  ///                   where startTime is too far away for that
+  /// @param stopTime   no interval begins later; records at exactly this time belong to the last one
+  /// @param interval   length; a negative one, and zero, make an interval of every distinct record time
+  AUVXTimeIntervalRead(AUVXRead* reader, double startTime, double stopTime, double interval);
+  AUVXTimeIntervalRead(const AUVXTimeIntervalRead&) = default;
+  AUVXTimeIntervalRead& operator=(const AUVXTimeIntervalRead&) = default;
+  virtual ~AUVXTimeIntervalRead();
+
+  /// The result of the current interval; null here.
+  virtual void* GetArray();
+
+  /// 1 if a record is to be skipped: here one whose flag byte is not 0.
+  virtual int IsDropUVVis(AUVXGroup& group, AUVXVisibility& vis, int pos);
+
+  /// Prepare an empty result.
+  virtual void AllocateArray();
+
+  /// Take one record of the interval.
+  /// @param pos     index of the record in its file
+  /// @param t1, t2  bounds of the interval; both the time of its first record where intervals are record times
+  virtual void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2);
+
+  /// Read the next interval that holds records.
+  /// @return GetArray(), or null when there is none
+  void* GetTimeInterval();
+
+ private:
+  bool IsBeforeStart() const { return group_.uvTime() < startTime_; }
+  void ReadRecord();
+
+  double eps_ = 1e-5;  // tolerance of interval arithmetic
+  double startTime_;
+  double stopTime_;
+  double interval_;
+  AUVXRead* reader_;
+  int eof_ = 0;
+  AUVXGroup group_;                      // the current record
+  std::shared_ptr<AUVXVisibility> vis_;  // its values, shared by copies
+  int pos_ = 0;
+  int first_ = 1;
+};
+
+/// Collects every interval into the means of its baselines.
+class ZELTRA_API AUVXTIRead : public AUVXTimeIntervalRead {
+ public:
+  /// @param complexMean  see AUVXTimeMeanArray
+  AUVXTIRead(AUVXRead* reader, double startTime, double stopTime, double interval, int complexMean);
+  ~AUVXTIRead() override;
+
+  void* GetArray() override;
+  void AllocateArray() override;
+  void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override;
+
+  /// Read the next interval.
+  /// @return its sums, on which the caller calls CalculateMean before use; the reader's, until the next call. Null when
+  ///         there is no further interval.
+  AUVXTimeMeanArray* GetTimeInterval();
+
+ private:
+  std::shared_ptr<AUVXTimeMeanArray> array_;  // shared by copies
+  int complexMean_;
+};
+
+/// Combines the polarisations of every record before it is averaged.
+class ZELTRA_API AUVXTIRead_RL : public AUVXTIRead {
+ public:
+  /// @param mix  the combinations, not owned; null leaves records as they are. A combination of polarisations that the
+  ///             records lack gives flagged zeros.
+  AUVXTIRead_RL(AUVXRead* reader, double startTime, double stopTime, double interval, AArray<AStokesMix>* mix,
+                int complexMean);
+  ~AUVXTIRead_RL() override;
+
+  void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override;
+
+ private:
+  AArray<AStokesMix>* mix_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_READERS_AUVXTIMEINTERVALREAD_H_
