@@ -1,0 +1,39 @@
+// Reading, cutting into intervals, averaging and copying any bytes that open as a UVX file.
+// SPDX-License-Identifier: MIT
+#include <memory>
+#include <string>
+
+#include "tests/support/MemoryFile.h"
+#include "zeltra/platform/MessageBox.h"
+#include "zeltra/readers/AUVXFluxes.h"
+#include "zeltra/readers/AUVXPosIndex.h"
+#include "zeltra/readers/AUVXTimeIntervalRead.h"
+#include "zeltra/readers/AWork2UVX.h"
+#include "zeltra/uvx/AUVXFqTbl.h"
+#include "zeltra/uvx/AUVXSkanList.h"
+#include "zeltra/uvx/AUVXTable.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  zeltra::SetMessageSink([](const char*) {});
+  zeltra::test::MemoryFile input(std::string(reinterpret_cast<const char*>(data), size)), output;
+  zeltra::AUVXFile uvx, copy;
+  if (!uvx.Attach(&input, 0, 0)) return 0;
+
+  int index = 0;
+  zeltra::AUVXPosIndex_FqS list(&uvx, 1, 1, nullptr);
+  while (list.GetIndex(index)) {
+  }
+  zeltra::AUVXRead reader(&uvx, 1, nullptr);
+  zeltra::AUVXTIRead intervals(&reader, 2457754, 2457755, 1e-4, 0);
+  while (zeltra::AUVXTimeMeanArray* means = intervals.GetTimeInterval()) {
+    means->CalculateMean();
+    const std::unique_ptr<zeltra::AArray<zeltra::AClosePhItem>> triangles(means->GetClosePhase());
+  }
+  zeltra::AUVXFqTbl frequencies(uvx, 1);
+  (void)frequencies.GetFreq(1, 0);
+  const std::unique_ptr<zeltra::AUVXTable> scans(uvx.GetTable("SL"));
+  if (scans) (void)zeltra::AUVXSkanList().Create(*scans);
+  zeltra::AUVXFluxes fluxes(uvx);
+  if (copy.Attach(&output, 1, 0)) (void)zeltra::AWork2UVX(&uvx, &copy, nullptr, nullptr).Run();
+  return 0;
+}

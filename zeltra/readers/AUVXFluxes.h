@@ -1,0 +1,53 @@
+// How strong the signal is on every baseline of a file.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_READERS_AUVXFLUXES_H_
+#define ZELTRA_READERS_AUVXFLUXES_H_
+
+#include <vector>
+
+#include "zeltra/platform/ProgressCtrl.h"
+#include "zeltra/uvx/AUVXBaseLines.h"
+
+namespace zeltra {
+
+class AUVXFile;
+
+/// Amplitudes of one baseline in one polarisation, over all times, IFs and channels, in the unit of the file's data.
+struct AUVXFluxItem {
+  int64 count = 0;    ///< number of valid values
+  double mean = 0.0;  ///< mean amplitude; 0 without values
+  double scatter =
+      0.0;  ///< standard deviation of the amplitudes (n - 1 in the denominator); 0 for fewer than two values
+};
+
+/// Statistics of the amplitudes beside a baseline list: item (b, s) belongs to baseline b of baselines() and
+/// polarisation s of the file. A value is valid when its weight is above 0 and all three numbers are finite.
+class ZELTRA_API AUVXFluxes {
+ public:
+  AUVXFluxes() = default;
+  explicit AUVXFluxes(AUVXFile& file) { Create(file, nullptr, nullptr); }
+
+  /// Read all records of `file` once.
+  /// @param progress    may be null
+  /// @param cancelFlag  may be null; non-zero stops at the next record
+  /// @return 0 when cancelled: the lists are then empty
+  int Create(AUVXFile& file, CProgressCtrl* progress, int* cancelFlag);
+
+  /// The baselines of the records.
+  const AUVXBaseLines& baselines() const { return baselines_; }
+  /// Number of polarisations.
+  int stokes() const { return stokes_; }
+  /// No range check.
+  const AUVXFluxItem& operator()(int baseline, int stokesIndex) const {
+    return items_[static_cast<size_t>(baseline) * static_cast<size_t>(stokes_) + static_cast<size_t>(stokesIndex)];
+  }
+
+ private:
+  AUVXBaseLines baselines_;
+  int stokes_ = 0;
+  std::vector<AUVXFluxItem> items_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_READERS_AUVXFLUXES_H_
