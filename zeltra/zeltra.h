@@ -33,6 +33,7 @@
 #include "zeltra/image/FFT.h"
 #include "zeltra/numeric/GRandom.h"
 #include "zeltra/ops/AResult.h"
+#include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/ExportUVFITS.h"
 #include "zeltra/ops/ImportUVFITS.h"
 #include "zeltra/ops/JobOptions.h"

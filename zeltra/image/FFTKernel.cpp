@@ -11,7 +11,8 @@
 // The textbook transform (bit reversal, then radix-2 butterflies with growing half-size h) does the same arithmetic on
 // every line. Here each lane of a vector register holds another line, so that a butterfly of the textbook is one of
 // vectors, operation by operation: nothing is reassociated, fused or left out, and a line's result has the bits that
-// the textbook gives. That includes factors that look trivial: cos(pi/2) is 6e-17, and a product with 1 + 0i can turn -0 into 0.
+// the textbook gives. That includes factors that look trivial: cos(pi/2) is 6e-17, and a product with 1 + 0i can turn
+// -0 into 0.
 //
 // Speed comes from the order of the memory accesses alone:
 //   - lines are copied into a dense array of rows, one row for each position along the lines, and back once at the end;
