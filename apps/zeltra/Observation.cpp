@@ -68,7 +68,7 @@ void Observation::ReadSetups(const AUVXTable& table) {
     SetupSummary setup;
     setup.id = WholeNumber(table.Number(row, id));
     // IFs that the table lacks have no numbers, so the header's count is not believed blindly.
-    const int ifs = std::max<int>(header.IFs, 1);
+    const int ifs = std::max(int{header.IFs}, 1);
     for (int i = 0; i < ifs && !std::isnan(table.Number(row, start, i)); ++i) {
       setup.ifs.push_back({header.freq0 + table.Number(row, start, i), table.Number(row, delta, i)});
     }

@@ -118,6 +118,7 @@ AResult RecordPrinter::PrintRecords(TablePrinter& printer) {
       if (!IsWanted(group)) continue;
       any = true;
       PrintRecord(printer, first + i, group, values);
+      if (!out_.good()) return out_.Flush();
     }
   }
   const bool isFiltered = arguments_.source || arguments_.setup;

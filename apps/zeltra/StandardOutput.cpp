@@ -14,13 +14,17 @@ void StandardOutput::Append(std::string_view text) {
 }
 
 AResult StandardOutput::Flush() {
-  good_ = good_ && std::fwrite(buffer_.data(), 1, used_, stdout) == used_ && std::fflush(stdout) == 0;
-  used_ = 0;
+  Write();
   return good_ ? AResult::Ok() : AResult::Fail("standard output cannot be written");
 }
 
+void StandardOutput::Write() {
+  good_ = good_ && std::fwrite(buffer_.data(), 1, used_, stdout) == used_ && std::fflush(stdout) == 0;
+  used_ = 0;
+}
+
 void StandardOutput::MakeRoom(size_t n) {
-  (void)bool(Flush());
+  Write();
   if (buffer_.size() < n) buffer_.resize(n);
 }
 

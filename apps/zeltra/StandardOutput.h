@@ -23,10 +23,13 @@ class StandardOutput {
   }
   void Used(const char* end) { used_ = static_cast<size_t>(end - buffer_.data()); }
 
+  /// Whether every byte written so far has been taken: a long table ends early when its reader has gone.
+  bool good() const { return good_; }
   /// Write what is collected. @return a failure once any byte has not been taken
   AResult Flush();
 
  private:
+  void Write();
   void MakeRoom(size_t n);
 
   std::vector<char> buffer_ = std::vector<char>(1 << 18);

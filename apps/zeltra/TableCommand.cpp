@@ -107,6 +107,7 @@ AResult Print(AUVXTable& table, const Arguments& arguments, Session& session) {
       for (int element = 0; element < column.elements; ++element) PrintCell(printer, table, row, column, element);
     }
     printer.EndRow();
+    if (!out.good()) break;
   }
   printer.Finish();
   AResult result = out.Flush();

@@ -316,6 +316,16 @@ TEST(SimulateCommand, TakesAnyFileName) {
 }
 
 #ifndef _WIN32
+TEST(Command, FailsWhenItsOutputIsNotTaken) {
+  const Given file(SyntheticUVX().Tables());
+  for (const char* command : {"info", "records", "table"}) {
+    const std::string code = std::string(command) == "table" ? " AN" : "";
+    const std::string line = ZELTRA_COMMAND " " + (command + (" " + file.path())) + code + " > /dev/full 2> /dev/null";
+    const int status = std::system(line.c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 1) << line;
+  }
+}
+
 TEST(Command, EndsOnInterrupt) {
   const TempFile file("uvx");
   const pid_t child = fork();

@@ -191,9 +191,9 @@ TEST(SimulateUVX, DescribesItself) {
   options.channels = 5;
   Simulated file(options);
   AUVXHeader header(file.uvx);
-  EXPECT_EQ(header.IFs, 3);
-  EXPECT_EQ(header.channels, 5);
-  EXPECT_EQ(header.info.dateObs, 2458928.5);
+  EXPECT_EQ(int{header.IFs}, 3);
+  EXPECT_EQ(int{header.channels}, 5);
+  EXPECT_EQ(double{header.info.dateObs}, 2458928.5);
   AUVXMinMax range;
   for (const Record& record : file.records) {
     record.group.check(range);
