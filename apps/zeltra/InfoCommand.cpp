@@ -93,11 +93,14 @@ ordered_json ScansAsJSON(const Observation& observation) {
 }
 
 ordered_json SetupsAsJSON(const Observation& observation) {
+  const AUVXFqTbl& setups = observation.setups;
   ordered_json list = ordered_json::array();
-  for (const SetupSummary& setup : observation.setups) {
+  for (int row = 0; row < setups.GetFreqSels(); ++row) {
     ordered_json ifs = ordered_json::array();
-    for (const SetupSummary::IF& i : setup.ifs) ifs.push_back({{"start_hz", i.start}, {"delta_hz", i.delta}});
-    list.push_back({{"setup", setup.id}, {"ifs", ifs}});
+    for (int i = 0; i < setups.GetIFs(); ++i) {
+      ifs.push_back({{"start_hz", setups.GetStartIFFq(i, row)}, {"delta_hz", setups.GetDeltaIFFq(i, row)}});
+    }
+    list.push_back({{"setup", setups.GetFreqSelID(row)}, {"ifs", ifs}});
   }
   return list;
 }
@@ -237,17 +240,16 @@ void Page::PrintScans() {
 void Page::PrintFrequencies() {
   TablePrinter printer =
       Section("Frequencies", {{"setup"}, {"IF"}, {"first channel / MHz"}, {"channel width / kHz"}, {"channels"}});
-  int lines = 0;
-  for (const SetupSummary& setup : observation_.setups) {
-    for (size_t i = 0; i < setup.ifs.size(); ++i) {
-      if (lines++ >= kMostLines) continue;
-      printer.Integer(setup.id);
-      printer.Integer(static_cast<int64>(i) + 1);
-      printer.Real(setup.ifs[i].start / 1e6);
-      printer.Real(setup.ifs[i].delta / 1e3);
-      printer.Integer(uvx_.channels());
-      printer.EndRow();
-    }
+  const AUVXFqTbl& setups = observation_.setups;
+  const int lines = setups.GetFreqSels() * setups.GetIFs();
+  for (int line = 0; line < std::min(lines, kMostLines); ++line) {
+    const int row = line / setups.GetIFs(), i = line % setups.GetIFs();
+    printer.Integer(setups.GetFreqSelID(row));
+    printer.Integer(i + 1);
+    printer.Real(setups.GetStartIFFq(i, row) / 1e6);
+    printer.Real(setups.GetDeltaIFFq(i, row) / 1e3);
+    printer.Integer(uvx_.channels());
+    printer.EndRow();
   }
   EndSection(printer, lines, "FQ");
 }

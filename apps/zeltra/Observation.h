@@ -8,6 +8,7 @@
 
 #include "apps/zeltra/UVXInput.h"
 #include "zeltra/uvx/AUVXAntenns.h"
+#include "zeltra/uvx/AUVXFqTbl.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
@@ -26,16 +27,6 @@ struct TableSummary {
   int64 offset = 0;
 };
 
-/// A frequency setup: a row of "FQ".
-struct SetupSummary {
-  struct IF {
-    double start = 0;  ///< frequency of channel 0, Hz
-    double delta = 0;  ///< channel increment, Hz
-  };
-  int id = 0;
-  std::vector<IF> ifs;
-};
-
 /// Everything but the records. Of several tables of one code the first one counts.
 struct Observation {
   AUVXHeader header;
@@ -45,13 +36,13 @@ struct Observation {
   double center[3] = {0, 0, 0};  ///< of the array, metres
   AUVXSources sources;
   AUVXPosition scans;
-  std::vector<SetupSummary> setups;
+  AUVXFqTbl setups;
   std::vector<std::string> remarks;  ///< one sentence for each table that cannot be read
 
   explicit Observation(UVXInput& input);
 
  private:
-  void ReadSetups(const AUVXTable& table);
+  void Read(const AUVXTable& table, const std::string& code);
 };
 
 }  // namespace zeltra::app

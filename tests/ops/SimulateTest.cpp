@@ -10,6 +10,7 @@
 
 #include "tests/support/TempFile.h"
 #include "zeltra/ops/SimulateUVX.h"
+#include "zeltra/readers/CalculateUVW.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXFile.h"
@@ -35,6 +36,8 @@ struct Record {
 
 // A simulated file with everything that is in it.
 class Simulated {
+  const TempFile file_;  // goes after what has it open
+
  public:
   explicit Simulated(const SimulateOptions& options) : file_("uvx") {
     const AResult result = SimulateUVX(file_.path(), options);
@@ -52,9 +55,6 @@ class Simulated {
 
   AUVXFile uvx;
   std::vector<Record> records;
-
- private:
-  TempFile file_;
 };
 
 SimulateOptions Quick() {
@@ -94,6 +94,14 @@ TEST(SimulateUVX, ProjectsBaselinesOnTheSky) {
     EXPECT_NEAR(group.u(), along(east), 5e-9);
     EXPECT_NEAR(group.v(), along(north), 5e-9);
     EXPECT_NEAR(group.w(), along(s), 5e-9);
+
+    // What a file of right-handed positions holds is what the library makes of it.
+    AUVXGroup again = group;
+    AUVXSourceItem copy = source;
+    CalculateUVW(again, antennas, group.tlsc1() - 1, group.tlsc2() - 1, copy, antennas.IsRight());
+    EXPECT_NEAR(again.u(), group.u(), 1e-8);
+    EXPECT_NEAR(again.v(), group.v(), 1e-8);
+    EXPECT_NEAR(again.w(), group.w(), 1e-8);
   }
 }
 
