@@ -16,6 +16,14 @@ extern "C" void Interrupt(int) {
   std::signal(SIGINT, SIG_DFL);
 }
 
+void WaitForEnter() {
+  std::fprintf(stderr, "\nPress Enter to close ");
+  int character;
+  do {
+    character = std::getchar();
+  } while (character != '\n' && character != EOF);
+}
+
 }  // namespace
 
 Session::Session() {
@@ -52,6 +60,7 @@ void Session::Report(const std::string& sentence) {
 int Session::Finish() {
   progress_.Clear();
   if (!result_) PrintError(result_.message());
+  if (pause) WaitForEnter();
   switch (result_.code()) {
     case AResult::Done:
       return kDone;

@@ -49,6 +49,7 @@ class Session {
   int Finish();
 
   bool quiet = false;
+  bool pause = false;  ///< whether a person is to press Enter before the process ends
 
  private:
   TerminalProgress progress_;
@@ -65,6 +66,7 @@ void AddExportCommand(CLI::App& app, Session& session);
 void AddImportCommand(CLI::App& app, Session& session);
 void AddInfoCommand(CLI::App& app, Session& session);
 void AddRecordsCommand(CLI::App& app, Session& session);
+void AddRegisterCommand(CLI::App& app, Session& session);
 void AddSimulateCommand(CLI::App& app, Session& session);
 void AddTableCommand(CLI::App& app, Session& session);
 

@@ -15,6 +15,7 @@ int Run(std::vector<std::string> arguments) {
   CLI::App app("Radio-interferometry visibility data: import, look at, export", "zeltra");
   app.set_version_flag("--version", "zeltra " ZELTRA_VERSION);
   app.add_flag("-q,--quiet", session.quiet, "no progress bar and no summary; notes and errors are still told");
+  app.add_flag("--pause", session.pause, "wait for Enter before the end, in a window that closes with the program");
   app.require_subcommand(1);
   app.fallthrough();
   // A file name may begin with a slash on Windows too.
@@ -31,6 +32,7 @@ int Run(std::vector<std::string> arguments) {
   AddRecordsCommand(app, session);
   AddTableCommand(app, session);
   AddSimulateCommand(app, session);
+  AddRegisterCommand(app, session);
 
   try {
     // The parser takes arguments from the back.

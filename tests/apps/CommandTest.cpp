@@ -52,7 +52,7 @@ class Given : public TempFile {
 };
 
 TEST(Command, TellsItsUsage) {
-  for (const char* command : {"import", "export", "info", "records", "table", "simulate"}) {
+  for (const char* command : {"import", "export", "info", "records", "table", "simulate", "register"}) {
     const Finished help = RunZeltra({command, "--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_THAT(help.out, HasSubstr(std::string("Usage: zeltra ") + command));
