@@ -146,10 +146,23 @@ TEST(StreamFile, BuffersAndOpensOnceInItsLife) {
   EXPECT_TRUE(stream.Write(text, 5));
   EXPECT_EQ(stream.GetFileSize(), 0) << "what waits in the buffer is not on disk";
   EXPECT_EQ(stream.Tell(), 5);
-  EXPECT_TRUE(stream.Close());
-  EXPECT_EQ(temp.Bytes(), "hello");
   EXPECT_FALSE(stream.Open(temp.c_str(), "rb", 4096));
+  EXPECT_EQ(temp.Bytes(), "hello") << "what waited in the buffer is not lost";
   EXPECT_EQ(stream.GetFileSize(), 5) << "the stream opened by the refused call stays";
+}
+
+TEST(StreamFile, CopiesShareOneStreamAndOneBuffer) {
+  TempFile temp;
+  char text[] = "hello";
+  AStreamFile stream;
+  ASSERT_TRUE(stream.Open(temp.c_str(), "wb+", 4096));
+  {
+    AStreamFile copy(stream);
+    EXPECT_TRUE(copy.Write(text, 5));
+  }
+  EXPECT_EQ(temp.Bytes(), "hello");
+  EXPECT_FALSE(stream.Write(text, 5)) << "the copy has closed the stream of both";
+  EXPECT_FALSE(stream.Close());
 }
 
 std::string lastMessage;

@@ -255,6 +255,61 @@ TEST(Import, CarriesColumnsBesideThoseItCannot) {
   EXPECT_EQ(table->keywords()(0).Value(), "2000-01-02");
 }
 
+TEST(Import, CarriesColumnsBesideOnesThatAreTooLong) {
+  // 40000 elements are more than 16 bits count; a text of 4A2 is two texts of 2 characters.
+  Imported file(Small()
+                    .Table(SyntheticTable("AIPS BP")
+                               .Column("ID", "1J")
+                               .Column("REAL 1", "40000E")
+                               .Column("NAMES", "4A2")
+                               .Column("LAST", "1D")
+                               .Row({7, 1, "ABCD", 2.5})
+                               .RawCard("TSCAL1  = 2.0"))
+                    .Table(SyntheticTable("AIPS BL").Column("TIME", "1E").Row({1})));
+  ASSERT_TRUE(file.result) << file.result.message();
+  const std::unique_ptr<AUVXTable> table(file.uvx.GetTable("BP"));
+  ASSERT_TRUE(table);
+  ASSERT_EQ(table->columnCount(), 3);
+  EXPECT_EQ(table->Number(0, 0), 7);
+  EXPECT_EQ(table->Text(0, 1), "ABCD");
+  EXPECT_EQ(table->Number(0, 2), 2.5);
+  EXPECT_TRUE(file.Remarks("REAL 1 (40000E)"));
+  EXPECT_TRUE(file.Remarks("the column that TSCAL1 scales"));
+  EXPECT_TRUE(file.Remarks("table \"AIPS BL\" is left out"));
+  EXPECT_EQ(std::unique_ptr<AUVXTable>(file.uvx.GetTable("BL"))->FindColumn("ANT1"), 1);
+}
+
+TEST(Import, AddsUpRepeatedParameters) {
+  // After the standard six: two parts of a setup and of a source, and a second part of the baseline, whose halves are
+  // rounded up one by one by the group itself.
+  SyntheticFITS fits = SyntheticFITS::UV(1, 1, 1);
+  for (const char* name : {"FREQSEL", "FREQSEL", "SOURCE", "SOURCE", "BASELINE"}) fits.Parameter(name);
+  const double parts[] = {2, 1, 300, 5, 129.5};
+  Imported file(fits.Groups(
+      1, [&](int g, int p) { return p >= 6   ? parts[p - 6]
+                                    : p == 3 ? 129.5
+                                             : Parameter(g, p); }, Value));
+  ASSERT_TRUE(file.result) << file.result.message();
+  const AUVXGroup group = file.Group(0);
+  EXPECT_EQ(group.freqSel(), 3);
+  EXPECT_EQ(group.sourceNo(), 305);
+  EXPECT_EQ(group.tlsc1(), 1);
+  EXPECT_EQ(group.tlsc2(), 3);
+}
+
+TEST(Import, ReadsTheEquinoxAsNumberOrText) {
+  const std::pair<const char*, double> cases[] = {{"EPOCH   = 'B1950   '", 1950},
+                                                  {"EPOCH   = 1975.5", 1975.5},
+                                                  {"EQUINOX = 'J2000   '", 2000},
+                                                  {"EPOCHS  = 1", 2000}};
+  for (const auto& [card, years] : cases) {
+    Imported file(Small().ReplaceCard("EPOCH", card));
+    ASSERT_TRUE(file.result) << file.result.message();
+    EXPECT_EQ(AUVXHeader(file.uvx).info.epoch, years) << card;
+    EXPECT_EQ(file.Remarks("2000 is assumed"), card == std::string("EPOCHS  = 1")) << card;
+  }
+}
+
 TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
   const auto idi = SyntheticTable("UV_DATA").Column("FLUX", "1E");
   const auto image = [] { return Small().ReplaceCard("GROUPS", "").ReplaceCard("NAXIS1", "NAXIS1  = 3"); };

@@ -37,10 +37,12 @@ class ZELTRA_API ABFile {
   virtual int Trunc() = 0;
   virtual ~ABFile();
 
- protected:
-  ABFile() = default;
+  /// A copy copies nothing: there are no data here.
   ABFile(const ABFile&) = default;
   ABFile& operator=(const ABFile&) = default;
+
+ protected:
+  ABFile() = default;
 };
 
 /// Whether `n` more bytes lie between the current position of `file` and its end. What a file claims about itself is

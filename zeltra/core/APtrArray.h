@@ -9,9 +9,9 @@
 
 namespace zeltra {
 
-/// An array of pointers; `P` is a pointer type. While auto-delete is set, which it is after every constructor, dropped
-/// elements are deleted: by DeleteItems, Free and the destructor. A copy holds the same pointers, so one of the two has
-/// to switch auto-delete off.
+/// An array of pointers; `P` is a pointer type. While auto-delete is set, which it is after every constructor (a copy
+/// of an APtrArray takes its setting), dropped elements are deleted: by DeleteItems, Free and the destructor. A copy
+/// holds the same pointers, so one of the two has to switch auto-delete off.
 template <typename P>
 class APtrArray : public AArray<P> {
   static_assert(std::is_pointer_v<P>);
@@ -24,6 +24,8 @@ class APtrArray : public AArray<P> {
   explicit APtrArray(const AArray<P>& other) : AArray<P>(other) {}
   APtrArray(const APtrArray&) = default;
   APtrArray& operator=(const APtrArray&) = default;
+  /// The image holds the pointers themselves, deliberately: it has no meaning to another process than the one that
+  /// wrote it.
   explicit APtrArray(AFile& f) : AArray<P>(f) {}
   ~APtrArray() override { DeleteElements(0, this->count()); }
 

@@ -4,6 +4,7 @@
 #define ZELTRA_CORE_ASTREAMFILE_H_
 
 #include <cstdio>
+#include <memory>
 
 #include "zeltra/core/ABFile.h"
 
@@ -12,7 +13,7 @@ namespace zeltra {
 /// A file over a runtime stream, for sequential readers and writers.
 ///
 /// The buffer lives until the object is destroyed, so one object can be opened successfully only once. A copy shares
-/// the stream and the buffer.
+/// the stream and the buffer: whichever closes first, or is destroyed first, closes the stream for both.
 class ZELTRA_API AStreamFile : public ABFile {
  public:
   AStreamFile() = default;
@@ -20,7 +21,7 @@ class ZELTRA_API AStreamFile : public ABFile {
   AStreamFile& operator=(const AStreamFile&) = default;
   ~AStreamFile() override;
 
-  /// Open as fopen does, fully buffered with `bufSize` bytes.
+  /// Open as fopen does, fully buffered with `bufSize` bytes. A stream that is still open is closed first.
   /// @return 0 if the file cannot be opened, the buffer not be installed, or the object was opened before. In that last
   ///         case the stream just opened stays in place, although the result says 0.
   int Open(const char* path, const char* mode, int bufSize);
@@ -41,8 +42,11 @@ class ZELTRA_API AStreamFile : public ABFile {
   int Trunc() override;
 
  private:
-  std::FILE* stream_ = nullptr;
-  char* buffer_ = nullptr;
+  std::FILE* Stream() const { return stream_ ? *stream_ : nullptr; }
+
+  // Copies share the pointer itself, so that all of them see the stream closed.
+  std::shared_ptr<std::FILE*> stream_;
+  std::shared_ptr<char[]> buffer_;
 };
 
 }  // namespace zeltra

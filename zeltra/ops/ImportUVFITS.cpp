@@ -233,8 +233,8 @@ bool Importer::DecodeGroup(char* parameters, int number, AUVXGroup& group, AResu
   if (!std::isfinite(group.date)) return refuse(" has a time that is not a number");
   if (group.date == 0) ++findings_.zeroTimes;
 
-  // The group holds the number modulo 65536, so the range is checked on the value itself. The fraction tells the
-  // subarray.
+  // A group rounds each of several parameters of one name, and of sources and setups takes the last one. Their sum
+  // holds, and its range is checked before it is cut to the width of its field. The fraction tells the subarray.
   const double baseline = input_.baseline()(parameters);
   const double whole = std::floor(baseline + 0.5);
   if (!(whole >= 257 && whole <= 65535) || (static_cast<int>(whole) & 0xFF) == 0) {
@@ -242,14 +242,18 @@ bool Importer::DecodeGroup(char* parameters, int number, AUVXGroup& group, AResu
                   ", which is not 256 x antenna 1 + antenna 2 with antennas 1 to 255");
   }
   if (std::fabs(baseline - whole) > 0.005) ++findings_.subarrays;
+  group.ant1 = static_cast<int8_t>(static_cast<int>(whole) >> 8);
+  group.ant2 = static_cast<int8_t>(static_cast<int>(whole) & 0xFF);
 
   if (input_.source().present()) {
     const double source = input_.source()(parameters);
     if (!(source > -32768 && source < 32767)) return refuse(" has SOURCE " + valToStr(source) + ", beyond 16 bits");
+    group.source = static_cast<int16_t>(std::floor(source + 0.5));
   }
   if (input_.freqSel().present()) {
     const double setup = input_.freqSel()(parameters);
     if (!(setup > -128 && setup < 127)) return refuse(" has FREQSEL " + valToStr(setup) + ", beyond 8 bits");
+    group.frqsel = static_cast<int8_t>(std::floor(setup + 0.5));
   }
   // Numbers below 1 stand for "any".
   if (group.source < 1 || group.frqsel < 1) {
@@ -358,7 +362,13 @@ AResult Importer::WriteTables() {
     std::unique_ptr<AUVXTable> table = ConvertTable(*input_.fits().tables()(i), summary_.remarks);
     if (!table) continue;
     const std::string code = table->Code();
-    if (code == "BL") continue;
+    if (code == "BL") {
+      // The code is that of the list of baselines, which is made anew. An export of it comes back here.
+      const std::string& name = input_.fits().tables()(i)->extname();
+      if (name != "ZELTRA BL")
+        summary_.remarks.push_back("table \"" + name + "\" is left out: its place is that of the baseline list");
+      continue;
+    }
     if (code == "NX") {
       if (indexed || !IndexAgrees(*table)) continue;
       indexed = true;

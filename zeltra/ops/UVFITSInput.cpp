@@ -261,10 +261,12 @@ UVFITSInput::Sum UVFITSInput::SumOf(const std::string& name) {
 
 void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
   AFITSmain& main = *fits_.main();
-  if (!Find("EPOCH")) {
-    const std::string* equinox = Find("EQUINOX");
-    const std::string text = equinox ? *equinox : "";
-    const double number = ParseNumber(text.substr(StartsWith(text, "J") || StartsWith(text, "B") ? 1 : 0));
+  const std::string* epoch = Find("EPOCH");
+  const std::string* given = epoch ? epoch : Find("EQUINOX");
+  const std::string text = given ? *given : "";
+  const bool isNamed = StartsWith(text, "J") || StartsWith(text, "B");
+  if (!epoch || isNamed) {
+    const double number = ParseNumber(text.substr(isNamed ? 1 : 0));
     main.epoch() = number > 0 ? number : 2000.0;
     if (!(number > 0)) remarks.push_back("neither EPOCH nor EQUINOX gives the equinox: 2000 is assumed");
   }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <cctype>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <set>
 #include <utility>
 
 #include "zeltra/core/Text.h"
@@ -47,31 +49,35 @@ int64 FieldBytes(char type, int64 count) {
 
 struct Field {
   char type;
+  int count;
   int64 offset, bytes;
 };
+
+// A table counts the elements of a column in 16 bits.
+bool CanCarry(const Field& field) {
+  return std::strchr("ADEIJLX", field.type) != nullptr && field.count <= INT16_MAX;
+}
 
 // The place of every field; also gives each format its repeat count. Empty if the formats contradict the row length.
 std::vector<Field> Layout(AFITSxtbl& extension) {
   std::vector<Field> fields;
   int64 offset = 0;
   for (int i = 0; i < extension.tfields(); ++i) {
-    std::string form = Trimmed(extension.tform(i));
+    const std::string form = Trimmed(extension.tform(i));
     const size_t letter = form.find_first_not_of("0123456789");
     if (letter == std::string::npos || letter > 6) return {};
     const char type = form[letter];
-    if (letter == 0) form = std::string(1, '1').append(form);
-    const int64 bytes = FieldBytes(type, std::atoi(form.c_str()));
+    const std::string repeat = letter == 0 ? "1" : form.substr(0, letter);
+    const int count = std::atoi(repeat.c_str());
+    const int64 bytes = FieldBytes(type, count);
     if (bytes < 0) return {};
-    extension.tform(i) = form;
-    fields.push_back({type, offset, bytes});
+    fields.push_back({type, count, offset, bytes});
+    // A table takes the last character for the type, so the width of shorter texts, as in 60A12, goes.
+    extension.tform(i) = CanCarry(fields.back()) ? repeat + type : repeat + form.substr(letter);
     offset += bytes;
   }
   if (offset != extension.AxisLength(1)) fields.clear();
   return fields;
-}
-
-bool CanCarry(const Field& field) {
-  return std::strchr("ADEIJLX", field.type) != nullptr;
 }
 
 // Copy the fields that can be carried side by side: the rows of a table hold nothing between columns.
@@ -127,7 +133,7 @@ bool IsStructural(const std::string& key, bool indexed) {
     if (key == name) return true;
   }
   if (!indexed) return false;
-  for (const char* name : {"TTYPE", "TFORM", "TUNIT", "TDISP", "TNULL", "TSCAL", "TZERO", "TDIM"}) {
+  for (const char* name : {"TTYPE", "TFORM", "TUNIT", "TDISP", "TNULL", "TDIM"}) {
     if (key == name) return true;
   }
   return false;
@@ -135,8 +141,10 @@ bool IsStructural(const std::string& key, bool indexed) {
 
 // A table takes its keywords from the cards behind the last unit only. Writers put them anywhere, so the others are
 // added.
-void AddKeyWords(AFITSxtbl& extension, AUVXTable& table, std::vector<std::string>& cut) {
+void AddKeyWords(AFITSxtbl& extension, AUVXTable& table, const std::string& label, std::vector<std::string>& remarks) {
   AFile& file = *extension.file();
+  std::set<std::string> present;
+  for (int i = 0; i < table.keywords().count(); ++i) present.insert(table.keywords()(i).Key());
   char card[80];
   for (int64 at = extension.headerStart(); at < extension.headerEnd(); at += 80) {
     if (!file.Seek(at) || !file.Read(card, sizeof card)) return;
@@ -145,12 +153,13 @@ void AddKeyWords(AFITSxtbl& extension, AUVXTable& table, std::vector<std::string
     const int index = parsed.GetNumber();
     if (IsStructural(parsed.strKey(), index >= 0)) continue;
     const std::string key = parsed.strKey() + (index >= 0 ? std::to_string(index) : "");
-    if (parsed.strPar().size() > sizeof(AUVXTableKeyWord::value) - 1) cut.push_back(key);
-    bool present = false;
-    for (int i = 0; i < table.keywords().count() && !present; ++i) {
-      present = FieldText(table.keywords()(i).key, sizeof(AUVXTableKeyWord::key)) == key;
+    if (parsed.strPar().size() > sizeof(AUVXTableKeyWord::value) - 1) {
+      remarks.push_back(label + "the value of " + key + " is cut to 31 characters");
     }
-    if (!present) table.AddKeyWord(key, parsed.strPar(), !parsed.IsParString());
+    if (index >= 0 && (parsed.strKey() == "TSCAL" || parsed.strKey() == "TZERO")) {
+      remarks.push_back(label + "the column that " + key + " scales keeps its numbers as stored");
+    }
+    if (present.insert(key).second) table.AddKeyWord(key, parsed.strPar(), !parsed.IsParString());
   }
 }
 
@@ -179,15 +188,13 @@ std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::s
   }
   auto table = std::make_unique<AUVXTable>(extension);
   if (!dropped.empty()) {
-    remarks.push_back(label + "columns of types that cannot be carried are left out: " + dropped);
+    remarks.push_back(label + "columns of types or lengths that cannot be carried are left out: " + dropped);
     Repack(extension, fields, *table);
   }
   if (const int cleaned = CleanTexts(*table)) {
     remarks.push_back(label + "bytes behind the end of " + std::to_string(cleaned) + " texts were cleared");
   }
-  std::vector<std::string> cut;
-  AddKeyWords(extension, *table, cut);
-  for (const std::string& key : cut) remarks.push_back(label + "the value of " + key + " is cut to 31 characters");
+  AddKeyWords(extension, *table, label, remarks);
   if (!StartsWith(given, "AIPS ")) table->CorrectIDI_FTS();
   return table;
 }

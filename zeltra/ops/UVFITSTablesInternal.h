@@ -12,7 +12,8 @@
 
 namespace zeltra {
 
-/// Convert one extension. Bare formats get their repeat count, columns of types that tables cannot carry are dropped,
+/// Convert one extension. Bare formats get their repeat count, columns of types or lengths that tables cannot carry are
+/// dropped,
 /// text ends at its first zero byte, all keywords of the header are kept, FITS-IDI names become AIPS names.
 /// @param remarks  receives a sentence for all that is changed or not carried
 /// @return null for an extension that cannot be a table (an image, an ASCII table, rows that contradict its columns)

@@ -63,7 +63,7 @@ AUVXBaseLines::AUVXBaseLines(const AUVXTable& table) : AUVXBaseLines() {
   std::sort(items.begin(), items.end(), BeforeWithFlag);
   const auto same = [](const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) { return Key(a) == Key(b); };
   items.erase(std::unique(items.begin(), items.end(), same), items.end());
-  for (const AUVXBaseLineItem& item : items) Add(item);
+  *this += AArray(items.data(), static_cast<int>(items.size()), kGrowBy, 1);
 }
 
 int AUVXBaseLines::checkBase(const AUVXBaseLineItem& item) {
