@@ -62,13 +62,18 @@ void PrintError(const std::string& sentence);
 /// Add --csv and --json, which set `format`.
 void AddFormatOptions(CLI::App& command, TableFormat& format);
 
+void AddAverageCommand(CLI::App& app, Session& session);
+void AddClosureCommand(CLI::App& app, Session& session);
+void AddCopyCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);
 void AddImportCommand(CLI::App& app, Session& session);
 void AddInfoCommand(CLI::App& app, Session& session);
+void AddLoopsCommand(CLI::App& app, Session& session);
 void AddRecordsCommand(CLI::App& app, Session& session);
 void AddRegisterCommand(CLI::App& app, Session& session);
 void AddSimulateCommand(CLI::App& app, Session& session);
 void AddTableCommand(CLI::App& app, Session& session);
+void AddUVWCommand(CLI::App& app, Session& session);
 
 }  // namespace zeltra::app
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "apps/zeltra/Dates.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -26,6 +27,25 @@ std::string Sexagesimal(double value, int digits) {
   return text;
 }
 
+// `hh:mm`, `hh:mm:ss` or `hh:mm:ss.s` as a part of a day.
+std::optional<double> ParseTimeOfDay(std::string_view text) {
+  double fields[3] = {};
+  const char* p = text.data();
+  const char* end = p + text.size();
+  for (int i = 0; i < 3; ++i) {
+    const bool hasTwoDigits = end - p >= 2 && p[0] >= '0' && p[0] <= '9' && p[1] >= '0' && p[1] <= '9';
+    if (!hasTwoDigits || (i < 2 && end - p > 2 && p[2] != ':')) return std::nullopt;
+    const auto parsed = std::from_chars(p, i < 2 ? p + 2 : end, fields[i], std::chars_format::fixed);
+    p = parsed.ptr;
+    if (p == end)
+      return i == 0 || fields[0] > 23 || fields[1] > 59 || fields[2] >= 61
+                 ? std::nullopt
+                 : std::optional((fields[0] * 3600 + fields[1] * 60 + fields[2]) / 86400);
+    if (i < 2) ++p;
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::string DateText(double jd) {
@@ -42,6 +62,25 @@ std::string DateAndTime(double jd) {
   const int64 tenths = std::llround((jd - midnight) * static_cast<double>(kTenthsPerDay));
   const double day = midnight + static_cast<double>(tenths / kTenthsPerDay);
   return DateText(day) + " " + Sexagesimal(static_cast<double>(tenths % kTenthsPerDay) / 36000, 1);
+}
+
+std::optional<double> ParseTime(const std::string& text) {
+  const char* end = text.data() + text.size();
+  double number = 0;
+  const auto parsed = std::from_chars(text.data(), end, number);
+  if (parsed.ec == std::errc() && parsed.ptr == end) {
+    return CalendarDate(number).year > 0 ? std::optional(number) : std::nullopt;
+  }
+  std::string_view rest = text;
+  const std::string date(rest.substr(0, 10));
+  const double midnight = date.size() == 10 && date[4] == '-' && date[7] == '-' ? JulianDateOf(date) : 0;
+  if (midnight == 0) return std::nullopt;
+  rest.remove_prefix(10);
+  if (rest.empty()) return midnight;
+  if (rest.back() == 'Z') rest.remove_suffix(1);
+  if (rest.empty() || (rest.front() != 'T' && rest.front() != ' ')) return std::nullopt;
+  const std::optional<double> part = ParseTimeOfDay(rest.substr(1));
+  return part ? std::optional(midnight + *part) : std::nullopt;
 }
 
 std::string DurationText(double seconds) {

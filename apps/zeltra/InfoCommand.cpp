@@ -10,6 +10,7 @@
 #include "apps/zeltra/Dates.h"
 #include "apps/zeltra/Observation.h"
 #include "zeltra/core/Text.h"
+#include "zeltra/readers/AUVXFluxes.h"
 
 namespace zeltra::app {
 namespace {
@@ -23,6 +24,7 @@ constexpr int kMostLines = 40;
 struct Arguments {
   std::string path;
   bool json = false;
+  bool baselines = false;
 };
 
 template <int size>
@@ -105,8 +107,30 @@ ordered_json SetupsAsJSON(const Observation& observation) {
   return list;
 }
 
+ordered_json BaselinesAsJSON(const Observation& observation, const AUVXFluxes& fluxes) {
+  ordered_json list = ordered_json::array();
+  for (int i = 0; i < fluxes.baselines().count(); ++i) {
+    const AUVXBaseLineItem& baseline = fluxes.baselines()(i);
+    ordered_json polarisations = ordered_json::array();
+    for (int s = 0; s < fluxes.stokes(); ++s) {
+      const AUVXFluxItem& flux = fluxes(i, s);
+      polarisations.push_back({{"stokes", observation.stokesNames[static_cast<size_t>(s)]},
+                               {"values", flux.count},
+                               {"mean", flux.mean},
+                               {"scatter", flux.scatter}});
+    }
+    list.push_back({{"source", int{baseline.source}},
+                    {"ant1", static_cast<uint8_t>(baseline.tlsc1)},
+                    {"ant2", static_cast<uint8_t>(baseline.tlsc2)},
+                    {"flagged", baseline.flag != 0},
+                    {"polarisations", polarisations}});
+  }
+  return list;
+}
+
 // Numbers that are not finite become null.
-std::string InfoAsJSON(Observation& observation, const AUVXFile& uvx) {
+// @param fluxes  null without statistics of the baselines
+std::string InfoAsJSON(Observation& observation, const AUVXFile& uvx, const AUVXFluxes* fluxes) {
   AUVXHeader& header = observation.header;
   const double dateObs = header.info.dateObs;
   const std::string date = DateText(dateObs);
@@ -135,6 +159,7 @@ std::string InfoAsJSON(Observation& observation, const AUVXFile& uvx) {
   info["sources"] = SourcesAsJSON(observation);
   info["scans"] = ScansAsJSON(observation);
   info["frequencies"] = SetupsAsJSON(observation);
+  if (fluxes) info["baselines"] = BaselinesAsJSON(observation, *fluxes);
   return info.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 
@@ -145,6 +170,7 @@ class Page {
       : out_(out), observation_(observation), header_(observation.header), uvx_(uvx) {}
 
   void Print(const std::string& path);
+  void PrintBaselines(const AUVXFluxes& fluxes);
 
  private:
   void PrintHead();
@@ -304,6 +330,27 @@ void Page::PrintTables() {
   EndSection(printer, static_cast<int>(observation_.tables.size()), "");
 }
 
+void Page::PrintBaselines(const AUVXFluxes& fluxes) {
+  TablePrinter printer = Section(
+      "Baselines",
+      {{"source", true}, {"antennas"}, {"polarisation", true}, {"valid values"}, {"mean amplitude"}, {"scatter"}});
+  for (int i = 0; i < fluxes.baselines().count(); ++i) {
+    const AUVXBaseLineItem& baseline = fluxes.baselines()(i);
+    for (int s = 0; s < fluxes.stokes(); ++s) {
+      const AUVXFluxItem& flux = fluxes(i, s);
+      printer.Text(SourceName(baseline.source));
+      printer.Text(std::to_string(static_cast<uint8_t>(baseline.tlsc1)) + "-" +
+                   std::to_string(static_cast<uint8_t>(baseline.tlsc2)));
+      printer.Text(observation_.stokesNames[static_cast<size_t>(s)]);
+      printer.Integer(flux.count);
+      printer.Real(static_cast<float>(flux.mean));
+      printer.Real(static_cast<float>(flux.scatter));
+      printer.EndRow();
+    }
+  }
+  EndSection(printer, fluxes.baselines().count(), "");
+}
+
 void Page::Line(const char* what, const std::string& text) {
   std::string head = std::string("  ") + what;
   head.resize(14, ' ');
@@ -337,11 +384,21 @@ AResult Info(const Arguments& arguments, Session& session) {
   if (AResult result = input.Open(arguments.path, session); !result) return result;
   Observation observation(input);
   for (const std::string& remark : observation.remarks) session.Note(remark);
+  AUVXFluxes fluxes;
+  if (arguments.baselines) {
+    const JobOptions options = session.Options(false);
+    SendProgressText(options.progress, "Measuring baselines...");
+    if (!fluxes.Create(input.uvx(), options.progress, options.cancel)) {
+      return AResult::Cancel(arguments.path + ": not all records are read");
+    }
+  }
   StandardOutput out;
   if (arguments.json) {
-    out.Append(InfoAsJSON(observation, input.uvx()));
+    out.Append(InfoAsJSON(observation, input.uvx(), arguments.baselines ? &fluxes : nullptr));
   } else {
-    Page(out, observation, input.uvx()).Print(arguments.path);
+    Page page(out, observation, input.uvx());
+    page.Print(arguments.path);
+    if (arguments.baselines) page.PrintBaselines(fluxes);
   }
   return out.Flush();
 }
@@ -355,6 +412,9 @@ void AddInfoCommand(CLI::App& app, Session& session) {
   command.add_flag("--json", arguments->json,
                    "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records "
                    "numbered from 1");
+  command.add_flag("--baselines", arguments->baselines,
+                   "read all records for the mean amplitude, its scatter and the number of valid values of every "
+                   "baseline and polarisation");
   session.OnRun(command, [arguments, &session] { return Info(*arguments, session); });
 }
 

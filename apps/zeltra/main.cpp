@@ -12,7 +12,7 @@ namespace {
 
 int Run(std::vector<std::string> arguments) {
   Session session;
-  CLI::App app("Radio-interferometry visibility data: import, look at, export", "zeltra");
+  CLI::App app("Radio-interferometry visibility data: import, look at, average, close, copy, export", "zeltra");
   app.set_version_flag("--version", "zeltra " ZELTRA_VERSION);
   app.add_flag("-q,--quiet", session.quiet, "no progress bar and no summary; notes and errors are still told");
   app.add_flag("--pause", session.pause, "wait for Enter before the end, in a window that closes with the program");
@@ -31,6 +31,11 @@ int Run(std::vector<std::string> arguments) {
   AddInfoCommand(app, session);
   AddRecordsCommand(app, session);
   AddTableCommand(app, session);
+  AddAverageCommand(app, session);
+  AddClosureCommand(app, session);
+  AddLoopsCommand(app, session);
+  AddCopyCommand(app, session);
+  AddUVWCommand(app, session);
   AddSimulateCommand(app, session);
   AddRegisterCommand(app, session);
 

@@ -94,7 +94,6 @@ class AArray {
   void Reallocate(int capacity);
 
  private:
-
   int32_t count_ = 0;
   int32_t capacity_ = 0;
   int32_t growBy_ = 256;

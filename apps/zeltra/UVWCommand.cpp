@@ -1,0 +1,73 @@
+// zeltra uvw: a UVX file with its coordinates u, v, w computed anew.
+// SPDX-License-Identifier: MIT
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+#include "apps/zeltra/Command.h"
+#include "apps/zeltra/UVXInput.h"
+#include "zeltra/ops/RecomputeUVW.h"
+
+namespace zeltra::app {
+namespace {
+
+constexpr double kSpeedOfLight = 299792458.0;  // m/s, by definition
+
+struct Arguments {
+  std::string from;
+  std::string to;
+  bool force = false;
+  UVWOptions options;
+};
+
+AResult PrintDifference(const UVWDifference& difference) {
+  StandardOutput out;
+  TablePrinter printer(out, TableFormat::Text, {{"", true}, {"max / s"}, {"rms / s"}, {"max / m"}, {"rms / m"}});
+  for (int i = 0; i < 3; ++i) {
+    printer.Text(std::string(1, "uvw"[i]));
+    for (const double unit : {1.0, kSpeedOfLight}) {
+      for (const double seconds : {difference.largest[i], difference.rms[i]}) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.4g", seconds * unit);
+        printer.Text(text);
+      }
+    }
+    printer.EndRow();
+  }
+  printer.Finish();
+  return out.Flush();
+}
+
+AResult Recompute(Arguments& arguments, Session& session) {
+  UVXInput input;
+  if (AResult result = input.Open(arguments.from, session); !result) return result;
+  static_cast<JobOptions&>(arguments.options) = session.Options(arguments.force);
+  UVWDifference difference;
+  AResult result = RecomputeUVW(input, arguments.to, arguments.options, difference);
+  if (!result) return result;
+  session.Report(arguments.to + ": new minus old coordinates of " + std::to_string(difference.records) + " records");
+  // Wrong axes are off by the length of baselines, what mean sidereal time leaves out by a thousandth of it.
+  constexpr double kSuspicious = 0.02;
+  if (std::hypot(difference.rms[0], difference.rms[1]) > kSuspicious * difference.longest) {
+    session.Note(std::string("the coordinates differ by the length of baselines: try ") +
+                 (arguments.options.rotate ? "without" : "with") + " --rotate");
+  }
+  return PrintDifference(difference);
+}
+
+}  // namespace
+
+void AddUVWCommand(CLI::App& app, Session& session) {
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = *app.add_subcommand(
+      "uvw", "Compute u, v, w anew from antennas, source and time, and tell how far they lie from those in the file");
+  command.add_option("FILE", arguments->from, "UVX, or UV FITS, which is imported first")->required();
+  command.add_option("OUT.uvx", arguments->to, "the file to make")->required();
+  command.add_flag("--rotate", arguments->options.rotate,
+                   "the antennas' axes are right-handed, or turned to the local meridian; otherwise y points to 90 "
+                   "degrees west");
+  command.add_flag("-f,--force", arguments->force, "replace OUT.uvx if it exists");
+  session.OnRun(command, [arguments, &session] { return Recompute(*arguments, session); });
+}
+
+}  // namespace zeltra::app

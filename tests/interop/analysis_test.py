@@ -1,0 +1,579 @@
+"""Compare averages, closure phases and coordinates with numpy's and astropy's, and harass the commands that make them.
+
+usage: analysis_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
+"""
+# SPDX-License-Identifier: MIT
+import glob
+import itertools
+import json
+import os
+import random
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+try:
+    import numpy as np
+    from astropy.coordinates import FK5, SkyCoord
+    from astropy.time import Time
+    from astropy.utils import iers
+except ImportError as missing:
+    print("skipped: python3-astropy is not installed (%s)" % missing)
+    sys.exit(77)
+
+import uvx
+
+iers.conf.auto_download = False
+ZELTRA = os.path.abspath(sys.argv.pop(1))
+SHARED = sys.argv.pop(1)
+SECONDS_PER_DAY = 86400.0
+LIGHT = 299792458.0
+
+
+def zeltra(*arguments):
+    done = subprocess.run([ZELTRA, *map(str, arguments)], capture_output=True, text=True)
+    if done.returncode:
+        raise AssertionError("zeltra %s: %s" % (" ".join(map(str, arguments)), done.stderr))
+    return done.stdout
+
+
+def numbers(csv):
+    """Names of the columns, and the values as float64."""
+    lines = csv.splitlines()
+    rows = [np.array(line.split(","), "f8") for line in lines[1:]]
+    return lines[0].split(","), np.array(rows).reshape(len(rows), lines[0].count(",") + 1)
+
+
+def contents(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def seconds(file, times):
+    return np.round((times - file.date_obs) * 864e6) / 1e4
+
+
+def cleaned(vis):
+    """Values that are not finite become flagged zeros."""
+    vis = vis.astype("f8")
+    vis[~np.isfinite(vis).all(axis=-1)] = 0
+    return vis
+
+
+def mean_of(vis, amphase):
+    """Mean over the first axis of [record][value][re, im, weight], as defined; and the sum of the amplitudes."""
+    value = vis[..., 0] + 1j * vis[..., 1]
+    slots = np.stack([np.abs(value), np.angle(value), vis[..., 2]], -1) if amphase else vis
+    total, count = slots[0].copy(), np.ones(len(slots[0]))
+    last, running = slots[0, :, 1].copy(), slots[0, :, 1].copy()
+    for new in slots[1:]:
+        valid, started = new[:, 2] > 0, total[:, 2] > 0
+        replaced, added = valid & ~started, valid & started
+        if amphase:
+            last[replaced] = running[replaced] = new[replaced, 1]
+            step = new[:, 1] - last
+            step = step - 2 * np.pi * np.round(step / (2 * np.pi))
+            running[added] += step[added]
+            last[added] = new[added, 1]
+            new = np.stack([new[:, 0], np.where(added, running, new[:, 1]), new[:, 2]], -1)
+        total[replaced], count[replaced] = new[replaced], 1
+        total[added] += new[added]
+        count[added] += 1
+    total /= count[:, None]
+    if amphase:
+        total = np.stack([total[:, 0] * np.cos(total[:, 1]), total[:, 0] * np.sin(total[:, 1]), total[:, 2]], -1)
+    return total, np.abs(value).sum(axis=0)
+
+
+def combined(vis, stokes, mix):
+    """Values [record][point][combination] of a mix, from values [record][point][polarisation]."""
+    at = {code: i for i, code in enumerate(stokes)}
+    value, weight = vis[..., 0] + 1j * vis[..., 1], vis[..., 2]
+    out = []
+
+    def single(i):
+        out.append((value[..., i], weight[..., i]))
+
+    def pair(p, q, form):
+        p, q = at[p], at[q]
+        mean = (np.abs(weight[..., p]) + np.abs(weight[..., q])) / 2
+        out.append((form(value[..., p], value[..., q]),
+                    np.where((weight[..., p] > 0) & (weight[..., q] > 0), mean, -mean)))
+
+    kept = {"all": stokes, "rl": (-6, -5, -2, -1), "cross": (-8, -7, -4, -3)}[mix]
+    for i, code in enumerate(stokes):
+        if code in kept:
+            single(i)
+    if mix == "all" and {-1, -2} <= at.keys():
+        pair(-2, -1, lambda ll, rr: (ll + rr) / 2)
+        pair(-2, -1, lambda ll, rr: (rr - ll) / 2)
+    if mix == "all" and {-3, -4} <= at.keys():
+        pair(-3, -4, lambda rl, lr: (rl + lr) / 2)
+        pair(-3, -4, lambda rl, lr: 1j * (rl - lr) / 2)
+    return np.stack([np.stack([v.real, v.imag, w], -1) for v, w in out], -2)
+
+
+def averages(file, interval, amphase=False, source=None, mix=None):
+    """{(stream, interval number): {(ant1, ant2): (mean, amplitudes)}} and the times of the intervals, seconds."""
+    group, vis = file.records["group"], cleaned(file.records["vis"])
+    vis = vis.reshape(len(group), -1, len(file.stokes), 3)
+    if mix:
+        vis = combined(vis, file.stokes, mix)
+    vis = vis.reshape(len(group), -1, 3)
+    when = seconds(file, group["time"])
+    found, number = {}, {}
+    for i in np.flatnonzero(group["flag"] == 0):
+        if source in (None, group["source"][i]):
+            stream = group["source"][i], group["frqsel"][i]
+            # What opens an interval may come a hundred-thousandth of its length too early.
+            if stream not in number or interval < 0 or when[i] >= (number[stream] + 1) * interval:
+                number[stream] = when[i] if interval < 0 else np.floor(when[i] / interval + 1e-5)
+            key = (number[stream], *stream)
+            found.setdefault(key, {}).setdefault((group["ant1"][i], group["ant2"][i]), []).append(i)
+    means = {key: {pair: mean_of(vis[rows], amphase) for pair, rows in pairs.items()} for key, pairs in found.items()}
+    return {key: ((key[0] + 0.5) * interval if interval > 0 else key[0], means[key]) for key in sorted(means)}
+
+
+class Analysis(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def simulated(self, *options):
+        zeltra("simulate", self.path("sim.uvx"), "--force", *options)
+        return self.path("sim.uvx")
+
+    def ragged(self):
+        """A simulated file with uneven intervals, and weights and values of every kind."""
+        raw = bytearray(contents(self.simulated("--minutes", "8", "--integration", "3", "--antennas", "6")))
+        file = uvx.File(self.path("sim.uvx"))
+        records = np.frombuffer(raw, file.records.dtype, file.count, file.data_offset)
+        chance = np.random.default_rng(1)
+        vis = records["vis"]
+        some = lambda share: chance.random(vis.shape[:-1]) < share
+        vis[..., 2][some(0.2)] *= -1
+        vis[..., 2][some(0.05)] = 0
+        vis[..., 2][some(0.01)] = np.inf
+        vis[..., 2][some(0.01)] = np.nan
+        vis[..., 0][some(0.01)] = np.nan
+        vis[..., 1][some(0.01)] = -np.inf
+        records["group"]["flag"][chance.random(file.count) < 0.3] = 1
+        quiet = (seconds(file, records["group"]["time"]) // 60) % 3 == 1
+        records["group"]["flag"][quiet & (records["group"]["ant1"] == 2)] = 1
+        with open(self.path("ragged.uvx"), "wb") as out:
+            out.write(raw)
+        return self.path("ragged.uvx")
+
+    def real(self):
+        paths = sorted(glob.glob(os.path.join(SHARED, "*.uvfits")))
+        if not paths:
+            self.skipTest("no real files in " + SHARED)
+        for path in paths:
+            zeltra("import", path, self.path("real.uvx"), "--force")
+            yield path, uvx.File(self.path("real.uvx"))
+
+    def check_averages(self, path, file, interval, amphase=False, source=None, mix=None):
+        options = ["--source", source] if source else []
+        options += ["--mix", mix] if mix else []
+        options += ["--mode", "amphase"] if amphase else []
+        names, rows = numbers(zeltra("average", path, "--interval", interval, "--csv", *options))
+        wanted = averages(file, interval, amphase, source, mix)
+        self.assertEqual(len(rows), sum(len(pairs) for _, pairs in wanted.values()))
+        row = iter(rows)
+        for when, pairs in wanted.values():
+            for pair in sorted(pairs, key=lambda p: (p[0] ^ 128, p[1] ^ 128)):
+                got = next(row)
+                mean, amplitudes = pairs[pair]
+                self.assertAlmostEqual((got[0] - file.date_obs) * SECONDS_PER_DAY, when, delta=0.0051)
+                self.assertEqual(tuple(got[1:3]), pair)
+                values = got[3:].reshape(-1, 3)
+                self.assertEqual(len(names), 3 + values.size)
+                np.testing.assert_array_equal(values[:, 2] > 0, mean[:, 2] > 0)
+                np.testing.assert_allclose(values[:, 2], mean[:, 2], rtol=1e-5)
+                # Sums in single precision: of amplitudes, and in the other mode of phases that have been unwrapped.
+                error = np.abs(values[:, :2] - mean[:, :2])
+                limit = np.maximum(amplitudes, 1e-30) * (2e-5 if amphase else 1e-6)
+                self.assertTrue((error <= limit[:, None]).all(), (pair, when, error.max()))
+
+    def test_averages_of_a_simulated_file(self):
+        path = self.simulated("--minutes", "6", "--antennas", "5")
+        file = uvx.File(path)
+        for interval in (-1, 10, 30, 60, 3600):
+            self.check_averages(path, file, interval)
+        self.check_averages(path, file, 60, amphase=True, source=2)
+
+    def test_averages_of_ragged_intervals(self):
+        path = self.ragged()
+        file = uvx.File(path)
+        for interval, amphase, mix in itertools.product((-1, 7, 60), (False, True), (None, "all", "rl", "cross")):
+            with self.subTest(interval=interval, amphase=amphase, mix=mix):
+                self.check_averages(path, file, interval, amphase, None, mix)
+
+    def test_averages_of_real_files(self):
+        for path, file in self.real():
+            for interval, amphase in ((-1, False), (120, False), (600, True)):
+                with self.subTest(os.path.basename(path), interval=interval):
+                    self.check_averages(self.path("real.uvx"), file, interval, amphase)
+
+    def test_time_stamps_closer_than_a_second_stay_apart(self):
+        path = self.simulated("--minutes", "0.2", "--integration", "0.25", "--antennas", "3")
+        _, rows = numbers(zeltra("average", path, "--interval", -1, "--csv"))
+        times = seconds(uvx.File(path), np.unique(rows[:, 0]))
+        stamps = seconds(uvx.File(path), np.unique(uvx.File(path).records["group"]["time"]))
+        np.testing.assert_allclose(times, stamps, atol=0.0051)
+        self.assertEqual(len(times), len(stamps))
+
+    def test_start_and_stop(self):
+        path = self.simulated("--minutes", "3", "--antennas", "3")
+        file = uvx.File(path)
+        day = file.date_obs
+        for start, stop in (("2020-03-20T07:00:55", "2020-03-20 07:02:05Z"),
+                            (repr(day + 25255 / SECONDS_PER_DAY), repr(day + 25325 / SECONDS_PER_DAY))):
+            _, rows = numbers(zeltra("average", path, "--interval", 20, "--csv", "--start", start, "--stop", stop))
+            when = np.unique(seconds(file, file.records["group"]["time"][file.records["group"]["flag"] == 0]))
+            inside = when[(when >= 25255) & (when <= 25325)]
+            wanted = np.unique(25255 + 20 * (np.floor((inside - 25255) / 20) + 0.5))
+            np.testing.assert_allclose(np.unique(seconds(file, rows[:, 0])), wanted, atol=0.0051)
+            copy = self.path("copy.uvx")
+            zeltra("copy", path, copy, "--force", "--start", start, "--stop", stop)
+            np.testing.assert_array_equal(np.unique(seconds(file, uvx.File(copy).records["group"]["time"])),
+                                          np.unique(seconds(file, file.records["group"]["time"][
+                                              (seconds(file, file.records["group"]["time"]) >= 25255) &
+                                              (seconds(file, file.records["group"]["time"]) <= 25325)])))
+
+    def test_averages_in_a_file(self):
+        path, out = self.ragged(), self.path("out.uvx")
+        for options in ((), ("--mix", "all"), ("--source", "3c279", "--mode", "amphase")):
+            zeltra("average", path, "--interval", 30, "-o", out, "--force", *options)
+            file, source = uvx.File(out), uvx.File(path)
+            _, rows = numbers(zeltra("average", path, "--interval", 30, "--csv", *options))
+            group = file.records["group"]
+            self.assertEqual(file.count, len(rows))
+            np.testing.assert_array_equal(group["time"], rows[:, 0])
+            np.testing.assert_array_equal(np.stack([group["ant1"], group["ant2"]], 1), rows[:, 1:3])
+            np.testing.assert_array_equal(file.records["vis"].reshape(len(rows), -1), rows[:, 3:].astype("f4"))
+            self.assertEqual(file.stokes, (-1, -2, -3, -4, 1, 4, 2, 3) if "all" in options else source.stokes)
+            self.assertEqual(file.ranges["time"], group["time"].min())
+            for one, other in zip(file.tables, source.tables):
+                self.assertEqual(one.code, other.code)
+                if one.code not in ("NX", "BL"):
+                    self.assertEqual((one.data, one.columns, one.keywords), (other.data, other.columns, other.keywords))
+            self.check_index(file)
+            first = np.flatnonzero((source.records["group"]["flag"] == 0) & (source.records["group"]["ant1"] == 1) &
+                                   (source.records["group"]["source"] == group["source"][0]) &
+                                   (source.records["group"]["ant2"] == group["ant2"][0]) &
+                                   (np.abs(source.records["group"]["time"] - group["time"][0]) * 86400 <= 15))
+            for name in "uvw":
+                np.testing.assert_allclose(group[name][0], source.records["group"][name][first].mean(dtype="f8"), rtol=1e-6)
+
+    def check_index(self, file):
+        """NX has the scans of the records, times in days since 0 h of the observation date."""
+        index, group = file.table("NX"), file.records["group"]
+        middle, length, source, _, start, end, setup = (index.column(i)[:, 0] for i in range(7))
+        change = np.flatnonzero((np.diff(group["source"]) != 0) | (np.diff(group["frqsel"]) != 0)) + 1
+        np.testing.assert_array_equal(start - 1, np.concatenate([[0], change]))
+        np.testing.assert_array_equal(end, np.concatenate([change, [file.count]]))
+        for row in range(index.rows):
+            when = group["time"][start[row] - 1:end[row]] - file.date_obs
+            self.assertEqual((source[row], setup[row]), (group["source"][start[row] - 1], group["frqsel"][start[row] - 1]))
+            # The columns are 32-bit floats.
+            self.assertAlmostEqual(middle[row], (when.min() + when.max()) / 2, delta=1e-6 * max(1, abs(when.max())))
+            self.assertAlmostEqual(length[row], when.max() - when.min(), delta=1e-6 * max(1, abs(when.max())))
+
+    def check_closures(self, path, file, interval, polarisation=None, place=0, antenna=None, source=None):
+        """`place`: the value of a record that `polarisation` is, or a function of its values."""
+        options = ["--stokes", polarisation] if polarisation else []
+        options += ["--antenna", antenna] if antenna else []
+        options += ["--source", source] if source else []
+        _, rows = numbers(zeltra("closure", path, "--interval", interval, "--csv", *options))
+        wanted = []
+        for when, pairs in averages(file, interval, source=source).values():
+            legs = {}
+            for (a, b), (mean, amplitudes) in pairs.items():
+                if a != b and mean[place, 2] > 0:
+                    z = mean[place, 0] + 1j * mean[place, 1]
+                    legs[min(a, b), max(a, b)] = (z if a < b else z.conj(), amplitudes[place])
+            for a, b, c in itertools.combinations(sorted({x for pair in legs for x in pair}), 3):
+                if {(a, b), (b, c), (a, c)} <= legs.keys() and antenna in (None, a, b, c):
+                    one, two, three = legs[a, b], legs[b, c], legs[a, c]
+                    noise = sum(1e-6 * s / abs(z) for z, s in (one, two, three) if z)
+                    wanted.append((when, a, b, c, np.angle(one[0] * two[0] * three[0].conj()), noise))
+        self.assertEqual(len(rows), len(wanted))
+        wanted = np.array(wanted).reshape(-1, 6)
+        np.testing.assert_array_equal(rows[:, 1:4], wanted[:, 1:4])
+        np.testing.assert_allclose(seconds(file, rows[:, 0]), wanted[:, 0], atol=0.0051)
+        off = np.abs((rows[:, 4] - wanted[:, 4] + np.pi) % (2 * np.pi) - np.pi)
+        self.assertLess((off - wanted[:, 5]).max(initial=0), 1e-6)
+        self.assertTrue((np.abs(rows[:, 4]) <= np.pi).all())
+        return rows
+
+    def test_closures_of_ragged_intervals(self):
+        path = self.ragged()
+        file = uvx.File(path)
+        for interval in (-1, 7, 60):
+            self.assertGreater(len(self.check_closures(path, file, interval)), 10)
+        self.check_closures(path, file, 30, "LL", 1, antenna=4, source=2)
+
+    def test_closures_of_real_files(self):
+        for path, file in self.real():
+            with self.subTest(os.path.basename(path)):
+                self.check_closures(self.path("real.uvx"), file, -1 if "hera" in path else 600)
+
+    def test_closures_of_reversed_baselines(self):
+        """Exchanging the antennas of records, with conjugate values and RL for LR, changes no closure phase."""
+        path = self.simulated("--minutes", "2", "--antennas", "5")
+        raw = bytearray(contents(path))
+        file = uvx.File(path)
+        records = np.frombuffer(raw, file.records.dtype, file.count, file.data_offset)
+        turned = np.random.default_rng(2).random(file.count) < 0.5
+        group = records["group"]
+        group["ant1"][turned], group["ant2"][turned] = group["ant2"][turned], group["ant1"][turned]
+        values = records["vis"][turned][..., [0, 1, 3, 2], :]
+        values[..., 1] *= -1
+        records["vis"][turned] = values
+        with open(self.path("turned.uvx"), "wb") as out:
+            out.write(raw)
+        for stokes in ("RR", "RL", "I", "U"):
+            straight, other = (numbers(zeltra("closure", p, "--interval", 30, "--stokes", stokes, "--csv"))[1]
+                               for p in (path, self.path("turned.uvx")))
+            np.testing.assert_array_equal(straight[:, :4], other[:, :4])
+            off = np.abs((straight[:, 4] - other[:, 4] + np.pi) % (2 * np.pi) - np.pi)
+            self.assertLess(off.max(), 1e-4, stokes)
+
+    def test_closures_of_known_sources(self):
+        """Antenna phases drop out: a point source closes to zero, two components to the phase of their sum."""
+        mas = np.pi / 180 / 3600e3
+        second = {1: (3.0, 1.2, -2.1, -1.3), 2: (2.0, 0.6, 1.7, -0.8)}  # as in SimulateUVX.h
+        for components in (1, 2):
+            path = self.simulated("--noise", "0", "--phase-errors", "--components", components, "--minutes", "10")
+            file = uvx.File(path)
+            group = file.records["group"]
+            uv = {(t, a, b): (u, v, s) for t, a, b, u, v, s in
+                  zip(seconds(file, group["time"]), group["ant1"], group["ant2"], group["u"].astype("f8"),
+                      group["v"].astype("f8"), group["source"])}
+            _, rows = numbers(zeltra("closure", path, "--interval", -1, "--if", 1, "--channel", 2, "--csv"))
+            self.assertGreater(len(rows), 1000)
+            frequency = 8.4e9 + 16e6 + 2 * 4e6
+            for row, when in zip(rows, seconds(file, rows[:, 0])):
+                a, b, c = row[1:4].astype(int)
+                z = 1
+                for (one, other), turn in (((a, b), 1), ((b, c), 1), ((a, c), -1)):
+                    u, v, s = uv[when, one, other]
+                    first, flux, east, north = second[s]
+                    leg = first + (components - 1) * flux * np.exp(2j * np.pi * frequency * (u * east + v * north) * mas)
+                    z *= leg if turn > 0 else leg.conj()
+                off = (row[4] - np.angle(z) + np.pi) % (2 * np.pi) - np.pi
+                # Values and u, v are 32-bit floats.
+                self.assertLess(abs(off), 2e-6)
+
+    def test_loops(self):
+        path = self.simulated("--minutes", "1", "--antennas", "5")
+        self.assertEqual(zeltra("loops", path, "2-3", "--max", 2), "2-1 1-3\n2-4 4-3\n2-5 5-3\n")
+        chains = [line.split() for line in zeltra("loops", path, "hn-FD").splitlines()]
+        self.assertEqual(len(chains), 3 + 3 * 2)
+        for chain in chains:
+            antennas = [leg.split("-") for leg in chain]
+            self.assertEqual((antennas[0][0], antennas[-1][1]), ("3", "2"))
+            self.assertTrue(all(one[1] == two[0] for one, two in zip(antennas, antennas[1:])))
+
+    def test_statistics_of_baselines(self):
+        path = self.ragged()
+        file = uvx.File(path)
+        group, vis = file.records["group"], file.records["vis"]
+        found = json.loads(zeltra("info", path, "--baselines", "--json"))["baselines"]
+        self.assertEqual(len(found), 2 * 15)
+        for item in found:
+            rows = (group["source"] == item["source"]) & (group["ant1"] == item["ant1"]) & (group["ant2"] == item["ant2"])
+            for s, one in enumerate(item["polarisations"]):
+                values = vis[rows][..., s, :].reshape(-1, 3).astype("f8")
+                values = values[np.isfinite(values).all(axis=1) & (values[:, 2] > 0)]
+                amplitude = np.hypot(values[:, 0], values[:, 1])
+                self.assertEqual(one["stokes"], ("RR", "LL", "RL", "LR")[s])
+                self.assertEqual(one["values"], len(amplitude))
+                self.assertAlmostEqual(one["mean"], amplitude.mean(), delta=1e-9)
+                self.assertAlmostEqual(one["scatter"], amplitude.std(ddof=1), delta=1e-9)
+
+    def test_coordinates(self):
+        """u, v, w of date by astropy, and those of the files, which differ by the turn of the frame since J2000."""
+        for name, options, limit in (("mojave", ["--rotate"], 1e-4), ("j0414_a3dtable", [], 4e-4)):
+            path = os.path.join(SHARED, name + ".uvfits")
+            if not os.path.exists(path):
+                self.skipTest("no real files in " + SHARED)
+            zeltra("import", path, self.path("real.uvx"), "--force")
+            report = zeltra("uvw", self.path("real.uvx"), self.path("new.uvx"), "--force", *options)
+            old, new = uvx.File(self.path("real.uvx")), uvx.File(self.path("new.uvx"))
+            given, made = (np.stack([f.records["group"][c].astype("f8") for c in "uvw"], 1) for f in (old, new))
+            table = old.table("AN")
+            column = {c[0]: table.column(i) for i, c in enumerate(table.columns)}
+            where = {int(n): xyz * [1, 1 if options else -1, 1] for n, xyz in zip(column["NOSTA"][:, 0], column["STABXYZ"])}
+            group = old.records["group"]
+            base = np.array([where[a] - where[b] for a, b in zip(group["ant1"], group["ant2"])])
+            source = old.table("SU")
+            column = {c[0]: source.column(i) for i, c in enumerate(source.columns)}
+            date = Time(group["time"], format="jd", scale="ut1")
+            place = SkyCoord(column["RAAPP"][0, 0], column["DECAPP"][0, 0], unit="deg", frame=FK5(equinox="J2000"))
+            place = place.transform_to(FK5(equinox=date[len(date) // 2]))
+            hour = date.sidereal_time("mean", "greenwich").rad - place.ra.rad
+            declination, (x, y, z) = place.dec.rad, base.T
+            meridian = np.cos(hour) * x - np.sin(hour) * y
+            u = np.sin(hour) * x + np.cos(hour) * y
+            v = np.cos(declination) * z - np.sin(declination) * meridian
+            w = np.sin(declination) * z + np.cos(declination) * meridian
+            wanted = np.stack([u, v, w], 1) / LIGHT
+            length = np.abs(wanted).max()
+            # The rounded speed of light is off by 1.4e-7; models of precession differ by less than that.
+            self.assertLess(np.abs(made - wanted).max(), 1e-6 * length)
+            self.assertLess(np.sqrt(np.mean((made - given) ** 2)), limit * length)
+            rms = [float(line.split()[2]) for line in report.splitlines()[1:]]
+            np.testing.assert_allclose(rms, np.sqrt(np.mean((made - given) ** 2, axis=0)), rtol=1e-3)
+
+    def test_copies_of_real_files(self):
+        for path, file in self.real():
+            with self.subTest(os.path.basename(path)):
+                zeltra("copy", self.path("real.uvx"), self.path("copy.uvx"), "--force")
+                copy = uvx.File(self.path("copy.uvx"))
+                self.assertEqual(file.records.tobytes(), copy.records.tobytes())
+                self.assertEqual([t.code for t in file.tables], [t.code for t in copy.tables])
+                used = set(file.records["group"]["ant1"]) | set(file.records["group"]["ant2"])
+                for one, other in zip(file.tables, copy.tables):
+                    if one.code == "AN":
+                        place = [c[0] for c in one.columns].index("NOSTA")
+                        rows = np.frombuffer(one.data, "u1").reshape(one.rows, -1)
+                        kept = [int(n) in used for n in one.column(place)[:, 0]]
+                        self.assertEqual(rows[kept].tobytes(), other.data)
+                    elif one.code not in ("NX", "BL"):
+                        self.assertEqual(one.data, other.data, one.code)
+                    self.assertEqual(one.columns, other.columns)
+                    self.assertEqual(one.keywords, other.keywords) if one.code != "NX" else None
+                self.check_index(copy)
+
+    def test_memory(self):
+        """No more than 256 MiB, also where the sums of an interval do not fit and where there are many records."""
+        channels, antennas, times = 1 << 18, 5, 2
+        path = self.simulated("--minutes", "0.1", "--antennas", antennas, "--ifs", 1, "--channels", 1)
+        whole, file = contents(path), uvx.File(path)
+        pairs = list(itertools.combinations(range(1, antennas + 1), 2))
+        record = np.zeros(1, np.dtype([("group", uvx.GROUP), ("vis", "<f4", (channels, 4, 3))]))
+        with open(self.path("wide.uvx"), "wb") as out:
+            out.write(whole[:481])
+            for when, (a, b) in itertools.product(range(times), pairs):
+                record["group"] = (0, 1, 1, 0, 0, 0, file.date_obs + 0.3 + when / 86400, a, b)
+                record["vis"] = (10 * a + b, when, 1)
+                out.write(record.tobytes())
+            directory = out.tell()
+            end = file.data_offset + file.records.nbytes
+            out.write(whole[end:])
+            out.seek(16)
+            out.write((times * len(pairs)).to_bytes(4, "little"))
+            out.seek(8)
+            out.write(directory.to_bytes(8, "little"))
+            out.seek(214)
+            out.write(channels.to_bytes(4, "little"))
+        self.move_tables(self.path("wide.uvx"), directory, directory - end)
+        zeltra("copy", self.path("wide.uvx"), self.path("indexed.uvx"))
+        os.remove(self.path("wide.uvx"))
+        for mode in ("complex", "amphase"):
+            self.frugal("average", self.path("indexed.uvx"), "--interval", 60, "-o", self.path("out.uvx"), "--force",
+                        "--mode", mode)
+            made = uvx.File(self.path("out.uvx"))
+            np.testing.assert_array_equal(np.stack([made.records["group"]["ant1"], made.records["group"]["ant2"]], 1), pairs)
+            wanted = [mean_of(np.array([[[10 * a + b, when, 1]] for when in range(times)], "f8"), mode == "amphase")[0][0]
+                      for a, b in pairs]
+            np.testing.assert_allclose(made.records["vis"][:, 0, -1, 0], wanted, rtol=1e-5)
+            # A process counts the memory of the one that it was forked from.
+            del made
+        os.remove(self.path("out.uvx"))
+        self.frugal("closure", self.path("indexed.uvx"), "--interval", 60)
+        os.remove(self.path("indexed.uvx"))
+        path = self.simulated("--minutes", "200", "--integration", "1", "--channels", "1")
+        for command in (("average", path, "--interval", 10, "--csv"), ("closure", path, "--interval", -1, "--csv"),
+                        ("average", path, "--interval", 1e6, "--mix", "all", "-o", self.path("out.uvx")),
+                        ("copy", path, self.path("copy.uvx"), "--if", 1), ("info", path, "--baselines")):
+            self.frugal(*command)
+
+    def move_tables(self, path, directory, by):
+        with open(path, "r+b") as file:
+            file.seek(directory)
+            for i in range(int.from_bytes(file.read(2), "little")):
+                at = directory + 2 + 16 * i + 4
+                file.seek(at)
+                place = int.from_bytes(file.read(8), "little") + by
+                file.seek(at)
+                file.write(place.to_bytes(8, "little"))
+
+    def frugal(self, *command):
+        process = subprocess.Popen([ZELTRA, *map(str, command)], stdout=subprocess.DEVNULL)
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = status
+        self.assertEqual(status, 0, command)
+        if not os.environ.get("ZELTRA_SANITIZED"):
+            self.assertLess(usage.ru_maxrss, 256 * 1024, command)
+
+    def test_broken_files(self):
+        """Whatever is broken, a command ends with an answer or with a sentence."""
+        whole = contents(self.simulated("--minutes", "1", "--antennas", "4", "--channels", "2"))
+        records_end = 481 + uvx.File(self.path("sim.uvx")).records.nbytes
+        random.seed(3)
+        cuts = [whole[:n] for n in (0, 4, 480, 481, 2000, records_end, records_end + 2049, records_end + 2050,
+                                    len(whole) - 1, len(whole) - 700)]
+        flips = []
+        for low, high, count in ((0, 481, 12), (481, records_end, 6), (records_end, records_end + 120, 8),
+                                 (records_end + 2050, len(whole), 14)):
+            for _ in range(count):
+                broken = bytearray(whole)
+                broken[random.randrange(low, high)] ^= 1 << random.randrange(8)
+                flips.append(bytes(broken))
+        path, out = self.path("broken.uvx"), self.path("out.uvx")
+        commands = [("average", path, "--interval", "20", "--csv"), ("average", path, "--interval", "-1", "-o", out),
+                    ("average", path, "--interval", "1e9", "--mix", "all", "--mode", "amphase", "--source", "1", "--json"),
+                    ("closure", path, "--interval", "20", "--antenna", "2"), ("loops", path, "1-2"),
+                    ("copy", path, out), ("copy", path, out, "--if", "1", "--channel", "1", "--stokes", "LL"),
+                    ("copy", path, out, "--source", "2", "--antenna", "1,2,3", "--drop-flagged"),
+                    ("uvw", path, out, "--rotate"), ("info", path, "--baselines", "--json")]
+        for broken in cuts + flips:
+            with open(path, "wb") as file:
+                file.write(broken)
+            for command in commands:
+                done = subprocess.run([ZELTRA, *command], capture_output=True, text=True, errors="replace", timeout=120)
+                self.assertIn(done.returncode, (0, 1), (command, done.stderr))
+                self.assertEqual(done.returncode == 1, "zeltra: error: " in done.stderr, (command, done.stderr))
+                self.assertEqual(sorted(set(os.listdir(self.folder)) - {"sim.uvx", "broken.uvx"}),
+                                 ["out.uvx"] if done.returncode == 0 and out in command else [], command)
+                if os.path.exists(out):
+                    uvx.File(out)
+                    os.remove(out)
+
+    def test_nothing_is_left_after_ctrl_c(self):
+        path, temporary = self.simulated("--minutes", "60", "--integration", "1", "--channels", "8"), self.path("tmp")
+        zeltra("export", path, self.path("sim.uvfits"))
+        os.mkdir(temporary)
+        environment = dict(os.environ, TMPDIR=temporary)
+        stopped = 0
+        for delay in (0.05, 0.3, 0.6, 1.0):
+            for command in (("average", "--interval", "-1", "--csv"), ("average", "--interval", "-1", "-o", self.path("o")),
+                            ("copy", self.path("o")), ("uvw", self.path("o"), "--rotate")):
+                process = subprocess.Popen([ZELTRA, command[0], self.path("sim.uvfits"), *command[1:]], env=environment,
+                                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                time.sleep(delay)
+                process.send_signal(signal.SIGINT)
+                process.wait()
+                self.assertIn(process.returncode, (130, 0, -signal.SIGINT), command)
+                # A signal that comes before main has begun ends the process at once.
+                stopped += process.returncode == 130
+                self.assertEqual(os.listdir(temporary), [], command)
+                if process.returncode and os.path.exists(self.path("o")):
+                    self.fail("a cancelled job left its output")
+                if os.path.exists(self.path("o")):
+                    os.remove(self.path("o"))
+        self.assertGreater(stopped, 4)
+
+
+if __name__ == "__main__":
+    unittest.main()

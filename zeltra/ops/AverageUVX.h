@@ -1,0 +1,53 @@
+// Time averages of the visibilities of a file.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_AVERAGEUVX_H_
+#define ZELTRA_OPS_AVERAGEUVX_H_
+
+#include <functional>
+#include <string>
+
+#include "zeltra/ops/AResult.h"
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/IntervalOptions.h"
+#include "zeltra/uvx/AStokesMix.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXVisibility.h"
+
+namespace zeltra {
+
+/// Which polarisations, or combinations of them, are averaged.
+enum class AverageMix {
+  Stored,    ///< those of the file
+  All,       ///< those of toListMix
+  Parallel,  ///< those of toListMixRL
+  Cross,     ///< those of toListMixRL_LR
+};
+
+struct AverageOptions : IntervalOptions {
+  AverageMix mix = AverageMix::Stored;
+};
+
+/// List what is averaged, in the order of the values.
+/// @return a failure if the polarisations of the file allow none of `mix`
+ZELTRA_API AResult AveragedPolarisations(AUVXInput& from, AverageMix mix, AArray<AStokesMix>& list);
+
+/// Takes the average of one baseline over one interval. The time of `group` is the Julian date of the middle of the
+/// interval, to 0.01 s, its u, v, w are the means of those of the records; values are [IF][channel][polarisation].
+using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& values)>;
+
+/// Average record by record, in time order, each source and setup by itself. Within an interval baselines ascend, as
+/// signed bytes.
+///
+/// Flagged records and values do not count, nor do values that are not finite: where a baseline has nothing else in an
+/// interval, the value comes with the weight that it has, or 0. A file that goes back in time is refused.
+///
+/// Memory: below 200 MiB. Where the baselines of an interval do not fit, its records are read several times.
+/// @param sink  a failure of it ends the job
+ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink);
+
+/// Average into a UVX file with the tables of `from`; index and baseline list are made anew.
+ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_AVERAGEUVX_H_

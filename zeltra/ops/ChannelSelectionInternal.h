@@ -1,0 +1,59 @@
+// A choice of IFs, channels and polarisations, and what it makes of header, values and tables.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_CHANNELSELECTIONINTERNAL_H_
+#define ZELTRA_OPS_CHANNELSELECTIONINTERNAL_H_
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zeltra/ops/AResult.h"
+#include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXTable.h"
+#include "zeltra/uvx/AUVXVisibility.h"
+
+namespace zeltra {
+
+/// Ascending places, from 0, on the axes of the visibilities.
+class ChannelSelection {
+ public:
+  /// Look up what is asked for in a file with this header. An empty list asks for everything.
+  /// @param path  names the file in sentences
+  AResult Open(const std::string& path, const AUVXHeader& header, const std::vector<int>& ifs,
+               const std::vector<int>& channels, const std::vector<std::string>& stokes);
+
+  /// Whether everything is kept.
+  bool IsWhole() const;
+  /// Whether all IFs and channels are kept.
+  bool KeepsFrequencies() const { return KeepsIFs() && static_cast<int>(channels_.size()) == allChannels_; }
+
+  /// Give a header the axis lengths of the selection, and the frequency of its first channel.
+  /// @param setups  the "FQ" table, null if there is none
+  void Change(AUVXHeader& header, const AUVXTable* setups) const;
+
+  /// Pick the values of a record; `out` has the shape of the selection.
+  void Pick(const AUVXVisibility& in, AUVXVisibility& out) const;
+
+  /// Reduce a table "FQ", "SU" or "AN" to the IFs kept, "FQ" also to the channels.
+  /// @return false for another table, and one whose columns do not fill its rows: it stays as it is
+  bool Reduce(AUVXTable& table) const;
+
+ private:
+  bool KeepsIFs() const { return static_cast<int>(ifs_.size()) == allIFs_; }
+  int ChannelStep() const { return channels_.size() > 1 ? channels_[1] - channels_[0] : 1; }
+  double Shift(const AUVXTable& setups) const;
+  void MoveFrequencies(AUVXTable& setups) const;
+  AUVXTable KeepElements(const AUVXTable& table) const;
+  int BlockOf(const AUVXTable& table, int column) const;
+
+  std::vector<int> ifs_;
+  std::vector<int> channels_;
+  std::vector<int> stokes_;
+  int allIFs_ = 1;
+  int allChannels_ = 0;
+  int allStokes_ = 0;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_CHANNELSELECTIONINTERNAL_H_

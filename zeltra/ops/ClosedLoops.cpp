@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/ClosedLoops.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <optional>
+
+#include "zeltra/analysis/ABaseClosedSearch.h"
+#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/readers/AUVXFastRead.h"
+#include "zeltra/uvx/AUVXBaseLines.h"
+
+namespace zeltra {
+namespace {
+
+constexpr double kMostChains = 1 << 20;
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+// The base class has no virtual destructor, and needs none here.
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#endif
+
+class BaseLineSearch final : public ABaseClosedSearch {
+ public:
+  explicit BaseLineSearch(const ABaseLine& baselines) : baselines_(baselines) {}
+
+  // The baseline behind a signed number, in the direction that the number says.
+  ABL Directed(int number) {
+    const ABL base = GetBase(std::abs(number) - 1);
+    return number > 0 ? base : ABL(base.tlsc2(), base.tlsc1());
+  }
+
+ protected:
+  int GetBaseLines() override { return baselines_.count(); }
+  ABL GetBase(int i) override { return ABL(baselines_(i).tlsc1(), baselines_(i).tlsc2()); }
+
+ private:
+  const ABaseLine& baselines_;
+};
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
+AUVXBaseLines BaseLinesOf(AUVXInput& from) {
+  if (const auto table = from.Table("BL")) return AUVXBaseLines(*table);
+  AUVXBaseLines found;
+  AUVXFastRead reader(&from.uvx(), nullptr);
+  AUVXGroup group;
+  AUVXVisibility nothing;
+  for (int index = 0; reader.GetUVGVis(group, nothing, index);) found.checkBase(AUVXBaseLineItem(group));
+  return found;
+}
+
+ABaseLine Unflagged(const AUVXBaseLines& table, std::optional<int> source) {
+  ABaseLine baselines;
+  for (int i = 0; i < table.count(); ++i) {
+    const AUVXBaseLineItem& item = table(i);
+    if (item.flag || (source && item.source != *source)) continue;
+    ABaseLineItem base(item.tlsc1, item.tlsc2, false);
+    baselines.checkBase(base);
+  }
+  return baselines;
+}
+
+// Names may hold hyphens themselves, so every hyphen is tried.
+AResult FindBaseLine(const AUVXContents& contents, const std::string& text, ABL& base) {
+  AResult result = AResult::Fail(text + ": not a baseline, which is written as in 2-5");
+  for (size_t hyphen = text.find('-'); hyphen != std::string::npos; hyphen = text.find('-', hyphen + 1)) {
+    int first = 0, second = 0;
+    result = contents.FindAntenna(text.substr(0, hyphen), first);
+    if (result) result = contents.FindAntenna(text.substr(hyphen + 1), second);
+    if (!result) continue;
+    base = ABL(first, second);
+    return result;
+  }
+  return result;
+}
+
+std::string Partners(const ABaseLine& baselines, int antenna) {
+  std::string list;
+  for (int i = 0; i < baselines.count(); ++i) {
+    const ABL base(baselines(i).tlsc1(), baselines(i).tlsc2());
+    if (base.tlsc1() != antenna && base.tlsc2() != antenna) continue;
+    list += (list.empty() ? "" : ", ") + base.Str();
+  }
+  return list.empty() ? "none" : list;
+}
+
+}  // namespace
+
+AResult FindClosedLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChain>& chains) {
+  const AUVXContents contents(from);
+  std::optional<int> source;
+  if (!options.source.empty()) {
+    int number = 0;
+    if (AResult result = contents.FindSource(options.source, number); !result) return result;
+    source = number;
+  }
+  ABL searched(0, 0);
+  if (AResult result = FindBaseLine(contents, options.baseline, searched); !result) return result;
+
+  const ABaseLine baselines = Unflagged(BaseLinesOf(from), source);
+  if (baselines.count() > std::numeric_limits<short>::max()) {
+    return AResult::Fail(from.path() + ": " + std::to_string(baselines.count()) + " baselines are too many to search");
+  }
+  BaseLineSearch search(baselines);
+  // No chain is longer than all baselines together.
+  const int longest = std::min(options.longest, baselines.count());
+  search.SetMaxLink(longest);
+  search.CaculateIndexes();
+  if (std::pow(search.GetScopeMap().count() - 1, longest - 1) > kMostChains) {
+    return AResult::Fail(from.path() + ": chains of " + std::to_string(longest) + " baselines of " +
+                         std::to_string(search.GetScopeMap().count()) + " antennas can be more than a million");
+  }
+  if (!search.SearchBL(searched)) {
+    return AResult::Fail(from.path() + ": no baseline " + searched.Str() + "; those of antenna " +
+                         std::to_string(searched.tlsc1()) + " are " + Partners(baselines, searched.tlsc1()));
+  }
+  // The first chain is the searched baseline itself.
+  for (int i = 1; i < search.loops().count(); ++i) {
+    const AArray<int>& numbers = *search.loops()(i);
+    AChain& chain = chains.emplace_back();
+    for (int k = 0; k < numbers.count(); ++k) chain.push_back(search.Directed(numbers(k)));
+  }
+  return AResult::Ok();
+}
+
+}  // namespace zeltra

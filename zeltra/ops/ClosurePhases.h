@@ -1,0 +1,45 @@
+// Closure phases of the antenna triangles of a file.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_CLOSUREPHASES_H_
+#define ZELTRA_OPS_CLOSUREPHASES_H_
+
+#include <functional>
+#include <string>
+
+#include "zeltra/ops/AResult.h"
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/IntervalOptions.h"
+
+namespace zeltra {
+
+struct ClosureOptions : IntervalOptions {
+  /// Number or name of the antenna whose triangles count; empty for all triangles.
+  std::string antenna;
+  /// Short name of the polarisation, stored or formed, as in "RR" or "I"; empty for the first of the file.
+  std::string stokes;
+  int IF = 0;       ///< from 0
+  int channel = 0;  ///< from 0
+};
+
+/// A closure phase: phase(1-2) + phase(2-3) - phase(1-3) of the mean visibilities of an interval.
+struct AClosurePhase {
+  double time = 0;       ///< Julian date of the middle of the interval, to 0.01 s
+  int antennas[3] = {};  ///< ascending
+  double phase = 0;      ///< radians, -pi to pi
+};
+
+using ClosureSink = std::function<AResult(const AClosurePhase&)>;
+
+/// Form closure phases in time order, within an interval in the order of the antennas; each source and setup by itself.
+///
+/// A triangle is left out where one of its baselines has no valid value in the interval, see Average. Baselines that
+/// are stored from the higher antenna to the lower one count in reverse, with complex conjugate values: RL is then
+/// taken from LR, XY from YX.
+///
+/// Memory: some MiB, whatever the size of the file.
+/// @param sink  a failure of it ends the job
+ZELTRA_API AResult ClosurePhases(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_CLOSUREPHASES_H_

@@ -1,0 +1,52 @@
+// A UVX file becomes another one that holds a part of it.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_COPYUVX_H_
+#define ZELTRA_OPS_COPYUVX_H_
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "zeltra/ops/AResult.h"
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/JobOptions.h"
+
+namespace zeltra {
+
+/// What is copied. A list without items selects everything.
+struct CopyOptions : JobOptions {
+  /// Numbers or names of sources.
+  std::vector<std::string> sources;
+  /// Numbers or names of antennas: baselines between two of them are copied.
+  std::vector<std::string> antennas;
+  /// Julian dates between which records are copied, both included, to 0.1 ms.
+  std::optional<double> start;
+  std::optional<double> stop;
+  /// Whether records are left out that are flagged, or that keep no valid value.
+  bool dropFlagged = false;
+  /// IFs and channels, from 0, in any order. Channels have to be evenly spaced.
+  std::vector<int> ifs;
+  std::vector<int> channels;
+  /// Short names of polarisations that the file stores, as in "RR".
+  std::vector<std::string> stokes;
+};
+
+/// What a copy did that a person should know.
+struct CopySummary {
+  int records = 0;
+  std::vector<std::string> remarks;
+};
+
+/// Copy records and tables. Index and baseline list are made anew, rows of antennas and sources that have no records
+/// any more are left out; everything else is copied as it is where IFs, channels and polarisations stay.
+///
+/// Where IFs or channels are left out, frequencies stay right: `freq0` is that of the first channel kept, IF FREQ
+/// counts from there, CH WIDTH is the distance of the channels kept, and columns that have an element for each IF lose
+/// those of the IFs left out in "FQ", "SU" and "AN".
+/// @param summary  may be null
+/// @return a failure if no record is selected: there is no output then
+ZELTRA_API AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_COPYUVX_H_

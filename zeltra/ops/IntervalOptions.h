@@ -1,0 +1,30 @@
+// What every job over time intervals takes.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_INTERVALOPTIONS_H_
+#define ZELTRA_OPS_INTERVALOPTIONS_H_
+
+#include <optional>
+#include <string>
+
+#include "zeltra/ops/JobOptions.h"
+
+namespace zeltra {
+
+struct IntervalOptions : JobOptions {
+  /// Number or name of the source; empty for all sources, each averaged by itself.
+  std::string source;
+  /// Frequency setup; none for all of them, each averaged by itself.
+  std::optional<int> freqSel;
+  /// Length in seconds, at least 0.001; a negative one makes an interval of every time stamp. Intervals begin at
+  /// `start`, or at multiples of their length since 0 h of the observation date where there is no start.
+  double interval = -1;
+  /// Julian dates between which records count, both included.
+  std::optional<double> start;
+  std::optional<double> stop;
+  /// Whether real and imaginary parts are averaged, or amplitudes and unwrapped phases: see AUVXTimeMeanArray.
+  bool complexMean = true;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_INTERVALOPTIONS_H_

@@ -1,0 +1,38 @@
+// The coordinates u, v, w of a file, computed anew.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_RECOMPUTEUVW_H_
+#define ZELTRA_OPS_RECOMPUTEUVW_H_
+
+#include <string>
+
+#include "zeltra/ops/AResult.h"
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/JobOptions.h"
+
+namespace zeltra {
+
+struct UVWOptions : JobOptions {
+  /// Whether the antennas' x and y are turned by the longitude of the array centre: see CalculateUVW.
+  bool rotate = false;
+};
+
+/// How far the new coordinates lie from the old ones, seconds: of u, v and w.
+struct UVWDifference {
+  int records = 0;  ///< those whose old and new coordinates are finite
+  double largest[3] = {};
+  double rms[3] = {};
+  double longest = 0;  ///< the longest new baseline, for comparison
+};
+
+/// Copy a UVX file with u, v, w from CalculateUVW: of the antennas of its table "AN", the apparent coordinates of its
+/// table "SU" and the times of its records.
+///
+/// CalculateUVW knows the mean sidereal time and no more, so coordinates that the table marks as those of the epoch, by
+/// a negative EPOCH, are precessed to the date of the observation first (Lieske et al. 1977, A&A 58, 1).
+/// @return a failure if an antenna or a source of a record is not in the tables
+ZELTRA_API AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& options,
+                                UVWDifference& difference);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_RECOMPUTEUVW_H_
