@@ -94,6 +94,23 @@ TEST(FileTransfer, ShortReadsCountAsSuccess) {
   }
 }
 
+TEST(FileTransfer, ReachesBeyondFourGigabytes) {
+  // Nothing but the last byte is written, so the file takes a block of the disk.
+  const TempFile temp;
+  const int64 far = (int64{1} << 32) + 4321;
+  AFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  char c = 'z';
+  EXPECT_TRUE(file.Seek(far) && file.Write(&c, 1));
+  EXPECT_EQ(file.GetFileSize(), far + 1);
+  AStreamFile stream;
+  ASSERT_TRUE(stream.Open(temp.c_str(), "rb", 512));
+  c = 0;
+  EXPECT_TRUE(stream.Seek(far) && stream.Read(&c, 1));
+  EXPECT_EQ(c, 'z');
+  EXPECT_EQ(stream.Tell(), far + 1);
+}
+
 TEST(FileGetLine, EndsAtDelimiterOrZeroAndLeavesTheRest) {
   TempFile temp;
   temp.Put(std::string("ab\ncd\0e", 7));
