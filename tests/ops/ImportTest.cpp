@@ -305,7 +305,7 @@ TEST(Import, ReadsTheEquinoxAsNumberOrText) {
   for (const auto& [card, years] : cases) {
     Imported file(Small().ReplaceCard("EPOCH", card));
     ASSERT_TRUE(file.result) << file.result.message();
-    EXPECT_EQ(AUVXHeader(file.uvx).info.epoch, years) << card;
+    EXPECT_EQ(double{AUVXHeader(file.uvx).info.epoch}, years) << card;
     EXPECT_EQ(file.Remarks("2000 is assumed"), card == std::string("EPOCHS  = 1")) << card;
   }
 }

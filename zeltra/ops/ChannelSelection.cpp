@@ -62,7 +62,7 @@ double NumberOrZero(const AUVXTable& table, int row, int column, int element) {
 
 AResult ChannelSelection::Open(const std::string& path, const AUVXHeader& header, const std::vector<int>& ifs,
                                const std::vector<int>& channels, const std::vector<std::string>& stokes) {
-  allIFs_ = std::max<int>(header.IFs, 1);
+  allIFs_ = std::max(int{header.IFs}, 1);
   allChannels_ = header.channels;
   allStokes_ = header.stokes.count();
   if (AResult result = CheckPlaces(path, "IF", ifs, allIFs_); !result) return result;
