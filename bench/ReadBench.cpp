@@ -1,52 +1,100 @@
-// Reading every record of a UVX file beside `cat` of it: read_bench [FOLDER]
+// Reading every record of a UVX file beside `cat` of it, averages and closure phases beside a numpy program that forms
+// them: read_bench [FOLDER]
 // SPDX-License-Identifier: MIT
 #include <filesystem>
 
 #include "bench/BenchSupport.h"
+#include "zeltra/ops/AverageUVX.h"
+#include "zeltra/ops/ClosurePhases.h"
+#include "zeltra/ops/SimulateUVX.h"
 #include "zeltra/readers/AUVXFastRead.h"
-#include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/readers/AUVXRead.h"
 
 namespace {
 
 using namespace zeltra;
 
-void Create(const std::string& path, int channels) {
-  AUVXFile uvx;
-  AUVXHeader header;
-  header.IFs = 1;
-  header.channels = channels;
-  header.stokes.SetCount(4);
-  if (!uvx.OpenBuff(path.c_str(), 1, 1 << 20) || !uvx.Write(header)) std::exit(1);
-  const int records = 1'000'000'000 / uvx.recSize();
-  AUVXVisibility vis(uvx);
-  vis.ZeroInit();
+constexpr double kFileBytes = 1e9;
+
+void Check(const AResult& result) {
+  if (result) return;
+  std::fprintf(stderr, "%s\n", result.message().c_str());
+  std::exit(1);
+}
+
+double Simulate(const std::string& path, int ifs, int channels) {
+  SimulateOptions options;
+  options.overwrite = true;
+  options.ifs = ifs;
+  options.channels = channels;
+  options.integration = 1;
+  const double recordBytes = AUVXGroup::kBytes + 12.0 * 4 * ifs * channels;
+  // A tenth of the time is spent between the sources.
+  options.minutes = kFileBytes / recordBytes / 45 / 60 / 0.9;
+  Check(SimulateUVX(path, options));
+  return static_cast<double>(std::filesystem::file_size(path));
+}
+
+template <typename Reader>
+int CountRecords(Reader& reader, AUVXFile& uvx) {
   AUVXGroup group;
-  uvx.SeekUVGroup(0);
-  for (int i = 0; i < records; ++i) {
-    if (!group.store(uvx) || !vis.store(uvx)) std::exit(1);
-  }
-  header.info.count = records;
-  uvx.Write(header);
+  AUVXVisibility vis(uvx);
+  int index = 0, count = 0;
+  while (reader.GetUVGVis(group, vis, index)) ++count;
+  return count;
 }
 
 void ReadAll(const std::string& path) {
   AUVXFile uvx;
   if (!uvx.Open(path.c_str(), 0)) std::exit(1);
   AUVXFastRead reader(&uvx, nullptr);
-  AUVXGroup group;
-  AUVXVisibility vis(uvx);
-  int index = 0;
-  while (reader.GetUVGVis(group, vis, index)) {
-  }
-  if (index + 1 != uvx.count()) std::exit(1);
+  if (CountRecords(reader, uvx) != uvx.count()) std::exit(1);
 }
 
-void Measure(const std::string& folder, const std::string& title, int channels) {
+// Both sources, one after the other, through a buffer.
+void ReadSources(const std::string& path) {
+  AUVXFile uvx;
+  if (!uvx.OpenBuff(path.c_str(), 0, 1 << 18)) std::exit(1);
+  int count = 0;
+  for (const int source : {1, 2}) {
+    AUVXRead reader(&uvx, source, nullptr);
+    count += CountRecords(reader, uvx);
+  }
+  if (count != uvx.count()) std::exit(1);
+}
+
+void AverageAll(const std::string& path, bool complexMean) {
+  AUVXInput input;
+  Check(input.Open(path));
+  AverageOptions options;
+  options.interval = 60;
+  options.complexMean = complexMean;
+  Check(Average(input, options, [](AUVXGroup&, AUVXVisibility&) { return AResult::Ok(); }));
+}
+
+void CloseAll(const std::string& path) {
+  AUVXInput input;
+  Check(input.Open(path));
+  ClosureOptions options;
+  options.interval = 60;
+  Check(ClosurePhases(input, options, [](const AClosurePhase&) { return AResult::Ok(); }));
+}
+
+void Measure(const std::string& folder, const std::string& title, int ifs, int channels) {
   const std::string path = folder + "/bench.uvx";
-  Create(path, channels);
-  bench::Compare(
-      title, static_cast<double>(std::filesystem::file_size(path)), 7,
-      {{"cat", [&] { bench::Shell("cat '" + path + "' > /dev/null"); }}, {"AUVXFastRead", [&] { ReadAll(path); }}});
+  const double bytes = Simulate(path, ifs, channels);
+  const std::string python = "/usr/bin/python3 " ZELTRA_BENCH_FOLDER "/numpy_averages.py ";
+  bench::Compare(title, bytes, 5,
+                 {{"cat", [&] { bench::Shell("cat '" + path + "' > /dev/null"); }},
+                  {"AUVXFastRead", [&] { ReadAll(path); }},
+                  {"AUVXRead", [&] { ReadSources(path); }}});
+  bench::Compare("  averages over 60 s", bytes, 3,
+                 {{"numpy", [&] { bench::Shell(python + "average '" + path + "' 60 > /dev/null"); }},
+                  {"Average", [&] { AverageAll(path, true); }},
+                  {"Average, amphase", [&] { AverageAll(path, false); }}});
+  bench::Compare("  closure phases over 60 s", bytes, 3,
+                 {{"numpy", [&] { bench::Shell(python + "closure '" + path + "' 60 > /dev/null"); }},
+                  {"ClosurePhases", [&] { CloseAll(path); }}});
   std::filesystem::remove(path);
 }
 
@@ -54,7 +102,8 @@ void Measure(const std::string& folder, const std::string& title, int channels) 
 
 int main(int argc, char** argv) {
   const std::string folder = argc > 1 ? argv[1] : ".";
-  Measure(folder, "large records: 63 channels x 4 polarisations, 3050 bytes", 63);
-  Measure(folder, "small records: 1 channel x 4 polarisations, 74 bytes", 1);
+  bench::TouchMemory(6);
+  Measure(folder, "large records: 4 IFs x 16 channels x 4 polarisations, 3098 bytes", 4, 16);
+  Measure(folder, "small records: 1 channel x 4 polarisations, 74 bytes", 1, 1);
   return 0;
 }

@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/CopyUVX.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "tests/support/SyntheticUVX.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/ops/ClosedLoops.h"
+#include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/uvx/AUVXFreqs.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXVisibility.h"
+
+namespace zeltra {
+namespace {
+
+using test::SyntheticRecord;
+using test::SyntheticUVX;
+using test::SyntheticUVXTable;
+using test::TempFile;
+using testing::HasSubstr;
+
+// A synthetic file that is open for jobs.
+class Source : public AUVXInput {
+ public:
+  explicit Source(const SyntheticUVX& builder) : file_("uvx") {
+    file_.Put(builder.Bytes());
+    const AResult result = Open(file_.path());
+    EXPECT_TRUE(result) << result.message();
+  }
+
+ private:
+  TempFile file_;
+};
+
+// What a job made.
+class Made : public TempFile, public AUVXInput {
+ public:
+  Made() : TempFile("uvx") {}
+  void Look() {
+    const AResult result = Open(TempFile::path());
+    ASSERT_TRUE(result) << result.message();
+  }
+  const std::string& path() const { return TempFile::path(); }
+  AUVXGroup Group(int record) {
+    AUVXGroup group;
+    EXPECT_TRUE(uvx().SeekUVGroup(record) && group.load(uvx()));
+    return group;
+  }
+};
+
+std::string Image(AUVXInput& input, const std::string& code) {
+  const auto table = input.Table(code);
+  return table ? std::string(table->data(), static_cast<size_t>(table->rows()) * static_cast<size_t>(table->rowBytes()))
+               : "none";
+}
+
+std::string Error(const AResult& result) {
+  EXPECT_EQ(result.code(), AResult::Failed);
+  return result.message();
+}
+
+TEST(CopyUVX, CopiesEverythingAsItIs) {
+  const SyntheticUVXTable other{"ZZ", 2, 0, {{"KEY", "7", true}}, {{"X", "", "1J"}}, "12345678"};
+  const SyntheticUVX builder = SyntheticUVX().Sources(2).IFs(2).Tables().Table(other);
+  Source source(builder);
+  Made copy;
+  CopySummary summary;
+  ASSERT_TRUE(CopyUVX(source, copy.path(), {}, &summary));
+  EXPECT_EQ(summary.records, 12);
+  copy.Look();
+  const size_t end = builder.DirectoryOffset();
+  EXPECT_EQ(copy.Bytes().substr(0, end), builder.Bytes().substr(0, end));
+  for (const char* code : {"FQ", "AN", "SU", "ZZ"}) EXPECT_EQ(Image(source, code), Image(copy, code)) << code;
+  EXPECT_NE(Image(copy, "BL"), "none");
+
+  const AUVXPosition index(*copy.Table("NX"));
+  ASSERT_EQ(index.count(), 2);
+  EXPECT_EQ(index(1).startVis, 7);
+  EXPECT_EQ(index(1).endVis, 12);
+  // 32-bit floats of days. The second source follows after two times of 10 s.
+  EXPECT_NEAR(index(1).start, 6 * 3600 + 20, 0.01);
+  EXPECT_NEAR(index(1).duration, 10, 0.01);
+}
+
+TEST(CopyUVX, KeepsTheRecordsThatAreSelected) {
+  Source source(SyntheticUVX().Antennas(4).Times(3).Sources(2).Tables().Edit([](SyntheticRecord& record) {
+    record.flag = record.index == 7;
+    if (record.index == 8) {
+      for (auto& value : record.values) value.weight = -1;
+    }
+  }));
+  const auto kept = [&](const CopyOptions& options) {
+    Made copy;
+    const AResult result = CopyUVX(source, copy.path(), options, nullptr);
+    EXPECT_TRUE(result) << result.message();
+    copy.Look();
+    std::vector<int> records;
+    // The builder counts records in v.
+    for (int i = 0; i < copy.uvx().count(); ++i) records.push_back(static_cast<int>(copy.Group(i).vv));
+    return records;
+  };
+  CopyOptions options;
+  options.antennas = {"ant2", "3", "4"};
+  options.sources = {"SRC1"};
+  EXPECT_THAT(kept(options), testing::ElementsAre(3, 4, 5, 9, 10, 11, 15, 16, 17));
+  options = CopyOptions();
+  options.start = SyntheticUVX::kStart + SyntheticUVX::kStep;
+  options.stop = *options.start;
+  EXPECT_THAT(kept(options), testing::ElementsAre(6, 7, 8, 9, 10, 11));
+  options.dropFlagged = true;
+  EXPECT_THAT(kept(options), testing::ElementsAre(6, 9, 10, 11));
+}
+
+TEST(CopyUVX, LeavesRowsOfAntennasAndSourcesOut) {
+  SyntheticUVXTable bySource{"TY"};
+  bySource.columns = {{"SOURCE ID", "", "1J"}};
+  bySource.rows = 2;
+  for (const int32_t number : {1, 2}) test::Append(bySource.data, number);
+  Source source(SyntheticUVX().Antennas(4).Sources(2).Tables().Table(bySource));
+  CopyOptions options;
+  options.antennas = {"1", "2", "3"};
+  options.sources = {"2"};
+  Made copy;
+  ASSERT_TRUE(CopyUVX(source, copy.path(), options, nullptr));
+  copy.Look();
+  EXPECT_EQ(copy.Table("AN")->rows(), 3);
+  EXPECT_EQ(copy.Table("TY")->rows(), 1);
+  EXPECT_EQ(copy.Table("TY")->Number(0, 0), 2);
+  EXPECT_EQ(Image(copy, "SU"), Image(source, "SU"));
+  EXPECT_EQ(AUVXPosition(*copy.Table("NX")).CountForSrc(2), 6);
+}
+
+TEST(CopyUVX, KeepsFrequenciesRight) {
+  Source source(SyntheticUVX().IFs(3).Channels(8).Tables());
+  CopyOptions options;
+  options.ifs = {2, 1};
+  options.channels = {2, 4, 6};
+  options.stokes = {"LL"};
+  Made copy;
+  CopySummary summary;
+  ASSERT_TRUE(CopyUVX(source, copy.path(), options, &summary));
+  EXPECT_TRUE(summary.remarks.empty());
+  copy.Look();
+  EXPECT_EQ(copy.uvx().stokes(), 1);
+  AUVXFreqs before(source.uvx(), 1), after(copy.uvx(), 1);
+  ASSERT_EQ(after.count(), 6);
+  EXPECT_EQ(copy.uvx().freq0(), before(2, 1));
+  AUVXVisibility whole(source.uvx()), part(copy.uvx());
+  for (int record = 0; record < copy.uvx().count(); ++record) {
+    source.uvx().SeekUVVis(record);
+    copy.uvx().SeekUVVis(record);
+    ASSERT_TRUE(whole.load(source.uvx()) && part.load(copy.uvx()));
+    for (int i = 0; i < 2; ++i) {
+      for (int channel = 0; channel < 3; ++channel) {
+        EXPECT_EQ(after(channel, i), before(2 + 2 * channel, i + 1));
+        EXPECT_EQ(part(channel, i, 0).re, whole(2 + 2 * channel, i + 1, 1).re);
+      }
+    }
+  }
+  const auto setups = copy.Table("FQ");
+  EXPECT_EQ(setups->columns()(1).Format(), "2D");
+  EXPECT_EQ(setups->Number(0, 1, 0), 0);
+  EXPECT_EQ(setups->Number(0, 1, 1), 1e8);
+  EXPECT_EQ(setups->Number(0, 3, 1), 6e6);
+  EXPECT_EQ(setups->keywords()(0).Value(), "2");
+  // The table behind the one that shrank is whole.
+  EXPECT_EQ(Image(copy, "SU"), Image(source, "SU"));
+}
+
+TEST(CopyUVX, ReducesColumnsThatAreAboutIFs) {
+  SyntheticUVXTable sources{"SU"}, antennas{"AN"}, gains{"GC"};
+  sources.columns = {{"ID. NO.", "", "1J"}, {"SOURCE", "", "3A"}, {"FREQOFF", "HZ", "3E"}};
+  sources.rows = 1;
+  test::Append(sources.data, int32_t{1});
+  sources.data += "ABC";
+  for (const float offset : {1.f, 2.f, 3.f}) test::Append(sources.data, offset);
+  antennas.columns = {{"STABXYZ", "METERS", "3D"}, {"NOSTA", "", "1J"}, {"POLCALA", "", "6E"}};
+  antennas.rows = 3;
+  for (int32_t number = 1; number <= 3; ++number) {
+    for (const double x : {1., 2., 3.}) test::Append(antennas.data, x);
+    test::Append(antennas.data, number);
+    for (const float x : {10.f, 11.f, 20.f, 21.f, 30.f, 31.f}) test::Append(antennas.data, x);
+  }
+  gains.columns = {{"GAIN", "", "3E"}};
+  Source source(SyntheticUVX().IFs(3).Table(sources).Table(antennas).Table(gains));
+  CopyOptions options;
+  options.ifs = {0, 2};
+  Made copy;
+  CopySummary summary;
+  ASSERT_TRUE(CopyUVX(source, copy.path(), options, &summary));
+  ASSERT_EQ(summary.remarks.size(), 1u);
+  EXPECT_THAT(summary.remarks[0], HasSubstr("GC"));
+  copy.Look();
+  const auto made = copy.Table("SU"), array = copy.Table("AN");
+  EXPECT_EQ(made->Text(0, 1), "ABC");
+  EXPECT_EQ(made->rowBytes(), 4 + 3 + 8);
+  EXPECT_EQ(made->Number(0, 2, 1), 3);
+  EXPECT_EQ(array->Number(2, 0, 2), 3);
+  const std::vector<double> kept = {array->Number(2, 2, 0), array->Number(2, 2, 1), array->Number(2, 2, 2),
+                                    array->Number(2, 2, 3)};
+  EXPECT_THAT(kept, testing::ElementsAre(10, 11, 30, 31));
+}
+
+TEST(CopyUVX, RefusesWhatIsNotThere) {
+  Source source(SyntheticUVX().IFs(2).Channels(4).Tables());
+  TempFile out("uvx");
+  const auto error = [&](auto change) {
+    CopyOptions options;
+    change(options);
+    const std::string message = Error(CopyUVX(source, out.path(), options, nullptr));
+    EXPECT_FALSE(out.exists());
+    return message;
+  };
+  EXPECT_THAT(error([](CopyOptions& o) { o.sources = {"SRC9"}; }), HasSubstr("there are 1 (SRC1)"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.antennas = {"4"}; }), HasSubstr("1 (ANT1), 2 (ANT2), 3 (ANT3)"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.ifs = {2}; }), HasSubstr("no IF 2; there are 2"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.channels = {-1}; }), HasSubstr("no channel -1; there are 4"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.channels = {0, 1, 3}; }), HasSubstr("evenly spaced"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.stokes = {"I"}; }), HasSubstr("there are RR, LL"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.start = 2460000.5; }), HasSubstr("no record is selected"));
+  out.Put("precious");
+  EXPECT_THAT(Error(CopyUVX(source, out.path(), {}, nullptr)), HasSubstr("exists already"));
+  EXPECT_EQ(out.Bytes(), "precious");
+}
+
+TEST(CopyUVX, LeavesNothingWhenCancelled) {
+  Source source(SyntheticUVX().Tables());
+  TempFile out("uvx");
+  int cancel = 1;
+  CopyOptions options;
+  options.cancel = &cancel;
+  EXPECT_EQ(CopyUVX(source, out.path(), options, nullptr).code(), AResult::Cancelled);
+  EXPECT_FALSE(out.exists());
+}
+
+TEST(CopyUVX, GivesAFileWithoutAnIndexOne) {
+  Source source(SyntheticUVX().Sources(2));
+  Made copy;
+  ASSERT_TRUE(CopyUVX(source, copy.path(), {}, nullptr));
+  copy.Look();
+  EXPECT_EQ(AUVXPosition(*copy.Table("NX")).CountForSrc(2), 6);
+  EXPECT_EQ(copy.Table("BL")->rows(), 6);
+}
+
+TEST(RecomputeUVW, WritesWhatItMeasures) {
+  Source source(SyntheticUVX().Tables());
+  Made first;
+  TempFile again("uvx");
+  UVWDifference difference;
+  ASSERT_TRUE(RecomputeUVW(source, first.path(), {}, difference));
+  EXPECT_EQ(difference.records, 6);
+  first.Look();
+  // The builder's u of record 0 is 1999; no baseline is longer than 202 m.
+  EXPECT_LT(difference.longest, 203 / 2.9e8);
+  EXPECT_NEAR(difference.largest[0], 2999, 1);
+  // v is the number of the record: the mean square of 0 to 5.
+  EXPECT_NEAR(difference.rms[1], std::sqrt(55.0 / 6), 1e-5);
+  ASSERT_TRUE(RecomputeUVW(first, again.path(), {}, difference));
+  EXPECT_EQ(difference.largest[0], 0);
+  EXPECT_EQ(difference.largest[2], 0);
+}
+
+TEST(RecomputeUVW, NamesWhatIsMissing) {
+  TempFile out("uvx");
+  UVWDifference difference;
+  Source bare(SyntheticUVX().Antennas(3));
+  EXPECT_THAT(Error(RecomputeUVW(bare, out.path(), {}, difference)), HasSubstr("no table AN"));
+  Source stranger(SyntheticUVX().Tables().Edit([](SyntheticRecord& record) { record.ant2 += record.index == 4; }));
+  EXPECT_THAT(Error(RecomputeUVW(stranger, out.path(), {}, difference)), HasSubstr("antenna 4 of record 4"));
+  Source other(SyntheticUVX().Tables().Edit([](SyntheticRecord& record) { record.source = 3; }));
+  EXPECT_THAT(Error(RecomputeUVW(other, out.path(), {}, difference)), HasSubstr("source 3 of record 0"));
+  EXPECT_FALSE(out.exists());
+}
+
+TEST(FindClosedLoops, ListsChainsOfUnflaggedBaselines) {
+  Source source(SyntheticUVX().Antennas(4).Edit([](SyntheticRecord& record) {
+    record.flag = record.ant1 == 3;
+    if (record.ant2 == 4) record.ant2 = 200;
+  }));
+  // A copy has the list of baselines.
+  Made copy;
+  ASSERT_TRUE(CopyUVX(source, copy.path(), {}, nullptr));
+  copy.Look();
+  LoopOptions options;
+  options.baseline = "200-1";
+  std::vector<AChain> found;
+  ASSERT_TRUE(FindClosedLoops(copy, options, found));
+  std::string chains;
+  for (const AChain& chain : found) {
+    for (const ABL& leg : chain) chains += leg.Str() + " ";
+    chains += "; ";
+  }
+  EXPECT_EQ(chains, "200-2 2-1 ; 200-2 2-3 3-1 ; ");
+  options.baseline = "3-200";
+  EXPECT_THAT(Error(FindClosedLoops(copy, options, found)), HasSubstr("those of antenna 3 are 1-3, 2-3"));
+  options.baseline = "3";
+  EXPECT_THAT(Error(FindClosedLoops(copy, options, found)), HasSubstr("not a baseline"));
+}
+
+}  // namespace
+}  // namespace zeltra
