@@ -40,6 +40,8 @@ class OutputFile {
   /// Create the temporary file. @return a failure if `path` exists and may not be replaced, or cannot be written
   AResult Create(const std::string& path, bool overwrite);
   CheckedFile& file() { return file_; }
+  /// The name that the file has until it is committed, for a class that opens its files itself.
+  const std::string& temporary() const { return temporary_; }
   /// Close the file and give it its name.
   AResult Commit();
   /// Close the file and remove it.

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/SelectedVisibilities.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "zeltra/core/Text.h"
+#include "zeltra/readers/AUVXRead.h"
+#include "zeltra/uvx/AUVXFreqs.h"
+
+namespace zeltra {
+namespace {
+
+constexpr int kRR = -1, kLL = -2, kXX = -5, kYY = -6, kI = 1;
+
+bool IsParallelHand(int code) {
+  return code == kRR || code == kLL || code == kXX || code == kYY || code == kI;
+}
+
+void Append(AArray<AStokesMix>& list, const AStokesMix& mix) {
+  list.InsertAt(list.count(), mix);
+}
+
+bool IsFinite(const AUVXComplex& value) {
+  return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
+}
+
+}  // namespace
+
+AResult SelectedVisibilities::Select(const UVXSelection& selection, Preference preference) {
+  if (AResult result = contents_.CheckIndex(input_); !result) return result;
+  if (AResult result = SelectSource(selection.source); !result) return result;
+  if (AResult result = SelectStokes(selection.stokes, preference); !result) return result;
+  return SelectFrequencies(selection);
+}
+
+AResult SelectedVisibilities::SelectSource(const std::string& wanted) {
+  const std::vector<int> numbers = contents_.SourceNumbers();
+  int number = numbers.empty() ? 0 : numbers.front();
+  if (!wanted.empty()) {
+    if (AResult result = contents_.FindSource(wanted, number); !result) return result;
+  } else if (numbers.size() > 1) {
+    return AResult::Fail(input_.path() + ": one of its sources has to be chosen: " + contents_.SourceList(numbers));
+  }
+  const int place = contents_.sources().IndexForID(number);
+  source_ = place >= 0 ? contents_.sources()(place) : AUVXSourceItem();
+  source_.id = number;
+  return AResult::Ok();
+}
+
+AResult SelectedVisibilities::Find(const std::string& name, AStokesMix& mix) const {
+  AResult result = contents_.FindPolarisation(name, mix);
+  const AUVXStokes& stored = contents_.header().stokes;
+  int x = 0, y = 0;
+  if (result || (name != "I" && name != "i")) return result;
+  if (!stored.FindStokes(kXX, x) || !stored.FindStokes(kYY, y)) return result;
+  mix = AStokesMix(kI, AStokesItem(x, kXX), AStokesItem(y, kYY));
+  return AResult::Ok();
+}
+
+AResult SelectedVisibilities::SelectStokes(const std::vector<std::string>& wanted, Preference preference) {
+  const AUVXStokes& stored = contents_.header().stokes;
+  if (stored.count() < 1) return AResult::Fail(input_.path() + ": its records hold no polarisations");
+  mixes_.Free();
+  AStokesMix mix;
+  for (const std::string& name : wanted) {
+    if (AResult result = Find(name, mix); !result) return result;
+    Append(mixes_, mix);
+  }
+  const auto single = [&](int i) { return AStokesMix(0, AStokesItem(i, stored(i)), AStokesItem()); };
+  if (wanted.empty() && preference == TotalIntensity) Append(mixes_, Find("I", mix) ? mix : single(0));
+  for (int i = 0; wanted.empty() && preference == ParallelHands && i < stored.count(); ++i) {
+    if (IsParallelHand(stored(i))) Append(mixes_, single(i));
+  }
+  if (mixes_.count() > 0) return AResult::Ok();
+  for (int i = 0; i < stored.count(); ++i) Append(mixes_, single(i));
+  return AResult::Ok();
+}
+
+AResult SelectedVisibilities::SelectFrequencies(const UVXSelection& selection) {
+  const auto select = [this](const char* what, int wanted, int count, Range& range) {
+    range = wanted < 0 ? Range{0, count} : Range{wanted, wanted + 1};
+    if (wanted < count) return AResult::Ok();
+    return AResult::Fail(input_.path() + ": no " + what + " " + std::to_string(wanted) + "; there are " +
+                         std::to_string(count) + ", numbered from 0");
+  };
+  AUVXFile& uvx = input_.uvx();
+  if (AResult result = select("IF", selection.IF, std::max(uvx.IFs(), 1), IFs_); !result) return result;
+  return select("channel", selection.channel, uvx.channels(), channels_);
+}
+
+AResult SelectedVisibilities::ForEach(const JobOptions& options, const char* step, const Visitor& visit) {
+  SendProgressText(options.progress, step);
+  AUVXRead reader(&input_.uvx(), source_.id, options.progress);
+  AUVXVisibility values(input_.uvx());
+  AUVXGroup group;
+  int record = -1, records = 0;
+  while (reader.GetUVGVis(group, values, record)) {
+    if (IsCancelled(options)) return AResult::Cancel(input_.path() + ": cancelled before its last record");
+    ++records;
+    if (group.flag != 0 || group.ant1 == group.ant2) continue;
+    Visit(group, *reader.GetFreqs(), values, visit);
+  }
+  if (records == reader.count()) return AResult::Ok();
+  return AResult::Fail(input_.path() + ": cannot be read to the last record of source " + std::to_string(source_.id));
+}
+
+std::string SelectedVisibilities::unit() const {
+  const std::string unit = FieldText(contents_.header().info.bunit, sizeof AUVXInfoHeader::bunit);
+  return unit.empty() || unit == "JY" || unit == "jy" ? "Jy" : unit;
+}
+
+AResult SelectedVisibilities::NothingValid() const {
+  std::string names;
+  for (int s = 0; s < mixes_.count(); ++s) names += (s == 0 ? "" : ", ") + mixes_(s).asShortString();
+  return AResult::Fail(input_.path() + ": source " + contents_.SourceList({source_.id}) +
+                       " has no valid visibility of two antennas in " + names);
+}
+
+void SelectedVisibilities::Visit(const AUVXGroup& group, const AUVXFreqs& frequencies, const AUVXVisibility& values,
+                                 const Visitor& visit) const {
+  SelectedVisibility visibility = {&group, 0, 0, 0, 0, {}};
+  for (int i = IFs_.first; i < IFs_.end; ++i) {
+    for (int c = channels_.first; c < channels_.end; ++c) {
+      const int point = values.channels() * i + c;
+      visibility.frequency = point < frequencies.count() ? frequencies(point) : 0;
+      visibility.u = group.u() * visibility.frequency;
+      visibility.v = group.v() * visibility.frequency;
+      // A row of "FQ" may lack an IF, whose frequencies are not numbers then.
+      if (!(visibility.frequency > 0) || !std::isfinite(visibility.u) || !std::isfinite(visibility.v)) continue;
+      for (int s = 0; s < mixes_.count(); ++s) {
+        visibility.value = mixes_(s).GetVisible(values(point), 0);
+        if (!visibility.value.isValid() || !IsFinite(visibility.value)) continue;
+        visibility.stokes = s;
+        visit(visibility);
+      }
+    }
+  }
+}
+
+}  // namespace zeltra

@@ -1,0 +1,95 @@
+// The visibilities of a source that a job looks at.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_SELECTEDVISIBILITIES_H_
+#define ZELTRA_OPS_SELECTEDVISIBILITIES_H_
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "zeltra/ops/AResult.h"
+#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/JobOptions.h"
+#include "zeltra/uvx/AStokesMix.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXSources.h"
+#include "zeltra/uvx/AUVXVisibility.h"
+
+namespace zeltra {
+
+class AUVXFreqs;
+
+/// What is asked for.
+struct UVXSelection {
+  std::string source;               ///< number or name; empty: the only source of the file
+  std::vector<std::string> stokes;  ///< names as in "I" or "RR"; empty: what the job likes best of what there is
+  int IF = -1;                      ///< from 0; negative: all
+  int channel = -1;                 ///< of each IF, from 0; negative: all
+};
+
+/// A visibility with its place in the u, v plane.
+struct SelectedVisibility {
+  const AUVXGroup* group;  ///< of the record
+  int stokes;              ///< index of the combination in SelectedVisibilities::mixes()
+  double frequency;        ///< Hz
+  double u;                ///< wavelengths at that frequency
+  double v;
+  AUVXComplex value;
+};
+
+/// Reads the valid visibilities of one source: the flag of the record is 0, the weight is above 0, all numbers are
+/// finite, and the two antennas differ. Polarisations are combined as AStokesMix does; I is also made of XX and YY.
+class ZELTRA_API SelectedVisibilities {
+ public:
+  using Visitor = std::function<void(const SelectedVisibility&)>;
+
+  /// What is taken where no polarisation is named: I if it is stored or can be formed, else the first that is stored;
+  /// or the parallel hands that are stored, else all that is stored.
+  enum Preference { TotalIntensity, ParallelHands };
+
+  /// @param input  an open file, which must outlive the object
+  explicit SelectedVisibilities(AUVXInput& input) : input_(input), contents_(input) {}
+
+  /// Look up what is asked for. @return a failure that tells what there is instead, or what is wrong with the index
+  AResult Select(const UVXSelection& selection, Preference preference);
+
+  /// Visit all visibilities in the order of the file: all combinations of a frequency, then the next frequency, then
+  /// the next record. May be called again.
+  /// @param step   named to the progress control, which counts from 0 to 100
+  /// @return that the job was cancelled, or that a record cannot be read
+  AResult ForEach(const JobOptions& options, const char* step, const Visitor& visit);
+
+  /// A failure that tells that there is nothing to visit.
+  AResult NothingValid() const;
+
+  const AUVXContents& contents() const { return contents_; }
+  /// The source; only its number is set where the file has no table of sources.
+  const AUVXSourceItem& source() const { return source_; }
+  const AArray<AStokesMix>& mixes() const { return mixes_; }
+  /// The unit of the values, "Jy" where the file names none.
+  std::string unit() const;
+
+ private:
+  struct Range {
+    int first = 0;
+    int end = 0;
+  };
+
+  AResult SelectSource(const std::string& wanted);
+  AResult SelectStokes(const std::vector<std::string>& wanted, Preference preference);
+  AResult SelectFrequencies(const UVXSelection& selection);
+  AResult Find(const std::string& name, AStokesMix& mix) const;
+  void Visit(const AUVXGroup& group, const AUVXFreqs& frequencies, const AUVXVisibility& values,
+             const Visitor& visit) const;
+
+  AUVXInput& input_;
+  const AUVXContents contents_;
+  AUVXSourceItem source_;
+  AArray<AStokesMix> mixes_;
+  Range IFs_, channels_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_SELECTEDVISIBILITIES_H_
