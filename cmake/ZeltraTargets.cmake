@@ -17,14 +17,14 @@ function(zeltra_compile_options target)
   endif()
 endfunction()
 
-# Header-only Debian packages (CLI11, nlohmann-json) for any target system: they are linked one by one into a folder of
+# Header-only Debian packages (CLI11, nlohmann-json, stb) for any target system: they are linked one by one into a folder of
 # the build tree, since /usr/include as a whole belongs to the system that builds.
 function(zeltra_host_headers target)
   set(folder ${CMAKE_BINARY_DIR}/host-headers)
   file(MAKE_DIRECTORY ${folder})
   foreach(name IN LISTS ARGN)
     if(NOT EXISTS /usr/include/${name})
-      message(FATAL_ERROR "/usr/include/${name} is missing: install libcli11-dev and nlohmann-json3-dev")
+      message(FATAL_ERROR "/usr/include/${name} is missing: install libcli11-dev, nlohmann-json3-dev and libstb-dev")
     endif()
     file(CREATE_LINK /usr/include/${name} ${folder}/${name} SYMBOLIC)
   endforeach()

@@ -36,6 +36,8 @@ int Run(std::vector<std::string> arguments) {
   AddLoopsCommand(app, session);
   AddCopyCommand(app, session);
   AddUVWCommand(app, session);
+  AddImageCommand(app, session);
+  AddPlotCommand(app, session);
   AddSimulateCommand(app, session);
   AddRegisterCommand(app, session);
 

@@ -1,0 +1,120 @@
+// zeltra image: the dirty image of a source.
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+#include "apps/zeltra/Command.h"
+#include "apps/zeltra/ImagePicture.h"
+#include "apps/zeltra/UVXInput.h"
+#include "zeltra/ops/ImageUVX.h"
+#include "zeltra/ops/WriteWholeFile.h"
+#include "zeltra/platform/System.h"
+
+namespace zeltra::app {
+namespace {
+
+constexpr double kRadiansPerMas = 3.14159265358979323846 / 180 / 3600e3;
+
+struct Arguments {
+  std::string from, map, fits, png, beam;
+  std::string stokes;
+  double cell = 0;  // milliarcseconds
+  bool force = false;
+  ImageOptions options;
+};
+
+AResult CheckOutputs(const Arguments& arguments) {
+  std::vector<std::string> names = {arguments.from};
+  for (const std::string& name : {arguments.map, arguments.fits, arguments.png, arguments.beam}) {
+    if (name.empty()) continue;
+    if (std::find(names.begin(), names.end(), name) != names.end()) {
+      return AResult::Fail(name + ": named twice");
+    }
+    if (!arguments.force && PathExists(name)) {
+      return AResult::Fail(name + ": exists already and is not replaced unasked");
+    }
+    names.push_back(name);
+  }
+  return AResult::Ok();
+}
+
+AResult StoreAll(const Arguments& arguments, const DirtyImage& image) {
+  AResult result = StoreMap(image, image.map, arguments.map, arguments.force);
+  if (result && !arguments.beam.empty()) result = StoreMap(image, image.beam, arguments.beam, arguments.force);
+  if (result && !arguments.fits.empty()) result = StoreFITSImage(image, arguments.fits, arguments.force);
+  if (!result || arguments.png.empty()) return result;
+  const std::string png = ImagePicture(image);
+  if (png.empty()) return AResult::Fail(arguments.png + ": there is no memory for the picture");
+  return WriteWholeFile(arguments.png, png, arguments.force);
+}
+
+std::string Summary(const DirtyImage& image) {
+  const int size = image.map.Lines();
+  const float* first = image.map.Line(0);
+  const float* peak = std::max_element(first, first + static_cast<std::ptrdiff_t>(size) * size);
+  const auto place = static_cast<int>(peak - first);
+  const double cell = image.cell / kRadiansPerMas;
+  char text[400];
+  int used = std::snprintf(text, sizeof text,
+                           "%lld visibilities of %s, cells of %.4g mas, peak %.4g %s at %.4g mas east, %.4g mas north",
+                           static_cast<long long>(image.visibilities), image.stokes.asShortString().c_str(), cell,
+                           static_cast<double>(*peak), image.unit.c_str(), (size / 2 - place % size) * cell,
+                           (place / size - size / 2) * cell);
+  if (image.shape.major > 0) {
+    std::snprintf(text + used, sizeof text - static_cast<size_t>(used), ", beam %.4g x %.4g mas at %.1f degrees",
+                  image.shape.major / kRadiansPerMas, image.shape.minor / kRadiansPerMas, image.shape.angle);
+  }
+  return text;
+}
+
+AResult MakeImage(Arguments& arguments, Session& session) {
+  if (AResult result = CheckOutputs(arguments); !result) return result;
+  ImageOptions& options = arguments.options;
+  static_cast<JobOptions&>(options) = session.Options(arguments.force);
+  options.cell = arguments.cell * kRadiansPerMas;
+  if (!arguments.stokes.empty()) options.selection.stokes = {arguments.stokes};
+  UVXInput input;
+  if (AResult result = input.Open(arguments.from, session); !result) return result;
+  DirtyImage image;
+  if (AResult result = ImageUVX(input, options, image); !result) return result;
+  if (AResult result = StoreAll(arguments, image); !result) return result;
+  if (image.beyond > 0) {
+    session.Note(std::to_string(image.beyond) + " visibilities of baselines too long for the cell are left out");
+  }
+  session.Report(arguments.map + ": " + Summary(image));
+  return AResult::Ok();
+}
+
+}  // namespace
+
+void AddImageCommand(CLI::App& app, Session& session) {
+  auto arguments = std::make_shared<Arguments>();
+  ImageOptions& options = arguments->options;
+  CLI::App& command = *app.add_subcommand("image", "Make the dirty image of a source, a map file");
+  command.add_option("FILE", arguments->from, "UVX, or UV FITS, which is imported first")->required();
+  command.add_option("OUT.map", arguments->map, "the map file to make")->required();
+  command.add_flag("-f,--force", arguments->force, "replace outputs that exist");
+  command.add_option("--source", options.selection.source, "number or name of the source, where there are several")
+      ->type_name("N|NAME");
+  command.add_option("--stokes", arguments->stokes, "polarisation as in I or RR; I unless the file has none");
+  command.add_option("--size", options.size, "pixels a line, and lines")->capture_default_str();
+  command.add_option("--cell", arguments->cell, "size of a pixel in mas; a fifth of the narrowest fringe if not given")
+      ->check(CLI::PositiveNumber);
+  command
+      .add_option_function<std::string>(
+          "--weight",
+          [&options](const std::string& name) {
+            options.weighting = name == "uniform" ? ImageOptions::Uniform : ImageOptions::Natural;
+          },
+          "natural: least noise, or uniform: narrowest beam")
+      ->check(CLI::IsMember({"natural", "uniform"}))
+      ->default_str("natural");
+  command.add_option("--fits", arguments->fits, "make a FITS image too");
+  command.add_option("--png", arguments->png, "make a picture too");
+  command.add_option("--beam", arguments->beam, "make a map file of the dirty beam too");
+  session.OnRun(command, [arguments, &session] { return MakeImage(*arguments, session); });
+}
+
+}  // namespace zeltra::app

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "apps/zeltra/Chart.h"
+#include "apps/zeltra/SVG.h"
+#include "apps/zeltra/Ticks.h"
+#include "tests/support/RunZeltra.h"
+#include "tests/support/SyntheticUVX.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/image/AMapFile.h"
+
+namespace zeltra::test {
+namespace {
+
+using app::Tick;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+std::vector<std::string> Labels(const std::vector<Tick>& ticks) {
+  std::vector<std::string> labels;
+  for (const Tick& tick : ticks) labels.push_back(tick.label);
+  return labels;
+}
+
+TEST(Ticks, AreRoundNumbers) {
+  EXPECT_THAT(Labels(app::RoundTicks(-0.05, 1.1, 7)), ElementsAre("0.0", "0.2", "0.4", "0.6", "0.8", "1.0"));
+  EXPECT_THAT(Labels(app::RoundTicks(-2, 2, 5)), ElementsAre("-2", "-1", "0", "1", "2"));
+  EXPECT_THAT(Labels(app::RoundTicks(0.0031, 0.0052, 5)), ElementsAre("0.0035", "0.0040", "0.0045", "0.0050"));
+  EXPECT_THAT(Labels(app::RoundTicks(0, 3e12, 4)), ElementsAre("0", "1e+12", "2e+12", "3e+12"));
+  EXPECT_THAT(Labels(app::RoundTicks(1, 1, 4)), ElementsAre());
+  EXPECT_THAT(Labels(app::RoundTicks(0, INFINITY, 4)), ElementsAre());
+  EXPECT_THAT(Labels(app::RoundTicks(0, NAN, 4)), ElementsAre());
+}
+
+TEST(Ticks, OfTimesAreRoundOnTheClock) {
+  EXPECT_THAT(Labels(app::ClockTicks(25100, 26900, 4)), ElementsAre("07:00", "07:10", "07:20"));
+  EXPECT_THAT(Labels(app::ClockTicks(79000, 95000, 3)), ElementsAre("22:00", "24:00", "26:00"));
+  EXPECT_THAT(Labels(app::ClockTicks(3600, 3640, 5)),
+              ElementsAre("01:00:00", "01:00:10", "01:00:20", "01:00:30", "01:00:40"));
+}
+
+// Places of dots in a chart's SVG, in units of half a pixel.
+size_t CountDots(const std::string& svg) {
+  size_t dots = 0;
+  for (size_t at = svg.find("h0"); at != std::string::npos; at = svg.find("h0", at + 1)) ++dots;
+  return dots;
+}
+
+app::ChartAxis UnitAxis(const char* title) {
+  return {title, 0, 1, app::RoundTicks(0, 1, 5)};
+}
+
+TEST(Chart, DrawsWhatFallsOnOneSpotOnce) {
+  app::Chart chart(UnitAxis("across"), UnitAxis("up"), {"one", "two"});
+  for (int i = 0; i < 1000; ++i) chart.Add(0, 0.5, 0.5);
+  chart.Add(1, 0.5, 0.5);
+  chart.Add(1, 0, 0);
+  chart.Add(1, 1, 1);
+  for (const double outside : {-0.1, 1.1, static_cast<double>(NAN), static_cast<double>(INFINITY)}) {
+    chart.Add(0, outside, 0.5);
+    chart.Add(0, 0.5, outside);
+  }
+  const std::string svg = chart.Draw("title <&>", "note");
+  EXPECT_EQ(CountDots(svg), 4u);
+  EXPECT_THAT(svg, HasSubstr("title &lt;&amp;&gt;"));
+  for (const char* text : {">note<", ">across<", ">up<", ">one<", ">two<", ">0.4<"}) EXPECT_THAT(svg, HasSubstr(text));
+  // 800 x 520 pixels: half of each from the upper left corner of the plot, where y is 1.
+  EXPECT_THAT(svg, HasSubstr("M800 520h0"));
+  EXPECT_THAT(svg, HasSubstr("M1599 0h0"));
+  EXPECT_THAT(svg, HasSubstr("M0 1039h0"));
+}
+
+TEST(Chart, KeepsOutliersOfACrowd) {
+  app::Chart chart(UnitAxis("x"), UnitAxis("y"), {"all"});
+  for (int i = 0; i < 700; ++i) {
+    for (int j = 0; j < 700; ++j) chart.Add(0, i / 1400.0, j / 1400.0);
+  }
+  chart.Add(0, 0.75, 0.75);
+  const std::string svg = chart.Draw("", "");
+  EXPECT_LT(CountDots(svg), 60000u);
+  EXPECT_GT(CountDots(svg), 20000u);
+  EXPECT_NE(svg.find("M1200 260h0"), std::string::npos);
+  EXPECT_EQ(svg.find("<circle"), std::string::npos) << "a single series needs no legend";
+}
+
+// A simulated observation of a few minutes.
+class Pictures : public testing::Test {
+ protected:
+  Pictures() {
+    RunZeltra({"simulate", uvx_.path(), "--minutes", "12", "--integration", "20", "--antennas", "4", "--noise", "0"});
+  }
+  std::string Fails(std::vector<std::string> arguments, int code = 1) {
+    const Finished run = RunZeltra(arguments);
+    EXPECT_EQ(run.code, code);
+    EXPECT_THAT(run.err, HasSubstr("zeltra: error: "));
+    return run.err;
+  }
+
+  const TempFile uvx_{"uvx"};
+};
+
+uint32_t BigEndianAt(const std::string& bytes, size_t at) {
+  uint32_t number = 0;
+  for (size_t i = 0; i < 4; ++i) number = number << 8 | static_cast<uint8_t>(bytes.at(at + i));
+  return number;
+}
+
+TEST_F(Pictures, OfAnImageHaveAxesAndABar) {
+  const TempFile map("map"), beam("map"), png("png"), fits("fits");
+  const Finished run = RunZeltra({"image", uvx_.path(), map.path(), "--source", "3C279", "--size", "256", "--png",
+                                  png.path(), "--beam", beam.path(), "--fits", fits.path()});
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_THAT(run.err, HasSubstr("visibilities of I"));
+  EXPECT_EQ(map.Bytes().size(), 168u + 4u * 256 * 256);
+  EXPECT_EQ(beam.Bytes().size(), map.Bytes().size());
+  EXPECT_EQ(fits.Bytes().size() % 2880, 0u);
+  EXPECT_THAT(fits.Bytes(), StartsWith("SIMPLE  ="));
+  const std::string picture = png.Bytes();
+  ASSERT_THAT(picture, StartsWith("\x89PNG\r\n"));
+  // Two pixels for one of the image, and room for axes and bar.
+  EXPECT_GT(BigEndianAt(picture, 16), 650u);
+  EXPECT_GT(BigEndianAt(picture, 20), 600u);
+  AMapFile file;
+  ASSERT_TRUE(file.Open(beam.c_str(), 0));
+  EXPECT_NEAR(double{file.GetMinMax().range[2].maximum}, 1, 1e-5);
+}
+
+TEST_F(Pictures, AreNotMadeOfNonsense) {
+  const TempFile out("map"), kept("map");
+  kept.Put("kept");
+  EXPECT_THAT(Fails({"image", uvx_.path(), out.path()}), HasSubstr("1 (3C273), 2 (3C279)"));
+  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--source", "1", "--size", "100"}), HasSubstr("256, 512, 1024"));
+  EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1"}), HasSubstr("exists already"));
+  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--png", uvx_.path(), "--source", "1", "--force"}),
+              HasSubstr("named twice"));
+  EXPECT_THAT(Fails({"plot", uvx_.path(), "uv", kept.path() + ".svg", "--source", "9"}),
+              HasSubstr("no record of source 9"));
+  EXPECT_THAT(Fails({"plot", uvx_.path(), "phase", out.path() + ".svg", "--source", "1", "--antenna", "XY"}),
+              HasSubstr("no antenna XY"));
+  EXPECT_THAT(Fails({"plot", uvx_.path(), "closure", out.path() + ".svg", "--source", "1", "--stokes", "RR,LL"}),
+              HasSubstr("one polarisation"));
+  Fails({"image", uvx_.path(), out.path(), "--cell", "-1"}, 2);
+  Fails({"image", uvx_.path(), out.path(), "--weight", "robust"}, 2);
+  EXPECT_THAT(Fails({"plot", uvx_.path(), "uv", out.path()}, 2), HasSubstr(".svg"));
+  Fails({"plot", uvx_.path(), "colour", out.path() + ".svg"}, 2);
+  EXPECT_FALSE(out.exists());
+  EXPECT_EQ(kept.Bytes(), "kept");
+}
+
+TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
+  const auto plot = [&](std::vector<std::string> arguments) {
+    const TempFile svg("svg");
+    arguments.insert(arguments.begin(), {"plot", uvx_.path()});
+    arguments.insert(arguments.begin() + 3, svg.path() + ".svg");
+    arguments.insert(arguments.end(), {"--source", "3C273", "--quiet"});
+    const Finished run = RunZeltra(arguments);
+    EXPECT_EQ(run.code, 0) << run.err;
+    const TempFile drawn("svg");
+    MoveIntoPlace(svg.path() + ".svg", drawn.path(), true);
+    return drawn.Bytes();
+  };
+  const std::string uv = plot({"uv"});
+  EXPECT_THAT(uv, StartsWith("<?xml"));
+  EXPECT_THAT(uv, HasSubstr("3C273 · RR, LL · 8.414 GHz · 2020-03-20"));
+  EXPECT_THAT(uv, HasSubstr(">u (Mλ)<"));
+  EXPECT_THAT(uv, HasSubstr(">v (Mλ)<"));
+  EXPECT_EQ(CountDots(uv) % 2, 0u) << "every point has its conjugate";
+  const std::string amplitude = plot({"amplitude"});
+  for (const char* text : {">Amplitude (Jy)<", ">uv distance (Mλ)<", ">RR<", ">LL<"}) {
+    EXPECT_THAT(amplitude, HasSubstr(text));
+  }
+  const std::string phase = plot({"phase", "--time", "--antenna", "hn", "--stokes", "I", "--if", "0"});
+  for (const char* text : {">Phase (degrees)<", "Time on 2020-03-20", ">HN-BR<", ">HN-KP<", "· I · 8.4"}) {
+    EXPECT_THAT(phase, HasSubstr(text));
+  }
+  EXPECT_THAT(phase, Not(HasSubstr("BR-KP")));
+  const std::string closure = plot({"closure", "--antenna", "1", "--interval", "-1"});
+  for (const char* text : {">Closure phase (degrees)<", ">BR-FD-HN<", ">BR-HN-KP<", "3 triangles with BR"}) {
+    EXPECT_THAT(closure, HasSubstr(text));
+  }
+}
+
+TEST_F(Pictures, BecomePNGWhereTheSystemCan) {
+  const TempFile png("x.png");
+  const Finished run = RunZeltra({"plot", uvx_.path(), "uv", png.path() + ".png", "--source", "1"});
+  const TempFile drawn("png");
+  MoveIntoPlace(png.path() + ".png", drawn.path(), true);
+  if (run.code == 0) {
+    EXPECT_THAT(drawn.Bytes(), StartsWith("\x89PNG\r\n"));
+    EXPECT_EQ(BigEndianAt(drawn.Bytes(), 16), 1520u);
+  } else {
+    EXPECT_THAT(run.err, HasSubstr("name it .svg"));
+    EXPECT_FALSE(drawn.exists());
+  }
+}
+
+}  // namespace
+}  // namespace zeltra::test

@@ -1,0 +1,164 @@
+"""Look at the images that zeltra makes with astropy and fitsverify, and at its pictures byte by byte.
+
+usage: image_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
+"""
+# SPDX-License-Identifier: MIT
+import os
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree
+import zlib
+
+try:
+    import numpy as np
+    from astropy import units
+    from astropy.coordinates import SkyCoord
+    from astropy.io import fits
+    from astropy.wcs import WCS
+except ImportError as missing:
+    print("skipped: python3-astropy is not installed (%s)" % missing)
+    sys.exit(77)
+
+ZELTRA = os.path.abspath(sys.argv.pop(1))
+SHARED = sys.argv.pop(1)
+MAS = units.mas
+
+
+def zeltra(*arguments):
+    done = subprocess.run([ZELTRA, *arguments], capture_output=True, text=True)
+    if done.returncode:
+        raise AssertionError("zeltra %s: %s" % (" ".join(arguments), done.stderr))
+    return done
+
+
+def map_file(path):
+    """Source, unit, beam (4 doubles), ranges (3 pairs) and pixels of a map file."""
+    with open(path, "rb") as file:
+        raw = file.read()
+    source, unit = (field.split(b"\0")[0].decode() for field in (raw[:40], raw[40:56]))
+    lines, length = struct.unpack_from("<2i", raw, 160)
+    ranges = np.frombuffer(raw, "<f8", 6, 112).reshape(3, 2)
+    return source, unit, struct.unpack_from("<4d", raw, 72), ranges, np.frombuffer(raw, "<f4", -1, 168).reshape(lines, length)
+
+
+def png_pixels(path):
+    """Red, green and blue, shape [line][element][3], of a PNG file of 8-bit colours."""
+    with open(path, "rb") as file:
+        raw = file.read()
+    assert raw[:8] == b"\x89PNG\r\n\x1a\n"
+    at, data, size = 8, b"", None
+    while at < len(raw):
+        length, kind = struct.unpack_from(">I4s", raw, at)
+        body = raw[at + 8:at + 8 + length]
+        assert zlib.crc32(kind + body) == struct.unpack_from(">I", raw, at + 8 + length)[0]
+        if kind == b"IHDR":
+            size = struct.unpack_from(">2I5B", body)
+            assert size[2:] == (8, 2, 0, 0, 0), size
+        data += body if kind == b"IDAT" else b""
+        at += 12 + length
+    width, height = size[:2]
+    rows = np.frombuffer(zlib.decompress(data), "u1").reshape(height, 1 + 3 * width)
+    pixels = np.zeros((height, width + 1, 3), int)
+    above = np.zeros((width + 1, 3), int)
+    for i, (kind, *_), row in zip(range(height), rows, rows[:, 1:].reshape(height, width, 3).astype(int)):
+        line = pixels[i]
+        for j in range(width):
+            a, b, c = line[j], above[j + 1], above[j]
+            nearest = a + b - c
+            distance = np.abs([nearest - a, nearest - b, nearest - c])
+            paeth = np.where((distance[0] <= distance[1]) & (distance[0] <= distance[2]), a,
+                             np.where(distance[1] <= distance[2], b, c))
+            line[j + 1] = (row[j] + (0, a, b, (a + b) // 2, paeth)[kind]) & 255
+        above = line
+    return pixels[:, 1:]
+
+
+class Images(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.folder)
+        zeltra("simulate", self.path("s.uvx"), "--noise", "0", "--integration", "60")
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def test_fits_image_is_placed_on_the_sky(self):
+        zeltra("image", self.path("s.uvx"), self.path("s.map"), "--source", "3C273", "--size", "256", "--cell", "0.1",
+               "--fits", self.path("s.fits"), "--beam", self.path("b.map"))
+        with fits.open(self.path("s.fits")) as hdus:
+            hdus.verify("exception")
+            header, pixels = hdus[0].header, hdus[0].data
+        self.assertEqual(pixels.shape, (1, 1, 256, 256))
+        self.assertEqual(pixels.dtype, np.dtype(">f4"))
+        self.assertEqual((header["OBJECT"], header["BUNIT"], header["RADESYS"]), ("3C273", "Jy/beam", "FK5"))
+        units.Unit(header["BUNIT"])
+        wcs = WCS(header).celestial
+        center = SkyCoord(187.2779154, 2.0523883, unit="deg", frame="fk5")
+        # The second component lies 2.1 mas west and 1.3 mas south: east is at low elements, north at high lines.
+        for east, north, element, line in ((0, 0, 128, 128), (-2.1, -1.3, 149, 115)):
+            place = center.spherical_offsets_by(east * MAS, north * MAS)
+            x, y = wcs.world_to_pixel(place)
+            self.assertAlmostEqual(float(x), element, delta=1e-3)
+            self.assertAlmostEqual(float(y), line, delta=1e-3)
+        frequency = WCS(header).sub([3]).pixel_to_world_values(0)
+        self.assertAlmostEqual(float(frequency), 8.414e9, delta=2e7)
+        self.assertEqual(header["CRVAL4"], 1)
+
+        # Taking both components away with the beam leaves nothing.
+        source, unit, beam, ranges, stored = map_file(self.path("s.map"))
+        self.assertEqual((source, unit), ("3C273", "Jy/beam"))
+        np.testing.assert_array_equal(stored, pixels[0, 0])
+        self.assertAlmostEqual(np.degrees(beam[0]), header["BMAJ"], delta=1e-15)
+        self.assertAlmostEqual(beam[2], header["BPA"], delta=1e-9)
+        response = map_file(self.path("b.map"))[4]
+        part = np.s_[64:192, 64:192]
+        shifted = response[128 - 64 - 115 + 128:128 + 64 - 115 + 128, 128 - 64 - 149 + 128:128 + 64 - 149 + 128]
+        rest = stored[part] - 3.0 * response[part] - 1.2 * shifted
+        # What flags took away is missing from both.
+        self.assertLess(np.abs(rest).max(), 1e-3)
+        cell = np.radians(0.1 / 3600e3)
+        np.testing.assert_allclose(ranges[0], [-127 * cell, 128 * cell])
+        np.testing.assert_allclose(ranges[1], [-128 * cell, 127 * cell])
+        np.testing.assert_array_equal(ranges[2], [stored.min(), stored.max()])
+
+    @unittest.skipUnless(shutil.which("fitsverify"), "fitsverify is not installed")
+    def test_fitsverify_finds_nothing(self):
+        inputs = [self.path("s.uvx")]
+        inputs += [os.path.join(SHARED, name) for name in ("mojave.uvfits", "j0414_a3dtable.uvfits")]
+        for path in filter(os.path.exists, inputs):
+            zeltra("image", path, self.path("x.map"), "--size", "32", "--fits", self.path("x.fits"), "--force",
+                   *(["--source", "2"] if path.endswith(".uvx") else []))
+            done = subprocess.run(["fitsverify", "-q", self.path("x.fits")], capture_output=True, text=True)
+            self.assertIn("OK", done.stdout)
+            self.assertEqual(done.returncode, 0, done.stdout)
+
+    def test_picture_shows_north_up_and_east_left(self):
+        zeltra("image", self.path("s.uvx"), self.path("s.map"), "--source", "3C273", "--size", "32", "--cell", "0.4",
+               "--png", self.path("s.png"))
+        picture = png_pixels(self.path("s.png"))
+        stored = map_file(self.path("s.map"))[4]
+        # The frame is black; inside it, a pixel of the image is 16 x 16 of the picture.
+        black = (picture == 0).all(axis=2)
+        left = np.flatnonzero(black.sum(axis=0) > 500)[0]
+        top = np.flatnonzero(black.sum(axis=1) > 500)[0]
+        inside = picture[top + 2:top + 514, left + 2:left + 514].reshape(32, 16, 32, 16, 3)
+        # The brightness of the colours, as people see it, is the value.
+        brightness = (inside[:, 8, :, 8] @ [0.30, 0.59, 0.11])[::-1]
+        value = 255 * (stored - stored.min()) / (stored.max() - stored.min())
+        brightness[:8, :8] = value[:8, :8]  # where the beam is drawn
+        np.testing.assert_allclose(brightness, value, atol=2)
+
+    def test_plots_are_xml(self):
+        for kind in ("uv", "amplitude", "phase", "closure"):
+            zeltra("plot", self.path("s.uvx"), kind, self.path(kind + ".svg"), "--source", "1")
+            root = xml.etree.ElementTree.parse(self.path(kind + ".svg")).getroot()
+            self.assertEqual(root.tag, "{http://www.w3.org/2000/svg}svg")
+            self.assertGreater(len(root.findall(".//{*}text")), 10)
+
+
+if __name__ == "__main__":
+    unittest.main()
