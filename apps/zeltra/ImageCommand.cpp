@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/ImagePicture.h"
@@ -29,9 +30,8 @@ AResult CheckOutputs(const Arguments& arguments) {
   std::vector<std::string> names = {arguments.from};
   for (const std::string& name : {arguments.map, arguments.fits, arguments.png, arguments.beam}) {
     if (name.empty()) continue;
-    if (std::find(names.begin(), names.end(), name) != names.end()) {
-      return AResult::Fail(name + ": named twice");
-    }
+    const auto isNamed = [&name](const std::string& other) { return other == name || IsSameFile(other, name); };
+    if (std::any_of(names.begin(), names.end(), isNamed)) return AResult::Fail(name + ": named twice");
     if (!arguments.force && PathExists(name)) {
       return AResult::Fail(name + ": exists already and is not replaced unasked");
     }
@@ -40,14 +40,31 @@ AResult CheckOutputs(const Arguments& arguments) {
   return AResult::Ok();
 }
 
-AResult StoreAll(const Arguments& arguments, const DirtyImage& image) {
-  AResult result = StoreMap(image, image.map, arguments.map, arguments.force);
-  if (result && !arguments.beam.empty()) result = StoreMap(image, image.beam, arguments.beam, arguments.force);
-  if (result && !arguments.fits.empty()) result = StoreFITSImage(image, arguments.fits, arguments.force);
-  if (!result || arguments.png.empty()) return result;
+AResult StorePicture(const DirtyImage& image, const std::string& path, bool overwrite) {
   const std::string png = ImagePicture(image);
-  if (png.empty()) return AResult::Fail(arguments.png + ": there is no memory for the picture");
-  return WriteWholeFile(arguments.png, png, arguments.force);
+  if (png.empty()) return AResult::Fail(path + ": there is no memory for the picture");
+  return WriteWholeFile(path, png, overwrite);
+}
+
+// All outputs, or none: those that are there are removed again when one cannot be written.
+AResult StoreAll(const Arguments& arguments, const DirtyImage& image) {
+  std::vector<std::string> stored;
+  AResult result = AResult::Ok();
+  const auto store = [&](const std::string& name, const auto& write) {
+    if (!result || name.empty()) return;
+    result = write(image, name, arguments.force);
+    if (result) stored.push_back(name);
+  };
+  store(arguments.map, [](const DirtyImage& from, const std::string& name, bool overwrite) {
+    return StoreMap(from, from.map, name, overwrite);
+  });
+  store(arguments.beam, [](const DirtyImage& from, const std::string& name, bool overwrite) {
+    return StoreMap(from, from.beam, name, overwrite);
+  });
+  store(arguments.fits, StoreFITSImage);
+  store(arguments.png, StorePicture);
+  if (!result) std::for_each(stored.begin(), stored.end(), RemoveFile);
+  return result;
 }
 
 std::string Summary(const DirtyImage& image) {

@@ -31,6 +31,7 @@ PlotKind KindOf(const std::string& name) {
 AResult Plot(Arguments& arguments, Session& session) {
   const std::string& to = arguments.to;
   if (!arguments.force && PathExists(to)) return AResult::Fail(to + ": exists already and is not replaced unasked");
+  if (IsSameFile(to, arguments.from)) return AResult::Fail(to + ": is the file that is read");
   const bool isPNG = EndsWith(to, ".png");
   if (isPNG && !CanMakePNG()) {
     return AResult::Fail(to + ": this program was built without librsvg, which draws plots as PNG; name it .svg");

@@ -35,6 +35,11 @@ ChartAxis LengthAxis(const std::string& title, double low, double high) {
 }
 
 // Points in wavelengths, seconds, degrees, and the unit of the visibilities.
+// An axis has a length even where all values are 0.
+double OrOne(double largest) {
+  return largest > 0 ? largest : 1;
+}
+
 class VisibilityPlot {
  public:
   VisibilityPlot(AUVXInput& input, const PlotOptions& options) : options_(options), data_(input) {}
@@ -111,19 +116,24 @@ PlotPoint VisibilityPlot::PointOf(const SelectedVisibility& visibility) const {
 
 AResult VisibilityPlot::ForEachPoint(const PlotTaker& take) {
   return data_.ForEach(options_, "Reading visibilities...", [&](const SelectedVisibility& visibility) {
-    // The amplitude of finite parts may be too large for a float.
-    if (!IsOfAntenna(*visibility.group) || !std::isfinite(visibility.group->date + visibility.value.ampl())) return;
+    if (!IsOfAntenna(*visibility.group) || !std::isfinite(visibility.group->date)) return;
     if (!midnight_) midnight_ = MidnightBefore(visibility.group->date);
+    const PlotPoint point = PointOf(visibility);
+    // The amplitude of finite parts may be too large for a float, a finite date too far away to count in seconds.
+    if (!std::isfinite(point.x) || !std::isfinite(point.y)) return;
     frequencies_.Add(visibility.frequency);
-    take(PointOf(visibility));
+    take(point);
   });
 }
 
 ChartAxis VisibilityPlot::Across() const {
-  const double longest = std::max({-survey_.x.low, survey_.x.high, -survey_.y.low, survey_.y.high});
-  if (options_.kind == PlotKind::UV) return LengthAxis("u", -kHeadRoom * longest, kHeadRoom * longest);
+  if (options_.kind == PlotKind::UV) {
+    const double longest = OrOne(std::max({-survey_.x.low, survey_.x.high, -survey_.y.low, survey_.y.high}));
+    return LengthAxis("u", -kHeadRoom * longest, kHeadRoom * longest);
+  }
   if (options_.overTime) return TimeAxis(survey_.x, *midnight_);
-  return LengthAxis("uv distance", -kFootRoom * survey_.x.high, kHeadRoom * survey_.x.high);
+  const double longest = OrOne(survey_.x.high);
+  return LengthAxis("uv distance", -kFootRoom * longest, kHeadRoom * longest);
 }
 
 ChartAxis VisibilityPlot::Up() const {
@@ -133,7 +143,7 @@ ChartAxis VisibilityPlot::Up() const {
     return axis;
   }
   if (options_.kind == PlotKind::Phase) return PhaseAxis("Phase");
-  const double largest = survey_.y.high > 0 ? survey_.y.high : 1;
+  const double largest = OrOne(survey_.y.high);
   const double low = -kFootRoom * largest, high = kHeadRoom * largest;
   return {"Amplitude (" + PlainText(data_.unit()) + ")", low, high, RoundTicks(low, high, 8)};
 }

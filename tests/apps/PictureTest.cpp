@@ -138,6 +138,14 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
   EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1"}), HasSubstr("exists already"));
   EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--png", uvx_.path(), "--source", "1", "--force"}),
               HasSubstr("named twice"));
+  const size_t name = uvx_.path().find_last_of("/\\") + 1;
+  const std::string otherSpelling = uvx_.path().substr(0, name) + "./" + uvx_.path().substr(name);
+  for (const char* command : {"export", "copy"}) {
+    EXPECT_THAT(Fails({command, uvx_.path(), otherSpelling, "--force"}), HasSubstr("is the file that is read"));
+  }
+  EXPECT_THAT(Fails({"image", uvx_.path(), otherSpelling, "--source", "1", "--force"}), HasSubstr("named twice"));
+  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--source", "1", "--png", out.path() + "/none.png"}),
+              HasSubstr("cannot be created"));
   EXPECT_THAT(Fails({"plot", uvx_.path(), "uv", kept.path() + ".svg", "--source", "9"}),
               HasSubstr("no record of source 9"));
   EXPECT_THAT(Fails({"plot", uvx_.path(), "phase", out.path() + ".svg", "--source", "1", "--antenna", "XY"}),

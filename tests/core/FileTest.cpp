@@ -180,6 +180,11 @@ TEST(StreamFile, CopiesShareOneStreamAndOneBuffer) {
   EXPECT_EQ(temp.Bytes(), "hello");
   EXPECT_FALSE(stream.Write(text, 5)) << "the copy has closed the stream of both";
   EXPECT_FALSE(stream.Close());
+  AStreamFile replaced;
+  ASSERT_TRUE(replaced.Open(temp.c_str(), "wb", 4096));
+  EXPECT_TRUE(replaced.Write(text, 4));
+  replaced = AStreamFile();
+  EXPECT_EQ(temp.Bytes(), "hell");
 }
 
 std::string lastMessage;

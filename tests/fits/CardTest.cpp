@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <clocale>
+#include <cmath>
 #include <string>
 
 #include "zeltra/fits/FITSCards.h"
@@ -101,7 +102,8 @@ TEST(CardParse, ReadsNumbersWithAPointInEveryLocale) {
   EXPECT_EQ(Number("7 m"), 7);
   EXPECT_EQ(Number("T"), 0);
   EXPECT_EQ(Number("+-3"), 0);
-  EXPECT_EQ(Number("1E999"), 0);
+  EXPECT_EQ(Number("-1E999"), -HUGE_VAL);
+  EXPECT_EQ(Number("1E-999"), 0);
   EXPECT_EQ(Integer("-32"), -32);
   EXPECT_EQ(Integer("12.9"), 12);
   EXPECT_EQ(Integer("99999999999"), INT_MAX);

@@ -219,14 +219,15 @@ TEST(FITSWalk, FindsExtensionsInFileOrder) {
   EXPECT_EQ(file.fits.HasExtTable("AIPS"), file.fits.tables()(0));
   EXPECT_EQ(file.fits.HasExtTable("FQX"), nullptr);
   EXPECT_EQ(file.fits.tables()(1)->pcount(), 5000);
-  EXPECT_EQ(file.fits.tables()(1)->Parameters(), 999);
+  EXPECT_EQ(file.fits.tables()(1)->Parameters(), 0) << "bytes of a heap";
   EXPECT_EQ(file.fits.tables()(2)->extname(), "AIPS AN");
   EXPECT_EQ(file.fits.tables()(2)->nextHeader(), file.fits.file()->GetFileSize() - 100);
 }
 
 TEST(FITSWalk, EndsAtAnExtensionThatCannotBeRead) {
   const SyntheticFITS whole = Plain().Table(FrequencyTable()).Table(FrequencyTable("AIPS SU")).Table(FrequencyTable());
-  for (const char* card : {"TFIELDS = 1000", "TFIELDS = -1", "GCOUNT  = -5", "NAXIS2  = -1", "PCOUNT  = -2880"}) {
+  for (const char* card :
+       {"TFIELDS = 1000", "TFIELDS = 200", "TFIELDS = -1", "GCOUNT  = -5", "NAXIS2  = -1", "PCOUNT  = -2880"}) {
     SyntheticFITS damaged = whole;
     const std::string keyword = std::string(card).substr(0, std::string(card).find(' '));
     // The primary header has all of these but TFIELDS, so that the second table's is one further.

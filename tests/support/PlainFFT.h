@@ -1,4 +1,4 @@
-// The two-dimensional transform step by step, as plainly as it can be written: what MT_FFT_Matr_* must equal bit by
+// The two-dimensional transform step by step, as plainly as it can be written: what MT_FFT_Matr_* must equal to the
 // bit. SPDX-License-Identifier: MIT
 #ifndef ZELTRA_TESTS_SUPPORT_PLAINFFT_H_
 #define ZELTRA_TESTS_SUPPORT_PLAINFFT_H_

@@ -119,6 +119,8 @@ TEST(UVXFileWriting, AHostsFileIsClosedAndMayBeAttachedAgain) {
   auto* owned = new MemoryFile(file.bytes);
   AUVXFile uvx;
   EXPECT_TRUE(uvx.Attach(owned, 0, 1));
+  ASSERT_TRUE(owned->Seek(0));
+  EXPECT_TRUE(uvx.Attach(owned, 0, 0)) << "it stays the object's own";
 }
 
 TEST(UVXFileWriting, GeometryFollowsTheHeader) {

@@ -15,11 +15,9 @@ namespace zeltra {
 
 /// An array of trivially copyable elements. Elements are moved as raw bytes, never constructed or destroyed.
 ///
-/// The image in a file is an int32 count and the elements' bytes, little-endian.
-///   Threads: none; an array is used by one thread at a time.
-///   Memory:  AMALLOC and AFREE serve every block, so a derived class can supply another allocator. Inside a
-///   constructor
-///            or destructor of AArray itself the plain ones run. A block that cannot be had is not detected.
+/// The image in a file is an int32 count and the elements' bytes, little-endian. An array is used by one thread at a
+/// time. AMALLOC and AFREE serve every block, so a derived class can supply another allocator; inside a constructor or
+/// destructor of AArray itself the plain ones run. A block that cannot be had is not detected.
 template <typename T>
 class AArray {
  protected:

@@ -50,8 +50,7 @@ int ABitArray::GetMarks() const {
 
 int ABitArray::Store(AFile& f) {
   int32_t bits = bits_;
-  const int written = f.Write(&bits, sizeof bits);
-  return written && bytes_ > 0 ? f.Write(buffer_.get(), bytes_) : written;
+  return WriteWhole(f, &bits, sizeof bits) && (bytes_ == 0 || WriteWhole(f, buffer_.get(), bytes_));
 }
 
 int ABitArray::Load(AFile& f) {

@@ -27,7 +27,7 @@ ABitMatrix& ABitMatrix::reSize(int rows, int columns) {
 
 int ABitMatrix::Store(AFile& f) {
   int32_t shape[2] = {rows_, columns_};
-  return f.Write(shape, sizeof shape) && f.WriteL(buffer_.get(), Bytes());
+  return WriteWhole(f, shape, sizeof shape) && WriteWhole(f, buffer_.get(), Bytes());
 }
 
 int ABitMatrix::Load(AFile& f) {

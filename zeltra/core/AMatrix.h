@@ -125,6 +125,7 @@ ZELTRA_EXPORT_TEMPLATE(AMatrix<float>);
 ZELTRA_EXPORT_TEMPLATE(AMatrix<double>);
 ZELTRA_EXPORT_TEMPLATE(AMatrix<short>);
 ZELTRA_EXPORT_TEMPLATE(AMatrix<std::complex<float>>);
+ZELTRA_EXPORT_TEMPLATE(AMatrix<std::complex<double>>);
 
 }  // namespace zeltra
 

@@ -18,6 +18,7 @@ template <typename T>
 class AObjArray {
  public:
   AObjArray() = default;
+  /// `size` elements in use, room for max(size, capacity).
   AObjArray(int size, int capacity, int growBy);
   /// The `n` elements at `p`; `copy` 0 adopts the block, which must come from array new.
   AObjArray(T* p, int n, int growBy, int copy);
@@ -31,10 +32,15 @@ class AObjArray {
 
   int Add(const T& x) { return InsertAt(count_, x); }
 
+  /// Insert `x` before element i; a full array first grows by its fixed step. The index is not checked.
+  /// @return i
   int InsertAt(int i, const T& x);
 
+  /// Remove `n` elements from `first` on. Storage never shrinks.
+  /// @return the new count; `first` when the tail is dropped
   int DeleteItems(int first, int n);
 
+  /// Empty the array and release its storage.
   AObjArray& Free();
 
   /// Set the size to `n`. The elements in use are kept where nothing has to be reallocated or `keep` is non-zero.
@@ -42,13 +48,14 @@ class AObjArray {
 
   AObjArray& operator=(const AObjArray& other);
 
+  /// Append the elements of `b`.
   void operator+=(const AObjArray& b);
 
   /// Write the count, then each element. @return 0 at the first failure
   int Store(AFile& f);
 
   /// Read what Store wrote; at least one byte an element is expected of the file.
-  /// @return 0 at the first failure: the elements read so far stay, the others are as they were made
+  /// @return 0 at the first failure; the array then holds the elements read so far
   int Load(AFile& f);
 
  private:

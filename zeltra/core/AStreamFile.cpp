@@ -8,24 +8,32 @@
 
 namespace zeltra {
 
+AStreamFile::Shared::~Shared() {
+  Close();
+}
+
+int AStreamFile::Shared::Close() {
+  if (!stream) return 0;
+  const bool closed = std::fclose(stream) == 0;
+  stream = nullptr;
+  return closed;
+}
+
 AStreamFile::~AStreamFile() {
   AStreamFile::Close();
 }
 
 int AStreamFile::Open(const char* path, const char* mode, int bufSize) {
-  // A stream left open would outlive its buffer.
   AStreamFile::Close();
-  stream_ = std::make_shared<std::FILE*>(platform::OpenStream(path, mode));
-  if (!Stream() || buffer_ || bufSize < 1) return 0;
-  buffer_.reset(new (std::nothrow) char[static_cast<size_t>(bufSize)]);
-  return buffer_ && std::setvbuf(Stream(), buffer_.get(), _IOFBF, static_cast<size_t>(bufSize)) == 0;
+  if (!shared_) shared_ = std::make_shared<Shared>();
+  shared_->stream = platform::OpenStream(path, mode);
+  if (!Stream() || shared_->buffer || bufSize < 1) return 0;
+  shared_->buffer.reset(new (std::nothrow) char[static_cast<size_t>(bufSize)]);
+  return shared_->buffer && std::setvbuf(Stream(), shared_->buffer.get(), _IOFBF, static_cast<size_t>(bufSize)) == 0;
 }
 
 int AStreamFile::Close() {
-  if (!Stream()) return 0;
-  const bool closed = std::fclose(*stream_) == 0;
-  *stream_ = nullptr;
-  return closed;
+  return shared_ ? shared_->Close() : 0;
 }
 
 int AStreamFile::Seek(const int64& pos) {

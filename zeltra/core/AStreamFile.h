@@ -42,11 +42,17 @@ class ZELTRA_API AStreamFile : public ABFile {
   int Trunc() override;
 
  private:
-  std::FILE* Stream() const { return stream_ ? *stream_ : nullptr; }
+  // Copies share this, so that all of them see the stream closed. The stream never outlives its buffer.
+  struct Shared {
+    ~Shared();
+    int Close();
+    std::unique_ptr<char[]> buffer;
+    std::FILE* stream = nullptr;
+  };
 
-  // Copies share the pointer itself, so that all of them see the stream closed.
-  std::shared_ptr<std::FILE*> stream_;
-  std::shared_ptr<char[]> buffer_;
+  std::FILE* Stream() const { return shared_ ? shared_->stream : nullptr; }
+
+  std::shared_ptr<Shared> shared_;
 };
 
 }  // namespace zeltra

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <limits>
 
 namespace zeltra {
 namespace {
@@ -24,6 +25,15 @@ std::string valToStr(float value) {
   return Shortest(value);
 }
 
+// What atof gives for a number that is too large or too small for a double.
+static double OutOfRange(const std::string& number) {
+  const size_t exponent = number.find_first_of("eE");
+  const bool isTiny =
+      exponent == std::string::npos ? number[number.find_first_not_of("-0")] == '.' : number[exponent + 1] == '-';
+  const double size = isTiny ? 0 : std::numeric_limits<double>::infinity();
+  return number[0] == '-' ? -size : size;
+}
+
 double ParseNumber(std::string_view text) {
   std::string number(text.substr(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size())));
   // from_chars takes no plus sign.
@@ -33,8 +43,8 @@ double ParseNumber(std::string_view text) {
     number[mantissaEnd] = 'E';
   }
   double value = 0;
-  std::from_chars(number.data(), number.data() + number.size(), value);
-  return value;
+  const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+  return error == std::errc::result_out_of_range ? OutOfRange(number) : value;
 }
 
 std::string Trimmed(std::string_view text) {

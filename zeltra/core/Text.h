@@ -16,7 +16,7 @@ ZELTRA_API std::string valToStr(double value);
 ZELTRA_API std::string valToStr(float value);
 
 /// The number that `text` begins with, 0 where it begins with none. The same on every system and in every locale; an
-/// exponent may be marked by D, as Fortran programs write it.
+/// exponent may be marked by D, as Fortran programs write it. Numbers too large for a double are infinite.
 ZELTRA_API double ParseNumber(std::string_view text);
 
 /// `text` without blanks (and tabs) at both ends.

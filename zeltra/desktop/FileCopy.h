@@ -14,8 +14,8 @@ namespace zeltra {
 ///
 /// @param cancel    looked at before each chunk of 8192 bytes; true ends the copy. May be null
 /// @param progress  receives PBM_SETPOS with the share in percent that is copied before a chunk, when it changes. So
-///                  the last position is that before the last chunk, and 100 is never sent. The range is the caller's
-///                  to set. May be null
+///                  the last position is the rounded share before the last chunk: 0 for a file of one chunk, 100 only
+///                  for one of 200 chunks or more. The range is the caller's to set. May be null
 /// @return true once every byte is in `dst`. A copy that is cancelled or fails leaves the part that was copied. A file
 ///         is not copied onto itself, by whatever names: that gives false and leaves it as it was
 ZELTRA_API bool fCopy(const std::string& src, const std::string& dst, bool* cancel, CProgressCtrl* progress);

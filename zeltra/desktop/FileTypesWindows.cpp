@@ -21,8 +21,9 @@ bool SetClass(const std::string& key, const std::string& value) {
 
 // The default value of a key under the classes root; empty if it has none, or none that fits.
 std::string ClassValue(const std::string& key) {
-  wchar_t value[520] = {};
-  LONG bytes = sizeof value;
+  constexpr LONG kCharacters = 520;
+  wchar_t value[kCharacters + 1] = {};  // a value may be stored without its closing zero
+  LONG bytes = kCharacters * LONG{sizeof(wchar_t)};
   if (RegQueryValueW(HKEY_CLASSES_ROOT, Wide(key).c_str(), value, &bytes) != ERROR_SUCCESS) return {};
   return platform::Narrow(value);
 }

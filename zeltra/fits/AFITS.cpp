@@ -67,7 +67,7 @@ double AFITS::ReadAndTransform() {
   char raw[8] = {};
   const int bytes = main_ ? std::abs(main_->valueBytes()) : 0;
   if (bytes < 1 || bytes > static_cast<int>(sizeof raw)) return kUnsupported;
-  if (!file_->Read(raw, bytes)) return kUnsupported;
+  if (!ReadWhole(*file_, raw, bytes)) return kUnsupported;
   switch (main_->valueBytes()) {
     case -4: {
       float value;

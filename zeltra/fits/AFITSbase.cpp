@@ -68,12 +68,17 @@ int AFITSbase::NAXIS() {
 
 int AFITSbase::PCOUNT() {
   pcount_ = card_.iPar();
-  // An extension has its heap's bytes here, which may be many more than there can be parameters.
   const auto parameters = static_cast<size_t>(std::clamp(pcount_, 0, kFITSMaxIndex));
   pscal_.assign(parameters, 1);
   pzero_.assign(parameters, 0);
   ptype_.assign(parameters, std::string());
   return 1;
+}
+
+void AFITSbase::FreeParameters() {
+  pscal_ = {};
+  pzero_ = {};
+  ptype_ = {};
 }
 
 int AFITSbase::GCOUNT() {
@@ -111,6 +116,7 @@ int AFITSbase::END() {
 int AFITSbase::ReadHeader() {
   nextHeader_ = -1;
   isRefused_ = false;
+  largestCount_ = 0;
   if (!file_) return 0;
   FITSCardReader cards(*file_);
   headerStart_ = cards.Position();
@@ -121,7 +127,9 @@ int AFITSbase::ReadHeader() {
     Dispatch(card_.GetHash());
   } while (card_.GetHash() != Hash("END"));
   headerEnd_ = cards.Position();
-  return file_->Seek(headerEnd_) && LocateData();
+  // Every axis and every field of a table has a card of its own, so larger counts are not to be believed.
+  const int64 room = WholeBlocks(headerEnd_ - headerStart_) / kFITSCard;
+  return largestCount_ <= room && file_->Seek(headerEnd_) && LocateData();
 }
 
 int AFITSbase::SeekToNext() {
@@ -138,6 +146,7 @@ bool AFITSbase::IndexWithin(size_t size) const {
 
 int AFITSbase::ArraySize() {
   const int size = card_.iPar();
+  largestCount_ = std::max(largestCount_, size);
   if (size >= 0 && size <= kFITSMaxIndex) return size;
   isRefused_ = true;
   return 0;

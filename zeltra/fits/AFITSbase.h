@@ -44,7 +44,8 @@ class ZELTRA_API AFITSbase {
 
   /// Read a header from the current file position; the file is then positioned after the END card.
   /// @return 0 if the file ends before END, or if the header is one whose data cannot be addressed: counts that are
-  ///         negative or beyond 999 axes or table fields, negative lengths, a group that is too large for an int
+  ///         negative or beyond 999 axes or table fields, or beyond the cards that the header's blocks have room for,
+  ///         negative lengths, a group that is too large for an int
   int ReadHeader();
 
   /// Move the file to the next header. @return 1 if there is data, 0 at the end of the file
@@ -63,7 +64,8 @@ class ZELTRA_API AFITSbase {
   /// BITPIX / 8: negative for floating-point values.
   int valueBytes() const { return valueBytes_; }
 
-  /// Random parameters that have the following values: min(PCOUNT, 999). The index i counts from 0, without a check.
+  /// Random parameters that have the following values: min(PCOUNT, 999), of an extension none. The index i counts from
+  /// 0, without a check.
   int Parameters() const { return static_cast<int>(ptype_.size()); }
   double& pscal(int i) { return pscal_[static_cast<size_t>(i)]; }  ///< PSCALn, 1 if there was no such card
   double& pzero(int i) { return pzero_[static_cast<size_t>(i)]; }  ///< PZEROn, 0 if there was no such card
@@ -77,6 +79,8 @@ class ZELTRA_API AFITSbase {
  protected:
   /// The card that a handler is called for.
   const ParseFITSstr& card() const { return card_; }
+  /// Release what the header holds about random parameters, which an extension has none of.
+  void FreeParameters();
   /// Whether the card's index, which counts from 1, has an element in an array of `size`.
   bool IndexWithin(size_t size) const;
   /// The current card's value, which sizes an array, if it lies in 0..999; else 0, and ReadHeader will fail.
@@ -100,6 +104,7 @@ class ZELTRA_API AFITSbase {
   int64 headerEnd_ = 0;
   int64 dataStart_ = 0;
   int64 nextHeader_ = -1;
+  int largestCount_ = 0;  // of axes or table fields, as claimed
   bool isRefused_ = false;
 };
 

@@ -87,6 +87,13 @@ int AFITSxtbl::Dispatch(int hash) {
   }
 }
 
+int AFITSxtbl::PCOUNT() {
+  AFITSbase::PCOUNT();
+  // The count is that of its heap's bytes.
+  FreeParameters();
+  return 1;
+}
+
 int AFITSxtbl::EXTNAME() {
   extname_ = card().strPar();
   return 1;

@@ -33,6 +33,7 @@ class ZELTRA_API AFITSxtbl : public AFITSbase {
   ~AFITSxtbl() override;
 
   int Dispatch(int hash) override;
+  int PCOUNT() override;
 
   virtual int EXTNAME();
   virtual int TFORM();

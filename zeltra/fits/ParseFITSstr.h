@@ -25,7 +25,8 @@ class ZELTRA_API ParseFITSstr {
   const std::string& strKey() const { return key_; }
   /// The value, quotes replaced by blanks, trimmed on both sides.
   const std::string& strPar() const { return value_; }
-  /// The value as a number with a decimal point, whatever the locale; text that is not one gives 0.
+  /// The value as a number with a decimal point, whatever the locale; text that is not one gives 0. A D marks an
+  /// exponent as well as an E.
   double dPar() const;
   /// The value as an integer, as `atoi` reads it, held within the range of an int; text that is not one gives 0.
   int iPar() const;

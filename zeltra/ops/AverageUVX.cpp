@@ -221,7 +221,7 @@ AResult AverageWriter::Run() {
   header_ = AUVXHeader(from_.uvx());
   header_.range.init();
   if (AResult result = ChangePolarisations(); !result) return result;
-  if (AResult result = output_.Create(to_, options_.overwrite); !result) return result;
+  if (AResult result = output_.Create(to_, options_.overwrite, from_.path()); !result) return result;
   if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_) || !uvx_.SeekUVGroup(0)) return output_.WriteError();
   BlockWriter writer(output_.file());
   AResult result =

@@ -143,7 +143,7 @@ AResult Copier::Run() {
   const AUVXHeader header(from_.uvx());
   AResult result = channels_.Open(from_.path(), header, options_.ifs, options_.channels, options_.stokes);
   if (!result) return result;
-  if (result = output_.Create(to_, options_.overwrite); !result) return result;
+  if (result = output_.Create(to_, options_.overwrite, from_.path()); !result) return result;
   if (!uvx_.Attach(&output_.file(), 1, 0)) return output_.WriteError();
   SendProgressText(options_.progress, "Copying...");
   if (!CopyRecords()) return AResult::Cancel(to_ + ": the copy was cancelled");

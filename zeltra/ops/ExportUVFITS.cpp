@@ -70,8 +70,10 @@ AResult Exporter::Run() {
     return AResult::Fail(from_ + ": holds " + std::to_string(uvx_.HeldRecords()) + " of the " +
                          std::to_string(uvx_.count()) + " records that its header promises");
   }
-  if (AResult result = output_.Create(to_, options_.overwrite); !result) return result;
-  dateZero_ = AUVXHeader(uvx_).info.dateObs;
+  if (AResult result = output_.Create(to_, options_.overwrite, from_); !result) return result;
+  const AUVXHeader header(uvx_);
+  if (uvx_.channels() < 1 || header.stokes.count() < 1) return AResult::Fail(from_ + ": its records hold no values");
+  dateZero_ = std::isfinite(header.info.dateObs) ? double{header.info.dateObs} : 0;
   withSource_ = uvx_.NeedsSourceAndFreqSel();
 
   AResult result = AResult::Ok();

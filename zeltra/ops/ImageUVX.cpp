@@ -82,18 +82,19 @@ AResult Imager::CheckOptions() const {
     if (works(size)) sizes += (sizes.empty() ? "" : ", ") + std::to_string(size);
   }
   return AResult::Fail(from_.path() + ": an image of " + std::to_string(options_.size) +
-                       " pixels a line cannot be transformed; sizes that can are " + sizes);
+                       " pixels a line cannot be made; sizes that work are " + sizes);
 }
 
 AResult Imager::SettleCell() {
   image_.cell = options_.cell;
   if (image_.cell > 0) return AResult::Ok();
-  double longest = 0;
+  double longest = -1;
   AResult result = data_.ForEach(options_, "Measuring baselines...", [&](const SelectedVisibility& visibility) {
     longest = std::max(longest, std::hypot(visibility.u, visibility.v));
   });
   if (!result) return result;
-  if (!(longest > 0)) return data_.NothingValid();
+  if (longest < 0) return data_.NothingValid();
+  if (longest == 0) return AResult::Fail(from_.path() + ": u and v are 0 everywhere, so a cell has to be named");
   image_.cell = RoundedDown(1 / (kCellsPerFringe * longest));
   return AResult::Ok();
 }

@@ -117,7 +117,7 @@ AResult Importer::Run() {
   if (AResult result = input_.Open(from_, summary_.remarks); !result) return result;
   header_ = input_.header();
   SettleDate();
-  if (AResult result = output_.Create(to_, options_.overwrite); !result) return result;
+  if (AResult result = output_.Create(to_, options_.overwrite, from_); !result) return result;
   if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_)) return output_.WriteError();
   if (AResult result = WriteRecords(); !result) return result;
   RemarkOnFindings();

@@ -29,10 +29,11 @@ void OutputFile::Discard() {
   temporary_.clear();
 }
 
-AResult OutputFile::Create(const std::string& path, bool overwrite) {
+AResult OutputFile::Create(const std::string& path, bool overwrite, const std::string& input) {
   path_ = path;
   overwrite_ = overwrite;
   if (!overwrite && PathExists(path)) return AResult::Fail(path + ": exists already and is not replaced unasked");
+  if (!input.empty() && IsSameFile(path, input)) return AResult::Fail(path + ": is the file that is read");
   const std::string temporary = TemporaryNameFor(path);
   if (!file_.Open(temporary.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary)) {
     return AResult::Fail(path + ": cannot be created");

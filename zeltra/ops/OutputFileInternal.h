@@ -37,8 +37,10 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
-  /// Create the temporary file. @return a failure if `path` exists and may not be replaced, or cannot be written
-  AResult Create(const std::string& path, bool overwrite);
+  /// Create the temporary file.
+  /// @param input  what the job reads, which it does not replace
+  /// @return a failure if `path` exists and may not be replaced, or cannot be written
+  AResult Create(const std::string& path, bool overwrite, const std::string& input = {});
   CheckedFile& file() { return file_; }
   /// The name that the file has until it is committed, for a class that opens its files itself.
   const std::string& temporary() const { return temporary_; }

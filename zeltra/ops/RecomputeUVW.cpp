@@ -167,7 +167,7 @@ AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& o
     if (!from.Table(code)) return AResult::Fail(from.path() + ": has no table " + code);
   }
   OutputFile output;
-  if (AResult result = output.Create(to, options.overwrite); !result) return result;
+  if (AResult result = output.Create(to, options.overwrite, from.path()); !result) return result;
   AUVXFile uvx;
   if (!uvx.Attach(&output.file(), 1, 0)) return output.WriteError();
   AResult result = Recompute(from, uvx, output, options, difference);

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <thread>
@@ -142,11 +141,6 @@ int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) 
   }
   if (errno == EEXIST || PathExists(to)) return 0;
   return ::rename(from.c_str(), to.c_str()) == 0;
-}
-
-std::string TemporaryNameFor(const std::string& path) {
-  static std::atomic<unsigned> counter{0};
-  return path + ".part" + std::to_string(::getpid()) + "-" + std::to_string(counter++);
 }
 
 std::string TemporaryFolder() {

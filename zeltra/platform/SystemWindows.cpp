@@ -8,7 +8,6 @@
 #include <shellapi.h>
 
 #include <algorithm>
-#include <atomic>
 
 #include "zeltra/platform/System.h"
 #include "zeltra/platform/SystemInternal.h"
@@ -187,11 +186,6 @@ bool IsSameFile(const std::string& a, const std::string& b) {
 int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) {
   const DWORD flags = replace ? MOVEFILE_REPLACE_EXISTING : 0;
   return MoveFileExW(platform::Wide(from).c_str(), platform::Wide(to).c_str(), flags) != 0;
-}
-
-std::string TemporaryNameFor(const std::string& path) {
-  static std::atomic<unsigned> counter{0};
-  return path + ".part" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(counter++);
 }
 
 std::string TemporaryFolder() {

@@ -72,7 +72,9 @@ int AUVXFile::OpenBuff(const char* path, int create, int bufSize) {
 }
 
 int AUVXFile::Attach(ABFile* file, int create, int autoDelete) {
-  if (autoDelete) {
+  if (file && file == file_.get()) {
+    Replace(std::shared_ptr<ABFile>(file_), flags_ & kBorrowed);
+  } else if (autoDelete) {
     Replace(std::shared_ptr<ABFile>(file), 0);
   } else {
     Replace(std::shared_ptr<ABFile>(file, [](ABFile*) {}), kBorrowed);

@@ -48,7 +48,8 @@ class ZELTRA_API AUVXFile {
   /// The same through a buffer of `bufSize` bytes.
   int OpenBuff(const char* path, int create, int bufSize);
   /// The same on a file that the caller has opened, at its start.
-  /// @param autoDelete  0: `file` stays the caller's and must outlive this object, which still closes it
+  /// @param autoDelete  0: `file` stays the caller's and must outlive this object, which still closes it. A file that
+  ///                    this object uses already, and which may have been opened anew, stays whose it was
   int Attach(ABFile* file, int create, int autoDelete);
 
   /// Write `h` and take its geometry over: count, axis lengths, record size.

@@ -50,7 +50,7 @@ AUVXGroup Decoded(AFITSmain& header, const char* raw, int bytes, Function fetch)
     const char* name = header.ptype(i).c_str();
     switch (name[0]) {
       case 'B':
-        baseline = static_cast<uint16_t>(baseline + IntegerForm(value));
+        baseline = static_cast<uint16_t>(baseline + static_cast<unsigned>(IntegerForm(value)));
         break;
       case 'D':
         group.date += value;

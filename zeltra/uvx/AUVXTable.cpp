@@ -11,6 +11,7 @@
 
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/AFITSxtbl.h"
+#include "zeltra/fits/FITSCards.h"
 #include "zeltra/fits/ParseFITSstr.h"
 #include "zeltra/fits/TableRowsInternal.h"
 #include "zeltra/uvx/AUVXFile.h"
@@ -202,7 +203,7 @@ int AUVXTable::LoadImage(ABFile& file) {
   if (!ReadWhole(file, &keyWords, sizeof keyWords)) return 0;
   if (!ReadElements(file, keyWords, keywords_) || !ReadWhole(file, shape, sizeof shape)) return 0;
   const auto [rows, columnCount, rowBytes] = shape;
-  if (rows < 0 || rowBytes < 0 || !ReadElements(file, columnCount, columns_)) return 0;
+  if (rows < 0 || rowBytes < 0 || columnCount > kFITSMaxIndex || !ReadElements(file, columnCount, columns_)) return 0;
   if (!HasBytes(file, int64{rows} * rowBytes)) return 0;
   rowBytes_ = rowBytes;
   return SetRows(rows) && ReadWhole(file, data(), static_cast<int64>(data_.size()));

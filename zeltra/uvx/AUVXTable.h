@@ -116,8 +116,8 @@ class ZELTRA_API AUVXTable {
 
   /// Empty, ID 0.
   AUVXTable() = default;
-  /// Read an image at the current position of `file`. Of an image with a negative count, or one that promises more than
-  /// the file holds, nothing but the ID is kept.
+  /// Read an image at the current position of `file`. Of an image with a negative count, more than 999 columns, which
+  /// is the limit of FITS tables, or one that promises more than the file holds, nothing but the ID is kept.
   explicit AUVXTable(ABFile& file);
   /// Convert a FITS extension whose header has been read; its data are loaded and freed again.
   ///
