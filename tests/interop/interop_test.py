@@ -143,7 +143,7 @@ class Interop(unittest.TestCase):
                 given = given == ord("T")
             np.testing.assert_array_equal(given.reshape(np.shape(wanted)), wanted, header["TTYPE%d" % i])
         structural = ("XTENSION", "BITPIX", "NAXIS", "PCOUNT", "GCOUNT", "TFIELDS", "EXT", "TTYPE", "TFORM", "TUNIT",
-                      "TDISP", "TNULL", "TDIM", "HISTORY", "COMMENT")
+                      "TDISP", "HISTORY", "COMMENT")
         for card in header.cards:
             if card.keyword.startswith(structural) or not card.keyword:
                 continue

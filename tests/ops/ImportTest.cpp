@@ -11,6 +11,7 @@
 #include "zeltra/ops/ExportUVFITS.h"
 #include "zeltra/ops/ImportUVFITS.h"
 #include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXPosition.h"
@@ -232,15 +233,23 @@ TEST(Import, ChecksAnIndexBeforeItKeepsIt) {
 }
 
 TEST(Import, CarriesColumnsBesideThoseItCannot) {
-  Imported file(Small().Table(SyntheticTable("AIPS TY")
-                                  .Column("ID", "J")
-                                  .Column("COUNT", "1K")
-                                  .Column("NAME", "4A")
-                                  .Column("HEAP", "1PE(3)")
-                                  .Column("VALUE", "2D")
-                                  .Row({7, 9, std::string("A\0BC", 4), 0, {1.5, -2.5}})
-                                  .Card("RDATE", "2000-01-02")
-                                  .Heap("0123")));
+  Imported file(Small()
+                    .Table(SyntheticTable("AIPS TY")
+                               .Column("ID", "J")
+                               .Column("COUNT", "1K")
+                               .Column("NAME", "4A")
+                               .Column("HEAP", "1PE(3)")
+                               .Column("VALUE", "2D")
+                               .Row({7, 9, std::string("A\0BC", 4), 0, {1.5, -2.5}})
+                               .Card("RDATE", "2000-01-02")
+                               .RawCard("TZERO2  = 100")
+                               .RawCard("TZERO5  = 3.5")
+                               .Heap("0123"))
+                    .Table(SyntheticTable("AIPS AN")
+                               .Column("ANNAME", "8A")
+                               .Column("BITS", "8X")
+                               .Column("NOSTA", "1J")
+                               .Row({"NORTH", 0x80, 5})));
   ASSERT_TRUE(file.result) << file.result.message();
   const std::unique_ptr<AUVXTable> table(file.uvx.GetTable("TY"));
   ASSERT_TRUE(table);
@@ -251,8 +260,11 @@ TEST(Import, CarriesColumnsBesideThoseItCannot) {
   EXPECT_EQ(table->Number(0, 2, 1), -2.5);
   EXPECT_TRUE(file.Remarks("COUNT (1K), HEAP (1PE(3))"));
   EXPECT_TRUE(file.Remarks("bytes behind the end of 1 texts"));
-  ASSERT_EQ(table->keywords().count(), 1);
+  ASSERT_EQ(table->keywords().count(), 2);
   EXPECT_EQ(table->keywords()(0).Value(), "2000-01-02");
+  EXPECT_EQ(table->keywords()(1).Key(), "TZERO3") << "it follows its column";
+  const AUVXAntenns antennas(*std::unique_ptr<AUVXTable>(file.uvx.GetTable("AN")));
+  EXPECT_EQ(antennas(0).id, 5) << "bits come behind what the list reads";
 }
 
 TEST(Import, CarriesColumnsBesideOnesThatAreTooLong) {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -80,31 +81,66 @@ std::vector<Field> Layout(AFITSxtbl& extension) {
   return fields;
 }
 
-// Copy the fields that can be carried side by side: the rows of a table hold nothing between columns.
-void Repack(AFITSxtbl& extension, const std::vector<Field>& fields, AUVXTable& table) {
+// The fields that a table carries, in its order: that of the file, but the lists of antennas, sources and scans find no
+// column behind one of bits, so bits come last there.
+std::vector<int> OrderOf(const std::vector<Field>& fields, const std::string& code) {
+  std::vector<int> order;
+  for (int i = 0; i < static_cast<int>(fields.size()); ++i) {
+    if (CanCarry(fields[static_cast<size_t>(i)])) order.push_back(i);
+  }
+  const auto isNoBits = [&](int i) { return fields[static_cast<size_t>(i)].type != 'X'; };
+  if (code == "AN" || code == "SU" || code == "NX") std::stable_partition(order.begin(), order.end(), isNoBits);
+  return order;
+}
+
+bool IsAboutColumn(const std::string& key) {
+  for (const char* name : {"TSCAL", "TZERO", "TNULL", "TDIM", "TDISP"}) {
+    if (key == name) return true;
+  }
+  return false;
+}
+
+// Keywords that are about a column, as TSCAL3 is, follow it to its new place, or go with it.
+void RenumberKeyWords(AUVXTable& table, const std::vector<int>& order) {
+  AArray<AUVXTableKeyWord> kept;
+  for (int i = 0; i < table.keywords().count(); ++i) {
+    AUVXTableKeyWord keyword = table.keywords()(i);
+    const std::string key = keyword.Key();
+    const size_t digits = key.find_first_of("0123456789");
+    if (digits == std::string::npos || !IsAboutColumn(key.substr(0, digits))) {
+      kept.Add(keyword);
+      continue;
+    }
+    const auto column = std::find(order.begin(), order.end(), std::atoi(key.c_str() + digits) - 1);
+    if (column == order.end()) continue;
+    SetFieldText(keyword.key, sizeof keyword.key, key.substr(0, digits) + std::to_string(column - order.begin() + 1));
+    kept.Add(keyword);
+  }
+  table.keywords() = kept;
+}
+
+// Copy fields side by side: the rows of a table hold nothing between columns.
+bool Repack(AFITSxtbl& extension, const std::vector<Field>& fields, const std::vector<int>& order, AUVXTable& table) {
   const AArray<AUVXTableKeyWord> keywords = table.keywords();
   table.Create(table.ID());
   table.keywords() = keywords;
-  for (int i = 0; i < extension.tfields(); ++i) {
-    if (CanCarry(fields[static_cast<size_t>(i)])) {
-      table.AddColumn(extension.ttype(i), extension.tunit(i), extension.tform(i));
-    }
-  }
-  const int rows = extension.GetRows();
-  table.SetRows(rows);
+  for (const int i : order) table.AddColumn(extension.ttype(i), extension.tunit(i), extension.tform(i));
+  if (!table.SetRows(extension.GetRows())) return false;
   AFile& file = *extension.file();
   std::string row(static_cast<size_t>(extension.AxisLength(1)), '\0');
-  for (int r = 0; r < rows; ++r) {
-    file.Seek(extension.dataStart() + int64{r} * extension.AxisLength(1));
-    file.ReadL(row.data(), static_cast<int64>(row.size()));
+  for (int r = 0; r < table.rows(); ++r) {
+    if (!file.Seek(extension.dataStart() + int64{r} * extension.AxisLength(1))) return false;
+    if (!ReadWhole(file, row.data(), static_cast<int64>(row.size()))) return false;
     char* to = table.Row(r);
-    for (const Field& field : fields) {
-      if (!CanCarry(field) || field.bytes == 0) continue;
+    for (const int i : order) {
+      const Field& field = fields[static_cast<size_t>(i)];
+      if (field.bytes == 0) continue;
       std::memcpy(to, row.data() + field.offset, static_cast<size_t>(field.bytes));
       to += field.bytes;
     }
   }
   table.Data_PC_UNIX();
+  return true;
 }
 
 // Some writers leave garbage behind the zero byte that ends a text.
@@ -132,11 +168,7 @@ bool IsStructural(const std::string& key, bool indexed) {
                            "EXTLEVEL", "THEAP", "HISTORY", "COMMENT", "CONTINUE", "END", ""}) {
     if (key == name) return true;
   }
-  if (!indexed) return false;
-  for (const char* name : {"TTYPE", "TFORM", "TUNIT", "TDISP", "TNULL", "TDIM"}) {
-    if (key == name) return true;
-  }
-  return false;
+  return indexed && (key == "TTYPE" || key == "TFORM" || key == "TUNIT" || key == "TDISP");
 }
 
 // A table takes its keywords from the cards behind the last unit only. Writers put them anywhere, so the others are
@@ -163,6 +195,15 @@ void AddKeyWords(AFITSxtbl& extension, AUVXTable& table, const std::string& labe
   }
 }
 
+void RemarkOnCutTexts(AFITSxtbl& extension, const std::string& label, std::vector<std::string>& remarks) {
+  for (int i = 0; i < extension.tfields(); ++i) {
+    const std::string &name = extension.ttype(i), &unit = extension.tunit(i);
+    if (name.size() >= sizeof AUVXTableManual::name || unit.size() >= sizeof AUVXTableManual::unit) {
+      remarks.push_back(label + "name or unit of the column " + name + " are cut");
+    }
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::string>& remarks) {
@@ -186,15 +227,24 @@ std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::s
     if (CanCarry(fields[static_cast<size_t>(i)])) continue;
     dropped += (dropped.empty() ? "" : ", ") + extension.ttype(i) + " (" + extension.tform(i) + ")";
   }
-  auto table = std::make_unique<AUVXTable>(extension);
   if (!dropped.empty()) {
     remarks.push_back(label + "columns of types or lengths that cannot be carried are left out: " + dropped);
-    Repack(extension, fields, *table);
+  }
+  RemarkOnCutTexts(extension, label, remarks);
+  auto table = std::make_unique<AUVXTable>(extension);
+  const std::vector<int> order = OrderOf(fields, table->Code());
+  const bool isAsStored = std::is_sorted(order.begin(), order.end()) && dropped.empty();
+  const bool isRead = isAsStored ? table->rows() == extension.GetRows() || extension.DataBytes() == 0
+                                 : Repack(extension, fields, order, *table);
+  if (!isRead) {
+    remarks.push_back(label + "its rows cannot be read, it is left out");
+    return nullptr;
   }
   if (const int cleaned = CleanTexts(*table)) {
     remarks.push_back(label + "bytes behind the end of " + std::to_string(cleaned) + " texts were cleared");
   }
   AddKeyWords(extension, *table, label, remarks);
+  if (!isAsStored) RenumberKeyWords(*table, order);
   if (!StartsWith(given, "AIPS ")) table->CorrectIDI_FTS();
   return table;
 }
