@@ -27,6 +27,7 @@ inline void Swap16(void* to, const void* from, size_t count) {
 /// do not find it themselves, because plain SSE2 has no byte shuffle.
 inline void Swap32(void* to, const void* from, size_t count) {
   using FourWords = std::uint32_t __attribute__((vector_size(16)));
+  using EightHalves = std::uint16_t __attribute__((vector_size(16)));
   auto* out = static_cast<char*>(to);
   const auto* in = static_cast<const char*>(from);
   size_t i = 0;
@@ -34,7 +35,8 @@ inline void Swap32(void* to, const void* from, size_t count) {
     FourWords words;
     std::memcpy(&words, in + 4 * i, sizeof words);
     words = (words << 16) | (words >> 16);
-    words = ((words & 0x00FF00FFu) << 8) | ((words >> 8) & 0x00FF00FFu);
+    const auto halves = reinterpret_cast<EightHalves>(words);
+    words = reinterpret_cast<FourWords>((halves << 8) | (halves >> 8));
     std::memcpy(out + 4 * i, &words, sizeof words);
   }
   for (; i < count; ++i) {
@@ -54,6 +56,17 @@ inline void Swap64(void* to, const void* from, size_t count) {
     word = __builtin_bswap64(word);
     std::memcpy(out + sizeof word * i, &word, sizeof word);
   }
+}
+
+/// The FITS number of type T at `raw`.
+template <typename T>
+double FITSNumber(const char* raw) {
+  T value;
+  if constexpr (sizeof value == 1) std::memcpy(&value, raw, 1);
+  if constexpr (sizeof value == 2) Swap16(&value, raw, 1);
+  if constexpr (sizeof value == 4) Swap32(&value, raw, 1);
+  if constexpr (sizeof value == 8) Swap64(&value, raw, 1);
+  return static_cast<double>(value);
 }
 
 }  // namespace zeltra

@@ -16,12 +16,16 @@ namespace {
 /// Complexes looked at together: few, so that a NaN slows down its neighbours only, but enough to pay for the overhead.
 constexpr int64 kLargestBlock = 256, kSmallestBlock = 16;
 
-void CheckOneByOne(const AUVXComplex* values, int64 count, TMnMx* ranges) {
+/// @return whether all are finite numbers
+bool CheckOneByOne(const AUVXComplex* values, int64 count, TMnMx* ranges) {
+  bool finite = true;
   for (int64 i = 0; i < count; ++i) {
     ranges[0].check(values[i].re);
     ranges[1].check(values[i].im);
     ranges[2].check(values[i].weight);
+    finite &= std::isfinite(values[i].re) && std::isfinite(values[i].im) && std::isfinite(values[i].weight);
   }
+  return finite;
 }
 
 /// Extremes of re, im and weight of a block whose size is a multiple of four. @return false if a NaN is among the
@@ -62,24 +66,10 @@ bool OrderMatters(const TMnMx& range, float low, float high) {
          (high == 0 && range.maximum < 0);
 }
 
-/// Value `i` of an array of FITS numbers of type T.
-template <typename T>
-double ValueAt(const char* raw, int64 i) {
-  T value;
-  raw += i * static_cast<int64>(sizeof value);
-  if constexpr (sizeof value == 1) std::memcpy(&value, raw, 1);
-  if constexpr (sizeof value == 2) Swap16(&value, raw, 1);
-  if constexpr (sizeof value == 4) Swap32(&value, raw, 1);
-  if constexpr (sizeof value == 8) Swap64(&value, raw, 1);
-  return static_cast<double>(value);
-}
-
 template <typename T>
 void DecodeScaled(const char* raw, double scale, double zero, AUVXComplex* values, int64 count) {
-  for (int64 i = 0; i < count; ++i) {
-    values[i] = AUVXComplex(ValueAt<T>(raw, 3 * i) * scale + zero, ValueAt<T>(raw, 3 * i + 1) * scale + zero,
-                            ValueAt<T>(raw, 3 * i + 2) * scale + zero);
-  }
+  const auto number = [=](int64 i) { return FITSNumber<T>(raw + i * static_cast<int64>(sizeof(T))) * scale + zero; };
+  for (int64 i = 0; i < count; ++i) values[i] = AUVXComplex(number(3 * i), number(3 * i + 1), number(3 * i + 2));
 }
 
 }  // namespace
@@ -99,7 +89,8 @@ int AUVXComplex::store(AFile& file) {
   return WriteWhole(file, this, sizeof *this);
 }
 
-void CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range) {
+bool CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range) {
+  bool finite = true;
   TMnMx ranges[3] = {range.re(), range.im(), range.weight()};
   while (count >= kSmallestBlock) {
     const int64 block = std::min(count, kLargestBlock) / 4 * 4;
@@ -110,17 +101,19 @@ void CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range) {
       for (int k = 0; k < 3; ++k) {
         ranges[k].check(low[k]);
         ranges[k].check(high[k]);
+        finite &= std::isfinite(low[k]) && std::isfinite(high[k]);
       }
     } else {
-      CheckOneByOne(values, block, ranges);
+      finite &= CheckOneByOne(values, block, ranges);
     }
     values += block;
     count -= block;
   }
-  CheckOneByOne(values, count, ranges);
+  finite &= CheckOneByOne(values, count, ranges);
   range.re() = ranges[0];
   range.im() = ranges[1];
   range.weight() = ranges[2];
+  return finite;
 }
 
 void DecodeFITSValues(const AFITS& fits, const char* raw, AUVXComplex* values, int64 count) {

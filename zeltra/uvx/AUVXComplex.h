@@ -58,7 +58,8 @@ static_assert(sizeof(AUVXComplex) == 12 && std::is_trivially_copyable_v<AUVXComp
 static_assert(offsetof(AUVXComplex, re) == 0 && offsetof(AUVXComplex, im) == 4 && offsetof(AUVXComplex, weight) == 8);
 
 /// Widen the ranges of re, im and weight by `count` complexes, in their order: see TMnMx::check.
-ZELTRA_API void CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range);
+/// @return whether all are finite numbers
+ZELTRA_API bool CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range);
 
 /// Decode `count` complexes, three FITS values each, from `raw`, and scale them by BSCALE and BZERO. Every BITPIX is
 /// understood (8, 16, 32, 64, -32, -64); of another one all values become 0 with weight 0.

@@ -3,37 +3,20 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <limits>
 #include <utility>
 #include <vector>
 
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXGroupInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra {
 namespace {
 
-/// Replace `value` by the number of type T at `raw`.
-template <typename T>
-void Fetch(const char* raw, double& value) {
-  T number;
-  if constexpr (sizeof number == 2) Swap16(&number, raw, 1);
-  if constexpr (sizeof number == 4) Swap32(&number, raw, 1);
-  value = number;
-}
-
-/// A parameter as an integer, rounded as the format wants it: one half is added and the fraction dropped. What no int
-/// holds, NaN too, becomes the nearest or the smallest int.
-int IntegerForm(double value) {
-  constexpr double kSmallest = std::numeric_limits<int32_t>::min(), kLargest = std::numeric_limits<int32_t>::max();
-  value += 0.5;
-  if (!(value > kSmallest)) return std::numeric_limits<int32_t>::min();
-  return static_cast<int32_t>(value < kLargest ? value : kLargest);
-}
-
-/// Decode a parameter block of numbers that take `bytes` each and are read by `fetch`.
+/// Decode a parameter block of numbers that take `bytes` each. `fetch` gives the one at an address, from the value of
+/// the parameter before where it knows no such number.
 template <typename Function>
 AUVXGroup Decoded(AFITSmain& header, const char* raw, int bytes, Function fetch) {
   AUVXGroup group;
@@ -43,10 +26,7 @@ AUVXGroup Decoded(AFITSmain& header, const char* raw, int bytes, Function fetch)
   double value = 0;
   const int parameters = header.Parameters();
   for (int i = 0; i < parameters; ++i, raw += bytes) {
-    // A number that fetch does not know leaves the value of the parameter before, which is scaled once more; that is
-    // deliberate.
-    fetch(raw, value);
-    value = value * header.pscal(i) + header.pzero(i);
+    value = fetch(raw, value) * header.pscal(i) + header.pzero(i);
     const char* name = header.ptype(i).c_str();
     switch (name[0]) {
       case 'B':
@@ -116,16 +96,17 @@ char* AUVXGroup::load(AFITS& fits, char* p) {
   if (!header) return p;
   switch (header->valueBytes()) {
     case -4:
-      *this = Decoded(*header, p, 4, Fetch<float>);
+      *this = Decoded(*header, p, 4, [](const char* raw, double) { return FITSNumber<float>(raw); });
       break;
     case 2:
-      *this = Decoded(*header, p, 2, Fetch<int16_t>);
+      *this = Decoded(*header, p, 2, [](const char* raw, double) { return FITSNumber<int16_t>(raw); });
       break;
     case 4:
-      *this = Decoded(*header, p, 4, Fetch<int32_t>);
+      *this = Decoded(*header, p, 4, [](const char* raw, double) { return FITSNumber<int32_t>(raw); });
       break;
     default:
-      *this = Decoded(*header, p, 0, [](const char*, double&) {});
+      // The value of the parameter before is scaled once more; that is deliberate.
+      *this = Decoded(*header, p, 0, [](const char*, double before) { return before; });
   }
   return p + ParameterBytes(*header);
 }
