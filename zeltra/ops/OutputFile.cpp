@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/ops/OutputFileInternal.h"
+
+#include <algorithm>
+
 #include "zeltra/platform/System.h"
 
 namespace zeltra {
@@ -63,15 +66,6 @@ bool BlockWriter::Flush() {
   return file_.good();
 }
 
-void BlockReader::Seek(int64 position) {
-  if (position >= start_ && position <= start_ + filled_) {
-    used_ = static_cast<int>(position - start_);
-  } else {
-    start_ = position;
-    filled_ = used_ = 0;
-  }
-}
-
 bool BlockReader::Fill(int n) {
   // What is left moves to the front, so that a run of bytes never straddles two blocks.
   std::memmove(block_.get(), block_.get() + used_, static_cast<size_t>(filled_ - used_));
@@ -79,8 +73,9 @@ bool BlockReader::Fill(int n) {
   filled_ -= used_;
   used_ = 0;
   const int64 position = start_ + filled_;
-  const int room = kBlockBytes - filled_;
-  if (!file_.Seek(position) || !file_.Read(block_.get() + filled_, room)) return false;
+  const int count = std::min(std::max(n - filled_, ahead_), kBlockBytes - filled_);
+  if (!file_.Seek(position) || !file_.Read(block_.get() + filled_, count)) return false;
+  ahead_ = std::min(2 * ahead_, kBlockBytes);
   filled_ += static_cast<int>(file_.Tell() - position);
   return filled_ >= n;
 }

@@ -85,7 +85,15 @@ class BlockReader {
   explicit BlockReader(AFile& file) : file_(file), block_(new char[kBlockBytes]) {}
 
   /// Go to a position; what the block already holds is not read again.
-  void Seek(int64 position);
+  void Seek(int64 position) {
+    if (position >= start_ && position <= start_ + filled_) {
+      used_ = static_cast<int>(position - start_);
+    } else {
+      start_ = position;
+      filled_ = used_ = 0;
+      ahead_ = kFirstRead;
+    }
+  }
   /// The next `n` bytes, at most kBlockBytes, valid until the next call; null when the file does not hold them.
   char* Take(int n) {
     if (filled_ - used_ < n && !Fill(n)) return nullptr;
@@ -95,6 +103,9 @@ class BlockReader {
   }
 
  private:
+  // After a jump little is read, since another jump may follow, and twice as much each time while none does.
+  static constexpr int kFirstRead = 4096;
+
   bool Fill(int n);
 
   AFile& file_;
@@ -102,6 +113,7 @@ class BlockReader {
   int64 start_ = 0;  // position in the file of the block's first byte
   int filled_ = 0;
   int used_ = 0;
+  int ahead_ = kFirstRead;
 };
 
 }  // namespace zeltra
