@@ -2,16 +2,19 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <memory>
 
 #include "tests/support/SyntheticFITS.h"
 #include "tests/support/TempFile.h"
 #include "zeltra/core/Text.h"
+#include "zeltra/fits/AFITS.h"
+#include "zeltra/fits/AFITSRead.h"
 #include "zeltra/ops/ExportUVFITS.h"
 #include "zeltra/ops/ImportUVFITS.h"
-#include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXAntenns.h"
+#include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXPosition.h"
@@ -307,6 +310,55 @@ TEST(Import, AddsUpRepeatedParameters) {
   EXPECT_EQ(group.sourceNo(), 305);
   EXPECT_EQ(group.tlsc1(), 1);
   EXPECT_EQ(group.tlsc2(), 3);
+}
+
+// The importer decodes many groups at a time; what it stores is what the classes make of one group after another. There
+// are more groups than it decodes at once, groups smaller and larger than its steps, and parameters of every kind.
+TEST(Import, StoresWhatTheClassesDecode) {
+  for (const int bitpix : {16, 32, -32}) {
+    for (const bool scaled : {false, true}) {
+      for (const int channels : {3, 601}) {
+        SCOPED_TRACE(testing::Message() << bitpix << (scaled ? " scaled, " : " plain, ") << channels << " channels");
+        SyntheticFITS fits = SyntheticFITS::UV(2, 1, channels);
+        fits.Bitpix(bitpix).Parameter("SOURCE", scaled ? 0.5 : 1, scaled ? 1 : 0).Parameter("FREQSEL");
+        fits.Parameter("FLAG").Parameter("UU", 1.0 / 3, 0.1).Parameter("DATE", 1.0 / 8192);
+        if (scaled) fits.Scale(1.0 / 7, -3);
+        const auto parameter = [](int group, int i) {
+          const double values[] = {group * 3.0,
+                                   -7,
+                                   11,
+                                   group % 3 + 258.0,
+                                   kDay,
+                                   0.0,
+                                   2 + group / 50.0,
+                                   3.0,
+                                   group % 2 + 0.0,
+                                   group / 3.0,
+                                   group / 3 / 8192.0};
+          return i == 6 ? std::floor(values[i]) : values[i];
+        };
+        const std::string bytes = fits.Groups(150, parameter, Value).Bytes();
+        Imported file(bytes);
+        ASSERT_TRUE(file.result) << file.result.message();
+
+        AFITS input;
+        ASSERT_TRUE(input.Open(file.in.path()) && input.ReadHeaders());
+        AFITSRead reader(&input, nullptr);
+        AUVXGroup group;
+        AUVXVisibility visibility(input);
+        int count = 0;
+        for (int i; reader.GetUVGVis(group, visibility, i); ++count) {
+          const AUVXGroup stored = file.Group(i);
+          ASSERT_EQ(std::memcmp(&stored, &group, sizeof group), 0) << "group " << i;
+          const AUVXVisibility values = file.Visibility(i);
+          ASSERT_EQ(values.count(), visibility.count());
+          ASSERT_EQ(std::memcmp(values.lpArray(), visibility.lpArray(), sizeof(AUVXComplex) * 2u * size_t(channels)), 0)
+              << "group " << i;
+        }
+        EXPECT_EQ(count, 150);
+      }
+    }
+  }
 }
 
 TEST(Import, ReadsTheEquinoxAsNumberOrText) {

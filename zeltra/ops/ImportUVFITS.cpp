@@ -11,6 +11,7 @@
 #include "zeltra/core/JulianDate.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/FITSBytesInternal.h"
+#include "zeltra/ops/GroupReaderInternal.h"
 #include "zeltra/ops/OutputFileInternal.h"
 #include "zeltra/ops/UVFITSInputInternal.h"
 #include "zeltra/ops/UVFITSTablesInternal.h"
@@ -47,12 +48,38 @@ struct Findings {
   int64 brokenOrder = 0;  // groups that break the order time, then baseline
 };
 
+// What is remembered of the record before.
+struct Predecessor {
+  double time = 0;
+  int baseline = 0;
+  int source = -1, setup = -1;
+};
+
 // Place of a group in the file and what it is sorted by.
 struct SortKey {
   double time;
   int32_t group;
   uint16_t baseline;
 };
+
+// 256 x antenna 1 + antenna 2 of a BASELINE parameter; 0 if that is no baseline. Ranges are checked before a number is
+// cut to the width of its field.
+int RoundedBaseline(double value) {
+  const double rounded = value + 0.5;
+  return rounded >= 257 && rounded < 65536 ? static_cast<int>(rounded) : 0;
+}
+
+bool IsSource(double value) {
+  return value > -32768 && value < 32767;
+}
+
+bool IsSetup(double value) {
+  return value > -128 && value < 127;
+}
+
+int BaselineOf(const AUVXGroup& group) {
+  return static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
+}
 
 int IntegerAt(const char* raw, int size) {
   if (size == 2) {
@@ -82,8 +109,9 @@ class Importer {
   AResult ReadKeys();
   AResult WriteRecords();
   Pass WritePass(AResult& result);
-  bool DecodeGroup(char* parameters, int number, AUVXGroup& group, AResult& result);
-  bool CopyValues(BlockReader& reader, BlockWriter& writer);
+  bool MakeHead(const GroupParameters& parameters, AUVXGroup& group);
+  AResult Unstorable(const GroupParameters& parameters, int number) const;
+  bool CopyValues(GroupReader& reader, BlockWriter& writer);
   void FlagBlanks(const char* raw, AUVXComplex* values, int count);
   void CheckValues();
   void Register(const AUVXGroup& group, int record);
@@ -92,6 +120,7 @@ class Importer {
   bool IndexAgrees(AUVXTable& table);
   void RemarkOnFindings();
   void RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups);
+  AResult Broken(int group, BlockWriter& writer);
   AResult Stopped() const { return AResult::Cancel(to_ + ": the import was cancelled"); }
 
   const std::string from_, to_;
@@ -105,10 +134,11 @@ class Importer {
   std::vector<SortKey> keys_;  // empty while the groups are in time order
   AUVXPosition index_;
   AUVXBaseLines baseLines_;
+  bool plainFloats_ = false;  // values are copied as they are
   AUVXComplex step_[kValuesPerStep];
   int unchecked_ = 0;  // values of step_ that have been written and not checked
-  int seenSource_ = -1;
-  std::vector<uint8_t> seen_;  // per pair of antenna bytes of seenSource_: 1 flagged, 2 unflagged
+  Predecessor before_;
+  std::vector<uint8_t> seen_;  // per pair of antenna bytes of the source before: 1 flagged, 2 unflagged
 };
 
 AResult Importer::Run() {
@@ -116,6 +146,8 @@ AResult Importer::Run() {
   SendProgressText(options_.progress, "Reading file informatiom...");
   if (AResult result = input_.Open(from_, summary_.remarks); !result) return result;
   header_ = input_.header();
+  AFITSmain& main = *input_.fits().main();
+  plainFloats_ = main.valueBytes() == -4 && main.bscale() == 1 && main.bzero() == 0;
   SettleDate();
   if (AResult result = output_.Create(to_, options_.overwrite, from_); !result) return result;
   if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_)) return output_.WriteError();
@@ -148,7 +180,7 @@ Importer::Pass Importer::WritePass(AResult& result) {
   findings_ = Findings();
   index_ = AUVXPosition();
   baseLines_ = AUVXBaseLines();
-  seenSource_ = -1;
+  before_ = Predecessor();
   header_.range.init();
   unchecked_ = 0;
   if (!uvx_.SeekUVGroup(0)) {
@@ -156,39 +188,33 @@ Importer::Pass Importer::WritePass(AResult& result) {
     return Pass::Stopped;
   }
   SendProgressText(options_.progress, "Writing data into output file...");
-  BlockReader reader(*input_.fits().file());
+  GroupReader reader(input_.fits());
   BlockWriter writer(output_.file());
   const int groups = input_.groups();
-  const int64 start = input_.fits().main()->dataStart();
   int lastPercent = -1;
-  double lastTime = 0;
-  int lastBaseline = 0;
   for (int i = 0; i < groups; ++i) {
     if (IsCancelled(options_)) {
       result = Stopped();
       return Pass::Stopped;
     }
     const int number = keys_.empty() ? i : keys_[static_cast<size_t>(i)].group;
-    reader.Seek(start + int64{number} * input_.groupBytes());
-    char* parameters = reader.Take(input_.parameterBytes());
-    AUVXGroup group;
-    if (!parameters) {
-      result = input_.Refuse("cannot be read in group " + Number(number + 1));
+    const GroupParameters* parameters = reader.Parameters(number);
+    char* record = writer.Reserve(sizeof(AUVXGroup));
+    if (!parameters || !record) {
+      result = Broken(number, writer);
       return Pass::Stopped;
     }
-    if (!DecodeGroup(parameters, number, group, result)) return Pass::Stopped;
-    const int baseline = static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
-    if (i > 0 && group.date < lastTime) return Pass::OutOfOrder;
-    if (i > 0 && group.date == lastTime && baseline < lastBaseline) ++findings_.brokenOrder;
-    lastTime = group.date;
-    lastBaseline = baseline;
+    // Made in its place: a copy would wait for each of its fields to arrive in memory.
+    AUVXGroup& group = *new (record) AUVXGroup;
+    if (!MakeHead(*parameters, group)) {
+      result = Unstorable(*parameters, number);
+      return Pass::Stopped;
+    }
+    if (i > 0 && group.date < before_.time) return Pass::OutOfOrder;
     group.check(header_.range);
     Register(group, i);
-    char* record = writer.Reserve(sizeof group);
-    if (record) group.store(record);
-    if (!record || !CopyValues(reader, writer)) {
-      result =
-          output_.file().good() ? input_.Refuse("cannot be read in group " + Number(number + 1)) : output_.WriteError();
+    if (!CopyValues(reader, writer)) {
+      result = Broken(number, writer);
       return Pass::Stopped;
     }
     SendProgress(options_.progress, i + 1, groups, lastPercent);
@@ -198,22 +224,24 @@ Importer::Pass Importer::WritePass(AResult& result) {
   return result ? Pass::Whole : Pass::Stopped;
 }
 
+// The failure of a group that could not be read, or whose record could not be written.
+AResult Importer::Broken(int group, BlockWriter& writer) {
+  return writer.Flush() ? input_.Refuse("cannot be read in group " + Number(group + 1)) : output_.WriteError();
+}
+
 AResult Importer::ReadKeys() {
   SendProgressText(options_.progress, "Sorting data...");
   const int groups = input_.groups();
   keys_.reserve(static_cast<size_t>(groups));
-  BlockReader reader(*input_.fits().file());
-  AResult result = AResult::Ok();
+  GroupReader reader(input_.fits());
   int lastPercent = -1;
   for (int i = 0; i < groups; ++i) {
     if (IsCancelled(options_)) return Stopped();
-    reader.Seek(input_.fits().main()->dataStart() + int64{i} * input_.groupBytes());
-    char* parameters = reader.Take(input_.parameterBytes());
+    const GroupParameters* parameters = reader.Parameters(i);
     if (!parameters) return input_.Refuse("cannot be read in group " + Number(i + 1));
     AUVXGroup group;
-    if (!DecodeGroup(parameters, i, group, result)) return result;
-    const int baseline = static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
-    keys_.push_back({group.date, i, static_cast<uint16_t>(baseline)});
+    if (!MakeHead(*parameters, group)) return Unstorable(*parameters, i);
+    keys_.push_back({group.date, i, static_cast<uint16_t>(BaselineOf(group))});
     SendProgress(options_.progress, i + 1, groups, lastPercent);
   }
   std::sort(keys_.begin(), keys_.end(), [](const SortKey& a, const SortKey& b) {
@@ -223,60 +251,61 @@ AResult Importer::ReadKeys() {
   return AResult::Ok();
 }
 
-/// @return false with a sentence in `result` for a group that cannot be stored
-bool Importer::DecodeGroup(char* parameters, int number, AUVXGroup& group, AResult& result) {
-  const auto refuse = [&](const std::string& what) {
-    result = input_.Refuse("group " + Number(number + 1) + what);
-    return false;
-  };
-  group.load(input_.fits(), parameters);
-  if (!std::isfinite(group.date)) return refuse(" has a time that is not a number");
-  if (group.date == 0) ++findings_.zeroTimes;
+/// @return false for a group that cannot be stored: see Unstorable
+bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
+  group.flag = parameters.flag;
+  group.uu = parameters.u;
+  group.vv = parameters.v;
+  group.ww = parameters.w;
+  group.date = parameters.date;
+  findings_.zeroTimes += parameters.date == 0;
 
-  // A group rounds each of several parameters of one name, and of sources and setups takes the last one. Their sum
-  // holds, and its range is checked before it is cut to the width of its field. The fraction tells the subarray.
-  const double baseline = input_.baseline()(parameters);
-  const double whole = std::floor(baseline + 0.5);
-  if (!(whole >= 257 && whole <= 65535) || (static_cast<int>(whole) & 0xFF) == 0) {
-    return refuse(" has BASELINE " + valToStr(baseline) +
-                  ", which is not 256 x antenna 1 + antenna 2 with antennas 1 to 255");
-  }
-  if (std::fabs(baseline - whole) > 0.005) ++findings_.subarrays;
-  group.ant1 = static_cast<int8_t>(static_cast<int>(whole) >> 8);
-  group.ant2 = static_cast<int8_t>(static_cast<int>(whole) & 0xFF);
+  // The fraction of a baseline tells the subarray.
+  const int antennas = RoundedBaseline(parameters.baseline);
+  findings_.subarrays += std::fabs(parameters.baseline - antennas) > 0.005;
+  group.ant1 = static_cast<int8_t>(antennas >> 8);
+  group.ant2 = static_cast<int8_t>(antennas & 0xFF);
 
-  if (input_.source().present()) {
-    const double source = input_.source()(parameters);
-    if (!(source > -32768 && source < 32767)) return refuse(" has SOURCE " + valToStr(source) + ", beyond 16 bits");
-    group.source = static_cast<int16_t>(std::floor(source + 0.5));
-  }
-  if (input_.freqSel().present()) {
-    const double setup = input_.freqSel()(parameters);
-    if (!(setup > -128 && setup < 127)) return refuse(" has FREQSEL " + valToStr(setup) + ", beyond 8 bits");
-    group.frqsel = static_cast<int8_t>(std::floor(setup + 0.5));
-  }
+  const bool storable = std::isfinite(parameters.date) && (antennas & 0xFF) != 0 && IsSource(parameters.source) &&
+                        IsSetup(parameters.freqSel);
+  if (!storable) return false;
   // Numbers below 1 stand for "any".
-  if (group.source < 1 || group.frqsel < 1) {
-    ++findings_.withoutSetup;
-    group.source = std::max<int16_t>(group.source, 1);
-    group.frqsel = std::max<int8_t>(group.frqsel, 1);
-  }
+  const int source = static_cast<int>(parameters.source + 0.5), setup = static_cast<int>(parameters.freqSel + 0.5);
+  findings_.withoutSetup += source < 1 || setup < 1;
+  group.source = static_cast<int16_t>(std::max(source, 1));
+  group.frqsel = static_cast<int8_t>(std::max(setup, 1));
   return true;
+}
+
+// Why MakeHead turns a group down.
+AResult Importer::Unstorable(const GroupParameters& parameters, int number) const {
+  std::string what = " has FREQSEL " + valToStr(parameters.freqSel) + ", beyond 8 bits";
+  if (!IsSource(parameters.source)) what = " has SOURCE " + valToStr(parameters.source) + ", beyond 16 bits";
+  if ((RoundedBaseline(parameters.baseline) & 0xFF) == 0) {
+    what = " has BASELINE " + valToStr(parameters.baseline) +
+           ", which is not 256 x antenna 1 + antenna 2 with antennas 1 to 255";
+  }
+  if (!std::isfinite(parameters.date)) what = " has a time that is not a number";
+  return input_.Refuse("group " + Number(number + 1) + what);
 }
 
 // Convert the values of one group in steps that stay in the cache, however large a group is. Values of several groups
 // are checked together, since a check of few values costs as much as one of many.
-bool Importer::CopyValues(BlockReader& reader, BlockWriter& writer) {
+bool Importer::CopyValues(GroupReader& reader, BlockWriter& writer) {
   const int valueBytes = 3 * std::abs(input_.fits().main()->valueBytes());
   for (int left = input_.values(); left > 0;) {
     if (unchecked_ == kValuesPerStep) CheckValues();
     const int count = std::min(left, kValuesPerStep - unchecked_);
-    const char* raw = reader.Take(count * valueBytes);
+    const char* raw = reader.TakeValues(count * valueBytes);
     char* to = raw ? writer.Reserve(count * static_cast<int>(sizeof(AUVXComplex))) : nullptr;
     if (!to) return false;
     AUVXComplex* values = step_ + unchecked_;
-    DecodeFITSValues(input_.fits(), raw, values, count);
-    if (input_.hasBlank()) FlagBlanks(raw, values, count);
+    if (plainFloats_) {
+      Swap32(values, raw, 3 * static_cast<size_t>(count));
+    } else {
+      DecodeFITSValues(input_.fits(), raw, values, count);
+      if (input_.hasBlank()) FlagBlanks(raw, values, count);
+    }
     std::memcpy(to, values, static_cast<size_t>(count) * sizeof(AUVXComplex));
     unchecked_ += count;
     left -= count;
@@ -299,17 +328,8 @@ void Importer::FlagBlanks(const char* raw, AUVXComplex* values, int count) {
 
 // Widen the ranges by the values that wait in the step, and count those that are no finite numbers.
 void Importer::CheckValues() {
-  CheckRange(step_, unchecked_, header_.range);
-  // Integers, so that the compiler tests four numbers at a time: an exponent of all ones is an infinity or no number.
-  constexpr uint32_t kExponent = 0x7F800000;
-  const char* bytes = reinterpret_cast<const char*>(step_);
-  uint32_t odd = 0;
-  for (int i = 0; i < 3 * unchecked_; ++i) {
-    uint32_t word;
-    std::memcpy(&word, bytes + 4 * i, 4);
-    odd |= (word & kExponent) == kExponent;
-  }
-  for (int i = 0; odd && i < unchecked_; ++i) {
+  const bool finite = CheckRange(step_, unchecked_, header_.range);
+  for (int i = 0; !finite && i < unchecked_; ++i) {
     findings_.notNumbers += !std::isfinite(step_[i].re) || !std::isfinite(step_[i].im);
     findings_.infiniteWeights += std::isinf(step_[i].weight);
     findings_.weightsNotNumbers += std::isnan(step_[i].weight);
@@ -319,20 +339,25 @@ void Importer::CheckValues() {
 
 // Extend the index, in seconds since 0 h of the observation date, and the list of baselines.
 void Importer::Register(const AUVXGroup& group, int record) {
-  AUVXGroup inSeconds = group;
-  inSeconds.date = (group.date - header_.info.dateObs) * kSecondsPerDay;
-  index_.CheckUVGroup(inSeconds, record);
-
-  if (group.source != seenSource_) {
-    seen_.assign(65536, 0);
-    seenSource_ = group.source;
+  const int baseline = BaselineOf(group);
+  const bool sameTime = group.date == before_.time;
+  findings_.brokenOrder += sameTime && baseline < before_.baseline;
+  if (sameTime && group.source == before_.source && group.frqsel == before_.setup) {
+    // Of the baselines of one time each lets the scan go on, and only the first can make it longer.
+    index_(index_.count() - 1).endVis = record + 1;
+  } else {
+    AUVXGroup inSeconds = group;
+    inSeconds.date = (group.date - header_.info.dateObs) * kSecondsPerDay;
+    index_.CheckUVGroup(inSeconds, record);
   }
-  const AUVXBaseLineItem item(group);
-  const uint8_t state = item.flag ? 1 : 2;
-  uint8_t& seen = seen_[static_cast<uint8_t>(group.ant1) * 256u + static_cast<uint8_t>(group.ant2)];
+
+  if (group.source != before_.source) seen_.assign(65536, 0);
+  before_ = {group.date, baseline, group.source, group.frqsel};
+  const uint8_t state = group.flag & 1 ? 1 : 2;
+  uint8_t& seen = seen_[static_cast<size_t>(baseline)];
   if (seen >= state) return;
   seen = state;
-  baseLines_.checkBase(item);
+  baseLines_.checkBase(AUVXBaseLineItem(group));
 }
 
 // The observation date, from the first group where the header does not give it.

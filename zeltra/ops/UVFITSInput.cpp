@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <optional>
+#include <set>
 
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/FITSBytesInternal.h"
@@ -58,27 +58,6 @@ bool StartsWith(const std::string& text, const char* start) {
 }
 
 }  // namespace
-
-double UVFITSInput::Sum::operator()(const char* parameters) const {
-  double sum = 0;
-  for (const Term& term : terms_) {
-    const char* raw = parameters + term.offset;
-    double value = 0;
-    if (valueBytes_ == 2) {
-      uint16_t word;
-      Swap16(&word, raw, 1);
-      value = static_cast<int16_t>(word);
-    } else {
-      uint32_t word;
-      Swap32(&word, raw, 1);
-      float number;
-      std::memcpy(&number, &word, sizeof number);
-      value = valueBytes_ == -4 ? static_cast<double>(number) : static_cast<int32_t>(word);
-    }
-    sum += value * term.scale + term.zero;
-  }
-  return sum;
-}
 
 AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& remarks) {
   path_ = path;
@@ -222,12 +201,14 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
     return Refuse("the card PCOUNT = " + std::to_string(main.pcount()) + " is beyond the 999 that FITS allows");
   }
   std::vector<std::string> lost;
+  std::set<std::string> present;
   for (int i = 0; i < main.Parameters(); ++i) {
     const std::vector<std::string> words = Words(main.ptype(i));
     const std::string known = KnownParameter(words);
     if (known.empty() && !Trimmed(main.ptype(i)).empty()) lost.push_back(Trimmed(main.ptype(i)));
     // Readers of a group go by first letters, so a parameter that is not known must not keep its name.
     main.ptype(i) = known;
+    present.insert(known);
     const bool wavelengths = words.size() > 1 && words[1] == "L" && known.size() == 2;
     if (!wavelengths) continue;
     const int freq = main.FindAxis("FREQ");
@@ -239,24 +220,10 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
     main.pzero(i) /= reference;
   }
   for (const char* name : {"UU", "VV", "WW", "BASELINE", "DATE"}) {
-    if (!SumOf(name).present()) return Refuse("there is no random parameter " + std::string(name));
+    if (!present.count(name)) return Refuse("there is no random parameter " + std::string(name));
   }
   if (!lost.empty()) remarks.push_back("random parameters that a UVX file has no place for: " + Joined(lost));
-  baseline_ = SumOf("BASELINE");
-  source_ = SumOf("SOURCE");
-  freqSel_ = SumOf("FREQSEL");
   return AResult::Ok();
-}
-
-UVFITSInput::Sum UVFITSInput::SumOf(const std::string& name) {
-  AFITSmain& main = *fits_.main();
-  Sum sum;
-  sum.valueBytes_ = main.valueBytes();
-  for (int i = 0; i < main.Parameters(); ++i) {
-    if (main.ptype(i) != name) continue;
-    sum.terms_.push_back({i * std::abs(sum.valueBytes_), main.pscal(i), main.pzero(i)});
-  }
-  return sum;
 }
 
 void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {

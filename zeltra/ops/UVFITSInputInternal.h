@@ -36,25 +36,6 @@ class UVFITSInput {
   /// Whether the history claims the order time, then baseline.
   bool claimsTimeBaseline() const { return claimsTimeBaseline_; }
 
-  /// Sum of the parameters of one name in a group, in physical units; 0 where the file has none.
-  class Sum {
-   public:
-    bool present() const { return !terms_.empty(); }
-    double operator()(const char* parameters) const;
-
-   private:
-    friend class UVFITSInput;
-    struct Term {
-      int offset;
-      double scale, zero;
-    };
-    int valueBytes_ = -4;
-    std::vector<Term> terms_;
-  };
-  const Sum& baseline() const { return baseline_; }
-  const Sum& source() const { return source_; }
-  const Sum& freqSel() const { return freqSel_; }
-
   /// A sentence about this file.
   AResult Refuse(const std::string& sentence) const { return AResult::Fail(path_ + ": " + sentence); }
 
@@ -72,14 +53,12 @@ class UVFITSInput {
   AResult PrepareParameters(std::vector<std::string>& remarks);
   void PrepareHeader(std::vector<std::string>& remarks);
   void ReadHistory(std::vector<std::string>& remarks);
-  Sum SumOf(const std::string& name);
 
   AFITS fits_;
   std::string path_;
   std::vector<Card> cards_;
   std::vector<std::string> history_;
   AUVXHeader header_;
-  Sum baseline_, source_, freqSel_;
   int parameterBytes_ = 0;
   int values_ = 0;
   int blank_ = 0;
