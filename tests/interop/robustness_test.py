@@ -93,6 +93,34 @@ class Robustness(unittest.TestCase):
                 self.assertIn("zeltra: error: " + target, done.stderr)
                 self.assertEqual(self.leftovers(), [], (job, limit))
 
+    def test_no_command_fails_on_a_broken_file_but_with_a_sentence(self):
+        self.simulated("--antennas", "4", "--minutes", "2", "--integration", "30", "--ifs", "2", "--channels", "2")
+        with open(self.path("sim.uvx"), "rb") as file:
+            whole = file.read()
+        directory = struct.unpack_from("<q", whole, 8)[0]
+        random.seed(2)
+        broken = [whole[:size] for size in (0, 3, 481, 600, directory, directory + 40, len(whole) - 1)]
+        places = [4, 8, 16, 192, 194, 210, 214, 483, 500, directory] + random.sample(range(directory, len(whole)), 14)
+        for place in places:
+            for value in (b"\xff\xff\xff\x7f", b"\x00\x00\x00\x80"):
+                broken.append(whole[:place] + value + whole[place + len(value):])
+        out, source = self.path("sim.out"), ["--source", "1"]
+        jobs = [["info", "--baselines"], ["records", "--csv"], ["table", "AN"], ["table", "NX", "--json"], ["export", out],
+                ["average", "--interval", "60", "--csv"], ["average", "--interval", "60", "-o", out, "--mode", "amphase"],
+                ["closure", "--interval", "60"], ["loops", "1-2"], ["copy", out], ["copy", out, "--channel", "1"],
+                ["uvw", out], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
+        for number, content in enumerate(broken):
+            path = self.path("sim.broken.uvx")
+            with open(path, "wb") as file:
+                file.write(content)
+            for job in random.sample(jobs, 6):
+                force = ["--force"] if any(a.startswith(out) for a in job) else []
+                done = subprocess.run([ZELTRA, job[0], path, *job[1:], *force], capture_output=True, text=True, timeout=20)
+                self.assertIn(done.returncode, (0, 1), (number, job, done.stderr))
+                self.assertNotRegex(done.stderr, "Sanitizer|runtime error", (number, job))
+                if done.returncode == 1:
+                    self.assertIn("zeltra: error: ", done.stderr, (number, job))
+
     def test_ctrl_c_stops_a_job_cleanly(self):
         source = self.simulated("--minutes", "60", "--integration", "2", "--ifs", "4", "--channels", "8")
         for job, given in (("import", source), ("export", self.path("sim.uvx"))):

@@ -1,0 +1,70 @@
+// Every whole-file job that reads a UVX file, on any bytes.
+// SPDX-License-Identifier: MIT
+#include <cstdint>
+
+#include "tests/support/TempFile.h"
+#include "zeltra/ops/AverageUVX.h"
+#include "zeltra/ops/ClosedLoops.h"
+#include "zeltra/ops/ClosurePhases.h"
+#include "zeltra/ops/CopyUVX.h"
+#include "zeltra/ops/ImageUVX.h"
+#include "zeltra/ops/RecomputeUVW.h"
+
+namespace {
+
+using namespace zeltra;
+
+void Combine(AUVXInput& input) {
+  AverageOptions average;
+  average.interval = 60;
+  for (const bool complexMean : {true, false}) {
+    average.complexMean = complexMean;
+    (void)Average(input, average, [](AUVXGroup&, AUVXVisibility&) { return AResult::Ok(); });
+  }
+  ClosureOptions closure;
+  closure.interval = -1;
+  (void)ClosurePhases(input, closure, [](const AClosurePhase&) { return AResult::Ok(); });
+  LoopOptions loops;
+  loops.baseline = "1-2";
+  std::vector<AChain> chains;
+  (void)FindClosedLoops(input, loops, chains);
+}
+
+void Rewrite(AUVXInput& input, const std::string& to) {
+  CopyOptions copy;
+  copy.overwrite = true;
+  (void)CopyUVX(input, to, copy, nullptr);
+  copy.channels = {0};
+  copy.dropFlagged = true;
+  (void)CopyUVX(input, to, copy, nullptr);
+  AverageOptions average;
+  average.overwrite = true;
+  average.interval = 60;
+  (void)AverageUVX(input, to, average);
+  UVWOptions uvw;
+  uvw.overwrite = true;
+  UVWDifference difference;
+  (void)RecomputeUVW(input, to, uvw, difference);
+}
+
+void Picture(AUVXInput& input) {
+  ImageOptions options;
+  options.size = 16;
+  options.selection.source = "1";
+  options.weighting = ImageOptions::Uniform;
+  DirtyImage image;
+  (void)ImageUVX(input, options, image);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const test::TempFile file("uvx"), output("uvx");
+  file.Put(std::string(reinterpret_cast<const char*>(data), size));
+  AUVXInput input;
+  if (!input.Open(file.path())) return 0;
+  Combine(input);
+  Rewrite(input, output.path());
+  Picture(input);
+  return 0;
+}
