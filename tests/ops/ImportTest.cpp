@@ -361,6 +361,17 @@ TEST(Import, StoresWhatTheClassesDecode) {
   }
 }
 
+TEST(Import, TakesNoOtherTableForThatOfSources) {
+  Imported file(Small()
+                    .Table(SyntheticTable("SUMMARY RESULTS").Column("FLUX", "1E").Row({1}))
+                    .Table(SyntheticTable("AIPS SU").Column("FLUX", "1E").Row({1})));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_TRUE(file.Remarks("\"AIPS SU\" is left out: it has no column ID"));
+  const std::unique_ptr<AUVXTable> table(file.uvx.GetTable("SU"));
+  ASSERT_EQ(table->rows(), 1);
+  EXPECT_EQ(table->Number(0, 0), 1) << "the source that the header names";
+}
+
 TEST(Import, ReadsTheEquinoxAsNumberOrText) {
   const std::pair<const char*, double> cases[] = {{"EPOCH   = 'B1950   '", 1950},
                                                   {"EPOCH   = 1975.5", 1975.5},
@@ -393,6 +404,11 @@ TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
       {Small().ReplaceCard("CTYPE3", "CTYPE3  = 'FREQ    '").ReplaceCard("CTYPE4", "CTYPE4  = 'STOKES  '"),
        "in that order"},
       {Small().ReplaceCard("CTYPE4", "CTYPE4  = 'BAND    '"), "no axis FREQ"},
+      {Small().ReplaceCard("CTYPE4", "CTYPE4  = 'FREQ-IF '").ReplaceCard("CTYPE5", "CTYPE5  = 'RA      '"),
+       "in that order"},
+      {Small().ReplaceCard("NAXIS", "NAXIS   = 1"), "axis 2 is not COMPLEX"},
+      {Small().ReplaceCard("NAXIS", "NAXIS   = 0"), "FITS-IDI"},
+      {image().ReplaceCard("NAXIS2", "NAXIS2  = 2000000000"), "an image"},
       {SyntheticFITS::UV(9, 1, 1).Groups(1, Parameter, Value), "STOKES has length 9"},
       {SyntheticFITS::UV(1, 1, 1).Axis("PIXEL", 2).Groups(1, Parameter, Value), "axis 8, \"PIXEL\", has length 2"},
       {Small().ReplaceCard("PTYPE4", "PTYPE4  = 'BASE    '"), "no random parameter BASELINE"},

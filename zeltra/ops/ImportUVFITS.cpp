@@ -31,6 +31,8 @@ constexpr double kSecondsPerDay = 86400.0;
 // Complex values converted at a time: what is read, swapped and checked stays in the processor's inner cache.
 constexpr int kValuesPerStep = 1024;
 constexpr int kMostTables = 128;
+// An observation of a night may begin on the day after its date.
+constexpr double kMostDaysAfterDate = 2;
 
 std::string Number(int64 n) {
   return std::to_string(n);
@@ -45,7 +47,8 @@ struct Findings {
   int64 subarrays = 0;     // groups of another subarray than the first
   int64 withoutSetup = 0;  // groups with a setup or source number below 1
   int64 zeroTimes = 0;
-  int64 brokenOrder = 0;  // groups that break the order time, then baseline
+  int64 noCoordinates = 0;  // groups with u, v or w that is NaN or infinite
+  int64 brokenOrder = 0;    // groups that break the order time, then baseline
 };
 
 // What is remembered of the record before.
@@ -70,11 +73,22 @@ int RoundedBaseline(double value) {
 }
 
 bool IsSource(double value) {
-  return value > -32768 && value < 32767;
+  return value >= -32768.5 && value < 32767.5;
 }
 
 bool IsSetup(double value) {
-  return value > -128 && value < 127;
+  return value >= -128.5 && value < 127.5;
+}
+
+double MidnightBefore(double date) {
+  return std::floor(date - 0.5) + 0.5;
+}
+
+// The column that makes a table with this code what the code says, whatever its EXTNAME was.
+const char* KeyColumn(const std::string& code) {
+  if (code == "AN") return "NOSTA";
+  if (code == "SU") return "ID";
+  return code == "FQ" ? "FRQSEL" : nullptr;
 }
 
 int BaselineOf(const AUVXGroup& group) {
@@ -134,6 +148,7 @@ class Importer {
   std::vector<SortKey> keys_;  // empty while the groups are in time order
   AUVXPosition index_;
   AUVXBaseLines baseLines_;
+  bool isDateTaken_ = false;  // the observation date is that of the first group
   bool plainFloats_ = false;  // values are copied as they are
   AUVXComplex step_[kValuesPerStep];
   int unchecked_ = 0;  // values of step_ that have been written and not checked
@@ -169,6 +184,7 @@ AResult Importer::WriteRecords() {
   if (pass == Pass::OutOfOrder) {
     if (result = ReadKeys(); !result) return result;
     summary_.sorted = true;
+    if (isDateTaken_) header_.info.dateObs = MidnightBefore(keys_.front().time);
     pass = WritePass(result);
   }
   return result;
@@ -259,6 +275,7 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
   group.ww = parameters.w;
   group.date = parameters.date;
   findings_.zeroTimes += parameters.date == 0;
+  findings_.noCoordinates += !std::isfinite(double{parameters.u} + parameters.v + parameters.w);
 
   // The fraction of a baseline tells the subarray.
   const int antennas = RoundedBaseline(parameters.baseline);
@@ -368,11 +385,12 @@ void Importer::SettleDate() {
   if (!parameters) return;
   AUVXGroup first;
   first.load(input_.fits(), parameters);
-  const double date = std::floor(first.date - 0.5) + 0.5;
+  const double date = MidnightBefore(first.date);
   if (header_.info.dateObs == 0) {
     header_.info.dateObs = std::isfinite(date) ? date : 0;
+    isDateTaken_ = true;
     summary_.remarks.push_back("DATE-OBS cannot be read: the date of the first group is taken");
-  } else if (std::fabs(first.date - header_.info.dateObs) > 30) {
+  } else if (std::fabs(first.date - header_.info.dateObs) > kMostDaysAfterDate) {
     summary_.remarks.push_back("DATE-OBS lies " + valToStr(std::round(first.date - header_.info.dateObs)) +
                                " days before the first group");
   }
@@ -387,6 +405,11 @@ AResult Importer::WriteTables() {
     std::unique_ptr<AUVXTable> table = ConvertTable(*input_.fits().tables()(i), summary_.remarks);
     if (!table) continue;
     const std::string code = table->Code();
+    if (const char* column = KeyColumn(code); column && table->FindColumn(column) < 0) {
+      summary_.remarks.push_back("table \"" + input_.fits().tables()(i)->extname() +
+                                 "\" is left out: it has no column " + column);
+      continue;
+    }
     if (code == "BL") {
       // The code is that of the list of baselines, which is made anew. An export of it comes back here.
       const std::string& name = input_.fits().tables()(i)->extname();
@@ -395,6 +418,7 @@ AResult Importer::WriteTables() {
       continue;
     }
     if (code == "NX") {
+      if (indexed) summary_.remarks.push_back("an index table behind the first one is left out");
       if (indexed || !IndexAgrees(*table)) continue;
       indexed = true;
     }
@@ -405,7 +429,12 @@ AResult Importer::WriteTables() {
   }
   if (!indexed) tables.emplace_back(index_.ToUVXTable());
   if (!setups) setups = tables.emplace_back(SetupFromAxis()).get();
-  if (!antennas) tables.emplace_back(AUVXAntenns(baseLines_).ToUVXTable());
+  if (!antennas) {
+    tables.emplace_back(AUVXAntenns(baseLines_).ToUVXTable());
+    summary_.remarks.push_back("there is no table \"AN\": antennas have no names and no positions");
+  }
+  // Extensions that have the name of a source table and are none are not looked into again.
+  input_.fits().tables().Free();
   if (!sources) sources = tables.emplace_back(AUVXSources(input_.fits()).ToUVXTable()).get();
   RemarkOnTables(antennas, *sources, *setups);
   tables.emplace_back(baseLines_.ToUVXTable());
@@ -472,6 +501,7 @@ void Importer::RemarkOnFindings() {
   remark(findings_.subarrays, "groups belong to another subarray than the first, which a UVX file has no place for");
   remark(findings_.withoutSetup, "groups have a source or setup number below 1, taken as 1");
   remark(findings_.zeroTimes, "groups have the time 0");
+  remark(findings_.noCoordinates, "groups have u, v or w that is not a finite number");
 }
 
 void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups) {

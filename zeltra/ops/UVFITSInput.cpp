@@ -57,22 +57,33 @@ bool StartsWith(const std::string& text, const char* start) {
   return text.rfind(start, 0) == 0;
 }
 
+bool IsAskedFor(const std::string& key) {
+  for (const char* asked : {"GROUPS", "BITPIX", "NAXIS1", "EPOCH", "EQUINOX", "TELESCOP", "BLANK", "SORTORD"}) {
+    if (key == asked) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& remarks) {
   path_ = path;
   if (!fits_.Open(path)) return Refuse("cannot be opened for reading");
   if (AResult result = ReadCards(); !result) return result;
-  if (!fits_.ReadHeaders()) return Refuse("the primary header promises data that cannot be addressed");
+  if (!fits_.ReadHeaders()) {
+    return IsImage() ? Refuse("an image, not random groups")
+                     : Refuse("the primary header promises data that cannot be addressed");
+  }
   if (AResult result = CheckFormat(); !result) return result;
   if (AResult result = CheckAxes(remarks); !result) return result;
   if (AResult result = CheckExtent(remarks); !result) return result;
   if (AResult result = PrepareParameters(remarks); !result) return result;
   PrepareHeader(remarks);
-  ReadHistory(remarks);
+  RemarkOnHistory(remarks);
   return AResult::Ok();
 }
 
+// Cards up to END, of which a damaged file may have no end: only those are kept that are asked for.
 AResult UVFITSInput::ReadCards() {
   AFile& file = *fits_.file();
   const int64 size = file.GetFileSize();
@@ -86,14 +97,15 @@ AResult UVFITSInput::ReadCards() {
         return Refuse("not a FITS file: it does not begin with a SIMPLE card");
       }
       if (StartsWith(card, "HISTORY ")) {
-        history_.push_back(card.substr(8));
+        ReadHistory(card.substr(8));
         continue;
       }
       ParseFITSstr parsed;
       parsed.Parse(card);
       const std::string index = parsed.GetNumber() >= 0 ? std::to_string(parsed.GetNumber()) : "";
       if (parsed.strKey() == "END" && index.empty()) return file.Seek(0) ? AResult::Ok() : Refuse("cannot be read");
-      cards_.push_back({parsed.strKey() + index, parsed.strPar()});
+      const std::string key = parsed.strKey() + index;
+      if (IsAskedFor(key) && !Find(key)) cards_.push_back({key, parsed.strPar()});
     }
   }
   return Refuse("the primary header has no END card before the file ends at byte " + std::to_string(size));
@@ -106,14 +118,21 @@ const std::string* UVFITSInput::Find(const std::string& key) const {
   return nullptr;
 }
 
+bool UVFITSInput::IsImage() const {
+  const std::string *groups = Find("GROUPS"), *length = Find("NAXIS1");
+  return (!groups || *groups != "T") && length && ParseNumber(*length) > 0;
+}
+
 AResult UVFITSInput::CheckFormat() const {
   const AFITSmain& main = *const_cast<AFITS&>(fits_).main();
   const std::string* groups = Find("GROUPS");
-  const bool randomGroups = groups && *groups == "T" && main.naxis() >= 1 && main.AxisLength(1) == 0;
+  const bool claimsGroups = groups && *groups == "T";
+  const bool randomGroups = claimsGroups && main.naxis() >= 1 && main.AxisLength(1) == 0;
   if (randomGroups) return AResult::Ok();
 
   AFITS& fits = const_cast<AFITS&>(fits_);
-  if (fits.HasExtTable("UV_DATA")) {
+  // The primary header of FITS-IDI says GROUPS = T and has no axes.
+  if (fits.HasExtTable("UV_DATA") || (claimsGroups && main.naxis() == 0)) {
     return Refuse("a FITS-IDI file (visibilities in the table UV_DATA), not random groups; convert it first");
   }
   if (main.AxisLength(1) == 777777701 || fits.HasExtTable("AIPS UV")) {
@@ -123,7 +142,7 @@ AResult UVFITSInput::CheckFormat() const {
     return Refuse("an image of " + std::to_string(main.AxisLength(1)) + " x " + std::to_string(main.AxisLength(2)) +
                   " pixels, not random groups");
   }
-  if (!groups || *groups != "T") return Refuse("no random groups: the primary header has no card GROUPS = T");
+  if (!claimsGroups) return Refuse("no random groups: the primary header has no card GROUPS = T");
   return Refuse("no random groups: the card NAXIS1 is not 0");
 }
 
@@ -134,13 +153,15 @@ AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
     const std::string* bitpix = Find("BITPIX");
     return Refuse("the card BITPIX = " + (bitpix ? *bitpix : "?") + " is not one of 16, 32, -32");
   }
-  if (!StartsWith(Trimmed(main.ctype(2)), "COMPLEX")) return Refuse("axis 2 is not COMPLEX");
+  if (main.naxis() < 2 || !StartsWith(Trimmed(main.ctype(2)), "COMPLEX")) return Refuse("axis 2 is not COMPLEX");
   if (main.AxisLength(2) != 3) {
     return Refuse("axis 2, COMPLEX, has length " + std::to_string(main.AxisLength(2)) + " instead of 3");
   }
   const int stokes = main.FindAxis("STOKES"), freq = main.FindAxis("FREQ"), ifs = main.FindAxis("IF");
   if (!freq) return Refuse("there is no axis FREQ");
-  if (stokes > freq || (ifs && ifs < freq)) return Refuse("the axes STOKES, FREQ, IF are not in that order");
+  // Axes are found by parts of their names, so that one axis may seem to be several.
+  const bool inOrder = freq > 2 && (!stokes || (stokes > 2 && stokes < freq)) && (!ifs || ifs > freq);
+  if (!inOrder) return Refuse("the axes STOKES, FREQ, IF are not in that order behind COMPLEX");
   for (int axis = 3; axis <= main.naxis(); ++axis) {
     const int length = main.AxisLength(axis);
     if (length < 1) return Refuse("axis " + std::to_string(axis) + " has length " + std::to_string(length));
@@ -188,7 +209,7 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
   fits_.file()->Seek(end);
   fits_.file()->Read(start, sizeof start);
   if (std::memcmp(start, "XTENSION", sizeof start) == 0) {
-    return Refuse("the extension header at byte " + std::to_string(end) + " cannot be read to its END card");
+    return Refuse("the extension header at byte " + std::to_string(end) + " cannot be read");
   }
   remarks.push_back(std::to_string(size - end) + " bytes behind the last table, from byte " + std::to_string(end) +
                     " on, are not FITS and are left out");
@@ -259,23 +280,24 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
   if (hasBlank_) blank_ = static_cast<int>(value);
 }
 
-void UVFITSInput::ReadHistory(std::vector<std::string>& remarks) {
+void UVFITSInput::ReadHistory(const std::string& line) {
+  ++historyCards_;
   // The last card of a kind holds.
-  std::string order, weightScale;
-  for (const std::string& line : history_) {
-    for (auto [label, value] : {std::pair{"SORT ORDER", &order}, std::pair{"WTSCAL", &weightScale}}) {
-      const size_t at = line.find(label);
-      if (at == std::string::npos) continue;
-      const size_t equals = line.find('=', at);
-      if (equals != std::string::npos) *value = Trimmed(line.substr(equals + 1));
-    }
+  for (auto [label, value] : {std::pair{"SORT ORDER", &sortOrder_}, std::pair{"WTSCAL", &weightScale_}}) {
+    const size_t at = line.find(label);
+    if (at == std::string::npos) continue;
+    const size_t equals = line.find('=', at);
+    if (equals != std::string::npos) *value = Trimmed(line.substr(equals + 1));
   }
-  claimsTimeBaseline_ = order.find("TB") != std::string::npos;
-  if (const std::string* card = Find("SORTORD"); card && order.empty()) claimsTimeBaseline_ = *card == "TB";
-  const double scale = weightScale.empty() ? 1.0 : ParseNumber(weightScale);
-  if (scale != 1.0) remarks.push_back("the history gives a weight scale of " + weightScale + ", which is not applied");
-  if (!history_.empty()) {
-    remarks.push_back(std::to_string(history_.size()) + " HISTORY cards, which a UVX file has no place for");
+}
+
+void UVFITSInput::RemarkOnHistory(std::vector<std::string>& remarks) {
+  claimsTimeBaseline_ = sortOrder_.find("TB") != std::string::npos;
+  if (const std::string* card = Find("SORTORD"); card && sortOrder_.empty()) claimsTimeBaseline_ = *card == "TB";
+  const double scale = weightScale_.empty() ? 1.0 : ParseNumber(weightScale_);
+  if (scale != 1.0) remarks.push_back("the history gives a weight scale of " + weightScale_ + ", which is not applied");
+  if (historyCards_ > 0) {
+    remarks.push_back(std::to_string(historyCards_) + " HISTORY cards, which a UVX file has no place for");
   }
 }
 

@@ -47,17 +47,20 @@ class UVFITSInput {
 
   AResult ReadCards();
   const std::string* Find(const std::string& key) const;
+  bool IsImage() const;
   AResult CheckFormat() const;
   AResult CheckAxes(std::vector<std::string>& remarks);
   AResult CheckExtent(std::vector<std::string>& remarks);
   AResult PrepareParameters(std::vector<std::string>& remarks);
   void PrepareHeader(std::vector<std::string>& remarks);
-  void ReadHistory(std::vector<std::string>& remarks);
+  void ReadHistory(const std::string& line);
+  void RemarkOnHistory(std::vector<std::string>& remarks);
 
   AFITS fits_;
   std::string path_;
   std::vector<Card> cards_;
-  std::vector<std::string> history_;
+  int64 historyCards_ = 0;
+  std::string sortOrder_, weightScale_;  // as the history tells
   AUVXHeader header_;
   int parameterBytes_ = 0;
   int values_ = 0;
