@@ -54,7 +54,7 @@ void Observation::Read(const AUVXTable& table, const std::string& code) {
     center[2] = antennas.ArrayZ();
   }
   if (code == "SU") sources.Init(table);
-  if (code == "NX") scans = AUVXPosition(table);
+  if (code == "NX") scans.Init(table);
 }
 
 }  // namespace zeltra::app

@@ -40,8 +40,9 @@ std::string Named(int number, const std::string& name) {
 
 }  // namespace
 
-AUVXContents::AUVXContents(AUVXInput& input) : path_(input.path()), header_(input.uvx()) {
-  if (const auto table = input.Table("NX")) scans_ = AUVXPosition(*table);
+AUVXContents::AUVXContents(AUVXInput& input)
+    : path_(input.path()), header_(input.uvx()), scans_(std::make_shared<AUVXPosition>()) {
+  if (const auto table = input.Table("NX")) scans_->Init(*table);
   if (const auto table = input.Table("SU")) sources_.Init(*table);
   if (const auto table = input.Table("AN")) {
     antennas_.Init(*table);
@@ -54,10 +55,10 @@ AUVXContents::AUVXContents(AUVXInput& input) : path_(input.path()), header_(inpu
 AResult AUVXContents::CheckIndex(AUVXInput& input) const {
   AUVXFile& uvx = input.uvx();
   const std::string remedy = "; 'zeltra copy' writes a file with a new one";
-  if (scans_.count() == 0 && uvx.count() > 0) return AResult::Fail(path_ + ": has no index table NX" + remedy);
+  if (scans().count() == 0 && uvx.count() > 0) return AResult::Fail(path_ + ": has no index table NX" + remedy);
   int64 next = 1;
-  for (int i = 0; i < scans_.count(); ++i) {
-    const AUVXPositionItem& scan = scans_(i);
+  for (int i = 0; i < scans().count(); ++i) {
+    const AUVXPositionItem& scan = scans()(i);
     if (scan.startVis != next || scan.endVis < next || scan.endVis > uvx.count()) {
       return AResult::Fail(path_ + ": the index table NX does not follow the records at number " +
                            std::to_string(next) + remedy);
@@ -82,7 +83,7 @@ AResult AUVXContents::CheckIndex(AUVXInput& input) const {
 
 std::vector<int> AUVXContents::SourceNumbers() const {
   std::set<int> numbers;
-  for (int i = 0; i < scans_.count(); ++i) numbers.insert(scans_(i).sourceId);
+  for (int i = 0; i < scans().count(); ++i) numbers.insert(scans()(i).sourceId);
   return {numbers.begin(), numbers.end()};
 }
 

@@ -3,6 +3,7 @@
 #ifndef ZELTRA_OPS_AUVXCONTENTS_H_
 #define ZELTRA_OPS_AUVXCONTENTS_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,9 @@ class ZELTRA_API AUVXContents {
   explicit AUVXContents(AUVXInput& input);
 
   const AUVXHeader& header() const { return header_; }
-  const AUVXPosition& scans() const { return scans_; }
+  const AUVXPosition& scans() const { return *scans_; }
+  /// The same list, for readers that outlive the object.
+  std::shared_ptr<AUVXPosition> sharedScans() const { return scans_; }
   const AUVXSources& sources() const { return sources_; }
   const AUVXAntenns& antennas() const { return antennas_; }
 
@@ -52,7 +55,7 @@ class ZELTRA_API AUVXContents {
 
   std::string path_;
   AUVXHeader header_;
-  AUVXPosition scans_;
+  std::shared_ptr<AUVXPosition> scans_;  // millions of scans are possible, so that copies share the list
   AUVXSources sources_;
   AUVXAntenns antennas_;
 };

@@ -43,7 +43,8 @@ void ReadColumn(const AUVXTable& table, const ListColumn& column, AUVXPositionIt
 
 }  // namespace
 
-AUVXPosition::AUVXPosition(const AUVXTable& table) {
+void AUVXPosition::Init(const AUVXTable& table) {
+  Free();
   AUVXPositionItem* items = AppendItems(*this, table);
   for (const ListColumn& column : ListColumns(table)) ReadColumn(table, column, items);
   for (int i = 0; i < count(); ++i) {

@@ -33,7 +33,9 @@ class ZELTRA_API AUVXPosition : public AArray<AUVXPositionItem> {
  public:
   AUVXPosition() = default;
   /// Read "NX".
-  explicit AUVXPosition(const AUVXTable& table);
+  explicit AUVXPosition(const AUVXTable& table) { Init(table); }
+  /// The same in place of what the list held.
+  void Init(const AUVXTable& table);
   AUVXPosition(const AUVXPosition&) = default;
   AUVXPosition& operator=(const AUVXPosition&) = default;
 

@@ -71,8 +71,13 @@ void ReadField(const AUVXTable& table, const ListColumn& column, Item* items, ch
 template <typename Item>
 Item* AppendItems(AArray<Item>& list, const AUVXTable& table) {
   const int before = list.count();
-  const std::vector<Item> items(static_cast<size_t>(table.rows()));
-  list += AArray<Item>(const_cast<Item*>(items.data()), table.rows(), 256, 1);
+  // An index has millions of rows, so that nothing is copied where nothing has to be.
+  if (before == 0) {
+    list.GrowBy(table.rows());
+  } else {
+    list += AArray<Item>(table.rows(), 0, 256);
+  }
+  std::fill_n(list.lpArray() + before, table.rows(), Item());
   return list.lpArray() + before;
 }
 
