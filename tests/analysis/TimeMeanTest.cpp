@@ -56,6 +56,7 @@ TEST(TimeMean, WeightsDecideWhatCountsAndNotHowMuch) {
   means.CalculateMean();
   ASSERT_EQ(means.count(), 1);
   EXPECT_TRUE(means(0)->baseLine.isValid()) << "the flag of a baseline is not kept";
+  EXPECT_EQ(means(0)->justify.count(), 4);
   ExpectValue(means, 0, 0, 0.5, 0.5, 2);
   ExpectValue(means, 0, 1, 3, 2, 3);
   ExpectValue(means, 0, 2, 7, 7, -1);

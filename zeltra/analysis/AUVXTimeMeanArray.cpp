@@ -86,8 +86,8 @@ AUVXTimeMeanItem* AUVXTimeMeanArray::NewItem(const AUVXVisibility& vis, const AB
   item->sum = vis;
   item->count.GrowBy(vis.count());
   item->count = 1;
-  if (complexMean_) return item;
   item->justify.GrowBy(vis.count(), 0);
+  if (complexMean_) return item;
   for (int i = 0; i < vis.count(); ++i) {
     AUVXComplex& slots = item->sum.lpArray()[i];
     slots = Slots(slots);
