@@ -28,6 +28,19 @@ using Indices = std::vector<int>;
 
 std::vector<std::string> shown;
 
+class Percentages : public CProgressCtrl {
+ public:
+  std::intptr_t SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) override {
+    if (message == kProgressRange) {
+      ranges.push_back(static_cast<int>(lParam));
+      shown.push_back("range");
+    }
+    if (message == kProgressPosition) positions.push_back(static_cast<int>(wParam));
+    return 0;
+  }
+  Indices ranges, positions;
+};
+
 // A UVX file in memory.
 class ReaderTest : public testing::Test {
  protected:
@@ -153,13 +166,14 @@ TEST_F(ReaderTest, DeliversTheSameFromEveryKindOfFile) {
 
 TEST_F(ReaderTest, EndsAtOnceWithoutAnIndex) {
   AUVXFile& uvx = Open(SyntheticUVX());
-  AUVXRead reader(&uvx, 1, nullptr);
-  EXPECT_EQ(shown, std::vector<std::string>{"AUVXREAD NX=NULL"});
+  Percentages progress;
+  AUVXRead reader(&uvx, 1, &progress);
+  EXPECT_EQ(shown, (std::vector<std::string>{"AUVXREAD NX=NULL", "range"}));
   EXPECT_EQ(reader.count(), 0);
   EXPECT_EQ(ReadAll(reader, SyntheticUVX()), Indices{});
   AUVXPosIndex_FqS list(&uvx, 1, 1, nullptr);
   EXPECT_EQ(ListAll(list), Indices{});
-  EXPECT_EQ(shown.size(), 2U);
+  EXPECT_EQ(shown.size(), 3U);
 }
 
 TEST_F(ReaderTest, EndsWhereTheIndexPromisesWhatTheFileLacks) {
@@ -247,16 +261,6 @@ TEST_F(ReaderTest, ReadsIntoAVisibilityOfAnotherSize) {
   ASSERT_TRUE(reader.GetUVGVis(group, large, index));
   EXPECT_EQ(large(0, 0).re, 2) << "records keep their places";
 }
-
-class Percentages : public CProgressCtrl {
- public:
-  std::intptr_t SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) override {
-    if (message == kProgressRange) ranges.push_back(static_cast<int>(lParam));
-    if (message == kProgressPosition) positions.push_back(static_cast<int>(wParam));
-    return 0;
-  }
-  Indices ranges, positions;
-};
 
 TEST_F(ReaderTest, TellsEveryWholePercentOnce) {
   const SyntheticUVX content = SyntheticUVX().Antennas(2).Times(250).Tables();

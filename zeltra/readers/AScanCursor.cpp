@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/uvx/AUVXFile.h"
@@ -20,6 +21,9 @@ AScanCursor::AScanCursor(AUVXFile& file) : held_(file.HeldRecords()) {
     positions_ = std::make_shared<AUVXPosition>();
   }
 }
+
+AScanCursor::AScanCursor(AUVXFile& file, std::shared_ptr<AUVXPosition> scans)
+    : positions_(std::move(scans)), held_(file.HeldRecords()) {}
 
 int AScanCursor::CountRecords(const Drop& drop) const {
   int64 sum = 0;

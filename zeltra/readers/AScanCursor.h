@@ -26,6 +26,8 @@ class ZELTRA_API AScanCursor {
 
   /// Load the index ("NX") of `file`. A file without one shows the message "AUVXREAD NX=NULL" and has no scans.
   explicit AScanCursor(AUVXFile& file);
+  /// Take `scans` for the index.
+  AScanCursor(AUVXFile& file, std::shared_ptr<AUVXPosition> scans);
 
   AUVXPosition& positions() const { return *positions_; }
 

@@ -5,9 +5,7 @@
 
 namespace zeltra {
 
-AUVXBaseRead::AUVXBaseRead(AUVXFile* file, CProgressCtrl* progress) : file_(file), progress_(progress) {
-  SendProgressRange(progress_);
-}
+AUVXBaseRead::AUVXBaseRead(AUVXFile* file, CProgressCtrl* progress) : file_(file), progress_(progress) {}
 
 AUVXBaseRead::~AUVXBaseRead() = default;
 

@@ -9,12 +9,13 @@ namespace zeltra {
 AUVXFastRead::AUVXFastRead(AUVXFile* file, CProgressCtrl* progress)
     : AUVXBaseRead(file, progress), recordBytes_(file->recSize()), fileRecords_(file->count()) {
   const int held = file->HeldRecords();
+  file->SeekUVGroup(0);
+  SendProgressRange(progress);
   if (held < 1) return;
   blockRecords_ = std::min(std::max(kBlockBytes / recordBytes_, 1), held);
   buffer_.reset(new (std::nothrow) char[static_cast<size_t>(blockRecords_) * static_cast<size_t>(recordBytes_)]);
   if (!buffer_) return;
   recordsLeft_ = held;
-  file->SeekUVGroup(0);
 }
 
 bool AUVXFastRead::LoadBlock() {

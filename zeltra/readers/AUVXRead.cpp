@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/readers/AUVXRead.h"
 
+#include <utility>
+
 #include "zeltra/uvx/AUVXPosition.h"
 
 namespace zeltra {
 
 AUVXRead::AUVXRead(AUVXFile* file, int source, CProgressCtrl* progress)
-    : AUVXBaseRead(file, progress), source_(source), cursor_(*file) {
+    : AUVXRead(file, source, progress, AScanCursor(*file)) {}
+
+AUVXRead::AUVXRead(AUVXFile* file, int source, CProgressCtrl* progress, AScanCursor cursor)
+    : AUVXBaseRead(file, progress), source_(source), cursor_(std::move(cursor)) {
   total_ = cursor_.positions().CountForSrc(source);
   freqSel_ = cursor_.positions().FreqSelForSrc(source);
+  SendProgressRange(progress_);
   Select([this](AUVXPositionItem& scan) { return AUVXRead::IsDropPosItem(scan) != 0; });
 }
 
@@ -45,7 +51,13 @@ bool AUVXRead::ReadRecord() {
 }
 
 AUVXRead_FqS::AUVXRead_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress)
-    : AUVXRead(file, source, progress), selected_(freqSel) {
+    : AUVXRead_FqS(file, source, freqSel, progress, AScanCursor(*file)) {}
+
+AUVXRead_FqS::AUVXRead_FqS(AUVXFile* file, int source, int freqSel, std::shared_ptr<AUVXPosition> scans)
+    : AUVXRead_FqS(file, source, freqSel, nullptr, AScanCursor(*file, std::move(scans))) {}
+
+AUVXRead_FqS::AUVXRead_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress, AScanCursor cursor)
+    : AUVXRead(file, source, progress, std::move(cursor)), selected_(freqSel) {
   const auto drop = [this](AUVXPositionItem& scan) { return AUVXRead_FqS::IsDropPosItem(scan) != 0; };
   freqSel_ = freqSel;
   Select(drop);

@@ -3,6 +3,7 @@
 #ifndef ZELTRA_READERS_AUVXREAD_H_
 #define ZELTRA_READERS_AUVXREAD_H_
 
+#include <memory>
 #include <vector>
 
 #include "zeltra/readers/AScanCursor.h"
@@ -30,6 +31,8 @@ class ZELTRA_API AUVXRead : public AUVXBaseRead {
   int count() const { return total_; }
 
  protected:
+  AUVXRead(AUVXFile* file, int source, CProgressCtrl* progress, AScanCursor cursor);
+
   /// Go to the first record that IsDropPosItem of the class under construction keeps.
   void Select(const AScanCursor::Drop& drop);
 
@@ -47,11 +50,15 @@ class ZELTRA_API AUVXRead : public AUVXBaseRead {
 class ZELTRA_API AUVXRead_FqS : public AUVXRead {
  public:
   AUVXRead_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress);
+  /// Read by `scans` in place of the index of the file; many readers may share one long list.
+  AUVXRead_FqS(AUVXFile* file, int source, int freqSel, std::shared_ptr<AUVXPosition> scans);
 
   /// Here one of another source or setup.
   int IsDropPosItem(AUVXPositionItem& scan) override;
 
  private:
+  AUVXRead_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress, AScanCursor cursor);
+
   int selected_;
 };
 

@@ -34,13 +34,16 @@ void AUVXTimeIntervalRead::ReadRecord() {
   } while (!eof_ && IsDropUVVis(group_, *vis_, pos_));
 }
 
+void AUVXTimeIntervalRead::GoToStart() {
+  if (!first_) return;
+  do {
+    ReadRecord();
+  } while (!eof_ && IsBeforeStart());
+  first_ = 0;
+}
+
 void* AUVXTimeIntervalRead::GetTimeInterval() {
-  if (first_) {
-    do {
-      ReadRecord();
-    } while (!eof_ && IsBeforeStart());
-    first_ = 0;
-  }
+  GoToStart();
   if (eof_) return nullptr;
 
   const double time = group_.uvTime();

@@ -49,6 +49,10 @@ class ZELTRA_API AUVXTimeIntervalRead {
   /// @return GetArray(), or null when there is none
   void* GetTimeInterval();
 
+ protected:
+  /// Read up to the first record of the first interval, unless that is done already, as GetTimeInterval does.
+  void GoToStart();
+
  private:
   bool IsBeforeStart() const { return group_.uvTime() < startTime_; }
   void ReadRecord();
