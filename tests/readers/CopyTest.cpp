@@ -76,7 +76,10 @@ SyntheticUVX TwoSources() {
 class Trim : public AWork2UVX {
  public:
   using AWork2UVX::AWork2UVX;
-  int Init() override { return accept; }
+  int Init() override {
+    const std::unique_ptr<AUVXTable> moves(source_->GetTable("AN"));
+    return accept;
+  }
   int Working(AUVXGroup& group, AUVXVisibility& vis, int index) override {
     indices.push_back(index);
     vis(0, 0).im = 1;
@@ -175,6 +178,15 @@ TEST_F(CopyTest, ChangesTheShapeOfRecords) {
   EXPECT_EQ(group.v(), 9);
   EXPECT_EQ(vis(1, 0).re, 9 + 3.0F / 1024);
   EXPECT_EQ(AUVXHeader(result_).range.re().maximum, 23 + 3.0 / 1024);
+}
+
+TEST_F(CopyTest, WritesZerosWhereNothingIsWorkedOut) {
+  Open(TwoSources());
+  ASSERT_TRUE(AWork2UVX_STChange(&source_, &destination_, nullptr, nullptr).Run());
+  Commit();
+  AUVXMinMax range(result_);
+  EXPECT_EQ(range.re().maximum, 0);
+  EXPECT_EQ(range.weight().minimum, 0);
 }
 
 TEST_F(CopyTest, SurvivesAFullDiskAndDamagedTables) {

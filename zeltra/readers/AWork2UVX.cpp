@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zeltra/readers/AUVXFastRead.h"
@@ -54,11 +55,11 @@ class Output {
     for (int i = 0; i < directory.count(); ++i) {
       const int64 position = directory(i).position;
       source.Seek(position);
-      AUVXTable table(*source.GetFile());
+      auto table = std::make_unique<AUVXTable>(*source.GetFile());
       // The index moves by the time of day of the observation date once for every table up to its own. The date is
       // that of 0 h, so the time of day is 0.
       positions_.AddStartTime(dateObs);
-      Add(table, *sources);
+      Add(std::move(table), *sources);
     }
   }
 
@@ -68,20 +69,21 @@ class Output {
     block_.clear();
   }
 
-  void Add(AUVXTable& table, AArray<short>& sources) {
-    const std::string code = table.Code();
+  void Add(std::unique_ptr<AUVXTable> table, AArray<short>& sources) {
+    const std::string code = table->Code();
     if (code == "NX") {
+      table.reset();  // both may be large
       AddNew(positions_.ToUVXTable());
     } else if (code == "BL") {
       AddNew(baselines_.ToUVXTable());
     } else {
       if (code == "AN") {
-        const std::unique_ptr<AArray<int>> unused(AUVXAntenns(table).GetDeleteRows(baselines_));
-        table.DeleteRows(*unused);
+        const std::unique_ptr<AArray<int>> unused(AUVXAntenns(*table).GetDeleteRows(baselines_));
+        table->DeleteRows(*unused);
       } else {
-        table.CheckSources(&sources);
+        table->CheckSources(&sources);
       }
-      file_.AddTable(table);
+      file_.AddTable(*table);
     }
   }
 
@@ -107,6 +109,8 @@ int Copy(Skeleton& skeleton, AUVXFile& source, AUVXFile& destination, CProgressC
   Output output(destination);
   AUVXFastRead reader(&source, progress);
   if (!skeleton.Init()) return 0;
+  // Init may have read tables of the source.
+  source.SeekUVGroup(0);
   destination.SeekUVGroup(0);
   AUVXGroup group;
   int index = 0;
@@ -165,6 +169,7 @@ int AWork2UVX_STChange::Run() {
   destination_->Write(header);
   AUVXVisibility in(*source_);
   AUVXVisibility out(header.IFs, header.channels, std::max(1, header.stokes.count()));
+  out.ZeroInit();
   return Copy(*this, *source_, *destination_, progress_, header, in, out,
               [&](AUVXGroup& group, int index) { return Working(group, in, out, index); });
 }

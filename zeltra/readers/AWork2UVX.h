@@ -16,7 +16,8 @@ namespace zeltra {
 ///   IsCancel  before every record
 ///   Working   once per record, in file order
 ///
-/// All run on the thread that called Run. The defaults let everything pass, so the plain class copies a file: the
+/// All run on the thread that called Run. Init may read the source, whose position IsCancel and Working must not move:
+/// the records are read in blocks from there. The defaults let everything pass, so the plain class copies a file: the
 /// calls need not ask whether there is a derived class.
 class ZELTRA_API AWork2UVX {
  public:
@@ -64,7 +65,7 @@ class ZELTRA_API AWork2UVX_STChange {
   virtual int Init();
   virtual int IsCancel();
 
-  /// Make the output values of a record. Those of the record before are still in `out`.
+  /// Make the output values of a record. Those of the record before are still in `out`, zeros before the first.
   /// @param in   the values read
   /// @param out  has the shape of the changed header, at least one polarisation, and keeps it
   /// @return 0 to drop the record; here 1
