@@ -386,10 +386,12 @@ AResult Info(const Arguments& arguments, Session& session) {
   for (const std::string& remark : observation.remarks) session.Note(remark);
   AUVXFluxes fluxes;
   if (arguments.baselines) {
+    if (AResult result = input.CheckRecordSize(); !result) return result;
     const JobOptions options = session.Options(false);
     SendProgressText(options.progress, "Measuring baselines...");
     if (!fluxes.Create(input.uvx(), options.progress, options.cancel)) {
-      return AResult::Cancel(arguments.path + ": not all records are read");
+      const std::string sentence = arguments.path + ": not all records are read";
+      return IsCancelled(options) ? AResult::Cancel(sentence) : AResult::Fail(sentence);
     }
   }
   StandardOutput out;

@@ -392,7 +392,7 @@ class Analysis(unittest.TestCase):
         for item in found:
             rows = (group["source"] == item["source"]) & (group["ant1"] == item["ant1"]) & (group["ant2"] == item["ant2"])
             for s, one in enumerate(item["polarisations"]):
-                values = vis[rows][..., s, :].reshape(-1, 3).astype("f8")
+                values = vis[rows & (group["flag"] == 0)][..., s, :].reshape(-1, 3).astype("f8")
                 values = values[np.isfinite(values).all(axis=1) & (values[:, 2] > 0)]
                 amplitude = np.hypot(values[:, 0], values[:, 1])
                 self.assertEqual(one["stokes"], ("RR", "LL", "RL", "LR")[s])

@@ -24,7 +24,7 @@ TEST(Fluxes, AreTakenOverTimesAndFrequenciesOfValidValues) {
                       .Sources(2)
                       .Edit([=](SyntheticRecord& record) {
                         record.source = 3 - record.source;
-                        record.flag = record.ant2 == 2;
+                        record.flag = record.ant1 == 1 && record.ant2 == 3;
                         if (record.ant1 == 1 && record.ant2 == 2)
                           record.values = {{3, 4, 1}, {0, 1, 1}, {6, 8, 1}, {0, 1, 0}};
                         if (record.ant1 == 2) record.values = {{inf, 0, 1}, {NAN, 0, 1}, {1, 0, NAN}, {1e30F, 0, 1}};
@@ -37,8 +37,9 @@ TEST(Fluxes, AreTakenOverTimesAndFrequenciesOfValidValues) {
   EXPECT_EQ(fluxes.stokes(), 2);
   EXPECT_EQ(fluxes.baselines()(0).source, 1);
   EXPECT_EQ(fluxes.baselines()(5).tlsc1, 2);
-  EXPECT_EQ(fluxes.baselines()(3).flag, 1);
-  EXPECT_EQ(fluxes.baselines()(4).flag, 0);
+  EXPECT_EQ(fluxes.baselines()(3).flag, 0);
+  EXPECT_EQ(fluxes.baselines()(4).flag, 1);
+  EXPECT_EQ(fluxes(4, 0).count, 0) << "flagged records do not count";
   for (const int baseline : {0, 3}) {
     EXPECT_EQ(fluxes(baseline, 0).count, 4);
     EXPECT_DOUBLE_EQ(fluxes(baseline, 0).mean, 7.5);
@@ -55,6 +56,12 @@ TEST(Fluxes, AreTakenOverTimesAndFrequenciesOfValidValues) {
   int cancel = 1;
   AUVXFluxes cancelled;
   EXPECT_FALSE(cancelled.Create(uvx, nullptr, &cancel));
+  EXPECT_EQ(cancelled.baselines().count(), 0);
+
+  MemoryFile cut(SyntheticUVX().Put(16, 1000).Bytes());  // the header claims 1000 records
+  AUVXFile tooShort;
+  ASSERT_TRUE(tooShort.Attach(&cut, 0, 0));
+  EXPECT_FALSE(cancelled.Create(tooShort, nullptr, nullptr));
   EXPECT_EQ(cancelled.baselines().count(), 0);
 }
 

@@ -5,8 +5,12 @@
 #include <cstring>
 
 #include "zeltra/core/AFile.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/ops/ImportUVFITS.h"
 #include "zeltra/platform/System.h"
+#include "zeltra/uvx/AUVXComplex.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra {
 namespace {
@@ -14,6 +18,8 @@ namespace {
 constexpr int32_t kCommitted = 1003;
 // A reader of single records asks for a few bytes at a time.
 constexpr int kBufferBytes = 1 << 18;
+// A record of so many values, its sums and its average fit beside each other.
+constexpr int kMostValues = 1 << 20;
 
 }  // namespace
 
@@ -83,6 +89,20 @@ AResult AUVXInput::CheckTables() {
                          std::to_string(int64{directory(i).position}) + " is damaged");
   }
   return AResult::Ok();
+}
+
+AResult AUVXInput::CheckRecordSize() {
+  const int values = (uvx_.recSize() - AUVXGroup::kBytes) / static_cast<int>(sizeof(AUVXComplex));
+  if (values <= kMostValues) return AResult::Ok();
+  return AResult::Fail(path_ + ": its records of " + std::to_string(values) + " values are too long, the most are " +
+                       std::to_string(kMostValues));
+}
+
+AResult AUVXInput::NothingSelected() {
+  AUVXMinMax range(uvx_);
+  return AResult::Fail(path_ + ": no record is selected; the times of its " + std::to_string(uvx_.count()) +
+                       " records are the Julian dates " + valToStr(double{range.time().minimum}) + " to " +
+                       valToStr(double{range.time().maximum}));
 }
 
 }  // namespace zeltra

@@ -42,6 +42,10 @@ class ZELTRA_API AUVXInput {
   std::unique_ptr<AUVXTable> Table(const std::string& code);
   /// @return a failure that names the first table that is damaged
   AResult CheckTables();
+  /// @return a failure if a record has more values than jobs hold in memory side by side: 1048576
+  AResult CheckRecordSize();
+  /// The failure of a job whose selection leaves no record.
+  AResult NothingSelected();
 
  private:
   AResult OpenUVX(const std::string& path);

@@ -45,14 +45,18 @@ class BaseLineSearch final : public ABaseClosedSearch {
 #pragma GCC diagnostic pop
 #endif
 
-AUVXBaseLines BaseLinesOf(AUVXInput& from) {
-  if (const auto table = from.Table("BL")) return AUVXBaseLines(*table);
-  AUVXBaseLines found;
+AResult BaseLinesOf(AUVXInput& from, AUVXBaseLines& found) {
+  if (const auto table = from.Table("BL")) {
+    found = AUVXBaseLines(*table);
+    return AResult::Ok();
+  }
   AUVXFastRead reader(&from.uvx(), nullptr);
   AUVXGroup group;
   AUVXVisibility nothing;
-  for (int index = 0; reader.GetUVGVis(group, nothing, index);) found.checkBase(AUVXBaseLineItem(group));
-  return found;
+  int records = 0;
+  for (int index = 0; reader.GetUVGVis(group, nothing, index); ++records) found.checkBase(AUVXBaseLineItem(group));
+  if (records == from.uvx().count()) return AResult::Ok();
+  return AResult::Fail(from.path() + ": cannot be read in record " + std::to_string(records));
 }
 
 ABaseLine Unflagged(const AUVXBaseLines& table, std::optional<int> source) {
@@ -103,7 +107,9 @@ AResult FindClosedLoops(AUVXInput& from, const LoopOptions& options, std::vector
   ABL searched(0, 0);
   if (AResult result = FindBaseLine(contents, options.baseline, searched); !result) return result;
 
-  const ABaseLine baselines = Unflagged(BaseLinesOf(from), source);
+  AUVXBaseLines all;
+  if (AResult result = BaseLinesOf(from, all); !result) return result;
+  const ABaseLine baselines = Unflagged(all, source);
   if (baselines.count() > std::numeric_limits<short>::max()) {
     return AResult::Fail(from.path() + ": " + std::to_string(baselines.count()) + " baselines are too many to search");
   }

@@ -58,7 +58,8 @@ int AUVXFluxes::Create(AUVXFile& file, CProgressCtrl* progress, int* cancelFlag)
   AUVXVisibility vis(file);
   AUVXGroup group;
   int index = 0;
-  while (reader.GetUVGVis(group, vis, index)) {
+  int records = 0;
+  for (; reader.GetUVGVis(group, vis, index); ++records) {
     if (CancelFlag(cancelFlag)) return 0;
     const AUVXBaseLineItem item(group);
     const auto [entry, isNew] = found.try_emplace({item.source, item.tlsc1, item.tlsc2});
@@ -68,8 +69,9 @@ int AUVXFluxes::Create(AUVXFile& file, CProgressCtrl* progress, int* cancelFlag)
       baseline.amplitudes.resize(static_cast<size_t>(stokes_));
     }
     baseline.item.flag &= item.flag;
-    AddValues(vis, baseline.amplitudes);
+    if (group.flag == 0) AddValues(vis, baseline.amplitudes);
   }
+  if (records < file.count()) return 0;
   for (const auto& [key, baseline] : found) {
     baselines_.Add(baseline.item);
     for (const Amplitudes& amplitudes : baseline.amplitudes) items_.push_back(amplitudes.Result());

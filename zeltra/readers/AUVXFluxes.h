@@ -21,7 +21,8 @@ struct AUVXFluxItem {
 };
 
 /// Statistics of the amplitudes beside a baseline list: item (b, s) belongs to baseline b of baselines() and
-/// polarisation s of the file. A value is valid when its weight is above 0 and all three numbers are finite.
+/// polarisation s of the file. A value is valid when its record is not flagged, its weight is above 0 and all three
+/// numbers are finite.
 class ZELTRA_API AUVXFluxes {
  public:
   AUVXFluxes() = default;
@@ -30,7 +31,7 @@ class ZELTRA_API AUVXFluxes {
   /// Read all records of `file` once.
   /// @param progress    may be null
   /// @param cancelFlag  may be null; non-zero stops at the next record
-  /// @return 0 when cancelled: the lists are then empty
+  /// @return 0 when cancelled, or when not all records that the file promises can be read: the lists are then empty
   int Create(AUVXFile& file, CProgressCtrl* progress, int* cancelFlag);
 
   /// The baselines of the records.
