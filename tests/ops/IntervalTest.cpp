@@ -88,6 +88,18 @@ TEST(Average, MeansTheRecordsOfEachSourceInTimeOrder) {
   EXPECT_EQ(single[1].first.re, 5);
 }
 
+TEST(Average, TakesSourcesThatAlternateInTimeOrder) {
+  // The first record, which would be of the first interval, is flagged.
+  Given file(SyntheticUVX().Antennas(2).Times(6).Tables().Edit([](SyntheticRecord& record) {
+    record.source = 1 + record.index % 2;
+    record.flag = record.index == 0;
+  }));
+  std::vector<std::pair<double, int>> rows;
+  for (const Row& row : file.Averages(Every(20))) rows.push_back({row.seconds - kStart, row.source});
+  EXPECT_THAT(rows,
+              ElementsAre(std::pair(10, 2), std::pair(30, 1), std::pair(30, 2), std::pair(50, 1), std::pair(50, 2)));
+}
+
 TEST(Average, KeepsTimeStampsApart) {
   // A tenth of a second apart: a reader that works in days would take up to 0.86 s for one time.
   Given file(SyntheticUVX().Antennas(2).Times(5).Tables().Edit(
@@ -152,6 +164,7 @@ TEST(Average, RefusesWhatItWouldGetWrong) {
   options = Every(10);
   options.start = 2460000.5;
   EXPECT_THAT(Error(AverageUVX(file, out.path(), options)), HasSubstr("no record is selected"));
+  EXPECT_THAT(Error(file.Averages(options, rows)), HasSubstr("the Julian dates 2457754.75"));
   EXPECT_FALSE(out.exists());
 }
 

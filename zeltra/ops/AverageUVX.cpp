@@ -16,10 +16,8 @@
 namespace zeltra {
 namespace {
 
-// Sums of all intervals that are open at a time.
+// Sums of an interval.
 constexpr int64 kSumBytes = 96 << 20;
-// A record of so many values, its sums and its average fit beside each other.
-constexpr int kMostValues = 1 << 20;
 constexpr double kSecondsPerDay = 86400.0;
 
 // Collects the means of an interval with the mean u, v, w of each baseline.
@@ -30,12 +28,13 @@ class AverageRead : public SecondsRead {
  public:
   /// @param most  baselines that fit
   /// @param from  the first baseline that counts; none for all
-  AverageRead(RangeRead* reader, const IntervalStream& stream, IntervalWatch& watch, const AverageOptions& options,
+  AverageRead(AUVXRead_FqS* reader, const IntervalStream& stream, IntervalWatch& watch, const AverageOptions& options,
               AArray<AStokesMix>* mix, int most, std::optional<ABaseLineItem> from)
       : SecondsRead(reader, stream, watch, options, mix), most_(most), from_(from) {}
 
   void AllocateArray() override;
   void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override;
+  void Release() override;
 
   /// The group of average i, without its time.
   AUVXGroup Group(int i);
@@ -65,6 +64,11 @@ void AverageRead::AllocateArray() {
   coordinates_.clear();
   cut_.reset();
   firstRecord_ = std::numeric_limits<int>::max();
+}
+
+void AverageRead::Release() {
+  SecondsRead::Release();
+  coordinates_ = {};
 }
 
 bool AverageRead::IsLeftOut(const ABaseLineItem& base) const {
@@ -112,7 +116,7 @@ class Averager {
 
  private:
   int MostBaseLines() const;
-  std::unique_ptr<AverageRead> Reader(RangeRead& reader, const IntervalStream& stream,
+  std::unique_ptr<AverageRead> Reader(AUVXRead_FqS& reader, const IntervalStream& stream,
                                       std::optional<ABaseLineItem> from);
   AResult TakeInterval(AverageRead& reader, AUVXTimeMeanArray& means, const IntervalStream& stream, double date);
   AResult TakeBaseLines(AverageRead& reader, AUVXTimeMeanArray& means, const IntervalStream& stream, double date);
@@ -126,33 +130,26 @@ class Averager {
 
 AResult Averager::Run(const AverageSink& sink) {
   sink_ = &sink;
-  AUVXFile& uvx = from_.uvx();
-  const int values = (uvx.recSize() - AUVXGroup::kBytes) / static_cast<int>(sizeof(AUVXComplex));
   if (AResult result = AveragedPolarisations(from_, options_.mix, mix_); !result) return result;
-  if (values > kMostValues) {
-    return AResult::Fail(from_.path() + ": its records of " + std::to_string(values) +
-                         " values are too long to be averaged");
-  }
+  if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = walk_.Open(); !result) return result;
   SendProgressText(options_.progress, "Averaging...");
-  return walk_.Run([this](RangeRead& reader, const IntervalStream& stream,
+  return walk_.Run([this](AUVXRead_FqS& reader, const IntervalStream& stream,
                           IntervalWatch&) { return Reader(reader, stream, std::nullopt); },
                    [this](SecondsRead& reader, AUVXTimeMeanArray& means, const IntervalStream& stream, double date) {
                      return TakeInterval(static_cast<AverageRead&>(reader), means, stream, date);
                    });
 }
 
-// Baselines whose sums fit the memory of one stream.
+// Baselines whose sums fit the memory.
 int Averager::MostBaseLines() const {
   const int64 points = int64{std::max(from_.uvx().IFs(), 1)} * from_.uvx().channels();
-  const size_t valueBytes = sizeof(AUVXComplex) + sizeof(int) + (options_.complexMean ? 0 : sizeof(APhJustify));
-  const int64 itemBytes =
-      static_cast<int64>(sizeof(AUVXTimeMeanItem)) + points * mix_.count() * static_cast<int64>(valueBytes);
-  const int64 most = kSumBytes / static_cast<int64>(walk_.streams().size()) / itemBytes;
-  return static_cast<int>(std::clamp<int64>(most, 1, 1 << 16));
+  constexpr int64 kValueBytes = sizeof(AUVXComplex) + sizeof(int) + sizeof(APhJustify);
+  const int64 itemBytes = static_cast<int64>(sizeof(AUVXTimeMeanItem)) + points * mix_.count() * kValueBytes;
+  return static_cast<int>(std::clamp<int64>(kSumBytes / itemBytes, 1, 1 << 16));
 }
 
-std::unique_ptr<AverageRead> Averager::Reader(RangeRead& reader, const IntervalStream& stream,
+std::unique_ptr<AverageRead> Averager::Reader(AUVXRead_FqS& reader, const IntervalStream& stream,
                                               std::optional<ABaseLineItem> from) {
   AArray<AStokesMix>* mix = options_.mix == AverageMix::Stored ? nullptr : &mix_;
   return std::make_unique<AverageRead>(&reader, stream, walk_.watch(), options_, mix, MostBaseLines(), from);
@@ -166,7 +163,7 @@ AResult Averager::TakeInterval(AverageRead& reader, AUVXTimeMeanArray& means, co
   // The same records make the same interval.
   for (std::optional<ABaseLineItem> from = reader.cut(); from;) {
     means.Init();
-    RangeRead again(from_.uvx(), stream, first, last);
+    AUVXRead_FqS again(&from_.uvx(), stream.source, stream.setup, walk_.ScansOf(first, last));
     const auto rest = Reader(again, stream, from);
     AUVXTimeMeanArray* more = rest->GetTimeInterval();
     if (AResult result = walk_.watch().Why(); !result) return result;
@@ -277,8 +274,9 @@ void AverageWriter::WriteTables() {
   for (int i = 0; i < directory.count(); ++i) {
     std::unique_ptr<AUVXTable> table = from_.Table(directory(i));
     const std::string code = table->Code();
-    if (code == "NX") table.reset(index_.ToUVXTable());
-    if (code == "BL") table.reset(baseLines_.ToUVXTable());
+    const bool isMadeAnew = code == "NX" || code == "BL";
+    if (isMadeAnew) table.reset();  // before the new one, as both may be large
+    if (isMadeAnew) table.reset(code == "NX" ? index_.ToUVXTable() : baseLines_.ToUVXTable());
     hasBaseLines = hasBaseLines || code == "BL";
     uvx_.AddTable(*table);
   }

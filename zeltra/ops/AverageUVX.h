@@ -41,7 +41,9 @@ using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& valu
 /// Flagged records and values do not count, nor do values that are not finite: where a baseline has nothing else in an
 /// interval, the value comes with the weight that it has, or 0. A file that goes back in time is refused.
 ///
-/// Memory: below 200 MiB. Where the baselines of an interval do not fit, its records are read several times.
+/// Memory: below 256 MiB in a file of up to a million scans, of which each takes some 100 bytes. Where the baselines of
+/// an interval do not fit, its records are read several times. Where the records of sources alternate, two of each
+/// source are held; a file where they do not fit is refused, and so is one whose records have more than 1048576 values.
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink);
 

@@ -42,7 +42,7 @@ int Exchanged(int code) {
 // Averages one value of each baseline, all baselines from the lower antenna to the higher one.
 class ClosureRead : public SecondsRead {
  public:
-  ClosureRead(RangeRead* reader, const IntervalStream& stream, IntervalWatch& watch, const ClosureOptions& options,
+  ClosureRead(AUVXRead_FqS* reader, const IntervalStream& stream, IntervalWatch& watch, const ClosureOptions& options,
               const ClosureValue& value)
       : SecondsRead(reader, stream, watch, options, nullptr), value_(value), single_(1, 1, 1) {}
 
@@ -111,11 +111,12 @@ AResult Closer::LookUp() {
 }
 
 AResult Closer::Run(const ClosureSink& sink) {
-  if (AResult result = walk_.Open(); !result) return result;
+  if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = LookUp(); !result) return result;
+  if (AResult result = walk_.Open(); !result) return result;
   SendProgressText(options_.progress, "Forming closure phases...");
   return walk_.Run(
-      [this](RangeRead& reader, const IntervalStream& stream, IntervalWatch& watch) {
+      [this](AUVXRead_FqS& reader, const IntervalStream& stream, IntervalWatch& watch) {
         return std::make_unique<ClosureRead>(&reader, stream, watch, options_, value_);
       },
       [&](SecondsRead&, AUVXTimeMeanArray& means, const IntervalStream&, double date) {

@@ -36,7 +36,8 @@ using ClosureSink = std::function<AResult(const AClosurePhase&)>;
 /// are stored from the higher antenna to the lower one count in reverse, with complex conjugate values: RL is then
 /// taken from LR, XY from YX.
 ///
-/// Memory: some MiB, whatever the size of the file.
+/// Memory: some MiB and the baselines of one interval, up to 8 MiB; as for Average, some 70 bytes a scan, and two
+/// records of each source where sources alternate, with the same limits.
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult ClosurePhases(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink);
 

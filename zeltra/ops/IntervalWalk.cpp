@@ -2,18 +2,21 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <map>
+#include <utility>
 
 #include "zeltra/core/Text.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
+#include "zeltra/uvx/AUVXPosition.h"
 
 namespace zeltra {
 namespace {
 
 constexpr double kTicksPerSecond = 1e4;
 constexpr double kTicksPerDay = 86400.0 * kTicksPerSecond;
-// Every stream keeps a record, and looks its scans up in a list of all of them.
-constexpr int64 kMostStreamBytes = 64 << 20;
+// Every stream that has begun keeps two records, as bytes and as values, and looks its scans up in a list of all.
+constexpr int64 kMostStreamBytes = 128 << 20;
 constexpr int64 kMostLookedUp = 1 << 24;
 
 double MidnightBefore(double julianDate) {
@@ -53,27 +56,9 @@ AResult IntervalWatch::Why() const {
   return IsStopped() ? AResult::Cancel(path_ + ": cancelled before its last record") : AResult::Ok();
 }
 
-// RangeRead
-
-RangeRead::RangeRead(AUVXFile& file, const IntervalStream& stream, int first, int last)
-    : AUVXRead_FqS(&file, stream.source, stream.setup, nullptr) {
-  const AUVXPosition& all = cursor_.positions();
-  AUVXPosition own;
-  for (int i = 0; i < all.count(); ++i) {
-    AUVXPositionItem scan = all(i);
-    scan.startVis = std::max(scan.startVis - 1, first) + 1;
-    scan.endVis = std::min(scan.endVis - 1, last) + 1;
-    if (!IsDropPosItem(scan) && scan.startVis <= scan.endVis) own.Add(scan);
-  }
-  cursor_.positions() = own;
-  const auto none = [](AUVXPositionItem&) { return false; };
-  Select(none);
-  total_ = cursor_.CountRecords(none);
-}
-
 // SecondsRead
 
-SecondsRead::SecondsRead(RangeRead* reader, const IntervalStream& stream, IntervalWatch& watch,
+SecondsRead::SecondsRead(AUVXRead_FqS* reader, const IntervalStream& stream, IntervalWatch& watch,
                          const IntervalOptions& options, AArray<AStokesMix>* mix)
     : AUVXTIRead_RL(reader, stream.begin, watch.end(), options.interval, mix, options.complexMean),
       stream_(stream),
@@ -117,6 +102,11 @@ void SecondsRead::AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, dou
   }
 }
 
+void SecondsRead::Release() {
+  means().Init();
+  invalid_ = {};
+}
+
 void FlagOddValues(AUVXComplex* values, int count) {
   // Integers, so that the compiler tests four numbers at a time: an exponent of all ones is an infinity or no number.
   constexpr uint32_t kExponent = 0x7F800000;
@@ -144,6 +134,7 @@ AResult IntervalWalk::Open() {
   const AUVXContents contents(input_);
   if (AResult result = contents.CheckIndex(input_); !result) return result;
   if (AResult result = FindStreams(contents); !result) return result;
+  scans_ = contents.sharedScans();
   return SettleTimes(contents);
 }
 
@@ -165,13 +156,13 @@ AResult IntervalWalk::FindStreams(const AUVXContents& contents) {
     });
     const int records = scan.endVis - scan.startVis + 1;
     if (known == streams_.end()) {
-      streams_.push_back({scan.sourceId, scan.freqId, records});
+      streams_.push_back({scan.sourceId, scan.freqId, scan.startVis - 1, records});
     } else {
       known->records += records;
     }
     const auto count = static_cast<int64>(streams_.size());
-    if (count * scans.count() > kMostLookedUp || count * input_.uvx().recSize() > kMostStreamBytes) {
-      if (count > 1) return AResult::Fail(input_.path() + ": holds too many sources for one run, choose one of them");
+    if (count > 1 && count * scans.count() > kMostLookedUp) {
+      return AResult::Fail(input_.path() + ": holds too many sources for one run, choose one of them");
     }
   }
   if (!streams_.empty() || scans.count() == 0) return AResult::Ok();
@@ -188,12 +179,10 @@ AResult IntervalWalk::SettleTimes(const AUVXContents& contents) {
   double first = std::numeric_limits<double>::max();
   std::vector<double> firsts;
   for (const IntervalStream& stream : streams_) {
-    RangeRead reader(uvx, stream);
     AUVXGroup group;
-    AUVXVisibility nothing;
-    int index = 0;
-    if (!reader.GetUVGVis(group, nothing, index) || !std::isfinite(group.date)) {
-      return AResult::Fail(input_.path() + ": the time of record " + std::to_string(index) + " is no number");
+    if (!uvx.SeekUVGroup(stream.firstRecord) || !group.load(uvx) || !std::isfinite(group.date)) {
+      return AResult::Fail(input_.path() + ": the time of record " + std::to_string(stream.firstRecord) +
+                           " is no number");
     }
     firsts.push_back(group.date);
     first = std::min(first, firsts.back());
@@ -204,56 +193,105 @@ AResult IntervalWalk::SettleTimes(const AUVXContents& contents) {
   const bool isNear = first >= date && first - date < kFarDays;
   watch_.Start(isNear || streams_.empty() ? date : MidnightBefore(first), records);
   for (size_t i = 0; i < streams_.size(); ++i) {
+    IntervalStream& stream = streams_[i];
+    stream.first = watch_.Seconds(firsts[i]);
+    if (options_.start) stream.first = std::max(stream.first, watch_.Seconds(*options_.start));
     if (options_.interval < 0) {
-      streams_[i].begin = std::numeric_limits<double>::lowest();
+      stream.begin = std::numeric_limits<double>::lowest();
     } else if (options_.start) {
-      streams_[i].begin = watch_.Seconds(*options_.start);
+      stream.begin = watch_.Seconds(*options_.start);
     } else {
-      streams_[i].begin = std::floor(watch_.Seconds(firsts[i]) / options_.interval) * options_.interval;
+      stream.begin = std::floor(stream.first / options_.interval) * options_.interval;
     }
   }
   return AResult::Ok();
 }
 
-struct IntervalWalk::Lane {
-  Lane(AUVXFile& uvx, const IntervalStream& source) : stream(source), reader(uvx, source), place(uvx.GetPos()) {}
+std::shared_ptr<AUVXPosition> IntervalWalk::ScansOf(int first, int last) const {
+  const AUVXPositionItem* scans = scans_->lpArray();
+  const AUVXPositionItem* end = scans + scans_->count();
+  const AUVXPositionItem* from =
+      std::partition_point(scans, end, [=](const AUVXPositionItem& scan) { return scan.endVis <= first; });
+  const AUVXPositionItem* to =
+      std::partition_point(from, end, [=](const AUVXPositionItem& scan) { return scan.startVis <= last + 1; });
+  auto part = std::make_shared<AUVXPosition>();
+  part->GrowBy(static_cast<int>(to - from));
+  std::copy(from, to, part->lpArray());
+  if (from == to) return part;
+  (*part)(0).startVis = std::max((*part)(0).startVis, first + 1);
+  (*part)(part->count() - 1).endVis = std::min((*part)(part->count() - 1).endVis, last + 1);
+  return part;
+}
 
-  const IntervalStream& stream;
-  RangeRead reader;
+// Mean time of the interval of a record as its reader forms and rounds it, hundredths of a second.
+double IntervalWalk::MeanTime(const IntervalStream& stream, double seconds) const {
+  double low = seconds, high = seconds;
+  if (options_.interval > 0) {
+    constexpr double kTolerance = 1e-5;
+    low = std::trunc((seconds - stream.begin) / options_.interval + kTolerance) * options_.interval + stream.begin;
+    high = low + options_.interval;
+  }
+  return std::trunc((low + high) * 50.0 + 0.5);
+}
+
+struct IntervalWalk::Lane {
+  Lane(AUVXFile& uvx, const IntervalStream& stream, std::shared_ptr<AUVXPosition> scans)
+      : reader(&uvx, stream.source, stream.setup, std::move(scans)) {}
+
+  AUVXRead_FqS reader;
   std::unique_ptr<SecondsRead> intervals;
-  AUVXTimeMeanArray* next = nullptr;  // the interval that waits; none at the end
-  int64 place;                        // of the file
+  int64 place = 0;  // of the file
 };
 
-AResult IntervalWalk::Advance(Lane& lane) {
+AResult IntervalWalk::Begin(std::unique_ptr<Lane>& lane, const IntervalStream& stream, const Make& make) {
   AUVXFile& uvx = input_.uvx();
-  if (uvx.GetPos() != lane.place) uvx.Seek(lane.place);
-  lane.next = lane.intervals->GetTimeInterval();
-  lane.place = uvx.GetPos();
-  const bool isWhole = options_.stop || lane.intervals->read() == lane.stream.records;
-  if (!lane.next && !isWhole && !watch_.IsStopped()) {
-    watch_.Fail("cannot be read to the last record of source " + std::to_string(lane.stream.source));
+  if (++begun_ > 1 && 2 * begun_ * uvx.recSize() > kMostStreamBytes) {
+    return AResult::Fail(input_.path() + ": the records of too many sources alternate for one run, choose one source");
   }
+  lane = std::make_unique<Lane>(uvx, stream, scans_);
+  lane->intervals = make(lane->reader, stream, watch_);
+  lane->intervals->GoToStart();
+  lane->place = uvx.GetPos();
   return watch_.Why();
 }
 
+AResult IntervalWalk::TakeNext(std::unique_ptr<Lane>& lane, const IntervalStream& stream, const Take& take) {
+  AUVXFile& uvx = input_.uvx();
+  if (uvx.GetPos() != lane->place) uvx.Seek(lane->place);
+  AUVXTimeMeanArray* means = lane->intervals->GetTimeInterval();
+  lane->place = uvx.GetPos();
+  if (!means && !options_.stop && lane->intervals->read() != stream.records && !watch_.IsStopped()) {
+    watch_.Fail("cannot be read to the last record of source " + std::to_string(stream.source));
+  }
+  if (AResult result = watch_.Why(); !result) return result;
+  if (!means) {
+    lane.reset();
+    --begun_;
+    return AResult::Ok();
+  }
+  hasTaken_ = true;
+  AResult result = take(*lane->intervals, *means, stream, watch_.JulianDate(means->GetMeanTime()));
+  lane->intervals->Release();
+  return result;
+}
+
 AResult IntervalWalk::Run(const Make& make, const Take& take) {
-  std::vector<std::unique_ptr<Lane>> lanes;
-  for (const IntervalStream& stream : streams_) {
-    Lane& lane = *lanes.emplace_back(std::make_unique<Lane>(input_.uvx(), stream));
-    lane.intervals = make(lane.reader, stream, watch_);
-    if (AResult result = Advance(lane); !result) return result;
+  // By the mean time of the next interval, in hundredths of a second, and the place of the stream. A stream that has
+  // not begun has no lane, and an interval is in memory no longer than its turn takes, however many sources there are.
+  std::map<std::pair<double, size_t>, std::unique_ptr<Lane>> turns;
+  for (size_t i = 0; i < streams_.size(); ++i) turns[{MeanTime(streams_[i], streams_[i].first), i}] = nullptr;
+  while (!turns.empty()) {
+    auto turn = turns.extract(turns.begin());
+    const IntervalStream& stream = streams_[turn.key().second];
+    std::unique_ptr<Lane>& lane = turn.mapped();
+    AResult result = lane ? TakeNext(lane, stream, take) : Begin(lane, stream, make);
+    if (!result) return result;
+    if (!lane) continue;
+    turn.key().first = MeanTime(stream, lane->intervals->last());
+    turns.insert(std::move(turn));
   }
-  for (;;) {
-    Lane* first = nullptr;
-    for (const auto& lane : lanes) {
-      if (lane->next && (!first || lane->next->GetMeanTime() < first->next->GetMeanTime())) first = lane.get();
-    }
-    if (!first) return AResult::Ok();
-    const double time = watch_.JulianDate(first->next->GetMeanTime());
-    if (AResult result = take(*first->intervals, *first->next, first->stream, time); !result) return result;
-    if (AResult result = Advance(*first); !result) return result;
-  }
+  const bool isBounded = options_.start || options_.stop;
+  return isBounded && !hasTaken_ && !streams_.empty() ? input_.NothingSelected() : AResult::Ok();
 }
 
 }  // namespace zeltra

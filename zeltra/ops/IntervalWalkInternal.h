@@ -22,7 +22,9 @@ class AUVXContents;
 struct IntervalStream {
   int source = 0;
   int setup = 0;
+  int firstRecord = 0;  ///< its index in the file
   int records = 0;
+  double first = 0;  ///< seconds: of the first record, or the start of the selection where that is later
   double begin = 0;  ///< seconds: where the intervals are counted from
 };
 
@@ -61,13 +63,6 @@ class IntervalWatch {
   std::string failure_;
 };
 
-/// Reads the scans of one source in one setup, or those of their records that lie in a range.
-class RangeRead : public AUVXRead_FqS {
- public:
-  /// @param first, last  indices of records, both included
-  RangeRead(AUVXFile& file, const IntervalStream& stream, int first = 0, int last = std::numeric_limits<int>::max());
-};
-
 /// A time-interval reader whose times are seconds.
 ///
 /// The reader that it derives from works in the unit of its records' times, days: it would take time stamps within
@@ -78,7 +73,7 @@ class SecondsRead : public AUVXTIRead_RL {
  public:
   /// @param reader  the reader of `stream`, not owned
   /// @param mix     see AUVXTIRead_RL
-  SecondsRead(RangeRead* reader, const IntervalStream& stream, IntervalWatch& watch, const IntervalOptions& options,
+  SecondsRead(AUVXRead_FqS* reader, const IntervalStream& stream, IntervalWatch& watch, const IntervalOptions& options,
               AArray<AStokesMix>* mix);
 
   /// Drop flagged records and those outside the bounds of time. When the walk is to end, the record appears to be so
@@ -89,8 +84,15 @@ class SecondsRead : public AUVXTIRead_RL {
   /// first record, valid or not, which puts some means half a turn off.
   void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override;
 
+  using AUVXTIRead_RL::GoToStart;
+
+  /// Free the interval.
+  virtual void Release();
+
   /// Records read so far.
   int read() const { return read_; }
+  /// Seconds of the last of them: the one that opens the next interval, if there is one.
+  double last() const { return last_; }
 
  protected:
   AUVXTimeMeanArray& means() { return *static_cast<AUVXTimeMeanArray*>(GetArray()); }
@@ -110,7 +112,7 @@ void FlagOddValues(AUVXComplex* values, int count);
 /// Walks over the intervals of all selected streams.
 class IntervalWalk {
  public:
-  using Make = std::function<std::unique_ptr<SecondsRead>(RangeRead&, const IntervalStream&, IntervalWatch&)>;
+  using Make = std::function<std::unique_ptr<SecondsRead>(AUVXRead_FqS&, const IntervalStream&, IntervalWatch&)>;
   /// Takes an interval with its sums; `julianDate` is its mean time. The position of the file may be moved.
   using Take = std::function<AResult(SecondsRead&, AUVXTimeMeanArray&, const IntervalStream&, double julianDate)>;
 
@@ -119,10 +121,14 @@ class IntervalWalk {
 
   /// Look the selections up.
   AResult Open();
-  const std::vector<IntervalStream>& streams() const { return streams_; }
   IntervalWatch& watch() { return watch_; }
 
+  /// The scans of a range of records.
+  /// @param first, last  indices, both included
+  std::shared_ptr<AUVXPosition> ScansOf(int first, int last) const;
+
   /// Visit every interval in the order of mean time, then of streams.
+  /// @return a failure also if bounds of time leave none
   AResult Run(const Make& make, const Take& take);
 
  private:
@@ -130,12 +136,17 @@ class IntervalWalk {
 
   AResult FindStreams(const AUVXContents& contents);
   AResult SettleTimes(const AUVXContents& contents);
-  AResult Advance(Lane& lane);
+  double MeanTime(const IntervalStream& stream, double seconds) const;
+  AResult Begin(std::unique_ptr<Lane>& lane, const IntervalStream& stream, const Make& make);
+  AResult TakeNext(std::unique_ptr<Lane>& lane, const IntervalStream& stream, const Take& take);
 
   AUVXInput& input_;
   const IntervalOptions options_;
   IntervalWatch watch_;
   std::vector<IntervalStream> streams_;
+  std::shared_ptr<AUVXPosition> scans_;
+  int64 begun_ = 0;  // streams that have begun and not ended
+  bool hasTaken_ = false;
 };
 
 }  // namespace zeltra
