@@ -9,6 +9,7 @@
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
 #include "zeltra/ops/ClosedLoops.h"
+#include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/RecomputeUVW.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -223,10 +224,30 @@ TEST(CopyUVX, RefusesWhatIsNotThere) {
   EXPECT_THAT(error([](CopyOptions& o) { o.channels = {-1}; }), HasSubstr("no channel -1; there are 4"));
   EXPECT_THAT(error([](CopyOptions& o) { o.channels = {0, 1, 3}; }), HasSubstr("evenly spaced"));
   EXPECT_THAT(error([](CopyOptions& o) { o.stokes = {"I"}; }), HasSubstr("there are RR, LL"));
-  EXPECT_THAT(error([](CopyOptions& o) { o.start = 2460000.5; }), HasSubstr("no record is selected"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.start = 2460000.5; }), HasSubstr("the times of its 6 records"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.antennas = {"ANT1"}; }), HasSubstr("no baseline between the antennas ANT1"));
   out.Put("precious");
   EXPECT_THAT(Error(CopyUVX(source, out.path(), {}, nullptr)), HasSubstr("exists already"));
   EXPECT_EQ(out.Bytes(), "precious");
+}
+
+TEST(CopyUVX, RefusesToLeaveFrequenciesWrong) {
+  SyntheticUVXTable setups{"FQ", 1, 0, {}, {{"IF FREQ", "HZ", "1D"}, {"OTHER", "", "1K"}}, std::string(16, '\0')};
+  Source source(SyntheticUVX().Channels(4).Table(setups));
+  TempFile out("uvx");
+  CopyOptions options;
+  options.channels = {1, 2};
+  EXPECT_THAT(Error(CopyUVX(source, out.path(), options, nullptr)), HasSubstr("its table FQ"));
+  EXPECT_FALSE(out.exists());
+}
+
+TEST(CopyUVX, RefusesRecordsThatAreTooLong) {
+  Source source(SyntheticUVX().Antennas(2).Times(1).Channels((1 << 19) + 1).Tables());
+  TempFile out("uvx");
+  UVWDifference difference;
+  EXPECT_THAT(Error(CopyUVX(source, out.path(), {}, nullptr)), HasSubstr("1048578 values are too long"));
+  EXPECT_THAT(Error(RecomputeUVW(source, out.path(), {}, difference)), HasSubstr("too long"));
+  EXPECT_THAT(Error(ClosurePhases(source, {}, nullptr)), HasSubstr("too long"));
 }
 
 TEST(CopyUVX, LeavesNothingWhenCancelled) {

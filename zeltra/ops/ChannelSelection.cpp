@@ -122,13 +122,18 @@ void ChannelSelection::Pick(const AUVXVisibility& in, AUVXVisibility& out) const
   }
 }
 
-bool ChannelSelection::Reduce(AUVXTable& table) const {
+bool ChannelSelection::CanReduce(const AUVXTable& table) const {
   const std::string code = table.Code();
   if (code != "FQ" && code != "SU" && code != "AN") return false;
   // Columns that do not fill the rows leave open where an IF's bytes are.
   int64 width = 0;
   for (int i = 0; i < table.columnCount(); ++i) width += FieldBytes(table.ParseFormat(i));
-  if (width != table.rowBytes()) return false;
+  return width == table.rowBytes();
+}
+
+bool ChannelSelection::Reduce(AUVXTable& table) const {
+  if (!CanReduce(table)) return false;
+  const std::string code = table.Code();
   if (code == "FQ" && !KeepsFrequencies()) MoveFrequencies(table);
   if (!KeepsIFs()) table = KeepElements(table);
   return true;

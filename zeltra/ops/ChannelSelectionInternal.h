@@ -34,8 +34,10 @@ class ChannelSelection {
   /// Pick the values of a record; `out` has the shape of the selection.
   void Pick(const AUVXVisibility& in, AUVXVisibility& out) const;
 
-  /// Reduce a table "FQ", "SU" or "AN" to the IFs kept, "FQ" also to the channels.
-  /// @return false for another table, and one whose columns do not fill its rows: it stays as it is
+  /// Whether this is a table "FQ", "SU" or "AN" whose columns fill its rows.
+  bool CanReduce(const AUVXTable& table) const;
+  /// Reduce such a table to the IFs kept, "FQ" also to the channels.
+  /// @return false for another table: it stays as it is
   bool Reduce(AUVXTable& table) const;
 
  private:

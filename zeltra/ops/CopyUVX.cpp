@@ -6,7 +6,6 @@
 #include <memory>
 #include <set>
 
-#include "zeltra/core/Text.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/FinishedCopyInternal.h"
@@ -23,16 +22,21 @@ constexpr double kTimeTolerance = 5e-5 / 86400.0;
 class RecordChoice {
  public:
   AResult Open(AUVXInput& from, const CopyOptions& options);
-  bool Keeps(const AUVXGroup& group) const;
+  bool Keeps(const AUVXGroup& group);
   bool Keeps(const AUVXVisibility& values) const;
+  /// Whether a record was of two antennas that are asked for.
+  bool hasBaseLines() const { return hasBaseLines_; }
 
  private:
+  bool AreAskedFor(const AUVXGroup& group) const;
+
   bool dropFlagged_ = false;
   std::set<int> sources_;
   std::set<int> antennas_;
   double start_ = 0;
   double stop_ = 0;
   bool hasTimes_ = false;
+  bool hasBaseLines_ = false;
 };
 
 AResult RecordChoice::Open(AUVXInput& from, const CopyOptions& options) {
@@ -53,10 +57,15 @@ AResult RecordChoice::Open(AUVXInput& from, const CopyOptions& options) {
   return AResult::Ok();
 }
 
-bool RecordChoice::Keeps(const AUVXGroup& group) const {
+bool RecordChoice::Keeps(const AUVXGroup& group) {
+  if (!AreAskedFor(group)) return false;
+  hasBaseLines_ = true;
   if (dropFlagged_ && group.flag != 0) return false;
   if (!sources_.empty() && !sources_.contains(group.sourceNo())) return false;
-  if (hasTimes_ && !(group.date >= start_ && group.date <= stop_)) return false;
+  return !hasTimes_ || (group.date >= start_ && group.date <= stop_);
+}
+
+bool RecordChoice::AreAskedFor(const AUVXGroup& group) const {
   return antennas_.empty() ||
          (antennas_.contains(static_cast<uint8_t>(group.ant1)) && antennas_.contains(static_cast<uint8_t>(group.ant2)));
 }
@@ -69,7 +78,7 @@ bool RecordChoice::Keeps(const AUVXVisibility& values) const {
 
 class PlainCopy : public AWork2UVX {
  public:
-  PlainCopy(AUVXInput& from, AUVXFile& to, const JobOptions& options, const RecordChoice& choice, FinishedCopy& finish)
+  PlainCopy(AUVXInput& from, AUVXFile& to, const JobOptions& options, RecordChoice& choice, FinishedCopy& finish)
       : AWork2UVX(&from.uvx(), &to, options.progress, options.cancel), choice_(choice), finish_(finish) {}
 
   int Working(AUVXGroup& group, AUVXVisibility& vis, int) override {
@@ -80,14 +89,14 @@ class PlainCopy : public AWork2UVX {
   }
 
  private:
-  const RecordChoice& choice_;
+  RecordChoice& choice_;
   FinishedCopy& finish_;
 };
 
 class ReshapedCopy : public AWork2UVX_STChange {
  public:
-  ReshapedCopy(AUVXInput& from, AUVXFile& to, const JobOptions& options, const RecordChoice& choice,
-               FinishedCopy& finish, const ChannelSelection& channels, const AUVXTable* setups)
+  ReshapedCopy(AUVXInput& from, AUVXFile& to, const JobOptions& options, RecordChoice& choice, FinishedCopy& finish,
+               const ChannelSelection& channels, const AUVXTable* setups)
       : AWork2UVX_STChange(&from.uvx(), &to, options.progress, options.cancel),
         choice_(choice),
         finish_(finish),
@@ -106,7 +115,7 @@ class ReshapedCopy : public AWork2UVX_STChange {
   }
 
  private:
-  const RecordChoice& choice_;
+  RecordChoice& choice_;
   FinishedCopy& finish_;
   const ChannelSelection& channels_;
   const AUVXTable* setups_;
@@ -122,6 +131,7 @@ class Copier {
   AResult Run();
 
  private:
+  AResult CheckFrequencies();
   int CopyRecords();
   void ReduceTables();
   AResult NothingSelected();
@@ -139,10 +149,12 @@ class Copier {
 
 AResult Copier::Run() {
   if (AResult result = from_.CheckTables(); !result) return result;
+  if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = choice_.Open(from_, options_); !result) return result;
   const AUVXHeader header(from_.uvx());
   AResult result = channels_.Open(from_.path(), header, options_.ifs, options_.channels, options_.stokes);
   if (!result) return result;
+  if (result = CheckFrequencies(); !result) return result;
   if (result = output_.Create(to_, options_.overwrite, from_.path()); !result) return result;
   if (!uvx_.Attach(&output_.file(), 1, 0)) return output_.WriteError();
   SendProgressText(options_.progress, "Copying...");
@@ -156,6 +168,16 @@ AResult Copier::Run() {
   uvx_.Close();
   summary_.records = finish_.records();
   return output_.Commit();
+}
+
+// The frequencies of the header move, so that those of the table have to follow.
+AResult Copier::CheckFrequencies() {
+  if (channels_.KeepsFrequencies()) return AResult::Ok();
+  const std::unique_ptr<AUVXTable> setups = from_.Table("FQ");
+  if (!setups || channels_.CanReduce(*setups)) return AResult::Ok();
+  return AResult::Fail(from_.path() +
+                       ": IFs or channels cannot be left out, since the columns of its table FQ do not " +
+                       "fill the rows");
 }
 
 int Copier::CopyRecords() {
@@ -188,10 +210,10 @@ void Copier::ReduceTables() {
 }
 
 AResult Copier::NothingSelected() {
-  AUVXMinMax range(from_.uvx());
-  return AResult::Fail(from_.path() + ": no record is selected; the times of its " +
-                       std::to_string(from_.uvx().count()) + " records are the Julian dates " +
-                       valToStr(double{range.time().minimum}) + " to " + valToStr(double{range.time().maximum}));
+  if (choice_.hasBaseLines()) return from_.NothingSelected();
+  std::string names;
+  for (const std::string& name : options_.antennas) names += (names.empty() ? "" : ", ") + name;
+  return AResult::Fail(from_.path() + ": no record is selected; there is no baseline between the antennas " + names);
 }
 
 }  // namespace

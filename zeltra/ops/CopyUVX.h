@@ -43,8 +43,10 @@ struct CopySummary {
 /// Where IFs or channels are left out, frequencies stay right: `freq0` is that of the first channel kept, IF FREQ
 /// counts from there, CH WIDTH is the distance of the channels kept, and columns that have an element for each IF lose
 /// those of the IFs left out in "FQ", "SU" and "AN".
+/// Memory: some records, and 110 bytes a scan.
 /// @param summary  may be null
-/// @return a failure if no record is selected: there is no output then
+/// @return a failure if no record is selected, if records have more than 1048576 values, or if IFs or channels are left
+///         out where the columns of "FQ" do not fill its rows: there is no output then
 ZELTRA_API AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary);
 
 }  // namespace zeltra

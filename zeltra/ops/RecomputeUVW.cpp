@@ -163,6 +163,7 @@ AResult Recompute(AUVXInput& from, AUVXFile& uvx, OutputFile& output, const UVWO
 AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& options, UVWDifference& difference) {
   difference = UVWDifference();
   if (AResult result = from.CheckTables(); !result) return result;
+  if (AResult result = from.CheckRecordSize(); !result) return result;
   for (const char* code : {"AN", "SU"}) {
     if (!from.Table(code)) return AResult::Fail(from.path() + ": has no table " + code);
   }

@@ -29,7 +29,8 @@ struct UVWDifference {
 ///
 /// CalculateUVW knows the mean sidereal time and no more, so coordinates that the table marks as those of the epoch, by
 /// a negative EPOCH, are precessed to the date of the observation first (Lieske et al. 1977, A&A 58, 1).
-/// @return a failure if an antenna or a source of a record is not in the tables
+/// @return a failure if an antenna or a source of a record is not in the tables, or if records have more than 1048576
+///         values
 ZELTRA_API AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& options,
                                 UVWDifference& difference);
 
