@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/ops/AUVXInput.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -92,7 +93,9 @@ AResult AUVXInput::CheckTables() {
 }
 
 AResult AUVXInput::CheckRecordSize() {
-  const int values = (uvx_.recSize() - AUVXGroup::kBytes) / static_cast<int>(sizeof(AUVXComplex));
+  // Without polarisations there are no values, but still all the channels that a job lists.
+  const int64 points = int64{std::max<int>(uvx_.IFs(), 1)} * uvx_.channels();
+  const int64 values = points * std::max<int>(uvx_.stokes(), 1);
   if (values <= kMostValues) return AResult::Ok();
   return AResult::Fail(path_ + ": its records of " + std::to_string(values) + " values are too long, the most are " +
                        std::to_string(kMostValues));
