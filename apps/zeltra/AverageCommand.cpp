@@ -98,7 +98,7 @@ void AddAverageCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App& command = *app.add_subcommand(
       "average",
-      "Average visibilities in time: a line an interval and baseline, with the Julian date of the middle of the\n"
+      "Average visibilities in time: a line an interval and baseline, with the mean Julian date of the\n"
       "interval, the antennas, and the values as re_IF_CHANNEL_POLARISATION, im_..., weight_..., numbered from 0");
   command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
   AddIntervalOptions(command, arguments->options);

@@ -46,7 +46,7 @@ void AddClosureCommand(CLI::App& app, Session& session) {
   ClosureOptions& options = arguments->options;
   CLI::App& command = *app.add_subcommand(
       "closure",
-      "Form closure phases: a line an interval and triangle, with the Julian date of the middle of the interval,\n"
+      "Form closure phases: a line an interval and triangle, with the mean Julian date of the interval,\n"
       "the antennas a, b, c in ascending order, and phase(a-b) + phase(b-c) - phase(a-c) in radians");
   command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
   AddIntervalOptions(command, options);
