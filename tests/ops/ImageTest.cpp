@@ -179,7 +179,7 @@ TEST(ImageUVX, TellsWhatCannotBeImaged) {
   };
   ImageOptions options;
   options.size = 64;
-  EXPECT_THAT(refusal(file, options), HasSubstr("16, 32, 256, 512, 1024, 2048, 32768"));
+  EXPECT_THAT(refusal(file, options), HasSubstr("16, 32, 256, 512, 1024, 2048"));
   options.size = 0;
   EXPECT_THAT(refusal(file, options), HasSubstr("sizes"));
   options.size = 16;

@@ -12,7 +12,8 @@ namespace zeltra {
 namespace {
 
 constexpr double kRadiansPerMas = 3.14159265358979323846 / 180 / 3600e3;
-constexpr int kSmallestSize = 16, kLargestSize = 32768;
+// The next larger size that the transform takes, 32768, would need 77 GB.
+constexpr int kSmallestSize = 16, kLargestSize = 16384;
 constexpr double kCellsPerFringe = 5;
 
 std::string TextOf(double value) {
