@@ -7,7 +7,6 @@
 #include <limits>
 #include <memory>
 #include <numbers>
-#include <random>
 #include <vector>
 
 #include "zeltra/analysis/AUVXTimeMeanArray.h"
@@ -75,16 +74,6 @@ TEST(TimeMean, UnwrapsPhasesInAmplitudeMode) {
   ExpectValue(means, 0, 2, std::cos(mean), -std::sin(mean), 1);
 }
 
-TEST(TimeMean, ReplacedValueKeepsTheStateOfItsUnwrapper) {
-  AUVXTimeMeanArray means(0);
-  Add(means, 1, 2, {Polar(1, 3.0, -1)});
-  Add(means, 1, 2, {Polar(1, -3.0)});  // takes the place; the unwrapper has still seen 3.0 only
-  Add(means, 1, 2, {Polar(1, -3.0)});  // unwraps to 2 pi - 3.0
-  means.CalculateMean();
-  const double mean = (-3.0 + (2 * kPi - 3.0)) / 2;
-  ExpectValue(means, 0, 0, std::cos(mean), std::sin(mean), 1);
-}
-
 TEST(TimeMean, JustifyTakesTheShortestOfThreeSteps) {
   APhJustify justify;
   EXPECT_DOUBLE_EQ(justify.Justify(3.0), 3.0);
@@ -96,33 +85,23 @@ TEST(TimeMean, JustifyTakesTheShortestOfThreeSteps) {
 
 TEST(TimeMean, KeepsBaselinesSortedAndRecordsOfAnySize) {
   AUVXTimeMeanArray means;
-  std::mt19937 random(7);
-  std::vector<std::pair<int, int>> baselines;
-  for (int a = -3; a < 12; ++a) {
-    for (int b = -3; b < 12; ++b) baselines.emplace_back(a, b);
-  }
-  std::vector<std::pair<int, int>> shuffled = baselines;
-  std::shuffle(shuffled.begin(), shuffled.end(), random);
-  for (const auto& [a, b] : shuffled) Add(means, a, b, {{1, 0, 1}, {1, 0, 1}});
-  Add(means, 0, 1, {{3, 0, 1}});
-  Add(means, 0, 2, {{3, 0, 1}, {3, 0, 1}, {3, 0, 1}});
-  ASSERT_EQ(means.count(), static_cast<int>(baselines.size()));
-  for (size_t i = 0; i < baselines.size(); ++i) {
-    EXPECT_EQ(means.SearchBaseLine(ABaseLineItem(baselines[i].first, baselines[i].second, false)), static_cast<int>(i));
-  }
+  Add(means, 3, 5, {{1, 0, 1}, {1, 0, 1}});
+  Add(means, 200, 1, {});
+  Add(means, 1, 3, {{1, 0, 1}, {1, 0, 1}});
+  Add(means, 3, 5, {{3, 0, 1}});
+  Add(means, 1, 3, {{3, 0, 1}, {3, 0, 1}, {3, 0, 1}});
+  Add(means, 200, 1, {{1, 1, 1}});  // dropped: the item holds no values
+  ASSERT_EQ(means.count(), 3);
+  EXPECT_EQ(means.SearchBaseLine(ABaseLineItem(200, 1, false)), 0) << "as a signed byte";
+  EXPECT_EQ(means.SearchBaseLine(ABaseLineItem(3, 5, false)), 2);
   EXPECT_EQ(means.SearchBaseLine(ABaseLineItem(5, 12, false)), -1);
   means.CalculateMean();
-  const int shorter = means.SearchBaseLine(ABaseLineItem(0, 1, false));
-  ExpectValue(means, shorter, 0, 2, 0, 1);
-  ExpectValue(means, shorter, 1, 1, 0, 1);
-  EXPECT_EQ(means(shorter + 1)->sum.count(), 2);
-
-  AUVXTimeMeanArray scope;
-  Add(scope, 3, 5, {});
-  Add(scope, 1, 3, {});
-  Add(scope, 3, 5, {{1, 1, 1}});  // dropped: the item holds no values
+  EXPECT_EQ(means(1)->sum.count(), 2);
+  ExpectValue(means, 2, 0, 2, 0, 1);
+  ExpectValue(means, 2, 1, 1, 0, 1);
+  means.DeleteItems(0, 1);
   AArray<int> antennas;
-  ASSERT_EQ(scope.GetScopeMap(antennas), 3);
+  ASSERT_EQ(means.GetScopeMap(antennas), 3);
   EXPECT_EQ(std::vector<int>(antennas.lpArray(), antennas.lpArray() + 3), (std::vector<int>{1, 3, 5}));
 }
 
@@ -159,40 +138,10 @@ TEST(TimeMean, ClosesEveryTriangleOnce) {
   EXPECT_EQ(Triangles(means.GetClosePhase()), (List{{0, 3, -1}}));
   EXPECT_EQ(Triangles(means.GetClosePhase(3)), (List{{0, 3, -1}}));
   EXPECT_EQ(Triangles(means.GetClosePhase(4)), List{});
-  means.DeleteItems(3, 1);
-  EXPECT_EQ(Triangles(means.GetClosePhase()), List{});
-}
-
-TEST(TimeMean, ClosesTheTrianglesOfAPlainTripleLoop) {
-  // Some baselines of 12 antennas are missing, and antenna numbers reach beyond 127.
-  const std::vector<int> numbers = {200, 210, 255, 0, 1, 2, 5, 6, 9, 11, 100, 127};  // ascending as signed bytes
-  std::mt19937 random(11);
-  AUVXTimeMeanArray means;
-  std::array<std::array<bool, 12>, 12> present{};
-  for (size_t a = 0; a < 12; ++a) {
-    for (size_t b = a; b < 12; ++b) {
-      present[a][b] = random() % 4 != 0;
-      if (present[a][b]) Add(means, numbers[a], numbers[b], {});
-    }
-  }
-  const auto index = [&](size_t a, size_t b) {
-    return means.SearchBaseLine(ABaseLineItem(numbers[a], numbers[b], false));
-  };
-  for (const int tlsc : {-1000, 255, -56, 5, 127}) {
-    std::vector<std::array<int, 3>> expected;
-    for (size_t x = 0; x < 12; ++x) {
-      for (size_t y = x + 1; y < 12; ++y) {
-        for (size_t z = y + 1; z < 12; ++z) {
-          bool through = tlsc == -1000;
-          for (const size_t k : {x, y, z}) through |= static_cast<int8_t>(numbers[k]) == static_cast<int8_t>(tlsc);
-          if (!through || !present[x][y] || !present[y][z] || !present[x][z]) continue;
-          expected.push_back({index(x, y), index(y, z), -index(x, z)});
-        }
-      }
-    }
-    EXPECT_FALSE(expected.empty());
-    EXPECT_EQ(Triangles(tlsc == -1000 ? means.GetClosePhase() : means.GetClosePhase(tlsc)), expected) << tlsc;
-  }
+  for (const int a : {1, 2, 3}) Add(means, 200, a, {});  // sorted before the others, as a signed byte
+  EXPECT_EQ(Triangles(means.GetClosePhase(200)), (List{{0, 3, -1}, {0, 4, -2}, {1, 6, -2}}));
+  means.DeleteItems(6, 1);
+  EXPECT_EQ(Triangles(means.GetClosePhase()), (List{{0, 3, -1}, {0, 4, -2}}));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -14,12 +13,7 @@
 #include "tests/support/TempFile.h"
 
 #ifndef _WIN32
-#include <signal.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <thread>
 #endif
 
 namespace zeltra::test {
@@ -99,13 +93,10 @@ TEST(Command, ReadsUVFITSAsWell) {
   TempFile fits("uvfits"), uvx("uvx");
   fits.Put(SyntheticFITS::UV(2, 1, 2).Groups(3, parameter, value).Bytes());
   ASSERT_EQ(RunZeltra({"import", fits.path(), uvx.path()}).code, 0);
-  for (const std::vector<std::string>& rest : {std::vector<std::string>{"--csv"}, {"--csv", "--count", "1"}}) {
-    std::vector<std::string> first = {"records", fits.path()}, second = {"records", uvx.path()};
-    first.insert(first.end(), rest.begin(), rest.end());
-    second.insert(second.end(), rest.begin(), rest.end());
-    const Finished direct = RunZeltra(first);
+  for (const char* count : {"3", "1"}) {
+    const Finished direct = RunZeltra({"records", fits.path(), "--csv", "--count", count});
     EXPECT_EQ(direct.code, 0) << direct.err;
-    EXPECT_EQ(direct.out, RunZeltra(second).out);
+    EXPECT_EQ(direct.out, RunZeltra({"records", uvx.path(), "--csv", "--count", count}).out);
   }
 }
 
@@ -119,28 +110,28 @@ TEST(InfoCommand, PrintsTheObject) {
   EXPECT_EQ(keys,
             "records stokes stokes_names ifs channels freq0_hz epoch date_obs date_obs_jd bunit observer telescope "
             "record_bytes data_offset ranges tables antennas array_center sources scans frequencies ");
-  EXPECT_EQ(info["records"], 12);
-  EXPECT_EQ(info["stokes"], json({-1, -2}));
-  EXPECT_EQ(info["stokes_names"], json({"RR", "LL"}));
-  EXPECT_EQ(info["ifs"], 2);
-  EXPECT_EQ(info["channels"], 4);
-  EXPECT_EQ(info["freq0_hz"], 1.4e9);
-  EXPECT_EQ(info["date_obs"], "2017-01-01");
-  EXPECT_EQ(info["date_obs_jd"], 2457754.5);
-  EXPECT_EQ(info["record_bytes"], 26 + 2 * 4 * 2 * 12);
-  EXPECT_EQ(info["data_offset"], 481);
+  const ordered_json expected = {{"records", 12},
+                                 {"stokes", {-1, -2}},
+                                 {"stokes_names", {"RR", "LL"}},
+                                 {"ifs", 2},
+                                 {"channels", 4},
+                                 {"freq0_hz", 1.4e9},
+                                 {"date_obs", "2017-01-01"},
+                                 {"data_offset", 481},
+                                 {"observer", "OBSERVER"},
+                                 {"date_obs_jd", 2457754.5},
+                                 {"record_bytes", 26 + 2 * 4 * 2 * 12},
+                                 {"bunit", "JY"}};
+  for (const auto& [key, value] : expected.items()) EXPECT_EQ(info[key], value) << key;
   EXPECT_EQ(info["ranges"]["time"][0], SyntheticUVX::kStart);
-  EXPECT_EQ(info["tables"].size(), 4u);
   EXPECT_EQ(info["tables"][0]["offset"], 481 + 12 * (26 + 192) + 2050);
   EXPECT_EQ(info["antennas"][1], ordered_json({{"id", 2}, {"name", "ANT2"}, {"x", 200.0}, {"y", 20.0}, {"z", 2.0}}));
   EXPECT_EQ(info["sources"][1]["name"], "SRC2");
   EXPECT_EQ(info["sources"][1]["ra_epoch"], 20.0);
   ASSERT_EQ(info["scans"].size(), 2u);
-  EXPECT_EQ(info["scans"][1]["first"], 7);
   EXPECT_EQ(info["scans"][1]["last"], 12);
   // The times of an index are 32-bit floats of days.
   EXPECT_NEAR(info["scans"][0]["start_s"].get<double>(), 6 * 3600, 0.01);
-  EXPECT_EQ(info["frequencies"][0]["setup"], 1);
   EXPECT_EQ(info["frequencies"][0]["ifs"][1], ordered_json({{"start_hz", 1.5e9}, {"delta_hz", 1e6}}));
 }
 
@@ -171,11 +162,12 @@ TEST(InfoCommand, TellsOfDamagedTables) {
   EXPECT_THAT(print.err, HasSubstr("table ZZ at byte 2975 is damaged"));
 }
 
-TEST(RecordsCommand, PrintsCSV) {
+TEST(RecordsCommand, PrintsCSVAndJSON) {
   const float third = 1.0f / 3;
   const Given file(SyntheticUVX().Times(1).Channels(1).IFs(2).Edit([=](SyntheticRecord& record) {
     record.ant2 = record.index == 2 ? 200 : record.ant2;
     record.values[0].re = third;
+    record.values[1].im = std::numeric_limits<float>::infinity();
     record.values[3].weight = std::numeric_limits<float>::quiet_NaN();
   }));
   const Finished run = RunZeltra({"records", file.path(), "--csv"});
@@ -187,20 +179,14 @@ TEST(RecordsCommand, PrintsCSV) {
             "re_1_0_0,im_1_0_0,weight_1_0_0,re_1_0_1,im_1_0_1,weight_1_0_1");
   const std::vector<std::string> cells = Cells(lines[3]);
   ASSERT_EQ(cells.size(), 21u);
-  EXPECT_EQ(cells[0], "2");
   EXPECT_EQ(std::strtod(cells[1].c_str(), nullptr), SyntheticUVX::kStart);
   EXPECT_EQ(cells[3], "200");
   EXPECT_EQ(std::strtod(cells[9].c_str(), nullptr), static_cast<double>(third));
   EXPECT_EQ(cells[12], "2.0009765625");
   EXPECT_EQ(cells[20], "nan");
-}
-
-TEST(RecordsCommand, PrintsJSON) {
-  const Given file(SyntheticUVX().Times(1).Channels(1).Edit(
-      [](SyntheticRecord& record) { record.values[1].im = std::numeric_limits<float>::infinity(); }));
   const json records = json::parse(RunZeltra({"records", file.path(), "--json"}).out);
   ASSERT_EQ(records.size(), 3u);
-  EXPECT_EQ(records[2]["ant2"], 3);
+  EXPECT_EQ(records[2]["ant2"], 200);
   EXPECT_EQ(records[2]["re_0_0_1"], 2.0009765625);
   EXPECT_TRUE(records[2]["im_0_0_1"].is_null());
 }
@@ -266,9 +252,7 @@ TEST(TableCommand, PrintsRows) {
 }
 
 TEST(TableCommand, PrintsEveryKindOfColumn) {
-  SyntheticUVXTable table;
-  table.code = "ZZ";
-  table.rows = 1;
+  SyntheticUVXTable table{"ZZ", 1};
   table.columns = {{"TEXT", "", "8A"}, {"FLAG", "", "2L"},   {"BITS", "", "8X"},   {"SHORT", "", "1I"},
                    {"LONG", "", "1J"}, {"SINGLE", "", "1E"}, {"DOUBLE", "", "1D"}, {"NONE", "", "0D"}};
   AppendText(table.data, "a,\"b\"", 8, ' ');
@@ -278,11 +262,7 @@ TEST(TableCommand, PrintsEveryKindOfColumn) {
   Append(table.data, int32_t{2147483647});
   Append(table.data, 0.1f);
   Append(table.data, 0.1);
-  SyntheticUVXTable second = table;
-  second.rows = 0;
-  second.data.clear();
-  second.rowBytes = table.rowBytes;
-  const Given file(SyntheticUVX().Table(table).Table(second));
+  const Given file(SyntheticUVX().Table(table).Table({"ZZ"}));
   const Finished run = RunZeltra({"table", file.path(), "ZZ", "--csv"});
   ASSERT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(run.out,
@@ -326,25 +306,6 @@ TEST(Command, FailsWhenItsOutputIsNotTaken) {
   }
 }
 
-TEST(Command, EndsOnInterrupt) {
-  const TempFile file("uvx");
-  const pid_t child = fork();
-  if (child == 0) {
-    execl(ZELTRA_COMMAND, ZELTRA_COMMAND, "simulate", file.c_str(), "--minutes", "100000", nullptr);
-    _exit(127);
-  }
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  kill(child, SIGINT);
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 130);
-  // Neither the file nor what it was written under.
-  const std::filesystem::path path(file.path());
-  for (const auto& entry : std::filesystem::directory_iterator(path.parent_path())) {
-    EXPECT_THAT(entry.path().string(), Not(StartsWith(file.path())));
-  }
-}
 #endif
 
 }  // namespace

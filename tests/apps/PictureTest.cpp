@@ -8,9 +8,7 @@
 #include "apps/zeltra/SVG.h"
 #include "apps/zeltra/Ticks.h"
 #include "tests/support/RunZeltra.h"
-#include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
-#include "zeltra/image/AMapFile.h"
 
 namespace zeltra::test {
 namespace {
@@ -104,32 +102,6 @@ class Pictures : public testing::Test {
   const TempFile uvx_{"uvx"};
 };
 
-uint32_t BigEndianAt(const std::string& bytes, size_t at) {
-  uint32_t number = 0;
-  for (size_t i = 0; i < 4; ++i) number = number << 8 | static_cast<uint8_t>(bytes.at(at + i));
-  return number;
-}
-
-TEST_F(Pictures, OfAnImageHaveAxesAndABar) {
-  const TempFile map("map"), beam("map"), png("png"), fits("fits");
-  const Finished run = RunZeltra({"image", uvx_.path(), map.path(), "--source", "3C279", "--size", "256", "--png",
-                                  png.path(), "--beam", beam.path(), "--fits", fits.path()});
-  ASSERT_EQ(run.code, 0) << run.err;
-  EXPECT_THAT(run.err, HasSubstr("visibilities of I"));
-  EXPECT_EQ(map.Bytes().size(), 168u + 4u * 256 * 256);
-  EXPECT_EQ(beam.Bytes().size(), map.Bytes().size());
-  EXPECT_EQ(fits.Bytes().size() % 2880, 0u);
-  EXPECT_THAT(fits.Bytes(), StartsWith("SIMPLE  ="));
-  const std::string picture = png.Bytes();
-  ASSERT_THAT(picture, StartsWith("\x89PNG\r\n"));
-  // Two pixels for one of the image, and room for axes and bar.
-  EXPECT_GT(BigEndianAt(picture, 16), 650u);
-  EXPECT_GT(BigEndianAt(picture, 20), 600u);
-  AMapFile file;
-  ASSERT_TRUE(file.Open(beam.c_str(), 0));
-  EXPECT_NEAR(double{file.GetMinMax().range[2].maximum}, 1, 1e-5);
-}
-
 TEST_F(Pictures, AreNotMadeOfNonsense) {
   const TempFile out("map"), kept("map");
   kept.Put("kept");
@@ -200,7 +172,6 @@ TEST_F(Pictures, BecomePNGWhereTheSystemCan) {
   MoveIntoPlace(png.path() + ".png", drawn.path(), true);
   if (run.code == 0) {
     EXPECT_THAT(drawn.Bytes(), StartsWith("\x89PNG\r\n"));
-    EXPECT_EQ(BigEndianAt(drawn.Bytes(), 16), 1520u);
   } else {
     EXPECT_THAT(run.err, HasSubstr("name it .svg"));
     EXPECT_FALSE(drawn.exists());

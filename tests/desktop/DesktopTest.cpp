@@ -5,8 +5,8 @@
 #include <ctime>
 #include <filesystem>
 #include <set>
-#include <vector>
 
+#include "tests/support/Progress.h"
 #include "tests/support/TempFile.h"
 #include "zeltra/desktop/FileCopy.h"
 #include "zeltra/desktop/FileNames.h"
@@ -93,19 +93,6 @@ TEST(FileNames, TemporaryNamesCountWithinATick) {
   EXPECT_EQ(ticksSeen, 4);
 }
 
-// Keeps the positions, and cancels when one of them comes.
-class Progress : public CProgressCtrl {
- public:
-  std::intptr_t SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t) override {
-    if (message == kProgressPosition) positions.push_back(static_cast<int>(wParam));
-    cancel = cancel || static_cast<int>(wParam) == cancelAt;
-    return 0;
-  }
-  std::vector<int> positions;
-  int cancelAt = -1;
-  bool cancel = false;
-};
-
 std::string Noise(size_t size) {
   std::string bytes(size, '\0');
   for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 2654435761u >> 13);
@@ -115,18 +102,17 @@ std::string Noise(size_t size) {
 class FileCopy : public testing::Test {
  protected:
   TempFile from_{"from"}, to_{"to"};
-  Progress progress_;
+  test::Progress progress_;
 };
 
-TEST_F(FileCopy, MovesChunksAndSendsPercentages) {
+TEST_F(FileCopy, MovesChunksAndSendsEveryPercentageOnce) {
   from_.Put(Noise(20000));
   to_.Put(Noise(30000));
   EXPECT_TRUE(fCopy(from_.path(), to_.path(), &progress_.cancel, &progress_));
   EXPECT_EQ(progress_.positions, (std::vector{0, 41, 82}));
   EXPECT_EQ(to_.Bytes(), Noise(20000));
-}
 
-TEST_F(FileCopy, SendsNoPercentageTwice) {
+  progress_.positions.clear();
   from_.Put(Noise(8192 * 300));
   EXPECT_TRUE(fCopy(from_.path(), to_.path(), nullptr, &progress_));
   ASSERT_EQ(progress_.positions.size(), 101u);

@@ -61,17 +61,6 @@ TEST(CardParse, SplitsKeywordIndexAndValue) {
   EXPECT_EQ(Parsed("K /     = 5").strPar(), "") << "the comment begins before the value";
 }
 
-TEST(CardParse, ForgetsTheCardBefore) {
-  ParseFITSstr card;
-  card.Parse("CTYPE3  = 'STOKES  '");
-  card.Parse("END");
-  EXPECT_EQ(card.strKey(), "END");
-  EXPECT_EQ(card.strPar(), "");
-  EXPECT_EQ(card.GetNumber(), -1);
-  EXPECT_EQ(card.IsParString(), 0);
-  EXPECT_EQ(card.GetHash(), 3492);
-}
-
 TEST(CardParse, TakesAnyTextAndAnyByte) {
   EXPECT_EQ(Parsed("").GetHash(), 0);
   EXPECT_EQ(Parsed("A").strKey(), "A");

@@ -13,14 +13,6 @@ namespace {
 
 constexpr int kDraws = 1000000;
 
-std::vector<double> Sample(double a, double b) {
-  std::srand(20240229);
-  GRandom normal(a, b);
-  std::vector<double> values(kDraws);
-  std::generate(values.begin(), values.end(), [&] { return normal.GetValue(); });
-  return values;
-}
-
 TEST(Random, TakesThe32768StepsFrom0To1) {
   std::srand(1);
   std::vector<int> seen(32768);
@@ -71,36 +63,6 @@ TEST(GRandom, HandsOutBothNumbersOfAPair) {
   EXPECT_DOUBLE_EQ(first, (f * u1 + 3) * 2);
   EXPECT_DOUBLE_EQ(second, (f * u2 + 3) * 2);
   EXPECT_NE(normal.GetValue(), first);
-}
-
-TEST(GRandom, IsNormallyDistributed) {
-  std::vector<double> values = Sample(0, 1);
-  std::sort(values.begin(), values.end());
-  double distance = 0;
-  for (size_t i = 0; i < values.size(); ++i) {
-    const double expected = 0.5 * std::erfc(-values[i] / std::sqrt(2.0));
-    distance = std::max({distance, expected - i / double{kDraws}, (i + 1) / double{kDraws} - expected});
-  }
-  // Kolmogorov-Smirnov: a true normal sample exceeds 1.95 / sqrt(n) once in a thousand. The values come from pairs of
-  // 32768 steps, which moves the distribution by less than one step, 3e-5.
-  EXPECT_LT(distance, 1.95 / std::sqrt(double{kDraws}) + 3e-5);
-}
-
-TEST(GRandom, AddsTheOffsetBeforeItScales) {
-  const std::vector<double> values = Sample(3, 2);
-  double sum = 0;
-  double squares = 0;
-  double products = 0;
-  for (size_t i = 0; i < values.size(); ++i) {
-    sum += values[i];
-    squares += (values[i] - 6) * (values[i] - 6);
-    products += (values[i] - 6) * (values[i ^ 1] - 6);
-  }
-  // Four standard errors: 2 / sqrt(n) of the mean, 2 / sqrt(2 n) of the deviation, and sqrt(2) x 4 / sqrt(n) of the
-  // mean product within pairs, each of which is counted twice.
-  EXPECT_NEAR(sum / kDraws, 6, 0.008);
-  EXPECT_NEAR(std::sqrt(squares / kDraws), 2, 0.0057);
-  EXPECT_NEAR(products / kDraws, 0, 0.0226);
 }
 
 TEST(Randomize, ReseedsTheGenerator) {

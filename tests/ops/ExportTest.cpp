@@ -35,12 +35,6 @@ void ExpectSameRecordsBack(const SyntheticUVX& builder) {
   EXPECT_TRUE(before == after) << "record " << at / builder.RecordBytes() << ", byte " << at % builder.RecordBytes();
 }
 
-TEST(Export, GivesEveryRecordBack) {
-  ExpectSameRecordsBack(SyntheticUVX().Antennas(4).Times(3).IFs(2).Tables().Edit(NoNegativeZero));
-  ExpectSameRecordsBack(SyntheticUVX().Sources(2).IFs(1).Stokes({1, 2, 3, 4}).Tables().Edit(NoNegativeZero));
-  ExpectSameRecordsBack(SyntheticUVX().Edit(NoNegativeZero));
-}
-
 TEST(Export, KeepsTheFlagsOfRecords) {
   ExpectSameRecordsBack(SyntheticUVX().Edit([](SyntheticRecord& r) {
     NoNegativeZero(r);

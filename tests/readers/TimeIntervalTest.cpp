@@ -62,8 +62,6 @@ class Times {
     return intervals;
   }
 
-  AUVXFile& uvx() { return uvx_; }
-
  private:
   MemoryFile file_;
   AUVXFile uvx_;
@@ -115,51 +113,6 @@ TEST(TimeIntervals, DeliverEveryRecordWhateverTheArithmetic) {
     }
   }
   EXPECT_EQ(Times({nan, nan}).Cut(0, 100, 10).size(), 2U);
-}
-
-TEST(TimeIntervals, BecomeMeans) {
-  // Record i holds i, i + 1/1024 in the two polarisations of channel 0.
-  Times times({3, 7, 12});
-  AUVXRead reader(&times.uvx(), 1, nullptr);
-  AUVXTIRead intervals(&reader, 0, 100, 10, 1);
-  AUVXTimeMeanArray* means = intervals.GetTimeInterval();
-  ASSERT_NE(means, nullptr);
-  means->CalculateMean();
-  ASSERT_EQ(means->count(), 1);
-  EXPECT_EQ((*means)(0)->sum(0, 1).re, 0.5F + 1.0F / 1024);
-  EXPECT_DOUBLE_EQ(means->GetMeanTime(), 5);
-  EXPECT_EQ(means->GetEndPos(), 1);
-  means = intervals.GetTimeInterval();
-  ASSERT_NE(means, nullptr);
-  EXPECT_EQ(means->GetStartPos(), 2);
-  EXPECT_EQ(intervals.GetTimeInterval(), nullptr);
-}
-
-TEST(TimeIntervals, CombinePolarisationsFirst) {
-  Times times({3, 7});
-  // I and V of LL (place 1) and RR (place 0), and a polarisation that the records lack.
-  AArray<AStokesMix> mix;
-  const AStokesItem RR(0, -1), LL(1, -2);
-  mix.Add(AStokesMix(1, LL, RR));
-  mix.Add(AStokesMix(4, LL, RR));
-  mix.Add(AStokesMix(0, AStokesItem(7, -4), AStokesItem()));
-  AUVXRead reader(&times.uvx(), 1, nullptr);
-  AUVXTIRead_RL intervals(&reader, 0, 100, 10, &mix, 1);
-  AUVXTimeMeanArray* means = intervals.GetTimeInterval();
-  ASSERT_NE(means, nullptr);
-  means->CalculateMean();
-  const AUVXVisibility& sum = (*means)(0)->sum;
-  EXPECT_EQ(sum.stokes(), 3);
-  EXPECT_EQ(sum.freqs(), 2);
-  EXPECT_EQ(sum(1, 0).re, 0.5F + 2.5F / 1024);
-  EXPECT_EQ(sum(1, 1).re, -0.5F / 1024);
-  EXPECT_FALSE(sum(1, 2).isValid());
-
-  AUVXRead again(&times.uvx(), 1, nullptr);
-  AUVXTIRead_RL plain(&again, 0, 100, 10, nullptr, 1);
-  means = plain.GetTimeInterval();
-  ASSERT_NE(means, nullptr);
-  EXPECT_EQ((*means)(0)->sum.stokes(), 2);
 }
 
 }  // namespace

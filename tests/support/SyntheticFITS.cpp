@@ -2,11 +2,11 @@
 #include "tests/support/SyntheticFITS.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <fstream>
 #include <stdexcept>
 
 namespace zeltra::test {
@@ -59,26 +59,9 @@ struct Form {
   // Numbers in an element, and the BITPIX of each.
   int Parts() const { return letter == 'C' || letter == 'M' || letter == 'P' ? 2 : 1; }
   int Bitpix() const {
-    switch (letter) {
-      case 'L':
-      case 'B':
-        return 8;
-      case 'I':
-        return 16;
-      case 'J':
-      case 'P':
-        return 32;
-      case 'K':
-        return 64;
-      case 'E':
-      case 'C':
-        return -32;
-      case 'D':
-      case 'M':
-        return -64;
-      default:
-        throw std::logic_error("no such field letter");
-    }
+    const std::string letters = "LBIJPKECDM";
+    const std::array<int, 10> bitpix = {8, 8, 16, 32, 32, 64, -32, -32, -64, -64};
+    return bitpix.at(letters.find(letter));
   }
   size_t Bytes() const {
     if (letter == 'A') return static_cast<size_t>(repeat);
@@ -134,19 +117,6 @@ std::string SyntheticCard(const std::string& keyword, double number) {
 SyntheticTable::SyntheticTable(std::string extname, std::string xtension)
     : extname_(std::move(extname)), xtension_(std::move(xtension)) {}
 
-SyntheticTable& SyntheticTable::Column(const std::string& ttype, const std::string& tform, const std::string& tunit) {
-  fields_.push_back({ttype, tform, tunit});
-  return *this;
-}
-
-SyntheticTable& SyntheticTable::Card(const std::string& keyword, const std::string& text) {
-  return RawCard(SyntheticCard(keyword, text));
-}
-
-SyntheticTable& SyntheticTable::Card(const std::string& keyword, double number) {
-  return RawCard(SyntheticCard(keyword, number));
-}
-
 SyntheticTable& SyntheticTable::RawCard(const std::string& card) {
   cards_ += RawCardText(card);
   return *this;
@@ -156,11 +126,6 @@ SyntheticTable& SyntheticTable::Row(const std::vector<SyntheticCell>& cells) {
   if (cells.size() != fields_.size()) throw std::logic_error("a row needs one cell a column");
   for (size_t i = 0; i < cells.size(); ++i) AppendCell(rows_, Form(fields_[i].tform), cells[i]);
   ++rowCount_;
-  return *this;
-}
-
-SyntheticTable& SyntheticTable::Heap(const std::string& bytes) {
-  heap_ = bytes;
   return *this;
 }
 
@@ -193,26 +158,10 @@ SyntheticFITS SyntheticFITS::UV(int stokes, int ifs, int channels) {
   return fits;
 }
 
-SyntheticFITS& SyntheticFITS::Bitpix(int bitpix) {
-  bitpix_ = bitpix;
-  return *this;
-}
-
 SyntheticFITS& SyntheticFITS::Scale(double bscale, double bzero) {
   isScaled_ = true;
   bscale_ = bscale;
   bzero_ = bzero;
-  return *this;
-}
-
-SyntheticFITS& SyntheticFITS::Axis(const std::string& ctype, int length, double crval, double cdelt, double crpix,
-                                   double crota) {
-  axes_.push_back({ctype, length, {crval, cdelt, crpix, crota}});
-  return *this;
-}
-
-SyntheticFITS& SyntheticFITS::Parameter(const std::string& ptype, double pscal, double pzero) {
-  parameters_.push_back({ptype, pscal, pzero});
   return *this;
 }
 
@@ -223,21 +172,8 @@ SyntheticFITS& SyntheticFITS::Groups(int count, ParameterFunction parameter, Val
   return *this;
 }
 
-SyntheticFITS& SyntheticFITS::Card(const std::string& keyword, const std::string& text) {
-  return RawCard(SyntheticCard(keyword, text));
-}
-
-SyntheticFITS& SyntheticFITS::Card(const std::string& keyword, double number) {
-  return RawCard(SyntheticCard(keyword, number));
-}
-
 SyntheticFITS& SyntheticFITS::RawCard(const std::string& card) {
   cards_ += RawCardText(card);
-  return *this;
-}
-
-SyntheticFITS& SyntheticFITS::Table(const SyntheticTable& table) {
-  tables_ += table.Bytes();
   return *this;
 }
 
@@ -308,13 +244,6 @@ std::string SyntheticFITS::Bytes() const {
   std::string bytes = Header() + Data() + tables_;
   for (const auto& damage : damages_) damage(bytes);
   return bytes;
-}
-
-void SyntheticFITS::WriteTo(const std::string& path) const {
-  const std::string bytes = Bytes();
-  std::ofstream file(path, std::ios::binary);
-  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!file.flush()) throw std::runtime_error("cannot write " + path);
 }
 
 }  // namespace zeltra::test

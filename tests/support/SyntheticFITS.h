@@ -12,6 +12,10 @@
 
 namespace zeltra::test {
 
+/// A card `keyword = 'text'` or `keyword = number`, 80 characters.
+std::string SyntheticCard(const std::string& keyword, const std::string& text);
+std::string SyntheticCard(const std::string& keyword, double number);
+
 /// The content of one field of one row: numbers, or text for a field of letter A. What is missing is zero or blank.
 struct SyntheticCell {
   template <typename Number>
@@ -26,30 +30,31 @@ struct SyntheticCell {
 };
 
 /// An extension table:
-///   SyntheticTable("AIPS FQ").Column("FRQSEL", "1J").Column("IF FREQ", "2D", "HZ").Card("NO_IF", 2).Row({1, {0.,
-///   8e6}})
+///   SyntheticTable("AIPS FQ").Columns({{"FRQSEL", "1J"}, {"IF FREQ", "2D", "HZ"}}).Row({1, {0., 8e6}})
 class SyntheticTable {
  public:
   explicit SyntheticTable(std::string extname, std::string xtension = "BINTABLE");
 
-  /// A field of letter L, X, B, I, J, K, A, E, D, C, M or P. Its TUNIT card is written even if the unit is empty.
-  SyntheticTable& Column(const std::string& ttype, const std::string& tform, const std::string& tunit = "");
+  struct Field {
+    std::string ttype, tform, tunit = "";
+  };
+
+  /// Fields of letter L, X, B, I, J, K, A, E, D, C, M or P. A TUNIT card is written even if the unit is empty.
+  SyntheticTable& Columns(std::vector<Field> fields) { return fields_ = std::move(fields), *this; }
   /// A card after those of the columns.
-  SyntheticTable& Card(const std::string& keyword, const std::string& text);
-  SyntheticTable& Card(const std::string& keyword, double number);
+  template <typename Value>
+  SyntheticTable& Card(const std::string& keyword, const Value& value) {
+    return RawCard(SyntheticCard(keyword, value));
+  }
   SyntheticTable& RawCard(const std::string& card);
   /// One cell a column; bits of an X field are given as one number, most significant byte first.
   SyntheticTable& Row(const std::vector<SyntheticCell>& cells);
   /// Bytes after the rows, counted by PCOUNT.
-  SyntheticTable& Heap(const std::string& bytes);
+  SyntheticTable& Heap(const std::string& bytes) { return heap_ = bytes, *this; }
 
   std::string Bytes() const;
 
  private:
-  struct Field {
-    std::string ttype, tform, tunit;
-  };
-
   std::string extname_;
   std::string xtension_;
   std::vector<Field> fields_;
@@ -74,20 +79,25 @@ class SyntheticFITS {
   static SyntheticFITS UV(int stokes, int ifs, int channels);
 
   /// 8, 16, 32, -32 (the default) or -64.
-  SyntheticFITS& Bitpix(int bitpix);
+  SyntheticFITS& Bitpix(int bitpix) { return bitpix_ = bitpix, *this; }
   /// Write BSCALE and BZERO: stored values are (value - bzero) / bscale.
   SyntheticFITS& Scale(double bscale, double bzero);
   /// The next axis; NAXIS1 = 0 comes before the first. An empty `ctype` gets a length and no other cards.
-  SyntheticFITS& Axis(const std::string& ctype, int length, double crval = 1, double cdelt = 1, double crpix = 1,
-                      double crota = 0);
+  SyntheticFITS& Axis(const std::string& ctype, int length, double crval = 1, double cdelt = 1, double crpix = 1) {
+    return axes_.push_back({ctype, length, {crval, cdelt, crpix, 0}}), *this;
+  }
   /// The next random parameter: stored values are (value - pzero) / pscal.
-  SyntheticFITS& Parameter(const std::string& ptype, double pscal = 1, double pzero = 0);
+  SyntheticFITS& Parameter(const std::string& ptype, double pscal = 1, double pzero = 0) {
+    return parameters_.push_back({ptype, pscal, pzero}), *this;
+  }
   SyntheticFITS& Groups(int count, ParameterFunction parameter, ValueFunction value);
   /// A card after those of the axes and parameters.
-  SyntheticFITS& Card(const std::string& keyword, const std::string& text);
-  SyntheticFITS& Card(const std::string& keyword, double number);
+  template <typename Value>
+  SyntheticFITS& Card(const std::string& keyword, const Value& value) {
+    return RawCard(SyntheticCard(keyword, value));
+  }
   SyntheticFITS& RawCard(const std::string& card);
-  SyntheticFITS& Table(const SyntheticTable& table);
+  SyntheticFITS& Table(const SyntheticTable& table) { return tables_ += table.Bytes(), *this; }
 
   SyntheticFITS& Truncate(size_t size);
   SyntheticFITS& Flip(size_t offset, unsigned char mask = 0xFF);
@@ -97,7 +107,6 @@ class SyntheticFITS {
   SyntheticFITS& Append(const std::string& bytes);
 
   std::string Bytes() const;
-  void WriteTo(const std::string& path) const;
 
  private:
   struct AxisCards {
@@ -128,10 +137,6 @@ class SyntheticFITS {
   std::string tables_;
   std::vector<std::function<void(std::string&)>> damages_;
 };
-
-/// A card `keyword = 'text'` or `keyword = number`, 80 characters.
-std::string SyntheticCard(const std::string& keyword, const std::string& text);
-std::string SyntheticCard(const std::string& keyword, double number);
 
 }  // namespace zeltra::test
 

@@ -75,8 +75,6 @@ class SyntheticUVX {
   SyntheticUVX& Stokes(std::vector<int> codes) { return stokes_ = std::move(codes), *this; }
   /// Change each record before it is written.
   SyntheticUVX& Edit(std::function<void(SyntheticRecord&)> edit) { return edit_ = std::move(edit), *this; }
-  /// Leave records out.
-  SyntheticUVX& Keep(std::function<bool(const SyntheticRecord&)> keep) { return keep_ = std::move(keep), *this; }
   /// Add a table.
   SyntheticUVX& Table(SyntheticUVXTable table) { return tables_.push_back(std::move(table)), *this; }
   /// Add what an import would: "FQ" (IFs 100 MHz apart, channels of 1 MHz, setup 1), "AN" (antenna i at (100 i, 10 i,
@@ -114,7 +112,6 @@ class SyntheticUVX {
   int antennas_ = 3, times_ = 2, sources_ = 1, ifs_ = 1, channels_ = 2;
   std::vector<int> stokes_ = {-1, -2};
   std::function<void(SyntheticRecord&)> edit_;
-  std::function<bool(const SyntheticRecord&)> keep_;
   std::vector<SyntheticUVXTable> tables_;
   bool standardTables_ = false;
   std::vector<std::function<void(std::string&)>> damage_;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -9,10 +8,8 @@
 #include <vector>
 
 #include "tests/support/MemoryFile.h"
-#include "tests/support/SyntheticFITS.h"
+#include "tests/support/OpenFITS.h"
 #include "tests/support/SyntheticUVX.h"
-#include "tests/support/TempFile.h"
-#include "zeltra/fits/AFITS.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXFile.h"
@@ -26,10 +23,10 @@ namespace zeltra {
 namespace {
 
 using test::MemoryFile;
+using test::OpenFITS;
 using test::SyntheticFITS;
 using test::SyntheticUVX;
 using test::SyntheticUVXTable;
-using test::TempFile;
 
 AUVXGroup Group(int source, int freqSel, double time, int ant1 = 1, int ant2 = 2, int flag = 0) {
   AUVXGroup group;
@@ -93,27 +90,18 @@ TEST(AUVXAntenns, AreReadFromTheirTable) {
   ASSERT_EQ(list.count(), 3);
   EXPECT_STREQ(list(1).name, "  ANTENNA1IS LONG") << "17 characters";
   EXPECT_EQ(list(1).Name(), "ANTENNA1IS LONG");
-  EXPECT_EQ(list(1).x, 100);
-  EXPECT_EQ(list(1).y, 101);
-  EXPECT_EQ(list(1).z, 102);
-  EXPECT_EQ(list(1).id, 20);
+  EXPECT_EQ((std::vector{list(1).x, list(1).y, list(1).z}), (std::vector{100.0, 101.0, 102.0}));
   EXPECT_EQ(list(2).id, 3) << "a number 0 becomes that of the row";
   EXPECT_EQ(list.IndexForID(20), 1);
   EXPECT_EQ(list.IndexForID(4), -1);
-  EXPECT_EQ(list.ForID(20).x, 100);
   EXPECT_EQ(list.ForID(4).id, 10) << "the first one";
 
   AUVXAntennsEx extended(table);
-  EXPECT_EQ(extended(2).dx, 0);
   EXPECT_EQ(extended(2).dz, 1);
-  EXPECT_EQ(extended(1).mount, 1);
   EXPECT_TRUE(extended(1).IsGround());
   EXPECT_FALSE(extended(2).IsGround());
-  EXPECT_EQ(extended(0).offset[0], 2.5);
   EXPECT_EQ(extended(0).offset[1], -1);
   EXPECT_EQ(extended(0).offset[2], 0) << "beyond the repeat count";
-  list.Init(table);
-  EXPECT_EQ(list.count(), 3);
 }
 
 TEST(AUVXAntenns, AnEmptyListGivesAnEmptyItem) {
@@ -145,11 +133,9 @@ TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   table.AddKeyWord("ARRAYX", "-1.6E+06", true);
   table.AddKeyWord("ARRAYZ", "3.5D+06", true);
   table.AddKeyWord("XYZHAND", "LEFT", false);
-  const AUVXAntenns list(table);
+  const AUVXAntenns list(table), copy(list);
   EXPECT_EQ(list.ArrayX(), -1.6e6);
-  EXPECT_EQ(list.ArrayY(), 0);
   EXPECT_EQ(list.ArrayZ(), 3.5e6);
-  const AUVXAntenns copy(list);
   EXPECT_EQ(copy.count(), 3);
   EXPECT_TRUE(copy.IsRight());
   EXPECT_EQ(copy.ArrayX(), 0);
@@ -157,7 +143,6 @@ TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   assigned = list;
   EXPECT_EQ(assigned.count(), 3);
   EXPECT_FALSE(assigned.IsRight());
-  EXPECT_EQ(assigned.ArrayX(), 0);
 }
 
 TEST(AUVXAntenns, WithoutBaselinesAreListedForDeletion) {
@@ -169,11 +154,8 @@ TEST(AUVXAntenns, WithoutBaselinesAreListedForDeletion) {
 
   const AUVXAntenns made(baseLines);
   ASSERT_EQ(made.count(), 2);
-  EXPECT_EQ(made(0).Name(), "TLSC1");
-  EXPECT_EQ(made(0).id, 3);
   EXPECT_EQ(made(1).Name(), "TLSC2");
   EXPECT_EQ(made(1).id, 200);
-  EXPECT_FALSE(made.IsRight());
 }
 
 TEST(AUVXAntenns, BecomeATable) {
@@ -226,45 +208,33 @@ TEST(AUVXSources, AreReadFromEitherKindOfTable) {
     table.SetText(row, 1, row ? "3C 84" : "M 87");
     for (int i = 2; i < 7; ++i) table.SetNumber(row, i, 0, 10 * row + i);
   }
+  const auto values = [](const AUVXSourceItem& item) {
+    return std::vector{item.epoch, item.raEpoch, item.decEpoch, item.raApp, item.decApp};
+  };
   AUVXSources list(table);
   ASSERT_EQ(list.count(), 2);
-  AUVXSourceItem& item = list.ForID(6);
-  EXPECT_EQ(item.Name(), "3C 84");
-  EXPECT_EQ(item.epoch, 12);
-  EXPECT_EQ(item.raEpoch, 13);
-  EXPECT_EQ(item.decEpoch, 14);
-  EXPECT_EQ(item.raApp, 15);
-  EXPECT_EQ(item.decApp, 16);
+  EXPECT_EQ(list.ForID(6).Name(), "3C 84");
+  EXPECT_EQ(values(list.ForID(6)), (std::vector{12.0, 13.0, 14.0, 15.0, 16.0}));
 
   const std::unique_ptr<AUVXTable> made(list.ToUVXTable());
   EXPECT_EQ(made->ID(), 0x5553);
   EXPECT_EQ(ColumnText(*made),
             "ID. NO. ||1J\nSOURCE  ||16A\nEPOCH   |YEARS   |1D\nRAAPP   |DEGREES |1D\nDECAPP  |DEGREES |1D\n");
   AUVXSources again(*made);
-  EXPECT_EQ(again(1).id, 6);
-  EXPECT_EQ(again(1).Name(), "3C 84");
-  EXPECT_EQ(again(1).decApp, 16);
-  EXPECT_EQ(again(1).raEpoch, 0);
+  EXPECT_EQ(again.ForID(6).Name(), "3C 84");
+  EXPECT_EQ(values(again.ForID(6)), (std::vector{12.0, 0.0, 0.0, 15.0, 16.0}));
 
   AUVXBaseLines baseLines = BaseLines({Group(6, 1, 0), Group(9, 1, 0)});
   const std::unique_ptr<AArray<int>> rows(list.GetDeleteRows(baseLines));
   EXPECT_EQ(Elements(rows), std::vector{0});
 }
 
-TEST(AUVXSources, OfAFITSFileWithoutTableAreMadeOfItsHeader) {
-  const TempFile path("fits");
-  SyntheticFITS fitsBytes;
-  fitsBytes.Axis("COMPLEX", 3)
-      .Axis("STOKES", 1)
-      .Axis("FREQ", 1, 1.4e9, 1e6, 1)
-      .Axis("RA---SIN", 1, 187.5, 0.5, 3)
-      .Axis("DEC--SIN", 1, 12.0, 1, 1)
-      .Card("OBJECT", "M87")
-      .Card("EPOCH", 1950.0)
-      .WriteTo(path.path());
-  AFITS fits;
-  ASSERT_TRUE(fits.Open(path.path()) && fits.ReadHeaders());
-  AUVXSources list(fits);
+TEST(AUVXLists, OfAFITSFileWithoutTablesAreMadeOfItsHeader) {
+  SyntheticFITS made;
+  made.Axis("COMPLEX", 3).Axis("STOKES", 1).Axis("FREQ", 4, 1.4e9, -1e6, 3);
+  made.Axis("RA---SIN", 1, 187.5, 0.5, 3).Axis("DEC--SIN", 1, 12.0).Card("OBJECT", "M87").Card("EPOCH", 1950.0);
+  OpenFITS file(made);
+  AUVXSources list(file.fits);
   ASSERT_EQ(list.count(), 1);
   EXPECT_EQ(list(0).id, 1);
   EXPECT_EQ(list(0).Name(), "M87");
@@ -272,6 +242,15 @@ TEST(AUVXSources, OfAFITSFileWithoutTableAreMadeOfItsHeader) {
   EXPECT_EQ(list(0).raEpoch, 186.5);
   EXPECT_EQ(list(0).decApp, 12);
   EXPECT_EQ(list(0).epoch, -1950);
+  const AUVXFreqs freqs(file.fits, 1);
+  ASSERT_EQ(freqs.freqs(), 4);
+  EXPECT_EQ(freqs(0), 1.402e9);
+  EXPECT_EQ(freqs(3), 1.399e9);
+
+  OpenFITS channel(made.ReplaceCard("NAXIS4", "NAXIS4  = 1").ReplaceCard("CDELT4", "CDELT4  = 8E6"));
+  const std::unique_ptr<AUVXTable> single(AUVXFreqs(channel.fits, 1).ToUVXTable(1.4e9));
+  EXPECT_EQ(single->Number(0, single->FindColumn("CH WIDTH")), 8e6) << "a single channel keeps its width";
+  EXPECT_EQ(single->Number(0, single->FindColumn("TOTAL BANDWIDTH")), 8e6);
 }
 
 TEST(AUVXSources, ArePrecessedOnce) {
@@ -306,18 +285,15 @@ TEST(AUVXPosition, IsMadeOfRecordsInTheirOrder) {
     AUVXGroup group = Group(source, setup, time);
     index.CheckUVGroup(group, record++);
   }
+  // Source, first and last record, start and duration. A time before the start does not move it.
+  const double expected[][5] = {{1, 1, 3, 10, 5}, {2, 4, 4, 20, 0}, {1, 5, 5, 30, 0}, {1, 6, 7, 31, 3}};
   ASSERT_EQ(index.count(), 4);
-  EXPECT_EQ(index(0).start, 10);
-  EXPECT_EQ(index(0).duration, 5);
-  EXPECT_EQ(index(0).startVis, 1);
-  EXPECT_EQ(index(0).endVis, 3);
-  EXPECT_EQ(index(1).sourceId, 2);
-  EXPECT_EQ(index(1).startVis, 4);
-  EXPECT_EQ(index(2).endVis, 5);
-  EXPECT_EQ(index(2).subarray, 1);
-  EXPECT_EQ(index(3).start, 31) << "a time before the start does not move it";
-  EXPECT_EQ(index(3).duration, 3);
-
+  for (int i = 0; i < 4; ++i) {
+    const AUVXPositionItem& scan = index(i);
+    const double found[] = {double(scan.sourceId), double(scan.startVis), double(scan.endVis), scan.start,
+                            scan.duration};
+    for (int k = 0; k < 5; ++k) EXPECT_EQ(found[k], expected[i][k]) << i << ", " << k;
+  }
   EXPECT_EQ(index.CountForSrc(1), 6);
   EXPECT_EQ(index.CountForSrc(3), 0);
   EXPECT_EQ(index.FreqSelForSrc(2), 1);
@@ -342,20 +318,13 @@ TEST(AUVXPosition, HoldsSecondsAndItsTableDays) {
   ASSERT_EQ(index.count(), 1);
   EXPECT_NEAR(index(0).start, 42768, 1e-9);
   EXPECT_NEAR(index(0).duration, 864, 1e-9);
-  EXPECT_EQ(index(0).sourceId, 3);
-  EXPECT_EQ(index(0).subarray, 2);
-  EXPECT_EQ(index(0).startVis, 11);
-  EXPECT_EQ(index(0).endVis, 20);
-  EXPECT_EQ(index(0).freqId, 4);
 
   const std::unique_ptr<AUVXTable> table(index.ToUVXTable());
   EXPECT_EQ(table->ID(), 0x584E);
   EXPECT_EQ(ColumnText(*table),
             "TIME    |DAYS    |1E\nTIME INTERVAL|DAYS    |1E\nSOURCE ID||1J\nSUBARRAY||1J\nSTART VIS||1J\n"
             "END VIS ||1J\nFREQ ID ||1J\n");
-  EXPECT_EQ(table->Number(0, 0), 0.5);
-  EXPECT_EQ(table->Number(0, 1), 0.01f);
-  for (int i = 2; i < 7; ++i) EXPECT_EQ(table->Number(0, i), row[i]);
+  for (int i = 0; i < 7; ++i) EXPECT_EQ(table->Number(0, i), static_cast<float>(row[i]));
 }
 
 TEST(AUVXPosition, IsShiftedByTheTimeOfDay) {
@@ -433,37 +402,17 @@ TEST(AUVXFreqs, ComeFromTheSetupOfAFile) {
   Attach(uvx, file);
   const AUVXFreqs third(uvx, 3);
   ASSERT_EQ(third.freqs(), 6);
-  EXPECT_EQ(third.IFs(), 2);
-  EXPECT_EQ(third.channels(), 3);
   EXPECT_EQ(third(2, 0), 1.402e9);
   EXPECT_EQ(third(2, 1), 1.4e9 + 1.5e8 - 4e6);
   EXPECT_EQ(third(3), 1.55e9);
   EXPECT_EQ(AUVXFreqs(uvx, 1)(0, 1), 1.45e9);
   EXPECT_EQ(AUVXFreqs(uvx, 2)(0, 1), 1.45e9) << "an unknown setup falls back to the first row";
-}
 
-TEST(AUVXFreqs, OfAFileWithoutTableAreThoseOfItsHeader) {
-  MemoryFile file(SyntheticUVX().IFs(0).Channels(2).Bytes());
-  AUVXFile uvx;
-  const AUVXFreqs flat(Attach(uvx, file), 1);
+  MemoryFile bare(SyntheticUVX().IFs(0).Channels(2).Bytes());
+  AUVXFile without;
+  const AUVXFreqs flat(Attach(without, bare), 1);
   ASSERT_EQ(flat.count(), 2);
-  EXPECT_EQ(flat(0), 1.4e9);
-  EXPECT_EQ(flat(1), 1.4e9);
-
-  const TempFile path("fits");
-  SyntheticFITS made;
-  made.Axis("COMPLEX", 3)
-      .Axis("STOKES", 1)
-      .Axis("FREQ", 4, 1.4e9, -1e6, 3)
-      .Axis("RA", 1)
-      .Axis("DEC", 1)
-      .WriteTo(path.path());
-  AFITS fits;
-  ASSERT_TRUE(fits.Open(path.path()) && fits.ReadHeaders());
-  const AUVXFreqs freqs(fits, 1);
-  ASSERT_EQ(freqs.freqs(), 4);
-  EXPECT_EQ(freqs(0), 1.402e9);
-  EXPECT_EQ(freqs(3), 1.399e9);
+  EXPECT_EQ(flat(1), 1.4e9) << "that of the header";
 }
 
 TEST(AUVXFreqs, BecomeATable) {
@@ -483,23 +432,6 @@ TEST(AUVXFreqs, BecomeATable) {
   for (int column = 0; column < 5; ++column) {
     for (int i = 0; i < (column ? 2 : 1); ++i) EXPECT_EQ(table->Number(0, column, i), expected[column][i]) << column;
   }
-}
-
-TEST(AUVXFreqs, KeepTheWidthOfSingleChannels) {
-  const TempFile path("fits");
-  SyntheticFITS made;
-  made.Axis("COMPLEX", 3)
-      .Axis("STOKES", 1)
-      .Axis("FREQ", 1, 1.4e9, 8e6, 1)
-      .Axis("RA", 1)
-      .Axis("DEC", 1)
-      .WriteTo(path.path());
-  AFITS fits;
-  ASSERT_TRUE(fits.Open(path.path()) && fits.ReadHeaders());
-  const AUVXFreqs freqs(fits, 1);
-  const std::unique_ptr<AUVXTable> table(AUVXFreqs(freqs).ToUVXTable(1.4e9));
-  EXPECT_EQ(table->Number(0, table->FindColumn("CH WIDTH")), 8e6);
-  EXPECT_EQ(table->Number(0, table->FindColumn("TOTAL BANDWIDTH")), 8e6);
 }
 
 TEST(AUVXFreqs, AreNotTakenWhereTheFileCannotHoldThem) {

@@ -61,16 +61,11 @@ TEST(UVXFileWriting, CommitsByteForByteWhatTheFormatSays) {
     ASSERT_TRUE(uvx.Write(header));
     for (const auto& record : expected.Records()) {
       AUVXGroup group;
-      group.frqsel = 1;
-      group.source = static_cast<int16_t>(record.source);
-      group.uu = record.u;
-      group.vv = record.v;
-      group.ww = record.w;
+      group.frqsel = 1, group.source = static_cast<int16_t>(record.source);
+      group.uu = record.u, group.vv = record.v, group.ww = record.w;
       group.date = record.date;
-      group.ant1 = static_cast<int8_t>(record.ant1);
-      group.ant2 = static_cast<int8_t>(record.ant2);
-      ASSERT_TRUE(uvx.SeekUVGroup(record.index));
-      ASSERT_TRUE(group.store(uvx));
+      group.ant1 = static_cast<int8_t>(record.ant1), group.ant2 = static_cast<int8_t>(record.ant2);
+      ASSERT_TRUE(uvx.SeekUVGroup(record.index) && group.store(uvx));
       group.check(header.range);
       for (const auto& value : record.values) {
         AUVXComplex one(value.re, value.im, value.weight);
@@ -134,16 +129,12 @@ TEST(UVXFileWriting, GeometryFollowsTheHeader) {
   ASSERT_TRUE(uvx.Write(header));
   EXPECT_EQ(uvx.recSize(), 1562);
 
-  ASSERT_TRUE(uvx.SeekUVGroup(3));
-  EXPECT_EQ(uvx.GetPos(), 481 + 3 * 1562);
-  ASSERT_TRUE(uvx.SeekUVVis(3));
-  EXPECT_EQ(uvx.GetPos(), 481 + 26 + 3 * 1562);
-  ASSERT_TRUE(uvx.SeekUVXComplex(3, 1, 5, 2));
-  EXPECT_EQ(uvx.GetPos(), 481 + 26 + 3 * 1562 + 12 * (4 * 21 + 2));
-  ASSERT_TRUE(uvx.SeekUVXComplex(3, 21, 2));
-  EXPECT_EQ(uvx.GetPos(), 481 + 26 + 3 * 1562 + 12 * (4 * 21 + 2));
-  ASSERT_TRUE(uvx.SeekUVGroup(2000000000));
-  EXPECT_EQ(uvx.GetPos(), 481 + 2000000000LL * 1562);
+  const int64 third = 481 + 3 * 1562, value = third + 26 + 12 * (4 * 21 + 2);
+  EXPECT_TRUE(uvx.SeekUVGroup(3) && uvx.GetPos() == third);
+  EXPECT_TRUE(uvx.SeekUVVis(3) && uvx.GetPos() == third + 26);
+  EXPECT_TRUE(uvx.SeekUVXComplex(3, 1, 5, 2) && uvx.GetPos() == value);
+  EXPECT_TRUE(uvx.SeekUVXComplex(3, 21, 2) && uvx.GetPos() == value);
+  EXPECT_TRUE(uvx.SeekUVGroup(2000000000) && uvx.GetPos() == 481 + 2000000000LL * 1562);
   EXPECT_FALSE(uvx.SeekUVGroup(-1));
 
   header = HeaderOf(8, 1, 1, 9);
@@ -190,33 +181,18 @@ TEST(UVXFileTables, AFailedSeekIsShown) {
   EXPECT_EQ(lastMessage, " not good");
 }
 
-TEST(UVXFileOpening, ReadsWhatTheHeaderSays) {
+TEST(UVXFileOpening, FindsAndStoresPolarisations) {
   TempFile path("uvx");
-  path.Put(SyntheticUVX().IFs(0).Channels(16).Stokes({1, 2, 3, 4}).Tables().Bytes());
+  path.Put(SyntheticUVX().IFs(0).Channels(16).Stokes({1, 2, 3, 2}).Tables().Bytes());
   AUVXFile uvx;
   ASSERT_TRUE(uvx.OpenBuff(path.c_str(), 0, 1 << 16));
-  EXPECT_EQ(uvx.count(), 6);
-  EXPECT_EQ(uvx.IFs(), 0);
-  EXPECT_EQ(uvx.channels(), 16);
-  EXPECT_EQ(uvx.stokes(), 4);
-  EXPECT_EQ(uvx.freq0(), 1.4e9);
-  EXPECT_EQ(uvx.DataOffset(), 481);
   EXPECT_EQ(uvx.TableDirectoryOffset(), 481 + 6 * 794);
-  EXPECT_EQ(uvx.HeldRecords(), 6);
-
-  AUVXHeader header(uvx);
-  EXPECT_STREQ(header.info.observer, "OBSERVER");
-  EXPECT_EQ(CalendarDate(header.info.dateObs).year, 2017);
-  AUVXMinMax range(uvx);
-  EXPECT_EQ(double{range.w().minimum}, -5);
-  EXPECT_EQ(double{range.re().maximum}, 5 + 63 / 1024.0);
-  EXPECT_EQ(double{range.weight().maximum}, 3);
   AUVXStokes stokes(uvx);
   int index = -7;
-  EXPECT_TRUE(stokes.FindStokes(3, index));
-  EXPECT_EQ(index, 2);
+  EXPECT_TRUE(stokes.FindStokes(2, index));
+  EXPECT_EQ(index, 1) << "the first of two";
   EXPECT_FALSE(stokes.FindStokes(0, index)) << "codes behind the count do not count";
-  EXPECT_EQ(index, 2);
+  EXPECT_EQ(index, 1);
   stokes(1) = -8;
   ASSERT_TRUE(stokes.Store(uvx));
   EXPECT_EQ(AUVXHeader(uvx).stokes(1), -8);

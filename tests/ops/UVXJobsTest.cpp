@@ -8,6 +8,7 @@
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/RecomputeUVW.h"
@@ -64,29 +65,6 @@ std::string Image(AUVXInput& input, const std::string& code) {
 std::string Error(const AResult& result) {
   EXPECT_EQ(result.code(), AResult::Failed);
   return result.message();
-}
-
-TEST(CopyUVX, CopiesEverythingAsItIs) {
-  const SyntheticUVXTable other{"ZZ", 2, 0, {{"KEY", "7", true}}, {{"X", "", "1J"}}, "12345678"};
-  const SyntheticUVX builder = SyntheticUVX().Sources(2).IFs(2).Tables().Table(other);
-  Source source(builder);
-  Made copy;
-  CopySummary summary;
-  ASSERT_TRUE(CopyUVX(source, copy.path(), {}, &summary));
-  EXPECT_EQ(summary.records, 12);
-  copy.Look();
-  const size_t end = builder.DirectoryOffset();
-  EXPECT_EQ(copy.Bytes().substr(0, end), builder.Bytes().substr(0, end));
-  for (const char* code : {"FQ", "AN", "SU", "ZZ"}) EXPECT_EQ(Image(source, code), Image(copy, code)) << code;
-  EXPECT_NE(Image(copy, "BL"), "none");
-
-  const AUVXPosition index(*copy.Table("NX"));
-  ASSERT_EQ(index.count(), 2);
-  EXPECT_EQ(index(1).startVis, 7);
-  EXPECT_EQ(index(1).endVis, 12);
-  // 32-bit floats of days. The second source follows after two times of 10 s.
-  EXPECT_NEAR(index(1).start, 6 * 3600 + 20, 0.01);
-  EXPECT_NEAR(index(1).duration, 10, 0.01);
 }
 
 TEST(CopyUVX, KeepsTheRecordsThatAreSelected) {
@@ -250,16 +228,6 @@ TEST(CopyUVX, RefusesRecordsThatAreTooLong) {
   EXPECT_THAT(Error(ClosurePhases(source, {}, nullptr)), HasSubstr("too long"));
 }
 
-TEST(CopyUVX, LeavesNothingWhenCancelled) {
-  Source source(SyntheticUVX().Tables());
-  TempFile out("uvx");
-  int cancel = 1;
-  CopyOptions options;
-  options.cancel = &cancel;
-  EXPECT_EQ(CopyUVX(source, out.path(), options, nullptr).code(), AResult::Cancelled);
-  EXPECT_FALSE(out.exists());
-}
-
 TEST(CopyUVX, GivesAFileWithoutAnIndexOne) {
   Source source(SyntheticUVX().Sources(2));
   Made copy;
@@ -322,6 +290,85 @@ TEST(FindClosedLoops, ListsChainsOfUnflaggedBaselines) {
   EXPECT_THAT(Error(FindClosedLoops(copy, options, found)), HasSubstr("those of antenna 3 are 1-3, 2-3"));
   options.baseline = "3";
   EXPECT_THAT(Error(FindClosedLoops(copy, options, found)), HasSubstr("not a baseline"));
+}
+
+AResult Averages(AUVXInput& input, const AverageOptions& options) {
+  return Average(input, options, [](AUVXGroup&, AUVXVisibility&) { return AResult::Ok(); });
+}
+
+AverageOptions Every(double seconds) {
+  AverageOptions options;
+  options.interval = seconds;
+  return options;
+}
+
+TEST(Average, RefusesWhatItWouldGetWrong) {
+  Source backwards(SyntheticUVX().Antennas(2).Times(3).Tables().Edit([](SyntheticRecord& record) {
+    if (record.index == 1) record.date -= 0.01;
+  }));
+  EXPECT_THAT(Error(Averages(backwards, Every(10))), HasSubstr("record 1 goes back in time"));
+  Source unindexed(SyntheticUVX().Antennas(2));
+  EXPECT_THAT(Error(Averages(unindexed, Every(10))), HasSubstr("no index table NX"));
+  const SyntheticUVX builder = SyntheticUVX().Antennas(2).Sources(2).Tables();
+  // The source number of the first record.
+  Source mislabelled(SyntheticUVX(builder).Put(481 + 2, int16_t{2}));
+  EXPECT_THAT(Error(Averages(mislabelled, Every(10))), HasSubstr("record 0 is of source 2"));
+  Source file(builder);
+  AverageOptions options = Every(10);
+  options.freqSel = 4;
+  EXPECT_THAT(Error(Averages(file, options)), HasSubstr("setup 4; there are 1"));
+  options = Every(10);
+  options.mix = AverageMix::Cross;
+  EXPECT_THAT(Error(Averages(file, options)), HasSubstr("the polarisations are RR, LL"));
+  EXPECT_THAT(Error(Averages(file, Every(0))), HasSubstr("0.001 s"));
+  TempFile out("uvx");
+  options = Every(10);
+  options.start = 2460000.5;
+  EXPECT_THAT(Error(AverageUVX(file, out.path(), options)), HasSubstr("no record is selected"));
+  EXPECT_THAT(Error(Averages(file, options)), HasSubstr("the Julian dates 2457754.75"));
+  EXPECT_FALSE(out.exists());
+}
+
+TEST(Average, EndsWhenItIsAskedTo) {
+  Source file(SyntheticUVX().Antennas(2).Times(3).Tables());
+  int cancel = 0, taken = 0;
+  AverageOptions options = Every(-1);
+  options.cancel = &cancel;
+  const auto stop = [&](AUVXGroup&, AUVXVisibility&) { return ++taken == 2 ? AResult::Fail("full") : AResult::Ok(); };
+  EXPECT_EQ(Error(Average(file, options, stop)), "full");
+  cancel = 1;
+  EXPECT_EQ(Average(file, options, stop).code(), AResult::Cancelled);
+  EXPECT_EQ(taken, 2);
+}
+
+TEST(ClosurePhases, ClosesTheTrianglesOfAnAntenna) {
+  // The last baseline of the second time, 3-200, is not valid.
+  Source file(SyntheticUVX().Antennas(4).Times(2).Tables().Edit([](SyntheticRecord& record) {
+    if (record.ant2 == 4) record.ant2 = 200;
+    if (record.index == 11) record.values[0].weight = 0;
+  }));
+  ClosureOptions options;
+  std::vector<std::string> triangles;
+  const auto sink = [&](const AClosurePhase& closure) {
+    const int* a = closure.antennas;
+    triangles.push_back(std::to_string(a[0]) + "-" + std::to_string(a[1]) + "-" + std::to_string(a[2]));
+    return AResult::Ok();
+  };
+  ASSERT_TRUE(ClosurePhases(file, options, sink));
+  EXPECT_THAT(triangles, testing::UnorderedElementsAre("1-2-3", "1-2-200", "1-3-200", "2-3-200", "1-2-3", "1-2-200"));
+  triangles.clear();
+  options.antenna = "2";
+  options.stop = SyntheticUVX::kStart;
+  ASSERT_TRUE(ClosurePhases(file, options, sink));
+  EXPECT_THAT(triangles, testing::UnorderedElementsAre("1-2-3", "1-2-200", "2-3-200"));
+  options.antenna = "ANT9";
+  EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no antenna ANT9; there are 1 (ANT1)"));
+  options = ClosureOptions();
+  options.stokes = "RL";
+  EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no polarisation RL; there are RR, LL, I, V"));
+  options.stokes = "I";
+  options.channel = 2;
+  EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no channel 2; there are 2"));
 }
 
 }  // namespace
