@@ -13,6 +13,8 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zeltraConfig.cmake.in ${
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zeltraConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zeltraConfig.cmake ${PROJECT_BINARY_DIR}/zeltraConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra)
+# From the folder of zeltra.pc, so that an installed copy may be moved.
+file(RELATIVE_PATH ZELTRA_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zeltra.pc.in ${PROJECT_BINARY_DIR}/zeltra.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zeltra.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md

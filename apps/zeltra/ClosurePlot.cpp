@@ -22,6 +22,10 @@ AResult BusiestAntenna(SelectedVisibilities& data, const JobOptions& options, in
     ++counts[static_cast<uint8_t>(visibility.group->ant1)];
     ++counts[static_cast<uint8_t>(visibility.group->ant2)];
   });
+  // The table may lack antennas, which cannot be asked for.
+  for (int i = 0; i < 256; ++i) {
+    if (data.contents().antennas().IndexForID(i) < 0) counts[static_cast<size_t>(i)] = 0;
+  }
   const auto most = std::max_element(counts.begin(), counts.end());
   antenna = *most > 0 ? static_cast<int>(most - counts.begin()) : -1;
   return result;
@@ -85,7 +89,8 @@ AResult ClosurePlot::LookUp() {
     return result;
   }
   static_cast<JobOptions&>(closure_) = options_;
-  closure_.source = std::to_string(data_.source().id);
+  // As it was named: the number of one source may be the name of another.
+  closure_.source = selection.source;
   closure_.antenna = std::to_string(antenna_);
   closure_.stokes = selection.stokes.front();
   closure_.IF = selection.IF;

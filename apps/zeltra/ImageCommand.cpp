@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "apps/zeltra/Command.h"
@@ -26,11 +27,22 @@ struct Arguments {
   ImageOptions options;
 };
 
+// Whether two names are those of one file, which need not be there yet.
+bool IsOneName(const std::string& a, const std::string& b) {
+  const auto split = [](const std::string& name) {
+    const size_t end = name.find_last_of("/\\") + 1;
+    return std::pair(end > 0 ? name.substr(0, end) : std::string("."), name.substr(end));
+  };
+  const auto [folderA, fileA] = split(a);
+  const auto [folderB, fileB] = split(b);
+  return IsSameFile(a, b) || (fileA == fileB && (folderA == folderB || IsSameFile(folderA, folderB)));
+}
+
 AResult CheckOutputs(const Arguments& arguments) {
   std::vector<std::string> names = {arguments.from};
   for (const std::string& name : {arguments.map, arguments.fits, arguments.png, arguments.beam}) {
     if (name.empty()) continue;
-    const auto isNamed = [&name](const std::string& other) { return other == name || IsSameFile(other, name); };
+    const auto isNamed = [&name](const std::string& other) { return IsOneName(other, name); };
     if (std::any_of(names.begin(), names.end(), isNamed)) return AResult::Fail(name + ": named twice");
     if (!arguments.force && PathExists(name)) {
       return AResult::Fail(name + ": exists already and is not replaced unasked");
@@ -40,30 +52,36 @@ AResult CheckOutputs(const Arguments& arguments) {
   return AResult::Ok();
 }
 
-AResult StorePicture(const DirtyImage& image, const std::string& path, bool overwrite) {
+AResult StorePicture(const DirtyImage& image, const std::string& path) {
   const std::string png = ImagePicture(image);
   if (png.empty()) return AResult::Fail(path + ": there is no memory for the picture");
-  return WriteWholeFile(path, png, overwrite);
+  return WriteWholeFile(path, png, false);
 }
 
-// All outputs, or none: those that are there are removed again when one cannot be written.
+// All outputs, or none: each is written beside its place, and put there when all of them are whole.
 AResult StoreAll(const Arguments& arguments, const DirtyImage& image) {
-  std::vector<std::string> stored;
+  struct Stored {
+    std::string name, temporary;
+  };
+  std::vector<Stored> outputs;
   AResult result = AResult::Ok();
   const auto store = [&](const std::string& name, const auto& write) {
     if (!result || name.empty()) return;
-    result = write(image, name, arguments.force);
-    if (result) stored.push_back(name);
+    outputs.push_back({name, TemporaryNameFor(name)});
+    const std::string& temporary = outputs.back().temporary;
+    result = write(temporary);
+    if (!result) result = AResult::Fail(name + result.message().substr(temporary.size()));
   };
-  store(arguments.map, [](const DirtyImage& from, const std::string& name, bool overwrite) {
-    return StoreMap(from, from.map, name, overwrite);
-  });
-  store(arguments.beam, [](const DirtyImage& from, const std::string& name, bool overwrite) {
-    return StoreMap(from, from.beam, name, overwrite);
-  });
-  store(arguments.fits, StoreFITSImage);
-  store(arguments.png, StorePicture);
-  if (!result) std::for_each(stored.begin(), stored.end(), RemoveFile);
+  store(arguments.map, [&](const std::string& name) { return StoreMap(image, image.map, name, false); });
+  store(arguments.beam, [&](const std::string& name) { return StoreMap(image, image.beam, name, false); });
+  store(arguments.fits, [&](const std::string& name) { return StoreFITSImage(image, name, false); });
+  store(arguments.png, [&](const std::string& name) { return StorePicture(image, name); });
+  for (const Stored& output : outputs) {
+    if (result && !MoveIntoPlace(output.temporary, output.name, arguments.force)) {
+      result = AResult::Fail(output.name + ": cannot be created");
+    }
+  }
+  for (const Stored& output : outputs) RemoveFile(output.temporary);
   return result;
 }
 

@@ -116,8 +116,11 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
     EXPECT_THAT(Fails({command, uvx_.path(), otherSpelling, "--force"}), HasSubstr("is the file that is read"));
   }
   EXPECT_THAT(Fails({"image", uvx_.path(), otherSpelling, "--source", "1", "--force"}), HasSubstr("named twice"));
-  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--source", "1", "--png", out.path() + "/none.png"}),
-              HasSubstr("cannot be created"));
+  EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1", "--png", out.path() + "/none.png", "--force"}),
+              HasSubstr("none.png: cannot be created"));
+  EXPECT_THAT(
+      Fails({"image", uvx_.path(), out.path(), "--source", "1", "--fits", std::string(out.path()).insert(name, "./")}),
+      HasSubstr("named twice"));
   EXPECT_THAT(Fails({"plot", uvx_.path(), "uv", kept.path() + ".svg", "--source", "9"}),
               HasSubstr("no record of source 9"));
   EXPECT_THAT(Fails({"plot", uvx_.path(), "phase", out.path() + ".svg", "--source", "1", "--antenna", "XY"}),

@@ -56,7 +56,7 @@ AResult AUVXInput::Import(const JobOptions& options) {
 AResult AUVXInput::OpenUVX(const std::string& path) {
   if (!file_.Open(path.c_str(), "rb", kBufferBytes)) return AResult::Fail(path_ + ": cannot be opened");
   if (!uvx_.Attach(&file_, 0, 0)) {
-    return AResult::Fail(path_ + ": damaged, the header in its first 481 bytes describes no possible file");
+    return AResult::Fail(path_ + ": damaged or cut short, it does not hold what its first 481 bytes promise");
   }
   const int held = uvx_.HeldRecords();
   if (held < uvx_.count()) {

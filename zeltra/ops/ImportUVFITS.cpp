@@ -390,9 +390,9 @@ void Importer::SettleDate() {
     header_.info.dateObs = std::isfinite(date) ? date : 0;
     isDateTaken_ = true;
     summary_.remarks.push_back("DATE-OBS cannot be read: the date of the first group is taken");
-  } else if (std::fabs(first.date - header_.info.dateObs) > kMostDaysAfterDate) {
-    summary_.remarks.push_back("DATE-OBS lies " + valToStr(std::round(first.date - header_.info.dateObs)) +
-                               " days before the first group");
+  } else if (const double days = first.date - header_.info.dateObs; std::fabs(days) > kMostDaysAfterDate) {
+    summary_.remarks.push_back("DATE-OBS lies " + valToStr(std::round(std::fabs(days))) + " days " +
+                               (days > 0 ? "before" : "after") + " the first group");
   }
 }
 
