@@ -224,5 +224,26 @@ class Interop(Case):
             with self.subTest(os.path.basename(path)):
                 self.check_file(path)
 
+    def test_rebuilt_index_agrees_with_the_files_own(self):
+        path = os.path.join(SHARED, "mojave.uvfits")
+        if not os.path.exists(path):
+            self.skipTest("no real files in " + SHARED)
+        zeltra("import", path, self.path("own.uvx"))
+        # Renaming the table hides it, so that the import has to build one.
+        with open(path, "rb") as given, open(self.path("hidden.uvfits"), "wb") as made:
+            made.write(given.read().replace(b"'AIPS NX '", b"'AIPS ZZ '"))
+        zeltra("import", self.path("hidden.uvfits"), self.path("rebuilt.uvx"))
+        own, rebuilt = uvx.File(self.path("own.uvx")).table("NX"), uvx.File(self.path("rebuilt.uvx")).table("NX")
+        values = [[t.column(i)[:, 0] for i in (0, 1, 5, 4)] for t in (own, rebuilt)]
+        (time, interval, end, start), (new_time, new_interval, new_end, new_start) = values
+        # One source: the rebuilt index has one scan from the first record of the first to the last of the last.
+        self.assertEqual((start[0], end[-1]), (new_start[0], new_end[-1]))
+        # Start and end lie half an integration outside the first and last time stamps of the file's own scans.
+        begin = (time - interval / 2)[0] * 86400
+        finish = (time + interval / 2)[-1] * 86400
+        self.assertAlmostEqual((new_time - new_interval / 2)[0] * 86400, begin, delta=1)
+        self.assertAlmostEqual((new_time + new_interval / 2)[-1] * 86400, finish, delta=1)
+
+
 if __name__ == "__main__":
     unittest.main(warnings="ignore")

@@ -124,6 +124,7 @@ AUVXTable SmallTable() {
   table.AddKeyWord("NO_POL", "2", true);
   table.AddKeyWord("RDATE", "it's 2017", false);
   table.AddKeyWord("FREQ", "1.2D+09", true);
+  table.AddKeyWord("SMALL", "1.5e-07", true);
   table.AddKeyWord("OK", "F", true);
   table.AddKeyWord("ODD", "1.2 Hz", true);
   table.AddKeyWord("low#3", "x", false);
@@ -147,19 +148,16 @@ TEST(AUVXToFITSTable, IsABinaryTableInWholeBlocks) {
   ASSERT_TRUE(table.ToFITS(out, 3));
   ASSERT_EQ(out.bytes.size(), 2u * 2880);
   const std::vector<std::string> cards = Cards(out.bytes);
-  const std::vector<std::string> expected = {"XTENSION= 'BINTABLE'           /", "BITPIX  =                    8 /",
-                                             "NAXIS   =                    2 /", "NAXIS1  =                    9 /",
-                                             "NAXIS2  =                    2 /", "PCOUNT  =                    0 /",
-                                             "GCOUNT  =                    1 /", "TFIELDS =                    3 /",
-                                             "EXTNAME = 'AIPS TY '           /", "EXTVER  =                    3 /",
-                                             "TTYPE1  = 'NAME    '           /", "TFORM1  = '4A      '           /",
-                                             "TUNIT1  = '        '           /", "TTYPE2  = 'TSYS    '           /",
-                                             "TFORM2  = '1E      '           /", "TUNIT2  = 'KELVIN  '           /",
-                                             "TTYPE3  = 'USED    '           /", "TFORM3  = '1L      '           /",
-                                             "TUNIT3  = '        '           /", "NO_POL  =                    2 /",
-                                             "RDATE   = 'it''s 2017'         /", "FREQ    =              1.2D+09 /",
-                                             "OK      =                    F /", "ODD     = '1.2 Hz  '           /",
-                                             "LOW_3   = 'x       '           /", "END"};
+  const std::vector<std::string> expected = {
+      "XTENSION= 'BINTABLE'           /", "BITPIX  =                    8 /", "NAXIS   =                    2 /",
+      "NAXIS1  =                    9 /", "NAXIS2  =                    2 /", "PCOUNT  =                    0 /",
+      "GCOUNT  =                    1 /", "TFIELDS =                    3 /", "EXTNAME = 'AIPS TY '           /",
+      "EXTVER  =                    3 /", "TTYPE1  = 'NAME    '           /", "TFORM1  = '4A      '           /",
+      "TUNIT1  = '        '           /", "TTYPE2  = 'TSYS    '           /", "TFORM2  = '1E      '           /",
+      "TUNIT2  = 'KELVIN  '           /", "TTYPE3  = 'USED    '           /", "TFORM3  = '1L      '           /",
+      "TUNIT3  = '        '           /", "NO_POL  =                    2 /", "RDATE   = 'it''s 2017'         /",
+      "FREQ    =              1.2D+09 /", "SMALL   =              1.5E-07 /", "OK      =                    F /",
+      "ODD     = '1.2 Hz  '           /", "LOW_3   = 'x       '           /", "END"};
   EXPECT_EQ(cards, expected);
   const std::string rows = out.bytes.substr(2880);
   EXPECT_EQ(rows.substr(0, 18), std::string("A\0\0\0\x3F\xC0\0\0T?yes\xC0\0\0\0\0", 18));

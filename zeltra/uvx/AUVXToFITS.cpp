@@ -263,8 +263,10 @@ void AddKeyWords(HeaderText& cards, const AUVXTable& table) {
   for (int i = 0; i < table.keywords().count(); ++i) {
     const AUVXTableKeyWord& keyWord = table.keywords()(i);
     const std::string key = FITSKey(keyWord.Key());
-    const std::string value = keyWord.Value();
+    std::string value = keyWord.Value();
     if (IsStructural(key)) continue;
+    // Exponents of numbers are marked by E or D in FITS (standard 4.0, section 4.2.4).
+    if (keyWord.numeric) std::replace(value.begin(), value.end(), 'e', 'E');
     if (keyWord.numeric && (value.empty() || IsFITSValue(value))) {
       cards.AddValue(key, value);
     } else {
