@@ -180,6 +180,13 @@ class Analysis(Case):
                 limit = np.maximum(amplitudes, 1e-30) * (2e-5 if amphase else 1e-6)
                 self.assertTrue((error <= limit[:, None]).all(), (pair, when, error.max()))
 
+    def test_averages_of_a_simulated_file(self):
+        path = self.simulated("--minutes", "6", "--antennas", "5")
+        file = uvx.File(path)
+        for interval in (-1, 10, 30, 60, 3600):
+            self.check_averages(path, file, interval)
+        self.check_averages(path, file, 60, amphase=True, source=2)
+
     def test_averages_of_ragged_intervals(self):
         path = self.ragged()
         file = uvx.File(path)

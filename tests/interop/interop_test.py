@@ -40,6 +40,11 @@ def texts(column):
     return np.array([(w if isinstance(w, bytes) else w.encode("latin-1")).split(b"\0")[0].rstrip() for w in column])
 
 
+def replace_bytes(path, target, old, new):
+    with open(path, "rb") as given, open(target, "wb") as made:
+        made.write(given.read().replace(old, new))
+
+
 def same_bits(a, b):
     return np.array_equal(np.ascontiguousarray(a, "<f4").view("u4"), np.ascontiguousarray(b, "<f4").view("u4"))
 
@@ -209,6 +214,17 @@ class Interop(Case):
                 synthetic.write(path, **options)
                 self.check_file(path)
 
+    def test_a3dtable(self):
+        path = self.path("in.uvfits")
+        synthetic.write(path, **synthetic.VARIANTS["plain"])
+        replace_bytes(path, self.path("3d.uvfits"), b"'BINTABLE'", b"'A3DTABLE'")
+        zeltra("import", path, self.path("2.uvx"))
+        zeltra("import", self.path("3d.uvfits"), self.path("3.uvx"))
+        two, three = uvx.File(self.path("2.uvx")), uvx.File(self.path("3.uvx"))
+        self.assertEqual(two.records.tobytes(), three.records.tobytes())
+        self.assertEqual([(t.id & 0xFFFF, t.data) for t in two.tables], [(t.id & 0xFFFF, t.data) for t in three.tables])
+        self.assertEqual(three.table("AN").id, 0x100000 | ord("A") | ord("N") << 8)
+
     def test_simulated_file(self):
         source, path = self.path("sim.uvx"), self.path("sim.uvfits")
         zeltra("simulate", source)
@@ -230,8 +246,7 @@ class Interop(Case):
             self.skipTest("no real files in " + SHARED)
         zeltra("import", path, self.path("own.uvx"))
         # Renaming the table hides it, so that the import has to build one.
-        with open(path, "rb") as given, open(self.path("hidden.uvfits"), "wb") as made:
-            made.write(given.read().replace(b"'AIPS NX '", b"'AIPS ZZ '"))
+        replace_bytes(path, self.path("hidden.uvfits"), b"'AIPS NX '", b"'AIPS ZZ '")
         zeltra("import", self.path("hidden.uvfits"), self.path("rebuilt.uvx"))
         own, rebuilt = uvx.File(self.path("own.uvx")).table("NX"), uvx.File(self.path("rebuilt.uvx")).table("NX")
         values = [[t.column(i)[:, 0] for i in (0, 1, 5, 4)] for t in (own, rebuilt)]
