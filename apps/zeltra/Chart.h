@@ -29,7 +29,6 @@ struct ValueRange {
     if (value < low) low = value;
     if (value > high) high = value;
   }
-  bool IsEmpty() const { return low > high; }
 };
 
 /// Draws points as they come, without keeping them: however many there are, only those places are remembered that a

@@ -16,6 +16,15 @@ std::string Shortest(Number value) {
   return std::string(text, end);
 }
 
+// What atof gives for a number that is too large or too small for a double.
+double OutOfRange(const std::string& number) {
+  const size_t exponent = number.find_first_of("eE");
+  const bool isTiny =
+      exponent == std::string::npos ? number[number.find_first_not_of("-0")] == '.' : number[exponent + 1] == '-';
+  const double size = isTiny ? 0 : std::numeric_limits<double>::infinity();
+  return number[0] == '-' ? -size : size;
+}
+
 }  // namespace
 
 std::string valToStr(double value) {
@@ -23,15 +32,6 @@ std::string valToStr(double value) {
 }
 std::string valToStr(float value) {
   return Shortest(value);
-}
-
-// What atof gives for a number that is too large or too small for a double.
-static double OutOfRange(const std::string& number) {
-  const size_t exponent = number.find_first_of("eE");
-  const bool isTiny =
-      exponent == std::string::npos ? number[number.find_first_not_of("-0")] == '.' : number[exponent + 1] == '-';
-  const double size = isTiny ? 0 : std::numeric_limits<double>::infinity();
-  return number[0] == '-' ? -size : size;
 }
 
 double ParseNumber(std::string_view text) {
@@ -44,7 +44,9 @@ double ParseNumber(std::string_view text) {
   }
   double value = 0;
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
-  return error == std::errc::result_out_of_range ? OutOfRange(number) : value;
+  return error == std::errc::result_out_of_range
+             ? OutOfRange(number.substr(0, static_cast<size_t>(end - number.data())))
+             : value;
 }
 
 std::string Trimmed(std::string_view text) {

@@ -7,6 +7,7 @@
 #include "zeltra/uvx/AUVXGroupInternal.h"
 
 namespace zeltra {
+
 GroupReader::GroupReader(AFITS& fits) : reader_(*fits.file()) {
   AFITSmain& header = *fits.main();
   dataStart_ = header.dataStart();

@@ -6,7 +6,6 @@
 #include <set>
 
 #include "zeltra/core/Text.h"
-#include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/fits/ParseFITSstr.h"
 #include "zeltra/ops/UVFITSInputInternal.h"
 
@@ -118,15 +117,19 @@ const std::string* UVFITSInput::Find(const std::string& key) const {
   return nullptr;
 }
 
+bool UVFITSInput::ClaimsGroups() const {
+  const std::string* groups = Find("GROUPS");
+  return groups && *groups == "T";
+}
+
 bool UVFITSInput::IsImage() const {
-  const std::string *groups = Find("GROUPS"), *length = Find("NAXIS1");
-  return (!groups || *groups != "T") && length && ParseNumber(*length) > 0;
+  const std::string* length = Find("NAXIS1");
+  return !ClaimsGroups() && length && ParseNumber(*length) > 0;
 }
 
 AResult UVFITSInput::CheckFormat() const {
   const AFITSmain& main = *const_cast<AFITS&>(fits_).main();
-  const std::string* groups = Find("GROUPS");
-  const bool claimsGroups = groups && *groups == "T";
+  const bool claimsGroups = ClaimsGroups();
   const bool randomGroups = claimsGroups && main.naxis() >= 1 && main.AxisLength(1) == 0;
   if (randomGroups) return AResult::Ok();
 
@@ -173,10 +176,8 @@ AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
   if (stokes && main.AxisLength(stokes) > 8) {
     return Refuse("axis STOKES has length " + std::to_string(main.AxisLength(stokes)) + "; a UVX file holds at most 8");
   }
-  for (const int axis : {freq, ifs}) {
-    if (axis && main.AxisLength(axis) > std::numeric_limits<int16_t>::max() && axis == ifs) {
-      return Refuse("axis IF has length " + std::to_string(main.AxisLength(axis)));
-    }
+  if (ifs && main.AxisLength(ifs) > std::numeric_limits<int16_t>::max()) {
+    return Refuse("axis IF has length " + std::to_string(main.AxisLength(ifs)));
   }
   const int magnitude = std::abs(bytes);
   parameterBytes_ = magnitude * main.pcount();

@@ -25,7 +25,6 @@ class UVFITSInput {
   /// The UVX header of the file; its ranges are empty.
   const AUVXHeader& header() const { return header_; }
   int groups() const { return fits_.main()->gcount(); }
-  int groupBytes() const { return fits_.main()->groupBytes(); }
   /// Bytes of a group before its visibilities.
   int parameterBytes() const { return parameterBytes_; }
   /// Complex values in a group.
@@ -47,6 +46,7 @@ class UVFITSInput {
 
   AResult ReadCards();
   const std::string* Find(const std::string& key) const;
+  bool ClaimsGroups() const;
   bool IsImage() const;
   AResult CheckFormat() const;
   AResult CheckAxes(std::vector<std::string>& remarks);

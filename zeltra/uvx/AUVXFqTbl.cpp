@@ -15,10 +15,8 @@
 namespace zeltra {
 namespace {
 
-// Bounds of what a damaged file may claim: rows x IFs, of which real tables have a few hundred, and the most columns
-// that FITS has.
+// Bound of what a damaged file may claim: rows x IFs, of which real tables have a few hundred.
 constexpr int64 kLargestItemCount = 1 << 20;
-constexpr int kLargestColumnCount = 999;
 
 }  // namespace
 
@@ -89,7 +87,7 @@ void AUVXFqTbl::Create(AUVXFile& file) {
   channels_ = file.channels();
   const double reference = AUVXHeader(file).freq0;
   const std::unique_ptr<AUVXTable> table(file.GetTable("FQ"));
-  if (!table || table->columnCount() > kLargestColumnCount) return;
+  if (!table) return;
   if (int64{table->rows()} * IFs_ > kLargestItemCount || !items_.reSize(table->rows(), IFs_)) return;
   ids_.GrowBy(table->rows()).ZeroInit();
   std::vector<Column> columns;
