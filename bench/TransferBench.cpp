@@ -3,8 +3,8 @@
 #include <filesystem>
 
 #include "bench/BenchSupport.h"
-#include "zeltra/ops/ExportUVFITS.h"
-#include "zeltra/ops/ImportUVFITS.h"
+#include "zeltra/interchange/ExportUVFITS.h"
+#include "zeltra/interchange/ImportUVFITS.h"
 #include "zeltra/ops/SimulateUVX.h"
 
 namespace {

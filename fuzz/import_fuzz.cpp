@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "tests/support/TempFile.h"
-#include "zeltra/ops/ImportUVFITS.h"
+#include "zeltra/interchange/ImportUVFITS.h"
 #include "zeltra/uvx/AUVXFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

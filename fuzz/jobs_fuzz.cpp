@@ -3,11 +3,11 @@
 #include <cstdint>
 
 #include "tests/support/TempFile.h"
+#include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/CopyUVX.h"
-#include "zeltra/ops/ImageUVX.h"
 #include "zeltra/ops/RecomputeUVW.h"
 
 namespace {

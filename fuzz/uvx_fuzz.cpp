@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "tests/support/TempFile.h"
-#include "zeltra/ops/ExportUVFITS.h"
+#include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXFile.h"

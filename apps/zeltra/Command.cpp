@@ -9,10 +9,10 @@
 namespace zeltra::app {
 namespace {
 
-int cancelled = 0;
+ACancelFlag cancelled = 0;
 
 extern "C" void Interrupt(int) {
-  *static_cast<volatile int*>(&cancelled) = 1;
+  cancelled.store(1, std::memory_order_relaxed);
   std::signal(SIGINT, SIG_DFL);
 }
 
@@ -44,7 +44,7 @@ JobOptions Session::Options(bool overwrite) {
 }
 
 bool Session::IsCancelled() const {
-  return *static_cast<volatile int*>(&cancelled) != 0;
+  return IsSet(&cancelled);
 }
 
 void Session::Note(const std::string& sentence) {

@@ -10,8 +10,8 @@
 
 #include "apps/zeltra/TablePrinter.h"
 #include "apps/zeltra/TerminalProgress.h"
-#include "zeltra/ops/AResult.h"
-#include "zeltra/ops/JobOptions.h"
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
 
 namespace zeltra::app {
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "apps/zeltra/TablePrinter.h"
-#include "zeltra/core/JulianDate.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/platform/Types.h"
 
 namespace zeltra::app {

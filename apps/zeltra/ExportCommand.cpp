@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "apps/zeltra/Command.h"
-#include "zeltra/ops/ExportUVFITS.h"
+#include "zeltra/interchange/ExportUVFITS.h"
 
 namespace zeltra::app {
 namespace {

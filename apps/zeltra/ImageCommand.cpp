@@ -8,16 +8,15 @@
 #include <vector>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/ImagePicture.h"
 #include "apps/zeltra/UVXInput.h"
-#include "zeltra/ops/ImageUVX.h"
-#include "zeltra/ops/WriteWholeFile.h"
+#include "apps/zeltra/plot/ImagePicture.h"
+#include "zeltra/core/Units.h"
+#include "zeltra/core/WriteWholeFile.h"
+#include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra::app {
 namespace {
-
-constexpr double kRadiansPerMas = 3.14159265358979323846 / 180 / 3600e3;
 
 struct Arguments {
   std::string from, map, fits, png, beam;

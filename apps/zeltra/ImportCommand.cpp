@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "apps/zeltra/Command.h"
-#include "zeltra/ops/ImportUVFITS.h"
+#include "zeltra/interchange/ImportUVFITS.h"
 
 namespace zeltra::app {
 namespace {

@@ -10,6 +10,7 @@
 #include "apps/zeltra/Dates.h"
 #include "apps/zeltra/Observation.h"
 #include "zeltra/core/Text.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/readers/AUVXFluxes.h"
 
 namespace zeltra::app {
@@ -17,7 +18,6 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr double kSecondsPerDay = 86400;
 // A section of the page has so many lines at most.
 constexpr int kMostLines = 40;
 

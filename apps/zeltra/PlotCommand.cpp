@@ -3,10 +3,10 @@
 #include <memory>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/Plot.h"
-#include "apps/zeltra/SVGToPNG.h"
 #include "apps/zeltra/UVXInput.h"
-#include "zeltra/ops/WriteWholeFile.h"
+#include "apps/zeltra/plot/Plot.h"
+#include "apps/zeltra/plot/SVGToPNG.h"
+#include "zeltra/core/WriteWholeFile.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra::app {

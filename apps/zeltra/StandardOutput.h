@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
 
 namespace zeltra::app {
 

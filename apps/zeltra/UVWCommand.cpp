@@ -6,12 +6,11 @@
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/UVXInput.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/RecomputeUVW.h"
 
 namespace zeltra::app {
 namespace {
-
-constexpr double kSpeedOfLight = 299792458.0;  // m/s, by definition
 
 struct Arguments {
   std::string from;

@@ -4,9 +4,9 @@
 
 #include <cmath>
 
-#include "apps/zeltra/Chart.h"
-#include "apps/zeltra/SVG.h"
-#include "apps/zeltra/Ticks.h"
+#include "apps/zeltra/plot/Chart.h"
+#include "apps/zeltra/plot/SVG.h"
+#include "apps/zeltra/plot/Ticks.h"
 #include "tests/support/RunZeltra.h"
 #include "tests/support/TempFile.h"
 

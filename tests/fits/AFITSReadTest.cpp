@@ -11,7 +11,7 @@
 
 #include "tests/support/OpenFITS.h"
 #include "tests/support/Progress.h"
-#include "zeltra/core/JulianDate.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXVisibility.h"

@@ -331,7 +331,8 @@ TEST(Average, RefusesWhatItWouldGetWrong) {
 
 TEST(Average, EndsWhenItIsAskedTo) {
   Source file(SyntheticUVX().Antennas(2).Times(3).Tables());
-  int cancel = 0, taken = 0;
+  ACancelFlag cancel = 0;
+  int taken = 0;
   AverageOptions options = Every(-1);
   options.cancel = &cancel;
   const auto stop = [&](AUVXGroup&, AUVXVisibility&) { return ++taken == 2 ? AResult::Fail("full") : AResult::Ok(); };

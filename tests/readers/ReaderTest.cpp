@@ -291,7 +291,7 @@ TEST(Fluxes, AreNoneAtAllOfAFileThatIsNotReadToItsEnd) {
   EXPECT_EQ(fluxes.baselines().count(), 3);
   EXPECT_FALSE(fluxes.Create(tooShort, nullptr, nullptr));
   EXPECT_EQ(fluxes.baselines().count(), 0);
-  int cancel = 1;
+  ACancelFlag cancel = 1;
   EXPECT_FALSE(fluxes.Create(uvx, nullptr, &cancel));
   EXPECT_EQ(fluxes.baselines().count(), 0);
 }

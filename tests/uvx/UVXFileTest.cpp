@@ -12,7 +12,7 @@
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
 #include "zeltra/core/AFile.h"
-#include "zeltra/core/JulianDate.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXFile.h"

@@ -6,12 +6,10 @@
 #include <memory>
 
 #include "zeltra/analysis/SearchInternal.h"
+#include "zeltra/core/Units.h"
 
 namespace zeltra {
 namespace {
-
-constexpr double kPi = 3.141592653589793;
-constexpr double kTwoPi = 6.283185307179586;
 
 A3TlscsItem TriangleOf(const AUVXTimeMeanArray& mean, const AClosePhItem& legs) {
   const ABaseLineItem& first = mean(legs.base1)->baseLine;

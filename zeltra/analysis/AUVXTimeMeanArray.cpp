@@ -6,12 +6,11 @@
 
 #include "zeltra/analysis/SearchInternal.h"
 #include "zeltra/analysis/TriangleWalkInternal.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXGroup.h"
 
 namespace zeltra {
 namespace {
-
-constexpr double kTwoPi = 6.283185307179586;
 
 AArray<AClosePhItem>* Triangles(const AUVXTimeMeanArray& means, std::optional<int> tlsc) {
   auto* triangles = new AArray<AClosePhItem>(0, 0, 64);

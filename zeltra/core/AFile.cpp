@@ -43,6 +43,10 @@ int AFile::Write(void* buf, int n) {
   return platform::WriteDescriptor(descriptor_, buf, n) > 0;
 }
 
+int64 AFile::ReadAt(int64 position, void* buf, int64 n) const {
+  return platform::ReadDescriptorAt(descriptor_, position, buf, n);
+}
+
 int AFile::GetLine(char* buf, int n, char delim) {
   for (int i = 0; i < n; ++i) {
     if (!Read(buf + i, 1)) return 0;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "zeltra/core/AFile.h"
+#include "zeltra/core/CancelFlag.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra {
@@ -30,17 +31,13 @@ class Percentage {
   int last_ = -1;
 };
 
-// Set from another thread, or by a window's message while a position is being sent.
-bool IsCancelled(const bool* cancel) {
-  return cancel && *static_cast<const volatile bool*>(cancel);
-}
-
-bool CopyBytes(AFile& from, AFile& to, const bool* cancel, CProgressCtrl* progress) {
+bool CopyBytes(AFile& from, AFile& to, bool* cancel, CProgressCtrl* progress) {
   int64 remaining = from.GetFileSize();
   Percentage percentage(progress, remaining);
   char buffer[kChunkBytes];
   while (remaining > 0) {
-    if (IsCancelled(cancel)) return false;
+    // Set from another thread, or by a window's message while a position is being sent.
+    if (CancelFlag(cancel)) return false;
     percentage.Send(remaining);
     const int64 chunk = std::min(remaining, kChunkBytes);
     if (!ReadWhole(from, buffer, chunk) || !WriteWhole(to, buffer, chunk)) return false;

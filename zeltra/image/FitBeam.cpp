@@ -5,10 +5,11 @@
 #include <utility>
 #include <vector>
 
+#include "zeltra/core/Units.h"
+
 namespace zeltra {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr size_t kFewestPixels = 5;
 
 struct Offset {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
 #include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXHeader.h"

@@ -7,7 +7,7 @@
 
 #include "zeltra/core/AFile.h"
 #include "zeltra/core/Text.h"
-#include "zeltra/ops/ImportUVFITS.h"
+#include "zeltra/interchange/ImportUVFITS.h"
 #include "zeltra/platform/System.h"
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXGroup.h"

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "zeltra/core/AResult.h"
 #include "zeltra/core/AStreamFile.h"
-#include "zeltra/ops/AResult.h"
-#include "zeltra/ops/JobOptions.h"
+#include "zeltra/core/JobOptions.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXTable.h"
 

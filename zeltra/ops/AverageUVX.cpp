@@ -7,8 +7,9 @@
 #include <optional>
 #include <vector>
 
+#include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
-#include "zeltra/ops/OutputFileInternal.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXPosition.h"
@@ -18,7 +19,6 @@ namespace {
 
 // Sums of an interval.
 constexpr int64 kSumBytes = 96 << 20;
-constexpr double kSecondsPerDay = 86400.0;
 
 // Collects the means of an interval with the mean u, v, w of each baseline.
 //

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/IntervalOptions.h"
 #include "zeltra/uvx/AStokesMix.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"

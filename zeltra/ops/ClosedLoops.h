@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "zeltra/analysis/ABaseLine.h"
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
 #include "zeltra/ops/AUVXInput.h"
 
 namespace zeltra {

@@ -6,10 +6,10 @@
 #include <memory>
 #include <set>
 
+#include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/FinishedCopyInternal.h"
-#include "zeltra/ops/OutputFileInternal.h"
 #include "zeltra/readers/AWork2UVX.h"
 
 namespace zeltra {
@@ -79,7 +79,12 @@ bool RecordChoice::Keeps(const AUVXVisibility& values) const {
 class PlainCopy : public AWork2UVX {
  public:
   PlainCopy(AUVXInput& from, AUVXFile& to, const JobOptions& options, RecordChoice& choice, FinishedCopy& finish)
-      : AWork2UVX(&from.uvx(), &to, options.progress, options.cancel), choice_(choice), finish_(finish) {}
+      : AWork2UVX(&from.uvx(), &to, options.progress, nullptr),
+        cancel_(options.cancel),
+        choice_(choice),
+        finish_(finish) {}
+
+  int IsCancel() override { return IsSet(cancel_); }
 
   int Working(AUVXGroup& group, AUVXVisibility& vis, int) override {
     finish_.CountRead();
@@ -89,6 +94,7 @@ class PlainCopy : public AWork2UVX {
   }
 
  private:
+  const ACancelFlag* cancel_;
   RecordChoice& choice_;
   FinishedCopy& finish_;
 };
@@ -97,12 +103,14 @@ class ReshapedCopy : public AWork2UVX_STChange {
  public:
   ReshapedCopy(AUVXInput& from, AUVXFile& to, const JobOptions& options, RecordChoice& choice, FinishedCopy& finish,
                const ChannelSelection& channels, const AUVXTable* setups)
-      : AWork2UVX_STChange(&from.uvx(), &to, options.progress, options.cancel),
+      : AWork2UVX_STChange(&from.uvx(), &to, options.progress, nullptr),
+        cancel_(options.cancel),
         choice_(choice),
         finish_(finish),
         channels_(channels),
         setups_(setups) {}
 
+  int IsCancel() override { return IsSet(cancel_); }
   void ChangeHeader(AUVXHeader& header, AUVXFile*) override { channels_.Change(header, setups_); }
 
   int Working(AUVXGroup& group, AUVXVisibility& in, AUVXVisibility& out, int) override {
@@ -115,6 +123,7 @@ class ReshapedCopy : public AWork2UVX_STChange {
   }
 
  private:
+  const ACancelFlag* cancel_;
   RecordChoice& choice_;
   FinishedCopy& finish_;
   const ChannelSelection& channels_;

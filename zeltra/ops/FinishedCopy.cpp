@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <memory>
 
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/FinishedCopyInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra {
-namespace {
-
-constexpr double kSecondsPerDay = 86400.0;
-
-}  // namespace
+namespace {}  // namespace
 
 FinishedCopy::FinishedCopy(AUVXInput& from) : from_(from), dateObs_(AUVXHeader(from.uvx()).info.dateObs) {}
 

@@ -3,7 +3,7 @@
 #ifndef ZELTRA_OPS_FINISHEDCOPYINTERNAL_H_
 #define ZELTRA_OPS_FINISHEDCOPYINTERNAL_H_
 
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXGroup.h"

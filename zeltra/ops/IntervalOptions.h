@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "zeltra/ops/JobOptions.h"
+#include "zeltra/core/JobOptions.h"
 
 namespace zeltra {
 

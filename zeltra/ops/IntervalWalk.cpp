@@ -5,6 +5,7 @@
 #include <map>
 #include <utility>
 
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
@@ -18,10 +19,6 @@ constexpr double kTicksPerDay = 86400.0 * kTicksPerSecond;
 // Every stream that has begun keeps two records, as bytes and as values, and looks its scans up in a list of all.
 constexpr int64 kMostStreamBytes = 128 << 20;
 constexpr int64 kMostLookedUp = 1 << 24;
-
-double MidnightBefore(double julianDate) {
-  return std::floor(julianDate - 0.5) + 0.5;
-}
 
 }  // namespace
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/IntervalOptions.h"
 #include "zeltra/readers/AUVXTimeIntervalRead.h"

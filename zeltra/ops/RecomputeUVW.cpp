@@ -6,9 +6,10 @@
 #include <map>
 #include <numbers>
 
+#include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/FinishedCopyInternal.h"
-#include "zeltra/ops/OutputFileInternal.h"
 #include "zeltra/readers/AWork2UVX.h"
 #include "zeltra/readers/CalculateUVW.h"
 
@@ -18,8 +19,6 @@ namespace {
 constexpr double kJ2000 = 2451545.0;         // Julian dates
 constexpr double kB1950 = 2433282.42345905;  // the Besselian epoch
 constexpr double kDaysPerCentury = 36525.0;
-constexpr double kRadiansPerDegree = std::numbers::pi / 180;
-constexpr double kRadiansPerArcsecond = kRadiansPerDegree / 3600;
 
 double JulianDateOfEpoch(double epoch) {
   return epoch == 1950 ? kB1950 : kJ2000 + (epoch - 2000) * kDaysPerCentury / 100;
@@ -48,7 +47,8 @@ void Precess(AUVXSourceItem& source, double julianDate) {
 class UVWCopy : public AWork2UVX {
  public:
   UVWCopy(AUVXInput& from, AUVXFile& to, const UVWOptions& options, FinishedCopy& finish, UVWDifference& difference)
-      : AWork2UVX(&from.uvx(), &to, options.progress, options.cancel),
+      : AWork2UVX(&from.uvx(), &to, options.progress, nullptr),
+        cancel_(options.cancel),
         path_(from.path()),
         rotate_(options.rotate),
         finish_(finish),
@@ -56,7 +56,7 @@ class UVWCopy : public AWork2UVX {
         contents_(from),
         antennas_(*from.Table("AN")) {}
 
-  int IsCancel() override { return !problem_.empty() || AWork2UVX::IsCancel(); }
+  int IsCancel() override { return !problem_.empty() || IsSet(cancel_); }
   int Working(AUVXGroup& group, AUVXVisibility& vis, int index) override;
 
   /// What is missing for a record; empty if nothing is.
@@ -73,6 +73,7 @@ class UVWCopy : public AWork2UVX {
     AUVXSourceItem item;
   };
 
+  const ACancelFlag* cancel_;
   const std::string path_;
   const bool rotate_;
   FinishedCopy& finish_;

@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
 #include "zeltra/ops/AUVXInput.h"
-#include "zeltra/ops/JobOptions.h"
 
 namespace zeltra {
 

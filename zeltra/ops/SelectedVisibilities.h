@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "zeltra/ops/AResult.h"
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/AUVXInput.h"
-#include "zeltra/ops/JobOptions.h"
 #include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"

@@ -9,8 +9,9 @@
 #include <numbers>
 #include <vector>
 
+#include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/core/Text.h"
-#include "zeltra/ops/OutputFileInternal.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -23,11 +24,6 @@ namespace zeltra {
 namespace {
 
 using Complex = std::complex<double>;
-
-constexpr double kPi = std::numbers::pi;
-constexpr double kRadiansPerMas = kPi / (180.0 * 3600e3);
-constexpr double kSpeedOfLight = 299792458.0;  // m/s, by definition
-constexpr double kSecondsPerDay = 86400.0;
 
 constexpr double kDate = 2458928.5;    // 2020-03-20, 0 h
 constexpr double kStart = 7 * 3600.0;  // seconds since then: both sources are high above all ten antennas at 07:30

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-#include "zeltra/ops/AResult.h"
-#include "zeltra/ops/JobOptions.h"
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
 
 namespace zeltra {
 

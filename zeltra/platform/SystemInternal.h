@@ -17,6 +17,9 @@ int OpenDescriptor(const char* path, int mode);
 bool CloseDescriptor(int descriptor);
 /// @return bytes moved, fewer than `count` only at the end of the file or on a full disk; -1 if none could be moved
 int64 ReadDescriptor(int descriptor, void* buffer, int64 count);
+/// The same from a position on, by any number of threads at once; the descriptor's own position is undefined
+/// afterwards.
+int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count);
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count);
 /// @return the new position, or -1
 int64 SeekDescriptor(int descriptor, int64 position);

@@ -67,6 +67,12 @@ int64 ReadDescriptor(int descriptor, void* buffer, int64 count) {
   return MoveAll(count, [=](int64 done, size_t n) { return ::read(descriptor, static_cast<char*>(buffer) + done, n); });
 }
 
+int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count) {
+  return MoveAll(count, [=](int64 done, size_t n) {
+    return ::pread(descriptor, static_cast<char*>(buffer) + done, n, position + done);
+  });
+}
+
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count) {
   return MoveAll(count,
                  [=](int64 done, size_t n) { return ::write(descriptor, static_cast<const char*>(buffer) + done, n); });

@@ -85,6 +85,18 @@ int64 ReadDescriptor(int descriptor, void* buffer, int64 count) {
                  [=](int64 done, unsigned n) { return _read(descriptor, static_cast<char*>(buffer) + done, n); });
 }
 
+int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count) {
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+  return MoveAll(count, [=](int64 done, unsigned n) {
+    OVERLAPPED place = {};
+    place.Offset = static_cast<DWORD>(position + done);
+    place.OffsetHigh = static_cast<DWORD>((position + done) >> 32);
+    DWORD moved = 0;
+    if (ReadFile(handle, static_cast<char*>(buffer) + done, n, &moved, &place)) return static_cast<int>(moved);
+    return GetLastError() == ERROR_HANDLE_EOF ? 0 : -1;
+  });
+}
+
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count) {
   return MoveAll(
       count, [=](int64 done, unsigned n) { return _write(descriptor, static_cast<const char*>(buffer) + done, n); });

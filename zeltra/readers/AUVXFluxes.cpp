@@ -5,8 +5,8 @@
 #include <map>
 #include <tuple>
 
+#include "zeltra/core/CancelFlag.h"
 #include "zeltra/readers/AUVXFastRead.h"
-#include "zeltra/readers/CancelFlagInternal.h"
 
 namespace zeltra {
 namespace {
@@ -47,7 +47,7 @@ void AddValues(const AUVXVisibility& vis, std::vector<Amplitudes>& amplitudes) {
 
 }  // namespace
 
-int AUVXFluxes::Create(AUVXFile& file, CProgressCtrl* progress, int* cancelFlag) {
+int AUVXFluxes::Create(AUVXFile& file, CProgressCtrl* progress, const ACancelFlag* cancelFlag) {
   baselines_.Free();
   items_.clear();
   stokes_ = file.stokes();
@@ -60,7 +60,7 @@ int AUVXFluxes::Create(AUVXFile& file, CProgressCtrl* progress, int* cancelFlag)
   int index = 0;
   int records = 0;
   for (; reader.GetUVGVis(group, vis, index); ++records) {
-    if (CancelFlag(cancelFlag)) return 0;
+    if (IsSet(cancelFlag)) return 0;
     const AUVXBaseLineItem item(group);
     const auto [entry, isNew] = found.try_emplace({item.source, item.tlsc1, item.tlsc2});
     BaseLine& baseline = entry->second;

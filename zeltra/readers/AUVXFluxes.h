@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "zeltra/core/CancelFlag.h"
 #include "zeltra/platform/ProgressCtrl.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 
@@ -32,7 +33,7 @@ class ZELTRA_API AUVXFluxes {
   /// @param progress    may be null
   /// @param cancelFlag  may be null; non-zero stops at the next record
   /// @return 0 when cancelled, or when not all records that the file promises can be read: the lists are then empty
-  int Create(AUVXFile& file, CProgressCtrl* progress, int* cancelFlag);
+  int Create(AUVXFile& file, CProgressCtrl* progress, const ACancelFlag* cancelFlag);
 
   /// The baselines of the records.
   const AUVXBaseLines& baselines() const { return baselines_; }

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "zeltra/core/CancelFlag.h"
 #include "zeltra/readers/AUVXFastRead.h"
-#include "zeltra/readers/CancelFlagInternal.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXPosition.h"

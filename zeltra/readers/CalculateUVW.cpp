@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"
@@ -10,8 +11,6 @@
 namespace zeltra {
 namespace {
 
-constexpr double kPi = 3.141592653589793;
-constexpr double kTwoPi = 6.283185307179586;
 constexpr double kJ2000 = 2451545.0;                        // Julian date
 constexpr double kCenturiesPerDay = 2.7378507871321012e-5;  // reciprocal of 36525
 constexpr double kTurnPerDay = 6.300387731018544;           // of the Earth, radians per day of universal time

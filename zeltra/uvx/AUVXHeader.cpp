@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "zeltra/core/JulianDate.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/uvx/AUVXFile.h"

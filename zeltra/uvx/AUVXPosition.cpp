@@ -5,6 +5,7 @@
 #include <cmath>
 #include <memory>
 
+#include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXTableInternal.h"
@@ -15,7 +16,6 @@ template class AArray<AUVXPositionItem>;
 
 namespace {
 
-constexpr double kSecondsPerDay = 86400;
 /// Number of scans from which on room is doubled: files that change the source with every record have as many scans.
 constexpr int kLongList = 4096;
 constexpr int kLargestDoubled = 1 << 30;

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zeltra/core/JulianDate.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/AFITSxtbl.h"
 #include "zeltra/fits/FITSCards.h"

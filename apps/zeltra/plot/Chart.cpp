@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "apps/zeltra/plot/Chart.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "apps/zeltra/plot/SVG.h"
+
+namespace zeltra::app {
+namespace {
+
+constexpr int kPlotWidth = 800, kPlotHeight = 520, kPlotSide = 640;
+constexpr int kLeft = 90, kTop = 70, kBottom = 65, kRight = 30;
+constexpr int kLetter = 9;  // pixels, the width of a letter of a legend
+// Places are half a pixel apart, or a power of two of that in a crowded chart.
+constexpr int kPlacesPerPixel = 2;
+constexpr size_t kCrowd = 60000;
+constexpr double kDot = 3;  // pixels
+constexpr const char* kGrid = "#e0e0e0";
+constexpr const char* kSmallPrint = "#555555";
+
+// Ten colours that also people with colour blindness tell apart (M. A. Petroff: Accessible Color Sequences for Data
+// Visualization, arXiv:2107.02270, 2021), and a grey for what has none of them.
+constexpr const char* kPalette[Chart::kColours + 1] = {"#3f90da", "#ffa90e", "#bd1f01", "#94a4a2", "#832db6", "#a96b59",
+                                                       "#e76300", "#b9ac70", "#717581", "#92dadd", "#cccccc"};
+
+const char* ColourOf(size_t series) {
+  return kPalette[std::min<size_t>(series, Chart::kColours)];
+}
+
+}  // namespace
+
+Chart::Chart(const ChartAxis& x, const ChartAxis& y, const std::vector<std::string>& names, bool isSquare)
+    : x_(x), y_(y), width_(isSquare ? kPlotSide : kPlotWidth), height_(isSquare ? kPlotSide : kPlotHeight) {
+  const size_t places = static_cast<size_t>(width_) * static_cast<size_t>(height_) * kPlacesPerPixel * kPlacesPerPixel;
+  for (const std::string& name : names) series_.push_back({name, std::vector<bool>(places)});
+}
+
+void Chart::Add(size_t series, double x, double y) {
+  const double right = (x - x_.low) / (x_.high - x_.low), up = (y - y_.low) / (y_.high - y_.low);
+  if (!(right >= 0 && right <= 1 && up >= 0 && up <= 1)) return;
+  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
+  const int column = std::min(static_cast<int>(right * columns), columns - 1);
+  const int line = std::min(static_cast<int>((1 - up) * lines), lines - 1);
+  series_[series].places[static_cast<size_t>(line) * static_cast<size_t>(columns) + static_cast<size_t>(column)] = true;
+}
+
+// How many places make one dot, along each axis.
+int Chart::Step() const {
+  size_t marked = 0;
+  for (const Series& series : series_) {
+    marked += static_cast<size_t>(std::count(series.places.begin(), series.places.end(), true));
+  }
+  int step = 1;
+  for (size_t crowd = kCrowd; marked > crowd && step < kDot * kPlacesPerPixel / 2; crowd *= 4) step *= 2;
+  return step;
+}
+
+std::string Chart::Path(const Series& series, int step) const {
+  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
+  std::string path;
+  for (int line = 0; line < lines; line += step) {
+    for (int column = 0; column < columns; column += step) {
+      bool isMarked = false;
+      for (int i = line; i < std::min(line + step, lines); ++i) {
+        for (int j = column; j < std::min(column + step, columns); ++j) {
+          isMarked |= series.places[static_cast<size_t>(i) * static_cast<size_t>(columns) + static_cast<size_t>(j)];
+        }
+      }
+      if (isMarked)
+        path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line)).append("h0");
+    }
+  }
+  return path;
+}
+
+std::string Chart::Draw(const std::string& title, const std::string& note) const {
+  size_t longest = 0;
+  for (const Series& series : series_) longest = std::max(longest, series.name.size());
+  const int legend = IsLegendDrawn() ? 35 + static_cast<int>(longest) * kLetter : 0;
+  const int right = kLeft + width_, bottom = kTop + height_;
+  SVG svg(right + kRight + legend, bottom + kBottom);
+  svg.Text(kLeft, 30, title, SVG::Start, 17);
+  svg.Text(kLeft, 54, note, SVG::Start, 12, kSmallPrint);
+  for (const Tick& tick : x_.ticks) {
+    const double x = kLeft + (tick.value - x_.low) / (x_.high - x_.low) * width_;
+    svg.Line(x, kTop, x, bottom, kGrid);
+    svg.Text(x, bottom + 20, tick.label, SVG::Middle);
+  }
+  for (const Tick& tick : y_.ticks) {
+    const double y = bottom - (tick.value - y_.low) / (y_.high - y_.low) * height_;
+    svg.Line(kLeft, y, right, y, kGrid);
+    svg.Text(kLeft - 8, y + 5, tick.label, SVG::End);
+  }
+  const int step = Step();
+  const double shift = step / 2.0 / kPlacesPerPixel;
+  for (size_t i = series_.size(); i-- > 0;) {
+    svg.Dots(kLeft + shift, kTop + shift, 1.0 / kPlacesPerPixel, Path(series_[i], step), ColourOf(i), kDot);
+  }
+  svg.Frame(kLeft, kTop, width_, height_);
+  svg.Text(kLeft + width_ / 2.0, bottom + 48, x_.title, SVG::Middle);
+  svg.TextUpward(25, kTop + height_ / 2.0, y_.title);
+  for (size_t i = 0; i < series_.size() && IsLegendDrawn(); ++i) {
+    const double y = kTop + 12 + 22 * static_cast<double>(i);
+    svg.Disc(right + 20, y, 5, ColourOf(i));
+    svg.Text(right + 32, y + 5, series_[i].name);
+  }
+  return svg.Finish();
+}
+
+}  // namespace zeltra::app

@@ -1,0 +1,71 @@
+// A chart of points with two axes.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_APPS_PLOT_CHART_H_
+#define ZELTRA_APPS_PLOT_CHART_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "apps/zeltra/plot/Ticks.h"
+#include "zeltra/platform/Types.h"
+
+namespace zeltra::app {
+
+/// An axis from `low` to `high`, low < high.
+struct ChartAxis {
+  std::string title;
+  double low = 0;
+  double high = 1;
+  std::vector<Tick> ticks;
+};
+
+/// The range of the numbers that were put in.
+struct ValueRange {
+  double low = 1e300;
+  double high = -1e300;
+
+  void Add(double value) {
+    if (value < low) low = value;
+    if (value > high) high = value;
+  }
+};
+
+/// Draws points as they come, without keeping them: however many there are, only those places are remembered that a
+/// pixel can tell apart. A chart of many points is drawn with fewer of those, never closer than the dots are wide, and
+/// outliers stay.
+class Chart {
+ public:
+  /// A series of points, drawn in one colour and named in the legend.
+  /// @param names     of the series
+  /// @param isSquare  whether the plot is as wide as it is high
+  Chart(const ChartAxis& x, const ChartAxis& y, const std::vector<std::string>& names, bool isSquare = false);
+
+  /// The most series that have a colour of their own; another one is grey and drawn below the others.
+  static constexpr int kColours = 10;
+
+  void Add(size_t series, double x, double y);
+
+  /// The drawing as an SVG file.
+  /// @param title  above the plot
+  /// @param note   a line of small print below the title
+  std::string Draw(const std::string& title, const std::string& note) const;
+
+ private:
+  struct Series {
+    std::string name;
+    std::vector<bool> places;
+  };
+
+  bool IsLegendDrawn() const { return series_.size() > 1; }
+  std::string Path(const Series& series, int step) const;
+  int Step() const;
+
+  ChartAxis x_, y_;
+  std::vector<Series> series_;
+  int width_, height_;  // of the plot, pixels
+};
+
+}  // namespace zeltra::app
+
+#endif  // ZELTRA_APPS_PLOT_CHART_H_

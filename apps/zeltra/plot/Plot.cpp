@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+#include "apps/zeltra/plot/Plot.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "apps/zeltra/Dates.h"
+#include "zeltra/core/Dates.h"
+
+namespace zeltra::app {
+
+AResult PlotSurvey::Look(const PlotPoints& points) {
+  return points([this](const PlotPoint& point) {
+    x.Add(point.x);
+    y.Add(point.y);
+    ++counts[point.key];
+    ++count;
+  });
+}
+
+PlotSeries::PlotSeries(const PlotSurvey& survey, const std::function<std::string(int key)>& name) {
+  std::vector<std::pair<int64, int>> byCount;
+  for (const auto& [key, count] : survey.counts) byCount.push_back({-count, key});
+  std::sort(byCount.begin(), byCount.end());
+  for (size_t i = 0; i < byCount.size() && i < Chart::kColours; ++i) series_[byCount[i].second] = 0;
+  for (auto& [key, series] : series_) {
+    series = names_.size();
+    names_.push_back(name(key));
+  }
+  if (byCount.size() <= Chart::kColours) return;
+  names_.push_back("others");
+  for (size_t i = Chart::kColours; i < byCount.size(); ++i) series_[byCount[i].second] = Chart::kColours;
+}
+
+ChartAxis TimeAxis(const ValueRange& seconds, double midnight) {
+  const double margin = std::max(0.02 * (seconds.high - seconds.low), 1.0);
+  const double low = seconds.low - margin, high = seconds.high + margin;
+  return {"Time on " + DateText(midnight) + " (hours and minutes)", low, high, ClockTicks(low, high, 9)};
+}
+
+ChartAxis PhaseAxis(const std::string& title) {
+  ChartAxis axis = {title + " (degrees)", -180, 180, {}};
+  for (int degrees = -180; degrees <= 180; degrees += 60)
+    axis.ticks.push_back({1.0 * degrees, std::to_string(degrees)});
+  return axis;
+}
+
+std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate) {
+  std::string names;
+  for (int i = 0; i < data.mixes().count(); ++i) names += (i == 0 ? "" : ", ") + data.mixes()(i).asShortString();
+  char number[40];
+  std::snprintf(number, sizeof number, frequency < 1e9 ? "%.5g MHz" : "%.5g GHz",
+                frequency / (frequency < 1e9 ? 1e6 : 1e9));
+  std::string title;
+  for (const std::string& part : {PlainText(data.source().Name()), names, std::string(number), DateText(julianDate)}) {
+    if (!part.empty()) title += (title.empty() ? "" : " · ") + part;
+  }
+  return title;
+}
+
+std::string AntennaName(const AUVXContents& contents, int number) {
+  const AUVXAntenns& antennas = contents.antennas();
+  const int place = antennas.IndexForID(number);
+  const std::string name = place >= 0 ? PlainText(antennas(place).Name()) : "";
+  return name.empty() ? std::to_string(number) : name;
+}
+
+std::string PlainText(std::string text) {
+  for (char& c : text) c = c >= ' ' && c <= '~' ? c : '?';
+  return text;
+}
+
+std::string RoundedText(double number) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.6g", number);
+  return text;
+}
+
+std::string Grouped(int64 number) {
+  std::string digits = std::to_string(number);
+  for (size_t i = digits.size(); i > 3; i -= 3) digits.insert(i - 3, 1, ' ');
+  return digits;
+}
+
+}  // namespace zeltra::app

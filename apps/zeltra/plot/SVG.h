@@ -1,0 +1,39 @@
+// Drawings as SVG text.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_APPS_PLOT_SVG_H_
+#define ZELTRA_APPS_PLOT_SVG_H_
+
+#include <string>
+
+namespace zeltra::app {
+
+/// A drawing, white at first, that is put together element by element. Coordinates are pixels, right and down. Text is
+/// UTF-8; what is not ASCII has to be the program's own.
+class SVG {
+ public:
+  enum Anchor { Start, Middle, End };
+
+  SVG(int width, int height);
+
+  void Line(double x1, double y1, double x2, double y2, const char* colour, double width = 1);
+  /// An outline.
+  void Frame(double x, double y, double width, double height);
+  void Disc(double x, double y, double radius, const char* colour);
+  /// Text whose baseline is at y.
+  void Text(double x, double y, const std::string& text, Anchor anchor = Start, int size = 14,
+            const char* colour = "#000000");
+  /// Text that runs upward along x, its middle at y.
+  void TextUpward(double x, double y, const std::string& text);
+  /// Dots where `path` has pieces of no length ("M x y h 0"), in units of `unit` pixels from (x, y).
+  void Dots(double x, double y, double unit, const std::string& path, const char* colour, double diameter);
+
+  /// The whole file.
+  std::string Finish() const { return text_ + "</svg>\n"; }
+
+ private:
+  std::string text_;
+};
+
+}  // namespace zeltra::app
+
+#endif  // ZELTRA_APPS_PLOT_SVG_H_

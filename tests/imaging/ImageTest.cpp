@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <map>
+#include <numbers>
+
+#include "tests/support/SyntheticUVX.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/imaging/ImageUVX.h"
+
+namespace zeltra {
+namespace {
+
+using std::numbers::pi;
+using test::SyntheticRecord;
+using test::SyntheticUVX;
+using test::TempFile;
+using testing::HasSubstr;
+using Complex = std::complex<double>;
+
+constexpr double kMas = pi / 180 / 3600e3;
+
+AResult Image(const std::string& path, const ImageOptions& options, DirtyImage& image) {
+  AUVXInput input;
+  if (AResult result = input.Open(path); !result) return result;
+  return ImageUVX(input, options, image);
+}
+
+// A file whose visibilities are scattered all over the u, v plane, with everything that has to be left out.
+class Scattered : public TempFile {
+ public:
+  explicit Scattered(const std::vector<int>& stokes) : TempFile("uvx"), stokes_(stokes) { Put(Builder().Bytes()); }
+
+  SyntheticUVX Builder() const {
+    const auto edit = [](SyntheticRecord& record) {
+      const int i = record.index;
+      record.u = static_cast<float>(1e-6 * std::sin(1.7 * i + 0.3));
+      record.v = static_cast<float>(0.8e-6 * std::cos(2.9 * i));
+      if (i == 3) record.flag = 1;
+      if (i == 4) record.ant2 = record.ant1;
+      for (size_t k = 0; k < record.values.size(); ++k) {
+        auto& value = record.values[k];
+        const double phase = 5.0 * i + 3.0 * static_cast<double>(k);
+        value = {static_cast<float>(std::sin(phase)), static_cast<float>(std::cos(2 * phase)), 1.0F + (i + k) % 3};
+        if (i == 5 && k == 2) value.weight = -value.weight;
+        if (i == 6) value.weight = 0;
+        if (i == 7 && k == 0) value.re = std::numeric_limits<float>::quiet_NaN();
+        if (i == 8 && k == 3) value.weight = std::numeric_limits<float>::infinity();
+      }
+    };
+    return SyntheticUVX().Antennas(4).Times(4).IFs(2).Channels(2).Stokes(stokes_).Edit(edit).Tables();
+  }
+
+  struct Point {
+    double u, v;  // wavelengths
+    Complex value;
+    double weight;
+  };
+  // What an image is made of: the mean of the two parallel hands where both are valid.
+  std::vector<Point> Points() const {
+    std::vector<Point> points;
+    for (const SyntheticRecord& record : Builder().Records()) {
+      if (record.flag || record.ant1 == record.ant2) continue;
+      for (int f = 0; f < 4; ++f) {
+        const auto &p = record.values[static_cast<size_t>(2 * f)], &q = record.values[static_cast<size_t>(2 * f) + 1];
+        const double weight = (p.weight + q.weight) / 2.0;
+        if (!(p.weight > 0 && q.weight > 0) || !std::isfinite(weight + p.re + q.re + p.im + q.im)) continue;
+        const double frequency = SyntheticUVX::kFreq0 + 1e8 * (f / 2) + 1e6 * (f % 2);
+        points.push_back({record.u * frequency, record.v * frequency, {(p.re + q.re) / 2, (p.im + q.im) / 2}, weight});
+      }
+    }
+    return points;
+  }
+
+ private:
+  std::vector<int> stokes_;
+};
+
+// Compares with the plain sum over all visibilities.
+void ExpectIsSumOf(std::vector<Scattered::Point> points, const DirtyImage& image, double tolerance) {
+  const int size = image.map.Lines();
+  double weights = 0;
+  for (const auto& point : points) weights += point.weight;
+  for (int i = 0; i < size; ++i) {
+    for (int j = 0; j < size; ++j) {
+      const double east = (size / 2 - j) * image.cell, north = (i - size / 2) * image.cell;
+      Complex map = 0, beam = 0;
+      for (const auto& point : points) {
+        const Complex turn = std::polar(point.weight / weights, -2 * pi * (point.u * east + point.v * north));
+        map += turn * point.value;
+        beam += turn;
+      }
+      ASSERT_NEAR(image.map(i, j), map.real(), tolerance) << i << ", " << j;
+      ASSERT_NEAR(image.beam(i, j), beam.real(), tolerance) << i << ", " << j;
+    }
+  }
+}
+
+// The beam is 1 at its centre; the table of the convolution function is exact to 1e-5, and errors average out.
+constexpr double kGridError = 5e-6;
+
+TEST(ImageUVX, IsTheSumOfTheValidVisibilities) {
+  for (const std::vector<int>& stokes : {std::vector<int>{-1, -2}, {-5, -6}}) {
+    const Scattered file(stokes);
+    ImageOptions options;
+    options.size = 32;
+    options.cell = 1 / 4000.0;
+    DirtyImage image;
+    AResult result = Image(file.path(), options, image);
+    ASSERT_TRUE(result) << result.message();
+    EXPECT_EQ(image.visibilities, static_cast<int64>(file.Points().size()));
+    EXPECT_EQ(image.beyond, 0);
+    EXPECT_EQ(image.stokes.asShortString(), "I");
+    EXPECT_NEAR(image.frequency, SyntheticUVX::kFreq0 + 50.5e6, 1);
+    ExpectIsSumOf(file.Points(), image, kGridError);
+  }
+}
+
+TEST(ImageUVX, WeighsUniformlyByTheSquaresOfTheGrid) {
+  const Scattered file({-1, -2});
+  ImageOptions options;
+  options.size = 32;
+  options.cell = 1 / 8000.0;
+  options.weighting = ImageOptions::Uniform;
+  std::vector<Scattered::Point> points = file.Points();
+  std::map<std::pair<long, long>, double> squares;
+  const auto square = [&](double u, double v) {
+    return std::pair(std::lround(u * 32 * options.cell), std::lround(v * 32 * options.cell));
+  };
+  for (const auto& point : points) {
+    squares[square(point.u, point.v)] += point.weight;
+    squares[square(-point.u, -point.v)] += point.weight;
+  }
+  for (auto& point : points) point.weight /= squares[square(point.u, point.v)];
+  DirtyImage image;
+  ASSERT_TRUE(Image(file.path(), options, image));
+  ExpectIsSumOf(points, image, kGridError);
+}
+
+TEST(ImageUVX, ChoosesTheCellByTheLongestBaseline) {
+  const Scattered file({-1, -2});
+  double longest = 0;
+  for (const auto& point : file.Points()) longest = std::max(longest, std::hypot(point.u, point.v));
+  ImageOptions options;
+  options.size = 16;
+  DirtyImage image;
+  ASSERT_TRUE(Image(file.path(), options, image));
+  EXPECT_LE(image.cell, 1 / (5 * longest));
+  EXPECT_GT(image.cell, 0.9 / (5 * longest));
+  const double digits = image.cell / kMas / std::pow(10.0, std::floor(std::log10(image.cell / kMas)) - 1);
+  EXPECT_NEAR(digits, std::round(digits), 1e-6);
+
+  // Twice the largest cell that holds all baselines leaves some of them out.
+  options.cell = 1 / longest;
+  ASSERT_TRUE(Image(file.path(), options, image));
+  EXPECT_GT(image.beyond, 0);
+  EXPECT_EQ(image.beyond + image.visibilities, static_cast<int64>(file.Points().size()));
+}
+
+TEST(ImageUVX, TellsWhatCannotBeImaged) {
+  const Scattered file({-1, -2});
+  TempFile two("uvx"), flagged("uvx"), bare("uvx");
+  two.Put(SyntheticUVX().Sources(2).Tables().Bytes());
+  flagged.Put(SyntheticUVX().Edit([](SyntheticRecord& record) { record.flag = 1; }).Tables().Bytes());
+  bare.Put(SyntheticUVX().Bytes());
+  DirtyImage image;
+  const auto refusal = [&](const TempFile& from, const ImageOptions& options) {
+    const AResult result = Image(from.path(), options, image);
+    EXPECT_EQ(result.code(), AResult::Failed);
+    EXPECT_THAT(result.message(), HasSubstr(from.path()));
+    return result.message();
+  };
+  ImageOptions options;
+  options.size = 64;
+  EXPECT_THAT(refusal(file, options), HasSubstr("16, 32, 256, 512, 1024, 2048"));
+  options.size = 0;
+  EXPECT_THAT(refusal(file, options), HasSubstr("sizes"));
+  options.size = 16;
+  EXPECT_THAT(refusal(two, options), HasSubstr("1 (SRC1), 2 (SRC2)"));
+  EXPECT_THAT(refusal(flagged, options), HasSubstr("no valid visibility"));
+  EXPECT_THAT(refusal(bare, options), HasSubstr("NX"));
+  options.cell = 1;
+  EXPECT_THAT(refusal(file, options), HasSubstr("at most"));
+  options.cell = -1;
+  EXPECT_THAT(refusal(file, options), HasSubstr("cell"));
+  options.cell = 0;
+  options.selection.stokes = {"LR"};
+  EXPECT_THAT(refusal(file, options), HasSubstr("RR, LL, I, V"));
+  options.selection = {};
+  options.selection.IF = 2;
+  EXPECT_THAT(refusal(file, options), HasSubstr("no IF 2; there are 2"));
+
+  options = {};
+  options.size = 16;
+  ACancelFlag cancel = 1;
+  options.cancel = &cancel;
+  EXPECT_EQ(Image(file.path(), options, image).code(), AResult::Cancelled);
+}
+
+TEST(ImageUVX, TakesWhatIsSelected) {
+  const Scattered file({-1, -2});
+  ImageOptions options;
+  options.size = 16;
+  options.selection.stokes = {"ll"};
+  options.selection.IF = 1;
+  options.selection.channel = 0;
+  DirtyImage image;
+  ASSERT_TRUE(Image(file.path(), options, image));
+  EXPECT_EQ(image.stokes.GetStokesID(), -2);
+  EXPECT_EQ(image.frequency, SyntheticUVX::kFreq0 + 1e8);
+  EXPECT_EQ(image.bandwidth, 0);
+  // 24 records less a flagged one, an autocorrelation and one of weight 0.
+  EXPECT_EQ(image.visibilities, 21);
+  // A file without I gives its first polarisation.
+  TempFile single("uvx");
+  single.Put(SyntheticUVX().Stokes({-2}).Tables().Bytes());
+  ASSERT_TRUE(Image(single.path(), {}, image));
+  EXPECT_EQ(image.stokes.GetStokesID(), -2);
+}
+
+// A component of a deconvolved image.
+struct Component {
+  double flux, east, north;  // milliarcseconds
+};
+
+// CLEAN (Högbom 1974) within the inner quarter of an image, where the beam reaches everywhere.
+std::vector<Component> Clean(DirtyImage& image, int iterations) {
+  const int size = image.map.Lines();
+  std::vector<Component> components;
+  for (int n = 0; n < iterations; ++n) {
+    int line = size / 2, element = size / 2;
+    for (int i = size / 4; i < 3 * size / 4; ++i) {
+      for (int j = size / 4; j < 3 * size / 4; ++j) {
+        if (image.map(i, j) > image.map(line, element)) line = i, element = j;
+      }
+    }
+    const float flux = 0.1F * image.map(line, element);
+    for (int i = size / 4; i < 3 * size / 4; ++i) {
+      for (int j = size / 4; j < 3 * size / 4; ++j) {
+        image.map(i, j) -= flux * image.beam(size / 2 + i - line, size / 2 + j - element);
+      }
+    }
+    components.push_back({flux, (size / 2 - element) * image.cell / kMas, (line - size / 2) * image.cell / kMas});
+  }
+  return components;
+}
+
+// The jet of M 87 points to position angle -70 degrees or so on this scale (Walker et al. 2018, ApJ 855, 128).
+TEST(ImageUVX, ShowsTheJetOfM87OnItsSide) {
+  const std::string path = ZELTRA_SHARED_DATA "/mojave.uvfits";
+  if (!PathExists(path)) GTEST_SKIP() << "no real files";
+  ImageOptions options;
+  options.size = 256;
+  options.cell = 0.15 * kMas;
+  DirtyImage image;
+  ASSERT_TRUE(Image(path, options, image));
+  const float* pixels = image.map.Line(0);
+  EXPECT_EQ(std::max_element(pixels, pixels + 256 * 256) - pixels, 128 * 256 + 128) << "the core";
+  Component jet = {};
+  for (const Component& c : Clean(image, 400)) {
+    if (const double distance = std::hypot(c.east, c.north); distance < 1.5 || distance > 8) continue;
+    jet.flux += c.flux;
+    jet.east += c.flux * c.east;
+    jet.north += c.flux * c.north;
+  }
+  EXPECT_GT(jet.flux, 0.2);
+  EXPECT_NEAR(std::atan2(jet.east, jet.north) * 180 / pi, -70, 15);
+}
+
+}  // namespace
+}  // namespace zeltra

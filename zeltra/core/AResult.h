@@ -1,0 +1,37 @@
+// What a whole-file job tells about its end.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_ARESULT_H_
+#define ZELTRA_CORE_ARESULT_H_
+
+#include <string>
+#include <utility>
+
+#include "zeltra/platform/Export.h"
+
+namespace zeltra {
+
+/// Success, or a code and one sentence that names the file, what is wrong with it and where.
+/// (The members are exported one by one: compilers do not take [[nodiscard]] and an export mark on one class.)
+class [[nodiscard]] AResult {
+ public:
+  enum Code { Done, Failed, Cancelled };
+
+  ZELTRA_API static AResult Ok();
+  ZELTRA_API static AResult Fail(std::string sentence);
+  ZELTRA_API static AResult Cancel(std::string sentence);
+
+  explicit operator bool() const { return code_ == Done; }
+  Code code() const { return code_; }
+  /// Empty after success.
+  const std::string& message() const { return message_; }
+
+ private:
+  AResult(Code code, std::string message) : code_(code), message_(std::move(message)) {}
+
+  Code code_;
+  std::string message_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_ARESULT_H_

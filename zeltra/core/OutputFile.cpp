@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/core/OutputFileInternal.h"
+
+#include <algorithm>
+
+#include "zeltra/platform/System.h"
+
+namespace zeltra {
+
+int CheckedFile::Write(void* buf, int n) {
+  const int64 end = Tell() + n;
+  const int result = AFile::Write(buf, n);
+  good_ = good_ && (n < 1 || (result && Tell() == end));
+  return result;
+}
+
+int CheckedFile::Close() {
+  // A second Close finds nothing to close, which is no loss.
+  const bool open = Tell() >= 0;
+  const int result = AFile::Close();
+  good_ = good_ && (result || !open);
+  return result;
+}
+
+OutputFile::~OutputFile() {
+  Discard();
+}
+
+void OutputFile::Discard() {
+  file_.Close();
+  if (!temporary_.empty()) RemoveFile(temporary_);
+  temporary_.clear();
+}
+
+AResult OutputFile::Create(const std::string& path, bool overwrite, const std::string& input) {
+  path_ = path;
+  overwrite_ = overwrite;
+  if (!overwrite && PathExists(path)) return AResult::Fail(path + ": exists already and is not replaced unasked");
+  if (!input.empty() && IsSameFile(path, input)) return AResult::Fail(path + ": is the file that is read");
+  const std::string temporary = TemporaryNameFor(path);
+  if (!file_.Open(temporary.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary)) {
+    return AResult::Fail(path + ": cannot be created");
+  }
+  temporary_ = temporary;
+  return AResult::Ok();
+}
+
+AResult OutputFile::Commit() {
+  file_.Close();
+  if (!file_.good()) return WriteError();
+  if (!MoveIntoPlace(temporary_, path_, overwrite_)) {
+    return AResult::Fail(path_ +
+                         (PathExists(path_) ? ": exists already and cannot be replaced" : ": cannot be created"));
+  }
+  temporary_.clear();
+  return AResult::Ok();
+}
+
+AResult OutputFile::WriteError() const {
+  return AResult::Fail(path_ + ": cannot be written, the disk may be full");
+}
+
+bool BlockWriter::Flush() {
+  if (used_ > 0) file_.Write(block_.get(), used_);
+  used_ = 0;
+  return file_.good();
+}
+
+bool BlockReader::Fill(int n) {
+  // What is left moves to the front, so that a run of bytes never straddles two blocks.
+  std::memmove(block_.get(), block_.get() + used_, static_cast<size_t>(filled_ - used_));
+  start_ += used_;
+  filled_ -= used_;
+  used_ = 0;
+  const int64 position = start_ + filled_;
+  const int count = std::min(std::max(n - filled_, ahead_), kBlockBytes - filled_);
+  if (!file_.Seek(position) || !file_.Read(block_.get() + filled_, count)) return false;
+  ahead_ = std::min(2 * ahead_, kBlockBytes);
+  filled_ += static_cast<int>(file_.Tell() - position);
+  return filled_ >= n;
+}
+
+}  // namespace zeltra

@@ -1,0 +1,18 @@
+// A small file written at once.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_WRITEWHOLEFILE_H_
+#define ZELTRA_CORE_WRITEWHOLEFILE_H_
+
+#include <string>
+
+#include "zeltra/core/AResult.h"
+
+namespace zeltra {
+
+/// Write `bytes`, less than 2 GiB, as a file that appears under its name only when it is complete.
+/// @param overwrite  whether a file that has the name already gives way
+ZELTRA_API AResult WriteWholeFile(const std::string& path, const std::string& bytes, bool overwrite);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_WRITEWHOLEFILE_H_

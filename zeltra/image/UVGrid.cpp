@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+#include <cmath>
+
+#include "zeltra/core/Units.h"
+#include "zeltra/image/FFT.h"
+#include "zeltra/image/UVGridInternal.h"
+
+namespace zeltra {
+namespace {
+
+constexpr double kHalfWidth = GriddingKernel::kWidth / 2.0;
+
+// Beatty et al. 2005, eq. 5, with an oversampling of 2: pi sqrt((W / 2)^2 (2 - 1 / 2)^2 - 0.8).
+const double kBeta = kPi * std::sqrt(kHalfWidth * kHalfWidth * 2.25 - 0.8);
+
+}  // namespace
+
+GriddingKernel::GriddingKernel() : table_(kWidth / 2 * kSteps + 2) {
+  const double atCenter = std::cyl_bessel_i(0.0, kBeta);
+  for (size_t i = 0; i < table_.size(); ++i) {
+    const double part = static_cast<double>(i) / (kSteps * kHalfWidth);
+    table_[i] = part < 1.0 ? std::cyl_bessel_i(0.0, kBeta * std::sqrt(1.0 - part * part)) / atCenter : 0.0;
+  }
+}
+
+double GriddingKernel::operator()(double distance) const {
+  const double step = std::fabs(distance) * kSteps;
+  const auto i = static_cast<size_t>(step);
+  return table_[i] + (step - static_cast<double>(i)) * (table_[i + 1] - table_[i]);
+}
+
+double GriddingKernel::Transform(double frequency) {
+  const double phase = kPi * kWidth * frequency;
+  const double root = std::sqrt(kBeta * kBeta - phase * phase);  // real up to 0.7 cycles a cell
+  return kWidth * std::sinh(root) / root / std::cyl_bessel_i(0.0, kBeta);
+}
+
+int UVGrid::Create(int size, double cell) {
+  size_ = size;
+  cellsPerWavelength_ = 2 * size * cell;
+  sumOfWeights_ = 0;
+  for (auto& line : parts_) {
+    for (auto& part : line) {
+      if (!part.reSize(size, size)) return 0;
+    }
+  }
+  return 1;
+}
+
+bool UVGrid::Holds(double u, double v) const {
+  const double end = size_ - kHalfWidth;
+  return std::fabs(u) * cellsPerWavelength_ <= end && std::fabs(v) * cellsPerWavelength_ <= end;
+}
+
+double UVGrid::LargestCell(int size, double wavelengths) {
+  return (size - kHalfWidth) / (2 * size * wavelengths);
+}
+
+void UVGrid::Add(double u, double v, std::complex<double> value, double weight) {
+  // The image is formed with exp(-2 pi i (u l + v m)), as the transform does, and east is at low elements.
+  const double column = -u * cellsPerWavelength_;
+  const double line = v * cellsPerWavelength_;
+  const std::complex<double> unit(0.0, 1.0);  // the visibility of the beam, which rides along
+  Spread(column, line, weight * (value + unit));
+  Spread(-column, -line, weight * (std::conj(value) + unit));
+  sumOfWeights_ += weight;
+}
+
+void UVGrid::Spread(double column, double line, std::complex<double> value) {
+  constexpr int kWidth = GriddingKernel::kWidth;
+  const int firstColumn = static_cast<int>(std::ceil(column - kHalfWidth));
+  const int firstLine = static_cast<int>(std::ceil(line - kHalfWidth));
+  const int wrap = 2 * size_ - 1;  // sizes are powers of two; negative places lie in the upper half
+  double weights[kWidth];
+  for (int k = 0; k < kWidth; ++k) weights[k] = kernel_(firstColumn + k - column);
+  for (int i = 0; i < kWidth; ++i) {
+    const int y = (firstLine + i) & wrap;
+    const std::complex<double> share = kernel_(firstLine + i - line) * value;
+    std::complex<double>* cells[2] = {parts_[y & 1][0].Line(y / 2), parts_[y & 1][1].Line(y / 2)};
+    for (int k = 0; k < kWidth; ++k) {
+      const int x = (firstColumn + k) & wrap;
+      cells[x & 1][x / 2] += weights[k] * share;
+    }
+  }
+}
+
+int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam) {
+  if (!map.reSize(size_, size_) || !beam.reSize(size_, size_)) return 0;
+  for (auto& line : parts_) {
+    for (auto& part : line) {
+      if (!MT_FFT_Matr_D(part, -1, 0)) return 0;
+    }
+  }
+  const int half = size_ / 2;
+  std::vector<double> correction(static_cast<size_t>(size_));
+  std::vector<std::complex<double>> twiddle(correction.size());  // of odd lines and columns
+  for (int k = 0; k < size_; ++k) {
+    const double frequency = (k - half) / (2.0 * size_);
+    correction[static_cast<size_t>(k)] = 1 / GriddingKernel::Transform(frequency);
+    twiddle[static_cast<size_t>(k)] = std::polar(1.0, -2 * kPi * frequency);
+  }
+  for (int i = 0; i < size_; ++i) {
+    const int y = (i + half) % size_;
+    const std::complex<double> odd = twiddle[static_cast<size_t>(i)];
+    const double scale = correction[static_cast<size_t>(i)] / (2 * sumOfWeights_);
+    for (int j = 0; j < size_; ++j) {
+      const int x = (j + half) % size_;
+      const std::complex<double> sum =
+          parts_[0][0](y, x) + odd * parts_[1][0](y, x) +
+          twiddle[static_cast<size_t>(j)] * (parts_[0][1](y, x) + odd * parts_[1][1](y, x));
+      const std::complex<double> pixel = scale * correction[static_cast<size_t>(j)] * sum;
+      map(i, j) = static_cast<float>(pixel.real());
+      beam(i, j) = static_cast<float>(pixel.imag());
+    }
+  }
+  return 1;
+}
+
+int UVDensity::Create(int size, double cell) {
+  squaresPerWavelength_ = size * cell;
+  return sums_.reSize(size, size);
+}
+
+int UVDensity::Square(double wavelengths) const {
+  return static_cast<int>(std::lround(wavelengths * squaresPerWavelength_)) & (sums_.Lines() - 1);
+}
+
+void UVDensity::Add(double u, double v, double weight) {
+  sums_(Square(v), Square(u)) += weight;
+  sums_(Square(-v), Square(-u)) += weight;
+}
+
+double UVDensity::operator()(double u, double v) const {
+  return sums_(Square(v), Square(u));
+}
+
+bool IsTransformed(int size) {
+  AMatrix<std::complex<double>> line(1, size);
+  if (size < 2 || !line.lpArray()) return false;
+  line(0, 0) = 1.0;
+  return MT_FFT_Matr_D(line, -1, 1) && line(0, 1) == 1.0;
+}
+
+}  // namespace zeltra

@@ -1,0 +1,99 @@
+// Visibilities on a regular grid, and the dirty image that they transform to.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_IMAGE_UVGRIDINTERNAL_H_
+#define ZELTRA_IMAGE_UVGRIDINTERNAL_H_
+
+#include <complex>
+#include <vector>
+
+#include "zeltra/core/AMatrix.h"
+
+namespace zeltra {
+
+/// Kaiser-Bessel convolution function of six cells,
+///
+///     C(d) = I0(beta sqrt(1 - (d / 3)^2)) / I0(beta),  |d| < 3 cells
+///
+/// (J. I. Jackson, C. H. Meyer, D. G. Nishimura, A. Macovski: Selection of a convolution function for Fourier inversion
+/// using gridding, IEEE Trans. Medical Imaging 10, 473, 1991), with the beta of P. J. Beatty, D. G. Nishimura, J. M.
+/// Pauly: Rapid gridding reconstruction with a minimal oversampling ratio, IEEE Trans. Medical Imaging 24, 799, 2005,
+/// eq. 5, for a grid of cells half as wide as the image asks for.
+class GriddingKernel {
+ public:
+  static constexpr int kWidth = 6;  ///< cells
+
+  GriddingKernel();
+
+  /// The function at a distance of at most kWidth / 2 cells, interpolated with an error below 1e-5.
+  double operator()(double distance) const;
+
+  /// Its Fourier transform, which the image is divided by, at so many cycles a cell.
+  static double Transform(double frequency);
+
+ private:
+  static constexpr int kSteps = 1024;  // per cell
+  std::vector<double> table_;
+};
+
+/// A grid over the u, v plane for an image of `size` times `size` pixels `cell` radians apart: element j of a line of
+/// the image points east by (size / 2 - j) cells, line i north by (i - size / 2) cells.
+///
+/// The grid has 2 size x 2 size cells 1 / (2 size cell) wavelengths apart, so that the image is the inner quarter of
+/// its transform, where nothing folds in from outside. Even and odd lines and columns lie in four grids of size x size,
+/// whose transforms add up to that quarter as in the first step of a fast Fourier transform: so no length is
+/// transformed but that of the image.
+///
+/// Every visibility is put in twice, at u, v and as its conjugate at -u, -v, since the sky is real. The grid of the
+/// beam, which is that of visibilities 1, is real in the image as well and rides along as the imaginary part: one
+/// transform gives both.
+class UVGrid {
+ public:
+  /// @return 0 if there is no memory for the grid
+  int Create(int size, double cell);
+
+  /// Whether a place lies on the grid with all cells that its visibility touches.
+  bool Holds(double u, double v) const;
+  /// The largest image cell, radians, with which a grid holds a baseline of so many wavelengths along u or v.
+  static double LargestCell(int size, double wavelengths);
+  /// Add a visibility at a place on the grid.
+  void Add(double u, double v, std::complex<double> value, double weight);
+
+  /// Transform the grid, which is used up, into the image of the sky and that of a point source of 1 Jy at the centre,
+  /// both divided by the sum of weights, which must not be 0.
+  /// @return 0 if there is no memory
+  int Transform(AMatrix<float>& map, AMatrix<float>& beam);
+
+  /// Sum of the weights added, each visibility once.
+  double sumOfWeights() const { return sumOfWeights_; }
+
+ private:
+  void Spread(double column, double line, std::complex<double> value);
+
+  GriddingKernel kernel_;
+  AMatrix<std::complex<double>> parts_[2][2];  // [line odd][column odd]
+  int size_ = 0;
+  double cellsPerWavelength_ = 0;
+  double sumOfWeights_ = 0;
+};
+
+/// How much weight falls into each square of 1 / (size cell) wavelengths, for uniform weighting.
+class UVDensity {
+ public:
+  int Create(int size, double cell);
+  void Add(double u, double v, double weight);
+  /// The weight in the square of u, v, to which a weight must have been added.
+  double operator()(double u, double v) const;
+
+ private:
+  int Square(double wavelengths) const;
+
+  AMatrix<double> sums_;
+  double squaresPerWavelength_ = 0;
+};
+
+/// Whether the two-dimensional transform takes lines of this length; it leaves others untouched without a word.
+bool IsTransformed(int size);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_IMAGE_UVGRIDINTERNAL_H_

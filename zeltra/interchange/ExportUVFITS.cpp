@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/interchange/ExportUVFITS.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/fits/FITSBytesInternal.h"
+#include "zeltra/fits/FITSCards.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXHeader.h"
+
+namespace zeltra {
+namespace {
+
+constexpr int kCardBytes = kFITSCard;
+constexpr int kBytesPerStep = 12 * 1024;
+
+// Split a time, relative to the zero of the first DATE parameter, into two floats whose sum in double precision is the
+// time of the record: hundredths of a day, and the rest.
+void SplitTime(double time, double zero, float& first, float& second) {
+  double hundredths = std::trunc((time - zero) * 100.0);
+  for (int step = 0; step < 2; ++step) {
+    first = static_cast<float>(hundredths * 0.01);
+    const double rest = time - (static_cast<double>(first) + zero);
+    second = static_cast<float>(rest);
+    // The upper part of a hundredth of a day needs a 25th bit now and then; the way down from the next one does not.
+    if (static_cast<double>(second) == rest) return;
+    hundredths += 1.0;
+  }
+}
+
+class Exporter {
+ public:
+  Exporter(const std::string& from, const std::string& to, const JobOptions& options)
+      : from_(from), to_(to), options_(options) {}
+  AResult Run();
+
+ private:
+  enum class Pass { Whole, ParameterMissing, Stopped };
+
+  AResult WriteHeader();
+  Pass WriteGroups(AResult& result);
+  bool LacksParameter(const AUVXGroup& group);
+  int EncodeParameters(const AUVXGroup& group, float* parameters) const;
+  bool CopyValues(BlockReader& reader, BlockWriter& writer) const;
+  bool Pad();
+
+  const std::string from_, to_;
+  const JobOptions options_;
+  AFile input_;
+  AUVXFile uvx_;
+  OutputFile output_;
+  char firstCard_[kCardBytes] = {};
+  double dateZero_ = 0;
+  bool withSource_ = false;
+  bool withFlag_ = false;
+};
+
+AResult Exporter::Run() {
+  SendProgressRange(options_.progress);
+  if (!input_.Open(from_.c_str(), AFile::Binary)) return AResult::Fail(from_ + ": cannot be opened for reading");
+  if (!uvx_.Attach(&input_, 0, 0)) {
+    return AResult::Fail(from_ + ": not a UVX file, or one whose writer did not finish");
+  }
+  if (uvx_.HeldRecords() < uvx_.count()) {
+    return AResult::Fail(from_ + ": holds " + std::to_string(uvx_.HeldRecords()) + " of the " +
+                         std::to_string(uvx_.count()) + " records that its header promises");
+  }
+  if (AResult result = output_.Create(to_, options_.overwrite, from_); !result) return result;
+  const AUVXHeader header(uvx_);
+  if (uvx_.channels() < 1 || header.stokes.count() < 1) return AResult::Fail(from_ + ": its records hold no values");
+  dateZero_ = std::isfinite(header.info.dateObs) ? double{header.info.dateObs} : 0;
+  withSource_ = uvx_.NeedsSourceAndFreqSel();
+
+  AResult result = AResult::Ok();
+  Pass pass = Pass::ParameterMissing;
+  while (pass == Pass::ParameterMissing) {
+    if (result = WriteHeader(); !result) return result;
+    pass = WriteGroups(result);
+  }
+  if (!result) return result;
+  CheckedFile& file = output_.file();
+  if (!Pad()) return output_.WriteError();
+  if (!uvx_.ToFITSTables(file)) {
+    return file.good() ? AResult::Fail(from_ + ": a table is damaged") : output_.WriteError();
+  }
+  if (!file.Seek(0) || !file.Write(firstCard_, kCardBytes)) return output_.WriteError();
+  return output_.Commit();
+}
+
+// The first card comes last: without it no program takes what a killed export leaves for a FITS file.
+AResult Exporter::WriteHeader() {
+  CheckedFile& file = output_.file();
+  if (!file.Seek(0) || !uvx_.ToFITSHeader(file, withSource_, withFlag_)) {
+    return file.good() ? AResult::Fail(from_ + ": its polarisations do not form an axis of constant steps")
+                       : output_.WriteError();
+  }
+  const int64 dataStart = file.Tell();
+  char nothing[kCardBytes] = {};
+  const bool written = file.Seek(0) && file.Read(firstCard_, kCardBytes) && file.Seek(0) &&
+                       file.Write(nothing, kCardBytes) && file.Seek(dataStart);
+  return written && file.good() ? AResult::Ok() : output_.WriteError();
+}
+
+Exporter::Pass Exporter::WriteGroups(AResult& result) {
+  SendProgressText(options_.progress, "Writing data into output file...");
+  BlockReader reader(input_);
+  BlockWriter writer(output_.file());
+  reader.Seek(uvx_.DataOffset());
+  int lastPercent = -1;
+  for (int i = 0; i < uvx_.count(); ++i) {
+    if (IsCancelled(options_)) {
+      result = AResult::Cancel(to_ + ": the export was cancelled");
+      return Pass::Stopped;
+    }
+    char* record = reader.Take(sizeof(AUVXGroup));
+    AUVXGroup group;
+    if (record) group.load(record);
+    if (record && LacksParameter(group)) return Pass::ParameterMissing;
+    float parameters[9];
+    const int bytes = EncodeParameters(group, parameters);
+    char* to = record ? writer.Reserve(bytes) : nullptr;
+    if (to) std::memcpy(to, parameters, static_cast<size_t>(bytes));
+    if (!to || !CopyValues(reader, writer)) {
+      result = output_.file().good() ? AResult::Fail(from_ + ": cannot be read in record " + std::to_string(i))
+                                     : output_.WriteError();
+      return Pass::Stopped;
+    }
+    SendProgress(options_.progress, i + 1, uvx_.count(), lastPercent);
+  }
+  if (!writer.Flush()) result = output_.WriteError();
+  return result ? Pass::Whole : Pass::Stopped;
+}
+
+// Whether a record tells something that the header has no parameter for: the tables said otherwise, or the flags, which
+// no table mentions. From then on the parameter is there, and the export begins again.
+bool Exporter::LacksParameter(const AUVXGroup& group) {
+  const bool source = group.source != 1 || group.frqsel != 1, flag = group.flag != 0;
+  const bool lacks = (source && !withSource_) || (flag && !withFlag_);
+  withSource_ |= source;
+  withFlag_ |= flag;
+  return lacks;
+}
+
+/// @return bytes in use of `parameters`, which are big-endian
+int Exporter::EncodeParameters(const AUVXGroup& group, float* parameters) const {
+  float* next = parameters;
+  *next++ = group.uu;
+  *next++ = group.vv;
+  *next++ = group.ww;
+  *next++ = static_cast<float>(static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2));
+  SplitTime(group.date, dateZero_, next[0], next[1]);
+  next += 2;
+  if (withSource_) {
+    *next++ = group.source;
+    *next++ = group.frqsel;
+  }
+  if (withFlag_) *next++ = group.flag;
+  const size_t count = static_cast<size_t>(next - parameters);
+  Swap32(parameters, parameters, count);
+  return static_cast<int>(count * sizeof(float));
+}
+
+bool Exporter::CopyValues(BlockReader& reader, BlockWriter& writer) const {
+  for (int left = uvx_.recSize() - static_cast<int>(sizeof(AUVXGroup)); left > 0;) {
+    const int bytes = std::min(left, kBytesPerStep);
+    const char* from = reader.Take(bytes);
+    char* to = from ? writer.Reserve(bytes) : nullptr;
+    if (!to) return false;
+    Swap32(to, from, static_cast<size_t>(bytes) / 4);
+    left -= bytes;
+  }
+  return true;
+}
+
+// Fill the data up to a whole block with zeros.
+bool Exporter::Pad() {
+  char zeros[kFITSBlock] = {};
+  const int beyond = static_cast<int>(output_.file().Tell() % kFITSBlock);
+  return beyond == 0 || output_.file().Write(zeros, kFITSBlock - beyond);
+}
+
+}  // namespace
+
+AResult ExportUVFITS(const std::string& from, const std::string& to, const JobOptions& options) {
+  return Exporter(from, to, options).Run();
+}
+
+}  // namespace zeltra

@@ -1,0 +1,22 @@
+// A UVX file becomes a UV FITS file.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_INTERCHANGE_EXPORTUVFITS_H_
+#define ZELTRA_INTERCHANGE_EXPORTUVFITS_H_
+
+#include <string>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
+
+namespace zeltra {
+
+/// Export as random-groups UV FITS: 32-bit floats, AIPS tables as binary tables.
+///
+/// The time of a group is split over two DATE parameters in such a way that their sum, formed in double precision, is
+/// the time of the record. The output appears under its name only when it is complete; its first block is written last,
+/// so a killed export leaves nothing that opens.
+ZELTRA_API AResult ExportUVFITS(const std::string& from, const std::string& to, const JobOptions& options);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_INTERCHANGE_EXPORTUVFITS_H_

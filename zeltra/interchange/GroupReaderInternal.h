@@ -1,0 +1,68 @@
+// Reads the groups of a UV FITS file in any order.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_INTERCHANGE_GROUPREADERINTERNAL_H_
+#define ZELTRA_INTERCHANGE_GROUPREADERINTERNAL_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/fits/AFITS.h"
+
+namespace zeltra {
+
+/// The random parameters of one group in physical units, each the sum of all parameters of its name.
+struct GroupParameters {
+  float u, v, w;
+  double date;  ///< days
+  double baseline;
+  double source;   ///< 1 where the file has none
+  double freqSel;  ///< 1 where the file has none
+  int8_t flag;     ///< as AUVXGroup::load gives it
+};
+
+/// Decodes the random parameters of groups as AUVXGroup::load does, u, v, w, date and flag bit for bit. What a
+/// parameter means is worked out once a file, and groups that are read in their order are decoded many at a time.
+class GroupReader {
+ public:
+  /// @param fits  prepared by UVFITSInput, which gives the parameters the names that are looked for here
+  explicit GroupReader(AFITS& fits);
+
+  /// Go to a group, counted from 0. @return its parameters, valid until the next call; null if they cannot be read
+  const GroupParameters* Parameters(int group) {
+    if ((group < first_ || group >= end_) && !DecodeFrom(group)) return nullptr;
+    reader_.Seek(Position(group) + parameterBytes_);
+    return &decoded_[group - first_];
+  }
+  /// The next `n` bytes of the data array of that group, at most kBlockBytes, as they stand in the file; null if they
+  /// cannot be read.
+  const char* TakeValues(int n) { return reader_.Take(n); }
+
+ private:
+  // Enough to forget what a parameter costs, few enough to stay in the processor's inner cache.
+  static constexpr int kMostDecoded = 64;
+  enum Role { U, V, W, Date, Baseline, Source, FreqSel, Flag, kRoles };
+  struct Term {
+    Role role;
+    int offset;
+    double scale, zero;
+  };
+
+  bool DecodeFrom(int group);
+  void Decode(const char* raw, int count);
+  template <typename Number>
+  void DecodeNumbers(const char* raw, int count);
+  int64 Position(int group) const { return dataStart_ + int64{group} * groupBytes_; }
+
+  BlockReader reader_;
+  int64 dataStart_;
+  int groups_, groupBytes_, parameterBytes_, valueBytes_;
+  std::vector<Term> terms_;
+  GroupParameters start_ = {};
+  GroupParameters decoded_[kMostDecoded];
+  int first_ = 0, end_ = 0;  // groups that decoded_ holds
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_INTERCHANGE_GROUPREADERINTERNAL_H_

@@ -1,0 +1,42 @@
+// A UV FITS file becomes a UVX file.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_INTERCHANGE_IMPORTUVFITS_H_
+#define ZELTRA_INTERCHANGE_IMPORTUVFITS_H_
+
+#include <string>
+#include <vector>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
+#include "zeltra/platform/Types.h"
+
+namespace zeltra {
+
+/// What an import found and did.
+struct ImportSummary {
+  int64 records = 0;
+  bool sorted = false;  ///< the groups were out of time order and have been sorted by time, then baseline
+  int tables = 0;
+  /// One sentence for each thing that is doubtful, changed or not carried, with its count.
+  std::vector<std::string> remarks;
+};
+
+/// Import random-groups UV FITS.
+///
+/// Refused, with a sentence that names the axis, card or group: what is not random groups (an image, a UV table and
+/// FITS-IDI are named as such); COMPLEX not first or not of length 3; STOKES, FREQ, IF in another order; further axes
+/// longer than 1; BITPIX other than 16, 32, -32; more than 8 polarisations; data shorter than GCOUNT promises; a group
+/// without a baseline of two antenna numbers 1..255.
+///
+/// Groups in time order keep their order; others are sorted by time, then baseline. The output always has the tables
+/// "NX", "FQ", "AN", "SU" and "BL". Values are those of the source bit for bit, random parameters scaled to physical
+/// units, u, v, w in seconds. The output appears under its name only when it is complete.
+///
+/// Memory: some MiB whatever the file's size, and 16 bytes a group while sorting.
+/// @param summary  may be null; filled also when the import fails
+ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
+                                ImportSummary* summary);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_INTERCHANGE_IMPORTUVFITS_H_

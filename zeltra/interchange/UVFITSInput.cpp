@@ -1,0 +1,305 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <set>
+
+#include "zeltra/core/Text.h"
+#include "zeltra/fits/ParseFITSstr.h"
+#include "zeltra/interchange/UVFITSInputInternal.h"
+
+namespace zeltra {
+namespace {
+
+constexpr int kCardBytes = 80;
+
+std::string Quoted(const std::string& text) {
+  return "\"" + text + "\"";
+}
+
+std::string Joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+// The words of a parameter name: blanks are written as dashes, as in UU---SIN or UU-L-SIN.
+std::vector<std::string> Words(const std::string& name) {
+  std::vector<std::string> words(1);
+  for (const char c : name) {
+    if (c != '-' && c != ' ') {
+      words.back() += c;
+    } else if (!words.back().empty()) {
+      words.emplace_back();
+    }
+  }
+  if (words.back().empty()) words.pop_back();
+  return words;
+}
+
+// The name under which a random parameter is read, empty for one that is not.
+std::string KnownParameter(const std::vector<std::string>& words) {
+  if (words.empty()) return {};
+  const std::string& name = words[0];
+  for (const char* coordinate : {"UU", "VV", "WW"}) {
+    if (name == coordinate) return name;
+  }
+  if (name == "_DATE") return "DATE";
+  for (const char* known : {"BASELINE", "DATE", "SOURCE", "FREQSEL", "FLAG"}) {
+    if (name == known && words.size() == 1) return name;
+  }
+  return {};
+}
+
+bool StartsWith(const std::string& text, const char* start) {
+  return text.rfind(start, 0) == 0;
+}
+
+bool IsAskedFor(const std::string& key) {
+  for (const char* asked : {"GROUPS", "BITPIX", "NAXIS1", "EPOCH", "EQUINOX", "TELESCOP", "BLANK", "SORTORD"}) {
+    if (key == asked) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& remarks) {
+  path_ = path;
+  if (!fits_.Open(path)) return Refuse("cannot be opened for reading");
+  if (AResult result = ReadCards(); !result) return result;
+  if (!fits_.ReadHeaders()) {
+    return IsImage() ? Refuse("an image, not random groups")
+                     : Refuse("the primary header promises data that cannot be addressed");
+  }
+  if (AResult result = CheckFormat(); !result) return result;
+  if (AResult result = CheckAxes(remarks); !result) return result;
+  if (AResult result = CheckExtent(remarks); !result) return result;
+  if (AResult result = PrepareParameters(remarks); !result) return result;
+  PrepareHeader(remarks);
+  RemarkOnHistory(remarks);
+  return AResult::Ok();
+}
+
+// Cards up to END, of which a damaged file may have no end: only those are kept that are asked for.
+AResult UVFITSInput::ReadCards() {
+  AFile& file = *fits_.file();
+  const int64 size = file.GetFileSize();
+  std::string block(kCardBytes * 4096, '\0');
+  for (int64 start = 0; start + kCardBytes <= size; start += static_cast<int64>(block.size())) {
+    const int64 count = std::min<int64>(static_cast<int64>(block.size()), size - start) / kCardBytes;
+    if (!file.Seek(start) || !file.ReadL(block.data(), count * kCardBytes)) break;
+    for (int64 i = 0; i < count; ++i) {
+      const std::string card = block.substr(static_cast<size_t>(i * kCardBytes), kCardBytes);
+      if (start == 0 && i == 0 && !StartsWith(card, "SIMPLE  =")) {
+        return Refuse("not a FITS file: it does not begin with a SIMPLE card");
+      }
+      if (StartsWith(card, "HISTORY ")) {
+        ReadHistory(card.substr(8));
+        continue;
+      }
+      ParseFITSstr parsed;
+      parsed.Parse(card);
+      const std::string index = parsed.GetNumber() >= 0 ? std::to_string(parsed.GetNumber()) : "";
+      if (parsed.strKey() == "END" && index.empty()) return file.Seek(0) ? AResult::Ok() : Refuse("cannot be read");
+      const std::string key = parsed.strKey() + index;
+      if (IsAskedFor(key) && !Find(key)) cards_.push_back({key, parsed.strPar()});
+    }
+  }
+  return Refuse("the primary header has no END card before the file ends at byte " + std::to_string(size));
+}
+
+const std::string* UVFITSInput::Find(const std::string& key) const {
+  for (const Card& card : cards_) {
+    if (card.key == key) return &card.value;
+  }
+  return nullptr;
+}
+
+bool UVFITSInput::ClaimsGroups() const {
+  const std::string* groups = Find("GROUPS");
+  return groups && *groups == "T";
+}
+
+bool UVFITSInput::IsImage() const {
+  const std::string* length = Find("NAXIS1");
+  return !ClaimsGroups() && length && ParseNumber(*length) > 0;
+}
+
+AResult UVFITSInput::CheckFormat() const {
+  const AFITSmain& main = *const_cast<AFITS&>(fits_).main();
+  const bool claimsGroups = ClaimsGroups();
+  const bool randomGroups = claimsGroups && main.naxis() >= 1 && main.AxisLength(1) == 0;
+  if (randomGroups) return AResult::Ok();
+
+  AFITS& fits = const_cast<AFITS&>(fits_);
+  // The primary header of FITS-IDI says GROUPS = T and has no axes.
+  if (fits.HasExtTable("UV_DATA") || (claimsGroups && main.naxis() == 0)) {
+    return Refuse("a FITS-IDI file (visibilities in the table UV_DATA), not random groups; convert it first");
+  }
+  if (main.AxisLength(1) == 777777701 || fits.HasExtTable("AIPS UV")) {
+    return Refuse("a UVTABLE file (visibilities in a binary table), not random groups; convert it first");
+  }
+  if (main.naxis() >= 2 && main.AxisLength(1) > 0) {
+    return Refuse("an image of " + std::to_string(main.AxisLength(1)) + " x " + std::to_string(main.AxisLength(2)) +
+                  " pixels, not random groups");
+  }
+  if (!claimsGroups) return Refuse("no random groups: the primary header has no card GROUPS = T");
+  return Refuse("no random groups: the card NAXIS1 is not 0");
+}
+
+AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
+  AFITSmain& main = *fits_.main();
+  const int bytes = main.valueBytes();
+  if (bytes != 2 && bytes != 4 && bytes != -4) {
+    const std::string* bitpix = Find("BITPIX");
+    return Refuse("the card BITPIX = " + (bitpix ? *bitpix : "?") + " is not one of 16, 32, -32");
+  }
+  if (main.naxis() < 2 || !StartsWith(Trimmed(main.ctype(2)), "COMPLEX")) return Refuse("axis 2 is not COMPLEX");
+  if (main.AxisLength(2) != 3) {
+    return Refuse("axis 2, COMPLEX, has length " + std::to_string(main.AxisLength(2)) + " instead of 3");
+  }
+  const int stokes = main.FindAxis("STOKES"), freq = main.FindAxis("FREQ"), ifs = main.FindAxis("IF");
+  if (!freq) return Refuse("there is no axis FREQ");
+  // Axes are found by parts of their names, so that one axis may seem to be several.
+  const bool inOrder = freq > 2 && (!stokes || (stokes > 2 && stokes < freq)) && (!ifs || ifs > freq);
+  if (!inOrder) return Refuse("the axes STOKES, FREQ, IF are not in that order behind COMPLEX");
+  for (int axis = 3; axis <= main.naxis(); ++axis) {
+    const int length = main.AxisLength(axis);
+    if (length < 1) return Refuse("axis " + std::to_string(axis) + " has length " + std::to_string(length));
+    if (axis == stokes || axis == freq || axis == ifs || length == 1) continue;
+    return Refuse("axis " + std::to_string(axis) + ", " + Quoted(main.ctype(axis)) + ", has length " +
+                  std::to_string(length) + "; only STOKES, FREQ and IF may be longer than 1");
+  }
+  if (!stokes) remarks.push_back("there is no axis STOKES: the values are taken as Stokes I");
+  if (stokes && main.AxisLength(stokes) > 8) {
+    return Refuse("axis STOKES has length " + std::to_string(main.AxisLength(stokes)) + "; a UVX file holds at most 8");
+  }
+  if (ifs && main.AxisLength(ifs) > std::numeric_limits<int16_t>::max()) {
+    return Refuse("axis IF has length " + std::to_string(main.AxisLength(ifs)));
+  }
+  const int magnitude = std::abs(bytes);
+  parameterBytes_ = magnitude * main.pcount();
+  values_ = (main.groupBytes() - parameterBytes_) / magnitude / 3;
+  if (int64{values_} * 12 + 26 > std::numeric_limits<int>::max()) return Refuse("a group is larger than 2 GiB");
+  if (main.gcount() < 1) return Refuse("holds no groups: the card GCOUNT is missing or not positive");
+  return AResult::Ok();
+}
+
+AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
+  AFITSmain& main = *fits_.main();
+  const int64 size = fits_.file()->GetFileSize();
+  if (main.dataStart() + int64{main.groupBytes()} * main.gcount() > size) {
+    const int64 whole = std::max<int64>(0, size - main.dataStart()) / main.groupBytes();
+    return Refuse("the file ends at byte " + std::to_string(size) + ", in group " + std::to_string(whole + 1) + " of " +
+                  std::to_string(main.gcount()));
+  }
+  int64 end = main.nextHeader();
+  for (int i = 0; i < fits_.tables().count(); ++i) {
+    AFITSxtbl& table = *fits_.tables()(i);
+    const int64 dataEnd = table.dataStart() + int64{table.groupBytes()} * std::max(table.gcount(), 0);
+    if (dataEnd > size) {
+      return Refuse("the file ends at byte " + std::to_string(size) + ", within the table " + Quoted(table.extname()) +
+                    ", which ends at byte " + std::to_string(dataEnd));
+    }
+    end = table.nextHeader();
+  }
+  if (end >= size) return AResult::Ok();
+  char start[8] = {};
+  fits_.file()->Seek(end);
+  fits_.file()->Read(start, sizeof start);
+  if (std::memcmp(start, "XTENSION", sizeof start) == 0) {
+    return Refuse("the extension header at byte " + std::to_string(end) + " cannot be read");
+  }
+  remarks.push_back(std::to_string(size - end) + " bytes behind the last table, from byte " + std::to_string(end) +
+                    " on, are not FITS and are left out");
+  return AResult::Ok();
+}
+
+AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
+  AFITSmain& main = *fits_.main();
+  if (main.pcount() > main.Parameters()) {
+    return Refuse("the card PCOUNT = " + std::to_string(main.pcount()) + " is beyond the 999 that FITS allows");
+  }
+  std::vector<std::string> lost;
+  std::set<std::string> present;
+  for (int i = 0; i < main.Parameters(); ++i) {
+    const std::vector<std::string> words = Words(main.ptype(i));
+    const std::string known = KnownParameter(words);
+    if (known.empty() && !Trimmed(main.ptype(i)).empty()) lost.push_back(Trimmed(main.ptype(i)));
+    // Readers of a group go by first letters, so a parameter that is not known must not keep its name.
+    main.ptype(i) = known;
+    present.insert(known);
+    const bool wavelengths = words.size() > 1 && words[1] == "L" && known.size() == 2;
+    if (!wavelengths) continue;
+    const int freq = main.FindAxis("FREQ");
+    const double reference = main.axes()(0, freq - 1);
+    if (!(reference > 0)) {
+      return Refuse("u, v, w are in wavelengths and the card CRVAL" + std::to_string(freq) + " gives no frequency");
+    }
+    main.pscal(i) /= reference;
+    main.pzero(i) /= reference;
+  }
+  for (const char* name : {"UU", "VV", "WW", "BASELINE", "DATE"}) {
+    if (!present.count(name)) return Refuse("there is no random parameter " + std::string(name));
+  }
+  if (!lost.empty()) remarks.push_back("random parameters that a UVX file has no place for: " + Joined(lost));
+  return AResult::Ok();
+}
+
+void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
+  AFITSmain& main = *fits_.main();
+  const std::string* epoch = Find("EPOCH");
+  const std::string* given = epoch ? epoch : Find("EQUINOX");
+  const std::string text = given ? *given : "";
+  const bool isNamed = StartsWith(text, "J") || StartsWith(text, "B");
+  if (!epoch || isNamed) {
+    const double number = ParseNumber(text.substr(isNamed ? 1 : 0));
+    main.epoch() = number > 0 ? number : 2000.0;
+    if (!(number > 0)) remarks.push_back("neither EPOCH nor EQUINOX gives the equinox: 2000 is assumed");
+  }
+  if (Trimmed(main.instrume()).empty()) {
+    if (const std::string* telescope = Find("TELESCOP")) main.instrume() = *telescope;
+  }
+  header_ = AUVXHeader(fits_);
+  if (header_.stokes.count() < 1) {
+    header_.stokes.SetCount(1);
+    header_.stokes(0) = 1;
+  }
+  for (int i = 0; i < header_.stokes.count(); ++i) {
+    const int code = header_.stokes(i);
+    if (code == 0 || code < -8 || code > 4) {
+      remarks.push_back("polarisation " + std::to_string(i + 1) + " has the unknown code " + std::to_string(code));
+    }
+  }
+  const std::string* blank = Find("BLANK");
+  hasBlank_ = blank && main.valueBytes() > 0;
+  // A number that no integer of the file can be stands for no blank at all.
+  const double value = hasBlank_ ? ParseNumber(*blank) : 0;
+  hasBlank_ = hasBlank_ && value >= -2147483648.0 && value <= 2147483647.0;
+  if (hasBlank_) blank_ = static_cast<int>(value);
+}
+
+void UVFITSInput::ReadHistory(const std::string& line) {
+  ++historyCards_;
+  // The last card of a kind holds.
+  for (auto [label, value] : {std::pair{"SORT ORDER", &sortOrder_}, std::pair{"WTSCAL", &weightScale_}}) {
+    const size_t at = line.find(label);
+    if (at == std::string::npos) continue;
+    const size_t equals = line.find('=', at);
+    if (equals != std::string::npos) *value = Trimmed(line.substr(equals + 1));
+  }
+}
+
+void UVFITSInput::RemarkOnHistory(std::vector<std::string>& remarks) {
+  claimsTimeBaseline_ = sortOrder_.find("TB") != std::string::npos;
+  if (const std::string* card = Find("SORTORD"); card && sortOrder_.empty()) claimsTimeBaseline_ = *card == "TB";
+  const double scale = weightScale_.empty() ? 1.0 : ParseNumber(weightScale_);
+  if (scale != 1.0) remarks.push_back("the history gives a weight scale of " + weightScale_ + ", which is not applied");
+  if (historyCards_ > 0) {
+    remarks.push_back(std::to_string(historyCards_) + " HISTORY cards, which a UVX file has no place for");
+  }
+}
+
+}  // namespace zeltra

@@ -1,0 +1,74 @@
+// A UV FITS file as found in the field, checked and prepared for reading.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
+#define ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
+
+#include <string>
+#include <vector>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/fits/AFITS.h"
+#include "zeltra/uvx/AUVXHeader.h"
+
+namespace zeltra {
+
+/// Opens a random-groups file, refuses what cannot be stored, and prepares its headers so that the classes that read
+/// groups see only what they understand: parameters that share a first letter with a known one are masked, u, v, w are
+/// scaled to seconds.
+class UVFITSInput {
+ public:
+  /// @param remarks  receives a sentence for all that is doubtful or not carried
+  AResult Open(const std::string& path, std::vector<std::string>& remarks);
+
+  AFITS& fits() { return fits_; }
+  const std::string& path() const { return path_; }
+  /// The UVX header of the file; its ranges are empty.
+  const AUVXHeader& header() const { return header_; }
+  int groups() const { return fits_.main()->gcount(); }
+  /// Bytes of a group before its visibilities.
+  int parameterBytes() const { return parameterBytes_; }
+  /// Complex values in a group.
+  int values() const { return values_; }
+  /// Raw value that stands for "no value" in integer data; meaningful when hasBlank().
+  int blank() const { return blank_; }
+  bool hasBlank() const { return hasBlank_; }
+  /// Whether the history claims the order time, then baseline.
+  bool claimsTimeBaseline() const { return claimsTimeBaseline_; }
+
+  /// A sentence about this file.
+  AResult Refuse(const std::string& sentence) const { return AResult::Fail(path_ + ": " + sentence); }
+
+ private:
+  struct Card {
+    std::string key;  // with its index
+    std::string value;
+  };
+
+  AResult ReadCards();
+  const std::string* Find(const std::string& key) const;
+  bool ClaimsGroups() const;
+  bool IsImage() const;
+  AResult CheckFormat() const;
+  AResult CheckAxes(std::vector<std::string>& remarks);
+  AResult CheckExtent(std::vector<std::string>& remarks);
+  AResult PrepareParameters(std::vector<std::string>& remarks);
+  void PrepareHeader(std::vector<std::string>& remarks);
+  void ReadHistory(const std::string& line);
+  void RemarkOnHistory(std::vector<std::string>& remarks);
+
+  AFITS fits_;
+  std::string path_;
+  std::vector<Card> cards_;
+  int64 historyCards_ = 0;
+  std::string sortOrder_, weightScale_;  // as the history tells
+  AUVXHeader header_;
+  int parameterBytes_ = 0;
+  int values_ = 0;
+  int blank_ = 0;
+  bool hasBlank_ = false;
+  bool claimsTimeBaseline_ = false;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
