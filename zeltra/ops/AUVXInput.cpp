@@ -17,8 +17,6 @@ namespace zeltra {
 namespace {
 
 constexpr int32_t kCommitted = 1003;
-// A reader of single records asks for a few bytes at a time.
-constexpr int kBufferBytes = 1 << 18;
 // A record of so many values, its sums and its average fit beside each other.
 constexpr int kMostValues = 1 << 20;
 
@@ -54,7 +52,7 @@ AResult AUVXInput::Import(const JobOptions& options) {
 }
 
 AResult AUVXInput::OpenUVX(const std::string& path) {
-  if (!file_.Open(path.c_str(), "rb", kBufferBytes)) return AResult::Fail(path_ + ": cannot be opened");
+  if (!file_.Open(path.c_str(), AFile::Binary)) return AResult::Fail(path_ + ": cannot be opened");
   if (!uvx_.Attach(&file_, 0, 0)) {
     return AResult::Fail(path_ + ": damaged or cut short, it does not hold what its first 481 bytes promise");
   }

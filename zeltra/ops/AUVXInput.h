@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "zeltra/core/AResult.h"
-#include "zeltra/core/AStreamFile.h"
+#include "zeltra/core/AFile.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -31,6 +31,8 @@ class ZELTRA_API AUVXInput {
   /// The name given to Open, by which sentences name the file.
   const std::string& path() const { return path_; }
   AUVXFile& uvx() { return uvx_; }
+  /// The open file itself, for AFile::ReadAt.
+  const AFile& file() const { return file_; }
   /// What the import remarked; empty for a UVX file.
   const std::vector<std::string>& remarks() const { return remarks_; }
 
@@ -54,7 +56,7 @@ class ZELTRA_API AUVXInput {
   std::string path_;
   std::string temporary_;  // the imported file, if any
   std::vector<std::string> remarks_;
-  AStreamFile file_;
+  AFile file_;
   AUVXFile uvx_;
 };
 

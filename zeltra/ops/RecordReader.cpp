@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+
+#include "zeltra/ops/RecordReaderInternal.h"
+
+namespace zeltra {
+namespace {
+
+// Large enough that requests do not count, small enough that the records are still in the processor's cache when they
+// are looked at.
+constexpr int kBlockBytes = 1 << 19;
+
+}  // namespace
+
+RecordReader::RecordReader(AUVXInput& input)
+    : file_(input.file()),
+      dataOffset_(input.uvx().DataOffset()),
+      recordBytes_(input.uvx().recSize()),
+      capacity_(std::max(kBlockBytes / recordBytes_, 1)),
+      block_(new char[static_cast<size_t>(capacity_) * static_cast<size_t>(recordBytes_)]) {}
+
+int RecordReader::Read(int first, int end) {
+  const int count = std::min(end - first, capacity_);
+  const int64 bytes = int64{count} * recordBytes_;
+  const int64 position = dataOffset_ + int64{first} * recordBytes_;
+  return file_.ReadAt(position, block_.get(), bytes) == bytes ? count : 0;
+}
+
+}  // namespace zeltra

@@ -1,0 +1,34 @@
+// Records of a UVX file in large sequential reads.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_RECORDREADERINTERNAL_H_
+#define ZELTRA_OPS_RECORDREADERINTERNAL_H_
+
+#include <memory>
+
+#include "zeltra/ops/AUVXInput.h"
+
+namespace zeltra {
+
+/// Reads runs of records. Each thread has a reader of its own; they share the open file.
+class RecordReader {
+ public:
+  explicit RecordReader(AUVXInput& input);
+
+  int recordBytes() const { return recordBytes_; }
+  /// Read records from `first` on, as many as the block holds and none from `end` on.
+  /// @return how many there are at records(), at least 1 where first < end; 0 if they cannot be read
+  int Read(int first, int end);
+  /// The records last read, one after the other as in the file: 26 bytes of AUVXGroup, then the values.
+  const char* records() const { return block_.get(); }
+
+ private:
+  const AFile& file_;
+  const int64 dataOffset_;
+  const int recordBytes_;
+  const int capacity_;  // records in a block
+  const std::unique_ptr<char[]> block_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_RECORDREADERINTERNAL_H_
