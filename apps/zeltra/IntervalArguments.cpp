@@ -49,6 +49,16 @@ void AddIntervalOptions(CLI::App& command, IntervalOptions& options) {
           "--mode", [&options](const std::string& mode) { options.complexMean = mode == "complex"; },
           "average real and imaginary parts (the default), or amplitudes and unwrapped phases")
       ->check(CLI::IsMember({"complex", "amphase"}));
+  command
+      .add_option_function<std::string>(
+          "--mean",
+          [&options](const std::string& mean) {
+            options.mean = mean == "plain" ? MeanKind::Plain : MeanKind::Weighted;
+          },
+          "weighted by the weights (the default), or plain with the mean weight")
+      ->check(CLI::IsMember({"weighted", "plain"}));
+  command.add_option("--threads", options.threads, "threads that may be used; 0 for one a processor")
+      ->check(CLI::NonNegativeNumber);
 }
 
 void NoteSources(UVXInput& input, const std::string& chosen, Session& session) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 
+#include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -52,10 +53,11 @@ AUVXContents::AUVXContents(AUVXInput& input)
   }
 }
 
-AResult AUVXContents::CheckIndex(AUVXInput& input) const {
+AResult AUVXContents::CheckIndex(AUVXInput& input, const ScanVisitor& visit) const {
   AUVXFile& uvx = input.uvx();
   const std::string remedy = "; 'zeltra copy' writes a file with a new one";
   if (scans().count() == 0 && uvx.count() > 0) return AResult::Fail(path_ + ": has no index table NX" + remedy);
+  BlockReader reader(input.file());
   int64 next = 1;
   for (int i = 0; i < scans().count(); ++i) {
     const AUVXPositionItem& scan = scans()(i);
@@ -63,17 +65,20 @@ AResult AUVXContents::CheckIndex(AUVXInput& input) const {
       return AResult::Fail(path_ + ": the index table NX does not follow the records at number " +
                            std::to_string(next) + remedy);
     }
-    for (const int record : {scan.startVis - 1, scan.endVis - 1}) {
-      AUVXGroup group;
-      if (!uvx.SeekUVGroup(record) || !group.load(uvx)) {
-        return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record));
-      }
-      if (group.sourceNo() != scan.sourceId || group.freqSel() != scan.freqId) {
+    AUVXGroup ends[2];
+    for (int k = 0; k < 2; ++k) {
+      const int record = (k == 0 ? scan.startVis : scan.endVis) - 1;
+      reader.Seek(uvx.DataOffset() + int64{record} * uvx.recSize());
+      char* bytes = reader.Take(AUVXGroup::kBytes);
+      if (!bytes) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record));
+      ends[k].load(bytes);
+      if (ends[k].sourceNo() != scan.sourceId || ends[k].freqSel() != scan.freqId) {
         return AResult::Fail(path_ + ": record " + std::to_string(record) + " is of source " +
-                             std::to_string(group.sourceNo()) + " in setup " + std::to_string(group.freqSel()) +
+                             std::to_string(ends[k].sourceNo()) + " in setup " + std::to_string(ends[k].freqSel()) +
                              ", which the index table NX denies" + remedy);
       }
     }
+    if (visit) visit(scan, ends[0], ends[1]);
     next = int64{scan.endVis} + 1;
   }
   if (next == int64{uvx.count()} + 1) return AResult::Ok();

@@ -3,6 +3,7 @@
 #ifndef ZELTRA_OPS_AUVXCONTENTS_H_
 #define ZELTRA_OPS_AUVXCONTENTS_H_
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,7 +36,9 @@ class ZELTRA_API AUVXContents {
 
   /// Make sure that the index says of every record which source and setup it is of: its scans follow each other from
   /// the first record to the last, and the first and the last record of each are as it says.
-  AResult CheckIndex(AUVXInput& input) const;
+  /// @param visit  receives each scan with its first and its last record, in the order of the file; may be empty
+  using ScanVisitor = std::function<void(const AUVXPositionItem& scan, const AUVXGroup& first, const AUVXGroup& last)>;
+  AResult CheckIndex(AUVXInput& input, const ScanVisitor& visit = {}) const;
 
   /// Find the source that `text` names, by number or by name without regard to case; it must have records.
   AResult FindSource(const std::string& text, int& number) const;

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "zeltra/core/AResult.h"
 #include "zeltra/core/AFile.h"
+#include "zeltra/core/AResult.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -32,7 +32,7 @@ class ZELTRA_API AUVXInput {
   const std::string& path() const { return path_; }
   AUVXFile& uvx() { return uvx_; }
   /// The open file itself, for AFile::ReadAt.
-  const AFile& file() const { return file_; }
+  AFile& file() { return file_; }
   /// What the import remarked; empty for a UVX file.
   const std::vector<std::string>& remarks() const { return remarks_; }
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/ops/AverageUVX.h"
 
-#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "zeltra/core/OutputFileInternal.h"
@@ -17,174 +16,52 @@
 namespace zeltra {
 namespace {
 
-// Sums of an interval.
-constexpr int64 kSumBytes = 96 << 20;
-
-// Collects the means of an interval with the mean u, v, w of each baseline.
-//
-// Where there are more baselines than fit, those at the end of their order are left out, and the interval is to be read
-// again for them.
-class AverageRead : public SecondsRead {
- public:
-  /// @param most  baselines that fit
-  /// @param from  the first baseline that counts; none for all
-  AverageRead(AUVXRead_FqS* reader, const IntervalStream& stream, IntervalWatch& watch, const AverageOptions& options,
-              AArray<AStokesMix>* mix, int most, std::optional<ABaseLineItem> from)
-      : SecondsRead(reader, stream, watch, options, mix), most_(most), from_(from) {}
-
-  void AllocateArray() override;
-  void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override;
-  void Release() override;
-
-  /// The group of average i, without its time.
-  AUVXGroup Group(int i);
-  /// The first baseline that was left out, if any.
-  const std::optional<ABaseLineItem>& cut() const { return cut_; }
-  /// First and last record of the interval.
-  int firstRecord() const { return firstRecord_; }
-  int lastRecord() const { return lastRecord_; }
-
- private:
-  struct Coordinates {
-    double u = 0, v = 0, w = 0;
-    int count = 0;
-  };
-  bool IsLeftOut(const ABaseLineItem& base) const;
-
-  const int most_;
-  const std::optional<ABaseLineItem> from_;
-  std::optional<ABaseLineItem> cut_;
-  std::vector<Coordinates> coordinates_;  // of the items of the means
-  int firstRecord_ = 0;
-  int lastRecord_ = 0;
-};
-
-void AverageRead::AllocateArray() {
-  SecondsRead::AllocateArray();
-  coordinates_.clear();
-  cut_.reset();
-  firstRecord_ = std::numeric_limits<int>::max();
-}
-
-void AverageRead::Release() {
-  SecondsRead::Release();
-  coordinates_ = {};
-}
-
-bool AverageRead::IsLeftOut(const ABaseLineItem& base) const {
-  return (from_ && fnBLItemCompare(base, *from_) > 0) || (cut_ && fnBLItemCompare(base, *cut_) <= 0);
-}
-
-void AverageRead::AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) {
-  firstRecord_ = std::min(firstRecord_, pos);
-  lastRecord_ = pos;
-  const ABaseLineItem base(group);
-  if (IsLeftOut(base)) return;
-  FlagOddValues(vis.lpArray(), vis.count());
-  const int before = means().count();
-  SecondsRead::AddToArray(group, vis, pos, t1, t2);
-  const int place = means().SearchBaseLine(base);
-  if (means().count() > before) coordinates_.insert(coordinates_.begin() + place, Coordinates());
-  Coordinates& sum = coordinates_[static_cast<size_t>(place)];
-  sum.u += group.u();
-  sum.v += group.v();
-  sum.w += group.w();
-  ++sum.count;
-  if (means().count() <= most_) return;
-  cut_ = means()(most_)->baseLine;
-  means().DeleteItems(most_, 1);
-  coordinates_.pop_back();
-}
-
-AUVXGroup AverageRead::Group(int i) {
-  const ABaseLineItem& base = means()(i)->baseLine;
-  const Coordinates& sum = coordinates_[static_cast<size_t>(i)];
+// Averages as records of a UVX file, in the order of baselines.
+void AppendRecords(const Interval& interval, int values, std::vector<char>& bytes) {
+  const std::vector<int>& places = interval.sums.InOrder();
+  const size_t recordBytes = AUVXGroup::kBytes + static_cast<size_t>(values) * sizeof(AUVXComplex);
+  std::vector<AUVXComplex> means(static_cast<size_t>(values));
   AUVXGroup group;
-  group.uu = static_cast<float>(sum.u / sum.count);
-  group.vv = static_cast<float>(sum.v / sum.count);
-  group.ww = static_cast<float>(sum.w / sum.count);
-  group.ant1 = static_cast<int8_t>(base.tlsc1());
-  group.ant2 = static_cast<int8_t>(base.tlsc2());
-  return group;
+  group.source = static_cast<int16_t>(interval.stream.source);
+  group.frqsel = static_cast<int8_t>(interval.stream.setup);
+  group.date = interval.time;
+  bytes.resize(places.size() * recordBytes);
+  char* record = bytes.data();
+  for (const int place : places) {
+    interval.sums.Mean(place, group, means.data());
+    std::memcpy(group.store(record), means.data(), recordBytes - AUVXGroup::kBytes);
+    record += recordBytes;
+  }
 }
 
+// Hands out averages as records of a UVX file, some at a time.
 class Averager {
  public:
+  using Take = std::function<AResult(const std::vector<char>& records)>;
+
   Averager(AUVXInput& from, const AverageOptions& options) : from_(from), options_(options), walk_(from, options) {}
 
-  AResult Run(const AverageSink& sink);
+  AResult Run(const Take& take);
 
  private:
-  int MostBaseLines() const;
-  std::unique_ptr<AverageRead> Reader(AUVXRead_FqS& reader, const IntervalStream& stream,
-                                      std::optional<ABaseLineItem> from);
-  AResult TakeInterval(AverageRead& reader, AUVXTimeMeanArray& means, const IntervalStream& stream, double date);
-  AResult TakeBaseLines(AverageRead& reader, AUVXTimeMeanArray& means, const IntervalStream& stream, double date);
-
   AUVXInput& from_;
   const AverageOptions options_;
   IntervalWalk walk_;
-  AArray<AStokesMix> mix_;
-  const AverageSink* sink_ = nullptr;
 };
 
-AResult Averager::Run(const AverageSink& sink) {
-  sink_ = &sink;
-  if (AResult result = AveragedPolarisations(from_, options_.mix, mix_); !result) return result;
+AResult Averager::Run(const Take& take) {
+  AArray<AStokesMix> mixes;
+  if (AResult result = AveragedPolarisations(from_, options_.mix, mixes); !result) return result;
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = walk_.Open(); !result) return result;
+  const ValueChoice choice = options_.mix == AverageMix::Stored
+                                 ? ValueChoice(from_.uvx())
+                                 : ValueChoice(from_.uvx(), mixes, options_.mean == MeanKind::Weighted);
   SendProgressText(options_.progress, "Averaging...");
-  return walk_.Run([this](AUVXRead_FqS& reader, const IntervalStream& stream,
-                          IntervalWatch&) { return Reader(reader, stream, std::nullopt); },
-                   [this](SecondsRead& reader, AUVXTimeMeanArray& means, const IntervalStream& stream, double date) {
-                     return TakeInterval(static_cast<AverageRead&>(reader), means, stream, date);
-                   });
-}
-
-// Baselines whose sums fit the memory.
-int Averager::MostBaseLines() const {
-  const int64 points = int64{std::max(from_.uvx().IFs(), 1)} * from_.uvx().channels();
-  constexpr int64 kValueBytes = sizeof(AUVXComplex) + sizeof(int) + sizeof(APhJustify);
-  const int64 itemBytes = static_cast<int64>(sizeof(AUVXTimeMeanItem)) + points * mix_.count() * kValueBytes;
-  return static_cast<int>(std::clamp<int64>(kSumBytes / itemBytes, 1, 1 << 16));
-}
-
-std::unique_ptr<AverageRead> Averager::Reader(AUVXRead_FqS& reader, const IntervalStream& stream,
-                                              std::optional<ABaseLineItem> from) {
-  AArray<AStokesMix>* mix = options_.mix == AverageMix::Stored ? nullptr : &mix_;
-  return std::make_unique<AverageRead>(&reader, stream, walk_.watch(), options_, mix, MostBaseLines(), from);
-}
-
-AResult Averager::TakeInterval(AverageRead& reader, AUVXTimeMeanArray& means, const IntervalStream& stream,
-                               double date) {
-  if (AResult result = TakeBaseLines(reader, means, stream, date); !result) return result;
-  const int first = reader.firstRecord();
-  const int last = reader.lastRecord();
-  // The same records make the same interval.
-  for (std::optional<ABaseLineItem> from = reader.cut(); from;) {
-    means.Init();
-    AUVXRead_FqS again(&from_.uvx(), stream.source, stream.setup, walk_.ScansOf(first, last));
-    const auto rest = Reader(again, stream, from);
-    AUVXTimeMeanArray* more = rest->GetTimeInterval();
-    if (AResult result = walk_.watch().Why(); !result) return result;
-    if (!more) return AResult::Fail(from_.path() + ": cannot be read in record " + std::to_string(first));
-    if (AResult result = TakeBaseLines(*rest, *more, stream, date); !result) return result;
-    from = rest->cut();
-  }
-  return AResult::Ok();
-}
-
-AResult Averager::TakeBaseLines(AverageRead& reader, AUVXTimeMeanArray& means, const IntervalStream& stream,
-                                double date) {
-  means.CalculateMean();
-  for (int i = 0; i < means.count(); ++i) {
-    AUVXGroup group = reader.Group(i);
-    group.date = date;
-    group.source = static_cast<int16_t>(stream.source);
-    group.frqsel = static_cast<int8_t>(stream.setup);
-    if (AResult result = (*sink_)(group, means(i)->sum); !result) return result;
-  }
-  return AResult::Ok();
+  return walk_.Run(
+      choice,
+      [&](const Interval& interval, std::vector<char>& bytes) { AppendRecords(interval, choice.count(), bytes); },
+      take);
 }
 
 // Writes averages into a UVX file.
@@ -312,7 +189,19 @@ AResult AveragedPolarisations(AUVXInput& from, AverageMix mix, AArray<AStokesMix
 }
 
 AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink) {
-  return Averager(from, options).Run(sink);
+  AArray<AStokesMix> mixes;
+  if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
+  if (AResult result = from.CheckRecordSize(); !result) return result;
+  AUVXGroup group;
+  AUVXVisibility values(from.uvx().IFs(), from.uvx().channels(), mixes.count());
+  return Averager(from, options).Run([&](const std::vector<char>& records) {
+    char* record = const_cast<char*>(records.data());
+    while (record < records.data() + records.size()) {
+      record = values.load(group.load(record));
+      if (AResult result = sink(group, values); !result) return result;
+    }
+    return AResult::Ok();
+  });
 }
 
 AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options) {

@@ -4,24 +4,17 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <memory>
-#include <numbers>
+#include <cstring>
 #include <optional>
-#include <utility>
+#include <vector>
 
 #include "zeltra/analysis/TriangleWalkInternal.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
 
 namespace zeltra {
 namespace {
-
-/// The value of each baseline that closures are formed of.
-struct ClosureValue {
-  int point = 0;                      ///< frequency point
-  AStokesMix mix;                     ///< of baselines from the lower antenna to the higher one
-  std::optional<AStokesMix> reverse;  ///< of the others
-};
 
 /// The polarisation that the conjugate of `code` has when the antennas are exchanged.
 int Exchanged(int code) {
@@ -39,31 +32,35 @@ int Exchanged(int code) {
   }
 }
 
-// Averages one value of each baseline, all baselines from the lower antenna to the higher one.
-class ClosureRead : public SecondsRead {
- public:
-  ClosureRead(AUVXRead_FqS* reader, const IntervalStream& stream, IntervalWatch& watch, const ClosureOptions& options,
-              const ClosureValue& value)
-      : SecondsRead(reader, stream, watch, options, nullptr), value_(value), single_(1, 1, 1) {}
-
-  void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override {
-    AUVXComplex& value = single_(0, 0);
-    AUVXGroup ordered = group;
-    FlagOddValues(vis(value_.point), vis.stokes());
-    if (group.ant1 <= group.ant2) {
-      value = value_.mix.GetVisible(vis(value_.point), 0);
-    } else {
-      std::swap(ordered.ant1, ordered.ant2);
-      value = value_.reverse ? value_.reverse->GetVisible(vis(value_.point), 0) : AUVXComplex(0.0, 0.0, 0.0);
-      value.im = -value.im;
-    }
-    SecondsRead::AddToArray(ordered, single_, pos, t1, t2);
+// The closure phases of the triangles of an interval, one value of each baseline, in the order of the antennas.
+void AppendClosures(const Interval& interval, std::optional<int> antenna, std::vector<char>& bytes) {
+  const std::vector<int>& places = interval.sums.InOrder();
+  std::vector<ABaseLineItem> baselines;
+  std::vector<double> phases;
+  for (const int place : places) {
+    AUVXGroup group;
+    AUVXComplex value;
+    interval.sums.Mean(place, group, &value);
+    // A baseline without a valid value is flagged, which leaves its triangles out.
+    baselines.emplace_back(group.tlsc1(), group.tlsc2(), !(value.weight > 0));
+    phases.push_back(std::atan2(double{value.im}, double{value.re}));
   }
-
- private:
-  const ClosureValue value_;
-  AUVXVisibility single_;
-};
+  const auto baseline = [&](int i) { return baselines[static_cast<size_t>(i)]; };
+  const auto phase = [&](int i) { return phases[static_cast<size_t>(i)]; };
+  WalkTriangles(static_cast<int>(places.size()), baseline, antenna, [&](int a, int b, bool, int d, int third) {
+    AClosurePhase closure;
+    closure.time = interval.time;
+    closure.phase = std::remainder(phase(a) + phase(b) - phase(d), kTwoPi);
+    int* antennas = closure.antennas;
+    antennas[0] = static_cast<uint8_t>(baseline(a).tlsc1());
+    antennas[1] = static_cast<uint8_t>(baseline(a).tlsc2());
+    antennas[2] = static_cast<uint8_t>(third);
+    // Numbers above 127 stand before the others here; turning a triangle leaves its phase as it is.
+    std::rotate(antennas, std::min_element(antennas, antennas + 3), antennas + 3);
+    const char* image = reinterpret_cast<const char*>(&closure);
+    bytes.insert(bytes.end(), image, image + sizeof closure);
+  });
+}
 
 class Closer {
  public:
@@ -73,13 +70,12 @@ class Closer {
 
  private:
   AResult LookUp();
-  AResult TakeInterval(AUVXTimeMeanArray& means, double date, const ClosureSink& sink);
 
   AUVXInput& from_;
   const ClosureOptions options_;
   IntervalWalk walk_;
   std::optional<int> antenna_;
-  ClosureValue value_;
+  std::optional<ValueChoice> choice_;
 };
 
 AResult Closer::LookUp() {
@@ -100,13 +96,15 @@ AResult Closer::LookUp() {
     return lacks("channel", options_.channel, uvx.channels());
   }
   if (uvx.stokes() < 1) return AResult::Fail(from_.path() + ": its records hold no polarisations");
-  value_.point = options_.IF * uvx.channels() + options_.channel;
   const std::string first = AStokesItem(0, contents.header().stokes(0)).asShortString();
   const std::string name = options_.stokes.empty() ? first : options_.stokes;
-  if (AResult result = contents.FindPolarisation(name, value_.mix); !result) return result;
-  const AStokesItem exchanged(0, Exchanged(value_.mix.GetStokesID()));
-  AStokesMix reverse;
-  if (contents.FindPolarisation(exchanged.asShortString(), reverse)) value_.reverse = reverse;
+  AStokesMix mix, reverse;
+  if (AResult result = contents.FindPolarisation(name, mix); !result) return result;
+  const AStokesItem exchanged(0, Exchanged(mix.GetStokesID()));
+  std::optional<AStokesMix> back;
+  if (contents.FindPolarisation(exchanged.asShortString(), reverse)) back = reverse;
+  const int point = options_.IF * uvx.channels() + options_.channel;
+  choice_.emplace(uvx, point, mix, back, options_.mean == MeanKind::Weighted);
   return AResult::Ok();
 }
 
@@ -116,39 +114,16 @@ AResult Closer::Run(const ClosureSink& sink) {
   if (AResult result = walk_.Open(); !result) return result;
   SendProgressText(options_.progress, "Forming closure phases...");
   return walk_.Run(
-      [this](AUVXRead_FqS& reader, const IntervalStream& stream, IntervalWatch& watch) {
-        return std::make_unique<ClosureRead>(&reader, stream, watch, options_, value_);
-      },
-      [&](SecondsRead&, AUVXTimeMeanArray& means, const IntervalStream&, double date) {
-        return TakeInterval(means, date, sink);
+      *choice_,
+      [this](const Interval& interval, std::vector<char>& bytes) { AppendClosures(interval, antenna_, bytes); },
+      [&](const std::vector<char>& bytes) {
+        for (size_t at = 0; at < bytes.size(); at += sizeof(AClosurePhase)) {
+          AClosurePhase closure;
+          std::memcpy(&closure, bytes.data() + at, sizeof closure);
+          if (AResult result = sink(closure); !result) return result;
+        }
+        return AResult::Ok();
       });
-}
-
-AResult Closer::TakeInterval(AUVXTimeMeanArray& means, double date, const ClosureSink& sink) {
-  means.CalculateMean();
-  const auto value = [&](int i) -> const AUVXComplex& { return means(i)->sum(0, 0); };
-  const auto phase = [&](int i) { return std::atan2(double{value(i).im}, double{value(i).re}); };
-  // A baseline without a valid value is flagged, which leaves its triangles out.
-  const auto baseLine = [&](int i) {
-    ABaseLineItem item = means(i)->baseLine;
-    return item.setFlag(!(value(i).weight > 0));
-  };
-  AResult result = AResult::Ok();
-  WalkTriangles(means.count(), baseLine, antenna_, [&](int a, int b, bool, int d, int third) {
-    if (!result || walk_.watch().IsStopped()) return;
-    AClosurePhase closure;
-    closure.time = date;
-    const double sum = phase(a) + phase(b) - phase(d);
-    closure.phase = std::remainder(sum, 2 * std::numbers::pi);
-    int* antennas = closure.antennas;
-    antennas[0] = static_cast<uint8_t>(means(a)->baseLine.tlsc1());
-    antennas[1] = static_cast<uint8_t>(means(a)->baseLine.tlsc2());
-    antennas[2] = static_cast<uint8_t>(third);
-    // Numbers above 127 stand before the others here; turning a triangle leaves its phase as it is.
-    std::rotate(antennas, std::min_element(antennas, antennas + 3), antennas + 3);
-    result = sink(closure);
-  });
-  return result ? walk_.watch().Why() : result;
 }
 
 }  // namespace

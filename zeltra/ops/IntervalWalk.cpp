@@ -1,294 +1,402 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
-#include <map>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
 #include <utility>
 
-#include "zeltra/core/Dates.h"
-#include "zeltra/core/Text.h"
-#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/core/PartRunnerInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
-#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/ops/RecordReaderInternal.h"
 
 namespace zeltra {
 namespace {
 
-constexpr double kTicksPerSecond = 1e4;
-constexpr double kTicksPerDay = 86400.0 * kTicksPerSecond;
-// Every stream that has begun keeps two records, as bytes and as values, and looks its scans up in a list of all.
-constexpr int64 kMostStreamBytes = 128 << 20;
-constexpr int64 kMostLookedUp = 1 << 24;
+// Sums of all threads together.
+constexpr int64 kSumBytes = 96 << 20;
+// Streams that a thread has intervals of at one time, each with a table of its own.
+constexpr size_t kMostOpen = 128;
+// What is made of intervals is handed on in pieces of this size.
+constexpr size_t kPieceBytes = 1 << 20;
 
-}  // namespace
+constexpr double kNever = std::numeric_limits<double>::lowest();
 
-// IntervalWatch
+struct WalkShape {
+  AUVXInput& input;
+  const IntervalPlan& plan;
+  const ValueChoice& choice;
+  const MeanForm form;
+  const IntervalWalk::Finish& finish;
+  int64 sumBytes;  // of one thread
+  std::atomic<bool>& hasInterval;
+};
 
-void IntervalWatch::Start(double midnight, int64 records) {
-  midnight_ = midnight;
-  records_ = records;
-  if (options_.start) begin_ = Seconds(*options_.start);
-  if (options_.stop) end_ = Seconds(*options_.stop);
-  SendProgressRange(options_.progress);
-}
+// An interval that records are still added to.
+struct OpenInterval {
+  explicit OpenInterval(SumPool& pool) : sums(pool) {}
 
-double IntervalWatch::Seconds(double julianDate) const {
-  return std::round((julianDate - midnight_) * kTicksPerDay) / kTicksPerSecond;
-}
+  size_t stream = 0;
+  double cell = 0;
+  double firstTicks = 0;
+  double reference = 0;  // Julian date of its first record; times are added up as distances from it
+  double weight = 0, weightedDays = 0, days = 0;
+  int64 count = 0;
+  int firstRecord = 0, lastRecord = 0;
+  bool isWhole = true;        // whether all its baselines fit
+  std::vector<bool> present;  // baselines, by IntervalSums::KeyOf, where they do not
+  IntervalSums sums;
 
-bool IntervalWatch::CountRecord() {
-  if (IsStopped()) return false;
-  // Records of an interval that does not fit the memory are read several times.
-  read_ = std::min(read_ + 1, records_);
-  SendProgress(options_.progress, read_, records_, lastPercent_);
-  return true;
-}
-
-void IntervalWatch::Fail(const std::string& sentence) {
-  if (failure_.empty()) failure_ = path_ + ": " + sentence;
-}
-
-AResult IntervalWatch::Why() const {
-  if (!failure_.empty()) return AResult::Fail(failure_);
-  return IsStopped() ? AResult::Cancel(path_ + ": cancelled before its last record") : AResult::Ok();
-}
-
-// SecondsRead
-
-SecondsRead::SecondsRead(AUVXRead_FqS* reader, const IntervalStream& stream, IntervalWatch& watch,
-                         const IntervalOptions& options, AArray<AStokesMix>* mix)
-    : AUVXTIRead_RL(reader, stream.begin, watch.end(), options.interval, mix, options.complexMean),
-      stream_(stream),
-      watch_(watch),
-      complexMean_(options.complexMean) {}
-
-int SecondsRead::IsDropUVVis(AUVXGroup& group, AUVXVisibility& vis, int pos) {
-  ++read_;
-  const double seconds = watch_.Seconds(group.date);
-  if (group.sourceNo() != stream_.source || group.freqSel() != stream_.setup) {
-    watch_.Fail("record " + std::to_string(pos) + " is of another source or setup than the index table NX says");
-  } else if (!std::isfinite(seconds)) {
-    watch_.Fail("the time of record " + std::to_string(pos) + " is no number");
-  } else if (seconds < last_) {
-    watch_.Fail("record " + std::to_string(pos) +
-                " goes back in time; the records of a file are averaged in time order");
+  double Time(bool weighted) const {
+    if (weighted && weight > 0) return reference + weightedDays / weight;
+    return reference + days / static_cast<double>(count);
   }
-  if (!watch_.CountRecord()) {
-    group.date = std::numeric_limits<double>::infinity();
-    return 0;
+};
+
+// What has been made of intervals that ended, until nothing earlier can come.
+struct Finished {
+  double time;
+  size_t stream;
+  std::vector<char> bytes;
+};
+
+// What is known of a stream in a part.
+struct StreamState {
+  int lastRecord = -1;
+  double lastTicks = kNever;
+  int scan = -1;             // place of its last record's scan in the index
+  double follower = kNever;  // time of the record after its last one, where that was read
+  OpenInterval* open = nullptr;
+};
+
+class IntervalWorker : public PartWorker {
+ public:
+  explicit IntervalWorker(const WalkShape& shape)
+      : shape_(shape),
+        clock_(shape.plan.clock()),
+        scans_(shape.plan.contents().scans()),
+        reader_(shape.input),
+        room_(static_cast<size_t>(shape.choice.count())),
+        pool_(shape.form, shape.sumBytes),
+        states_(shape.plan.streams().size()) {}
+
+  AResult Run(int part, PartOutput& output) override;
+
+ private:
+  AResult WalkRange(const RecordRange& range, PartOutput& output);
+  void EnterScan(int record);
+  AResult TakeRecord(const char* bytes, int record);
+  AResult CheckOrder(const AUVXGroup& group, int record, double ticks);
+  bool EndsScan(const StreamState& state, int record, double ticks) const;
+  AResult Begin(StreamState& state, double ticks, int record, const AUVXGroup& group);
+  void AddRecord(OpenInterval& interval, AUVXGroup& group, const char* stored, int record);
+  AResult EndBefore(double cell);
+  AResult End(StreamState& state);
+  AResult MakeWhole(OpenInterval& interval, double time);
+  AResult MakeInPieces(OpenInterval& interval, double time);
+  AResult AddAgain(const OpenInterval& interval, const std::vector<bool>& wanted, IntervalSums& sums);
+  void Keep(double time, size_t stream, std::vector<char> bytes);
+  bool Release();
+  bool HandOn(bool all);
+  AResult Unreadable(int record) const {
+    return AResult::Fail(shape_.input.path() + ": cannot be read in record " + std::to_string(record));
   }
-  last_ = seconds;
-  group.date = seconds;
-  return AUVXTIRead_RL::IsDropUVVis(group, vis, pos) || !watch_.IsInside(seconds);
+
+  const WalkShape& shape_;
+  const IntervalClock& clock_;
+  const AUVXPosition& scans_;
+  RecordReader reader_;
+  std::vector<AUVXComplex> room_;
+  SumPool pool_;
+  std::vector<StreamState> states_;
+  const IntervalPart* part_ = nullptr;
+  PartOutput* output_ = nullptr;
+  bool isInOrder_ = false;         // whether nothing earlier comes from another range of the part
+  int scan_ = 0;                   // place of the current record's scan
+  int stream_ = 0;                 // of that scan; -1 if it is not selected
+  StreamState* before_ = nullptr;  // of the record before, if it was read
+  double cell_ = kNever;           // of the last record that counts
+  std::vector<std::unique_ptr<OpenInterval>> intervals_;
+  std::vector<OpenInterval*> open_, idle_;
+  std::vector<Finished> finished_;
+  std::vector<char> piece_;
+};
+
+AResult IntervalWorker::Run(int part, PartOutput& output) {
+  part_ = &shape_.plan.parts()[static_cast<size_t>(part)];
+  output_ = &output;
+  isInOrder_ = part_->ranges.size() == 1;
+  std::fill(states_.begin(), states_.end(), StreamState());
+  for (const RecordRange& range : part_->ranges) {
+    if (AResult result = WalkRange(range, output); !result) return result;
+    if (AResult result = EndBefore(std::numeric_limits<double>::infinity()); !result) return result;
+  }
+  if (Release()) HandOn(true);
+  return AResult::Ok();
 }
 
-void SecondsRead::AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) {
-  const int place = complexMean_ ? -1 : means().SearchBaseLine(ABaseLineItem(group));
-  if (place < 0) return AUVXTIRead_RL::AddToArray(group, vis, pos, t1, t2);
-  AUVXTimeMeanItem& item = *means()(place);
-  invalid_.clear();
-  for (int i = 0; i < item.sum.count(); ++i) {
-    if (!(item.sum.lpArray()[i].weight > 0)) invalid_.push_back(i);
-  }
-  AUVXTIRead_RL::AddToArray(group, vis, pos, t1, t2);
-  for (const int i : invalid_) {
-    const AUVXComplex& slots = item.sum.lpArray()[i];
-    if (!(slots.weight > 0)) continue;
-    item.justify(i) = APhJustify();
-    item.justify(i).Justify(slots.im);
-  }
-}
-
-void SecondsRead::Release() {
-  means().Init();
-  invalid_ = {};
-}
-
-void FlagOddValues(AUVXComplex* values, int count) {
-  // Integers, so that the compiler tests four numbers at a time: an exponent of all ones is an infinity or no number.
-  constexpr uint32_t kExponent = 0x7F800000;
-  const char* bytes = reinterpret_cast<const char*>(values);
-  uint32_t odd = 0;
-  for (int i = 0; i < 3 * count; ++i) {
-    uint32_t word;
-    std::memcpy(&word, bytes + size_t{4} * static_cast<size_t>(i), 4);
-    odd |= (word & kExponent) == kExponent;
-  }
-  if (!odd) return;
-  for (int i = 0; i < count; ++i) {
-    AUVXComplex& value = values[i];
-    if (!std::isfinite(value.re) || !std::isfinite(value.im) || !std::isfinite(value.weight)) value = {0.0, 0.0, 0.0};
-  }
-}
-
-// IntervalWalk
-
-AResult IntervalWalk::Open() {
-  if (!(options_.interval < 0) && !(options_.interval >= 1e-3 && options_.interval <= 1e9)) {
-    return AResult::Fail(input_.path() + ": cannot be cut into intervals of " + valToStr(options_.interval) +
-                         " s: they take 0.001 s at least, -1 makes one of every time stamp");
-  }
-  const AUVXContents contents(input_);
-  if (AResult result = contents.CheckIndex(input_); !result) return result;
-  if (AResult result = FindStreams(contents); !result) return result;
-  scans_ = contents.sharedScans();
-  return SettleTimes(contents);
-}
-
-AResult IntervalWalk::FindStreams(const AUVXContents& contents) {
-  int source = 0;
-  if (!options_.source.empty()) {
-    if (AResult result = contents.FindSource(options_.source, source); !result) return result;
-  }
-  std::vector<std::string> setups;
-  const AUVXPosition& scans = contents.scans();
-  for (int i = 0; i < scans.count(); ++i) {
-    const AUVXPositionItem& scan = scans(i);
-    if (!options_.source.empty() && scan.sourceId != source) continue;
-    const std::string setup = std::to_string(scan.freqId);
-    if (std::find(setups.begin(), setups.end(), setup) == setups.end()) setups.push_back(setup);
-    if (options_.freqSel && scan.freqId != *options_.freqSel) continue;
-    const auto known = std::find_if(streams_.begin(), streams_.end(), [&](const IntervalStream& stream) {
-      return stream.source == scan.sourceId && stream.setup == scan.freqId;
-    });
-    const int records = scan.endVis - scan.startVis + 1;
-    if (known == streams_.end()) {
-      streams_.push_back({scan.sourceId, scan.freqId, scan.startVis - 1, records});
-    } else {
-      known->records += records;
+AResult IntervalWorker::WalkRange(const RecordRange& range, PartOutput& output) {
+  const AUVXPositionItem* scans = scans_.lpArray();
+  const auto isBefore = [&](const AUVXPositionItem& scan, int record) { return scan.endVis <= record; };
+  scan_ = static_cast<int>(std::lower_bound(scans, scans + scans_.count(), range.first, isBefore) - scans) - 1;
+  int scanEnd = range.first;
+  before_ = nullptr;
+  cell_ = kNever;
+  for (int next = range.first; next < range.end;) {
+    const int first = next;
+    const int count = reader_.Read(first, range.end);
+    if (count == 0) return Unreadable(first);
+    for (int i = 0; i < count; next = first + ++i) {
+      if (next >= scanEnd) {
+        EnterScan(next);
+        scanEnd = std::min(scans_(scan_).endVis, range.end);
+      }
+      if (stream_ < 0) {
+        i = scanEnd - first - 1;  // over the rest of a scan that is not selected, which may end after this block
+        before_ = nullptr;
+        continue;
+      }
+      const char* record = reader_.records() + int64{i} * reader_.recordBytes();
+      if (AResult result = TakeRecord(record, next); !result) return result;
     }
-    const auto count = static_cast<int64>(streams_.size());
-    if (count > 1 && count * scans.count() > kMostLookedUp) {
-      return AResult::Fail(input_.path() + ": holds too many sources for one run, choose one of them");
-    }
-  }
-  if (!streams_.empty() || scans.count() == 0) return AResult::Ok();
-  std::string list;
-  for (const std::string& setup : setups) list += (list.empty() ? "" : ", ") + setup;
-  return AResult::Fail(input_.path() + ": no record of frequency setup " + std::to_string(*options_.freqSel) +
-                       "; there are " + list);
-}
-
-// Times count from 0 h of the observation date, or of the day of the first record where that is earlier or far away.
-AResult IntervalWalk::SettleTimes(const AUVXContents& contents) {
-  AUVXFile& uvx = input_.uvx();
-  int64 records = 0;
-  double first = std::numeric_limits<double>::max();
-  std::vector<double> firsts;
-  for (const IntervalStream& stream : streams_) {
-    AUVXGroup group;
-    if (!uvx.SeekUVGroup(stream.firstRecord) || !group.load(uvx) || !std::isfinite(group.date)) {
-      return AResult::Fail(input_.path() + ": the time of record " + std::to_string(stream.firstRecord) +
-                           " is no number");
-    }
-    firsts.push_back(group.date);
-    first = std::min(first, firsts.back());
-    records += stream.records;
-  }
-  constexpr double kFarDays = 10000;
-  const double date = contents.header().info.dateObs;
-  const bool isNear = first >= date && first - date < kFarDays;
-  watch_.Start(isNear || streams_.empty() ? date : MidnightBefore(first), records);
-  for (size_t i = 0; i < streams_.size(); ++i) {
-    IntervalStream& stream = streams_[i];
-    stream.first = watch_.Seconds(firsts[i]);
-    if (options_.start) stream.first = std::max(stream.first, watch_.Seconds(*options_.start));
-    if (options_.interval < 0) {
-      stream.begin = std::numeric_limits<double>::lowest();
-    } else if (options_.start) {
-      stream.begin = watch_.Seconds(*options_.start);
-    } else {
-      stream.begin = std::floor(stream.first / options_.interval) * options_.interval;
-    }
+    if (!output.Count(std::min(next, range.end) - first)) return AResult::Ok();
   }
   return AResult::Ok();
 }
 
-std::shared_ptr<AUVXPosition> IntervalWalk::ScansOf(int first, int last) const {
-  const AUVXPositionItem* scans = scans_->lpArray();
-  const AUVXPositionItem* end = scans + scans_->count();
-  const AUVXPositionItem* from =
-      std::partition_point(scans, end, [=](const AUVXPositionItem& scan) { return scan.endVis <= first; });
-  const AUVXPositionItem* to =
-      std::partition_point(from, end, [=](const AUVXPositionItem& scan) { return scan.startVis <= last + 1; });
-  auto part = std::make_shared<AUVXPosition>();
-  part->GrowBy(static_cast<int>(to - from));
-  std::copy(from, to, part->lpArray());
-  if (from == to) return part;
-  (*part)(0).startVis = std::max((*part)(0).startVis, first + 1);
-  (*part)(part->count() - 1).endVis = std::min((*part)(part->count() - 1).endVis, last + 1);
-  return part;
+void IntervalWorker::EnterScan(int record) {
+  while (scan_ < 0 || scans_(scan_).endVis <= record) ++scan_;
+  stream_ = shape_.plan.StreamOf(scans_(scan_));
 }
 
-// Mean time of the interval of a record as its reader forms and rounds it, hundredths of a second.
-double IntervalWalk::MeanTime(const IntervalStream& stream, double seconds) const {
-  double low = seconds, high = seconds;
-  if (options_.interval > 0) {
-    constexpr double kTolerance = 1e-5;
-    low = std::trunc((seconds - stream.begin) / options_.interval + kTolerance) * options_.interval + stream.begin;
-    high = low + options_.interval;
+AResult IntervalWorker::TakeRecord(const char* bytes, int record) {
+  AUVXGroup group;
+  std::memcpy(static_cast<void*>(&group), bytes, AUVXGroup::kBytes);
+  const double ticks = clock_.Ticks(group.date);
+  if (AResult result = CheckOrder(group, record, ticks); !result) return result;
+  StreamState& state = states_[static_cast<size_t>(stream_)];
+  const bool endsScan = state.scan != scan_ && EndsScan(state, record, ticks);
+  if (before_ && before_ != &state) before_->follower = ticks;
+  before_ = &state;
+  state.lastRecord = record;
+  state.lastTicks = ticks;
+  state.scan = scan_;
+  state.follower = kNever;
+  if (endsScan) {
+    if (AResult result = End(state); !result) return result;
   }
-  return std::trunc((low + high) * 50.0 + 0.5);
+  if (group.flag != 0 || !clock_.IsSelected(ticks)) return AResult::Ok();
+  const double cell = clock_.Cell(ticks);
+  if (cell > cell_) {
+    if (AResult result = EndBefore(cell); !result) return result;
+    cell_ = cell;
+  }
+  if (!state.open) {
+    if (AResult result = Begin(state, ticks, record, group); !result) return result;
+  }
+  AddRecord(*state.open, group, bytes + AUVXGroup::kBytes, record);
+  return AResult::Ok();
 }
 
-struct IntervalWalk::Lane {
-  Lane(AUVXFile& uvx, const IntervalStream& stream, std::shared_ptr<AUVXPosition> scans)
-      : reader(&uvx, stream.source, stream.setup, std::move(scans)) {}
-
-  AUVXRead_FqS reader;
-  std::unique_ptr<SecondsRead> intervals;
-  int64 place = 0;  // of the file
-};
-
-AResult IntervalWalk::Begin(std::unique_ptr<Lane>& lane, const IntervalStream& stream, const Make& make) {
-  AUVXFile& uvx = input_.uvx();
-  if (++begun_ > 1 && 2 * begun_ * uvx.recSize() > kMostStreamBytes) {
-    return AResult::Fail(input_.path() + ": the records of too many sources alternate for one run, choose one source");
+AResult IntervalWorker::CheckOrder(const AUVXGroup& group, int record, double ticks) {
+  const IntervalStream& stream = shape_.plan.streams()[static_cast<size_t>(stream_)];
+  if (group.sourceNo() != stream.source || group.freqSel() != stream.setup) {
+    return AResult::Fail(shape_.input.path() + ": record " + std::to_string(record) +
+                         " is of another source or setup than the index table NX says");
   }
-  lane = std::make_unique<Lane>(uvx, stream, scans_);
-  lane->intervals = make(lane->reader, stream, watch_);
-  lane->intervals->GoToStart();
-  lane->place = uvx.GetPos();
-  return watch_.Why();
+  if (!std::isfinite(ticks)) {
+    return AResult::Fail(shape_.input.path() + ": the time of record " + std::to_string(record) + " is no number");
+  }
+  const bool isInOrder = ticks >= states_[static_cast<size_t>(stream_)].lastTicks && ticks >= part_->begin;
+  return isInOrder && ticks < part_->end ? AResult::Ok() : shape_.plan.GoesBack(record);
 }
 
-AResult IntervalWalk::TakeNext(std::unique_ptr<Lane>& lane, const IntervalStream& stream, const Take& take) {
-  AUVXFile& uvx = input_.uvx();
-  if (uvx.GetPos() != lane->place) uvx.Seek(lane->place);
-  AUVXTimeMeanArray* means = lane->intervals->GetTimeInterval();
-  lane->place = uvx.GetPos();
-  if (!means && !options_.stop && lane->intervals->read() != stream.records && !watch_.IsStopped()) {
-    watch_.Fail("cannot be read to the last record of source " + std::to_string(stream.source));
+// Whether a stream's scan before this record has ended, where the index has a new one. Records of another source at
+// the same time stamps, as of a second subarray, do not end it.
+bool IntervalWorker::EndsScan(const StreamState& state, int record, double ticks) const {
+  if (state.lastRecord < 0) return false;
+  if (state.lastRecord == record - 1) return true;
+  const double follower =
+      state.follower != kNever ? state.follower : clock_.Ticks(shape_.plan.TimeOf(state.lastRecord + 1));
+  const double predecessor = before_ ? before_->lastTicks : clock_.Ticks(shape_.plan.TimeOf(record - 1));
+  return follower != state.lastTicks && predecessor != ticks;
+}
+
+AResult IntervalWorker::Begin(StreamState& state, double ticks, int record, const AUVXGroup& group) {
+  if (open_.size() == kMostOpen) {
+    return AResult::Fail(shape_.input.path() +
+                         ": the records of too many sources alternate for one run, choose one source");
   }
-  if (AResult result = watch_.Why(); !result) return result;
-  if (!means) {
-    lane.reset();
-    --begun_;
-    return AResult::Ok();
+  if (idle_.empty()) {
+    intervals_.push_back(std::make_unique<OpenInterval>(pool_));
+    idle_.push_back(intervals_.back().get());
   }
-  hasTaken_ = true;
-  AResult result = take(*lane->intervals, *means, stream, watch_.JulianDate(means->GetMeanTime()));
-  lane->intervals->Release();
+  OpenInterval& interval = *idle_.back();
+  idle_.pop_back();
+  open_.push_back(&interval);
+  state.open = &interval;
+  interval.stream = static_cast<size_t>(stream_);
+  interval.cell = cell_;
+  interval.firstTicks = ticks;
+  interval.reference = group.date;
+  interval.weight = interval.weightedDays = interval.days = 0;
+  interval.count = 0;
+  interval.firstRecord = record;
+  interval.isWhole = true;
+  return AResult::Ok();
+}
+
+void IntervalWorker::AddRecord(OpenInterval& interval, AUVXGroup& group, const char* stored, int record) {
+  const double weight = shape_.choice.Weight(stored);
+  const double days = group.date - interval.reference;
+  interval.weight += weight;
+  interval.weightedDays += weight * days;
+  interval.days += days;
+  ++interval.count;
+  interval.lastRecord = record;
+  const char* values = shape_.choice.Pick(group, stored, room_.data());
+  if (interval.isWhole && interval.sums.IsNew(group) && !pool_.HasRoom()) {
+    // From here on its baselines are noted, and its records read again when all are known.
+    interval.isWhole = false;
+    interval.present.assign(IntervalSums::kKeys, false);
+    interval.sums.MarkPresent(interval.present);
+    interval.sums.Clear();
+  }
+  if (interval.isWhole) {
+    interval.sums.Add(group, values, weight);
+  } else {
+    interval.present[IntervalSums::KeyOf(group)] = true;
+  }
+}
+
+// End all intervals whose time is over.
+AResult IntervalWorker::EndBefore(double cell) {
+  // Backwards, since End takes an interval out of the list.
+  for (size_t i = open_.size(); i-- > 0;) {
+    if (!(open_[i]->cell < cell)) continue;
+    if (AResult result = End(states_[open_[i]->stream]); !result) return result;
+  }
+  return AResult::Ok();
+}
+
+AResult IntervalWorker::End(StreamState& state) {
+  if (!state.open) return AResult::Ok();
+  OpenInterval& interval = *std::exchange(state.open, nullptr);
+  open_.erase(std::find(open_.begin(), open_.end(), &interval));
+  const double time = interval.Time(shape_.form.weighted);
+  AResult result = interval.isWhole ? MakeWhole(interval, time) : MakeInPieces(interval, time);
+  interval.sums.Clear();
+  idle_.push_back(&interval);
+  if (isInOrder_) Release();
   return result;
 }
 
-AResult IntervalWalk::Run(const Make& make, const Take& take) {
-  // By the mean time of the next interval, in hundredths of a second, and the place of the stream. A stream that has
-  // not begun has no lane, and an interval is in memory no longer than its turn takes, however many sources there are.
-  std::map<std::pair<double, size_t>, std::unique_ptr<Lane>> turns;
-  for (size_t i = 0; i < streams_.size(); ++i) turns[{MeanTime(streams_[i], streams_[i].first), i}] = nullptr;
-  while (!turns.empty()) {
-    auto turn = turns.extract(turns.begin());
-    const IntervalStream& stream = streams_[turn.key().second];
-    std::unique_ptr<Lane>& lane = turn.mapped();
-    AResult result = lane ? TakeNext(lane, stream, take) : Begin(lane, stream, make);
-    if (!result) return result;
-    if (!lane) continue;
-    turn.key().first = MeanTime(stream, lane->intervals->last());
-    turns.insert(std::move(turn));
+AResult IntervalWorker::MakeWhole(OpenInterval& interval, double time) {
+  shape_.hasInterval = true;
+  std::vector<char> bytes;
+  shape_.finish({shape_.plan.streams()[interval.stream], time, interval.sums}, bytes);
+  Keep(time, interval.stream, std::move(bytes));
+  return AResult::Ok();
+}
+
+// Read the records of an interval again for as many of its baselines at a time as fit.
+AResult IntervalWorker::MakeInPieces(OpenInterval& interval, double time) {
+  std::vector<bool> wanted;
+  int64 count = 0;
+  for (size_t place = 0; place < IntervalSums::kKeys; ++place) {
+    const size_t key = place ^ 0x8080;  // antennas ascend as signed bytes
+    const bool isLast = place == IntervalSums::kKeys - 1;
+    wanted.resize(IntervalSums::kKeys);
+    if (interval.present[key]) {
+      wanted[key] = true;
+      ++count;
+    }
+    if (count == 0 || (count < pool_.most() && !isLast)) continue;
+    interval.sums.Clear();
+    if (AResult result = AddAgain(interval, wanted, interval.sums); !result) return result;
+    if (AResult result = MakeWhole(interval, time); !result) return result;
+    // Pieces are large: where nothing earlier can come they are handed on one by one.
+    if (isInOrder_ && open_.empty() && !Release()) return AResult::Ok();
+    wanted.clear();
+    count = 0;
   }
+  return AResult::Ok();
+}
+
+AResult IntervalWorker::AddAgain(const OpenInterval& interval, const std::vector<bool>& wanted, IntervalSums& sums) {
+  const IntervalStream& stream = shape_.plan.streams()[interval.stream];
+  RecordReader reader(shape_.input);
+  for (int first = interval.firstRecord; first <= interval.lastRecord;) {
+    const int count = reader.Read(first, interval.lastRecord + 1);
+    if (count == 0) return Unreadable(first);
+    if (!output_->Count(0)) return AResult::Ok();
+    for (int i = 0; i < count; ++i) {
+      const char* bytes = reader.records() + int64{i} * reader.recordBytes();
+      AUVXGroup group;
+      std::memcpy(static_cast<void*>(&group), bytes, AUVXGroup::kBytes);
+      if (group.sourceNo() != stream.source || group.freqSel() != stream.setup || group.flag != 0) continue;
+      if (!clock_.IsSelected(clock_.Ticks(group.date))) continue;
+      const char* stored = bytes + AUVXGroup::kBytes;
+      const char* values = shape_.choice.Pick(group, stored, room_.data());
+      if (wanted[IntervalSums::KeyOf(group)]) sums.Add(group, values, shape_.choice.Weight(stored));
+    }
+    first += count;
+  }
+  return AResult::Ok();
+}
+
+void IntervalWorker::Keep(double time, size_t stream, std::vector<char> bytes) {
+  const auto isBefore = [](const Finished& a, const Finished& b) {
+    return a.time != b.time ? a.time < b.time : a.stream < b.stream;
+  };
+  Finished finished{time, stream, std::move(bytes)};
+  const auto place = std::upper_bound(finished_.begin(), finished_.end(), finished, isBefore);
+  finished_.insert(place, std::move(finished));
+}
+
+// Move what is before everything that may still come into the piece that is handed on next.
+// @return false if the job has ended
+bool IntervalWorker::Release() {
+  double earliest = std::numeric_limits<double>::infinity();
+  for (const OpenInterval* interval : open_) earliest = std::min(earliest, interval->firstTicks);
+  size_t released = 0;
+  for (; released < finished_.size() && clock_.Ticks(finished_[released].time) < earliest; ++released) {
+    std::vector<char>& bytes = finished_[released].bytes;
+    if (piece_.empty()) {
+      piece_ = std::move(bytes);
+    } else {
+      piece_.insert(piece_.end(), bytes.begin(), bytes.end());
+    }
+    if (!HandOn(false)) return false;
+  }
+  finished_.erase(finished_.begin(), finished_.begin() + static_cast<std::ptrdiff_t>(released));
+  return true;
+}
+
+bool IntervalWorker::HandOn(bool all) {
+  if (piece_.empty() || (!all && piece_.size() < kPieceBytes)) return true;
+  return output_->Put(std::exchange(piece_, {}));
+}
+
+}  // namespace
+
+AResult IntervalWalk::Run(const ValueChoice& choice, const Finish& finish, const Take& take) {
+  const int parts = static_cast<int>(plan_.parts().size());
+  const MeanForm form = {choice.count(), options_.complexMean, options_.mean == MeanKind::Weighted};
+  std::atomic<bool> hasInterval = false;
+  const WalkShape shape = {input_, plan_, choice, form, finish, kSumBytes / ThreadsFor(parts, options_), hasInterval};
+  PartJob job;
+  job.name = input_.path();
+  job.parts = parts;
+  job.work = plan_.records();
+  job.worker = [&] { return std::make_unique<IntervalWorker>(shape); };
+  job.take = take;
+  if (AResult result = RunParts(job, options_); !result) return result;
   const bool isBounded = options_.start || options_.stop;
-  return isBounded && !hasTaken_ && !streams_.empty() ? input_.NothingSelected() : AResult::Ok();
+  return isBounded && !hasInterval && !plan_.streams().empty() ? input_.NothingSelected() : AResult::Ok();
 }
 
 }  // namespace zeltra

@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <set>
+#include <string>
+
+#include "zeltra/core/Dates.h"
+#include "zeltra/core/Text.h"
+#include "zeltra/core/Units.h"
+#include "zeltra/ops/IntervalPlanInternal.h"
+#include "zeltra/uvx/AUVXGroup.h"
+
+namespace zeltra {
+namespace {
+
+// Small enough that every thread has parts enough to come out even, large enough that beginning one does not count.
+constexpr int64 kPartBytes = 16 << 20;
+constexpr int kSamplesPerPart = 8;
+// An observation date this far from the records is none.
+constexpr double kFarDays = 10000;
+
+}  // namespace
+
+// IntervalClock
+
+IntervalClock::IntervalClock(double midnight, const IntervalOptions& options) : midnight_(midnight) {
+  if (options.start) first_ = origin_ = Ticks(*options.start);
+  if (options.stop) last_ = Ticks(*options.stop);
+  if (options.interval > 0) length_ = options.interval * kTicksPerSecond;
+}
+
+double IntervalClock::Ticks(double julianDate) const {
+  return std::round((julianDate - midnight_) * (kSecondsPerDay * kTicksPerSecond));
+}
+
+double IntervalClock::Cell(double ticks) const {
+  return length_ > 0 ? std::floor((ticks - origin_) / length_) : ticks;
+}
+
+double IntervalClock::Begin(double cell) const {
+  return length_ > 0 ? std::ceil(origin_ + cell * length_) : cell;
+}
+
+// IntervalPlan
+
+AResult IntervalPlan::Open() {
+  const double interval = options_.interval;
+  if (!(interval < 0) && !(interval >= 1e-3 && interval <= 1e9)) {
+    return AResult::Fail(input_.path() + ": cannot be cut into intervals of " + valToStr(interval) +
+                         " s: they take 0.001 s at least, -1 makes one of every time stamp");
+  }
+  if (AResult result = FindStreams(); !result) return result;
+  if (AResult result = SetClock(); !result) return result;
+  if (AResult result = FindStretches(); !result) return result;
+  Cut(Bounds());
+  return AResult::Ok();
+}
+
+AResult IntervalPlan::FindStreams() {
+  int source = 0;
+  if (!options_.source.empty()) {
+    if (AResult result = contents_.FindSource(options_.source, source); !result) return result;
+  }
+  std::set<int> setups;
+  const AUVXPosition& scans = contents_.scans();
+  for (int i = 0; i < scans.count(); ++i) {
+    const AUVXPositionItem& scan = scans(i);
+    if (!options_.source.empty() && scan.sourceId != source) continue;
+    setups.insert(scan.freqId);
+    if (options_.freqSel && scan.freqId != *options_.freqSel) continue;
+    const int place = static_cast<int>(streams_.size());
+    if (places_.emplace(std::pair(scan.sourceId, scan.freqId), place).second) {
+      streams_.push_back({scan.sourceId, scan.freqId});
+    }
+  }
+  if (!streams_.empty() || scans.count() == 0) return AResult::Ok();
+  std::string list;
+  for (const int setup : setups) list += (list.empty() ? "" : ", ") + std::to_string(setup);
+  return AResult::Fail(input_.path() + ": no record of frequency setup " + std::to_string(*options_.freqSel) +
+                       "; there are " + list);
+}
+
+int IntervalPlan::StreamOf(const AUVXPositionItem& scan) const {
+  const auto place = places_.find({scan.sourceId, scan.freqId});
+  return place == places_.end() ? -1 : place->second;
+}
+
+double IntervalPlan::TimeOf(int record) const {
+  AUVXFile& uvx = input_.uvx();
+  double date = 0;
+  const int64 position =
+      uvx.DataOffset() + int64{record} * uvx.recSize() + static_cast<int64>(offsetof(AUVXGroup, date));
+  const bool isRead = input_.file().ReadAt(position, &date, sizeof date) == int64{sizeof date};
+  return isRead ? date : std::numeric_limits<double>::quiet_NaN();
+}
+
+// Times count from 0 h of the observation date, or of the day of the first record where that is earlier or far away.
+AResult IntervalPlan::SetClock() {
+  const AUVXPosition& scans = contents_.scans();
+  double first = std::numeric_limits<double>::max();
+  std::set<int> seen;
+  for (int i = 0; i < scans.count() && seen.size() < streams_.size(); ++i) {
+    const int stream = StreamOf(scans(i));
+    if (stream < 0 || !seen.insert(stream).second || scans(i).startVis < 1) continue;
+    const double date = TimeOf(scans(i).startVis - 1);
+    if (!std::isfinite(date)) {
+      return AResult::Fail(input_.path() + ": the time of record " + std::to_string(scans(i).startVis - 1) +
+                           " is no number");
+    }
+    first = std::min(first, date);
+  }
+  const double date = contents_.header().info.dateObs;
+  const bool isNear = first >= date && first - date < kFarDays;
+  clock_ = IntervalClock(isNear || streams_.empty() ? date : MidnightBefore(first), options_);
+  return AResult::Ok();
+}
+
+AResult IntervalPlan::FindStretches() {
+  std::vector<double> ends(streams_.size(), std::numeric_limits<double>::lowest());
+  int backward = -1;  // a record before the end of a scan that came before
+  AResult result = contents_.CheckIndex(
+      input_, [&](const AUVXPositionItem& scan, const AUVXGroup& firstRecord, const AUVXGroup& lastRecord) {
+        const int stream = StreamOf(scan);
+        const double first = clock_.Ticks(firstRecord.date), last = clock_.Ticks(lastRecord.date);
+        if (stream >= 0) {
+          double& end = ends[static_cast<size_t>(stream)];
+          if (first < end && backward < 0) backward = scan.startVis - 1;
+          end = last;
+        }
+        if (stretches_.empty() || first < stretches_.back().last) {
+          stretches_.push_back({{scan.startVis - 1, scan.endVis}, first, last});
+        } else {
+          stretches_.back().records.end = scan.endVis;
+          stretches_.back().last = last;
+        }
+      });
+  return result && backward >= 0 ? GoesBack(backward) : result;
+}
+
+AResult IntervalPlan::GoesBack(int record) const {
+  return AResult::Fail(input_.path() + ": record " + std::to_string(record) +
+                       " goes back in time; records are averaged in time order, in which 'zeltra sort' puts them");
+}
+
+// Times of records at even distances, which tell how many records lie between two times.
+std::vector<IntervalPlan::Sample> IntervalPlan::TakeSamples() const {
+  const int step = static_cast<int>(std::max<int64>(kPartBytes / kSamplesPerPart / input_.uvx().recSize(), 1));
+  std::vector<Sample> samples;
+  for (const Stretch& stretch : stretches_) {
+    for (int64 record = stretch.records.first; record < stretch.records.end; record += step) {
+      const int64 count = std::min<int64>(step, stretch.records.end - record);
+      const double ticks = clock_.Ticks(TimeOf(static_cast<int>(record)));
+      if (std::isfinite(ticks)) samples.push_back({ticks, count});
+    }
+  }
+  std::stable_sort(samples.begin(), samples.end(), [](const Sample& a, const Sample& b) { return a.ticks < b.ticks; });
+  return samples;
+}
+
+// Where parts begin, but for the first one: at bounds of intervals, some kPartBytes apart.
+std::vector<double> IntervalPlan::Bounds() const {
+  std::vector<double> bounds;
+  int64 bytes = 0;
+  for (const Sample& sample : TakeSamples()) {
+    if (bytes >= kPartBytes) {
+      double bound = clock_.Begin(clock_.Cell(sample.ticks));
+      const double before = bounds.empty() ? std::numeric_limits<double>::lowest() : bounds.back();
+      if (bound <= before) bound = clock_.Begin(clock_.Cell(sample.ticks) + 1);
+      if (bound > before) {
+        bounds.push_back(bound);
+        bytes = 0;
+      }
+    }
+    bytes += sample.records * input_.uvx().recSize();
+  }
+  return bounds;
+}
+
+void IntervalPlan::Cut(const std::vector<double>& bounds) {
+  parts_.resize(bounds.size() + 1);
+  for (size_t i = 0; i < bounds.size(); ++i) parts_[i].end = parts_[i + 1].begin = bounds[i];
+  for (const Stretch& stretch : stretches_) {
+    int first = stretch.records.first;
+    for (IntervalPart& part : parts_) {
+      if (stretch.first >= part.end) continue;
+      const int end = stretch.last < part.end ? stretch.records.end : FirstFrom(stretch, first, part.end);
+      if (end > first) part.ranges.push_back({first, end});
+      first = end;
+      if (first == stretch.records.end) break;
+    }
+    // Where a bad time hides in the stretch, the rest of its records is walked too, so that it is found.
+    if (first < stretch.records.end) parts_.back().ranges.push_back({first, stretch.records.end});
+  }
+  for (const IntervalPart& part : parts_) {
+    for (const RecordRange& range : part.ranges) records_ += range.end - range.first;
+  }
+  std::erase_if(parts_, [](const IntervalPart& part) { return part.ranges.empty(); });
+}
+
+// The first record of a stretch, from `from` on, that is not before a time.
+int IntervalPlan::FirstFrom(const Stretch& stretch, int from, double bound) const {
+  int low = from, high = stretch.records.end;
+  while (low < high) {
+    const int middle = low + (high - low) / 2;
+    if (clock_.Ticks(TimeOf(middle)) < bound) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  return low;
+}
+
+}  // namespace zeltra

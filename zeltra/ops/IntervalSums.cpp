@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numeric>
+
+#include "zeltra/ops/IntervalSumsInternal.h"
+
+namespace zeltra {
+namespace {
+
+// Values taken apart at a time: they stay in the processor's inner cache.
+constexpr int kStep = 64;
+
+// Some values of a record, part by part. What does not count is zero everywhere.
+struct Step {
+  float re[kStep], im[kStep], weight[kStep], counted[kStep];
+};
+
+// Plain loops over arrays of one length, with choices in place of branches: compilers turn them into vectors, whose
+// lanes hold one value each, so that results do not depend on how wide they are.
+void TakeApart(const char* from, int count, Step& step) {
+  AUVXComplex values[kStep];
+  std::memcpy(static_cast<void*>(values), from, static_cast<size_t>(count) * sizeof(AUVXComplex));
+  for (int i = 0; i < count; ++i) {
+    const float re = values[i].re, im = values[i].im, weight = values[i].weight;
+    // A number minus itself is 0, unless it is infinite or none.
+    const bool counts = (weight > 0) & ((re - re) + (im - im) + (weight - weight) == 0);
+    step.re[i] = counts ? re : 0;
+    step.im[i] = counts ? im : 0;
+    step.weight[i] = counts ? weight : 0;
+    step.counted[i] = counts ? 1 : 0;
+  }
+}
+
+bool IsFinite(const AUVXComplex& value) {
+  return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
+}
+
+template <bool weighted>
+void AddComplex(BaselineSums& sums, size_t values, const char* from) {
+  Step step;
+  double *re = sums.planes.data(), *im = re + values, *share = im + values, *weight = share + values;
+  for (size_t left = values; left > 0;) {
+    const int count = static_cast<int>(std::min<size_t>(left, kStep));
+    TakeApart(from, count, step);
+    const float* shares = weighted ? step.weight : step.counted;
+    for (int i = 0; i < count; ++i) re[i] += double{shares[i]} * double{step.re[i]};
+    for (int i = 0; i < count; ++i) im[i] += double{shares[i]} * double{step.im[i]};
+    for (int i = 0; i < count; ++i) share[i] += double{shares[i]};
+    if constexpr (!weighted) {
+      for (int i = 0; i < count; ++i) weight[i] += double{step.weight[i]};
+      weight += count;
+    }
+    re += count;
+    im += count;
+    share += count;
+    from += static_cast<size_t>(count) * sizeof(AUVXComplex);
+    left -= static_cast<size_t>(count);
+  }
+}
+
+void AddAmplitudePhase(BaselineSums& sums, size_t values, bool weighted, const char* from) {
+  double* planes = sums.planes.data();
+  for (size_t i = 0; i < values; ++i) {
+    AUVXComplex value;
+    std::memcpy(static_cast<void*>(&value), from + i * sizeof value, sizeof value);
+    if (!(value.weight > 0) || !IsFinite(value)) continue;
+    const double share = weighted ? value.weight : 1;
+    planes[BaselineSums::Real * values + i] += share * value.ampl();
+    planes[BaselineSums::Imaginary * values + i] += share * sums.phases[i].Justify(value.phase());
+    planes[BaselineSums::Share * values + i] += share;
+    if (!weighted) planes[BaselineSums::Weight * values + i] += double{value.weight};
+  }
+}
+
+}  // namespace
+
+// SumPool
+
+SumPool::SumPool(const MeanForm& form, int64 bytes) : form_(form) {
+  const size_t phase = form.complexMean ? 0 : sizeof(APhJustify);
+  const size_t value = static_cast<size_t>(planes()) * sizeof(double) + sizeof(AUVXComplex) + phase;
+  most_ =
+      std::max<int64>(bytes / static_cast<int64>(sizeof(BaselineSums) + static_cast<size_t>(form.values) * value), 1);
+}
+
+std::unique_ptr<BaselineSums> SumPool::Take() {
+  std::unique_ptr<BaselineSums> sums;
+  if (free_.empty()) {
+    sums = std::make_unique<BaselineSums>();
+  } else {
+    sums = std::move(free_.back());
+    free_.pop_back();
+  }
+  ++inUse_;
+  const auto values = static_cast<size_t>(form_.values);
+  sums->planes.assign(static_cast<size_t>(planes()) * values, 0);
+  sums->firsts.resize(values);
+  if (!form_.complexMean) sums->phases.assign(values, APhJustify());
+  sums->weight = sums->count = 0;
+  std::fill_n(sums->weighted, 3, 0.0);
+  std::fill_n(sums->plain, 3, 0.0);
+  return sums;
+}
+
+void SumPool::Return(std::unique_ptr<BaselineSums> sums) {
+  --inUse_;
+  free_.push_back(std::move(sums));
+}
+
+// IntervalSums
+
+IntervalSums::IntervalSums(SumPool& pool) : pool_(pool), places_(kKeys, -1) {}
+
+void IntervalSums::Clear() {
+  for (std::unique_ptr<BaselineSums>& baseline : baselines_) {
+    places_[KeyOf(baseline->ant1, baseline->ant2)] = -1;
+    pool_.Return(std::move(baseline));
+  }
+  baselines_.clear();
+}
+
+BaselineSums& IntervalSums::NewBaseline(const AUVXGroup& group, const char* values) {
+  places_[KeyOf(group)] = static_cast<int32_t>(baselines_.size());
+  baselines_.push_back(pool_.Take());
+  BaselineSums& baseline = *baselines_.back();
+  baseline.ant1 = group.ant1;
+  baseline.ant2 = group.ant2;
+  std::memcpy(static_cast<void*>(baseline.firsts.data()), values, baseline.firsts.size() * sizeof(AUVXComplex));
+  return baseline;
+}
+
+void IntervalSums::Add(const AUVXGroup& group, const char* values, double weight) {
+  const int32_t place = places_[KeyOf(group)];
+  BaselineSums& sums = place < 0 ? NewBaseline(group, values) : *baselines_[static_cast<size_t>(place)];
+  const double coordinates[3] = {group.u(), group.v(), group.w()};
+  for (int i = 0; i < 3; ++i) {
+    sums.weighted[i] += weight * coordinates[i];
+    sums.plain[i] += coordinates[i];
+  }
+  sums.weight += weight;
+  sums.count += 1;
+
+  const MeanForm& form = pool_.form();
+  const auto count = static_cast<size_t>(form.values);
+  if (!form.complexMean) return AddAmplitudePhase(sums, count, form.weighted, values);
+  form.weighted ? AddComplex<true>(sums, count, values) : AddComplex<false>(sums, count, values);
+}
+
+void IntervalSums::MarkPresent(std::vector<bool>& present) const {
+  for (const std::unique_ptr<BaselineSums>& baseline : baselines_) {
+    present[KeyOf(baseline->ant1, baseline->ant2)] = true;
+  }
+}
+
+const std::vector<int>& IntervalSums::InOrder() {
+  order_.resize(baselines_.size());
+  std::iota(order_.begin(), order_.end(), 0);
+  const auto isBefore = [this](int a, int b) {
+    const BaselineSums &one = *baselines_[static_cast<size_t>(a)], &other = *baselines_[static_cast<size_t>(b)];
+    return one.ant1 != other.ant1 ? one.ant1 < other.ant1 : one.ant2 < other.ant2;
+  };
+  if (!std::is_sorted(order_.begin(), order_.end(), isBefore)) std::sort(order_.begin(), order_.end(), isBefore);
+  return order_;
+}
+
+void IntervalSums::Mean(int place, AUVXGroup& group, AUVXComplex* values) const {
+  const MeanForm& form = pool_.form();
+  const BaselineSums& baseline = *baselines_[static_cast<size_t>(place)];
+  group.ant1 = baseline.ant1;
+  group.ant2 = baseline.ant2;
+  const bool isWeighted = form.weighted && baseline.weight > 0;
+  const double* coordinates = isWeighted ? baseline.weighted : baseline.plain;
+  const double total = isWeighted ? baseline.weight : baseline.count;
+  group.uu = static_cast<float>(coordinates[0] / total);
+  group.vv = static_cast<float>(coordinates[1] / total);
+  group.ww = static_cast<float>(coordinates[2] / total);
+
+  const auto count = static_cast<size_t>(form.values);
+  const double *re = baseline.planes.data(), *im = re + count, *shares = im + count, *weights = shares + count;
+  for (size_t i = 0; i < count; ++i) {
+    const double share = shares[i];
+    if (!(share > 0)) {
+      values[i] = IsFinite(baseline.firsts[i]) ? baseline.firsts[i] : AUVXComplex(0, 0, 0);
+      continue;
+    }
+    const double first = re[i] / share, second = im[i] / share;
+    const double weight = form.weighted ? share : weights[i] / share;
+    values[i] = form.complexMean ? AUVXComplex(first, second, weight)
+                                 : AUVXComplex(first * std::cos(second), first * std::sin(second), weight);
+  }
+}
+
+}  // namespace zeltra
