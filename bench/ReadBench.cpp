@@ -63,20 +63,22 @@ void ReadSources(const std::string& path) {
   if (count != uvx.count()) std::exit(1);
 }
 
-void AverageAll(const std::string& path, bool complexMean) {
+void AverageAll(const std::string& path, bool complexMean, int threads) {
   AUVXInput input;
   Check(input.Open(path));
   AverageOptions options;
   options.interval = 60;
   options.complexMean = complexMean;
+  options.threads = threads;
   Check(Average(input, options, [](AUVXGroup&, AUVXVisibility&) { return AResult::Ok(); }));
 }
 
-void CloseAll(const std::string& path) {
+void CloseAll(const std::string& path, int threads) {
   AUVXInput input;
   Check(input.Open(path));
   ClosureOptions options;
   options.interval = 60;
+  options.threads = threads;
   Check(ClosurePhases(input, options, [](const AClosurePhase&) { return AResult::Ok(); }));
 }
 
@@ -87,14 +89,18 @@ void Measure(const std::string& folder, const std::string& title, int ifs, int c
   bench::Compare(title, bytes, 5,
                  {{"cat", [&] { bench::Shell("cat '" + path + "' > /dev/null"); }},
                   {"AUVXFastRead", [&] { ReadAll(path); }},
-                  {"AUVXRead", [&] { ReadSources(path); }}});
-  bench::Compare("  averages over 60 s", bytes, 3,
-                 {{"numpy", [&] { bench::Shell(python + "average '" + path + "' 60 > /dev/null"); }},
-                  {"Average", [&] { AverageAll(path, true); }},
-                  {"Average, amphase", [&] { AverageAll(path, false); }}});
-  bench::Compare("  closure phases over 60 s", bytes, 3,
-                 {{"numpy", [&] { bench::Shell(python + "closure '" + path + "' 60 > /dev/null"); }},
-                  {"ClosurePhases", [&] { CloseAll(path); }}});
+                  {"AUVXRead", [&] { ReadSources(path); }},
+                  {"averages, 2 threads", [&] { AverageAll(path, true, 2); }},
+                  {"averages, 1 thread", [&] { AverageAll(path, true, 1); }},
+                  {"amphase, 2 threads", [&] { AverageAll(path, false, 2); }},
+                  {"amphase, 1 thread", [&] { AverageAll(path, false, 1); }},
+                  {"closures, 2 threads", [&] { CloseAll(path, 2); }},
+                  {"closures, 1 thread", [&] { CloseAll(path, 1); }}});
+  bench::Compare("  beside numpy, averages and closure phases", bytes, 3,
+                 {{"numpy averages", [&] { bench::Shell(python + "average '" + path + "' 60 > /dev/null"); }},
+                  {"averages", [&] { AverageAll(path, true, 0); }},
+                  {"numpy closures", [&] { bench::Shell(python + "closure '" + path + "' 60 > /dev/null"); }},
+                  {"closures", [&] { CloseAll(path, 0); }}});
   std::filesystem::remove(path);
 }
 

@@ -209,6 +209,29 @@ class Analysis(Case):
                 with self.subTest(os.path.basename(path), interval=interval):
                     self.check_averages(self.path("real.uvx"), file, interval, amphase)
 
+    def test_threads_make_no_difference(self):
+        """Parts of some MB, cut at bounds of intervals, of a file in time order and of one sorted by source."""
+        path = self.simulated("--minutes", "30", "--integration", "1", "--channels", "8")
+        file = uvx.File(path)
+        raw = bytearray(contents(path))
+        np.frombuffer(raw, file.records.dtype, file.count, file.data_offset)[:] = \
+            file.records[np.argsort(file.records["group"]["source"], kind="stable")]
+        with open(self.path("sorted.uvx"), "wb") as out:
+            out.write(raw)
+        zeltra("copy", self.path("sorted.uvx"), self.path("by_source.uvx"))
+        os.remove(self.path("sorted.uvx"))
+        for source in (path, self.path("by_source.uvx")):
+            for options in (("--interval", 10), ("--interval", 200, "--mode", "amphase"), ("--interval", -1, "--mix", "rl")):
+                made = []
+                for threads in (1, 2, 3, 8):
+                    zeltra("average", source, "-o", self.path("out.uvx"), "--force", "--threads", threads, *options)
+                    made.append(contents(self.path("out.uvx")))
+                self.assertTrue(all(one == made[0] for one in made), options)
+                times = uvx.File(self.path("out.uvx")).records["group"]["time"]
+                self.assertTrue((np.diff(times) >= 0).all())
+            rows = [zeltra("closure", source, "--interval", 20, "--csv", "--threads", n) for n in (1, 3)]
+            self.assertEqual(rows[0], rows[1])
+
     def test_time_stamps_closer_than_a_second_stay_apart(self):
         path = self.simulated("--minutes", "0.2", "--integration", "0.25", "--antennas", "3")
         _, rows = numbers(zeltra("average", path, "--interval", -1, "--csv"))

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "zeltra/analysis/SearchInternal.h"
-#include "zeltra/core/Units.h"
+#include "zeltra/analysis/TriangleWalkInternal.h"
 
 namespace zeltra {
 namespace {
@@ -67,10 +67,7 @@ double AClosePhaseArray::ClosurePhase(AUVXTimeMeanArray& mean, const AClosePhIte
   if (legs.base1 < 0) p1 = -p1;
   if (legs.base2 < 0) p2 = -p2;
   if (legs.base3 < 0) p3 = -p3;
-  double closure = std::fmod(p1 + p2 + p3, kTwoPi);
-  if (closure > kPi) closure -= kTwoPi;
-  if (closure < -kPi) closure += kTwoPi;
-  return closure;
+  return ClosureOf(p1, p2, p3);
 }
 
 AClosePhaseItem& AClosePhaseArray::ItemFor(const A3TlscsItem& triangle) {

@@ -4,15 +4,25 @@
 #define ZELTRA_ANALYSIS_TRIANGLEWALKINTERNAL_H_
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 
 #include "zeltra/analysis/ABaseLine.h"
+#include "zeltra/core/Units.h"
 
 namespace zeltra {
 
 /// An antenna number of a caller as the signed byte that baselines hold; a number that is no byte matches none.
 inline int SignedAntenna(int number) {
   return number >= 128 && number <= 255 ? number - 256 : number;
+}
+
+/// The sum of the phases around a triangle, each in its direction, as a phase from -pi to pi.
+inline double ClosureOf(double p1, double p2, double p3) {
+  double closure = std::fmod(p1 + p2 + p3, kTwoPi);
+  if (closure > kPi) closure -= kTwoPi;
+  if (closure < -kPi) closure += kTwoPi;
+  return closure;
 }
 
 /// Visit every triangle of antennas a1, a2, c whose three baselines are present and not flagged.

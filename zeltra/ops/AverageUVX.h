@@ -31,19 +31,20 @@ struct AverageOptions : IntervalOptions {
 /// @return a failure if the polarisations of the file allow none of `mix`
 ZELTRA_API AResult AveragedPolarisations(AUVXInput& from, AverageMix mix, AArray<AStokesMix>& list);
 
-/// Takes the average of one baseline over one interval. The time of `group` is the Julian date of the middle of the
-/// interval, to 0.01 s, its u, v, w are the means of those of the records; values are [IF][channel][polarisation].
+/// Takes the average of one baseline over one interval. The time of `group` is that of the interval, a Julian date: the
+/// mean of the times of all its records, each with the sum of its positive finite weights. u, v, w are the baseline's own
+/// means with these weights, plain means where it has no valid value. Values are [IF][channel][polarisation].
 using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& values)>;
 
-/// Average record by record, in time order, each source and setup by itself. Within an interval baselines ascend, as
-/// signed bytes.
+/// Average interval by interval, in time order, each source and setup by itself. Within an interval baselines ascend, as
+/// signed bytes. The result does not depend on the number of threads.
 ///
 /// Flagged records and values do not count, nor do values that are not finite: where a baseline has nothing else in an
-/// interval, the value comes with the weight that it has, or 0. A file that goes back in time is refused.
+/// interval, its first value comes with the weight that it has, or 0. A source whose records go back in time is refused.
 ///
 /// Memory: below 256 MiB in a file of up to a million scans, of which each takes some 100 bytes. Where the baselines of
-/// an interval do not fit, its records are read several times. Where the records of sources alternate, two of each
-/// source are held; a file where they do not fit is refused, and so is one whose records have more than 1048576 values.
+/// an interval do not fit, its records are read several times. A file is refused where the records of more than 128
+/// sources alternate within an interval, and where records have more than 1048576 values.
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink);
 

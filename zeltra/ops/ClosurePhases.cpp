@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "zeltra/analysis/TriangleWalkInternal.h"
-#include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
 
@@ -50,7 +49,7 @@ void AppendClosures(const Interval& interval, std::optional<int> antenna, std::v
   WalkTriangles(static_cast<int>(places.size()), baseline, antenna, [&](int a, int b, bool, int d, int third) {
     AClosurePhase closure;
     closure.time = interval.time;
-    closure.phase = std::remainder(phase(a) + phase(b) - phase(d), kTwoPi);
+    closure.phase = ClosureOf(phase(a), phase(b), -phase(d));
     int* antennas = closure.antennas;
     antennas[0] = static_cast<uint8_t>(baseline(a).tlsc1());
     antennas[1] = static_cast<uint8_t>(baseline(a).tlsc2());

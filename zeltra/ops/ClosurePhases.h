@@ -23,7 +23,7 @@ struct ClosureOptions : IntervalOptions {
 
 /// A closure phase: phase(1-2) + phase(2-3) - phase(1-3) of the mean visibilities of an interval.
 struct AClosurePhase {
-  double time = 0;       ///< Julian date of the middle of the interval, to 0.01 s
+  double time = 0;       ///< Julian date: the weighted mean of the records' times in the interval
   int antennas[3] = {};  ///< ascending
   double phase = 0;      ///< radians, -pi to pi
 };
@@ -36,8 +36,7 @@ using ClosureSink = std::function<AResult(const AClosurePhase&)>;
 /// are stored from the higher antenna to the lower one count in reverse, with complex conjugate values: RL is then
 /// taken from LR, XY from YX.
 ///
-/// Memory: some MiB and the baselines of one interval, up to 8 MiB; as for Average, some 70 bytes a scan, and two
-/// records of each source where sources alternate, with the same limits.
+/// Memory: some MiB for each thread, and some 70 bytes a scan.
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult ClosurePhases(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink);
 

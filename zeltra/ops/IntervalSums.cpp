@@ -9,68 +9,64 @@
 namespace zeltra {
 namespace {
 
-// Values taken apart at a time: they stay in the processor's inner cache.
-constexpr int kStep = 64;
-
-// Some values of a record, part by part. What does not count is zero everywhere.
-struct Step {
-  float re[kStep], im[kStep], weight[kStep], counted[kStep];
-};
-
-// Plain loops over arrays of one length, with choices in place of branches: compilers turn them into vectors, whose
-// lanes hold one value each, so that results do not depend on how wide they are.
-void TakeApart(const char* from, int count, Step& step) {
-  AUVXComplex values[kStep];
-  std::memcpy(static_cast<void*>(values), from, static_cast<size_t>(count) * sizeof(AUVXComplex));
-  for (int i = 0; i < count; ++i) {
-    const float re = values[i].re, im = values[i].im, weight = values[i].weight;
-    // A number minus itself is 0, unless it is infinite or none.
-    const bool counts = (weight > 0) & ((re - re) + (im - im) + (weight - weight) == 0);
-    step.re[i] = counts ? re : 0;
-    step.im[i] = counts ? im : 0;
-    step.weight[i] = counts ? weight : 0;
-    step.counted[i] = counts ? 1 : 0;
-  }
-}
-
 bool IsFinite(const AUVXComplex& value) {
   return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
 }
 
-template <bool weighted>
-void AddComplex(BaselineSums& sums, size_t values, const char* from) {
-  Step step;
-  double *re = sums.planes.data(), *im = re + values, *share = im + values, *weight = share + values;
-  for (size_t left = values; left > 0;) {
-    const int count = static_cast<int>(std::min<size_t>(left, kStep));
-    TakeApart(from, count, step);
-    const float* shares = weighted ? step.weight : step.counted;
-    for (int i = 0; i < count; ++i) re[i] += double{shares[i]} * double{step.re[i]};
-    for (int i = 0; i < count; ++i) im[i] += double{shares[i]} * double{step.im[i]};
-    for (int i = 0; i < count; ++i) share[i] += double{shares[i]};
-    if constexpr (!weighted) {
-      for (int i = 0; i < count; ++i) weight[i] += double{step.weight[i]};
-      weight += count;
-    }
-    re += count;
-    im += count;
-    share += count;
-    from += static_cast<size_t>(count) * sizeof(AUVXComplex);
-    left -= static_cast<size_t>(count);
+// The planes of a baseline from some value on.
+struct Planes {
+  double *re, *im, *share, *weight;
+};
+
+// Add values at any address. Plain loops over arrays of a fixed length, with choices in place of branches: compilers
+// turn them into vectors, whose lanes hold one value each, so that results do not depend on how wide they are.
+template <bool weighted, int count>
+void AddSome(Planes& to, const char*& from) {
+  AUVXComplex values[count];
+  std::memcpy(static_cast<void*>(values), from, sizeof values);
+  float re[count], im[count], weight[count], share[count];  // 0 where a value does not count
+  for (int i = 0; i < count; ++i) {
+    const float x = values[i].re, y = values[i].im, w = values[i].weight;
+    // A number minus itself is 0, unless it is infinite or none.
+    const bool counts = (w > 0) & ((x - x) + (y - y) + (w - w) == 0);
+    re[i] = counts ? x : 0;
+    im[i] = counts ? y : 0;
+    weight[i] = counts ? w : 0;
+    share[i] = weighted ? weight[i] : counts ? 1.0F : 0.0F;
   }
+  for (int i = 0; i < count; ++i) to.re[i] += double{share[i]} * double{re[i]};
+  for (int i = 0; i < count; ++i) to.im[i] += double{share[i]} * double{im[i]};
+  for (int i = 0; i < count; ++i) to.share[i] += double{share[i]};
+  if constexpr (!weighted) {
+    for (int i = 0; i < count; ++i) to.weight[i] += double{weight[i]};
+  }
+  to = {to.re + count, to.im + count, to.share + count, to.weight + count};
+  from += sizeof values;
 }
 
-void AddAmplitudePhase(BaselineSums& sums, size_t values, bool weighted, const char* from) {
+template <bool weighted>
+void AddComplex(BaselineSums& sums, int values, const char* from) {
+  constexpr int kStep = 64;  // stays in the processor's inner cache
+  double* first = sums.planes.data();
+  Planes to = {first, first + values, first + 2 * values, first + 3 * values};
+  int left = values;
+  for (; left >= kStep; left -= kStep) AddSome<weighted, kStep>(to, from);
+  for (; left >= 4; left -= 4) AddSome<weighted, 4>(to, from);
+  for (; left > 0; --left) AddSome<weighted, 1>(to, from);
+}
+
+void AddAmplitudePhase(BaselineSums& sums, const MeanForm& form, const char* from) {
+  const auto values = static_cast<size_t>(form.values);
   double* planes = sums.planes.data();
   for (size_t i = 0; i < values; ++i) {
     AUVXComplex value;
     std::memcpy(static_cast<void*>(&value), from + i * sizeof value, sizeof value);
     if (!(value.weight > 0) || !IsFinite(value)) continue;
-    const double share = weighted ? value.weight : 1;
+    const double share = form.weighted ? value.weight : 1;
     planes[BaselineSums::Real * values + i] += share * value.ampl();
     planes[BaselineSums::Imaginary * values + i] += share * sums.phases[i].Justify(value.phase());
     planes[BaselineSums::Share * values + i] += share;
-    if (!weighted) planes[BaselineSums::Weight * values + i] += double{value.weight};
+    if (!form.weighted) planes[BaselineSums::Weight * values + i] += double{value.weight};
   }
 }
 
@@ -143,9 +139,8 @@ void IntervalSums::Add(const AUVXGroup& group, const char* values, double weight
   sums.count += 1;
 
   const MeanForm& form = pool_.form();
-  const auto count = static_cast<size_t>(form.values);
-  if (!form.complexMean) return AddAmplitudePhase(sums, count, form.weighted, values);
-  form.weighted ? AddComplex<true>(sums, count, values) : AddComplex<false>(sums, count, values);
+  if (!form.complexMean) return AddAmplitudePhase(sums, form, values);
+  form.weighted ? AddComplex<true>(sums, form.values, values) : AddComplex<false>(sums, form.values, values);
 }
 
 void IntervalSums::MarkPresent(std::vector<bool>& present) const {

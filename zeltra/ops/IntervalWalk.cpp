@@ -89,9 +89,9 @@ class IntervalWorker : public PartWorker {
   AResult WalkRange(const RecordRange& range, PartOutput& output);
   void EnterScan(int record);
   AResult TakeRecord(const char* bytes, int record);
-  AResult CheckOrder(const AUVXGroup& group, int record, double ticks);
+  AResult EnterTime(const AUVXGroup& group, int record);
   bool EndsScan(const StreamState& state, int record, double ticks) const;
-  AResult Begin(StreamState& state, double ticks, int record, const AUVXGroup& group);
+  AResult Begin(StreamState& state, int record, const AUVXGroup& group);
   void AddRecord(OpenInterval& interval, AUVXGroup& group, const char* stored, int record);
   AResult EndBefore(double cell);
   AResult End(StreamState& state);
@@ -117,8 +117,12 @@ class IntervalWorker : public PartWorker {
   bool isInOrder_ = false;         // whether nothing earlier comes from another range of the part
   int scan_ = 0;                   // place of the current record's scan
   int stream_ = 0;                 // of that scan; -1 if it is not selected
+  IntervalStream expected_;        // of that scan
+  bool isNewScan_ = true;          // until its first record is taken
   StreamState* before_ = nullptr;  // of the record before, if it was read
-  double cell_ = kNever;           // of the last record that counts
+  double date_ = 0;                // of that record
+  bool isSelected_ = false;        // whether that time counts
+  double cell_ = kNever;           // of the last time that counts
   std::vector<std::unique_ptr<OpenInterval>> intervals_;
   std::vector<OpenInterval*> open_, idle_;
   std::vector<Finished> finished_;
@@ -170,48 +174,54 @@ AResult IntervalWorker::WalkRange(const RecordRange& range, PartOutput& output) 
 void IntervalWorker::EnterScan(int record) {
   while (scan_ < 0 || scans_(scan_).endVis <= record) ++scan_;
   stream_ = shape_.plan.StreamOf(scans_(scan_));
+  isNewScan_ = true;
+  if (stream_ >= 0) expected_ = shape_.plan.streams()[static_cast<size_t>(stream_)];
 }
 
 AResult IntervalWorker::TakeRecord(const char* bytes, int record) {
   AUVXGroup group;
   std::memcpy(static_cast<void*>(&group), bytes, AUVXGroup::kBytes);
-  const double ticks = clock_.Ticks(group.date);
-  if (AResult result = CheckOrder(group, record, ticks); !result) return result;
-  StreamState& state = states_[static_cast<size_t>(stream_)];
-  const bool endsScan = state.scan != scan_ && EndsScan(state, record, ticks);
-  if (before_ && before_ != &state) before_->follower = ticks;
-  before_ = &state;
+  if (group.source != expected_.source || group.frqsel != expected_.setup) {
+    return AResult::Fail(shape_.input.path() + ": record " + std::to_string(record) +
+                         " is of another source or setup than the index table NX says");
+  }
+  // Records of one time stamp follow each other.
+  if (isNewScan_ || group.date != date_) {
+    if (AResult result = EnterTime(group, record); !result) return result;
+  }
+  StreamState& state = *before_;
   state.lastRecord = record;
-  state.lastTicks = ticks;
-  state.scan = scan_;
-  state.follower = kNever;
-  if (endsScan) {
-    if (AResult result = End(state); !result) return result;
-  }
-  if (group.flag != 0 || !clock_.IsSelected(ticks)) return AResult::Ok();
-  const double cell = clock_.Cell(ticks);
-  if (cell > cell_) {
-    if (AResult result = EndBefore(cell); !result) return result;
-    cell_ = cell;
-  }
+  if (group.flag != 0 || !isSelected_) return AResult::Ok();
   if (!state.open) {
-    if (AResult result = Begin(state, ticks, record, group); !result) return result;
+    if (AResult result = Begin(state, record, group); !result) return result;
   }
   AddRecord(*state.open, group, bytes + AUVXGroup::kBytes, record);
   return AResult::Ok();
 }
 
-AResult IntervalWorker::CheckOrder(const AUVXGroup& group, int record, double ticks) {
-  const IntervalStream& stream = shape_.plan.streams()[static_cast<size_t>(stream_)];
-  if (group.sourceNo() != stream.source || group.freqSel() != stream.setup) {
-    return AResult::Fail(shape_.input.path() + ": record " + std::to_string(record) +
-                         " is of another source or setup than the index table NX says");
-  }
+AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
+  const double ticks = clock_.Ticks(group.date);
   if (!std::isfinite(ticks)) {
     return AResult::Fail(shape_.input.path() + ": the time of record " + std::to_string(record) + " is no number");
   }
-  const bool isInOrder = ticks >= states_[static_cast<size_t>(stream_)].lastTicks && ticks >= part_->begin;
-  return isInOrder && ticks < part_->end ? AResult::Ok() : shape_.plan.GoesBack(record);
+  StreamState& state = states_[static_cast<size_t>(stream_)];
+  const bool isInOrder = ticks >= state.lastTicks && ticks >= part_->begin && ticks < part_->end;
+  if (!isInOrder) return shape_.plan.GoesBack(record);
+  const bool endsScan = isNewScan_ && EndsScan(state, record, ticks);
+  if (before_ && before_ != &state) before_->follower = ticks;
+  before_ = &state;
+  state.lastTicks = ticks;
+  state.follower = kNever;
+  isNewScan_ = false;
+  date_ = group.date;
+  isSelected_ = clock_.IsSelected(ticks);
+  if (endsScan) {
+    if (AResult result = End(state); !result) return result;
+  }
+  const double cell = clock_.Cell(ticks);
+  if (!isSelected_ || cell <= cell_) return AResult::Ok();
+  cell_ = cell;
+  return EndBefore(cell);
 }
 
 // Whether a stream's scan before this record has ended, where the index has a new one. Records of another source at
@@ -225,7 +235,7 @@ bool IntervalWorker::EndsScan(const StreamState& state, int record, double ticks
   return follower != state.lastTicks && predecessor != ticks;
 }
 
-AResult IntervalWorker::Begin(StreamState& state, double ticks, int record, const AUVXGroup& group) {
+AResult IntervalWorker::Begin(StreamState& state, int record, const AUVXGroup& group) {
   if (open_.size() == kMostOpen) {
     return AResult::Fail(shape_.input.path() +
                          ": the records of too many sources alternate for one run, choose one source");
@@ -240,7 +250,7 @@ AResult IntervalWorker::Begin(StreamState& state, double ticks, int record, cons
   state.open = &interval;
   interval.stream = static_cast<size_t>(stream_);
   interval.cell = cell_;
-  interval.firstTicks = ticks;
+  interval.firstTicks = state.lastTicks;
   interval.reference = group.date;
   interval.weight = interval.weightedDays = interval.days = 0;
   interval.count = 0;

@@ -19,6 +19,20 @@ bool IsFinite(const AUVXComplex& value) {
   return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
 }
 
+// Add positive finite weights to four sums side by side, which compilers turn into vectors.
+template <int count>
+void AddWeights(const char*& from, double (&sums)[4]) {
+  AUVXComplex values[count];
+  std::memcpy(static_cast<void*>(values), from, sizeof values);
+  float weights[count];
+  for (int i = 0; i < count; ++i) {
+    const float w = values[i].weight;
+    weights[i] = (w > 0) & (w <= std::numeric_limits<float>::max()) ? w : 0;
+  }
+  for (int i = 0; i < count; ++i) sums[i % 4] += double{weights[i]};
+  from += sizeof values;
+}
+
 }  // namespace
 
 AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* values, int stokes, bool weighted) {
@@ -57,6 +71,9 @@ ValueChoice::ValueChoice(const AUVXFile& uvx, int point, const AStokesMix& mix,
 
 const char* ValueChoice::Pick(AUVXGroup& group, const char* stored, AUVXComplex* room) const {
   if (mixes_.empty()) return stored;
+  if (isSingle_ && group.ant1 <= group.ant2 && mixes_[0].id == 0) {
+    return stored + static_cast<size_t>(first_ * stokes_ + mixes_[0].item1.index) * sizeof(AUVXComplex);
+  }
   const size_t bytes = static_cast<size_t>(stokes_) * sizeof(AUVXComplex);
   const bool isReversed = isSingle_ && group.ant1 > group.ant2;
   if (isReversed) std::swap(group.ant1, group.ant2);
@@ -78,26 +95,12 @@ const char* ValueChoice::Pick(AUVXGroup& group, const char* stored, AUVXComplex*
 }
 
 double ValueChoice::Weight(const char* stored) const {
-  // Four sums side by side, which compilers turn into vectors; they are added in a fixed order.
-  constexpr int kStep = 64;
-  constexpr float kLargest = std::numeric_limits<float>::max();
   double sums[4] = {};
-  const int count = points_ * stokes_;
+  int left = points_ * stokes_;
   const char* from = stored + static_cast<size_t>(first_ * stokes_) * sizeof(AUVXComplex);
-  for (int done = 0; done < count; done += kStep) {
-    const int n = std::min(kStep, count - done);
-    AUVXComplex values[kStep];
-    std::memcpy(static_cast<void*>(values), from + static_cast<size_t>(done) * sizeof(AUVXComplex),
-                static_cast<size_t>(n) * sizeof(AUVXComplex));
-    float weights[kStep] = {};
-    for (int i = 0; i < n; ++i) {
-      const float w = values[i].weight;
-      weights[i] = w > 0 && w <= kLargest ? w : 0;
-    }
-    for (int i = 0; i < kStep; i += 4) {
-      for (int k = 0; k < 4; ++k) sums[k] += double{weights[i + k]};
-    }
-  }
+  for (; left >= 32; left -= 32) AddWeights<32>(from, sums);
+  for (; left >= 4; left -= 4) AddWeights<4>(from, sums);
+  for (; left > 0; --left) AddWeights<1>(from, sums);
   return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
