@@ -84,5 +84,6 @@
 #include "zeltra/uvx/AUVXSources.h"
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 #endif  // ZELTRA_ZELTRA_H_

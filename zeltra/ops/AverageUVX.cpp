@@ -7,12 +7,10 @@
 #include <optional>
 #include <vector>
 
-#include "zeltra/core/OutputFileInternal.h"
-#include "zeltra/core/Units.h"
+#include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
-#include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXHeader.h"
-#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
@@ -192,95 +190,42 @@ class AverageWriter {
  public:
   AverageWriter(AUVXInput& from, const std::string& to, const AverageOptions& options)
       : from_(from), to_(to), options_(options) {}
-  // Closing a UVX file declares it whole, so a job that ends early takes the file away first.
-  ~AverageWriter() { output_.Discard(); }
 
   AResult Run();
 
  private:
-  AResult ChangePolarisations();
-  AResult Write(AUVXGroup& group, AUVXVisibility& values, BlockWriter& writer);
-  void WriteTables();
+  AResult ChangePolarisations(AUVXHeader& header) const;
 
   AUVXInput& from_;
   const std::string to_;
   const AverageOptions options_;
-  OutputFile output_;
-  AUVXFile uvx_;
-  AUVXHeader header_;
-  AUVXPosition index_;
-  AUVXBaseLines baseLines_;
-  int written_ = 0;
 };
 
 AResult AverageWriter::Run() {
   if (AResult result = from_.CheckTables(); !result) return result;
-  header_ = AUVXHeader(from_.uvx());
-  header_.range.init();
-  if (AResult result = ChangePolarisations(); !result) return result;
-  if (AResult result = output_.Create(to_, options_.overwrite, from_.path()); !result) return result;
-  if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_) || !uvx_.SeekUVGroup(0)) return output_.WriteError();
-  BlockWriter writer(output_.file());
-  AResult result =
-      Average(from_, options_, [&](AUVXGroup& group, AUVXVisibility& values) { return Write(group, values, writer); });
+  AUVXHeader header(from_.uvx());
+  if (AResult result = ChangePolarisations(header); !result) return result;
+  AUVXWriter writer;
+  if (AResult result = writer.Create(to_, header, options_, from_.path()); !result) return result;
+  AResult result = Average(from_, options_, [&](AUVXGroup& group, AUVXVisibility& values) {
+    return writer.Append(group, values.lpArray());
+  });
   if (!result) return result;
-  if (written_ == 0) return AResult::Fail(from_.path() + ": no record is selected that is not flagged");
-  if (!writer.Flush()) return output_.WriteError();
-  header_.info.count = written_;
-  if (!uvx_.Write(header_)) return output_.WriteError();
-  WriteTables();
-  if (!output_.file().good()) return output_.WriteError();
-  uvx_.Close();
-  return output_.Commit();
+  if (writer.records() == 0) return AResult::Fail(from_.path() + ": no record is selected that is not flagged");
+  if (result = CopyTables(from_, writer); !result) return result;
+  return writer.Finish();
 }
 
-AResult AverageWriter::ChangePolarisations() {
+AResult AverageWriter::ChangePolarisations(AUVXHeader& header) const {
   AArray<AStokesMix> mix;
   if (AResult result = AveragedPolarisations(from_, options_.mix, mix); !result) return result;
   if (mix.count() > AUVXStokes::kLargestCount) {
     return AResult::Fail(to_ + ": a UVX file holds " + std::to_string(AUVXStokes::kLargestCount) +
                          " polarisations at most, these are " + std::to_string(mix.count()));
   }
-  header_.stokes.SetCount(mix.count());
-  for (int i = 0; i < AUVXStokes::kLargestCount; ++i) header_.stokes(i) = i < mix.count() ? mix(i).GetStokesID() : 0;
+  header.stokes.SetCount(mix.count());
+  for (int i = 0; i < AUVXStokes::kLargestCount; ++i) header.stokes(i) = i < mix.count() ? mix(i).GetStokesID() : 0;
   return AResult::Ok();
-}
-
-AResult AverageWriter::Write(AUVXGroup& group, AUVXVisibility& values, BlockWriter& writer) {
-  if (written_ == std::numeric_limits<int>::max()) {
-    return AResult::Fail(to_ + ": there are more averages than a UVX file counts");
-  }
-  char* record = nullptr;
-  const int bytes = uvx_.recSize();
-  if (bytes <= kBlockBytes) {
-    record = writer.Reserve(bytes);
-    if (!record) return output_.WriteError();
-    values.store(group.store(record));
-  } else if (!writer.Flush() || !group.store(uvx_) || !values.store(uvx_)) {
-    return output_.WriteError();
-  }
-  group.check(header_.range);
-  values.check(header_.range);
-  baseLines_.checkBase(AUVXBaseLineItem(group));
-  AUVXGroup inSeconds = group;
-  inSeconds.date = (group.date - header_.info.dateObs) * kSecondsPerDay;
-  index_.CheckUVGroup(inSeconds, written_++);
-  return AResult::Ok();
-}
-
-void AverageWriter::WriteTables() {
-  const AUVXTableHeader directory(from_.uvx());
-  bool hasBaseLines = false;
-  for (int i = 0; i < directory.count(); ++i) {
-    std::unique_ptr<AUVXTable> table = from_.Table(directory(i));
-    const std::string code = table->Code();
-    const bool isMadeAnew = code == "NX" || code == "BL";
-    if (isMadeAnew) table.reset();  // before the new one, as both may be large
-    if (isMadeAnew) table.reset(code == "NX" ? index_.ToUVXTable() : baseLines_.ToUVXTable());
-    hasBaseLines = hasBaseLines || code == "BL";
-    uvx_.AddTable(*table);
-  }
-  if (!hasBaseLines) uvx_.AddTable(*std::unique_ptr<AUVXTable>(baseLines_.ToUVXTable()));
 }
 
 }  // namespace
