@@ -44,8 +44,16 @@ AResult OutputFile::Create(const std::string& path, bool overwrite, const std::s
 }
 
 AResult OutputFile::Commit() {
+  AResult result = Complete();
+  return result ? TakeName() : result;
+}
+
+AResult OutputFile::Complete() {
   file_.Close();
-  if (!file_.good()) return WriteError();
+  return file_.good() ? AResult::Ok() : WriteError();
+}
+
+AResult OutputFile::TakeName() {
   if (!MoveIntoPlace(temporary_, path_, overwrite_)) {
     return AResult::Fail(path_ +
                          (PathExists(path_) ? ": exists already and cannot be replaced" : ": cannot be created"));

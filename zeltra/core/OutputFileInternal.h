@@ -38,8 +38,12 @@ class OutputFile {
   CheckedFile& file() { return file_; }
   /// The name that the file has until it is committed, for a class that opens its files itself.
   const std::string& temporary() const { return temporary_; }
-  /// Close the file and give it its name.
+  /// Complete the file and give it its name.
   AResult Commit();
+  /// Close the file. @return a failure if not every byte has arrived
+  AResult Complete();
+  /// Give the file, which is complete, its name.
+  AResult TakeName();
   /// Close the file and remove it.
   void Discard();
   /// The failure of a write: the disk is full or broken.
