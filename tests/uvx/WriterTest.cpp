@@ -76,8 +76,9 @@ TEST(UVXWriter, LeavesNoFileUnlessFinished) {
   AUVXWriter writer;
   EXPECT_FALSE(writer.Finish());
   ASSERT_TRUE(writer.Create(file.path(), HeaderOf(2), {}));
-  ASSERT_TRUE(writer.BeginRecord());
-  writer.EndGroup();
+  AUVXGroup* group = writer.BeginRecord();
+  ASSERT_TRUE(group);
+  *group = AUVXGroup();
   EXPECT_NE(writer.Finish().message().find("not complete"), std::string::npos);
 }
 

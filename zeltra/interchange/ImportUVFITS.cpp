@@ -109,7 +109,7 @@ class Importer {
   Pass WriteGroup(GroupReader& reader, int number, AResult& result);
   bool MakeHead(const GroupParameters& parameters, AUVXGroup& group);
   AResult Unstorable(const GroupParameters& parameters, int number) const;
-  AResult CopyValues(GroupReader& reader, int number);
+  bool CopyValues(GroupReader& reader, int number, AResult& result);
   void FlagBlanks(const char* raw, AUVXComplex* values, int count);
   AResult WriteTables();
   std::unique_ptr<AUVXTable> SetupFromAxis();
@@ -178,23 +178,25 @@ Importer::Pass Importer::WritePass(AResult& result) {
   return Pass::Whole;
 }
 
+/// @param result  touched only by a failure: there are many groups
 Importer::Pass Importer::WriteGroup(GroupReader& reader, int number, AResult& result) {
   const GroupParameters* parameters = reader.Parameters(number);
   AUVXGroup* group = parameters ? writer_.BeginRecord() : nullptr;
   if (!group) {
     result = parameters ? writer_.Why() : Broken(number);
-  } else if (!MakeHead(*parameters, *group)) {
-    result = Unstorable(*parameters, number);
-  } else if (writer_.records() > 0 && group->date < before_.time) {
-    return Pass::OutOfOrder;
-  } else {
-    const int baseline = BaselineOf(*group);
-    findings_.brokenOrder += writer_.records() > 0 && group->date == before_.time && baseline < before_.baseline;
-    before_ = {group->date, baseline};
-    writer_.EndGroup();
-    result = CopyValues(reader, number);
+    return Pass::Stopped;
   }
-  return result ? Pass::Whole : Pass::Stopped;
+  if (!MakeHead(*parameters, *group)) {
+    result = Unstorable(*parameters, number);
+    return Pass::Stopped;
+  }
+  const int baseline = BaselineOf(*group);
+  if (writer_.records() > 0) {
+    if (group->date < before_.time) return Pass::OutOfOrder;
+    findings_.brokenOrder += group->date == before_.time && baseline < before_.baseline;
+  }
+  before_ = {group->date, baseline};
+  return CopyValues(reader, number, result) ? Pass::Whole : Pass::Stopped;
 }
 
 AResult Importer::ReadKeys() {
@@ -226,12 +228,15 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
   group.vv = parameters.v;
   group.ww = parameters.w;
   group.date = parameters.date;
-  findings_.zeroTimes += parameters.date == 0;
-  findings_.noCoordinates += !std::isfinite(double{parameters.u} + parameters.v + parameters.w);
+  if (parameters.date == 0) [[unlikely]]
+    ++findings_.zeroTimes;
+  if (!std::isfinite(double{parameters.u} + parameters.v + parameters.w)) [[unlikely]]
+    ++findings_.noCoordinates;
 
   // The fraction of a baseline tells the subarray.
   const int antennas = RoundedBaseline(parameters.baseline);
-  findings_.subarrays += std::fabs(parameters.baseline - antennas) > 0.005;
+  if (std::fabs(parameters.baseline - antennas) > 0.005) [[unlikely]]
+    ++findings_.subarrays;
   group.ant1 = static_cast<int8_t>(antennas >> 8);
   group.ant2 = static_cast<int8_t>(antennas & 0xFF);
 
@@ -240,7 +245,8 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
   if (!storable) return false;
   // Numbers below 1 stand for "any".
   const int source = static_cast<int>(parameters.source + 0.5), setup = static_cast<int>(parameters.freqSel + 0.5);
-  findings_.withoutSetup += source < 1 || setup < 1;
+  if (source < 1 || setup < 1) [[unlikely]]
+    ++findings_.withoutSetup;
   group.source = static_cast<int16_t>(std::max(source, 1));
   group.frqsel = static_cast<int8_t>(std::max(setup, 1));
   return true;
@@ -259,24 +265,25 @@ AResult Importer::Unstorable(const GroupParameters& parameters, int number) cons
 }
 
 // Convert the values of one group in steps that stay in the processor's inner cache, however large a group is.
-AResult Importer::CopyValues(GroupReader& reader, int number) {
+bool Importer::CopyValues(GroupReader& reader, int number, AResult& result) {
   const int valueBytes = 3 * std::abs(input_.fits().main()->valueBytes());
   for (int left = input_.values(); left > 0;) {
     const int count = std::min(left, AUVXWriter::kMostReserved);
     const char* raw = reader.TakeValues(count * valueBytes);
-    if (!raw) return Broken(number);
-    AUVXComplex* values = writer_.Reserve(count);
-    if (!values) return writer_.Why();
+    AUVXComplex* values = raw ? writer_.Reserve(count) : nullptr;
+    if (!values) {
+      result = raw ? writer_.Why() : Broken(number);
+      return false;
+    }
     if (plainFloats_) {
       Swap32(values, raw, 3 * static_cast<size_t>(count));
     } else {
       DecodeFITSValues(input_.fits(), raw, values, count);
       if (input_.hasBlank()) FlagBlanks(raw, values, count);
     }
-    writer_.EndValues();
     left -= count;
   }
-  return AResult::Ok();
+  return true;
 }
 
 // A blank weight or value has no meaning: the value becomes no number and its weight none.

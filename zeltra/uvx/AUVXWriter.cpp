@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <new>
+#include <utility>
 
 #include "zeltra/core/BlockWriterInternal.h"
 #include "zeltra/core/OutputFileInternal.h"
@@ -24,7 +24,7 @@ int PairOf(const AUVXGroup& group) {
 
 // Closing a UVX file declares it whole, so a file that is not finished is taken away first.
 struct AUVXWriter::Output {
-  Output() : block(file.file()) {}
+  explicit Output(const JobOptions& options) : block(file.file(), options.threads) {}
   ~Output() {
     block.Clear();
     file.Discard();
@@ -47,7 +47,7 @@ AResult AUVXWriter::Create(const std::string& path, const AUVXHeader& header, co
   directory_ = AUVXTableHeader();
   tablesEnd_ = 0;
   ForgetRecords();
-  auto output = std::make_unique<Output>();
+  auto output = std::make_unique<Output>(options);
   if (AResult result = output->file.Create(path, options.overwrite, input); !result) return result;
   output_ = std::move(output);
   AUVXFile& uvx = output_->uvx;
@@ -72,7 +72,8 @@ void AUVXWriter::ForgetRecords() {
   baseLines_ = AUVXBaseLines();
   odd_ = OddValues();
   before_ = Predecessor();
-  records_ = unchecked_ = 0;
+  records_ = unchecked_ = reserved_ = 0;
+  group_ = nullptr;
 }
 
 AResult AUVXWriter::Rewind() {
@@ -98,7 +99,7 @@ AResult AUVXWriter::Append(const AUVXGroup& group, const void* values, double se
   AUVXGroup* place = BeginRecord();
   if (!place) return Why();
   *place = group;
-  EndGroup(seconds);
+  TakeGroup(seconds);
   return WriteValues(static_cast<const char*>(values));
 }
 
@@ -108,50 +109,16 @@ AResult AUVXWriter::WriteValues(const char* values) {
     AUVXComplex* room = Reserve(count);
     if (!room) return Why();
     std::memcpy(static_cast<void*>(room), values, static_cast<size_t>(count) * kComplexBytes);
-    EndValues();
     values += int64{count} * kComplexBytes;
     left -= count;
   }
   return AResult::Ok();
 }
 
-// The group is made in its place: a copy would wait for each of its fields to arrive in memory.
-AUVXGroup* AUVXWriter::BeginRecord() {
-  if (!output_ || tablesEnd_ > 0 || records_ == std::numeric_limits<int32_t>::max()) return nullptr;
-  char* place = output_->block.Reserve(AUVXGroup::kBytes);
-  group_ = place ? new (place) AUVXGroup : nullptr;
-  return group_;
-}
-
-void AUVXWriter::EndGroup(double seconds) {
-  group_->check(ranges_);
-  Register(*group_, seconds);
-  ++records_;
-}
-
-AUVXComplex* AUVXWriter::Reserve(int count) {
-  if (kMostReserved - unchecked_ < count) CheckValues();
-  reserved_ = count;
-  place_ = output_ ? output_->block.Reserve(count * kComplexBytes) : nullptr;
-  return place_ ? step_.get() + unchecked_ : nullptr;
-}
-
-void AUVXWriter::EndValues() {
-  std::memcpy(place_, step_.get() + unchecked_, static_cast<size_t>(reserved_) * kComplexBytes);
-  unchecked_ += reserved_;
-}
-
-AResult AUVXWriter::Why() const {
-  if (!output_) return AResult::Fail(path_ + ": is not being written");
-  if (tablesEnd_ > 0) return AResult::Fail(path_ + ": has tables already and takes no more records");
-  if (records_ == std::numeric_limits<int32_t>::max()) {
-    return AResult::Fail(path_ + ": there are more records than the 2147483647 that a UVX file counts");
-  }
-  return output_->file.WriteError();
-}
+// What runs once a record is inline: a call of an exported function takes a detour.
 
 // Extend the index and the list of baselines.
-void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
+inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
   if (group.date == before_.date && group.source == before_.source && group.frqsel == before_.setup) {
     // Of the baselines of one time each lets the scan go on, and only the first can make it longer.
     index_(index_.count() - 1).endVis = records_ + 1;
@@ -170,6 +137,45 @@ void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
   baseLines_.checkBase(AUVXBaseLineItem(group));
 }
 
+inline void AUVXWriter::TakeGroup(double seconds) {
+  group_->check(ranges_);
+  Register(*group_, seconds);
+  ++records_;
+  group_ = nullptr;
+}
+
+inline void AUVXWriter::TakePending() {
+  if (group_) TakeGroup(kFromGroup);
+  if (reserved_ == 0) return;
+  std::memcpy(place_, step_.get() + unchecked_, static_cast<size_t>(reserved_) * kComplexBytes);
+  unchecked_ += std::exchange(reserved_, 0);
+}
+
+// The group is made in its place: a copy would wait for each of its fields to arrive in memory.
+AUVXGroup* AUVXWriter::BeginRecord() {
+  TakePending();
+  if (!output_ || tablesEnd_ > 0 || records_ == std::numeric_limits<int32_t>::max()) return nullptr;
+  group_ = reinterpret_cast<AUVXGroup*>(output_->block.Reserve(AUVXGroup::kBytes));
+  return group_;
+}
+
+AUVXComplex* AUVXWriter::Reserve(int count) {
+  TakePending();
+  if (kMostReserved - unchecked_ < count) CheckValues();
+  place_ = output_ ? output_->block.Reserve(count * kComplexBytes) : nullptr;
+  reserved_ = place_ ? count : 0;
+  return place_ ? step_.get() + unchecked_ : nullptr;
+}
+
+AResult AUVXWriter::Why() const {
+  if (!output_) return AResult::Fail(path_ + ": is not being written");
+  if (tablesEnd_ > 0) return AResult::Fail(path_ + ": has tables already and takes no more records");
+  if (records_ == std::numeric_limits<int32_t>::max()) {
+    return AResult::Fail(path_ + ": there are more records than the 2147483647 that a UVX file counts");
+  }
+  return output_->file.WriteError();
+}
+
 // Widen the ranges by the values that wait in the step, and count those that are no finite numbers.
 void AUVXWriter::CheckValues() {
   const bool finite = CheckRange(step_.get(), unchecked_, ranges_);
@@ -183,6 +189,7 @@ void AUVXWriter::CheckValues() {
 }
 
 AUVXWriter::OddValues AUVXWriter::oddValues() {
+  TakePending();
   CheckValues();
   return odd_;
 }
@@ -190,6 +197,7 @@ AUVXWriter::OddValues AUVXWriter::oddValues() {
 // The number of records is settled, and with it the place of the tables.
 AResult AUVXWriter::EndRecords() {
   AUVXFile& uvx = output_->uvx;
+  TakePending();
   CheckValues();
   if (!output_->block.Flush()) return output_->file.WriteError();
   const int64 end = uvx.GetPos();

@@ -28,7 +28,8 @@ namespace zeltra {
 /// A file that is not finished is removed, at the latest with the object.
 ///
 /// While records pass, the writer makes what follows from them: their number, the ranges of the header, the index and
-/// the list of baselines. Records are written in large blocks.
+/// the list of baselines. Records are written in large blocks, by
+/// a second thread where one may be used.
 class ZELTRA_API AUVXWriter {
  public:
   /// Most values that Reserve makes room for.
@@ -69,22 +70,21 @@ class ZELTRA_API AUVXWriter {
   ///                 Julian date of the group tells it
   AResult Append(const AUVXGroup& group, const void* values, double seconds = kFromGroup);
 
-  /// Begin a record that is made in its place, piece by piece: after this call the group is filled in, then EndGroup;
-  /// then for each piece of the values Reserve, the values are filled in, EndValues.
-  /// @return a group of zeros, valid until Reserve; null after a failure: see Why
+  /// Begin a record that is made in its place, piece by piece: after this call the group is filled in; then for each
+  /// piece of the values Reserve, after which they are filled in. Each call takes what was filled in before.
+  /// @return a group, all of whose fields are the caller's to set; null after a failure: see Why
   AUVXGroup* BeginRecord();
-  void EndGroup(double seconds = kFromGroup);
   /// Make room for the next values of the record.
   /// @param count  at most kMostReserved
-  /// @return room for them, valid until EndValues; null after a failure
+  /// @return room for them, until the next call; null after a failure
   AUVXComplex* Reserve(int count);
-  void EndValues();
   /// Why a call gave null.
   AResult Why() const;
 
   /// Forget all records and begin again, before the first table.
   AResult Rewind();
 
+  /// Records whose groups have been taken.
   int records() const { return records_; }
   /// Scans, in seconds since 0 h of the observation date.
   const AUVXPosition& index() const { return index_; }
@@ -113,6 +113,8 @@ class ZELTRA_API AUVXWriter {
 
   void ForgetRecords();
   AResult WriteValues(const char* values);
+  void TakePending();
+  void TakeGroup(double seconds);
   void Register(const AUVXGroup& group, double seconds);
   void CheckValues();
   AResult EndRecords();
@@ -133,8 +135,8 @@ class ZELTRA_API AUVXWriter {
   // one of many.
   std::unique_ptr<AUVXComplex[]> step_;
   int unchecked_ = 0;
-  AUVXGroup* group_ = nullptr;  // being made
-  char* place_ = nullptr;       // of the values reserved
+  AUVXGroup* group_ = nullptr;  // being filled in, as the values reserved are
+  char* place_ = nullptr;       // of these values
   int reserved_ = 0;
   AUVXTableHeader directory_;
   int64 tablesEnd_ = 0;  // 0 while records are taken
