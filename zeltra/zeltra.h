@@ -42,6 +42,7 @@
 #include "zeltra/image/APtInLine.h"
 #include "zeltra/image/FFT.h"
 #include "zeltra/image/FitBeam.h"
+#include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
@@ -84,5 +85,6 @@
 #include "zeltra/uvx/AUVXSources.h"
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 #endif  // ZELTRA_ZELTRA_H_

@@ -4,85 +4,24 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <utility>
-#include <vector>
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/UVXInput.h"
 #include "apps/zeltra/plot/ImagePicture.h"
 #include "zeltra/core/Units.h"
-#include "zeltra/core/WriteWholeFile.h"
-#include "zeltra/imaging/ImageUVX.h"
-#include "zeltra/platform/System.h"
+#include "zeltra/imaging/ImageFiles.h"
 
 namespace zeltra::app {
 namespace {
 
 struct Arguments {
-  std::string from, map, fits, png, beam;
+  std::string from;
+  ImageNames names;
   std::string stokes;
   double cell = 0;  // milliarcseconds
   bool force = false;
   ImageOptions options;
 };
-
-// Whether two names are those of one file, which need not be there yet.
-bool IsOneName(const std::string& a, const std::string& b) {
-  const auto split = [](const std::string& name) {
-    const size_t end = name.find_last_of("/\\") + 1;
-    return std::pair(end > 0 ? name.substr(0, end) : std::string("."), name.substr(end));
-  };
-  const auto [folderA, fileA] = split(a);
-  const auto [folderB, fileB] = split(b);
-  return IsSameFile(a, b) || (fileA == fileB && (folderA == folderB || IsSameFile(folderA, folderB)));
-}
-
-AResult CheckOutputs(const Arguments& arguments) {
-  std::vector<std::string> names = {arguments.from};
-  for (const std::string& name : {arguments.map, arguments.fits, arguments.png, arguments.beam}) {
-    if (name.empty()) continue;
-    const auto isNamed = [&name](const std::string& other) { return IsOneName(other, name); };
-    if (std::any_of(names.begin(), names.end(), isNamed)) return AResult::Fail(name + ": named twice");
-    if (!arguments.force && PathExists(name)) {
-      return AResult::Fail(name + ": exists already and is not replaced unasked");
-    }
-    names.push_back(name);
-  }
-  return AResult::Ok();
-}
-
-AResult StorePicture(const DirtyImage& image, const std::string& path) {
-  const std::string png = ImagePicture(image);
-  if (png.empty()) return AResult::Fail(path + ": there is no memory for the picture");
-  return WriteWholeFile(path, png, false);
-}
-
-// All outputs, or none: each is written beside its place, and put there when all of them are whole.
-AResult StoreAll(const Arguments& arguments, const DirtyImage& image) {
-  struct Stored {
-    std::string name, temporary;
-  };
-  std::vector<Stored> outputs;
-  AResult result = AResult::Ok();
-  const auto store = [&](const std::string& name, const auto& write) {
-    if (!result || name.empty()) return;
-    outputs.push_back({name, TemporaryNameFor(name)});
-    const std::string& temporary = outputs.back().temporary;
-    result = write(temporary);
-    if (!result) result = AResult::Fail(name + result.message().substr(temporary.size()));
-  };
-  store(arguments.map, [&](const std::string& name) { return StoreMap(image, image.map, name, false); });
-  store(arguments.beam, [&](const std::string& name) { return StoreMap(image, image.beam, name, false); });
-  store(arguments.fits, [&](const std::string& name) { return StoreFITSImage(image, name, false); });
-  store(arguments.png, [&](const std::string& name) { return StorePicture(image, name); });
-  for (const Stored& output : outputs) {
-    if (result && !MoveIntoPlace(output.temporary, output.name, arguments.force)) {
-      result = AResult::Fail(output.name + ": cannot be created");
-    }
-  }
-  for (const Stored& output : outputs) RemoveFile(output.temporary);
-  return result;
-}
 
 std::string Summary(const DirtyImage& image) {
   const int size = image.map.Lines();
@@ -104,7 +43,8 @@ std::string Summary(const DirtyImage& image) {
 }
 
 AResult MakeImage(Arguments& arguments, Session& session) {
-  if (AResult result = CheckOutputs(arguments); !result) return result;
+  ImageFiles files;
+  if (AResult result = files.Create(arguments.names, arguments.from, arguments.force); !result) return result;
   ImageOptions& options = arguments.options;
   static_cast<JobOptions&>(options) = session.Options(arguments.force);
   options.cell = arguments.cell * kRadiansPerMas;
@@ -113,11 +53,14 @@ AResult MakeImage(Arguments& arguments, Session& session) {
   if (AResult result = input.Open(arguments.from, session); !result) return result;
   DirtyImage image;
   if (AResult result = ImageUVX(input, options, image); !result) return result;
-  if (AResult result = StoreAll(arguments, image); !result) return result;
+  const std::string& png = arguments.names.picture;
+  const std::string picture = png.empty() ? "" : ImagePicture(image);
+  if (!png.empty() && picture.empty()) return AResult::Fail(png + ": there is no memory for the picture");
+  if (AResult result = files.Store(image, picture); !result) return result;
   if (image.beyond > 0) {
     session.Note(std::to_string(image.beyond) + " visibilities of baselines too long for the cell are left out");
   }
-  session.Report(arguments.map + ": " + Summary(image));
+  session.Report(arguments.names.map + ": " + Summary(image));
   return AResult::Ok();
 }
 
@@ -128,7 +71,7 @@ void AddImageCommand(CLI::App& app, Session& session) {
   ImageOptions& options = arguments->options;
   CLI::App& command = *app.add_subcommand("image", "Make the dirty image of a source, a map file");
   command.add_option("FILE", arguments->from, "UVX, or UV FITS, which is imported first")->required();
-  command.add_option("OUT.map", arguments->map, "the map file to make")->required();
+  command.add_option("OUT.map", arguments->names.map, "the map file to make")->required();
   command.add_flag("-f,--force", arguments->force, "replace outputs that exist");
   command.add_option("--source", options.selection.source, "number or name of the source, where there are several")
       ->type_name("N|NAME");
@@ -145,9 +88,9 @@ void AddImageCommand(CLI::App& app, Session& session) {
           "natural: least noise, or uniform: narrowest beam")
       ->check(CLI::IsMember({"natural", "uniform"}))
       ->default_str("natural");
-  command.add_option("--fits", arguments->fits, "make a FITS image too");
-  command.add_option("--png", arguments->png, "make a picture too");
-  command.add_option("--beam", arguments->beam, "make a map file of the dirty beam too");
+  command.add_option("--fits", arguments->names.fits, "make a FITS image too");
+  command.add_option("--png", arguments->names.picture, "make a picture too");
+  command.add_option("--beam", arguments->names.beam, "make a map file of the dirty beam too");
   session.OnRun(command, [arguments, &session] { return MakeImage(*arguments, session); });
 }
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/core/OutputFileInternal.h"
 
-#include <algorithm>
-
 #include "zeltra/platform/System.h"
 
 namespace zeltra {
@@ -46,8 +44,16 @@ AResult OutputFile::Create(const std::string& path, bool overwrite, const std::s
 }
 
 AResult OutputFile::Commit() {
+  AResult result = Complete();
+  return result ? TakeName() : result;
+}
+
+AResult OutputFile::Complete() {
   file_.Close();
-  if (!file_.good()) return WriteError();
+  return file_.good() ? AResult::Ok() : WriteError();
+}
+
+AResult OutputFile::TakeName() {
   if (!MoveIntoPlace(temporary_, path_, overwrite_)) {
     return AResult::Fail(path_ +
                          (PathExists(path_) ? ": exists already and cannot be replaced" : ": cannot be created"));
@@ -58,26 +64,6 @@ AResult OutputFile::Commit() {
 
 AResult OutputFile::WriteError() const {
   return AResult::Fail(path_ + ": cannot be written, the disk may be full");
-}
-
-bool BlockWriter::Flush() {
-  if (used_ > 0) file_.Write(block_.get(), used_);
-  used_ = 0;
-  return file_.good();
-}
-
-bool BlockReader::Fill(int n) {
-  // What is left moves to the front, so that a run of bytes never straddles two blocks.
-  std::memmove(block_.get(), block_.get() + used_, static_cast<size_t>(filled_ - used_));
-  start_ += used_;
-  filled_ -= used_;
-  used_ = 0;
-  const int64 position = start_ + filled_;
-  const int count = std::min(std::max(n - filled_, ahead_), kBlockBytes - filled_);
-  if (!file_.Seek(position) || !file_.Read(block_.get() + filled_, count)) return false;
-  ahead_ = std::min(2 * ahead_, kBlockBytes);
-  filled_ += static_cast<int>(file_.Tell() - position);
-  return filled_ >= n;
 }
 
 }  // namespace zeltra

@@ -9,7 +9,7 @@
 
 namespace zeltra {
 
-/// Write `bytes`, less than 2 GiB, as a file that appears under its name only when it is complete.
+/// Write `bytes` as a file that appears under its name only when it is complete.
 /// @param overwrite  whether a file that has the name already gives way
 ZELTRA_API AResult WriteWholeFile(const std::string& path, const std::string& bytes, bool overwrite);
 

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "zeltra/core/AFile.h"
+#include "zeltra/core/WriteWholeFile.h"
 #include "zeltra/desktop/FileNames.h"
 #include "zeltra/desktop/FreedesktopInternal.h"
 #include "zeltra/platform/System.h"
@@ -76,13 +77,7 @@ std::optional<std::string> FileText(const std::string& path) {
 bool PutFile(const std::string& path, const std::string& text) {
   std::error_code error;
   std::filesystem::create_directories(getfPath(path), error);
-  const std::string temporary = TemporaryNameFor(path);
-  AFile file;
-  if (!file.Open(temporary.c_str(), AFile::WriteOnly | AFile::Create | AFile::Binary)) return false;
-  const bool written = WriteWhole(file, text.data(), static_cast<int64>(text.size()));
-  if (file.Close() && written && MoveIntoPlace(temporary, path, true)) return true;
-  RemoveFile(temporary);
-  return false;
+  return static_cast<bool>(WriteWholeFile(path, text, true));
 }
 
 std::vector<std::string> Split(const std::string& text, char separator) {

@@ -1,19 +1,19 @@
-// Images and beams as map files and FITS images.
 // SPDX-License-Identifier: MIT
+#include "zeltra/imaging/ImageFiles.h"
+
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <vector>
+#include <utility>
 
+#include "zeltra/core/BlockWriterInternal.h"
 #include "zeltra/core/Dates.h"
-#include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/core/OutputFilesInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/fits/FITSCards.h"
 #include "zeltra/image/AMapFile.h"
-#include "zeltra/imaging/ImageUVX.h"
-#include "zeltra/platform/System.h"
 
 namespace zeltra {
 namespace {
@@ -136,33 +136,69 @@ std::string HeaderBytes(const DirtyImage& image) {
   return header.Finish();
 }
 
-}  // namespace
-
-AResult StoreMap(const DirtyImage& image, const AMatrix<float>& pixels, const std::string& path, bool overwrite) {
-  OutputFile output;
-  if (AResult result = output.Create(path, overwrite); !result) return result;
+AResult WriteMap(const DirtyImage& image, const AMatrix<float>& pixels, const OutputFile& output) {
   AMapFile file;
   const bool stored = file.Open(output.temporary().c_str(), 1) && StorePrologue(image, file) && file.PutMatrix(pixels);
-  return file.Close() && stored ? output.Commit() : output.WriteError();
+  return file.Close() && stored ? AResult::Ok() : output.WriteError();
 }
 
-AResult StoreFITSImage(const DirtyImage& image, const std::string& path, bool overwrite) {
-  OutputFile output;
-  if (AResult result = output.Create(path, overwrite); !result) return result;
-  std::string header = HeaderBytes(image);
-  CheckedFile& file = output.file();
-  bool good = file.Write(header.data(), static_cast<int>(header.size()));
+AResult WriteFITSImage(const DirtyImage& image, OutputFile& output) {
+  BlockWriter writer(output.file());
+  const auto append = [&writer](int bytes, auto fill) {
+    char* room = writer.Reserve(bytes);
+    if (room) fill(room);
+  };
+  const std::string header = HeaderBytes(image);
+  append(static_cast<int>(header.size()), [&](char* room) { std::memcpy(room, header.data(), header.size()); });
   const int size = image.map.LineLength();
-  std::vector<float> line(static_cast<size_t>(size));
   const int lineBytes = size * static_cast<int>(sizeof(float));
-  for (int i = 0; i < image.map.Lines() && good; ++i) {
-    Swap32(line.data(), image.map.Line(i), line.size());
-    good = file.Write(line.data(), lineBytes);
+  for (int i = 0; i < image.map.Lines(); ++i) {
+    append(lineBytes, [&](char* room) { Swap32(room, image.map.Line(i), static_cast<size_t>(size)); });
   }
   const int beyond = static_cast<int>(int64{lineBytes} * image.map.Lines() % kFITSBlock);
-  char zeros[kFITSBlock] = {};
-  if (beyond > 0) good = good && file.Write(zeros, kFITSBlock - beyond);
-  return good && file.good() ? output.Commit() : output.WriteError();
+  const int padding = (kFITSBlock - beyond) % kFITSBlock;
+  append(padding, [&](char* room) { std::memset(room, 0, static_cast<size_t>(padding)); });
+  return writer.Flush() ? AResult::Ok() : output.WriteError();
+}
+
+}  // namespace
+
+struct ImageFiles::Outputs {
+  Outputs(const std::string& input, bool overwrite) : files(input, overwrite) {}
+
+  OutputFiles files;
+  OutputFile *map = nullptr, *beam = nullptr, *fits = nullptr, *picture = nullptr;
+};
+
+ImageFiles::ImageFiles() = default;
+
+ImageFiles::~ImageFiles() = default;
+
+AResult ImageFiles::Create(const ImageNames& names, const std::string& input, bool overwrite) {
+  outputs_ = std::make_unique<Outputs>(input, overwrite);
+  AResult result = AResult::Ok();
+  const auto create = [&](const std::string& name, OutputFile*& output) {
+    if (result && !name.empty()) result = outputs_->files.Create(name, output);
+  };
+  create(names.map, outputs_->map);
+  create(names.fits, outputs_->fits);
+  create(names.picture, outputs_->picture);
+  create(names.beam, outputs_->beam);
+  if (!result) outputs_.reset();
+  return result;
+}
+
+AResult ImageFiles::Store(const DirtyImage& image, const std::string& picture) {
+  const std::unique_ptr<Outputs> outputs = std::move(outputs_);
+  if (!outputs) return AResult::Fail(image.source + ": there are no files to store its image in");
+  AResult result = AResult::Ok();
+  if (outputs->map) result = WriteMap(image, image.map, *outputs->map);
+  if (result && outputs->beam) result = WriteMap(image, image.beam, *outputs->beam);
+  if (result && outputs->fits) result = WriteFITSImage(image, *outputs->fits);
+  if (result && outputs->picture) {
+    WriteWhole(outputs->picture->file(), picture.data(), static_cast<int64>(picture.size()));
+  }
+  return result ? outputs->files.Commit() : result;
 }
 
 }  // namespace zeltra

@@ -72,17 +72,6 @@ struct DirtyImage {
 /// @return a failure also for a size that MT_FFT_Matr_D does not transform
 ZELTRA_API AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image);
 
-/// Store an image or its beam as a map file.
-///
-/// The first two ranges of the file are those of the east and north offsets of pixel centres, radians; the beam
-/// parameters are four doubles: the widths of the beam, radians, its angle, degrees (see ABeamShape), and a zero.
-/// @param pixels  `image.map` or `image.beam`
-ZELTRA_API AResult StoreMap(const DirtyImage& image, const AMatrix<float>& pixels, const std::string& path,
-                            bool overwrite);
-
-/// Store an image as a FITS image of 32-bit floats with the axes RA---SIN, DEC--SIN, FREQ and STOKES.
-ZELTRA_API AResult StoreFITSImage(const DirtyImage& image, const std::string& path, bool overwrite);
-
 }  // namespace zeltra
 
 #endif  // ZELTRA_IMAGING_IMAGEUVX_H_

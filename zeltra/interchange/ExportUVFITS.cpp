@@ -6,6 +6,8 @@
 #include <cstring>
 #include <memory>
 
+#include "zeltra/core/BlockReaderInternal.h"
+#include "zeltra/core/BlockWriterInternal.h"
 #include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/fits/FITSCards.h"

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/fits/AFITS.h"
 
 namespace zeltra {

@@ -3,34 +3,28 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <set>
 
+#include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/core/Dates.h"
-#include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/core/Text.h"
-#include "zeltra/core/Units.h"
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/interchange/GroupReaderInternal.h"
 #include "zeltra/interchange/UVFITSInputInternal.h"
 #include "zeltra/interchange/UVFITSTablesInternal.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
-#include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
-#include "zeltra/uvx/AUVXVisibility.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
 
-// Complex values converted at a time: what is read, swapped and checked stays in the processor's inner cache.
-constexpr int kValuesPerStep = 1024;
-constexpr int kMostTables = 128;
 // An observation of a night may begin on the day after its date.
 constexpr double kMostDaysAfterDate = 2;
 
@@ -40,9 +34,6 @@ std::string Number(int64 n) {
 
 // What the groups turn out to hold.
 struct Findings {
-  int64 notNumbers = 0;  // values with a real or imaginary part that is NaN or infinite
-  int64 infiniteWeights = 0;
-  int64 weightsNotNumbers = 0;
   int64 blanks = 0;
   int64 subarrays = 0;     // groups of another subarray than the first
   int64 withoutSetup = 0;  // groups with a setup or source number below 1
@@ -55,7 +46,6 @@ struct Findings {
 struct Predecessor {
   double time = 0;
   int baseline = 0;
-  int source = -1, setup = -1;
 };
 
 // Place of a group in the file and what it is sorted by.
@@ -107,9 +97,6 @@ class Importer {
   Importer(const std::string& from, const std::string& to, const JobOptions& options, ImportSummary& summary)
       : from_(from), to_(to), options_(options), summary_(summary) {}
 
-  // Closing a UVX file declares it whole, so an import that ends early takes the file away first.
-  ~Importer() { output_.Discard(); }
-
   AResult Run();
 
  private:
@@ -119,69 +106,54 @@ class Importer {
   AResult ReadKeys();
   AResult WriteRecords();
   Pass WritePass(AResult& result);
+  Pass WriteGroup(GroupReader& reader, int number, AResult& result);
   bool MakeHead(const GroupParameters& parameters, AUVXGroup& group);
   AResult Unstorable(const GroupParameters& parameters, int number) const;
-  bool CopyValues(GroupReader& reader, BlockWriter& writer);
+  bool CopyValues(GroupReader& reader, int number, AResult& result);
   void FlagBlanks(const char* raw, AUVXComplex* values, int count);
-  void CheckValues();
-  void Register(const AUVXGroup& group, int record);
   AResult WriteTables();
   std::unique_ptr<AUVXTable> SetupFromAxis();
   bool IndexAgrees(AUVXTable& table);
   void RemarkOnFindings();
   void RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups);
-  AResult Broken(int group, BlockWriter& writer);
+  AResult Broken(int group) const { return input_.Refuse("cannot be read in group " + Number(group + 1)); }
   AResult Stopped() const { return AResult::Cancel(to_ + ": the import was cancelled"); }
 
   const std::string from_, to_;
   const JobOptions options_;
   ImportSummary& summary_;
   UVFITSInput input_;
-  OutputFile output_;
-  AUVXFile uvx_;
-  AUVXHeader header_;
+  AUVXWriter writer_;
   Findings findings_;
   std::vector<SortKey> keys_;  // empty while the groups are in time order
-  AUVXPosition index_;
-  AUVXBaseLines baseLines_;
-  bool isDateTaken_ = false;  // the observation date is that of the first group
-  bool plainFloats_ = false;  // values are copied as they are
-  AUVXComplex step_[kValuesPerStep];
-  int unchecked_ = 0;  // values of step_ that have been written and not checked
+  bool isDateTaken_ = false;   // the observation date is that of the first group
+  bool plainFloats_ = false;   // values are copied as they are
   Predecessor before_;
-  std::vector<uint8_t> seen_;  // per pair of antenna bytes of the source before: 1 flagged, 2 unflagged
 };
 
 AResult Importer::Run() {
   SendProgressRange(options_.progress);
   SendProgressText(options_.progress, "Reading file informatiom...");
   if (AResult result = input_.Open(from_, summary_.remarks); !result) return result;
-  header_ = input_.header();
   AFITSmain& main = *input_.fits().main();
   plainFloats_ = main.valueBytes() == -4 && main.bscale() == 1 && main.bzero() == 0;
+  if (AResult result = writer_.Create(to_, input_.header(), options_, from_); !result) return result;
   SettleDate();
-  if (AResult result = output_.Create(to_, options_.overwrite, from_); !result) return result;
-  if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_)) return output_.WriteError();
   if (AResult result = WriteRecords(); !result) return result;
   RemarkOnFindings();
-  header_.info.count = input_.groups();
-  if (!uvx_.Write(header_)) return output_.WriteError();
   if (AResult result = WriteTables(); !result) return result;
-  if (!output_.file().good()) return output_.WriteError();
-  uvx_.Close();
-  summary_.records = header_.info.count;
-  return output_.Commit();
+  summary_.records = writer_.records();
+  return writer_.Finish();
 }
 
 // Group by group in the order of the file, or in time order where that differs.
 AResult Importer::WriteRecords() {
   AResult result = AResult::Ok();
-  Pass pass = WritePass(result);
-  if (pass == Pass::OutOfOrder) {
+  if (WritePass(result) == Pass::OutOfOrder) {
     if (result = ReadKeys(); !result) return result;
     summary_.sorted = true;
-    if (isDateTaken_) header_.info.dateObs = MidnightBefore(keys_.front().time);
-    pass = WritePass(result);
+    if (isDateTaken_) writer_.header().info.dateObs = MidnightBefore(keys_.front().time);
+    if (result = writer_.Rewind(); result) WritePass(result);
   }
   return result;
 }
@@ -190,18 +162,8 @@ AResult Importer::WriteRecords() {
 // time.
 Importer::Pass Importer::WritePass(AResult& result) {
   findings_ = Findings();
-  index_ = AUVXPosition();
-  baseLines_ = AUVXBaseLines();
-  before_ = Predecessor();
-  header_.range.init();
-  unchecked_ = 0;
-  if (!uvx_.SeekUVGroup(0)) {
-    result = output_.WriteError();
-    return Pass::Stopped;
-  }
   SendProgressText(options_.progress, "Writing data into output file...");
   GroupReader reader(input_.fits());
-  BlockWriter writer(output_.file());
   const int groups = input_.groups();
   int lastPercent = -1;
   for (int i = 0; i < groups; ++i) {
@@ -210,35 +172,31 @@ Importer::Pass Importer::WritePass(AResult& result) {
       return Pass::Stopped;
     }
     const int number = keys_.empty() ? i : keys_[static_cast<size_t>(i)].group;
-    const GroupParameters* parameters = reader.Parameters(number);
-    char* record = writer.Reserve(sizeof(AUVXGroup));
-    if (!parameters || !record) {
-      result = Broken(number, writer);
-      return Pass::Stopped;
-    }
-    // Made in its place: a copy would wait for each of its fields to arrive in memory.
-    AUVXGroup& group = *new (record) AUVXGroup;
-    if (!MakeHead(*parameters, group)) {
-      result = Unstorable(*parameters, number);
-      return Pass::Stopped;
-    }
-    if (i > 0 && group.date < before_.time) return Pass::OutOfOrder;
-    group.check(header_.range);
-    Register(group, i);
-    if (!CopyValues(reader, writer)) {
-      result = Broken(number, writer);
-      return Pass::Stopped;
-    }
+    if (const Pass pass = WriteGroup(reader, number, result); pass != Pass::Whole) return pass;
     SendProgress(options_.progress, i + 1, groups, lastPercent);
   }
-  CheckValues();
-  if (!writer.Flush()) result = output_.WriteError();
-  return result ? Pass::Whole : Pass::Stopped;
+  return Pass::Whole;
 }
 
-// The failure of a group that could not be read, or whose record could not be written.
-AResult Importer::Broken(int group, BlockWriter& writer) {
-  return writer.Flush() ? input_.Refuse("cannot be read in group " + Number(group + 1)) : output_.WriteError();
+/// @param result  touched only by a failure: there are many groups
+Importer::Pass Importer::WriteGroup(GroupReader& reader, int number, AResult& result) {
+  const GroupParameters* parameters = reader.Parameters(number);
+  AUVXGroup* group = parameters ? writer_.BeginRecord() : nullptr;
+  if (!group) {
+    result = parameters ? writer_.Why() : Broken(number);
+    return Pass::Stopped;
+  }
+  if (!MakeHead(*parameters, *group)) {
+    result = Unstorable(*parameters, number);
+    return Pass::Stopped;
+  }
+  const int baseline = BaselineOf(*group);
+  if (writer_.records() > 0) {
+    if (group->date < before_.time) return Pass::OutOfOrder;
+    findings_.brokenOrder += group->date == before_.time && baseline < before_.baseline;
+  }
+  before_ = {group->date, baseline};
+  return CopyValues(reader, number, result) ? Pass::Whole : Pass::Stopped;
 }
 
 AResult Importer::ReadKeys() {
@@ -270,12 +228,15 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
   group.vv = parameters.v;
   group.ww = parameters.w;
   group.date = parameters.date;
-  findings_.zeroTimes += parameters.date == 0;
-  findings_.noCoordinates += !std::isfinite(double{parameters.u} + parameters.v + parameters.w);
+  if (parameters.date == 0) [[unlikely]]
+    ++findings_.zeroTimes;
+  if (!std::isfinite(double{parameters.u} + parameters.v + parameters.w)) [[unlikely]]
+    ++findings_.noCoordinates;
 
   // The fraction of a baseline tells the subarray.
   const int antennas = RoundedBaseline(parameters.baseline);
-  findings_.subarrays += std::fabs(parameters.baseline - antennas) > 0.005;
+  if (std::fabs(parameters.baseline - antennas) > 0.005) [[unlikely]]
+    ++findings_.subarrays;
   group.ant1 = static_cast<int8_t>(antennas >> 8);
   group.ant2 = static_cast<int8_t>(antennas & 0xFF);
 
@@ -284,7 +245,8 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
   if (!storable) return false;
   // Numbers below 1 stand for "any".
   const int source = static_cast<int>(parameters.source + 0.5), setup = static_cast<int>(parameters.freqSel + 0.5);
-  findings_.withoutSetup += source < 1 || setup < 1;
+  if (source < 1 || setup < 1) [[unlikely]]
+    ++findings_.withoutSetup;
   group.source = static_cast<int16_t>(std::max(source, 1));
   group.frqsel = static_cast<int8_t>(std::max(setup, 1));
   return true;
@@ -302,25 +264,23 @@ AResult Importer::Unstorable(const GroupParameters& parameters, int number) cons
   return input_.Refuse("group " + Number(number + 1) + what);
 }
 
-// Convert the values of one group in steps that stay in the cache, however large a group is. Values of several groups
-// are checked together, since a check of few values costs as much as one of many.
-bool Importer::CopyValues(GroupReader& reader, BlockWriter& writer) {
+// Convert the values of one group in steps that stay in the processor's inner cache, however large a group is.
+bool Importer::CopyValues(GroupReader& reader, int number, AResult& result) {
   const int valueBytes = 3 * std::abs(input_.fits().main()->valueBytes());
   for (int left = input_.values(); left > 0;) {
-    if (unchecked_ == kValuesPerStep) CheckValues();
-    const int count = std::min(left, kValuesPerStep - unchecked_);
+    const int count = std::min(left, AUVXWriter::kMostReserved);
     const char* raw = reader.TakeValues(count * valueBytes);
-    char* to = raw ? writer.Reserve(count * static_cast<int>(sizeof(AUVXComplex))) : nullptr;
-    if (!to) return false;
-    AUVXComplex* values = step_ + unchecked_;
+    AUVXComplex* values = raw ? writer_.Reserve(count) : nullptr;
+    if (!values) {
+      result = raw ? writer_.Why() : Broken(number);
+      return false;
+    }
     if (plainFloats_) {
       Swap32(values, raw, 3 * static_cast<size_t>(count));
     } else {
       DecodeFITSValues(input_.fits(), raw, values, count);
       if (input_.hasBlank()) FlagBlanks(raw, values, count);
     }
-    std::memcpy(to, values, static_cast<size_t>(count) * sizeof(AUVXComplex));
-    unchecked_ += count;
     left -= count;
   }
   return true;
@@ -339,40 +299,6 @@ void Importer::FlagBlanks(const char* raw, AUVXComplex* values, int count) {
   }
 }
 
-// Widen the ranges by the values that wait in the step, and count those that are no finite numbers.
-void Importer::CheckValues() {
-  const bool finite = CheckRange(step_, unchecked_, header_.range);
-  for (int i = 0; !finite && i < unchecked_; ++i) {
-    findings_.notNumbers += !std::isfinite(step_[i].re) || !std::isfinite(step_[i].im);
-    findings_.infiniteWeights += std::isinf(step_[i].weight);
-    findings_.weightsNotNumbers += std::isnan(step_[i].weight);
-  }
-  unchecked_ = 0;
-}
-
-// Extend the index, in seconds since 0 h of the observation date, and the list of baselines.
-void Importer::Register(const AUVXGroup& group, int record) {
-  const int baseline = BaselineOf(group);
-  const bool sameTime = group.date == before_.time;
-  findings_.brokenOrder += sameTime && baseline < before_.baseline;
-  if (sameTime && group.source == before_.source && group.frqsel == before_.setup) {
-    // Of the baselines of one time each lets the scan go on, and only the first can make it longer.
-    index_(index_.count() - 1).endVis = record + 1;
-  } else {
-    AUVXGroup inSeconds = group;
-    inSeconds.date = (group.date - header_.info.dateObs) * kSecondsPerDay;
-    index_.CheckUVGroup(inSeconds, record);
-  }
-
-  if (group.source != before_.source) seen_.assign(65536, 0);
-  before_ = {group.date, baseline, group.source, group.frqsel};
-  const uint8_t state = group.flag & 1 ? 1 : 2;
-  uint8_t& seen = seen_[static_cast<size_t>(baseline)];
-  if (seen >= state) return;
-  seen = state;
-  baseLines_.checkBase(AUVXBaseLineItem(group));
-}
-
 // The observation date, from the first group where the header does not give it.
 void Importer::SettleDate() {
   BlockReader reader(*input_.fits().file());
@@ -382,11 +308,12 @@ void Importer::SettleDate() {
   AUVXGroup first;
   first.load(input_.fits(), parameters);
   const double date = MidnightBefore(first.date);
-  if (header_.info.dateObs == 0) {
-    header_.info.dateObs = std::isfinite(date) ? date : 0;
+  AUVXInfoHeader& info = writer_.header().info;
+  if (info.dateObs == 0) {
+    info.dateObs = std::isfinite(date) ? date : 0;
     isDateTaken_ = true;
     summary_.remarks.push_back("DATE-OBS cannot be read: the date of the first group is taken");
-  } else if (const double days = first.date - header_.info.dateObs; std::fabs(days) > kMostDaysAfterDate) {
+  } else if (const double days = first.date - info.dateObs; std::fabs(days) > kMostDaysAfterDate) {
     summary_.remarks.push_back("DATE-OBS lies " + valToStr(std::round(std::fabs(days))) + " days " +
                                (days > 0 ? "before" : "after") + " the first group");
   }
@@ -423,40 +350,38 @@ AResult Importer::WriteTables() {
     }
     tables.push_back(std::move(table));
   }
-  if (!indexed) tables.emplace_back(index_.ToUVXTable());
+  if (!indexed) tables.emplace_back(writer_.index().ToUVXTable());
   if (!setups) setups = tables.emplace_back(SetupFromAxis()).get();
   if (!antennas) {
-    tables.emplace_back(AUVXAntenns(baseLines_).ToUVXTable());
+    AUVXBaseLines baseLines = writer_.baseLines();
+    tables.emplace_back(AUVXAntenns(baseLines).ToUVXTable());
     summary_.remarks.push_back("there is no table \"AN\": antennas have no names and no positions");
   }
   // Extensions that have the name of a source table and are none are not looked into again.
   input_.fits().tables().Free();
   if (!sources) sources = tables.emplace_back(AUVXSources(input_.fits()).ToUVXTable()).get();
   RemarkOnTables(antennas, *sources, *setups);
-  tables.emplace_back(baseLines_.ToUVXTable());
-
-  if (tables.size() > kMostTables) {
-    const size_t lost = tables.size() - kMostTables;
-    return input_.Refuse("holds " + Number(static_cast<int64>(lost)) + " tables more than a UVX file has place for");
+  for (const auto& table : tables) {
+    if (AResult result = writer_.AddTable(*table); !result) return result;
   }
-  for (const auto& table : tables) uvx_.AddTable(*table);
-  summary_.tables = static_cast<int>(tables.size());
-  return AResult::Ok();
+  summary_.tables = static_cast<int>(tables.size()) + 1;
+  return writer_.AddBaseLines();
 }
 
 // The one setup of a file without a frequency table: every IF begins at freq0, channels as the FREQ axis tells. Two
 // channels determine it, however many there are.
 std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
+  const AUVXHeader& header = input_.header();
   AFITSmain& main = *input_.fits().main();
   const double width = main.axes()(1, main.FindAxis("FREQ") - 1);
-  const int ifs = std::max(int{header_.IFs}, 1), channels = header_.channels;
+  const int ifs = std::max(int{header.IFs}, 1), channels = header.channels;
   if (ifs > 1) summary_.remarks.push_back("there is no table \"FQ\": all IFs are taken to have the same frequencies");
   AUVXFreqs freqs(2, ifs);
   for (int i = 0; i < ifs; ++i) {
-    freqs(0, i) = header_.freq0;
-    freqs(1, i) = header_.freq0 + width;
+    freqs(0, i) = header.freq0;
+    freqs(1, i) = header.freq0 + width;
   }
-  std::unique_ptr<AUVXTable> table(freqs.ToUVXTable(header_.freq0));
+  std::unique_ptr<AUVXTable> table(freqs.ToUVXTable(header.freq0));
   const int bandwidth = table->FindColumn("TOTAL BANDWIDTH");
   for (int i = 0; i < ifs; ++i) table->SetNumber(0, bandwidth, i, std::fabs(width) * channels);
   return table;
@@ -465,18 +390,19 @@ std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
 // Whether an index table of the file says of every record which scan holds it, and the truth.
 bool Importer::IndexAgrees(AUVXTable& table) {
   if (summary_.sorted) return false;
+  const AUVXPosition& index = writer_.index();
   AUVXPosition given(table);
   int next = 1, run = 0;
   bool agrees = true;
   for (int i = 0; i < given.count() && agrees; ++i) {
     const AUVXPositionItem& scan = given(i);
-    while (run < index_.count() && index_(run).endVis < scan.startVis) ++run;
-    agrees = scan.startVis == next && scan.endVis >= scan.startVis && run < index_.count() &&
-             scan.endVis <= index_(run).endVis && scan.sourceId == index_(run).sourceId &&
-             scan.freqId == index_(run).freqId;
+    while (run < index.count() && index(run).endVis < scan.startVis) ++run;
+    agrees = scan.startVis == next && scan.endVis >= scan.startVis && run < index.count() &&
+             scan.endVis <= index(run).endVis && scan.sourceId == index(run).sourceId &&
+             scan.freqId == index(run).freqId;
     next = agrees ? scan.endVis + 1 : next;
   }
-  agrees = agrees && next == header_.info.count + 1;
+  agrees = agrees && next == writer_.records() + 1;
   if (!agrees) summary_.remarks.push_back("the index table does not describe the groups and is built anew");
   return agrees;
 }
@@ -490,9 +416,10 @@ void Importer::RemarkOnFindings() {
     remark(findings_.brokenOrder, "groups break the order time, then baseline, that the history claims");
     if (summary_.sorted) summary_.remarks.push_back("the history claims the order time, then baseline");
   }
-  remark(findings_.notNumbers, "values have a part that is not a finite number");
-  remark(findings_.infiniteWeights, "weights are infinite");
-  remark(findings_.weightsNotNumbers, "weights are not numbers; such values count as valid");
+  const AUVXWriter::OddValues odd = writer_.oddValues();
+  remark(odd.notNumbers, "values have a part that is not a finite number");
+  remark(odd.infiniteWeights, "weights are infinite");
+  remark(odd.weightsNotNumbers, "weights are not numbers; such values count as valid");
   remark(findings_.blanks, "blank values are flagged");
   remark(findings_.subarrays, "groups belong to another subarray than the first, which a UVX file has no place for");
   remark(findings_.withoutSetup, "groups have a source or setup number below 1, taken as 1");
@@ -514,18 +441,19 @@ void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable
     }
     if (!handed) summary_.remarks.push_back("the handedness of the antenna positions is unknown");
     AUVXAntenns list(*antennas);
-    std::unique_ptr<AArray<int>> map(baseLines_.getTlscMap());
+    std::unique_ptr<AArray<int>> map(writer_.baseLines().getTlscMap());
     for (int i = 0; i < map->count(); ++i) {
       if (list.IndexForID((*map)(i)) < 0) missing("antenna " + Number((*map)(i)), "AN");
     }
   }
   AUVXSources sourceList(sources);
-  std::unique_ptr<AArray<short>> map(baseLines_.getSourceMap());
+  std::unique_ptr<AArray<short>> map(writer_.baseLines().getSourceMap());
   for (int i = 0; i < map->count(); ++i) {
     if (sourceList.IndexForID((*map)(i)) < 0) missing("source " + Number((*map)(i)), "SU");
   }
   std::set<int> used;
-  for (int i = 0; i < index_.count(); ++i) used.insert(index_(i).freqId);
+  const AUVXPosition& index = writer_.index();
+  for (int i = 0; i < index.count(); ++i) used.insert(index(i).freqId);
   const int column = setups.FindColumn("FRQSEL");
   for (const int setup : used) {
     bool given = false;
@@ -539,8 +467,7 @@ void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable
 AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
                      ImportSummary* summary) {
   ImportSummary unused;
-  // The importer holds a step of values, too much for a stack of unknown size.
-  return std::make_unique<Importer>(from, to, options, summary ? *summary : unused)->Run();
+  return Importer(from, to, options, summary ? *summary : unused).Run();
 }
 
 }  // namespace zeltra

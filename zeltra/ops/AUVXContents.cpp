@@ -6,7 +6,7 @@
 #include <memory>
 #include <set>
 
-#include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXGroup.h"

@@ -2,16 +2,12 @@
 #include "zeltra/ops/AverageUVX.h"
 
 #include <cstring>
-#include <limits>
-#include <memory>
 #include <vector>
 
-#include "zeltra/core/OutputFileInternal.h"
-#include "zeltra/core/Units.h"
+#include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
-#include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXHeader.h"
-#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
@@ -34,130 +30,34 @@ void AppendRecords(const Interval& interval, int values, std::vector<char>& byte
   }
 }
 
-// Hands out averages as records of a UVX file, some at a time.
-class Averager {
- public:
-  using Take = std::function<AResult(const std::vector<char>& records)>;
+using TakeRecords = std::function<AResult(const std::vector<char>& records)>;
 
-  Averager(AUVXInput& from, const AverageOptions& options) : from_(from), options_(options), walk_(from, options) {}
-
-  AResult Run(const Take& take);
-
- private:
-  AUVXInput& from_;
-  const AverageOptions options_;
-  IntervalWalk walk_;
-};
-
-AResult Averager::Run(const Take& take) {
-  AArray<AStokesMix> mixes;
-  if (AResult result = AveragedPolarisations(from_, options_.mix, mixes); !result) return result;
-  if (AResult result = from_.CheckRecordSize(); !result) return result;
-  if (AResult result = walk_.Open(); !result) return result;
-  const ValueChoice choice = options_.mix == AverageMix::Stored
-                                 ? ValueChoice(from_.uvx())
-                                 : ValueChoice(from_.uvx(), mixes, options_.mean == MeanKind::Weighted);
-  SendProgressText(options_.progress, "Averaging...");
-  return walk_.Run(
+// Hand out averages as records of a UVX file, some at a time.
+AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AArray<AStokesMix>& mixes,
+                       const TakeRecords& take) {
+  if (AResult result = from.CheckRecordSize(); !result) return result;
+  IntervalWalk walk(from, options);
+  if (AResult result = walk.Open(); !result) return result;
+  const ValueChoice choice = options.mix == AverageMix::Stored
+                                 ? ValueChoice(from.uvx())
+                                 : ValueChoice(from.uvx(), mixes, options.mean == MeanKind::Weighted);
+  SendProgressText(options.progress, "Averaging...");
+  return walk.Run(
       choice,
       [&](const Interval& interval, std::vector<char>& bytes) { AppendRecords(interval, choice.count(), bytes); },
       take);
 }
 
-// Writes averages into a UVX file.
-class AverageWriter {
- public:
-  AverageWriter(AUVXInput& from, const std::string& to, const AverageOptions& options)
-      : from_(from), to_(to), options_(options) {}
-  // Closing a UVX file declares it whole, so a job that ends early takes the file away first.
-  ~AverageWriter() { output_.Discard(); }
-
-  AResult Run();
-
- private:
-  AResult ChangePolarisations();
-  AResult Write(AUVXGroup& group, AUVXVisibility& values, BlockWriter& writer);
-  void WriteTables();
-
-  AUVXInput& from_;
-  const std::string to_;
-  const AverageOptions options_;
-  OutputFile output_;
-  AUVXFile uvx_;
-  AUVXHeader header_;
-  AUVXPosition index_;
-  AUVXBaseLines baseLines_;
-  int written_ = 0;
-};
-
-AResult AverageWriter::Run() {
-  if (AResult result = from_.CheckTables(); !result) return result;
-  header_ = AUVXHeader(from_.uvx());
-  header_.range.init();
-  if (AResult result = ChangePolarisations(); !result) return result;
-  if (AResult result = output_.Create(to_, options_.overwrite, from_.path()); !result) return result;
-  if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_) || !uvx_.SeekUVGroup(0)) return output_.WriteError();
-  BlockWriter writer(output_.file());
-  AResult result =
-      Average(from_, options_, [&](AUVXGroup& group, AUVXVisibility& values) { return Write(group, values, writer); });
-  if (!result) return result;
-  if (written_ == 0) return AResult::Fail(from_.path() + ": no record is selected that is not flagged");
-  if (!writer.Flush()) return output_.WriteError();
-  header_.info.count = written_;
-  if (!uvx_.Write(header_)) return output_.WriteError();
-  WriteTables();
-  if (!output_.file().good()) return output_.WriteError();
-  uvx_.Close();
-  return output_.Commit();
-}
-
-AResult AverageWriter::ChangePolarisations() {
-  AArray<AStokesMix> mix;
-  if (AResult result = AveragedPolarisations(from_, options_.mix, mix); !result) return result;
-  if (mix.count() > AUVXStokes::kLargestCount) {
-    return AResult::Fail(to_ + ": a UVX file holds " + std::to_string(AUVXStokes::kLargestCount) +
-                         " polarisations at most, these are " + std::to_string(mix.count()));
+AResult ChangePolarisations(const AArray<AStokesMix>& mixes, const std::string& to, AUVXHeader& header) {
+  if (mixes.count() > AUVXStokes::kLargestCount) {
+    return AResult::Fail(to + ": a UVX file holds " + std::to_string(AUVXStokes::kLargestCount) +
+                         " polarisations at most, these are " + std::to_string(mixes.count()));
   }
-  header_.stokes.SetCount(mix.count());
-  for (int i = 0; i < AUVXStokes::kLargestCount; ++i) header_.stokes(i) = i < mix.count() ? mix(i).GetStokesID() : 0;
+  header.stokes.SetCount(mixes.count());
+  for (int i = 0; i < AUVXStokes::kLargestCount; ++i) {
+    header.stokes(i) = i < mixes.count() ? mixes(i).GetStokesID() : 0;
+  }
   return AResult::Ok();
-}
-
-AResult AverageWriter::Write(AUVXGroup& group, AUVXVisibility& values, BlockWriter& writer) {
-  if (written_ == std::numeric_limits<int>::max()) {
-    return AResult::Fail(to_ + ": there are more averages than a UVX file counts");
-  }
-  char* record = nullptr;
-  const int bytes = uvx_.recSize();
-  if (bytes <= kBlockBytes) {
-    record = writer.Reserve(bytes);
-    if (!record) return output_.WriteError();
-    values.store(group.store(record));
-  } else if (!writer.Flush() || !group.store(uvx_) || !values.store(uvx_)) {
-    return output_.WriteError();
-  }
-  group.check(header_.range);
-  values.check(header_.range);
-  baseLines_.checkBase(AUVXBaseLineItem(group));
-  AUVXGroup inSeconds = group;
-  inSeconds.date = (group.date - header_.info.dateObs) * kSecondsPerDay;
-  index_.CheckUVGroup(inSeconds, written_++);
-  return AResult::Ok();
-}
-
-void AverageWriter::WriteTables() {
-  const AUVXTableHeader directory(from_.uvx());
-  bool hasBaseLines = false;
-  for (int i = 0; i < directory.count(); ++i) {
-    std::unique_ptr<AUVXTable> table = from_.Table(directory(i));
-    const std::string code = table->Code();
-    const bool isMadeAnew = code == "NX" || code == "BL";
-    if (isMadeAnew) table.reset();  // before the new one, as both may be large
-    if (isMadeAnew) table.reset(code == "NX" ? index_.ToUVXTable() : baseLines_.ToUVXTable());
-    hasBaseLines = hasBaseLines || code == "BL";
-    uvx_.AddTable(*table);
-  }
-  if (!hasBaseLines) uvx_.AddTable(*std::unique_ptr<AUVXTable>(baseLines_.ToUVXTable()));
 }
 
 }  // namespace
@@ -191,10 +91,10 @@ AResult AveragedPolarisations(AUVXInput& from, AverageMix mix, AArray<AStokesMix
 AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink) {
   AArray<AStokesMix> mixes;
   if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
-  if (AResult result = from.CheckRecordSize(); !result) return result;
   AUVXGroup group;
-  AUVXVisibility values(from.uvx().IFs(), from.uvx().channels(), mixes.count());
-  return Averager(from, options).Run([&](const std::vector<char>& records) {
+  AUVXVisibility values;
+  return AverageRecords(from, options, mixes, [&](const std::vector<char>& records) {
+    if (values.count() == 0) values.GrowBy(from.uvx().IFs(), from.uvx().channels(), mixes.count());
     char* record = const_cast<char*>(records.data());
     while (record < records.data() + records.size()) {
       record = values.load(group.load(record));
@@ -205,7 +105,20 @@ AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSin
 }
 
 AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options) {
-  return AverageWriter(from, to, options).Run();
+  AArray<AStokesMix> mixes;
+  AUVXHeader header(from.uvx());
+  if (AResult result = from.CheckTables(); !result) return result;
+  if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
+  if (AResult result = ChangePolarisations(mixes, to, header); !result) return result;
+  AUVXWriter writer;
+  if (AResult result = writer.Create(to, header, options, from.path()); !result) return result;
+  AResult result = AverageRecords(from, options, mixes, [&](const std::vector<char>& records) {
+    return writer.Append(records.data(), static_cast<int>(records.size() / writer.recordBytes()));
+  });
+  if (!result) return result;
+  if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");
+  if (result = CopyTables(from, writer); !result) return result;
+  return writer.Finish();
 }
 
 }  // namespace zeltra

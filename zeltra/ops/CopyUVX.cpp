@@ -3,14 +3,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <set>
 
-#include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
-#include "zeltra/ops/FinishedCopyInternal.h"
-#include "zeltra/readers/AWork2UVX.h"
+#include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/RecordReaderInternal.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
@@ -76,73 +77,18 @@ bool RecordChoice::Keeps(const AUVXVisibility& values) const {
          std::any_of(begin, begin + values.count(), [](const AUVXComplex& value) { return value.weight > 0; });
 }
 
-class PlainCopy : public AWork2UVX {
- public:
-  PlainCopy(AUVXInput& from, AUVXFile& to, const JobOptions& options, RecordChoice& choice, FinishedCopy& finish)
-      : AWork2UVX(&from.uvx(), &to, options.progress, nullptr),
-        cancel_(options.cancel),
-        choice_(choice),
-        finish_(finish) {}
-
-  int IsCancel() override { return IsSet(cancel_); }
-
-  int Working(AUVXGroup& group, AUVXVisibility& vis, int) override {
-    finish_.CountRead();
-    if (!choice_.Keeps(group) || !choice_.Keeps(vis)) return 0;
-    finish_.Register(group);
-    return 1;
-  }
-
- private:
-  const ACancelFlag* cancel_;
-  RecordChoice& choice_;
-  FinishedCopy& finish_;
-};
-
-class ReshapedCopy : public AWork2UVX_STChange {
- public:
-  ReshapedCopy(AUVXInput& from, AUVXFile& to, const JobOptions& options, RecordChoice& choice, FinishedCopy& finish,
-               const ChannelSelection& channels, const AUVXTable* setups)
-      : AWork2UVX_STChange(&from.uvx(), &to, options.progress, nullptr),
-        cancel_(options.cancel),
-        choice_(choice),
-        finish_(finish),
-        channels_(channels),
-        setups_(setups) {}
-
-  int IsCancel() override { return IsSet(cancel_); }
-  void ChangeHeader(AUVXHeader& header, AUVXFile*) override { channels_.Change(header, setups_); }
-
-  int Working(AUVXGroup& group, AUVXVisibility& in, AUVXVisibility& out, int) override {
-    finish_.CountRead();
-    if (!choice_.Keeps(group)) return 0;
-    channels_.Pick(in, out);
-    if (!choice_.Keeps(out)) return 0;
-    finish_.Register(group);
-    return 1;
-  }
-
- private:
-  const ACancelFlag* cancel_;
-  RecordChoice& choice_;
-  FinishedCopy& finish_;
-  const ChannelSelection& channels_;
-  const AUVXTable* setups_;
-};
-
 class Copier {
  public:
   Copier(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary& summary)
-      : from_(from), to_(to), options_(options), summary_(summary), finish_(from) {}
-  // Closing a UVX file declares it whole, so a copy that ends early takes the file away first.
-  ~Copier() { output_.Discard(); }
+      : from_(from), to_(to), options_(options), summary_(summary) {}
 
   AResult Run();
 
  private:
+  AResult Create();
   AResult CheckFrequencies();
-  int CopyRecords();
-  void ReduceTables();
+  AResult CopyRecord(const char* record);
+  AResult CopyTables();
   AResult NothingSelected();
 
   AUVXInput& from_;
@@ -151,32 +97,35 @@ class Copier {
   CopySummary& summary_;
   RecordChoice choice_;
   ChannelSelection channels_;
-  FinishedCopy finish_;
-  OutputFile output_;
-  AUVXFile uvx_;
+  AUVXVisibility read_, kept_;
+  AUVXWriter writer_;
 };
 
 AResult Copier::Run() {
   if (AResult result = from_.CheckTables(); !result) return result;
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = choice_.Open(from_, options_); !result) return result;
-  const AUVXHeader header(from_.uvx());
+  if (AResult result = Create(); !result) return result;
+  SendProgressText(options_.progress, "Copying...");
+  AResult result = VisitRecords(from_, options_, [this](const char* record, int) { return CopyRecord(record); });
+  if (!result) return result;
+  if (writer_.records() == 0 && from_.uvx().count() > 0) return NothingSelected();
+  if (result = CopyTables(); !result) return result;
+  summary_.records = writer_.records();
+  return writer_.Finish();
+}
+
+AResult Copier::Create() {
+  AUVXHeader header(from_.uvx());
   AResult result = channels_.Open(from_.path(), header, options_.ifs, options_.channels, options_.stokes);
   if (!result) return result;
   if (result = CheckFrequencies(); !result) return result;
-  if (result = output_.Create(to_, options_.overwrite, from_.path()); !result) return result;
-  if (!uvx_.Attach(&output_.file(), 1, 0)) return output_.WriteError();
-  SendProgressText(options_.progress, "Copying...");
-  if (!CopyRecords()) return AResult::Cancel(to_ + ": the copy was cancelled");
-  if (!output_.file().good()) return output_.WriteError();
-  if (result = finish_.Check(); !result) return result;
-  if (finish_.records() == 0 && from_.uvx().count() > 0) return NothingSelected();
-  finish_.WriteIndex(uvx_);
-  ReduceTables();
-  if (!output_.file().good()) return output_.WriteError();
-  uvx_.Close();
-  summary_.records = finish_.records();
-  return output_.Commit();
+  read_.GrowBy(from_.uvx());
+  if (!channels_.IsWhole()) {
+    channels_.Change(header, from_.Table("FQ").get());
+    kept_.GrowBy(header.IFs, header.channels, std::max(header.stokes.count(), 1));
+  }
+  return writer_.Create(to_, header, options_, from_.path());
 }
 
 // The frequencies of the header move, so that those of the table have to follow.
@@ -189,33 +138,29 @@ AResult Copier::CheckFrequencies() {
                        "fill the rows");
 }
 
-int Copier::CopyRecords() {
-  if (channels_.IsWhole()) return PlainCopy(from_, uvx_, options_, choice_, finish_).Run();
-  const std::unique_ptr<AUVXTable> setups = from_.Table("FQ");
-  return ReshapedCopy(from_, uvx_, options_, choice_, finish_, channels_, setups.get()).Run();
+AResult Copier::CopyRecord(const char* record) {
+  AUVXGroup group;
+  std::memcpy(static_cast<void*>(&group), record, AUVXGroup::kBytes);
+  if (!choice_.Keeps(group)) return AResult::Ok();
+  const char* values = record + AUVXGroup::kBytes;
+  if (channels_.IsWhole() && !options_.dropFlagged) return writer_.Append(group, values);
+  std::memcpy(static_cast<void*>(read_.lpArray()), values, static_cast<size_t>(read_.count()) * sizeof(AUVXComplex));
+  if (!channels_.IsWhole()) channels_.Pick(read_, kept_);
+  const AUVXVisibility& out = channels_.IsWhole() ? read_ : kept_;
+  return choice_.Keeps(out) ? writer_.Append(group, out.lpArray()) : AResult::Ok();
 }
 
-// Tables only shrink, so that each stays where it is.
-void Copier::ReduceTables() {
-  if (channels_.KeepsFrequencies()) return;
+AResult Copier::CopyTables() {
   std::string others;
-  AUVXTableHeader directory(uvx_);
-  for (int i = 0; i < directory.count(); ++i) {
-    AUVXTableItem& item = directory(i);
-    uvx_.Seek(int64{item.position});
-    AUVXTable table(*uvx_.GetFile());
-    const std::string code = table.Code();
-    if (channels_.Reduce(table)) {
-      item.size = table.GetSize();
-      uvx_.Seek(int64{item.position});
-      table.store(*uvx_.GetFile());
-    } else if (code != "NX" && code != "BL") {
-      others += (others.empty() ? "" : ", ") + code;
-    }
+  AResult result = zeltra::CopyTables(from_, writer_, [&](AUVXTable& table) {
+    DropUnusedRows(table, writer_.baseLines());
+    if (channels_.KeepsFrequencies() || channels_.Reduce(table)) return;
+    others += (others.empty() ? "" : ", ") + table.Code();
+  });
+  if (!others.empty()) {
+    summary_.remarks.push_back("tables whose columns for IFs or channels are copied as they are: " + others);
   }
-  directory.store(uvx_);
-  if (others.empty()) return;
-  summary_.remarks.push_back("tables whose columns for IFs or channels are copied as they are: " + others);
+  return result;
 }
 
 AResult Copier::NothingSelected() {

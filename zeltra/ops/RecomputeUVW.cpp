@@ -3,15 +3,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <map>
 #include <numbers>
 
-#include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
-#include "zeltra/ops/FinishedCopyInternal.h"
-#include "zeltra/readers/AWork2UVX.h"
+#include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/RecordReaderInternal.h"
 #include "zeltra/readers/CalculateUVW.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
@@ -44,86 +45,76 @@ void Precess(AUVXSourceItem& source, double julianDate) {
   source.decApp = std::asin(std::clamp(sine, -1.0, 1.0)) / kRadiansPerDegree;
 }
 
-class UVWCopy : public AWork2UVX {
+class UVWCopy {
  public:
-  UVWCopy(AUVXInput& from, AUVXFile& to, const UVWOptions& options, FinishedCopy& finish, UVWDifference& difference)
-      : AWork2UVX(&from.uvx(), &to, options.progress, nullptr),
-        cancel_(options.cancel),
-        path_(from.path()),
-        rotate_(options.rotate),
-        finish_(finish),
-        difference_(difference),
-        contents_(from),
-        antennas_(*from.Table("AN")) {}
+  UVWCopy(AUVXInput& from, const UVWOptions& options, UVWDifference& difference)
+      : from_(from), options_(options), difference_(difference), contents_(from), antennas_(*from.Table("AN")) {}
 
-  int IsCancel() override { return !problem_.empty() || IsSet(cancel_); }
-  int Working(AUVXGroup& group, AUVXVisibility& vis, int index) override;
-
-  /// What is missing for a record; empty if nothing is.
-  const std::string& problem() const { return problem_; }
-  void FinishDifference();
+  AResult Run(const std::string& to);
 
  private:
-  int PlaceOf(int8_t antenna, int index);
-  AUVXSourceItem* SourceOf(const AUVXGroup& group, int index);
+  AResult CopyRecord(const char* record, int index);
+  AResult Missing(const std::string& what, int number, int record, const char* table) const;
+  AUVXSourceItem& Apparent(const AUVXGroup& group, int place);
   void Compare(const AUVXGroup& before, const AUVXGroup& after);
+  void FinishDifference();
 
-  struct Apparent {
+  struct ApparentSource {
     double day = 0;  // that the coordinates are of
     AUVXSourceItem item;
   };
 
-  const ACancelFlag* cancel_;
-  const std::string path_;
-  const bool rotate_;
-  FinishedCopy& finish_;
+  AUVXInput& from_;
+  const UVWOptions& options_;
   UVWDifference& difference_;
   const AUVXContents contents_;
   AUVXAntenns antennas_;
-  std::map<int, Apparent> sources_;
-  std::string problem_;
+  std::map<int, ApparentSource> sources_;
+  AUVXWriter writer_;
 };
 
-int UVWCopy::Working(AUVXGroup& group, AUVXVisibility&, int index) {
-  finish_.CountRead();
+AResult UVWCopy::Run(const std::string& to) {
+  AResult result = writer_.Create(to, AUVXHeader(from_.uvx()), options_, from_.path());
+  if (!result) return result;
+  SendProgressText(options_.progress, "Computing u, v, w...");
+  result = VisitRecords(from_, options_, [this](const char* record, int index) { return CopyRecord(record, index); });
+  if (!result) return result;
+  FinishDifference();
+  result = CopyTables(from_, writer_, [&](AUVXTable& table) { DropUnusedRows(table, writer_.baseLines()); });
+  return result ? writer_.Finish() : result;
+}
+
+AResult UVWCopy::CopyRecord(const char* record, int index) {
+  AUVXGroup group;
+  std::memcpy(static_cast<void*>(&group), record, AUVXGroup::kBytes);
   const AUVXGroup before = group;
-  const int first = PlaceOf(group.ant1, index);
-  const int second = PlaceOf(group.ant2, index);
-  AUVXSourceItem* source = SourceOf(group, index);
-  if (!problem_.empty()) return 0;
-  CalculateUVW(group, antennas_, first, second, *source, rotate_);
+  int places[2];
+  for (int i = 0; i < 2; ++i) {
+    const int antenna = static_cast<uint8_t>(i == 0 ? group.ant1 : group.ant2);
+    places[i] = antennas_.IndexForID(antenna);
+    if (places[i] < 0) return Missing("antenna", antenna, index, "AN");
+  }
+  const int source = contents_.sources().IndexForID(group.sourceNo());
+  if (source < 0) return Missing("source", group.sourceNo(), index, "SU");
+  CalculateUVW(group, antennas_, places[0], places[1], Apparent(group, source), options_.rotate);
   Compare(before, group);
-  finish_.Register(group);
-  return 1;
+  return writer_.Append(group, record + AUVXGroup::kBytes);
 }
 
-int UVWCopy::PlaceOf(int8_t antenna, int index) {
-  const int number = static_cast<uint8_t>(antenna);
-  const int place = antennas_.IndexForID(number);
-  if (place < 0 && problem_.empty()) {
-    problem_ = path_ + ": antenna " + std::to_string(number) + " of record " + std::to_string(index) +
-               " is not in its table AN";
-  }
-  return place;
+AResult UVWCopy::Missing(const std::string& what, int number, int record, const char* table) const {
+  return AResult::Fail(from_.path() + ": " + what + " " + std::to_string(number) + " of record " +
+                       std::to_string(record) + " is not in its table " + table);
 }
 
-AUVXSourceItem* UVWCopy::SourceOf(const AUVXGroup& group, int index) {
-  const int place = contents_.sources().IndexForID(group.sourceNo());
-  if (place < 0) {
-    if (problem_.empty()) {
-      problem_ = path_ + ": source " + std::to_string(group.sourceNo()) + " of record " + std::to_string(index) +
-                 " is not in its table SU";
-    }
-    return nullptr;
-  }
-  Apparent& apparent = sources_[group.sourceNo()];
+AUVXSourceItem& UVWCopy::Apparent(const AUVXGroup& group, int place) {
+  ApparentSource& apparent = sources_[group.sourceNo()];
   const double day = std::floor(group.date);
   if (apparent.day != day) {
     apparent.day = day;
     apparent.item = contents_.sources()(place);
     if (apparent.item.epoch < 0) Precess(apparent.item, group.date);
   }
-  return &apparent.item;
+  return apparent.item;
 }
 
 void UVWCopy::Compare(const AUVXGroup& before, const AUVXGroup& after) {
@@ -142,23 +133,6 @@ void UVWCopy::FinishDifference() {
   for (double& rms : difference_.rms) rms = difference_.records > 0 ? std::sqrt(rms / difference_.records) : 0;
 }
 
-AResult Recompute(AUVXInput& from, AUVXFile& uvx, OutputFile& output, const UVWOptions& options,
-                  UVWDifference& difference) {
-  FinishedCopy finish(from);
-  UVWCopy copy(from, uvx, options, finish, difference);
-  SendProgressText(options.progress, "Computing u, v, w...");
-  const int done = copy.Run();
-  if (!copy.problem().empty()) return AResult::Fail(copy.problem());
-  if (!done) return AResult::Cancel(from.path() + ": the job was cancelled");
-  if (!output.file().good()) return output.WriteError();
-  if (AResult result = finish.Check(); !result) return result;
-  copy.FinishDifference();
-  finish.WriteIndex(uvx);
-  if (!output.file().good()) return output.WriteError();
-  uvx.Close();
-  return output.Commit();
-}
-
 }  // namespace
 
 AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& options, UVWDifference& difference) {
@@ -168,14 +142,7 @@ AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& o
   for (const char* code : {"AN", "SU"}) {
     if (!from.Table(code)) return AResult::Fail(from.path() + ": has no table " + code);
   }
-  OutputFile output;
-  if (AResult result = output.Create(to, options.overwrite, from.path()); !result) return result;
-  AUVXFile uvx;
-  if (!uvx.Attach(&output.file(), 1, 0)) return output.WriteError();
-  AResult result = Recompute(from, uvx, output, options, difference);
-  // Closing a UVX file declares it whole, so a job that ends early takes the file away first.
-  if (!result) output.Discard();
-  return result;
+  return UVWCopy(from, options, difference).Run(to);
 }
 
 }  // namespace zeltra

@@ -3,6 +3,7 @@
 #ifndef ZELTRA_OPS_RECORDREADERINTERNAL_H_
 #define ZELTRA_OPS_RECORDREADERINTERNAL_H_
 
+#include <functional>
 #include <memory>
 
 #include "zeltra/ops/AUVXInput.h"
@@ -28,6 +29,11 @@ class RecordReader {
   const int capacity_;  // records in a block
   const std::unique_ptr<char[]> block_;
 };
+
+/// Visit every record of a file in its order, with progress.
+/// @param visit  visit(record, index); a failure ends the walk
+AResult VisitRecords(AUVXInput& input, const JobOptions& options,
+                     const std::function<AResult(const char* record, int index)>& visit);
 
 }  // namespace zeltra
 

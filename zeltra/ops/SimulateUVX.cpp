@@ -9,16 +9,13 @@
 #include <numbers>
 #include <vector>
 
-#include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
-#include "zeltra/uvx/AUVXBaseLines.h"
-#include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
-#include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
@@ -130,9 +127,6 @@ class Simulator {
         phases_(options.seed, 3),
         visibility_(options.ifs, options.channels, kStokes) {}
 
-  // Closing a UVX file declares it whole, so a simulation that ends early takes the file away first.
-  ~Simulator() { output_.Discard(); }
-
   AResult Run();
 
  private:
@@ -141,12 +135,12 @@ class Simulator {
   double ChannelWidth() const { return kIFWidth / options_.channels; }
 
   void CountRecords();
-  void FillHeader();
+  AUVXHeader Header() const;
   AResult WriteRecords();
   void DrawPhases();
-  bool WriteIntegration(BlockWriter& writer, int source, double seconds);
+  AResult WriteIntegration(int source, double seconds);
   void Observe(int source, int station1, int station2, double u, double v);
-  void WriteTables();
+  AResult WriteTables();
   std::unique_ptr<AUVXTable> Antennas() const;
   std::unique_ptr<AUVXTable> Sources() const;
   std::unique_ptr<AUVXTable> Frequencies() const;
@@ -154,15 +148,10 @@ class Simulator {
   const std::string to_;
   const SimulateOptions options_;
   Random noise_, flags_, phases_;
-  OutputFile output_;
-  AUVXFile uvx_;
-  AUVXHeader header_;
+  AUVXWriter writer_;
   int64 integrations_ = 0;
   int scans_ = 0;
   int64 records_ = 0;
-  int64 written_ = 0;
-  AUVXPosition index_;
-  AUVXBaseLines baseLines_;
   AUVXVisibility visibility_;
   std::vector<Complex> gains_;
 };
@@ -172,15 +161,10 @@ AResult Simulator::Run() {
   if (records_ > std::numeric_limits<int32_t>::max()) {
     return AResult::Fail(to_ + ": " + std::to_string(records_) + " records are more than a UVX file counts");
   }
-  FillHeader();
-  if (AResult result = output_.Create(to_, options_.overwrite); !result) return result;
-  if (!uvx_.Attach(&output_.file(), 1, 0) || !uvx_.Write(header_) || !uvx_.SeekUVGroup(0)) return output_.WriteError();
+  if (AResult result = writer_.Create(to_, Header(), options_); !result) return result;
   if (AResult result = WriteRecords(); !result) return result;
-  if (!uvx_.Write(header_)) return output_.WriteError();
-  WriteTables();
-  if (!output_.file().good()) return output_.WriteError();
-  uvx_.Close();
-  return output_.Commit();
+  if (AResult result = WriteTables(); !result) return result;
+  return writer_.Finish();
 }
 
 void Simulator::CountRecords() {
@@ -193,37 +177,36 @@ void Simulator::CountRecords() {
   records_ = observed * (options_.antennas * (options_.antennas - 1) / 2);
 }
 
-void Simulator::FillHeader() {
-  header_.info.count = static_cast<int32_t>(records_);
-  header_.info.epoch = 2000;
-  header_.info.dateObs = kDate;
-  SetFieldText(header_.info.bunit, sizeof header_.info.bunit, "JY");
-  SetFieldText(header_.info.observer, sizeof header_.info.observer, "SIMULATION");
-  SetFieldText(header_.info.telescope, sizeof header_.info.telescope, "VLBA");
-  header_.range.init();
-  header_.stokes.SetCount(kStokes);
-  for (int i = 0; i < kStokes; ++i) header_.stokes(i) = -1 - i;
-  header_.IFs = options_.ifs;
-  header_.channels = options_.channels;
-  header_.freq0 = kFrequency;
+AUVXHeader Simulator::Header() const {
+  AUVXHeader header;
+  header.info.epoch = 2000;
+  header.info.dateObs = kDate;
+  SetFieldText(header.info.bunit, sizeof header.info.bunit, "JY");
+  SetFieldText(header.info.observer, sizeof header.info.observer, "SIMULATION");
+  SetFieldText(header.info.telescope, sizeof header.info.telescope, "VLBA");
+  header.stokes.SetCount(kStokes);
+  for (int i = 0; i < kStokes; ++i) header.stokes(i) = -1 - i;
+  header.IFs = options_.ifs;
+  header.channels = options_.channels;
+  header.freq0 = kFrequency;
+  return header;
 }
 
 // The first tenth of every scan goes to the way from one source to the other.
 AResult Simulator::WriteRecords() {
   SendProgressRange(options_.progress);
   SendProgressText(options_.progress, "Observing...");
-  BlockWriter writer(output_.file());
   int lastPercent = -1;
   for (int scan = 0; scan < scans_; ++scan) {
     DrawPhases();
     for (int64 i = FirstIntegration(scan) + Slewing(scan); i < FirstIntegration(scan + 1); ++i) {
       if (IsCancelled(options_)) return AResult::Cancel(to_ + ": the simulation was cancelled");
       const double seconds = kStart + (static_cast<double>(i) + 0.5) * options_.integration;
-      if (!WriteIntegration(writer, 1 + scan % 2, seconds)) return output_.WriteError();
-      SendProgress(options_.progress, written_, records_, lastPercent);
+      if (AResult result = WriteIntegration(1 + scan % 2, seconds); !result) return result;
+      SendProgress(options_.progress, writer_.records(), records_, lastPercent);
     }
   }
-  return writer.Flush() ? AResult::Ok() : output_.WriteError();
+  return AResult::Ok();
 }
 
 void Simulator::DrawPhases() {
@@ -232,7 +215,7 @@ void Simulator::DrawPhases() {
   for (Complex& gain : gains_) gain = std::polar(1.0, 2 * kPi * phases_.Uniform());
 }
 
-bool Simulator::WriteIntegration(BlockWriter& writer, int source, double seconds) {
+AResult Simulator::WriteIntegration(int source, double seconds) {
   const double date = kDate + seconds / kSecondsPerDay;
   const Projection project(date, kSimulatedSources[source - 1]);
   for (int station1 = 0; station1 < options_.antennas; ++station1) {
@@ -251,17 +234,11 @@ bool Simulator::WriteIntegration(BlockWriter& writer, int source, double seconds
       group.ant2 = static_cast<int8_t>(station2 + 1);
       Observe(source, station1, station2, uvw1.x - uvw2.x, uvw1.y - uvw2.y);
 
-      group.check(header_.range);
-      visibility_.check(header_.range);
-      baseLines_.checkBase(AUVXBaseLineItem(group));
-      char* record = writer.Reserve(uvx_.recSize());
-      if (!record) return false;
-      visibility_.store(group.store(record));
-      group.date = seconds;
-      index_.CheckUVGroup(group, static_cast<int>(written_++));
+      AResult result = writer_.Append(group, visibility_.lpArray(), seconds);
+      if (!result) return result;
     }
   }
-  return true;
+  return AResult::Ok();
 }
 
 // What a baseline sees of a source, with noise, at all frequencies; u, v in seconds.
@@ -293,12 +270,12 @@ void Simulator::Observe(int source, int station1, int station2, double u, double
   }
 }
 
-void Simulator::WriteTables() {
-  uvx_.AddTable(*std::unique_ptr<AUVXTable>(index_.ToUVXTable()));
-  uvx_.AddTable(*Frequencies());
-  uvx_.AddTable(*Antennas());
-  uvx_.AddTable(*Sources());
-  uvx_.AddTable(*std::unique_ptr<AUVXTable>(baseLines_.ToUVXTable()));
+AResult Simulator::WriteTables() {
+  AResult result = writer_.AddIndex();
+  for (auto table : {&Simulator::Frequencies, &Simulator::Antennas, &Simulator::Sources}) {
+    if (result) result = writer_.AddTable(*(this->*table)());
+  }
+  return result ? writer_.AddBaseLines() : result;
 }
 
 std::unique_ptr<AUVXTable> Simulator::Antennas() const {
@@ -372,7 +349,8 @@ std::unique_ptr<AUVXTable> Simulator::Frequencies() const {
 
 // What is wrong with the options; empty if nothing is.
 std::string Complaint(const SimulateOptions& options) {
-  constexpr int kLargestPoints = (kBlockBytes - AUVXGroup::kBytes) / (kStokes * static_cast<int>(sizeof(AUVXComplex)));
+  // Records stay below 1 MiB.
+  constexpr int kLargestPoints = ((1 << 20) - AUVXGroup::kBytes) / (kStokes * static_cast<int>(sizeof(AUVXComplex)));
   if (options.antennas < 2 || options.antennas > 10) return "there are 2 to 10 antennas";
   if (!(options.minutes > 0 && options.minutes <= 1e6)) return "an observation takes up to 1000000 minutes";
   if (!(options.integration >= 1e-3 && options.integration <= 3600))

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "tests/support/SyntheticUVX.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXWriter.h"
+
+namespace zeltra {
+namespace {
+
+using test::SyntheticUVX;
+using test::TempFile;
+
+AUVXHeader HeaderOf(int channels) {
+  AUVXHeader header;
+  header.info.dateObs = SyntheticUVX::kDateObs;
+  header.IFs = 1;
+  header.channels = channels;
+  header.freq0 = SyntheticUVX::kFreq0;
+  header.stokes.SetCount(1);
+  header.stokes(0) = -1;
+  return header;
+}
+
+std::string RecordsOf(const std::string& file, int records, int bytes) {
+  return file.substr(SyntheticUVX::kDataOffset, static_cast<size_t>(records) * static_cast<size_t>(bytes));
+}
+
+// Records of 3 MiB, longer than any block, in one piece and one by one.
+TEST(UVXWriter, WritesRecordsOfAnyLengthWithTheirRangesIndexAndBaselines) {
+  constexpr int kChannels = 1 << 18, kBytes = 26 + 12 * kChannels;
+  const std::string records = RecordsOf(
+      SyntheticUVX().Antennas(3).Times(2).Sources(1).IFs(1).Channels(kChannels).Stokes({-1}).Bytes(), 6, kBytes);
+  for (const int threads : {1, 2}) {
+    TempFile file("uvx");
+    JobOptions options;
+    options.threads = threads;
+    AUVXWriter writer;
+    ASSERT_TRUE(writer.Create(file.path(), HeaderOf(kChannels), options));
+    ASSERT_TRUE(writer.Append(records.data(), 1));
+    ASSERT_TRUE(writer.Rewind());
+    ASSERT_TRUE(writer.Append(records.data(), 6));
+    ASSERT_TRUE(writer.AddBaseLines() && writer.AddIndex());
+    EXPECT_FALSE(file.exists());
+    ASSERT_TRUE(writer.Finish());
+
+    EXPECT_EQ(RecordsOf(file.Bytes(), 6, kBytes), records);
+    AUVXFile uvx;
+    ASSERT_TRUE(uvx.Open(file.c_str(), 0));
+    AUVXHeader header(uvx);
+    EXPECT_EQ(header.info.count, 6);
+    EXPECT_EQ(header.range.v().maximum, 5);
+    EXPECT_EQ(header.range.re().minimum, 0);
+    EXPECT_EQ(header.range.re().maximum, static_cast<float>(5 + (kChannels - 1) / 1024.0));
+    const std::unique_ptr<AUVXTable> index(uvx.GetTable("NX")), baseLines(uvx.GetTable("BL"));
+    ASSERT_TRUE(index && baseLines);
+    EXPECT_EQ(index->rows(), 1);
+    EXPECT_NEAR(index->Number(0, 0), 0.25 + SyntheticUVX::kStep / 2, 1e-7);
+    EXPECT_EQ(index->Number(0, 5), 6);
+    EXPECT_EQ(baseLines->rows(), 3);
+  }
+}
+
+TEST(UVXWriter, LeavesNoFileUnlessFinished) {
+  TempFile file("uvx");
+  {
+    AUVXWriter writer;
+    ASSERT_TRUE(writer.Create(file.path(), HeaderOf(2), {}));
+    ASSERT_TRUE(writer.AddIndex());
+  }
+  EXPECT_FALSE(file.exists());
+  AUVXWriter writer;
+  EXPECT_FALSE(writer.Finish());
+  ASSERT_TRUE(writer.Create(file.path(), HeaderOf(2), {}));
+  AUVXGroup* group = writer.BeginRecord();
+  ASSERT_TRUE(group);
+  *group = AUVXGroup();
+  EXPECT_NE(writer.Finish().message().find("not complete"), std::string::npos);
+}
+
+TEST(UVXWriter, RefusesMoreTablesThanTheDirectoryHolds) {
+  TempFile file("uvx");
+  AUVXWriter writer;
+  ASSERT_TRUE(writer.Create(file.path(), HeaderOf(1), {}));
+  for (int i = 0; i < 128; ++i) ASSERT_TRUE(writer.AddIndex()) << i;
+  EXPECT_NE(writer.AddIndex().message().find("128"), std::string::npos);
+  EXPECT_FALSE(writer.BeginRecord());
+}
+
+}  // namespace
+}  // namespace zeltra

@@ -1,0 +1,60 @@
+// Output in large pieces.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_BLOCKWRITERINTERNAL_H_
+#define ZELTRA_CORE_BLOCKWRITERINTERNAL_H_
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include "zeltra/core/BlockBytesInternal.h"
+#include "zeltra/core/OutputFileInternal.h"
+
+namespace zeltra {
+
+/// Collects output in a block and writes it in large pieces, noticing every byte that does not arrive.
+///
+/// Where a second thread may be used, it writes one block while the next one is filled. The file may be touched by the
+/// caller before the first block is full, and after Flush or Clear.
+class BlockWriter {
+ public:
+  /// @param threads  that the job may use, as in JobOptions
+  explicit BlockWriter(CheckedFile& file, int threads = 1);
+  BlockWriter(const BlockWriter&) = delete;
+  BlockWriter& operator=(const BlockWriter&) = delete;
+  /// What has not been flushed is lost.
+  ~BlockWriter();
+
+  /// Room for `n` bytes, at most kBlockBytes, that count as written and are filled in before the next call; null once a
+  /// write has failed.
+  char* Reserve(int n) {
+    if (kBlockBytes - used_ < n && !WriteBlock()) return nullptr;
+    char* p = block_.get() + used_;
+    used_ += n;
+    return p;
+  }
+  /// Write what the block holds. @return false once any byte has not arrived
+  bool Flush();
+  /// Forget what the block holds.
+  void Clear();
+
+ private:
+  static constexpr int kStop = -1;
+
+  bool WriteBlock();
+  bool HasThread();
+  void Wait() const;
+  void WriteInBackground();
+
+  CheckedFile& file_;
+  std::unique_ptr<char[]> block_;
+  int used_ = 0;
+  bool mayStartThread_;
+  std::thread thread_;
+  std::unique_ptr<char[]> handedOver_;  // the block that the thread writes
+  std::atomic<int> bytes_ = 0;          // of it; 0 once they are written
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_BLOCKWRITERINTERNAL_H_

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <utility>
+
+#include "zeltra/core/OutputFilesInternal.h"
+#include "zeltra/platform/System.h"
+
+namespace zeltra {
+namespace {
+
+// Whether two names are those of one file, which need not be there yet.
+bool IsOneName(const std::string& a, const std::string& b) {
+  const auto split = [](const std::string& name) {
+    const size_t end = name.find_last_of("/\\") + 1;
+    return std::pair(end > 0 ? name.substr(0, end) : std::string("."), name.substr(end));
+  };
+  const auto [folderA, fileA] = split(a);
+  const auto [folderB, fileB] = split(b);
+  return IsSameFile(a, b) || (fileA == fileB && (folderA == folderB || IsSameFile(folderA, folderB)));
+}
+
+}  // namespace
+
+AResult OutputFiles::Create(const std::string& path, OutputFile*& output) {
+  const auto isTaken = [&path](const std::string& name) { return IsOneName(name, path); };
+  if (std::any_of(names_.begin(), names_.end(), isTaken)) return AResult::Fail(path + ": named twice");
+  auto file = std::make_unique<OutputFile>();
+  if (AResult result = file->Create(path, overwrite_); !result) return result;
+  output = file.get();
+  names_.push_back(path);
+  files_.push_back(std::move(file));
+  return AResult::Ok();
+}
+
+AResult OutputFiles::Commit() {
+  AResult result = AResult::Ok();
+  for (const auto& file : files_) {
+    if (result) result = file->Complete();
+  }
+  for (const auto& file : files_) {
+    if (result) result = file->TakeName();
+  }
+  return result;
+}
+
+}  // namespace zeltra

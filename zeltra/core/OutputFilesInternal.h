@@ -1,0 +1,36 @@
+// Outputs of one job that appear together.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_OUTPUTFILESINTERNAL_H_
+#define ZELTRA_CORE_OUTPUTFILESINTERNAL_H_
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zeltra/core/OutputFileInternal.h"
+
+namespace zeltra {
+
+/// Files that are all complete, and closed without an error, before the first of them gets its name. What is not
+/// committed is removed with the object.
+class OutputFiles {
+ public:
+  /// @param input  what the job reads, which no output replaces
+  OutputFiles(const std::string& input, bool overwrite) : names_{input}, overwrite_(overwrite) {}
+
+  /// Create one under a temporary name.
+  /// @param output  the new file, this object's
+  /// @return a failure if two outputs have one name, or for the reasons of OutputFile::Create
+  AResult Create(const std::string& path, OutputFile*& output);
+  /// Complete all files and give them their names.
+  AResult Commit();
+
+ private:
+  std::vector<std::string> names_;  // that are taken
+  std::vector<std::unique_ptr<OutputFile>> files_;
+  bool overwrite_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_OUTPUTFILESINTERNAL_H_

@@ -1,0 +1,50 @@
+// The files that an image is stored in.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_IMAGING_IMAGEFILES_H_
+#define ZELTRA_IMAGING_IMAGEFILES_H_
+
+#include <memory>
+#include <string>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/imaging/ImageUVX.h"
+
+namespace zeltra {
+
+/// Names of files, empty for those that are not wanted.
+struct ImageNames {
+  std::string map;      ///< of the image, a map file
+  std::string beam;     ///< of the dirty beam, a map file
+  std::string fits;     ///< of the image, FITS
+  std::string picture;  ///< of bytes that the caller has drawn
+};
+
+/// Stores an image in several files, which appear under their names together, once all of them are complete.
+///
+/// The first two ranges of a map file are those of the east and north offsets of pixel centres, radians; the beam
+/// parameters are four doubles: the widths of the beam, radians, its angle, degrees (see ABeamShape), and a zero. A
+/// FITS image holds 32-bit floats and has the axes RA---SIN, DEC--SIN, FREQ and STOKES.
+class ZELTRA_API ImageFiles {
+ public:
+  ImageFiles();
+  ImageFiles(const ImageFiles&) = delete;
+  ImageFiles& operator=(const ImageFiles&) = delete;
+  /// Remove what is not stored.
+  ~ImageFiles();
+
+  /// Create the files under temporary names.
+  /// @param input  what the image is made from, which is not replaced
+  /// @return a failure if a file is named twice, exists and may not be replaced, or cannot be written
+  AResult Create(const ImageNames& names, const std::string& input, bool overwrite);
+  /// Write the files and give them their names.
+  AResult Store(const DirtyImage& image, const std::string& picture = {});
+
+ private:
+  struct Outputs;
+
+  std::unique_ptr<Outputs> outputs_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_IMAGING_IMAGEFILES_H_

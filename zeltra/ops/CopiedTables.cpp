@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include <memory>
+#include <string>
+
+#include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/uvx/AUVXAntenns.h"
+
+namespace zeltra {
+namespace {
+
+AResult CopyTable(AUVXInput& from, const AUVXTableItem& item, AUVXWriter& to,
+                  const std::function<void(AUVXTable&)>& change) {
+  const std::unique_ptr<AUVXTable> table = from.Table(item);
+  if (!table) return AResult::Fail(from.path() + ": a table cannot be read any more");
+  if (change) change(*table);
+  return to.AddTable(*table);
+}
+
+}  // namespace
+
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::function<void(AUVXTable&)>& change) {
+  const AUVXTableHeader directory(from.uvx());
+  const int index = AUVXTable::toHash("NX", 0), baseLines = AUVXTable::toHash("BL", 0);
+  AResult result = AResult::Ok();
+  for (int i = 0; i < directory.count() && result; ++i) {
+    const int code = directory(i).ID & 0xFFFF;
+    // An index may be large: the old one is not read.
+    result = code == index       ? to.AddIndex()
+             : code == baseLines ? to.AddBaseLines()
+                                 : CopyTable(from, directory(i), to, change);
+  }
+  if (result && directory.HasTable(index) < 0) result = to.AddIndex();
+  if (result && directory.HasTable(baseLines) < 0) result = to.AddBaseLines();
+  return result;
+}
+
+void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines) {
+  if (table.Code() == "AN") {
+    AUVXBaseLines present = baseLines;
+    const std::unique_ptr<AArray<int>> unused(AUVXAntenns(table).GetDeleteRows(present));
+    table.DeleteRows(*unused);
+  } else {
+    const std::unique_ptr<AArray<short>> sources(baseLines.getSourceMap());
+    table.CheckSources(sources.get());
+  }
+}
+
+}  // namespace zeltra

@@ -1,0 +1,23 @@
+// The tables of a file go into another one whose records are made from its own.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_COPIEDTABLESINTERNAL_H_
+#define ZELTRA_OPS_COPIEDTABLESINTERNAL_H_
+
+#include <functional>
+
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/uvx/AUVXWriter.h"
+
+namespace zeltra {
+
+/// Add the tables of `from` to `to` in their order. Index and baseline list are those of the records of `to`, each in
+/// its place, or at the end where `from` has none.
+/// @param change  may change every other table before it is added
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::function<void(AUVXTable&)>& change = {});
+
+/// Take out the rows of antennas and sources that have no records.
+void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_COPIEDTABLESINTERNAL_H_

@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/uvx/AUVXWriter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include "zeltra/core/BlockWriterInternal.h"
+#include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/core/Units.h"
+#include "zeltra/uvx/AUVXFile.h"
+
+namespace zeltra {
+namespace {
+
+constexpr int kComplexBytes = sizeof(AUVXComplex);
+
+int PairOf(const AUVXGroup& group) {
+  return static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
+}
+
+}  // namespace
+
+// Closing a UVX file declares it whole, so a file that is not finished is taken away first.
+struct AUVXWriter::Output {
+  explicit Output(const JobOptions& options) : block(file.file(), options.threads) {}
+  ~Output() {
+    block.Clear();
+    file.Discard();
+  }
+
+  OutputFile file;
+  AUVXFile uvx;
+  BlockWriter block;
+};
+
+AUVXWriter::AUVXWriter() : step_(new AUVXComplex[kMostReserved]) {}
+
+AUVXWriter::~AUVXWriter() = default;
+
+AResult AUVXWriter::Create(const std::string& path, const AUVXHeader& header, const JobOptions& options,
+                           const std::string& input) {
+  Discard();
+  path_ = path;
+  header_ = header;
+  directory_ = AUVXTableHeader();
+  tablesEnd_ = 0;
+  ForgetRecords();
+  auto output = std::make_unique<Output>(options);
+  if (AResult result = output->file.Create(path, options.overwrite, input); !result) return result;
+  output_ = std::move(output);
+  AUVXFile& uvx = output_->uvx;
+  AResult result = uvx.Attach(&output_->file.file(), 1, 0) ? WriteHeader() : output_->file.WriteError();
+  if (result && !uvx.SeekUVGroup(0)) result = output_->file.WriteError();
+  valuesPerRecord_ = (uvx.recSize() - AUVXGroup::kBytes) / kComplexBytes;
+  if (!result) Discard();
+  return result;
+}
+
+AResult AUVXWriter::WriteHeader() {
+  header_.info.count = records_;
+  header_.range = ranges_;
+  if (output_->uvx.Write(header_)) return AResult::Ok();
+  if (!output_->file.file().good()) return output_->file.WriteError();
+  return AResult::Fail(path_ + ": no UVX file holds records of this shape, with 2 GiB or more each");
+}
+
+void AUVXWriter::ForgetRecords() {
+  ranges_.init();
+  index_ = AUVXPosition();
+  baseLines_ = AUVXBaseLines();
+  odd_ = OddValues();
+  before_ = Predecessor();
+  records_ = unchecked_ = reserved_ = 0;
+  group_ = nullptr;
+}
+
+AResult AUVXWriter::Rewind() {
+  if (!output_ || tablesEnd_ > 0) return Why();
+  ForgetRecords();
+  output_->block.Clear();
+  if (!output_->uvx.SeekUVGroup(0) || !output_->file.file().Trunc()) return output_->file.WriteError();
+  return AResult::Ok();
+}
+
+AResult AUVXWriter::Append(const char* records, int count) {
+  AResult result = AResult::Ok();
+  for (int i = 0; i < count && result; ++i) {
+    AUVXGroup group;
+    std::memcpy(&group, records, AUVXGroup::kBytes);
+    result = Append(group, records + AUVXGroup::kBytes);
+    records += recordBytes();
+  }
+  return result;
+}
+
+AResult AUVXWriter::Append(const AUVXGroup& group, const void* values, double seconds) {
+  AUVXGroup* place = BeginRecord();
+  if (!place) return Why();
+  *place = group;
+  TakeGroup(seconds);
+  return WriteValues(static_cast<const char*>(values));
+}
+
+AResult AUVXWriter::WriteValues(const char* values) {
+  for (int left = valuesPerRecord_; left > 0;) {
+    const int count = std::min(left, kMostReserved);
+    AUVXComplex* room = Reserve(count);
+    if (!room) return Why();
+    std::memcpy(static_cast<void*>(room), values, static_cast<size_t>(count) * kComplexBytes);
+    values += int64{count} * kComplexBytes;
+    left -= count;
+  }
+  return AResult::Ok();
+}
+
+// What runs once a record is inline: a call of an exported function takes a detour.
+
+// Extend the index and the list of baselines.
+inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
+  if (group.date == before_.date && group.source == before_.source && group.frqsel == before_.setup) {
+    // Of the baselines of one time each lets the scan go on, and only the first can make it longer.
+    index_(index_.count() - 1).endVis = records_ + 1;
+  } else {
+    AUVXGroup inSeconds = group;
+    inSeconds.date = std::isnan(seconds) ? (group.date - header_.info.dateObs) * kSecondsPerDay : seconds;
+    index_.CheckUVGroup(inSeconds, records_);
+  }
+
+  if (group.source != before_.source) seen_.assign(65536, 0);
+  before_ = {group.date, group.source, group.frqsel};
+  const uint8_t state = group.flag & 1 ? 1 : 2;
+  uint8_t& seen = seen_[static_cast<size_t>(PairOf(group))];
+  if (seen >= state) return;
+  seen = state;
+  baseLines_.checkBase(AUVXBaseLineItem(group));
+}
+
+inline void AUVXWriter::TakeGroup(double seconds) {
+  group_->check(ranges_);
+  Register(*group_, seconds);
+  ++records_;
+  group_ = nullptr;
+}
+
+inline void AUVXWriter::TakePending() {
+  if (group_) TakeGroup(kFromGroup);
+  if (reserved_ == 0) return;
+  std::memcpy(place_, step_.get() + unchecked_, static_cast<size_t>(reserved_) * kComplexBytes);
+  unchecked_ += std::exchange(reserved_, 0);
+}
+
+// The group is made in its place: a copy would wait for each of its fields to arrive in memory.
+AUVXGroup* AUVXWriter::BeginRecord() {
+  TakePending();
+  if (!output_ || tablesEnd_ > 0 || records_ == std::numeric_limits<int32_t>::max()) return nullptr;
+  group_ = reinterpret_cast<AUVXGroup*>(output_->block.Reserve(AUVXGroup::kBytes));
+  return group_;
+}
+
+AUVXComplex* AUVXWriter::Reserve(int count) {
+  TakePending();
+  if (kMostReserved - unchecked_ < count) CheckValues();
+  place_ = output_ ? output_->block.Reserve(count * kComplexBytes) : nullptr;
+  reserved_ = place_ ? count : 0;
+  return place_ ? step_.get() + unchecked_ : nullptr;
+}
+
+AResult AUVXWriter::Why() const {
+  if (!output_) return AResult::Fail(path_ + ": is not being written");
+  if (tablesEnd_ > 0) return AResult::Fail(path_ + ": has tables already and takes no more records");
+  if (records_ == std::numeric_limits<int32_t>::max()) {
+    return AResult::Fail(path_ + ": there are more records than the 2147483647 that a UVX file counts");
+  }
+  return output_->file.WriteError();
+}
+
+// Widen the ranges by the values that wait in the step, and count those that are no finite numbers.
+void AUVXWriter::CheckValues() {
+  const bool finite = CheckRange(step_.get(), unchecked_, ranges_);
+  for (int i = 0; !finite && i < unchecked_; ++i) {
+    const AUVXComplex& value = step_[static_cast<size_t>(i)];
+    odd_.notNumbers += !std::isfinite(value.re) || !std::isfinite(value.im);
+    odd_.infiniteWeights += std::isinf(value.weight);
+    odd_.weightsNotNumbers += std::isnan(value.weight);
+  }
+  unchecked_ = 0;
+}
+
+AUVXWriter::OddValues AUVXWriter::oddValues() {
+  TakePending();
+  CheckValues();
+  return odd_;
+}
+
+// The number of records is settled, and with it the place of the tables.
+AResult AUVXWriter::EndRecords() {
+  AUVXFile& uvx = output_->uvx;
+  TakePending();
+  CheckValues();
+  if (!output_->block.Flush()) return output_->file.WriteError();
+  const int64 end = uvx.GetPos();
+  if (AResult result = WriteHeader(); !result) return result;
+  if (end != uvx.DataOffset() + int64{records_} * uvx.recSize()) {
+    return AResult::Fail(path_ + ": its last record is not complete");
+  }
+  return AResult::Ok();
+}
+
+AResult AUVXWriter::AddTable(AUVXTable& table) {
+  if (!output_) return Why();
+  AUVXFile& uvx = output_->uvx;
+  if (tablesEnd_ == 0) {
+    if (AResult result = EndRecords(); !result) return result;
+    if (!uvx.PlaceTableDirectory()) return output_->file.WriteError();
+    tablesEnd_ = uvx.TableDirectoryOffset() + AUVXTableHeader::kBytes;
+  }
+  const AUVXTableItem item = {table.ID(), tablesEnd_, table.GetSize()};
+  if (directory_.Add(item) < 0) {
+    return AResult::Fail(path_ + ": there are more tables than the " + std::to_string(AUVXTableHeader::kLargestCount) +
+                         " that a UVX file has place for");
+  }
+  if (!uvx.Seek(tablesEnd_) || !table.store(*uvx.GetFile())) return output_->file.WriteError();
+  tablesEnd_ += item.size;
+  return AResult::Ok();
+}
+
+AResult AUVXWriter::AddIndex() {
+  return AddTable(*std::unique_ptr<AUVXTable>(index_.ToUVXTable()));
+}
+
+AResult AUVXWriter::AddBaseLines() {
+  return AddTable(*std::unique_ptr<AUVXTable>(baseLines_.ToUVXTable()));
+}
+
+AResult AUVXWriter::Finish() {
+  if (!output_) return Why();
+  AResult result = tablesEnd_ == 0 ? EndRecords() : WriteHeader();
+  if (!result) return result;
+  if (tablesEnd_ > 0) directory_.store(output_->uvx);
+  if (!output_->file.file().good()) return output_->file.WriteError();
+  output_->uvx.Close();
+  result = output_->file.Commit();
+  output_.reset();
+  return result;
+}
+
+void AUVXWriter::Discard() {
+  output_.reset();
+}
+
+}  // namespace zeltra

@@ -1,0 +1,148 @@
+// Writes a UVX file from its first record to its name.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_UVX_AUVXWRITER_H_
+#define ZELTRA_UVX_AUVXWRITER_H_
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
+#include "zeltra/uvx/AUVXBaseLines.h"
+#include "zeltra/uvx/AUVXComplex.h"
+#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXPosition.h"
+#include "zeltra/uvx/AUVXTable.h"
+
+namespace zeltra {
+
+/// Writes a UVX file that appears under its name only when it is complete. In this order:
+///   Create(path, header, options, input)
+///   Append(...)          as often as needed, or BeginRecord and what follows it
+///   AddTable(table)      as often as needed, AddIndex and AddBaseLines among them
+///   Finish()
+/// A file that is not finished is removed, at the latest with the object.
+///
+/// While records pass, the writer makes what follows from them: their number, the ranges of the header, the index and
+/// the list of baselines. Records are written in large blocks, by a second thread where one may be used.
+class ZELTRA_API AUVXWriter {
+ public:
+  /// Most values that Reserve makes room for.
+  static constexpr int kMostReserved = 1024;
+  /// The time of a record is taken from its group.
+  static constexpr double kFromGroup = std::numeric_limits<double>::quiet_NaN();
+
+  /// Numbers of values that are not finite.
+  struct OddValues {
+    int64 notNumbers = 0;  ///< with a real or imaginary part that is NaN or infinite
+    int64 infiniteWeights = 0;
+    int64 weightsNotNumbers = 0;
+  };
+
+  AUVXWriter();
+  AUVXWriter(const AUVXWriter&) = delete;
+  AUVXWriter& operator=(const AUVXWriter&) = delete;
+  /// Discard the file, unless it is finished.
+  ~AUVXWriter();
+
+  /// Create the file under a temporary name.
+  /// @param header  tells the shape of the records; its count and ranges do not matter
+  /// @param input   what the job reads, which it does not replace; empty for none
+  /// @return a failure if `path` exists and may not be replaced, or cannot be written, or if no UVX file holds such
+  ///         records
+  AResult Create(const std::string& path, const AUVXHeader& header, const JobOptions& options,
+                 const std::string& input = {});
+
+  /// The header that Finish writes. Count and ranges are the writer's own. The other fields may be changed until then,
+  /// except those that tell the shape of the records, and the observation date while there are records.
+  AUVXHeader& header() { return header_; }
+
+  /// Append `count` whole records as they stand in a file.
+  AResult Append(const char* records, int count);
+  /// Append one record.
+  /// @param values   as many complexes as the header tells, at any address
+  /// @param seconds  its time since 0 h of the observation date for the index, from one who knows it better than the
+  ///                 Julian date of the group tells it
+  AResult Append(const AUVXGroup& group, const void* values, double seconds = kFromGroup);
+
+  /// Begin a record that is made in its place, piece by piece: after this call the group is filled in; then for each
+  /// piece of the values Reserve, after which they are filled in. Each call takes what was filled in before.
+  /// @return a group, all of whose fields are the caller's to set; null after a failure: see Why
+  AUVXGroup* BeginRecord();
+  /// Make room for the next values of the record.
+  /// @param count  at most kMostReserved
+  /// @return room for them, until the next call; null after a failure
+  AUVXComplex* Reserve(int count);
+  /// Why a call gave null.
+  AResult Why() const;
+
+  /// Forget all records and begin again, before the first table.
+  AResult Rewind();
+
+  /// Bytes of a record.
+  size_t recordBytes() const { return AUVXGroup::kBytes + static_cast<size_t>(valuesPerRecord_) * sizeof(AUVXComplex); }
+  /// Records whose groups have been taken.
+  int records() const { return records_; }
+  /// Scans, in seconds since 0 h of the observation date.
+  const AUVXPosition& index() const { return index_; }
+  const AUVXBaseLines& baseLines() const { return baseLines_; }
+  OddValues oddValues();
+
+  /// Append a table. @return a failure for the 129th, and where not all of it could be written
+  AResult AddTable(AUVXTable& table);
+  /// Append the table "NX" of the records, times in days since 0 h of the observation date.
+  AResult AddIndex();
+  /// Append the table "BL" of the records.
+  AResult AddBaseLines();
+
+  /// Complete the file and give it its name.
+  AResult Finish();
+  /// Remove the file. Nothing happens to one that is finished.
+  void Discard();
+
+ private:
+  struct Output;
+  // What is remembered of the record before.
+  struct Predecessor {
+    double date = 0;
+    int source = -1, setup = -1;
+  };
+
+  void ForgetRecords();
+  AResult WriteValues(const char* values);
+  void TakePending();
+  void TakeGroup(double seconds);
+  void Register(const AUVXGroup& group, double seconds);
+  void CheckValues();
+  AResult EndRecords();
+  AResult WriteHeader();
+
+  std::string path_;
+  std::unique_ptr<Output> output_;  // null unless a file is being written
+  AUVXHeader header_;
+  AUVXMinMax ranges_;
+  AUVXPosition index_;
+  AUVXBaseLines baseLines_;
+  OddValues odd_;
+  int records_ = 0;
+  int valuesPerRecord_ = 0;
+  Predecessor before_;
+  std::vector<std::uint8_t> seen_;  // per pair of antennas of the source before: 1 flagged, 2 unflagged
+  // The values of the last pieces, those of several records together, since a check of few values costs as much as
+  // one of many.
+  std::unique_ptr<AUVXComplex[]> step_;
+  int unchecked_ = 0;
+  AUVXGroup* group_ = nullptr;  // being filled in, as the values reserved are
+  char* place_ = nullptr;       // of these values
+  int reserved_ = 0;
+  AUVXTableHeader directory_;
+  int64 tablesEnd_ = 0;  // 0 while records are taken
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_UVX_AUVXWRITER_H_
