@@ -13,22 +13,6 @@
 namespace zeltra::app {
 namespace {
 
-// The antenna that most records of a source name, whose triangles are the most telling ones; -1 if there is none.
-AResult BusiestAntenna(SelectedVisibilities& data, const JobOptions& options, int& antenna) {
-  std::vector<int64> counts(256);
-  AResult result = data.ForEach(options, "Counting baselines...", [&](const SelectedVisibility& visibility) {
-    ++counts[static_cast<uint8_t>(visibility.group->ant1)];
-    ++counts[static_cast<uint8_t>(visibility.group->ant2)];
-  });
-  // The table may lack antennas, which cannot be asked for.
-  for (int i = 0; i < 256; ++i) {
-    if (data.contents().antennas().IndexForID(i) < 0) counts[static_cast<size_t>(i)] = 0;
-  }
-  const auto most = std::max_element(counts.begin(), counts.end());
-  antenna = *most > 0 ? static_cast<int>(most - counts.begin()) : -1;
-  return result;
-}
-
 class ClosurePlot {
  public:
   ClosurePlot(AUVXInput& input, const PlotOptions& options) : input_(input), options_(options), data_(input) {}
@@ -81,7 +65,7 @@ AResult ClosurePlot::LookUp() {
     if (AResult result = data_.Select(selection, SelectedVisibilities::ParallelHands); !result) return result;
   }
   if (options_.antenna.empty()) {
-    if (AResult result = BusiestAntenna(data_, options_, antenna_); !result) return result;
+    if (AResult result = data_.FindBusiestAntenna(options_, antenna_); !result) return result;
     if (antenna_ < 0) return data_.NothingValid();
   } else if (AResult result = data_.contents().FindAntenna(options_.antenna, antenna_); !result) {
     return result;
