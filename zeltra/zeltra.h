@@ -51,6 +51,7 @@
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
+#include "zeltra/ops/ClosureChoice.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/CopyUVX.h"
 #include "zeltra/ops/IntervalOptions.h"

@@ -241,13 +241,12 @@ void Page::PrintSources() {
   const AUVXSources& sources = contents_.sources();
   for (int i = 0; i < std::min(sources.count(), kMostLines); ++i) {
     const AUVXSourceItem& source = sources(i);
-    // Tables without coordinates at the epoch have the apparent ones only.
-    const bool apparent = source.raEpoch == 0 && source.decEpoch == 0;
+    const SkyPosition position = contents_.PositionOf(source);
     printer.Integer(source.id);
     printer.Text(source.Name());
-    printer.Text(RightAscensionText(apparent ? source.raApp : source.raEpoch));
-    printer.Text(DeclinationText(apparent ? source.decApp : source.decEpoch));
-    printer.Real(std::fabs(source.epoch));
+    printer.Text(RightAscensionText(position.ra));
+    printer.Text(DeclinationText(position.dec));
+    printer.Real(position.equinox);
     printer.Integer(contents_.scans().CountForSrc(source.id));
     printer.EndRow();
   }

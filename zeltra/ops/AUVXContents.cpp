@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <memory>
 #include <set>
 
@@ -160,6 +161,14 @@ std::string AUVXContents::SourceList(const std::vector<int>& numbers) const {
 std::string AUVXContents::SourceName(int number) const {
   const int place = sources_.IndexForID(number);
   return place >= 0 ? sources_(place).Name() : "";
+}
+
+SkyPosition AUVXContents::PositionOf(const AUVXSourceItem& source) const {
+  // A negative equinox marks coordinates of that equinox in the place of apparent ones.
+  const bool atEquinox = source.epoch > 0 && (source.raEpoch != 0 || source.decEpoch != 0);
+  const double equinox = source.epoch != 0 ? std::fabs(source.epoch) : header_.info.epoch;
+  if (atEquinox) return {source.raEpoch, source.decEpoch, equinox};
+  return {source.raApp, source.decApp, equinox};
 }
 
 std::string AUVXContents::AntennaName(int number) const {

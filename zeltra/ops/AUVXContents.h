@@ -33,6 +33,13 @@ struct UVXTableSummary {
   int64 offset = 0;
 };
 
+/// Where a source is in the sky.
+struct SkyPosition {
+  double ra = 0;       ///< degrees
+  double dec = 0;      ///< degrees
+  double equinox = 0;  ///< years
+};
+
 /// Everything that a file says but its records: its lists, in which a person's words are looked up. A selection that
 /// names something the file lacks gives a failure that lists what is there.
 ///
@@ -85,6 +92,8 @@ class ZELTRA_API AUVXContents {
   std::string SourceList(const std::vector<int>& numbers) const;
   /// The name of a source; empty where it has none.
   std::string SourceName(int number) const;
+  /// The coordinates of a source at its equinox, as far as the file has them, or else its apparent ones.
+  SkyPosition PositionOf(const AUVXSourceItem& source) const;
   /// The name of an antenna, or its number where it has none.
   std::string AntennaName(int number) const;
 
