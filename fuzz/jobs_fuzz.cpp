@@ -4,6 +4,7 @@
 
 #include "tests/support/TempFile.h"
 #include "zeltra/imaging/ImageUVX.h"
+#include "zeltra/ops/AUVXFluxes.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
@@ -28,6 +29,7 @@ void Combine(AUVXInput& input) {
   loops.baseline = "1-2";
   std::vector<AChain> chains;
   (void)FindClosedLoops(input, loops, chains);
+  (void)AUVXFluxes().Create(input, {});
 }
 
 void Rewrite(AUVXInput& input, const std::string& to) {

@@ -5,7 +5,6 @@
 
 #include "tests/support/MemoryFile.h"
 #include "zeltra/platform/MessageBox.h"
-#include "zeltra/readers/AUVXFluxes.h"
 #include "zeltra/readers/AUVXPosIndex.h"
 #include "zeltra/readers/AUVXTimeIntervalRead.h"
 #include "zeltra/readers/AWork2UVX.h"
@@ -34,7 +33,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   (void)frequencies.GetFreq(1, 0);
   const std::unique_ptr<zeltra::AUVXTable> scans(uvx.GetTable("SL"));
   if (scans) (void)zeltra::AUVXSkanList().Create(*scans);
-  zeltra::AUVXFluxes fluxes(uvx);
   if (copy.Attach(&output, 1, 0)) (void)zeltra::AWork2UVX(&uvx, &copy, nullptr, nullptr).Run();
   return 0;
 }

@@ -24,17 +24,12 @@ struct Arguments {
 };
 
 std::string Summary(const DirtyImage& image) {
-  const int size = image.map.Lines();
-  const float* first = image.map.Line(0);
-  const float* peak = std::max_element(first, first + static_cast<std::ptrdiff_t>(size) * size);
-  const auto place = static_cast<int>(peak - first);
-  const double cell = image.cell / kRadiansPerMas;
+  const ImagePeak peak = FindPeak(image);
   char text[400];
-  int used = std::snprintf(text, sizeof text,
-                           "%lld visibilities of %s, cells of %.4g mas, peak %.4g %s at %.4g mas east, %.4g mas north",
-                           static_cast<long long>(image.visibilities), image.stokes.asShortString().c_str(), cell,
-                           static_cast<double>(*peak), image.unit.c_str(), (size / 2 - place % size) * cell,
-                           (place / size - size / 2) * cell);
+  int used = std::snprintf(
+      text, sizeof text, "%lld visibilities of %s, cells of %.4g mas, peak %.4g %s at %.4g mas east, %.4g mas north",
+      static_cast<long long>(image.visibilities), image.stokes.asShortString().c_str(), image.cell / kRadiansPerMas,
+      static_cast<double>(peak.value), image.unit.c_str(), peak.east / kRadiansPerMas, peak.north / kRadiansPerMas);
   if (image.shape.major > 0) {
     std::snprintf(text + used, sizeof text - static_cast<size_t>(used), ", beam %.4g x %.4g mas at %.1f degrees",
                   image.shape.major / kRadiansPerMas, image.shape.minor / kRadiansPerMas, image.shape.angle);

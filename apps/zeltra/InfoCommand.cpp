@@ -8,10 +8,11 @@
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/Dates.h"
-#include "apps/zeltra/Observation.h"
+#include "apps/zeltra/UVXInput.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
-#include "zeltra/readers/AUVXFluxes.h"
+#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/AUVXFluxes.h"
 
 namespace zeltra::app {
 namespace {
@@ -32,16 +33,16 @@ std::string HeaderText(const char (&field)[size]) {
   return FieldText(field, size);
 }
 
-ordered_json RangesAsJSON(AUVXMinMax& range) {
+ordered_json RangesAsJSON(AUVXMinMax range) {
   const auto pair = [](const TMnMx& r) { return ordered_json{double{r.minimum}, double{r.maximum}}; };
   return {{"u", pair(range.u())},          {"v", pair(range.v())},   {"w", pair(range.w())},
           {"time", pair(range.time())},    {"re", pair(range.re())}, {"im", pair(range.im())},
           {"weight", pair(range.weight())}};
 }
 
-ordered_json TablesAsJSON(const Observation& observation) {
+ordered_json TablesAsJSON(const AUVXContents& contents) {
   ordered_json list = ordered_json::array();
-  for (const TableSummary& table : observation.tables) {
+  for (const UVXTableSummary& table : contents.tables()) {
     list.push_back({{"code", table.code},
                     {"id", table.id},
                     {"name", table.name},
@@ -54,20 +55,25 @@ ordered_json TablesAsJSON(const Observation& observation) {
   return list;
 }
 
-ordered_json AntennasAsJSON(const Observation& observation) {
+// What a file without a table of antennas tells of them is in its list of baselines.
+int ListedAntennas(const AUVXContents& contents) {
+  return contents.HasAntennaTable() ? contents.antennas().count() : 0;
+}
+
+ordered_json AntennasAsJSON(const AUVXContents& contents) {
   ordered_json list = ordered_json::array();
-  for (int i = 0; i < observation.antennas.count(); ++i) {
-    const AUVXTlscItem& antenna = observation.antennas(i);
+  for (int i = 0; i < ListedAntennas(contents); ++i) {
+    const AUVXTlscItem& antenna = contents.antennas()(i);
     list.push_back(
         {{"id", antenna.id}, {"name", antenna.Name()}, {"x", antenna.x}, {"y", antenna.y}, {"z", antenna.z}});
   }
   return list;
 }
 
-ordered_json SourcesAsJSON(const Observation& observation) {
+ordered_json SourcesAsJSON(const AUVXContents& contents) {
   ordered_json list = ordered_json::array();
-  for (int i = 0; i < observation.sources.count(); ++i) {
-    const AUVXSourceItem& source = observation.sources(i);
+  for (int i = 0; i < contents.sources().count(); ++i) {
+    const AUVXSourceItem& source = contents.sources()(i);
     list.push_back({{"id", source.id},
                     {"name", source.Name()},
                     {"epoch", source.epoch},
@@ -79,10 +85,10 @@ ordered_json SourcesAsJSON(const Observation& observation) {
   return list;
 }
 
-ordered_json ScansAsJSON(const Observation& observation) {
+ordered_json ScansAsJSON(const AUVXContents& contents) {
   ordered_json list = ordered_json::array();
-  for (int i = 0; i < observation.scans.count(); ++i) {
-    const AUVXPositionItem& scan = observation.scans(i);
+  for (int i = 0; i < contents.scans().count(); ++i) {
+    const AUVXPositionItem& scan = contents.scans()(i);
     list.push_back({{"source_id", scan.sourceId},
                     {"freq_id", scan.freqId},
                     {"subarray", scan.subarray},
@@ -94,8 +100,8 @@ ordered_json ScansAsJSON(const Observation& observation) {
   return list;
 }
 
-ordered_json SetupsAsJSON(const Observation& observation) {
-  const AUVXFqTbl& setups = observation.setups;
+ordered_json SetupsAsJSON(const AUVXContents& contents) {
+  const AUVXFqTbl& setups = contents.setups();
   ordered_json list = ordered_json::array();
   for (int row = 0; row < setups.GetFreqSels(); ++row) {
     ordered_json ifs = ordered_json::array();
@@ -107,14 +113,14 @@ ordered_json SetupsAsJSON(const Observation& observation) {
   return list;
 }
 
-ordered_json BaselinesAsJSON(const Observation& observation, const AUVXFluxes& fluxes) {
+ordered_json BaselinesAsJSON(const AUVXContents& contents, const AUVXFluxes& fluxes) {
   ordered_json list = ordered_json::array();
   for (int i = 0; i < fluxes.baselines().count(); ++i) {
     const AUVXBaseLineItem& baseline = fluxes.baselines()(i);
     ordered_json polarisations = ordered_json::array();
     for (int s = 0; s < fluxes.stokes(); ++s) {
       const AUVXFluxItem& flux = fluxes(i, s);
-      polarisations.push_back({{"stokes", observation.stokesNames[static_cast<size_t>(s)]},
+      polarisations.push_back({{"stokes", contents.polarisations()[static_cast<size_t>(s)]},
                                {"values", flux.count},
                                {"mean", flux.mean},
                                {"scatter", flux.scatter}});
@@ -130,8 +136,9 @@ ordered_json BaselinesAsJSON(const Observation& observation, const AUVXFluxes& f
 
 // Numbers that are not finite become null.
 // @param fluxes  null without statistics of the baselines
-std::string InfoAsJSON(Observation& observation, const AUVXFile& uvx, const AUVXFluxes* fluxes) {
-  AUVXHeader& header = observation.header;
+std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const AUVXFluxes* fluxes) {
+  const AUVXHeader& header = contents.header();
+  const AUVXAntenns& antennas = contents.antennas();
   const double dateObs = header.info.dateObs;
   const std::string date = DateText(dateObs);
   ordered_json codes = ordered_json::array();
@@ -140,7 +147,7 @@ std::string InfoAsJSON(Observation& observation, const AUVXFile& uvx, const AUVX
   ordered_json info;
   info["records"] = uvx.count();
   info["stokes"] = codes;
-  info["stokes_names"] = observation.stokesNames;
+  info["stokes_names"] = contents.polarisations();
   info["ifs"] = uvx.IFs();
   info["channels"] = uvx.channels();
   info["freq0_hz"] = uvx.freq0();
@@ -153,21 +160,21 @@ std::string InfoAsJSON(Observation& observation, const AUVXFile& uvx, const AUVX
   info["record_bytes"] = uvx.recSize();
   info["data_offset"] = uvx.DataOffset();
   info["ranges"] = RangesAsJSON(header.range);
-  info["tables"] = TablesAsJSON(observation);
-  info["antennas"] = AntennasAsJSON(observation);
-  info["array_center"] = observation.center;
-  info["sources"] = SourcesAsJSON(observation);
-  info["scans"] = ScansAsJSON(observation);
-  info["frequencies"] = SetupsAsJSON(observation);
-  if (fluxes) info["baselines"] = BaselinesAsJSON(observation, *fluxes);
+  info["tables"] = TablesAsJSON(contents);
+  info["antennas"] = AntennasAsJSON(contents);
+  info["array_center"] = {antennas.ArrayX(), antennas.ArrayY(), antennas.ArrayZ()};
+  info["sources"] = SourcesAsJSON(contents);
+  info["scans"] = ScansAsJSON(contents);
+  info["frequencies"] = SetupsAsJSON(contents);
+  if (fluxes) info["baselines"] = BaselinesAsJSON(contents, *fluxes);
   return info.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 
 // The page, section by section.
 class Page {
  public:
-  Page(StandardOutput& out, Observation& observation, const AUVXFile& uvx)
-      : out_(out), observation_(observation), header_(observation.header), uvx_(uvx) {}
+  Page(StandardOutput& out, const AUVXContents& contents, const AUVXFile& uvx)
+      : out_(out), contents_(contents), header_(contents.header()), uvx_(uvx) {}
 
   void Print(const std::string& path);
   void PrintBaselines(const AUVXFluxes& fluxes);
@@ -188,8 +195,8 @@ class Page {
   std::string SourceName(int id);
 
   StandardOutput& out_;
-  Observation& observation_;
-  AUVXHeader& header_;
+  const AUVXContents& contents_;
+  const AUVXHeader& header_;
   const AUVXFile& uvx_;
 };
 
@@ -209,7 +216,8 @@ void Page::Print(const std::string& path) {
 }
 
 void Page::PrintHead() {
-  const double start = header_.range.time().minimum, end = header_.range.time().maximum;
+  AUVXMinMax range = header_.range;
+  const double start = range.time().minimum, end = range.time().maximum;
   const std::string date = DateText(header_.info.dateObs);
   Line("Telescope", HeaderText(header_.info.telescope));
   Line("Observer", HeaderText(header_.info.observer));
@@ -219,7 +227,7 @@ void Page::PrintHead() {
          DateAndTime(start) + " to " + DateAndTime(end) + " (" + DurationText((end - start) * kSecondsPerDay) + ")");
   }
   std::string names;
-  for (const std::string& name : observation_.stokesNames) names += (names.empty() ? "" : ", ") + name;
+  for (const std::string& name : contents_.polarisations()) names += (names.empty() ? "" : ", ") + name;
   Line("Records", Count(uvx_.count(), "record") + " of " + Count(std::max(uvx_.IFs(), 1), "IF") + " x " +
                       Count(uvx_.channels(), "channel") + " x " + Count(uvx_.stokes(), "polarisation") +
                       (names.empty() ? "" : " (" + names + ")") + ", " + std::to_string(uvx_.recSize()) +
@@ -230,17 +238,16 @@ void Page::PrintHead() {
 
 void Page::PrintSources() {
   TablePrinter printer = Section("Sources", {{"number"}, {"name", true}, {"RA"}, {"Dec"}, {"equinox"}, {"records"}});
-  AUVXSources& sources = observation_.sources;
+  const AUVXSources& sources = contents_.sources();
   for (int i = 0; i < std::min(sources.count(), kMostLines); ++i) {
     const AUVXSourceItem& source = sources(i);
-    // Tables without coordinates at the epoch have the apparent ones only.
-    const bool apparent = source.raEpoch == 0 && source.decEpoch == 0;
+    const SkyPosition position = contents_.PositionOf(source);
     printer.Integer(source.id);
     printer.Text(source.Name());
-    printer.Text(RightAscensionText(apparent ? source.raApp : source.raEpoch));
-    printer.Text(DeclinationText(apparent ? source.decApp : source.decEpoch));
-    printer.Real(std::fabs(source.epoch));
-    printer.Integer(observation_.scans.CountForSrc(source.id));
+    printer.Text(RightAscensionText(position.ra));
+    printer.Text(DeclinationText(position.dec));
+    printer.Real(position.equinox);
+    printer.Integer(contents_.scans().CountForSrc(source.id));
     printer.EndRow();
   }
   EndSection(printer, sources.count(), "SU");
@@ -249,8 +256,8 @@ void Page::PrintSources() {
 void Page::PrintScans() {
   TablePrinter printer =
       Section("Scans", {{"scan"}, {"source", true}, {"setup"}, {"start", true}, {"duration"}, {"records"}});
-  for (int i = 0; i < std::min(observation_.scans.count(), kMostLines); ++i) {
-    const AUVXPositionItem& scan = observation_.scans(i);
+  for (int i = 0; i < std::min(contents_.scans().count(), kMostLines); ++i) {
+    const AUVXPositionItem& scan = contents_.scans()(i);
     const double start = header_.info.dateObs + scan.start / kSecondsPerDay;
     printer.Integer(i + 1);
     printer.Text(SourceName(scan.sourceId));
@@ -260,13 +267,13 @@ void Page::PrintScans() {
     printer.Text(std::to_string(scan.startVis) + "-" + std::to_string(scan.endVis));
     printer.EndRow();
   }
-  EndSection(printer, observation_.scans.count(), "NX");
+  EndSection(printer, contents_.scans().count(), "NX");
 }
 
 void Page::PrintFrequencies() {
   TablePrinter printer =
       Section("Frequencies", {{"setup"}, {"IF"}, {"first channel / MHz"}, {"channel width / kHz"}, {"channels"}});
-  const AUVXFqTbl& setups = observation_.setups;
+  const AUVXFqTbl& setups = contents_.setups();
   const int lines = setups.GetFreqSels() * setups.GetIFs();
   for (int line = 0; line < std::min(lines, kMostLines); ++line) {
     const int row = line / setups.GetIFs(), i = line % setups.GetIFs();
@@ -282,17 +289,18 @@ void Page::PrintFrequencies() {
 
 void Page::PrintAntennas() {
   TablePrinter printer = Section("Antennas", {{"number"}, {"name", true}, {"x / m"}, {"y / m"}, {"z / m"}});
-  AUVXAntenns& antennas = observation_.antennas;
-  for (int i = 0; i < std::min(antennas.count(), kMostLines); ++i) {
+  const AUVXAntenns& antennas = contents_.antennas();
+  const int lines = ListedAntennas(contents_);
+  for (int i = 0; i < std::min(lines, kMostLines); ++i) {
     const AUVXTlscItem& antenna = antennas(i);
     printer.Integer(antenna.id);
     printer.Text(antenna.Name());
     for (const double metres : {antenna.x, antenna.y, antenna.z}) printer.Real(metres);
     printer.EndRow();
   }
-  EndSection(printer, antennas.count(), "AN");
-  const double* center = observation_.center;
-  if (antennas.count() > 0 && (center[0] != 0 || center[1] != 0 || center[2] != 0)) {
+  EndSection(printer, lines, "AN");
+  const double center[] = {antennas.ArrayX(), antennas.ArrayY(), antennas.ArrayZ()};
+  if (lines > 0 && (center[0] != 0 || center[1] != 0 || center[2] != 0)) {
     out_.Append("  relative to " + ReadableNumber(center[0]) + ", " + ReadableNumber(center[1]) + ", " +
                 ReadableNumber(center[2]) + "\n");
   }
@@ -300,7 +308,7 @@ void Page::PrintAntennas() {
 
 void Page::PrintRanges() {
   TablePrinter printer = Section("Ranges", {{"of", true}, {"least"}, {"greatest"}});
-  AUVXMinMax& range = header_.range;
+  AUVXMinMax range = header_.range;
   const std::pair<const char*, TMnMx> ranges[] = {{"u / s", range.u()},           {"v / s", range.v()},
                                                   {"w / s", range.w()},           {"real part", range.re()},
                                                   {"imaginary part", range.im()}, {"weight", range.weight()}};
@@ -319,7 +327,7 @@ void Page::PrintRanges() {
 
 void Page::PrintTables() {
   TablePrinter printer = Section("Tables", {{"code", true}, {"rows"}, {"columns"}, {"bytes"}, {"at byte"}});
-  for (const TableSummary& table : observation_.tables) {
+  for (const UVXTableSummary& table : contents_.tables()) {
     printer.Text(table.code);
     printer.Integer(table.rows);
     printer.Integer(table.columns);
@@ -327,7 +335,7 @@ void Page::PrintTables() {
     printer.Integer(table.offset);
     printer.EndRow();
   }
-  EndSection(printer, static_cast<int>(observation_.tables.size()), "");
+  EndSection(printer, static_cast<int>(contents_.tables().size()), "");
 }
 
 void Page::PrintBaselines(const AUVXFluxes& fluxes) {
@@ -341,7 +349,7 @@ void Page::PrintBaselines(const AUVXFluxes& fluxes) {
       printer.Text(SourceName(baseline.source));
       printer.Text(std::to_string(static_cast<uint8_t>(baseline.tlsc1)) + "-" +
                    std::to_string(static_cast<uint8_t>(baseline.tlsc2)));
-      printer.Text(observation_.stokesNames[static_cast<size_t>(s)]);
+      printer.Text(contents_.polarisations()[static_cast<size_t>(s)]);
       printer.Integer(flux.count);
       printer.Real(static_cast<float>(flux.mean));
       printer.Real(static_cast<float>(flux.scatter));
@@ -374,31 +382,26 @@ void Page::EndSection(TablePrinter& printer, int lines, const char* code) {
 }
 
 std::string Page::SourceName(int id) {
-  const int place = observation_.sources.IndexForID(id);
-  const std::string name = place >= 0 ? observation_.sources(place).Name() : "";
+  const std::string name = contents_.SourceName(id);
   return name.empty() ? "source " + std::to_string(id) : name;
 }
 
 AResult Info(const Arguments& arguments, Session& session) {
   UVXInput input;
   if (AResult result = input.Open(arguments.path, session); !result) return result;
-  Observation observation(input);
-  for (const std::string& remark : observation.remarks) session.Note(remark);
+  const AUVXContents& contents = input.contents();
+  for (const std::string& remark : contents.Remarks()) session.Note(remark);
   AUVXFluxes fluxes;
   if (arguments.baselines) {
-    if (AResult result = input.CheckRecordSize(); !result) return result;
     const JobOptions options = session.Options(false);
     SendProgressText(options.progress, "Measuring baselines...");
-    if (!fluxes.Create(input.uvx(), options.progress, options.cancel)) {
-      const std::string sentence = arguments.path + ": not all records are read";
-      return IsCancelled(options) ? AResult::Cancel(sentence) : AResult::Fail(sentence);
-    }
+    if (AResult result = fluxes.Create(input, options); !result) return result;
   }
   StandardOutput out;
   if (arguments.json) {
-    out.Append(InfoAsJSON(observation, input.uvx(), arguments.baselines ? &fluxes : nullptr));
+    out.Append(InfoAsJSON(contents, input.uvx(), arguments.baselines ? &fluxes : nullptr));
   } else {
-    Page page(out, observation, input.uvx());
+    Page page(out, contents, input.uvx());
     page.Print(arguments.path);
     if (arguments.baselines) page.PrintBaselines(fluxes);
   }

@@ -63,7 +63,7 @@ void AddIntervalOptions(CLI::App& command, IntervalOptions& options) {
 
 void NoteSources(UVXInput& input, const std::string& chosen, Session& session) {
   if (!chosen.empty()) return;
-  const AUVXContents contents(input);
+  const AUVXContents& contents = input.contents();
   const std::vector<int> numbers = contents.SourceNumbers();
   if (numbers.size() < 2) return;
   session.Note("lines of several sources follow each other, --source chooses one: " + contents.SourceList(numbers));

@@ -10,17 +10,13 @@
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/Dates.h"
 #include "apps/zeltra/UVXInput.h"
-#include "zeltra/uvx/AUVXComplex.h"
-#include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/ops/RecordWalk.h"
 
 namespace zeltra::app {
 namespace {
 
-constexpr int kBlockBytes = 4 << 20;
 // A line of a text shows so many values of a record.
 constexpr int kShownValues = 2;
-// A table has room for a record of so many values. A file without records may claim any number.
-constexpr int kMostValues = 1 << 20;
 
 struct Arguments {
   std::string path;
@@ -41,14 +37,14 @@ class RecordPrinter {
   std::vector<PrintedColumn> Columns();
   AResult PrintRecords(TablePrinter& printer);
   bool IsWanted(const AUVXGroup& group) const;
-  void PrintRecord(TablePrinter& printer, int index, const AUVXGroup& group, const char* values);
+  void PrintRecord(TablePrinter& printer, const WalkedRecord& record);
   AResult NothingMatches() const;
 
   const Arguments& arguments_;
   Session& session_;
   UVXInput input_;
   StandardOutput out_;
-  int end_ = 0;                            // first record behind the window
+  int end_ = 0;                            // first record after the window
   int values_ = 0;                         // values of a record
   int shown_ = 0;                          // those that are printed
   std::set<std::pair<int, int>> present_;  // sources and setups of the window
@@ -63,11 +59,8 @@ AResult RecordPrinter::Run() {
                          ", the file holds " + std::to_string(count) + ", numbered from 0");
   }
   end_ = std::min(count - arguments_.from, arguments_.count.value_or(count)) + arguments_.from;
+  if (AResult result = input_.CheckRecordSize(); !result) return result;
   values_ = (uvx.recSize() - AUVXGroup::kBytes) / static_cast<int>(sizeof(AUVXComplex));
-  if (values_ > kMostValues) {
-    return AResult::Fail(arguments_.path + ": its records of " + std::to_string(values_) +
-                         " values do not fit a table");
-  }
   shown_ = arguments_.format == TableFormat::Text ? std::min(values_, kShownValues) : values_;
 
   TablePrinter printer(out_, arguments_.format, Columns());
@@ -96,31 +89,17 @@ std::vector<PrintedColumn> RecordPrinter::Columns() {
 }
 
 AResult RecordPrinter::PrintRecords(TablePrinter& printer) {
-  AUVXFile& uvx = input_.uvx();
-  const int recordBytes = uvx.recSize();
-  const int perBlock = std::clamp(kBlockBytes / recordBytes, 1, std::max(end_ - arguments_.from, 1));
-  std::vector<char> block;
+  JobOptions options = session_.Options(false);
+  options.progress = nullptr;  // the lines themselves show it
   bool any = false;
-  for (int first = arguments_.from; first < end_; first += perBlock) {
-    const int records = std::min(perBlock, end_ - first);
-    block.resize(static_cast<size_t>(records) * static_cast<size_t>(recordBytes));
-    const int64 behind = uvx.DataOffset() + (int64{first} + records) * recordBytes;
-    if (!uvx.SeekUVGroup(first) || !uvx.Read(block.data(), records * recordBytes) || uvx.GetPos() != behind) {
-      return AResult::Fail(arguments_.path + ": cannot be read between records " + std::to_string(first) + " and " +
-                           std::to_string(first + records - 1));
-    }
-    char* record = block.data();
-    for (int i = 0; i < records; ++i, record += recordBytes) {
-      if (session_.IsCancelled()) return AResult::Cancel(arguments_.path + ": not all records are printed");
-      AUVXGroup group;
-      const char* values = group.load(record);
-      present_.insert({group.sourceNo(), group.freqSel()});
-      if (!IsWanted(group)) continue;
-      any = true;
-      PrintRecord(printer, first + i, group, values);
-      if (!out_.good()) return out_.Flush();
-    }
-  }
+  AResult result = WalkRecords(input_, options, arguments_.from, end_, [&](const WalkedRecord& record) {
+    present_.insert({record.group.sourceNo(), record.group.freqSel()});
+    if (!IsWanted(record.group)) return true;
+    any = true;
+    PrintRecord(printer, record);
+    return out_.good();
+  });
+  if (!result) return result;
   const bool isFiltered = arguments_.source || arguments_.setup;
   return any || !isFiltered ? AResult::Ok() : NothingMatches();
 }
@@ -130,8 +109,9 @@ bool RecordPrinter::IsWanted(const AUVXGroup& group) const {
          arguments_.setup.value_or(group.freqSel()) == group.freqSel();
 }
 
-void RecordPrinter::PrintRecord(TablePrinter& printer, int index, const AUVXGroup& group, const char* values) {
-  printer.Integer(index);
+void RecordPrinter::PrintRecord(TablePrinter& printer, const WalkedRecord& record) {
+  const AUVXGroup& group = record.group;
+  printer.Integer(record.index);
   if (arguments_.format == TableFormat::Text) {
     printer.Text(DateAndTime(group.date));
   } else {
@@ -145,8 +125,7 @@ void RecordPrinter::PrintRecord(TablePrinter& printer, int index, const AUVXGrou
   printer.Real(float{group.vv});
   printer.Real(float{group.ww});
   for (int i = 0; i < shown_; ++i) {
-    AUVXComplex value;
-    std::memcpy(static_cast<void*>(&value), values + i * static_cast<int>(sizeof value), sizeof value);
+    const AUVXComplex& value = record.values[i];
     printer.Real(value.re);
     printer.Real(value.im);
     printer.Real(value.weight);

@@ -1,7 +1,6 @@
 // zeltra table: one table of a UVX file, row by row.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <memory>
 #include <vector>
@@ -25,26 +24,6 @@ struct Arguments {
   int version = 1;
   TableFormat format = TableFormat::Text;
 };
-
-std::string InCapitals(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return text;
-}
-
-// The directory entries of all tables of a code; a failure names the codes that there are.
-AResult FindTables(UVXInput& input, const std::string& code, std::vector<AUVXTableItem>& found) {
-  const AUVXTableHeader directory(input.uvx());
-  std::string codes;
-  for (int i = 0; i < directory.count(); ++i) {
-    AUVXTable named;
-    named.SetID(int{directory(i).ID});
-    if (InCapitals(named.Code()) == InCapitals(code)) found.push_back(directory(i));
-    codes += (i == 0 ? "" : ", ") + Printable(named.Code());
-  }
-  if (!found.empty()) return AResult::Ok();
-  return AResult::Fail(input.path() + ": no table " + code + "; there " +
-                       (codes.empty() ? "are none" : "are " + codes));
-}
 
 // A column as it is printed.
 struct Column {
@@ -120,19 +99,9 @@ AResult Print(AUVXTable& table, const Arguments& arguments, Session& session) {
 
 AResult PrintTable(const Arguments& arguments, Session& session) {
   UVXInput input;
-  std::vector<AUVXTableItem> found;
+  std::unique_ptr<AUVXTable> table;
   if (AResult result = input.Open(arguments.path, session); !result) return result;
-  if (AResult result = FindTables(input, arguments.code, found); !result) return result;
-  if (arguments.version > static_cast<int>(found.size())) {
-    return AResult::Fail(arguments.path + ": no version " + std::to_string(arguments.version) + " of table " +
-                         arguments.code + ", the last one is " + std::to_string(found.size()));
-  }
-  const AUVXTableItem& item = found[static_cast<size_t>(arguments.version - 1)];
-  const std::unique_ptr<AUVXTable> table = input.Table(item);
-  if (!table) {
-    return AResult::Fail(arguments.path + ": the table " + arguments.code + " at byte " +
-                         std::to_string(int64{item.position}) + " is damaged");
-  }
+  if (AResult result = input.FindTable(arguments.code, arguments.version, table); !result) return result;
   return Print(*table, arguments, session);
 }
 

@@ -11,7 +11,6 @@
 #include "tests/support/SyntheticUVX.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/readers/AUVXFastRead.h"
-#include "zeltra/readers/AUVXFluxes.h"
 #include "zeltra/readers/AUVXPosIndex.h"
 #include "zeltra/readers/AUVXRead.h"
 #include "zeltra/uvx/AUVXFreqs.h"
@@ -280,20 +279,6 @@ TEST_F(ReaderTest, GivesTheFrequenciesOfTheLastRecord) {
 
   AUVXPosIndex_FqS list(&uvx, 1, 2, nullptr);
   EXPECT_DOUBLE_EQ((*std::unique_ptr<AUVXFreqs>(list.GetFreqs()))(0, 0), SyntheticUVX::kFreq0 + 2e6);
-}
-
-TEST(Fluxes, AreNoneAtAllOfAFileThatIsNotReadToItsEnd) {
-  MemoryFile whole(SyntheticUVX().Bytes()),
-      cut(SyntheticUVX().Put(16, 1000).Bytes());  // the header claims 1000 records
-  AUVXFile uvx, tooShort;
-  ASSERT_TRUE(uvx.Attach(&whole, 0, 0) && tooShort.Attach(&cut, 0, 0));
-  AUVXFluxes fluxes(uvx);
-  EXPECT_EQ(fluxes.baselines().count(), 3);
-  EXPECT_FALSE(fluxes.Create(tooShort, nullptr, nullptr));
-  EXPECT_EQ(fluxes.baselines().count(), 0);
-  ACancelFlag cancel = 1;
-  EXPECT_FALSE(fluxes.Create(uvx, nullptr, &cancel));
-  EXPECT_EQ(fluxes.baselines().count(), 0);
 }
 
 }  // namespace

@@ -22,6 +22,9 @@ ZELTRA_API double ParseNumber(std::string_view text);
 /// `text` without blanks (and tabs) at both ends.
 ZELTRA_API std::string Trimmed(std::string_view text);
 
+/// Whether two texts are the same but for small letters and capitals, those of ASCII.
+ZELTRA_API bool IsSameWord(std::string_view a, std::string_view b);
+
 /// Text from a field of `width` bytes: up to its first zero byte, blanks trimmed from both ends.
 ZELTRA_API std::string FieldText(const char* field, int width);
 

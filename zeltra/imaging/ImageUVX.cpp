@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 
 #include "zeltra/core/Text.h"
@@ -134,11 +135,10 @@ void Imager::Describe() {
   const AUVXSourceItem& source = data_.source();
   const AUVXHeader& header = data_.contents().header();
   image_.source = source.Name();
-  // A negative equinox marks coordinates of that equinox in the place of apparent ones.
-  const bool atEquinox = source.epoch > 0 && (source.raEpoch != 0 || source.decEpoch != 0);
-  image_.ra = atEquinox ? source.raEpoch : source.raApp;
-  image_.dec = atEquinox ? source.decEpoch : source.decApp;
-  image_.equinox = source.epoch != 0 ? std::fabs(source.epoch) : header.info.epoch;
+  const SkyPosition position = data_.contents().PositionOf(source);
+  image_.ra = position.ra;
+  image_.dec = position.dec;
+  image_.equinox = position.equinox;
   image_.unit = data_.unit() + "/beam";
   image_.stokes = data_.mixes()(0);
   image_.frequency = (lowest_ + highest_) / 2;
@@ -153,6 +153,15 @@ void Imager::Describe() {
 
 AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image) {
   return Imager(from, options, image).Run();
+}
+
+ImagePeak FindPeak(const DirtyImage& image) {
+  const int size = image.map.Lines();
+  if (size == 0) return {};
+  const float* first = image.map.Line(0);
+  const float* peak = std::max_element(first, first + static_cast<std::ptrdiff_t>(size) * size);
+  const auto place = static_cast<int>(peak - first);
+  return {*peak, (size / 2 - place % size) * image.cell, (place / size - size / 2) * image.cell};
 }
 
 }  // namespace zeltra

@@ -54,6 +54,15 @@ struct DirtyImage {
   int64 beyond = 0;        ///< number of those too far out for the cell, left out
 };
 
+/// The brightest pixel of a map.
+struct ImagePeak {
+  float value = 0;   ///< in the unit of the map
+  double east = 0;   ///< of the phase centre, radians
+  double north = 0;  ///< radians
+};
+
+ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
+
 /// Make the dirty image and the dirty beam of a source.
 ///
 /// All IFs and channels are used, each visibility at the place in the u, v plane that its own frequency gives it. They

@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <memory>
 #include <set>
 
 #include "zeltra/core/BlockReaderInternal.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -14,18 +16,13 @@
 namespace zeltra {
 namespace {
 
-// A list in a sentence names so many things at most.
+// The most things that a list in a sentence names.
 constexpr size_t kMostNamed = 30;
 
 bool IsNumber(const std::string& text, int& number) {
   const char* end = text.data() + text.size();
   const auto parsed = std::from_chars(text.data(), end, number);
   return parsed.ec == std::errc() && parsed.ptr == end;
-}
-
-bool SameName(const std::string& a, const std::string& b) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
 }
 
 std::string Joined(const std::vector<std::string>& names) {
@@ -39,32 +36,102 @@ std::string Named(int number, const std::string& name) {
   return std::to_string(number) + (name.empty() ? "" : " (" + name + ")");
 }
 
+const char* const kRemedy = "; 'zeltra copy' writes a file with a new one";
+
+UVXTableSummary Summarise(const AUVXTableItem& item, const AUVXTable* table) {
+  AUVXTable unread;
+  unread.SetID(int{item.ID});
+  UVXTableSummary summary;
+  summary.code = unread.Code();
+  summary.id = unread.ID();
+  summary.name = unread.IDtoStr();
+  summary.bytes = item.size;
+  summary.offset = item.position;
+  summary.isDamaged = !table;
+  if (!table) return summary;
+  summary.rows = table->rows();
+  summary.columns = table->columnCount();
+  summary.rowBytes = table->rowBytes();
+  return summary;
+}
+
 }  // namespace
 
 AUVXContents::AUVXContents(AUVXInput& input)
-    : path_(input.path()), header_(input.uvx()), scans_(std::make_shared<AUVXPosition>()) {
-  if (const auto table = input.Table("NX")) scans_->Init(*table);
-  if (const auto table = input.Table("SU")) sources_.Init(*table);
-  if (const auto table = input.Table("AN")) {
-    antennas_.Init(*table);
-  } else if (const auto baseLines = input.Table("BL")) {
+    : path_(input.path()),
+      records_(input.uvx().count()),
+      header_(input.uvx()),
+      scans_(std::make_shared<AUVXPosition>()),
+      setups_(input.uvx()) {
+  for (int i = 0; i < header_.stokes.count(); ++i) {
+    polarisations_.push_back(AStokesItem(i, header_.stokes(i)).asShortString());
+  }
+  ReadTables(input);
+  if (hasAntennaTable_) return;
+  if (const auto baseLines = input.Table("BL")) {
     AUVXBaseLines present(*baseLines);
     antennas_ = AUVXAntenns(present);
   }
 }
 
-AResult AUVXContents::CheckIndex(AUVXInput& input, const ScanVisitor& visit) const {
-  AUVXFile& uvx = input.uvx();
-  const std::string remedy = "; 'zeltra copy' writes a file with a new one";
-  if (scans().count() == 0 && uvx.count() > 0) return AResult::Fail(path_ + ": has no index table NX" + remedy);
-  BlockReader reader(input.file());
+void AUVXContents::ReadTables(AUVXInput& input) {
+  const AUVXTableHeader directory(input.uvx());
+  for (int i = 0; i < directory.count(); ++i) {
+    const std::unique_ptr<AUVXTable> table = input.Table(directory(i));
+    tables_.push_back(Summarise(directory(i), table.get()));
+    if (!table) continue;
+    const auto isFirst = [&](const char* code) { return directory.HasTable(code) == i; };
+    if (isFirst("NX")) scans_->Init(*table);
+    if (isFirst("SU")) sources_.Init(*table);
+    if (isFirst("AN")) {
+      antennas_.Init(*table);
+      hasAntennaTable_ = true;
+    }
+  }
+}
+
+std::string AUVXContents::Damaged(const UVXTableSummary& table) const {
+  return path_ + ": the table " + table.code + " at byte " + std::to_string(table.offset) + " is damaged";
+}
+
+std::vector<std::string> AUVXContents::Remarks() const {
+  std::vector<std::string> remarks;
+  for (const UVXTableSummary& table : tables_) {
+    if (table.isDamaged) remarks.push_back(Damaged(table));
+  }
+  return remarks;
+}
+
+AResult AUVXContents::CheckLists() const {
+  for (const UVXTableSummary& table : tables_) {
+    const bool isNeeded = table.code == "NX" || table.code == "SU" || table.code == "AN" || table.code == "FQ";
+    if (isNeeded && table.isDamaged) return AResult::Fail(Damaged(table));
+  }
+  return AResult::Ok();
+}
+
+AResult AUVXContents::CheckScans() const {
+  if (scans().count() == 0 && records_ > 0) return AResult::Fail(path_ + ": has no index table NX" + kRemedy);
   int64 next = 1;
   for (int i = 0; i < scans().count(); ++i) {
     const AUVXPositionItem& scan = scans()(i);
-    if (scan.startVis != next || scan.endVis < next || scan.endVis > uvx.count()) {
+    if (scan.startVis != next || scan.endVis < next || scan.endVis > records_) {
       return AResult::Fail(path_ + ": the index table NX does not follow the records at number " +
-                           std::to_string(next) + remedy);
+                           std::to_string(next) + kRemedy);
     }
+    next = int64{scan.endVis} + 1;
+  }
+  if (next == int64{records_} + 1) return AResult::Ok();
+  return AResult::Fail(path_ + ": the index table NX ends at record number " + std::to_string(next - 1) + " of " +
+                       std::to_string(records_) + kRemedy);
+}
+
+AResult AUVXContents::CheckIndex(AUVXInput& input, const ScanVisitor& visit) const {
+  if (AResult result = CheckScans(); !result) return result;
+  const AUVXFile& uvx = input.uvx();
+  BlockReader reader(input.file());
+  for (int i = 0; i < scans().count(); ++i) {
+    const AUVXPositionItem& scan = scans()(i);
     AUVXGroup ends[2];
     for (int k = 0; k < 2; ++k) {
       const int record = (k == 0 ? scan.startVis : scan.endVis) - 1;
@@ -72,18 +139,17 @@ AResult AUVXContents::CheckIndex(AUVXInput& input, const ScanVisitor& visit) con
       char* bytes = reader.Take(AUVXGroup::kBytes);
       if (!bytes) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record));
       ends[k].load(bytes);
-      if (ends[k].sourceNo() != scan.sourceId || ends[k].freqSel() != scan.freqId) {
-        return AResult::Fail(path_ + ": record " + std::to_string(record) + " is of source " +
-                             std::to_string(ends[k].sourceNo()) + " in setup " + std::to_string(ends[k].freqSel()) +
-                             ", which the index table NX denies" + remedy);
-      }
+      if (ends[k].sourceNo() != scan.sourceId || ends[k].freqSel() != scan.freqId) return IndexDenies(record, ends[k]);
     }
     if (visit) visit(scan, ends[0], ends[1]);
-    next = int64{scan.endVis} + 1;
   }
-  if (next == int64{uvx.count()} + 1) return AResult::Ok();
-  return AResult::Fail(path_ + ": the index table NX ends at record number " + std::to_string(next - 1) + " of " +
-                       std::to_string(uvx.count()) + remedy);
+  return AResult::Ok();
+}
+
+AResult AUVXContents::IndexDenies(int record, const AUVXGroup& group) const {
+  return AResult::Fail(path_ + ": record " + std::to_string(record) + " is of source " +
+                       std::to_string(group.sourceNo()) + " in setup " + std::to_string(group.freqSel()) +
+                       ", which the index table NX denies" + kRemedy);
 }
 
 std::vector<int> AUVXContents::SourceNumbers() const {
@@ -94,11 +160,27 @@ std::vector<int> AUVXContents::SourceNumbers() const {
 
 std::string AUVXContents::SourceList(const std::vector<int>& numbers) const {
   std::vector<std::string> names;
-  for (const int number : numbers) {
-    const int place = sources_.IndexForID(number);
-    names.push_back(Named(number, place >= 0 ? sources_(place).Name() : ""));
-  }
+  for (const int number : numbers) names.push_back(Named(number, SourceName(number)));
   return Joined(names);
+}
+
+std::string AUVXContents::SourceName(int number) const {
+  const int place = sources_.IndexForID(number);
+  return place >= 0 ? sources_(place).Name() : "";
+}
+
+SkyPosition AUVXContents::PositionOf(const AUVXSourceItem& source) const {
+  // A negative equinox marks coordinates of that equinox in the place of apparent ones.
+  const bool atEquinox = source.epoch > 0 && (source.raEpoch != 0 || source.decEpoch != 0);
+  const double equinox = source.epoch != 0 ? std::fabs(source.epoch) : header_.info.epoch;
+  if (atEquinox) return {source.raEpoch, source.decEpoch, equinox};
+  return {source.raApp, source.decApp, equinox};
+}
+
+std::string AUVXContents::AntennaName(int number) const {
+  const int place = antennas_.IndexForID(number);
+  const std::string name = place >= 0 ? antennas_(place).Name() : "";
+  return name.empty() ? std::to_string(number) : name;
 }
 
 AResult AUVXContents::FindSource(const std::string& text, int& number) const {
@@ -106,7 +188,7 @@ AResult AUVXContents::FindSource(const std::string& text, int& number) const {
   const auto hasRecords = [&](int n) { return std::binary_search(present.begin(), present.end(), n); };
   for (int i = 0; i < sources_.count(); ++i) {
     number = sources_(i).id;
-    if (SameName(sources_(i).Name(), text) && hasRecords(number)) return AResult::Ok();
+    if (IsSameWord(sources_(i).Name(), text) && hasRecords(number)) return AResult::Ok();
   }
   if (IsNumber(text, number) && hasRecords(number)) return AResult::Ok();
   return AResult::Fail(path_ + ": no record of source " + text + "; there are " + SourceList(present));
@@ -121,7 +203,7 @@ std::string AUVXContents::AntennaList() const {
 AResult AUVXContents::FindAntenna(const std::string& text, int& number) const {
   const bool isNumber = IsNumber(text, number);
   for (int i = 0; i < antennas_.count(); ++i) {
-    if (isNumber ? antennas_(i).id != number : !SameName(antennas_(i).Name(), text)) continue;
+    if (isNumber ? antennas_(i).id != number : !IsSameWord(antennas_(i).Name(), text)) continue;
     number = antennas_(i).id & 0xFF;
     return AResult::Ok();
   }
@@ -134,7 +216,7 @@ AResult AUVXContents::FindPolarisation(const std::string& text, AStokesMix& mix)
   for (int i = 0; i < list->count(); ++i) {
     mix = (*list)(i);
     names.push_back(mix.asShortString());
-    if (SameName(names.back(), text)) return AResult::Ok();
+    if (IsSameWord(names.back(), text)) return AResult::Ok();
   }
   return AResult::Fail(path_ + ": no polarisation " + text + "; there are " + Joined(names));
 }

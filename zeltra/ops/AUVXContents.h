@@ -1,4 +1,4 @@
-// What can be selected from a UVX file: sources, frequency setups, antennas, polarisations.
+// What a UVX file says of its observation: header, directory of tables, sources, antennas, scans, frequencies.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_AUVXCONTENTS_H_
 #define ZELTRA_OPS_AUVXCONTENTS_H_
@@ -11,6 +11,7 @@
 #include "zeltra/core/AResult.h"
 #include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXAntenns.h"
+#include "zeltra/uvx/AUVXFqTbl.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
@@ -18,27 +19,67 @@
 namespace zeltra {
 
 class AUVXInput;
+struct AUVXGroup;
 
-/// The lists of a file, in which a person's words are looked up. A selection that names something the file lacks gives
-/// a failure that lists what is there.
+/// An entry of the table directory with what the table says of itself.
+struct UVXTableSummary {
+  std::string code;
+  int id = 0;
+  std::string name;
+  bool isDamaged = false;  ///< then what the table says is left at 0
+  int rows = 0;
+  int columns = 0;
+  int rowBytes = 0;
+  int64 bytes = 0;
+  int64 offset = 0;
+};
+
+/// Where a source is in the sky.
+struct SkyPosition {
+  double ra = 0;       ///< degrees
+  double dec = 0;      ///< degrees
+  double equinox = 0;  ///< years
+};
+
+/// Everything that a file says but its records: its lists, in which a person's words are looked up. A selection that
+/// names something the file lacks gives a failure that lists what is there.
+///
+/// Of several tables of one code the first one counts; a table that is absent or damaged leaves its list empty.
 class ZELTRA_API AUVXContents {
  public:
-  /// Read the header and the tables "NX", "SU" and "AN"; a table that is absent or damaged leaves its list empty. The
-  /// antennas of a file without "AN" are those of "BL".
+  /// Read the header and all tables. Jobs that take an AUVXInput ask it for its contents, which are read once.
   explicit AUVXContents(AUVXInput& input);
+  AUVXContents(const AUVXContents&) = delete;
+  AUVXContents& operator=(const AUVXContents&) = delete;
 
   const AUVXHeader& header() const { return header_; }
+  /// The short names of the polarisations that are stored, in their order.
+  const std::vector<std::string>& polarisations() const { return polarisations_; }
   const AUVXPosition& scans() const { return *scans_; }
   /// The same list, for readers that outlive the object.
   std::shared_ptr<AUVXPosition> sharedScans() const { return scans_; }
   const AUVXSources& sources() const { return sources_; }
+  /// The antennas of "AN", or those of "BL" in a file without it, which have no positions.
   const AUVXAntenns& antennas() const { return antennas_; }
+  bool HasAntennaTable() const { return hasAntennaTable_; }
+  /// The frequencies of each setup.
+  const AUVXFqTbl& setups() const { return setups_; }
+  /// The tables in the order of the directory.
+  const std::vector<UVXTableSummary>& tables() const { return tables_; }
+  /// A sentence for each table that is damaged.
+  std::vector<std::string> Remarks() const;
 
-  /// Make sure that the index says of every record which source and setup it is of: its scans follow each other from
-  /// the first record to the last, and the first and the last record of each are as it says.
-  /// @param visit  receives each scan with its first and its last record, in the order of the file; may be empty
+  /// @return a failure if a table that one of the lists comes from is damaged
+  AResult CheckLists() const;
+  /// Make sure that the scans of the index follow each other from the first record to the last.
+  AResult CheckScans() const;
+  /// Make sure that the index says of every record which source and setup it is of: CheckScans, and the first and the
+  /// last record of each scan are as it says.
+  /// @param visit  receives each scan with these two records, in the order of the file; may be empty
   using ScanVisitor = std::function<void(const AUVXPositionItem& scan, const AUVXGroup& first, const AUVXGroup& last)>;
   AResult CheckIndex(AUVXInput& input, const ScanVisitor& visit = {}) const;
+  /// The failure of a record that is not of the source and setup of its scan.
+  AResult IndexDenies(int record, const AUVXGroup& group) const;
 
   /// Find the source that `text` names, by number or by name without regard to case; it must have records.
   AResult FindSource(const std::string& text, int& number) const;
@@ -52,15 +93,28 @@ class ZELTRA_API AUVXContents {
   std::vector<int> SourceNumbers() const;
   /// Number and name of sources, as in "1 (3C273), 2 (3C279)".
   std::string SourceList(const std::vector<int>& numbers) const;
+  /// The name of a source; empty where it has none.
+  std::string SourceName(int number) const;
+  /// The coordinates of a source at its equinox, as far as the file has them, or else its apparent ones.
+  SkyPosition PositionOf(const AUVXSourceItem& source) const;
+  /// The name of an antenna, or its number where it has none.
+  std::string AntennaName(int number) const;
 
  private:
+  void ReadTables(AUVXInput& input);
+  std::string Damaged(const UVXTableSummary& table) const;
   std::string AntennaList() const;
 
   std::string path_;
+  int records_;
   AUVXHeader header_;
-  std::shared_ptr<AUVXPosition> scans_;  // millions of scans are possible, so that copies share the list
+  std::vector<std::string> polarisations_;
+  std::shared_ptr<AUVXPosition> scans_;  // millions of scans are possible, so that readers share the list
   AUVXSources sources_;
   AUVXAntenns antennas_;
+  bool hasAntennaTable_ = false;
+  AUVXFqTbl setups_;
+  std::vector<UVXTableSummary> tables_;
 };
 
 }  // namespace zeltra

@@ -8,6 +8,7 @@
 #include "zeltra/core/AFile.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/interchange/ImportUVFITS.h"
+#include "zeltra/ops/AUVXContents.h"
 #include "zeltra/platform/System.h"
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -20,7 +21,15 @@ constexpr int32_t kCommitted = 1003;
 // A record of so many values, its sums and its average fit beside each other.
 constexpr int kMostValues = 1 << 20;
 
+std::string CodeOf(const AUVXTableItem& item) {
+  AUVXTable unread;
+  unread.SetID(int{item.ID});
+  return unread.Code();
+}
+
 }  // namespace
+
+AUVXInput::AUVXInput() = default;
 
 AUVXInput::~AUVXInput() {
   uvx_.Close();
@@ -29,6 +38,7 @@ AUVXInput::~AUVXInput() {
 
 AResult AUVXInput::Open(const std::string& path, const JobOptions& options) {
   path_ = path;
+  contents_.reset();
   if (!PathExists(path)) return AResult::Fail(path + ": no such file");
   AFile file;
   if (!file.Open(path.c_str(), AFile::Binary)) return AResult::Fail(path + ": cannot be opened");
@@ -65,6 +75,11 @@ AResult AUVXInput::OpenUVX(const std::string& path) {
   return AResult::Ok();
 }
 
+const AUVXContents& AUVXInput::contents() {
+  if (!contents_) contents_ = std::make_unique<AUVXContents>(*this);
+  return *contents_;
+}
+
 std::unique_ptr<AUVXTable> AUVXInput::Table(const AUVXTableItem& item) {
   const int64 position = item.position;
   if (position < 0 || !uvx_.Seek(position)) return nullptr;
@@ -78,14 +93,34 @@ std::unique_ptr<AUVXTable> AUVXInput::Table(const std::string& code) {
   return place >= 0 ? Table(directory(place)) : nullptr;
 }
 
+AResult AUVXInput::FindTable(const std::string& code, int version, std::unique_ptr<AUVXTable>& table) {
+  table = nullptr;
+  const AUVXTableHeader directory(uvx_);
+  std::string codes;
+  int found = 0;
+  for (int i = 0; i < directory.count(); ++i) {
+    const std::string present = CodeOf(directory(i));
+    codes += (i == 0 ? "" : ", ") + present;
+    if (!IsSameWord(present, code) || ++found != version) continue;
+    table = Table(directory(i));
+    return table ? AResult::Ok() : DamagedTable(directory(i));
+  }
+  if (found > 0) {
+    return AResult::Fail(path_ + ": no version " + std::to_string(version) + " of table " + code +
+                         ", the last one is " + std::to_string(found));
+  }
+  return AResult::Fail(path_ + ": no table " + code + "; there " + (codes.empty() ? "are none" : "are " + codes));
+}
+
+AResult AUVXInput::DamagedTable(const AUVXTableItem& item) const {
+  return AResult::Fail(path_ + ": the table " + CodeOf(item) + " at byte " + std::to_string(int64{item.position}) +
+                       " is damaged");
+}
+
 AResult AUVXInput::CheckTables() {
   const AUVXTableHeader directory(uvx_);
   for (int i = 0; i < directory.count(); ++i) {
-    if (Table(directory(i))) continue;
-    AUVXTable unread;
-    unread.SetID(int{directory(i).ID});
-    return AResult::Fail(path_ + ": the table " + unread.Code() + " at byte " +
-                         std::to_string(int64{directory(i).position}) + " is damaged");
+    if (!Table(directory(i))) return DamagedTable(directory(i));
   }
   return AResult::Ok();
 }

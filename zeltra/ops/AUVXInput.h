@@ -15,11 +15,13 @@
 
 namespace zeltra {
 
+class AUVXContents;
+
 /// Visibilities as jobs read them: a UVX file, or UV FITS, which is imported into a temporary UVX file that goes with
 /// the object. The file is opened for reading only, so that a write-protected one serves as well.
 class ZELTRA_API AUVXInput {
  public:
-  AUVXInput() = default;
+  AUVXInput();
   AUVXInput(const AUVXInput&) = delete;
   AUVXInput& operator=(const AUVXInput&) = delete;
   ~AUVXInput();
@@ -36,12 +38,18 @@ class ZELTRA_API AUVXInput {
   /// What the import remarked; empty for a UVX file.
   const std::vector<std::string>& remarks() const { return remarks_; }
 
+  /// What the open file says of the observation; read when it is first asked for.
+  const AUVXContents& contents();
+
   /// Read a table by its entry in the directory.
   /// @return null if the image is damaged
   std::unique_ptr<AUVXTable> Table(const AUVXTableItem& item);
   /// Read the first table with this code.
   /// @return null if there is none or the image is damaged
   std::unique_ptr<AUVXTable> Table(const std::string& code);
+  /// Read the table number `version`, from 1, of those with this code, in capitals or not.
+  /// @return a failure that tells which tables there are, or that this one is damaged; `table` is then null
+  AResult FindTable(const std::string& code, int version, std::unique_ptr<AUVXTable>& table);
   /// @return a failure that names the first table that is damaged
   AResult CheckTables();
   /// @return a failure if a record has more values than jobs hold in memory side by side: 1048576
@@ -52,12 +60,14 @@ class ZELTRA_API AUVXInput {
  private:
   AResult OpenUVX(const std::string& path);
   AResult Import(const JobOptions& options);
+  AResult DamagedTable(const AUVXTableItem& item) const;
 
   std::string path_;
   std::string temporary_;  // the imported file, if any
   std::vector<std::string> remarks_;
   AFile file_;
   AUVXFile uvx_;
+  std::unique_ptr<AUVXContents> contents_;
 };
 
 }  // namespace zeltra

@@ -9,7 +9,7 @@
 
 #include "zeltra/analysis/ABaseClosedSearch.h"
 #include "zeltra/ops/AUVXContents.h"
-#include "zeltra/readers/AUVXFastRead.h"
+#include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 
 namespace zeltra {
@@ -50,13 +50,10 @@ AResult BaseLinesOf(AUVXInput& from, AUVXBaseLines& found) {
     found = AUVXBaseLines(*table);
     return AResult::Ok();
   }
-  AUVXFastRead reader(&from.uvx(), nullptr);
-  AUVXGroup group;
-  AUVXVisibility nothing;
-  int records = 0;
-  for (int index = 0; reader.GetUVGVis(group, nothing, index); ++records) found.checkBase(AUVXBaseLineItem(group));
-  if (records == from.uvx().count()) return AResult::Ok();
-  return AResult::Fail(from.path() + ": cannot be read in record " + std::to_string(records));
+  return WalkRecords(from, {}, 0, from.uvx().count(), [&](const WalkedRecord& record) {
+    found.checkBase(AUVXBaseLineItem(record.group));
+    return true;
+  });
 }
 
 ABaseLine Unflagged(const AUVXBaseLines& table, std::optional<int> source) {
@@ -97,7 +94,7 @@ std::string Partners(const ABaseLine& baselines, int antenna) {
 }  // namespace
 
 AResult FindClosedLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChain>& chains) {
-  const AUVXContents contents(from);
+  const AUVXContents& contents = from.contents();
   std::optional<int> source;
   if (!options.source.empty()) {
     int number = 0;

@@ -65,7 +65,8 @@ struct IntervalPart {
 /// options, not on the number of threads.
 class IntervalPlan {
  public:
-  IntervalPlan(AUVXInput& input, const IntervalOptions& options) : input_(input), options_(options), contents_(input) {}
+  IntervalPlan(AUVXInput& input, const IntervalOptions& options)
+      : input_(input), options_(options), contents_(input.contents()) {}
 
   /// Look the selections up, check the index, and cut.
   AResult Open();
@@ -104,7 +105,7 @@ class IntervalPlan {
 
   AUVXInput& input_;
   const IntervalOptions options_;
-  const AUVXContents contents_;
+  const AUVXContents& contents_;
   std::vector<IntervalStream> streams_;
   std::map<std::pair<int, int>, int> places_;  // of sources and setups in streams_
   IntervalClock clock_;

@@ -182,8 +182,7 @@ AResult IntervalWorker::TakeRecord(const char* bytes, int record) {
   AUVXGroup group;
   std::memcpy(static_cast<void*>(&group), bytes, AUVXGroup::kBytes);
   if (group.source != expected_.source || group.frqsel != expected_.setup) {
-    return AResult::Fail(shape_.input.path() + ": record " + std::to_string(record) +
-                         " is of another source or setup than the index table NX says");
+    return shape_.plan.contents().IndexDenies(record, group);
   }
   // Records of one time stamp follow each other.
   if (isNewScan_ || group.date != date_) {

@@ -22,9 +22,9 @@ RecordReader::RecordReader(AUVXInput& input)
 
 int RecordReader::Read(int first, int end) {
   const int count = std::min(end - first, capacity_);
-  const int64 bytes = int64{count} * recordBytes_;
   const int64 position = dataOffset_ + int64{first} * recordBytes_;
-  return file_.ReadAt(position, block_.get(), bytes) == bytes ? count : 0;
+  const int64 read = file_.ReadAt(position, block_.get(), int64{count} * recordBytes_);
+  return read > 0 ? static_cast<int>(read / recordBytes_) : 0;
 }
 
 AResult VisitRecords(AUVXInput& input, const JobOptions& options,

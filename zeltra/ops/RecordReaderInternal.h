@@ -17,7 +17,7 @@ class RecordReader {
 
   int recordBytes() const { return recordBytes_; }
   /// Read records from `first` on, as many as the block holds and none from `end` on.
-  /// @return how many there are at records(), at least 1 where first < end; 0 if they cannot be read
+  /// @return how many there are at records(), fewer where the file ends early; 0 if not even the first can be read
   int Read(int first, int end);
   /// The records last read, one after the other as in the file: 26 bytes of AUVXGroup, then the values.
   const char* records() const { return block_.get(); }

@@ -2,10 +2,13 @@
 #include "zeltra/ops/SelectedVisibilities.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
+#include <optional>
 
 #include "zeltra/core/Text.h"
-#include "zeltra/readers/AUVXRead.h"
+#include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 
 namespace zeltra {
@@ -28,6 +31,7 @@ bool IsFinite(const AUVXComplex& value) {
 }  // namespace
 
 AResult SelectedVisibilities::Select(const UVXSelection& selection, Preference preference) {
+  if (AResult result = contents_.CheckLists(); !result) return result;
   if (AResult result = contents_.CheckIndex(input_); !result) return result;
   if (AResult result = SelectSource(selection.source); !result) return result;
   if (AResult result = SelectStokes(selection.stokes, preference); !result) return result;
@@ -91,18 +95,35 @@ AResult SelectedVisibilities::SelectFrequencies(const UVXSelection& selection) {
 
 AResult SelectedVisibilities::ForEach(const JobOptions& options, const char* step, const Visitor& visit) {
   SendProgressText(options.progress, step);
-  AUVXRead reader(&input_.uvx(), source_.id, options.progress);
-  AUVXVisibility values(input_.uvx());
-  AUVXGroup group;
-  int record = -1, records = 0;
-  while (reader.GetUVGVis(group, values, record)) {
-    if (IsCancelled(options)) return AResult::Cancel(input_.path() + ": cancelled before its last record");
-    ++records;
-    if (group.flag != 0 || group.ant1 == group.ant2) continue;
-    Visit(group, *reader.GetFreqs(), values, visit);
+  std::optional<AUVXFreqs> frequencies;
+  int setup = 0;  // that they are of
+  return WalkRecords(input_, options, {{source_.id}, {}}, [&](const WalkedRecord& record) {
+    const AUVXGroup& group = record.group;
+    if (group.flag != 0 || group.ant1 == group.ant2) return true;
+    if (!frequencies || setup != group.freqSel()) {
+      setup = group.freqSel();
+      frequencies.emplace(input_.uvx(), setup);
+    }
+    Visit(record, *frequencies, visit);
+    return true;
+  });
+}
+
+AResult SelectedVisibilities::FindBusiestAntenna(const JobOptions& options, int& antenna) {
+  std::array<int64, 256> counts = {};
+  AResult result = ForEach(options, "Counting baselines...", [&](const SelectedVisibility& visibility) {
+    ++counts[static_cast<uint8_t>(visibility.group->ant1)];
+    ++counts[static_cast<uint8_t>(visibility.group->ant2)];
+  });
+  int64 most = 0;
+  antenna = -1;
+  for (int i = 0; i < 256; ++i) {
+    const int64 count = counts[static_cast<size_t>(i)];
+    if (count <= most || contents_.antennas().IndexForID(i) < 0) continue;
+    most = count;
+    antenna = i;
   }
-  if (records == reader.count()) return AResult::Ok();
-  return AResult::Fail(input_.path() + ": cannot be read to the last record of source " + std::to_string(source_.id));
+  return result;
 }
 
 std::string SelectedVisibilities::unit() const {
@@ -117,19 +138,22 @@ AResult SelectedVisibilities::NothingValid() const {
                        " has no valid visibility of two antennas in " + names);
 }
 
-void SelectedVisibilities::Visit(const AUVXGroup& group, const AUVXFreqs& frequencies, const AUVXVisibility& values,
-                                 const Visitor& visit) const {
+void SelectedVisibilities::Visit(const WalkedRecord& record, const AUVXFreqs& frequencies, const Visitor& visit) const {
+  const AUVXFile& uvx = input_.uvx();
+  const int channels = uvx.channels(), stokes = uvx.stokes();
+  const AUVXGroup& group = record.group;
   SelectedVisibility visibility = {&group, 0, 0, 0, 0, {}};
   for (int i = IFs_.first; i < IFs_.end; ++i) {
     for (int c = channels_.first; c < channels_.end; ++c) {
-      const int point = values.channels() * i + c;
+      const int point = channels * i + c;
       visibility.frequency = point < frequencies.count() ? frequencies(point) : 0;
       visibility.u = group.u() * visibility.frequency;
       visibility.v = group.v() * visibility.frequency;
       // A row of "FQ" may lack an IF, whose frequencies are not numbers then.
       if (!(visibility.frequency > 0) || !std::isfinite(visibility.u) || !std::isfinite(visibility.v)) continue;
+      const AUVXComplex* values = record.values + static_cast<ptrdiff_t>(point) * stokes;
       for (int s = 0; s < mixes_.count(); ++s) {
-        visibility.value = mixes_(s).GetVisible(values(point), 0);
+        visibility.value = mixes_(s).GetVisible(values, 0);
         if (!visibility.value.isValid() || !IsFinite(visibility.value)) continue;
         visibility.stokes = s;
         visit(visibility);

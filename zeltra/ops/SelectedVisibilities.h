@@ -14,11 +14,11 @@
 #include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"
-#include "zeltra/uvx/AUVXVisibility.h"
 
 namespace zeltra {
 
 class AUVXFreqs;
+struct WalkedRecord;
 
 /// What is asked for.
 struct UVXSelection {
@@ -49,7 +49,7 @@ class ZELTRA_API SelectedVisibilities {
   enum Preference { TotalIntensity, ParallelHands };
 
   /// @param input  an open file, which must outlive the object
-  explicit SelectedVisibilities(AUVXInput& input) : input_(input), contents_(input) {}
+  explicit SelectedVisibilities(AUVXInput& input) : input_(input), contents_(input.contents()) {}
 
   /// Look up what is asked for. @return a failure that tells what there is instead, or what is wrong with the index
   AResult Select(const UVXSelection& selection, Preference preference);
@@ -59,6 +59,10 @@ class ZELTRA_API SelectedVisibilities {
   /// @param step   named to the progress control, which counts from 0 to 100
   /// @return that the job was cancelled, or that a record cannot be read
   AResult ForEach(const JobOptions& options, const char* step, const Visitor& visit);
+
+  /// Find the antenna that most of the visibilities are of, among those that the file lists.
+  /// @param antenna  its number; -1 where there is no visibility
+  AResult FindBusiestAntenna(const JobOptions& options, int& antenna);
 
   /// A failure that tells that there is nothing to visit.
   AResult NothingValid() const;
@@ -80,11 +84,10 @@ class ZELTRA_API SelectedVisibilities {
   AResult SelectStokes(const std::vector<std::string>& wanted, Preference preference);
   AResult SelectFrequencies(const UVXSelection& selection);
   AResult Find(const std::string& name, AStokesMix& mix) const;
-  void Visit(const AUVXGroup& group, const AUVXFreqs& frequencies, const AUVXVisibility& values,
-             const Visitor& visit) const;
+  void Visit(const WalkedRecord& record, const AUVXFreqs& frequencies, const Visitor& visit) const;
 
   AUVXInput& input_;
-  const AUVXContents contents_;
+  const AUVXContents& contents_;
   AUVXSourceItem source_;
   AArray<AStokesMix> mixes_;
   Range IFs_, channels_;

@@ -7,27 +7,12 @@
 
 #include "apps/zeltra/plot/Plot.h"
 #include "zeltra/core/Units.h"
+#include "zeltra/ops/ClosureChoice.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 
 namespace zeltra::app {
 namespace {
-
-// The antenna that most records of a source name, whose triangles are the most telling ones; -1 if there is none.
-AResult BusiestAntenna(SelectedVisibilities& data, const JobOptions& options, int& antenna) {
-  std::vector<int64> counts(256);
-  AResult result = data.ForEach(options, "Counting baselines...", [&](const SelectedVisibility& visibility) {
-    ++counts[static_cast<uint8_t>(visibility.group->ant1)];
-    ++counts[static_cast<uint8_t>(visibility.group->ant2)];
-  });
-  // The table may lack antennas, which cannot be asked for.
-  for (int i = 0; i < 256; ++i) {
-    if (data.contents().antennas().IndexForID(i) < 0) counts[static_cast<size_t>(i)] = 0;
-  }
-  const auto most = std::max_element(counts.begin(), counts.end());
-  antenna = *most > 0 ? static_cast<int>(most - counts.begin()) : -1;
-  return result;
-}
 
 class ClosurePlot {
  public:
@@ -40,7 +25,7 @@ class ClosurePlot {
   std::string NameOf(int key) const;
 
   AUVXInput& input_;
-  PlotOptions options_;
+  const PlotOptions options_;
   SelectedVisibilities data_;
   ClosureOptions closure_;
   int antenna_ = -1;
@@ -70,31 +55,17 @@ AResult ClosurePlot::Run(std::string& svg) {
 }
 
 AResult ClosurePlot::LookUp() {
-  UVXSelection& selection = options_.selection;
-  selection.IF = std::max(selection.IF, 0);
-  selection.channel = std::max(selection.channel, 0);
+  const UVXSelection& selection = options_.selection;
   if (selection.stokes.size() > 1) return AResult::Fail(input_.path() + ": closure phases are of one polarisation");
-  if (AResult result = data_.Select(selection, SelectedVisibilities::ParallelHands); !result) return result;
-  if (selection.stokes.empty()) {
-    // Antennas shift the phases of the two hands differently, so that closure holds for each hand alone.
-    selection.stokes = {data_.mixes()(0).asShortString()};
-    if (AResult result = data_.Select(selection, SelectedVisibilities::ParallelHands); !result) return result;
-  }
-  if (options_.antenna.empty()) {
-    if (AResult result = BusiestAntenna(data_, options_, antenna_); !result) return result;
-    if (antenna_ < 0) return data_.NothingValid();
-  } else if (AResult result = data_.contents().FindAntenna(options_.antenna, antenna_); !result) {
-    return result;
-  }
   static_cast<JobOptions&>(closure_) = options_;
-  // As it was named: the number of one source may be the name of another.
   closure_.source = selection.source;
-  closure_.antenna = std::to_string(antenna_);
-  closure_.stokes = selection.stokes.front();
-  closure_.IF = selection.IF;
-  closure_.channel = selection.channel;
+  closure_.antenna = options_.antenna;
+  if (!selection.stokes.empty()) closure_.stokes = selection.stokes.front();
+  closure_.IF = std::max(selection.IF, 0);
+  closure_.channel = std::max(selection.channel, 0);
   closure_.interval = options_.interval;
-  return AResult::Ok();
+  if (AResult result = SettleClosure(data_, closure_); !result) return result;
+  return data_.contents().FindAntenna(closure_.antenna, antenna_);
 }
 
 AResult ClosurePlot::ForEachPoint(const PlotTaker& take) {

@@ -60,10 +60,7 @@ std::string PlotTitle(const SelectedVisibilities& data, double frequency, double
 }
 
 std::string AntennaName(const AUVXContents& contents, int number) {
-  const AUVXAntenns& antennas = contents.antennas();
-  const int place = antennas.IndexForID(number);
-  const std::string name = place >= 0 ? PlainText(antennas(place).Name()) : "";
-  return name.empty() ? std::to_string(number) : name;
+  return PlainText(contents.AntennaName(number));
 }
 
 std::string PlainText(std::string text) {

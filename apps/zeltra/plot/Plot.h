@@ -69,7 +69,7 @@ ChartAxis PhaseAxis(const std::string& title);
 /// What stands above a plot: source, polarisations, frequency and date, as far as they are known.
 std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate);
 
-/// The name of an antenna, or its number where it has none.
+/// The name of an antenna, or its number where it has none, in ASCII.
 std::string AntennaName(const AUVXContents& contents, int number);
 
 /// `text` in ASCII, with question marks for all else: text from a file may hold any bytes.

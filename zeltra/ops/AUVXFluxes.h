@@ -1,17 +1,16 @@
 // How strong the signal is on every baseline of a file.
 // SPDX-License-Identifier: MIT
-#ifndef ZELTRA_READERS_AUVXFLUXES_H_
-#define ZELTRA_READERS_AUVXFLUXES_H_
+#ifndef ZELTRA_OPS_AUVXFLUXES_H_
+#define ZELTRA_OPS_AUVXFLUXES_H_
 
 #include <vector>
 
-#include "zeltra/core/CancelFlag.h"
-#include "zeltra/platform/ProgressCtrl.h"
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
+#include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 
 namespace zeltra {
-
-class AUVXFile;
 
 /// Amplitudes of one baseline in one polarisation, over all times, IFs and channels, in the unit of the file's data.
 struct AUVXFluxItem {
@@ -26,14 +25,9 @@ struct AUVXFluxItem {
 /// numbers are finite.
 class ZELTRA_API AUVXFluxes {
  public:
-  AUVXFluxes() = default;
-  explicit AUVXFluxes(AUVXFile& file) { Create(file, nullptr, nullptr); }
-
-  /// Read all records of `file` once.
-  /// @param progress    may be null
-  /// @param cancelFlag  may be null; non-zero stops at the next record
-  /// @return 0 when cancelled, or when not all records that the file promises can be read: the lists are then empty
-  int Create(AUVXFile& file, CProgressCtrl* progress, const ACancelFlag* cancelFlag);
+  /// Read all records of `input` once, as they lie; the file needs no index.
+  /// @return that the job was cancelled, or that a record cannot be read: the lists are then empty
+  AResult Create(AUVXInput& input, const JobOptions& options);
 
   /// The baselines of the records.
   const AUVXBaseLines& baselines() const { return baselines_; }
@@ -52,4 +46,4 @@ class ZELTRA_API AUVXFluxes {
 
 }  // namespace zeltra
 
-#endif  // ZELTRA_READERS_AUVXFLUXES_H_
+#endif  // ZELTRA_OPS_AUVXFLUXES_H_

@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/RecordWalk.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/RecordReaderInternal.h"
+
+namespace zeltra {
+namespace {
+
+// Reading this much takes no longer than a request that begins behind it.
+constexpr int kReadOverBytes = 1 << 17;
+
+// The numbers of records from `first` to `end` - 1.
+struct Stretch {
+  int first, end;
+};
+
+// Reads stretches of records block by block.
+class BlockWalk {
+ public:
+  /// @param records  how many there are to read, for the progress
+  BlockWalk(AUVXInput& input, const JobOptions& options, int64 records)
+      : path_(input.path()),
+        options_(options),
+        records_(records),
+        reader_(input),
+        values_(static_cast<size_t>(reader_.recordBytes() - AUVXGroup::kBytes) / sizeof(AUVXComplex)) {
+    SendProgressRange(options.progress);
+  }
+
+  /// Give the records of a stretch to `take`, each with the place of its values, until it returns false, which ends
+  /// the whole walk.
+  template <typename Take>
+  AResult Read(Stretch stretch, const Take& take);
+  bool isEnded() const { return isEnded_; }
+
+  /// The values at `values`, there or in a copy.
+  const AUVXComplex* Aligned(const char* values);
+
+ private:
+  const std::string path_;
+  const JobOptions options_;
+  const int64 records_;
+  RecordReader reader_;
+  std::vector<AUVXComplex> values_;
+  int64 done_ = 0;
+  int lastPercent_ = -1;
+  bool isEnded_ = false;
+};
+
+// Every second record begins between the places where a float may lie.
+const AUVXComplex* BlockWalk::Aligned(const char* values) {
+  if (reinterpret_cast<std::uintptr_t>(values) % alignof(AUVXComplex) == 0) {
+    return reinterpret_cast<const AUVXComplex*>(values);
+  }
+  if (!values_.empty()) std::memcpy(static_cast<void*>(values_.data()), values, values_.size() * sizeof(AUVXComplex));
+  return values_.data();
+}
+
+template <typename Take>
+AResult BlockWalk::Read(Stretch stretch, const Take& take) {
+  WalkedRecord record;
+  for (int next = stretch.first; next < stretch.end;) {
+    if (IsCancelled(options_)) return AResult::Cancel(path_ + ": cancelled before its last record");
+    const int count = reader_.Read(next, stretch.end);
+    if (count == 0) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(next));
+    const char* bytes = reader_.records();
+    for (int i = 0; i < count; ++i, bytes += reader_.recordBytes()) {
+      record.index = next + i;
+      std::memcpy(static_cast<void*>(&record.group), bytes, AUVXGroup::kBytes);
+      if (take(record, bytes + AUVXGroup::kBytes)) continue;
+      isEnded_ = true;
+      return AResult::Ok();
+    }
+    next += count;
+    done_ += count;
+    SendProgress(options_.progress, std::min(done_, records_), records_, lastPercent_);
+  }
+  return AResult::Ok();
+}
+
+// The selected records by the index: the scans that are read in one go, and which of their records are wanted.
+class IndexWalk {
+ public:
+  IndexWalk(AUVXInput& input, const RecordSelection& selection)
+      : input_(input), contents_(input.contents()), scans_(contents_.scans()), selection_(selection) {}
+
+  AResult Run(const JobOptions& options, const RecordVisitor& visit);
+
+ private:
+  bool IsWanted(int scan) const;
+  int64 Count() const;
+  int LastInOneGo(int first) const;
+  const AUVXPositionItem& ScanOf(int record);
+
+  AUVXInput& input_;
+  const AUVXContents& contents_;
+  const AUVXPosition& scans_;
+  const RecordSelection& selection_;
+  int scan_ = 0;  // that the last record belonged to
+  bool isWanted_ = false;
+};
+
+bool IndexWalk::IsWanted(int scan) const {
+  const auto has = [](const std::vector<int>& numbers, int number) {
+    return numbers.empty() || std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+  };
+  return has(selection_.sources, scans_(scan).sourceId) && has(selection_.setups, scans_(scan).freqId);
+}
+
+int64 IndexWalk::Count() const {
+  int64 records = 0;
+  for (int i = 0; i < scans_.count(); ++i) {
+    if (IsWanted(i)) records += scans_(i).endVis - scans_(i).startVis + 1;
+  }
+  return records;
+}
+
+int IndexWalk::LastInOneGo(int first) const {
+  const int readOver = kReadOverBytes / input_.uvx().recSize();
+  int last = first;
+  for (int i = first + 1; i < scans_.count() && scans_(i).startVis - scans_(last).endVis <= readOver + 1; ++i) {
+    if (IsWanted(i)) last = i;
+  }
+  return last;
+}
+
+const AUVXPositionItem& IndexWalk::ScanOf(int record) {
+  if (record >= scans_(scan_).endVis) {
+    while (record >= scans_(scan_).endVis) ++scan_;
+    isWanted_ = IsWanted(scan_);
+  }
+  return scans_(scan_);
+}
+
+AResult IndexWalk::Run(const JobOptions& options, const RecordVisitor& visit) {
+  if (AResult result = contents_.CheckScans(); !result) return result;
+  const int64 records = Count();
+  if (records == 0) return AResult::Ok();
+  BlockWalk walk(input_, options, records);
+  AResult denied = AResult::Ok();
+  const auto take = [&](WalkedRecord& record, const char* values) {
+    const AUVXPositionItem& scan = ScanOf(record.index);
+    if (record.group.sourceNo() != scan.sourceId || record.group.freqSel() != scan.freqId) {
+      denied = contents_.IndexDenies(record.index, record.group);
+      return false;
+    }
+    if (!isWanted_) return true;
+    record.values = walk.Aligned(values);
+    return visit(record);
+  };
+  for (int i = 0; i < scans_.count() && !walk.isEnded(); ++i) {
+    if (!IsWanted(i)) continue;
+    scan_ = i;
+    isWanted_ = true;
+    const int first = scans_(i).startVis - 1;
+    i = LastInOneGo(i);
+    if (AResult result = walk.Read({first, scans_(i).endVis}, take); !result) return result;
+  }
+  return denied;
+}
+
+}  // namespace
+
+AResult WalkRecords(AUVXInput& input, const JobOptions& options, int first, int end, const RecordVisitor& visit) {
+  if (first >= end) return AResult::Ok();
+  if (AResult result = input.CheckRecordSize(); !result) return result;
+  BlockWalk walk(input, options, int64{end} - first);
+  return walk.Read({first, end}, [&](WalkedRecord& record, const char* values) {
+    record.values = walk.Aligned(values);
+    return visit(record);
+  });
+}
+
+AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordSelection& selection,
+                    const RecordVisitor& visit) {
+  if (AResult result = input.CheckRecordSize(); !result) return result;
+  return IndexWalk(input, selection).Run(options, visit);
+}
+
+}  // namespace zeltra
