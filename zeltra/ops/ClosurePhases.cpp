@@ -78,7 +78,7 @@ class Closer {
 };
 
 AResult Closer::LookUp() {
-  const AUVXContents contents(from_);
+  const AUVXContents& contents = from_.contents();
   if (!options_.antenna.empty()) {
     int number = 0;
     if (AResult result = contents.FindAntenna(options_.antenna, number); !result) return result;

@@ -50,6 +50,7 @@ AResult IntervalPlan::Open() {
     return AResult::Fail(input_.path() + ": cannot be cut into intervals of " + valToStr(interval) +
                          " s: they take 0.001 s at least, -1 makes one of every time stamp");
   }
+  if (AResult result = contents_.CheckLists(); !result) return result;
   if (AResult result = FindStreams(); !result) return result;
   if (AResult result = SetClock(); !result) return result;
   if (AResult result = FindStretches(); !result) return result;
