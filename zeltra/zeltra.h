@@ -46,6 +46,7 @@
 #include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
+#include "zeltra/numeric/Astrometry.h"
 #include "zeltra/numeric/GRandom.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/AUVXFluxes.h"

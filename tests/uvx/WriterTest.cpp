@@ -79,6 +79,7 @@ TEST(UVXWriter, LeavesNoFileUnlessFinished) {
   AUVXGroup* group = writer.BeginRecord();
   ASSERT_TRUE(group);
   *group = AUVXGroup();
+  group->source = group->frqsel = -1;  // as a damaged file may have it
   EXPECT_NE(writer.Finish().message().find("not complete"), std::string::npos);
 }
 

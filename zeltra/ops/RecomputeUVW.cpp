@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstring>
 #include <map>
-#include <numbers>
 
 #include "zeltra/core/Units.h"
+#include "zeltra/numeric/Astrometry.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/RecordReaderInternal.h"
@@ -17,32 +17,12 @@
 namespace zeltra {
 namespace {
 
-constexpr double kJ2000 = 2451545.0;         // Julian dates
-constexpr double kB1950 = 2433282.42345905;  // the Besselian epoch
-constexpr double kDaysPerCentury = 36525.0;
-
-double JulianDateOfEpoch(double epoch) {
-  return epoch == 1950 ? kB1950 : kJ2000 + (epoch - 2000) * kDaysPerCentury / 100;
-}
-
-// Make the apparent coordinates those of the mean equinox of a date (Lieske et al. 1977, A&A 58, 1, table 5).
+// Make the apparent coordinates, which are those of the source's epoch, those of the mean equinox of a date.
 void Precess(AUVXSourceItem& source, double julianDate) {
-  const double from = JulianDateOfEpoch(std::fabs(source.epoch));
-  const double T = (from - kJ2000) / kDaysPerCentury;
-  const double t = (julianDate - from) / kDaysPerCentury;
-  const double linear = (2306.2181 + (1.39656 - 0.000139 * T) * T) * t;
-  const double zeta = (linear + (0.30188 - 0.000344 * T) * t * t + 0.017998 * t * t * t) * kRadiansPerArcsecond;
-  const double z = (linear + (1.09468 + 0.000066 * T) * t * t + 0.018203 * t * t * t) * kRadiansPerArcsecond;
-  const double theta =
-      ((2004.3109 - (0.85330 + 0.000217 * T) * T) * t - (0.42665 + 0.000217 * T) * t * t - 0.041833 * t * t * t) *
-      kRadiansPerArcsecond;
-  const double ra = source.raApp * kRadiansPerDegree + zeta;
-  const double dec = source.decApp * kRadiansPerDegree;
-  const double x = std::cos(theta) * std::cos(dec) * std::cos(ra) - std::sin(theta) * std::sin(dec);
-  const double y = std::cos(dec) * std::sin(ra);
-  const double sine = std::sin(theta) * std::cos(dec) * std::cos(ra) + std::cos(theta) * std::sin(dec);
-  source.raApp = (std::atan2(y, x) + z) / kRadiansPerDegree;
-  source.decApp = std::asin(std::clamp(sine, -1.0, 1.0)) / kRadiansPerDegree;
+  const ASkyPosition given = {source.raApp * kRadiansPerDegree, source.decApp * kRadiansPerDegree};
+  const ASkyPosition turned = Precessed(given, JulianDateOfEquinox(std::fabs(source.epoch)), julianDate);
+  source.raApp = turned.ra / kRadiansPerDegree;
+  source.decApp = turned.dec / kRadiansPerDegree;
 }
 
 class UVWCopy {

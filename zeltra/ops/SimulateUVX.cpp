@@ -11,6 +11,7 @@
 
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
+#include "zeltra/numeric/Astrometry.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -34,14 +35,10 @@ constexpr double kPolarised = 0.05;   // share of linearly polarised light
 constexpr double kVectorAngle = kPi / 6;
 constexpr double kAxisOffset = 2.13;  // of the antennas' mounts, metres
 
-struct Vector {
-  double x, y, z;
-};
-
 struct Station {
   const char* name;
-  Vector position;  // metres
-  double sefd;      // system equivalent flux density, Jy
+  AVector position;  // metres
+  double sefd;       // system equivalent flux density, Jy
 };
 
 // Positions are geocentric and right-handed (x to Greenwich, z to the north pole), of the ITRF, as NRAO publishes them
@@ -85,37 +82,9 @@ class Random {
   std::uint64_t state_;
 };
 
-// Greenwich mean sidereal time, radians (Aoki et al. 1982, A&A 105, 359), of a Julian date whose UT1 is its UTC.
-double SiderealTime(double jd) {
-  const double midnight = std::floor(jd - 0.5) + 0.5;
-  const double t = (midnight - 2451545.0) / 36525.0;
-  const double atMidnight = 24110.54841 + t * (8640184.812866 + t * (0.093104 - t * 6.2e-6));
-  const double seconds = atMidnight + (jd - midnight) * kSecondsPerDay * 1.002737909350795;
-  return std::fmod(seconds, kSecondsPerDay) * (2 * kPi / kSecondsPerDay);
+AVector InSeconds(const AVector& metres) {
+  return {metres.x / kSpeedOfLight, metres.y / kSpeedOfLight, metres.z / kSpeedOfLight};
 }
-
-// The matrix that turns metres on the Earth into u, v, w in seconds: eq. 4.1 of Thompson, Moran & Swenson with the hour
-// angle at Greenwich.
-class Projection {
- public:
-  Projection(double jd, const SimulatedSource& source) {
-    const double hourAngle = SiderealTime(jd) - source.ra * (kPi / 180);
-    const double dec = source.dec * (kPi / 180);
-    sinH_ = std::sin(hourAngle);
-    cosH_ = std::cos(hourAngle);
-    sinD_ = std::sin(dec);
-    cosD_ = std::cos(dec);
-  }
-
-  Vector operator()(const Vector& p) const {
-    const double toMeridian = cosH_ * p.x - sinH_ * p.y;
-    return {(sinH_ * p.x + cosH_ * p.y) / kSpeedOfLight, (cosD_ * p.z - sinD_ * toMeridian) / kSpeedOfLight,
-            (sinD_ * p.z + cosD_ * toMeridian) / kSpeedOfLight};
-  }
-
- private:
-  double sinH_, cosH_, sinD_, cosD_;
-};
 
 class Simulator {
  public:
@@ -217,11 +186,12 @@ void Simulator::DrawPhases() {
 
 AResult Simulator::WriteIntegration(int source, double seconds) {
   const double date = kDate + seconds / kSecondsPerDay;
-  const Projection project(date, kSimulatedSources[source - 1]);
+  const SimulatedSource& sky = kSimulatedSources[source - 1];
+  const UVWProjection project(SiderealTime(date) - sky.ra * kRadiansPerDegree, sky.dec * kRadiansPerDegree);
   for (int station1 = 0; station1 < options_.antennas; ++station1) {
-    const Vector uvw1 = project(kStations[station1].position);
+    const AVector uvw1 = InSeconds(project(kStations[station1].position));
     for (int station2 = station1 + 1; station2 < options_.antennas; ++station2) {
-      const Vector uvw2 = project(kStations[station2].position);
+      const AVector uvw2 = InSeconds(project(kStations[station2].position));
       AUVXGroup group;
       group.flag = flags_.Bits() % 1024 == 0;
       group.frqsel = 1;
@@ -288,7 +258,7 @@ std::unique_ptr<AUVXTable> Simulator::Antennas() const {
   table->AddColumn("STAXOF", "METERS", "1E");
   for (const char* key : {"ARRAYX", "ARRAYY", "ARRAYZ"}) table->AddKeyWord(key, "0", true);
   table->AddKeyWord("GSTIA0", valToStr(SiderealTime(kDate) * (180 / kPi)), true);
-  table->AddKeyWord("DEGPDY", valToStr(360 * 1.002737909350795), true);
+  table->AddKeyWord("DEGPDY", valToStr(360 * kSiderealDaysPerDay), true);
   table->AddKeyWord("FREQ", valToStr(kFrequency), true);
   table->AddKeyWord("RDATE", "2020-03-20", false);
   for (const char* key : {"POLARX", "POLARY", "UT1UTC", "DATUTC"}) table->AddKeyWord(key, "0", true);

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "zeltra/core/Units.h"
+#include "zeltra/numeric/Astrometry.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"
@@ -16,12 +17,10 @@ constexpr double kCenturiesPerDay = 2.7378507871321012e-5;  // reciprocal of 365
 constexpr double kTurnPerDay = 6.300387731018544;           // of the Earth, radians per day of universal time
 constexpr double kSecondsPerMetre = 3.3356404846685622e-9;  // reciprocal of the rounded speed of light
 
-struct Vector {
-  double x, y, z;
-};
-
-// Mean sidereal time at Greenwich of a Julian date, radians: that of 0 h, and the turn since.
-double SiderealTime(double date) {
+// Mean sidereal time at Greenwich of a Julian date, radians: that of 0 h, and the turn since. The constants are part of
+// the definition: those of 0 h are rounded, and a day has 1 + 1/365.25 turns, 4e-7 radians less than in SiderealTime.
+// With the exact ones results would no longer be those that hosts have stored.
+double DefinedSiderealTime(double date) {
   const double day = std::trunc(date);
   const double midnight = date - day >= 0.5 ? day + 0.5 : day - 0.5;
   const double T = (midnight - kJ2000) * kCenturiesPerDay;
@@ -30,9 +29,9 @@ double SiderealTime(double date) {
   return atMidnight + (date - midnight) * kTurnPerDay;
 }
 
-Vector Position(const AUVXAntenns& antennas, int index, int rotate) {
+AVector Position(const AUVXAntenns& antennas, int index, int rotate) {
   const AUVXTlscItem& antenna = antennas(index);
-  const Vector p = {antennas.ArrayX() + antenna.x, antennas.ArrayY() + antenna.y, antennas.ArrayZ() + antenna.z};
+  const AVector p = {antennas.ArrayX() + antenna.x, antennas.ArrayY() + antenna.y, antennas.ArrayZ() + antenna.z};
   if (!rotate) return p;
   const double longitude = std::atan2(antennas.ArrayY(), antennas.ArrayX());
   const double c = std::cos(longitude);
@@ -47,21 +46,16 @@ void CalculateUVW(AUVXGroup& group, AUVXAntenns& antennas, int index1, int index
   const auto held = [&](int index) { return index >= 0 && index < antennas.count(); };
   if (!held(index1) || !held(index2)) return;
 
-  const double S = SiderealTime(group.uvTime());
-  const Vector first = Position(antennas, index1, rotate);
-  const Vector second = Position(antennas, index2, rotate);
-  const double dx = first.x - second.x;
-  const double dy = first.y - second.y;
-  const double Bx = dx * std::cos(S) + dy * std::sin(S);
-  const double By = dx * std::sin(S) - dy * std::cos(S);
-  const double Bz = first.z - second.z;
-
   const double ra = source.raApp * kPi / 180.0;
   const double dec = source.decApp * kPi / 180.0;
-  const double along = std::sin(ra) * By + std::cos(ra) * Bx;
-  group.uu = static_cast<float>(kSecondsPerMetre * (std::cos(ra) * By - std::sin(ra) * Bx));
-  group.vv = static_cast<float>(kSecondsPerMetre * (std::cos(dec) * Bz - std::sin(dec) * along));
-  group.ww = static_cast<float>(kSecondsPerMetre * (std::cos(dec) * along + std::sin(dec) * Bz));
+  const UVWProjection project(DefinedSiderealTime(group.uvTime()) - ra, dec);
+  const AVector first = Position(antennas, index1, rotate);
+  const AVector second = Position(antennas, index2, rotate);
+  // Positions are left-handed here: y points to 90 degrees west.
+  const AVector uvw = project({first.x - second.x, second.y - first.y, first.z - second.z});
+  group.uu = static_cast<float>(kSecondsPerMetre * uvw.x);
+  group.vv = static_cast<float>(kSecondsPerMetre * uvw.y);
+  group.ww = static_cast<float>(kSecondsPerMetre * uvw.z);
 }
 
 }  // namespace zeltra

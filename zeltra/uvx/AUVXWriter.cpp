@@ -200,12 +200,16 @@ AResult AUVXWriter::EndRecords() {
   TakePending();
   CheckValues();
   if (!output_->block.Flush()) return output_->file.WriteError();
-  const int64 end = uvx.GetPos();
+  return EndHeader(uvx.GetPos());
+}
+
+// Write the header, which has to tell where the records end.
+AResult AUVXWriter::EndHeader(int64 recordsEnd) {
   if (AResult result = WriteHeader(); !result) return result;
-  if (end != uvx.DataOffset() + int64{records_} * uvx.recSize()) {
-    return AResult::Fail(path_ + ": its last record is not complete");
-  }
-  return AResult::Ok();
+  const AUVXFile& uvx = output_->uvx;
+  if (recordsEnd == uvx.DataOffset() + int64{records_} * uvx.recSize()) return AResult::Ok();
+  Discard();
+  return AResult::Fail(path_ + ": its records are not complete, or not of the shape that its header tells");
 }
 
 AResult AUVXWriter::AddTable(AUVXTable& table) {
@@ -236,7 +240,7 @@ AResult AUVXWriter::AddBaseLines() {
 
 AResult AUVXWriter::Finish() {
   if (!output_) return Why();
-  AResult result = tablesEnd_ == 0 ? EndRecords() : WriteHeader();
+  AResult result = tablesEnd_ == 0 ? EndRecords() : EndHeader(output_->uvx.TableDirectoryOffset());
   if (!result) return result;
   if (tablesEnd_ > 0) directory_.store(output_->uvx);
   if (!output_->file.file().good()) return output_->file.WriteError();
@@ -247,6 +251,8 @@ AResult AUVXWriter::Finish() {
 }
 
 void AUVXWriter::Discard() {
+  group_ = nullptr;
+  reserved_ = 0;
   output_.reset();
 }
 

@@ -109,7 +109,7 @@ class ZELTRA_API AUVXWriter {
   // What is remembered of the record before.
   struct Predecessor {
     double date = 0;
-    int source = -1, setup = -1;
+    int source = 1 << 16, setup = 0;  // no record has this source
   };
 
   void ForgetRecords();
@@ -119,6 +119,7 @@ class ZELTRA_API AUVXWriter {
   void Register(const AUVXGroup& group, double seconds);
   void CheckValues();
   AResult EndRecords();
+  AResult EndHeader(int64 recordsEnd);
   AResult WriteHeader();
 
   std::string path_;
