@@ -45,6 +45,7 @@ void ExpectPlainResults() {
     expect(Select(v >= w, v, w), [](T p, T q) { return p >= q ? p : q; });
     expect(Select((v == v) & (w != w), v, w), [](T p, T q) { return p == p && q != q ? p : q; });
     expect(Select((v == v) | (w != w), v, w), [](T p, T q) { return p == p || q != q ? p : q; });
+    expect(a[1] * w, [&](T, T q) { return a[1] * q; });
     expect(All<Vector>(a[1]), [&](T, T) { return a[1]; });
   }
 }

@@ -30,7 +30,8 @@
 
 namespace zeltra {
 
-// The operators + - * /, & | and == != < <= > >= take two vectors of one type and work lane by lane; v[i] is a lane.
+// The operators + - * /, & | and == != < <= > >= take two vectors of one type and work lane by lane; v[i] is a lane. A
+// factor may be a number, which compilers load into all lanes at once, better than All() does for them.
 // A comparison gives a mask: a vector of integers as wide as the lanes, -1 where it holds and 0 elsewhere. Both forms
 // do the same operations in the same order, so that their results have the same bits (but for those of a NaN).
 
@@ -115,6 +116,12 @@ struct PlainVector {
   }
   friend PlainVector operator*(const PlainVector& a, const PlainVector& b) {
     return Each([&](int i) { return a[i] * b[i]; });
+  }
+  friend PlainVector operator*(T a, const PlainVector& b) {
+    return Each([&](int i) { return a * b[i]; });
+  }
+  friend PlainVector operator*(const PlainVector& a, T b) {
+    return Each([&](int i) { return a[i] * b; });
   }
   friend PlainVector operator/(const PlainVector& a, const PlainVector& b) {
     return Each([&](int i) { return a[i] / b[i]; });

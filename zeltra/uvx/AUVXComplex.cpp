@@ -8,6 +8,7 @@
 
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/fits/FITSBytesInternal.h"
+#include "zeltra/platform/VectorsInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra {
@@ -33,8 +34,7 @@ bool CheckOneByOne(const AUVXComplex* values, int64 count, TMnMx* ranges) {
 ///
 /// Four complexes are three vectors of four floats, so that each place of them always holds the same kind of value.
 bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], float (&high)[3]) {
-  using Four = float __attribute__((vector_size(16)));
-  Four x[3], lows[3], highs[3];
+  Float4 x[3], lows[3], highs[3];
   std::memcpy(x, values, sizeof x);
   std::copy_n(x, 3, lows);
   std::copy_n(x, 3, highs);
@@ -42,9 +42,9 @@ bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], floa
   for (int64 i = 0; i < count; i += 4) {
     std::memcpy(x, values + i, sizeof x);
     for (int k = 0; k < 3; ++k) {
-      lows[k] = x[k] < lows[k] ? x[k] : lows[k];
-      highs[k] = x[k] > highs[k] ? x[k] : highs[k];
-      ordered &= x[k] == x[k];
+      lows[k] = Select(x[k] < lows[k], x[k], lows[k]);
+      highs[k] = Select(x[k] > highs[k], x[k], highs[k]);
+      ordered = ordered & (x[k] == x[k]);
     }
   }
   if (!(ordered[0] & ordered[1] & ordered[2] & ordered[3])) return false;
