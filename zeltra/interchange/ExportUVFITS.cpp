@@ -9,6 +9,7 @@
 #include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/fits/FITSCards.h"
+#include "zeltra/fits/FITSHeaderWriterInternal.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
@@ -16,7 +17,6 @@
 namespace zeltra {
 namespace {
 
-constexpr int kCardBytes = kFITSCard;
 constexpr int kBytesPerStep = 12 * 1024;
 
 // Split a time, relative to the zero of the first DATE parameter, into two floats whose sum in double precision is the
@@ -47,14 +47,13 @@ class Exporter {
   bool LacksParameter(const AUVXGroup& group);
   int EncodeParameters(const AUVXGroup& group, float* parameters) const;
   bool CopyValues(BlockReader& reader, BlockWriter& writer) const;
-  bool Pad();
 
   const std::string from_, to_;
   const JobOptions options_;
   AFile input_;
   AUVXFile uvx_;
   OutputFile output_;
-  char firstCard_[kCardBytes] = {};
+  char firstCard_[kFITSCard] = {};
   double dateZero_ = 0;
   bool withSource_ = false;
   bool withFlag_ = false;
@@ -84,11 +83,11 @@ AResult Exporter::Run() {
   }
   if (!result) return result;
   CheckedFile& file = output_.file();
-  if (!Pad()) return output_.WriteError();
+  if (!PadFITSData(file, file.Tell())) return output_.WriteError();
   if (!uvx_.ToFITSTables(file)) {
     return file.good() ? AResult::Fail(from_ + ": a table is damaged") : output_.WriteError();
   }
-  if (!file.Seek(0) || !file.Write(firstCard_, kCardBytes)) return output_.WriteError();
+  if (!file.Seek(0) || !file.Write(firstCard_, kFITSCard)) return output_.WriteError();
   return output_.Commit();
 }
 
@@ -100,9 +99,9 @@ AResult Exporter::WriteHeader() {
                        : output_.WriteError();
   }
   const int64 dataStart = file.Tell();
-  char nothing[kCardBytes] = {};
-  const bool written = file.Seek(0) && file.Read(firstCard_, kCardBytes) && file.Seek(0) &&
-                       file.Write(nothing, kCardBytes) && file.Seek(dataStart);
+  char nothing[kFITSCard] = {};
+  const bool written = file.Seek(0) && file.Read(firstCard_, kFITSCard) && file.Seek(0) &&
+                       file.Write(nothing, kFITSCard) && file.Seek(dataStart);
   return written && file.good() ? AResult::Ok() : output_.WriteError();
 }
 
@@ -175,13 +174,6 @@ bool Exporter::CopyValues(BlockReader& reader, BlockWriter& writer) const {
     left -= bytes;
   }
   return true;
-}
-
-// Fill the data up to a whole block with zeros.
-bool Exporter::Pad() {
-  char zeros[kFITSBlock] = {};
-  const int beyond = static_cast<int>(output_.file().Tell() % kFITSBlock);
-  return beyond == 0 || output_.file().Write(zeros, kFITSBlock - beyond);
 }
 
 }  // namespace
