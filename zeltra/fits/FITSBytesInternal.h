@@ -64,6 +64,38 @@ double FITSNumber(const char* raw) {
   return static_cast<double>(value);
 }
 
+/// Call `use` with a number of the type that takes `valueBytes` in a file (BITPIX / 8), of those that random parameters
+/// are written in: BITPIX -32, 16 and 32.
+/// @return false, without a call, for other types
+template <typename Use>
+bool WithParameterType(int valueBytes, Use use) {
+  switch (valueBytes) {
+    case -4:
+      return use(float{}), true;
+    case 2:
+      return use(std::int16_t{}), true;
+    case 4:
+      return use(std::int32_t{}), true;
+    default:
+      return false;
+  }
+}
+
+/// The same for all types of FITS.
+template <typename Use>
+bool WithFITSType(int valueBytes, Use use) {
+  switch (valueBytes) {
+    case -8:
+      return use(double{}), true;
+    case 1:
+      return use(std::uint8_t{}), true;
+    case 8:
+      return use(std::int64_t{}), true;
+    default:
+      return WithParameterType(valueBytes, use);
+  }
+}
+
 }  // namespace zeltra
 
 #endif  // ZELTRA_FITS_FITSBYTESINTERNAL_H_

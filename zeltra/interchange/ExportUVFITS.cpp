@@ -12,6 +12,7 @@
 #include "zeltra/fits/FITSHeaderWriterInternal.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXGroupInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra {
@@ -45,7 +46,7 @@ class Exporter {
   AResult WriteHeader();
   Pass WriteGroups(AResult& result);
   bool LacksParameter(const AUVXGroup& group);
-  int EncodeParameters(const AUVXGroup& group, float* parameters) const;
+  ParameterForm FormOf(const AUVXGroup& group) const;
   bool CopyValues(BlockReader& reader, BlockWriter& writer) const;
 
   const std::string from_, to_;
@@ -121,7 +122,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
     if (record) group.load(record);
     if (record && LacksParameter(group)) return Pass::ParameterMissing;
     float parameters[9];
-    const int bytes = EncodeParameters(group, parameters);
+    const int bytes = EncodeParameters(group, FormOf(group), parameters);
     char* to = record ? writer.Reserve(bytes) : nullptr;
     if (to) std::memcpy(to, parameters, static_cast<size_t>(bytes));
     if (!to || !CopyValues(reader, writer)) {
@@ -145,23 +146,13 @@ bool Exporter::LacksParameter(const AUVXGroup& group) {
   return lacks;
 }
 
-/// @return bytes in use of `parameters`, which are big-endian
-int Exporter::EncodeParameters(const AUVXGroup& group, float* parameters) const {
-  float* next = parameters;
-  *next++ = group.uu;
-  *next++ = group.vv;
-  *next++ = group.ww;
-  *next++ = static_cast<float>(static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2));
-  SplitTime(group.date, dateZero_, next[0], next[1]);
-  next += 2;
-  if (withSource_) {
-    *next++ = group.source;
-    *next++ = group.frqsel;
-  }
-  if (withFlag_) *next++ = group.flag;
-  const size_t count = static_cast<size_t>(next - parameters);
-  Swap32(parameters, parameters, count);
-  return static_cast<int>(count * sizeof(float));
+ParameterForm Exporter::FormOf(const AUVXGroup& group) const {
+  ParameterForm form = {};
+  form.baseline = static_cast<float>(static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2));
+  SplitTime(group.date, dateZero_, form.date1, form.date2);
+  form.withSourceAndFreqSel = withSource_;
+  form.withFlag = withFlag_;
+  return form;
 }
 
 bool Exporter::CopyValues(BlockReader& reader, BlockWriter& writer) const {

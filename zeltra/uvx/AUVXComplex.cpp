@@ -120,24 +120,11 @@ void DecodeFITSValues(const AFITS& fits, const char* raw, AUVXComplex* values, i
   AFITSmain* header = fits.main();
   const double scale = header ? header->bscale() : 1;
   const double zero = header ? header->bzero() : 0;
-  switch (header ? header->valueBytes() : 0) {
-    case -4:
-      // The way of nearly every file: floats as they are, bit for bit.
-      if (scale == 1 && zero == 0) return Swap32(values, raw, 3 * static_cast<size_t>(count));
-      return DecodeScaled<float>(raw, scale, zero, values, count);
-    case -8:
-      return DecodeScaled<double>(raw, scale, zero, values, count);
-    case 1:
-      return DecodeScaled<uint8_t>(raw, scale, zero, values, count);
-    case 2:
-      return DecodeScaled<int16_t>(raw, scale, zero, values, count);
-    case 4:
-      return DecodeScaled<int32_t>(raw, scale, zero, values, count);
-    case 8:
-      return DecodeScaled<int64_t>(raw, scale, zero, values, count);
-    default:
-      std::fill_n(values, count, AUVXComplex(0, 0, 0));
-  }
+  const int valueBytes = header ? header->valueBytes() : 0;
+  // The way of nearly every file: floats as they are, bit for bit.
+  if (valueBytes == -4 && scale == 1 && zero == 0) return Swap32(values, raw, 3 * static_cast<size_t>(count));
+  const auto decode = [&](auto type) { DecodeScaled<decltype(type)>(raw, scale, zero, values, count); };
+  if (!WithFITSType(valueBytes, decode)) std::fill_n(values, count, AUVXComplex(0, 0, 0));
 }
 
 template class AArray<AUVXComplex>;
