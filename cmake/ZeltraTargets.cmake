@@ -6,6 +6,7 @@ function(zeltra_compile_options target)
                          $<$<BOOL:${ZELTRA_WERROR}>:-Werror>)
   # Results must not depend on whether a processor can fuse a multiplication with an addition.
   target_compile_options(${target} PRIVATE -ffp-contract=off)
+  target_compile_definitions(${target} PRIVATE $<$<BOOL:${ZELTRA_PLAIN_VECTORS}>:ZELTRA_PLAIN_VECTORS>)
   if(ZELTRA_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${ZELTRA_SANITIZE} -fno-sanitize-recover=all
                            -fno-omit-frame-pointer)

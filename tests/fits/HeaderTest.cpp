@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "tests/support/OpenFITS.h"
@@ -153,6 +154,43 @@ TEST(FITSHeader, ReadsThousandsOfCardsAndStopsAfterEND) {
   EXPECT_EQ(file.Tell(), header.headerEnd());
   const std::string bytes = fits.Bytes();
   EXPECT_EQ(bytes.substr(static_cast<size_t>(header.headerEnd()) - 80, 4), "END ");
+  std::string cards;
+  for (int i = 0; i < header.CardCount(); ++i) cards += header.CardText(i);
+  EXPECT_EQ(cards, bytes.substr(0, static_cast<size_t>(header.headerEnd())));
+  ParseFITSstr card;
+  ASSERT_TRUE(header.FindCard("NAXIS2", card));
+  EXPECT_EQ(card.strPar(), "3");
+  EXPECT_FALSE(header.FindCard("NAXIS9", card));
+}
+
+/// Cards without an end, of which a read after the first `whole` bytes moves a single byte.
+class EndlessCards : public AFile {
+ public:
+  explicit EndlessCards(int64 whole) : whole_(whole) {}
+  int Read(void* buf, int n) override {
+    const bool isWhole = position_ + n <= whole_;
+    if (isWhole) std::memset(buf, ' ', static_cast<size_t>(n));
+    position_ += isWhole ? n : 1;
+    return 1;
+  }
+  int ReadL(void* buf, int64 n) override { return Read(buf, static_cast<int>(n)); }
+  int Seek(const int64& position) override { return position_ = position, 1; }
+  int64 Tell() override { return position_; }
+  int64 GetFileSize() override { return int64{1} << 40; }
+
+ private:
+  int64 whole_, position_ = 0;
+};
+
+TEST(FITSHeader, IsRefusedWhereItHasNoEndOrCannotBeRead) {
+  EndlessCards endless(int64{1} << 40), damaged(5760);
+  for (EndlessCards* file : {&endless, &damaged}) {
+    AFITSmain header(file);
+    EXPECT_FALSE(header.ReadHeader());
+    EXPECT_EQ(header.CardCount(), 0);
+  }
+  EXPECT_LE(endless.Tell(), (64 << 20) + 2880);
+  EXPECT_EQ(damaged.Tell(), 5761);
 }
 
 TEST(FITSWalk, FindsExtensionsInFileOrder) {

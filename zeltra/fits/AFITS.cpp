@@ -68,25 +68,9 @@ double AFITS::ReadAndTransform() {
   const int bytes = main_ ? std::abs(main_->valueBytes()) : 0;
   if (bytes < 1 || bytes > static_cast<int>(sizeof raw)) return kUnsupported;
   if (!ReadWhole(*file_, raw, bytes)) return kUnsupported;
-  switch (main_->valueBytes()) {
-    case -4: {
-      float value;
-      Swap32(&value, raw, 1);
-      return value;
-    }
-    case 2: {
-      std::int16_t value;
-      Swap16(&value, raw, 1);
-      return value;
-    }
-    case 4: {
-      std::int32_t value;
-      Swap32(&value, raw, 1);
-      return value;
-    }
-    default:
-      return kUnsupported;
-  }
+  double value = kUnsupported;
+  WithParameterType(main_->valueBytes(), [&](auto type) { value = FITSNumber<decltype(type)>(raw); });
+  return value;
 }
 
 int AFITS::LengthOf(const char* axisName) const {

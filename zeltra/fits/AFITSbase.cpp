@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <utility>
 
 #include "zeltra/fits/FITSCardReaderInternal.h"
 #include "zeltra/fits/FITSCards.h"
@@ -12,11 +13,6 @@ namespace zeltra {
 namespace {
 
 constexpr auto Hash = ParseFITSstr::Hash;
-
-// `bytes` rounded up to whole blocks.
-int64 WholeBlocks(int64 bytes) {
-  return (bytes / kFITSBlock + (bytes % kFITSBlock != 0)) * kFITSBlock;
-}
 
 }  // namespace
 
@@ -117,19 +113,38 @@ int AFITSbase::ReadHeader() {
   nextHeader_ = -1;
   isRefused_ = false;
   largestCount_ = 0;
+  cards_ = {};
   if (!file_) return 0;
-  FITSCardReader cards(*file_);
-  headerStart_ = cards.Position();
-  std::string text;
+  FITSCardReader reader(*file_);
+  headerStart_ = reader.Position();
+  std::string text, cards;
   do {
-    if (!cards.Next(text)) return 0;
+    if (!reader.Next(text) || static_cast<int64>(cards.size()) > kFITSMostHeaderBytes - kFITSCard) return 0;
+    cards += text;
     card_.Parse(text);
     Dispatch(card_.GetHash());
   } while (card_.GetHash() != Hash("END"));
-  headerEnd_ = cards.Position();
+  cards.shrink_to_fit();
+  cards_ = std::move(cards);
+  headerEnd_ = reader.Position();
   // Every axis and every field of a table has a card of its own, so larger counts are not to be believed.
   const int64 room = WholeBlocks(headerEnd_ - headerStart_) / kFITSCard;
   return largestCount_ <= room && file_->Seek(headerEnd_) && LocateData();
+}
+
+std::string_view AFITSbase::CardText(int i) const {
+  return std::string_view(cards_).substr(static_cast<size_t>(i) * kFITSCard, kFITSCard);
+}
+
+bool AFITSbase::FindCard(const std::string& key, ParseFITSstr& card) const {
+  std::string field = key;
+  field.resize(kFITSKeyword, ' ');
+  for (int i = 0; i < CardCount(); ++i) {
+    if (CardText(i).substr(0, kFITSKeyword) != field) continue;
+    card.Parse(std::string(CardText(i)));
+    return true;
+  }
+  return false;
 }
 
 int AFITSbase::SeekToNext() {

@@ -4,10 +4,12 @@
 #define ZELTRA_FITS_AFITSBASE_H_
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zeltra/core/AFile.h"
 #include "zeltra/core/AMatrix.h"
+#include "zeltra/fits/FITSCards.h"
 #include "zeltra/fits/ParseFITSstr.h"
 
 namespace zeltra {
@@ -45,7 +47,7 @@ class ZELTRA_API AFITSbase {
   /// Read a header from the current file position; the file is then positioned after the END card.
   /// @return 0 if the file ends before END, or if the header is one whose data cannot be addressed: counts that are
   ///         negative or beyond 999 axes or table fields, or beyond the cards that the header's blocks have room for,
-  ///         negative lengths, a group that is too large for an int
+  ///         negative lengths, a group that is too large for an int; also if it is longer than kFITSMostHeaderBytes
   int ReadHeader();
 
   /// Move the file to the next header. @return 1 if there is data, 0 at the end of the file
@@ -70,6 +72,14 @@ class ZELTRA_API AFITSbase {
   double& pscal(int i) { return pscal_[static_cast<size_t>(i)]; }  ///< PSCALn, 1 if there was no such card
   double& pzero(int i) { return pzero_[static_cast<size_t>(i)]; }  ///< PZEROn, 0 if there was no such card
   std::string& ptype(int i) { return ptype_[static_cast<size_t>(i)]; }
+
+  // The cards as they stand in the file, HISTORY and COMMENT among them, from the first one to END. There are none
+  // until a header was read to its END.
+  int CardCount() const { return static_cast<int>(cards_.size() / kFITSCard); }
+  /// A card counted from 0: 80 characters, valid until the next ReadHeader().
+  std::string_view CardText(int i) const;
+  /// Take the first card apart whose keyword, with its index, is `key`. @return false if there is none
+  bool FindCard(const std::string& key, ParseFITSstr& card) const;
 
   int64 headerStart() const { return headerStart_; }  ///< file position of the first card
   int64 headerEnd() const { return headerEnd_; }      ///< file position after the END card
@@ -106,6 +116,7 @@ class ZELTRA_API AFITSbase {
   int64 nextHeader_ = -1;
   int largestCount_ = 0;  // of axes or table fields, as claimed
   bool isRefused_ = false;
+  std::string cards_;
 };
 
 /// The primary header of a random-groups file.

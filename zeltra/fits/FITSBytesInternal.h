@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "zeltra/platform/VectorsInternal.h"
+
 namespace zeltra {
 
 // Each of the following reverses the bytes of `count` words from `from` into `to`, which may be the same place or
@@ -26,18 +28,11 @@ inline void Swap16(void* to, const void* from, size_t count) {
 /// Four words at a time: every visibility passes through here, and this is three times as fast as one by one. Compilers
 /// do not find it themselves, because plain SSE2 has no byte shuffle.
 inline void Swap32(void* to, const void* from, size_t count) {
-  using FourWords = std::uint32_t __attribute__((vector_size(16)));
-  using EightHalves = std::uint16_t __attribute__((vector_size(16)));
   auto* out = static_cast<char*>(to);
   const auto* in = static_cast<const char*>(from);
   size_t i = 0;
   for (; i + 4 <= count; i += 4) {
-    FourWords words;
-    std::memcpy(&words, in + 4 * i, sizeof words);
-    words = (words << 16) | (words >> 16);
-    const auto halves = reinterpret_cast<EightHalves>(words);
-    words = reinterpret_cast<FourWords>((halves << 8) | (halves >> 8));
-    std::memcpy(out + 4 * i, &words, sizeof words);
+    Store(out + 4 * i, ReverseBytes(Load<Word4>(in + 4 * i)));
   }
   for (; i < count; ++i) {
     std::uint32_t word;
@@ -67,6 +62,38 @@ double FITSNumber(const char* raw) {
   if constexpr (sizeof value == 4) Swap32(&value, raw, 1);
   if constexpr (sizeof value == 8) Swap64(&value, raw, 1);
   return static_cast<double>(value);
+}
+
+/// Call `use` with a number of the type that takes `valueBytes` in a file (BITPIX / 8), of those that random parameters
+/// are written in: BITPIX -32, 16 and 32.
+/// @return false, without a call, for other types
+template <typename Use>
+bool WithParameterType(int valueBytes, Use use) {
+  switch (valueBytes) {
+    case -4:
+      return use(float{}), true;
+    case 2:
+      return use(std::int16_t{}), true;
+    case 4:
+      return use(std::int32_t{}), true;
+    default:
+      return false;
+  }
+}
+
+/// The same for all types of FITS.
+template <typename Use>
+bool WithFITSType(int valueBytes, Use use) {
+  switch (valueBytes) {
+    case -8:
+      return use(double{}), true;
+    case 1:
+      return use(std::uint8_t{}), true;
+    case 8:
+      return use(std::int64_t{}), true;
+    default:
+      return WithParameterType(valueBytes, use);
+  }
 }
 
 }  // namespace zeltra

@@ -17,9 +17,11 @@ bool FITSCardReader::Fill() {
   if (position_ < 0 || fileSize_ - position_ < kFITSCard) return false;
   const auto wholeCards =
       static_cast<int>(std::min<int64>((fileSize_ - position_) / kFITSCard, kFITSBlock / kFITSCard));
+  used_ = held_ = 0;
+  // After a short read the block would still hold cards of the one before.
+  if (!ReadWhole(file_, block_, wholeCards * kFITSCard)) return false;
   held_ = wholeCards * kFITSCard;
-  used_ = 0;
-  return file_.Read(block_, held_) != 0;
+  return true;
 }
 
 }  // namespace zeltra

@@ -10,7 +10,6 @@ namespace zeltra {
 namespace {
 
 // Offsets in the card, one less than the columns that FITS counts.
-constexpr size_t kKeywordWidth = 8;
 constexpr size_t kEquals = 8;
 constexpr size_t kValue = 10;
 constexpr size_t kNumberEnd = 30;
@@ -35,7 +34,7 @@ void FormatCard(char* buffer, const std::string& keyword, const std::string& val
   std::memset(buffer, ' ', kFITSCard);
   buffer[kEquals] = '=';
   buffer[kComment] = '/';
-  keyword.copy(buffer, kKeywordWidth);
+  keyword.copy(buffer, kFITSKeyword);
   if (numeric) {
     const size_t start = value.size() > kNumberEnd - kValue ? kValue : kNumberEnd - value.size();
     value.copy(buffer + start, kFITSCard - start);

@@ -7,12 +7,22 @@
 #include <string>
 
 #include "zeltra/platform/Export.h"
+#include "zeltra/platform/Types.h"
 
 namespace zeltra {
 
 inline constexpr int kFITSCard = 80;       ///< bytes of a header card
+inline constexpr int kFITSKeyword = 8;     ///< bytes of its keyword
 inline constexpr int kFITSBlock = 2880;    ///< bytes of a block: headers and data are padded to whole blocks
 inline constexpr int kFITSMaxIndex = 999;  ///< largest index of a keyword (FITS standard 4.0, sections 4.4.1 and 7.3.1)
+
+/// The most bytes of one header: a thousand times what is found in the field.
+inline constexpr int64 kFITSMostHeaderBytes = int64{64} << 20;
+
+/// `bytes` rounded up to whole blocks.
+constexpr int64 WholeBlocks(int64 bytes) {
+  return (bytes / kFITSBlock + (bytes % kFITSBlock != 0)) * kFITSBlock;
+}
 
 /// Values that an export writes as they stand: BSCALE and BZERO in the form of "%.11E", ...
 inline constexpr char kFITSScaleOne[] = "1.00000000000E+00";

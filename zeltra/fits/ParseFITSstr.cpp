@@ -5,11 +5,11 @@
 #include <limits>
 
 #include "zeltra/core/Text.h"
+#include "zeltra/fits/FITSCards.h"
 
 namespace zeltra {
 namespace {
 
-constexpr size_t kKeywordWidth = 8;
 constexpr size_t kValueStart = 9;  // the blank after "="
 
 bool IsDigit(char c) {
@@ -40,7 +40,7 @@ void ParseFITSstr::Parse(const std::string& card) {
   isString_ = 0;
   number_ = -1;
 
-  const std::string_view keyword = text.substr(0, kKeywordWidth);
+  const std::string_view keyword = text.substr(0, kFITSKeyword);
   const size_t keyEnd = keyword.find_last_not_of(' ') + 1;
   size_t digits = keyEnd;
   while (digits > 0 && IsDigit(keyword[digits - 1])) --digits;

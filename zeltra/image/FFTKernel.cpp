@@ -5,8 +5,9 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <numbers>
+
+#include "zeltra/platform/VectorsInternal.h"
 
 // The textbook transform (bit reversal, then radix-2 butterflies with growing half-size h) does the same arithmetic on
 // every line. Here each lane of a vector register holds another line, so that a butterfly of the textbook is one of
@@ -24,11 +25,8 @@ namespace zeltra {
 namespace {
 
 using Complex = std::complex<double>;
-using Vector2 [[gnu::vector_size(16)]] = double;
-using Vector4 [[gnu::vector_size(32)]] = double;
-using FloatPair [[gnu::vector_size(8)]] = float;
 
-/// 16 KiB of rows of Vector4, half of a usual L1 cache.
+/// 16 KiB of rows of Double4, half of a usual L1 cache.
 constexpr int kRowsInCache = 256;
 
 /// Memory is asked for so many rows ahead: neighbours along a column may lie pages apart, which no processor foresees.
@@ -46,64 +44,57 @@ constexpr int kLanes = sizeof(Vector) / sizeof(double);
 
 // Everything down to TransformRows is forced inline, to be compiled for the instruction set of its caller.
 
-[[gnu::always_inline]] inline Vector2 Load(const std::complex<double>* from) {
-  Vector2 value;
-  std::memcpy(&value, from, sizeof value);
-  return value;
+ZELTRA_INLINE Double2 LoadPair(const std::complex<double>* from) {
+  return Load<Double2>(from);
 }
 
-[[gnu::always_inline]] inline Vector2 Load(const std::complex<float>* from) {
-  FloatPair value;
-  std::memcpy(&value, from, sizeof value);
-  return __builtin_convertvector(value, Vector2);
+ZELTRA_INLINE Double2 LoadPair(const std::complex<float>* from) {
+  return Convert<Double2>(Load<Float2>(from));
 }
 
-[[gnu::always_inline]] inline void Store(std::complex<double>* to, Vector2 value) {
-  std::memcpy(static_cast<void*>(to), &value, sizeof value);
+ZELTRA_INLINE void StorePair(std::complex<double>* to, const Double2& value) {
+  Store(to, value);
 }
 
-[[gnu::always_inline]] inline void Store(std::complex<float>* to, Vector2 value) {
-  const FloatPair narrow = __builtin_convertvector(value, FloatPair);
-  std::memcpy(static_cast<void*>(to), &narrow, sizeof narrow);
+ZELTRA_INLINE void StorePair(std::complex<float>* to, const Double2& value) {
+  Store(to, Convert<Float2>(value));
 }
 
 template <typename Real>
-[[gnu::always_inline]] inline void LoadRow(std::complex<Real>* const* lane, std::ptrdiff_t at, Row<Vector2>& row) {
-  const Vector2 a = Load(lane[0] + at);
-  const Vector2 b = Load(lane[1] + at);
-  row.re = __builtin_shufflevector(a, b, 0, 2);
-  row.im = __builtin_shufflevector(a, b, 1, 3);
+ZELTRA_INLINE void LoadRow(std::complex<Real>* const* lane, std::ptrdiff_t at, Row<Double2>& row) {
+  const Double2 a = LoadPair(lane[0] + at);
+  const Double2 b = LoadPair(lane[1] + at);
+  row.re = Shuffle<0, 2>(a, b);
+  row.im = Shuffle<1, 3>(a, b);
 }
 
 template <typename Real>
-[[gnu::always_inline]] inline void LoadRow(std::complex<Real>* const* lane, std::ptrdiff_t at, Row<Vector4>& row) {
-  const Vector4 a = __builtin_shufflevector(Load(lane[0] + at), Load(lane[2] + at), 0, 1, 2, 3);
-  const Vector4 b = __builtin_shufflevector(Load(lane[1] + at), Load(lane[3] + at), 0, 1, 2, 3);
-  row.re = __builtin_shufflevector(a, b, 0, 4, 2, 6);
-  row.im = __builtin_shufflevector(a, b, 1, 5, 3, 7);
+ZELTRA_INLINE void LoadRow(std::complex<Real>* const* lane, std::ptrdiff_t at, Row<Double4>& row) {
+  const Double4 a = Shuffle<0, 1, 2, 3>(LoadPair(lane[0] + at), LoadPair(lane[2] + at));
+  const Double4 b = Shuffle<0, 1, 2, 3>(LoadPair(lane[1] + at), LoadPair(lane[3] + at));
+  row.re = Shuffle<0, 4, 2, 6>(a, b);
+  row.im = Shuffle<1, 5, 3, 7>(a, b);
 }
 
 template <typename Real>
-[[gnu::always_inline]] inline void StoreRow(std::complex<Real>* const* lane, std::ptrdiff_t at,
-                                            const Row<Vector2>& row) {
-  Store(lane[0] + at, __builtin_shufflevector(row.re, row.im, 0, 2));
-  Store(lane[1] + at, __builtin_shufflevector(row.re, row.im, 1, 3));
+ZELTRA_INLINE void StoreRow(std::complex<Real>* const* lane, std::ptrdiff_t at, const Row<Double2>& row) {
+  StorePair(lane[0] + at, Shuffle<0, 2>(row.re, row.im));
+  StorePair(lane[1] + at, Shuffle<1, 3>(row.re, row.im));
 }
 
 template <typename Real>
-[[gnu::always_inline]] inline void StoreRow(std::complex<Real>* const* lane, std::ptrdiff_t at,
-                                            const Row<Vector4>& row) {
-  const Vector4 a = __builtin_shufflevector(row.re, row.im, 0, 4, 2, 6);
-  const Vector4 b = __builtin_shufflevector(row.re, row.im, 1, 5, 3, 7);
-  Store(lane[0] + at, __builtin_shufflevector(a, a, 0, 1));
-  Store(lane[1] + at, __builtin_shufflevector(b, b, 0, 1));
-  Store(lane[2] + at, __builtin_shufflevector(a, a, 2, 3));
-  Store(lane[3] + at, __builtin_shufflevector(b, b, 2, 3));
+ZELTRA_INLINE void StoreRow(std::complex<Real>* const* lane, std::ptrdiff_t at, const Row<Double4>& row) {
+  const Double4 a = Shuffle<0, 4, 2, 6>(row.re, row.im);
+  const Double4 b = Shuffle<1, 5, 3, 7>(row.re, row.im);
+  StorePair(lane[0] + at, Shuffle<0, 1>(a, a));
+  StorePair(lane[1] + at, Shuffle<0, 1>(b, b));
+  StorePair(lane[2] + at, Shuffle<2, 3>(a, a));
+  StorePair(lane[3] + at, Shuffle<2, 3>(b, b));
 }
 
 /// a, b := a + w b, a - w b
 template <typename Vector>
-[[gnu::always_inline]] inline void Butterfly(Row<Vector>& a, Row<Vector>& b, const Complex& w) {
+ZELTRA_INLINE void Butterfly(Row<Vector>& a, Row<Vector>& b, const Complex& w) {
   const Vector re = w.real() * b.re - w.imag() * b.im;
   const Vector im = w.real() * b.im + w.imag() * b.re;
   b.re = a.re - re;
@@ -114,7 +105,7 @@ template <typename Vector>
 
 /// The stage of half-size h on rows x[0 .. n-1].
 template <typename Vector>
-[[gnu::always_inline]] inline void OneStage(Row<Vector>* x, int n, int h, const Complex* twiddles) {
+ZELTRA_INLINE void OneStage(Row<Vector>* x, int n, int h, const Complex* twiddles) {
   const Complex* const w = twiddles + (h - 1);
   for (int p = 0; p < n; p += 2 * h) {
     for (int k = 0; k < h; ++k) Butterfly(x[p + k], x[p + k + h], w[k]);
@@ -123,7 +114,7 @@ template <typename Vector>
 
 /// The stages of half-size h and 2h on rows x[0 .. n-1].
 template <typename Vector>
-[[gnu::always_inline]] inline void TwoStages(Row<Vector>* x, int n, int h, const Complex* twiddles) {
+ZELTRA_INLINE void TwoStages(Row<Vector>* x, int n, int h, const Complex* twiddles) {
   const Complex* const w1 = twiddles + (h - 1);
   const Complex* const w2 = twiddles + (2 * h - 1);
   for (int p = 0; p < n; p += 4 * h) {
@@ -147,7 +138,7 @@ template <typename Vector>
 
 /// The stages of half-size h, 2h, ... below n on rows x[0 .. n-1].
 template <typename Vector>
-[[gnu::always_inline]] inline void Stages(Row<Vector>* x, int n, int h, const Complex* twiddles) {
+ZELTRA_INLINE void Stages(Row<Vector>* x, int n, int h, const Complex* twiddles) {
   for (; h <= n / 4; h *= 4) TwoStages(x, n, h, twiddles);
   if (h < n) OneStage(x, n, h, twiddles);
 }
@@ -160,8 +151,8 @@ inline int NextReversed(int j, int n) {
 }
 
 template <typename Vector, typename Real>
-[[gnu::always_inline]] inline void TransformRows(const FFTLanes<Real>& lines, int n, double scale,
-                                                 const Complex* twiddles, void* work) {
+ZELTRA_INLINE void TransformRows(const FFTLanes<Real>& lines, int n, double scale, const Complex* twiddles,
+                                 void* work) {
   constexpr int kWidth = kLanes<Vector>;
   const int groups = (lines.lanes + kWidth - 1) / kWidth;
   // Lanes too many hold the last line once more: they compute and store the same values as its own lane.
@@ -174,7 +165,7 @@ template <typename Vector, typename Real>
   for (int i = 0, j = 0; i < n; ++i, j = NextReversed(j, n)) {
     const std::ptrdiff_t ahead = std::min(i + kRowsAhead, n - 1) * lines.step;
     for (int g = 0; g < groups; ++g) {
-      __builtin_prefetch(lane[g * kWidth] + ahead);
+      Prefetch(lane[g * kWidth] + ahead);
       Row<Vector> row;
       LoadRow(lane + g * kWidth, i * lines.step, row);
       Row<Vector>& to = x[std::ptrdiff_t{g} * n + j];
@@ -193,11 +184,11 @@ template <typename Vector, typename Real>
   }
 }
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(ZELTRA_PLAIN_VECTORS)
 template <typename Real>
 [[gnu::target("avx2")]] void TransformRowsAVX2(const FFTLanes<Real>& lines, int n, double scale,
                                                const Complex* twiddles, void* work) {
-  TransformRows<Vector4>(lines, n, scale, twiddles, work);
+  TransformRows<Double4>(lines, n, scale, twiddles, work);
 }
 #endif
 
@@ -225,20 +216,20 @@ std::vector<std::complex<double>> FFTTwiddles(int n, int dir) {
 }
 
 std::size_t FFTWorkBytes(int n, int lanes) {
-  const unsigned wholeGroups = std::bit_ceil(static_cast<unsigned>(std::max(lanes, kLanes<Vector2>)));
+  const unsigned wholeGroups = std::bit_ceil(static_cast<unsigned>(std::max(lanes, kLanes<Double2>)));
   return static_cast<size_t>(n) * wholeGroups * sizeof(Complex);
 }
 
 template <typename Real>
 void TransformLanes(const FFTLanes<Real>& lines, int n, double scale, const std::complex<double>* twiddles,
                     void* work) {
-#if defined(__x86_64__)
-  if (lines.lanes > kLanes<Vector2> && __builtin_cpu_supports("avx2")) {
+#if defined(__x86_64__) && !defined(ZELTRA_PLAIN_VECTORS)
+  if (lines.lanes > kLanes<Double2> && __builtin_cpu_supports("avx2")) {
     TransformRowsAVX2(lines, n, scale, twiddles, work);
     return;
   }
 #endif
-  TransformRows<Vector2>(lines, n, scale, twiddles, work);
+  TransformRows<Double2>(lines, n, scale, twiddles, work);
 }
 
 template void TransformLanes(const FFTLanes<float>&, int, double, const std::complex<double>*, void*);

@@ -2,17 +2,15 @@
 #include "zeltra/imaging/ImageFiles.h"
 
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
 #include "zeltra/core/BlockWriterInternal.h"
-#include "zeltra/core/Dates.h"
 #include "zeltra/core/OutputFilesInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/fits/FITSBytesInternal.h"
-#include "zeltra/fits/FITSCards.h"
+#include "zeltra/fits/FITSHeaderWriterInternal.h"
 #include "zeltra/image/AMapFile.h"
 
 namespace zeltra {
@@ -44,96 +42,51 @@ bool StorePrologue(const DirtyImage& image, AMapFile& file) {
   return header.Store(file) && file.PutMinMax(ranges);
 }
 
-// The header of a FITS image, collected card by card.
-class Header {
- public:
-  void Number(const std::string& key, double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.12E", value);
-    Card(key, FixExponent(text), 1);
-  }
-  void Integer(const std::string& key, int value) { Card(key, std::to_string(value), 1); }
-  void Logical(const std::string& key) { Card(key, kFITSTrue, 1); }
-  void Text(const std::string& key, const std::string& value) {
-    if (!value.empty()) Card(key, Printable(value), 0);
-  }
-  void History(const std::string& text) { FormatHistoryCard(NewCard(), Printable(text)); }
-  void Axis(int axis, const std::string& type, double value, double delta, double pixel) {
-    const std::string number = std::to_string(axis);
-    Text("CTYPE" + number, type);
-    Number("CRVAL" + number, value);
-    Number("CDELT" + number, delta);
-    Number("CRPIX" + number, pixel);
-  }
-  /// The header as it stands in a file, with its END.
-  const std::string& Finish() {
-    std::memcpy(NewCard(), "END", 3);
-    bytes_.resize((bytes_.size() + kFITSBlock - 1) / kFITSBlock * kFITSBlock, ' ');
-    return bytes_;
-  }
-
- private:
-  // Headers hold printable ASCII only.
-  static std::string Printable(std::string text) {
-    for (char& c : text) c = c >= ' ' && c <= '~' ? c : '?';
-    return text;
-  }
-  char* NewCard() {
-    bytes_.append(kFITSCard, ' ');
-    return &bytes_[bytes_.size() - kFITSCard];
-  }
-  void Card(const std::string& key, const std::string& value, int numeric) {
-    FormatCard(NewCard(), key, value, numeric);
-  }
-
-  std::string bytes_;
-};
-
-std::string DateText(double jd) {
-  if (jd <= 0) return {};
-  const ACalendarDate date = CalendarDate(jd);
-  char text[40];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d", date.year, date.month, date.day);
-  return text;
+void AddAxis(FITSHeaderWriter& header, int axis, const std::string& type, double value, double delta, double pixel) {
+  const std::string number = std::to_string(axis);
+  header.AddText("CTYPE" + number, type);
+  header.AddRoundedNumber("CRVAL" + number, value);
+  header.AddRoundedNumber("CDELT" + number, delta);
+  header.AddRoundedNumber("CRPIX" + number, pixel);
 }
 
-std::string HeaderBytes(const DirtyImage& image) {
+FITSHeaderWriter FITSHeader(const DirtyImage& image) {
   const int size = image.map.Lines();
-  Header header;
-  header.Logical("SIMPLE");
-  header.Integer("BITPIX", -32);
-  header.Integer("NAXIS", 4);
-  header.Integer("NAXIS1", size);
-  header.Integer("NAXIS2", size);
-  header.Integer("NAXIS3", 1);
-  header.Integer("NAXIS4", 1);
-  header.Text("OBJECT", image.source);
-  header.Text("TELESCOP", image.telescope);
-  header.Text("OBSERVER", image.observer);
-  header.Text("DATE-OBS", DateText(image.dateObs));
-  if (image.dateObs > 0) header.Number("MJD-OBS", image.dateObs - kModifiedZero);
-  header.Text("BUNIT", image.unit);
+  FITSHeaderWriter header;
+  header.AddLogical("SIMPLE");
+  header.AddInteger("BITPIX", -32);
+  header.AddInteger("NAXIS", 4);
+  header.AddInteger("NAXIS1", size);
+  header.AddInteger("NAXIS2", size);
+  header.AddInteger("NAXIS3", 1);
+  header.AddInteger("NAXIS4", 1);
+  header.AddKnownText("OBJECT", image.source);
+  header.AddKnownText("TELESCOP", image.telescope);
+  header.AddKnownText("OBSERVER", image.observer);
+  header.AddDay("DATE-OBS", image.dateObs);
+  if (image.dateObs > 0) header.AddRoundedNumber("MJD-OBS", image.dateObs - kModifiedZero);
+  header.AddKnownText("BUNIT", image.unit);
   const double center = size / 2 + 1;
-  header.Axis(1, "RA---SIN", image.ra, -image.cell * kDegreesPerRadian, center);
-  header.Text("CUNIT1", "deg");
-  header.Axis(2, "DEC--SIN", image.dec, image.cell * kDegreesPerRadian, center);
-  header.Text("CUNIT2", "deg");
-  header.Axis(3, "FREQ", image.frequency, image.bandwidth > 0 ? image.bandwidth : 1, 1);
-  header.Text("CUNIT3", "Hz");
-  header.Axis(4, "STOKES", image.stokes.GetStokesID(), 1, 1);
+  AddAxis(header, 1, "RA---SIN", image.ra, -image.cell * kDegreesPerRadian, center);
+  header.AddText("CUNIT1", "deg");
+  AddAxis(header, 2, "DEC--SIN", image.dec, image.cell * kDegreesPerRadian, center);
+  header.AddText("CUNIT2", "deg");
+  AddAxis(header, 3, "FREQ", image.frequency, image.bandwidth > 0 ? image.bandwidth : 1, 1);
+  header.AddText("CUNIT3", "Hz");
+  AddAxis(header, 4, "STOKES", image.stokes.GetStokesID(), 1, 1);
   if (image.equinox > 0) {
-    header.Number("EQUINOX", image.equinox);
-    header.Text("RADESYS", image.equinox < kFirstFK5Year ? "FK4" : "FK5");
+    header.AddRoundedNumber("EQUINOX", image.equinox);
+    header.AddText("RADESYS", image.equinox < kFirstFK5Year ? "FK4" : "FK5");
   }
   if (image.shape.major > 0) {
-    header.Number("BMAJ", image.shape.major * kDegreesPerRadian);
-    header.Number("BMIN", image.shape.minor * kDegreesPerRadian);
-    header.Number("BPA", image.shape.angle);
+    header.AddRoundedNumber("BMAJ", image.shape.major * kDegreesPerRadian);
+    header.AddRoundedNumber("BMIN", image.shape.minor * kDegreesPerRadian);
+    header.AddRoundedNumber("BPA", image.shape.angle);
   }
-  header.History(std::string("zeltra: dirty image, ") +
-                 (image.weighting == ImageOptions::Uniform ? "uniform" : "natural") + " weighting");
-  header.History("zeltra: " + std::to_string(image.visibilities) + " visibilities, nothing deconvolved");
-  return header.Finish();
+  header.AddHistory(std::string("zeltra: dirty image, ") +
+                    (image.weighting == ImageOptions::Uniform ? "uniform" : "natural") + " weighting");
+  header.AddHistory("zeltra: " + std::to_string(image.visibilities) + " visibilities, nothing deconvolved");
+  return header;
 }
 
 AResult WriteMap(const DirtyImage& image, const AMatrix<float>& pixels, const OutputFile& output) {
@@ -144,21 +97,15 @@ AResult WriteMap(const DirtyImage& image, const AMatrix<float>& pixels, const Ou
 
 AResult WriteFITSImage(const DirtyImage& image, OutputFile& output) {
   BlockWriter writer(output.file());
-  const auto append = [&writer](int bytes, auto fill) {
-    char* room = writer.Reserve(bytes);
-    if (room) fill(room);
-  };
-  const std::string header = HeaderBytes(image);
-  append(static_cast<int>(header.size()), [&](char* room) { std::memcpy(room, header.data(), header.size()); });
+  if (!FITSHeader(image).Write(output.file())) return output.WriteError();
   const int size = image.map.LineLength();
   const int lineBytes = size * static_cast<int>(sizeof(float));
   for (int i = 0; i < image.map.Lines(); ++i) {
-    append(lineBytes, [&](char* room) { Swap32(room, image.map.Line(i), static_cast<size_t>(size)); });
+    char* room = writer.Reserve(lineBytes);
+    if (room) Swap32(room, image.map.Line(i), static_cast<size_t>(size));
   }
-  const int beyond = static_cast<int>(int64{lineBytes} * image.map.Lines() % kFITSBlock);
-  const int padding = (kFITSBlock - beyond) % kFITSBlock;
-  append(padding, [&](char* room) { std::memset(room, 0, static_cast<size_t>(padding)); });
-  return writer.Flush() ? AResult::Ok() : output.WriteError();
+  const bool isWritten = writer.Flush() && PadFITSData(output.file(), int64{lineBytes} * image.map.Lines());
+  return isWritten ? AResult::Ok() : output.WriteError();
 }
 
 }  // namespace

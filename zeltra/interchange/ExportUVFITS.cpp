@@ -11,14 +11,15 @@
 #include "zeltra/core/OutputFileInternal.h"
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/fits/FITSCards.h"
+#include "zeltra/fits/FITSHeaderWriterInternal.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXGroupInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra {
 namespace {
 
-constexpr int kCardBytes = kFITSCard;
 constexpr int kBytesPerStep = 12 * 1024;
 
 // Split a time, relative to the zero of the first DATE parameter, into two floats whose sum in double precision is the
@@ -47,16 +48,15 @@ class Exporter {
   AResult WriteHeader();
   Pass WriteGroups(AResult& result);
   bool LacksParameter(const AUVXGroup& group);
-  int EncodeParameters(const AUVXGroup& group, float* parameters) const;
+  ParameterForm FormOf(const AUVXGroup& group) const;
   bool CopyValues(BlockReader& reader, BlockWriter& writer) const;
-  bool Pad();
 
   const std::string from_, to_;
   const JobOptions options_;
   AFile input_;
   AUVXFile uvx_;
   OutputFile output_;
-  char firstCard_[kCardBytes] = {};
+  char firstCard_[kFITSCard] = {};
   double dateZero_ = 0;
   bool withSource_ = false;
   bool withFlag_ = false;
@@ -86,11 +86,11 @@ AResult Exporter::Run() {
   }
   if (!result) return result;
   CheckedFile& file = output_.file();
-  if (!Pad()) return output_.WriteError();
+  if (!PadFITSData(file, file.Tell())) return output_.WriteError();
   if (!uvx_.ToFITSTables(file)) {
     return file.good() ? AResult::Fail(from_ + ": a table is damaged") : output_.WriteError();
   }
-  if (!file.Seek(0) || !file.Write(firstCard_, kCardBytes)) return output_.WriteError();
+  if (!file.Seek(0) || !file.Write(firstCard_, kFITSCard)) return output_.WriteError();
   return output_.Commit();
 }
 
@@ -102,9 +102,9 @@ AResult Exporter::WriteHeader() {
                        : output_.WriteError();
   }
   const int64 dataStart = file.Tell();
-  char nothing[kCardBytes] = {};
-  const bool written = file.Seek(0) && file.Read(firstCard_, kCardBytes) && file.Seek(0) &&
-                       file.Write(nothing, kCardBytes) && file.Seek(dataStart);
+  char nothing[kFITSCard] = {};
+  const bool written = file.Seek(0) && file.Read(firstCard_, kFITSCard) && file.Seek(0) &&
+                       file.Write(nothing, kFITSCard) && file.Seek(dataStart);
   return written && file.good() ? AResult::Ok() : output_.WriteError();
 }
 
@@ -124,7 +124,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
     if (record) group.load(record);
     if (record && LacksParameter(group)) return Pass::ParameterMissing;
     float parameters[9];
-    const int bytes = EncodeParameters(group, parameters);
+    const int bytes = EncodeParameters(group, FormOf(group), parameters);
     char* to = record ? writer.Reserve(bytes) : nullptr;
     if (to) std::memcpy(to, parameters, static_cast<size_t>(bytes));
     if (!to || !CopyValues(reader, writer)) {
@@ -148,23 +148,13 @@ bool Exporter::LacksParameter(const AUVXGroup& group) {
   return lacks;
 }
 
-/// @return bytes in use of `parameters`, which are big-endian
-int Exporter::EncodeParameters(const AUVXGroup& group, float* parameters) const {
-  float* next = parameters;
-  *next++ = group.uu;
-  *next++ = group.vv;
-  *next++ = group.ww;
-  *next++ = static_cast<float>(static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2));
-  SplitTime(group.date, dateZero_, next[0], next[1]);
-  next += 2;
-  if (withSource_) {
-    *next++ = group.source;
-    *next++ = group.frqsel;
-  }
-  if (withFlag_) *next++ = group.flag;
-  const size_t count = static_cast<size_t>(next - parameters);
-  Swap32(parameters, parameters, count);
-  return static_cast<int>(count * sizeof(float));
+ParameterForm Exporter::FormOf(const AUVXGroup& group) const {
+  ParameterForm form = {};
+  form.baseline = static_cast<float>(static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2));
+  SplitTime(group.date, dateZero_, form.date1, form.date2);
+  form.withSourceAndFreqSel = withSource_;
+  form.withFlag = withFlag_;
+  return form;
 }
 
 bool Exporter::CopyValues(BlockReader& reader, BlockWriter& writer) const {
@@ -177,13 +167,6 @@ bool Exporter::CopyValues(BlockReader& reader, BlockWriter& writer) const {
     left -= bytes;
   }
   return true;
-}
-
-// Fill the data up to a whole block with zeros.
-bool Exporter::Pad() {
-  char zeros[kFITSBlock] = {};
-  const int beyond = static_cast<int>(output_.file().Tell() % kFITSBlock);
-  return beyond == 0 || output_.file().Write(zeros, kFITSBlock - beyond);
 }
 
 }  // namespace

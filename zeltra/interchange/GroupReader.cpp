@@ -4,7 +4,6 @@
 
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/interchange/GroupReaderInternal.h"
-#include "zeltra/uvx/AUVXGroupInternal.h"
 
 namespace zeltra {
 
@@ -15,15 +14,13 @@ GroupReader::GroupReader(AFITS& fits) : reader_(*fits.file()) {
   groupBytes_ = header.groupBytes();
   valueBytes_ = header.valueBytes();
   parameterBytes_ = std::abs(valueBytes_) * header.pcount();
-  constexpr const char* kNames[kRoles] = {"UU", "VV", "WW", "DATE", "BASELINE", "SOURCE", "FREQSEL", "FLAG"};
   start_.source = start_.freqSel = 1;
   for (int i = 0; i < header.Parameters(); ++i) {
-    for (const Role role : {U, V, W, Date, Baseline, Source, FreqSel, Flag}) {
-      if (header.ptype(i) != kNames[role]) continue;
-      terms_.push_back({role, i * std::abs(valueBytes_), header.pscal(i), header.pzero(i)});
-      if (role == Source) start_.source = 0;
-      if (role == FreqSel) start_.freqSel = 0;
-    }
+    const ParameterRole role = RoleOf(header.ptype(i).c_str());
+    if (role == ParameterRole::None) continue;
+    terms_.push_back({role, i * std::abs(valueBytes_), header.pscal(i), header.pzero(i)});
+    if (role == ParameterRole::Source) start_.source = 0;
+    if (role == ParameterRole::FreqSel) start_.freqSel = 0;
   }
 }
 
@@ -44,14 +41,7 @@ bool GroupReader::DecodeFrom(int group) {
 void GroupReader::Decode(const char* raw, int count) {
   end_ = first_ + count;
   std::fill_n(decoded_, count, start_);
-  switch (valueBytes_) {
-    case 2:
-      return DecodeNumbers<int16_t>(raw, count);
-    case 4:
-      return DecodeNumbers<int32_t>(raw, count);
-    default:
-      return DecodeNumbers<float>(raw, count);
-  }
+  WithParameterType(valueBytes_, [&](auto type) { DecodeNumbers<decltype(type)>(raw, count); });
 }
 
 template <typename Number>
@@ -65,25 +55,25 @@ void GroupReader::DecodeNumbers(const char* raw, int count) {
     };
     switch (term.role) {
       // u, v, w add up in single precision, as in AUVXGroup.
-      case U:
+      case ParameterRole::U:
         forEach([](GroupParameters& group, double value) { group.u += static_cast<float>(value); });
         break;
-      case V:
+      case ParameterRole::V:
         forEach([](GroupParameters& group, double value) { group.v += static_cast<float>(value); });
         break;
-      case W:
+      case ParameterRole::W:
         forEach([](GroupParameters& group, double value) { group.w += static_cast<float>(value); });
         break;
-      case Date:
+      case ParameterRole::Date:
         forEach([](GroupParameters& group, double value) { group.date += value; });
         break;
-      case Baseline:
+      case ParameterRole::Baseline:
         forEach([](GroupParameters& group, double value) { group.baseline += value; });
         break;
-      case Source:
+      case ParameterRole::Source:
         forEach([](GroupParameters& group, double value) { group.source += value; });
         break;
-      case FreqSel:
+      case ParameterRole::FreqSel:
         forEach([](GroupParameters& group, double value) { group.freqSel += value; });
         break;
       default:

@@ -8,6 +8,7 @@
 
 #include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/fits/AFITS.h"
+#include "zeltra/uvx/AUVXGroupInternal.h"
 
 namespace zeltra {
 
@@ -41,9 +42,8 @@ class GroupReader {
  private:
   // Enough to forget what a parameter costs, few enough to stay in the processor's inner cache.
   static constexpr int kMostDecoded = 64;
-  enum Role { U, V, W, Date, Baseline, Source, FreqSel, Flag, kRoles };
   struct Term {
-    Role role;
+    ParameterRole role;
     int offset;
     double scale, zero;
   };

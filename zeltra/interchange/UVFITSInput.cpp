@@ -12,8 +12,6 @@
 namespace zeltra {
 namespace {
 
-constexpr int kCardBytes = 80;
-
 std::string Quoted(const std::string& text) {
   return "\"" + text + "\"";
 }
@@ -56,23 +54,12 @@ bool StartsWith(const std::string& text, const char* start) {
   return text.rfind(start, 0) == 0;
 }
 
-bool IsAskedFor(const std::string& key) {
-  for (const char* asked : {"GROUPS", "BITPIX", "NAXIS1", "EPOCH", "EQUINOX", "TELESCOP", "BLANK", "SORTORD"}) {
-    if (key == asked) return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& remarks) {
   path_ = path;
   if (!fits_.Open(path)) return Refuse("cannot be opened for reading");
-  if (AResult result = ReadCards(); !result) return result;
-  if (!fits_.ReadHeaders()) {
-    return IsImage() ? Refuse("an image, not random groups")
-                     : Refuse("the primary header promises data that cannot be addressed");
-  }
+  if (AResult result = ReadHeaders(); !result) return result;
   if (AResult result = CheckFormat(); !result) return result;
   if (AResult result = CheckAxes(remarks); !result) return result;
   if (AResult result = CheckExtent(remarks); !result) return result;
@@ -82,48 +69,45 @@ AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& rem
   return AResult::Ok();
 }
 
-// Cards up to END, of which a damaged file may have no end: only those are kept that are asked for.
-AResult UVFITSInput::ReadCards() {
+AResult UVFITSInput::ReadHeaders() {
   AFile& file = *fits_.file();
   const int64 size = file.GetFileSize();
-  std::string block(kCardBytes * 4096, '\0');
-  for (int64 start = 0; start + kCardBytes <= size; start += static_cast<int64>(block.size())) {
-    const int64 count = std::min<int64>(static_cast<int64>(block.size()), size - start) / kCardBytes;
-    if (!file.Seek(start) || !file.ReadL(block.data(), count * kCardBytes)) break;
-    for (int64 i = 0; i < count; ++i) {
-      const std::string card = block.substr(static_cast<size_t>(i * kCardBytes), kCardBytes);
-      if (start == 0 && i == 0 && !StartsWith(card, "SIMPLE  =")) {
-        return Refuse("not a FITS file: it does not begin with a SIMPLE card");
-      }
-      if (StartsWith(card, "HISTORY ")) {
-        ReadHistory(card.substr(8));
-        continue;
-      }
-      ParseFITSstr parsed;
-      parsed.Parse(card);
-      const std::string index = parsed.GetNumber() >= 0 ? std::to_string(parsed.GetNumber()) : "";
-      if (parsed.strKey() == "END" && index.empty()) return file.Seek(0) ? AResult::Ok() : Refuse("cannot be read");
-      const std::string key = parsed.strKey() + index;
-      if (IsAskedFor(key) && !Find(key)) cards_.push_back({key, parsed.strPar()});
-    }
+  constexpr char kStart[] = {'S', 'I', 'M', 'P', 'L', 'E', ' ', ' ', '='};
+  char start[sizeof kStart];
+  if (size >= kFITSCard && ReadWhole(file, start, sizeof start) && std::memcmp(start, kStart, sizeof start) != 0) {
+    return Refuse("not a FITS file: it does not begin with a SIMPLE card");
   }
-  return Refuse("the primary header has no END card before the file ends at byte " + std::to_string(size));
+  if (!file.Seek(0)) return Refuse("cannot be read");
+  const bool isRead = fits_.ReadHeaders();
+  const AFITSmain& main = *fits_.main();
+  if (main.CardCount() < 1) {
+    return Refuse(size < kFITSMostHeaderBytes
+                      ? "the primary header has no END card before the file ends at byte " + std::to_string(size)
+                      : "the primary header has no END card in its first " + std::to_string(kFITSMostHeaderBytes) +
+                            " bytes");
+  }
+  for (int i = 0; i < main.CardCount(); ++i) {
+    const std::string card(main.CardText(i));
+    if (StartsWith(card, "HISTORY ")) ReadHistory(card.substr(kFITSKeyword));
+  }
+  if (isRead) return AResult::Ok();
+  return IsImage() ? Refuse("an image, not random groups")
+                   : Refuse("the primary header promises data that cannot be addressed");
 }
 
-const std::string* UVFITSInput::Find(const std::string& key) const {
-  for (const Card& card : cards_) {
-    if (card.key == key) return &card.value;
-  }
-  return nullptr;
+std::optional<std::string> UVFITSInput::Find(const std::string& key) const {
+  ParseFITSstr card;
+  if (!fits_.main()->FindCard(key, card)) return std::nullopt;
+  return card.strPar();
 }
 
 bool UVFITSInput::ClaimsGroups() const {
-  const std::string* groups = Find("GROUPS");
+  const std::optional<std::string> groups = Find("GROUPS");
   return groups && *groups == "T";
 }
 
 bool UVFITSInput::IsImage() const {
-  const std::string* length = Find("NAXIS1");
+  const std::optional<std::string> length = Find("NAXIS1");
   return !ClaimsGroups() && length && ParseNumber(*length) > 0;
 }
 
@@ -153,7 +137,7 @@ AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
   AFITSmain& main = *fits_.main();
   const int bytes = main.valueBytes();
   if (bytes != 2 && bytes != 4 && bytes != -4) {
-    const std::string* bitpix = Find("BITPIX");
+    const std::optional<std::string> bitpix = Find("BITPIX");
     return Refuse("the card BITPIX = " + (bitpix ? *bitpix : "?") + " is not one of 16, 32, -32");
   }
   if (main.naxis() < 2 || !StartsWith(Trimmed(main.ctype(2)), "COMPLEX")) return Refuse("axis 2 is not COMPLEX");
@@ -250,8 +234,8 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
 
 void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
   AFITSmain& main = *fits_.main();
-  const std::string* epoch = Find("EPOCH");
-  const std::string* given = epoch ? epoch : Find("EQUINOX");
+  const std::optional<std::string> epoch = Find("EPOCH");
+  const std::optional<std::string> given = epoch ? epoch : Find("EQUINOX");
   const std::string text = given ? *given : "";
   const bool isNamed = StartsWith(text, "J") || StartsWith(text, "B");
   if (!epoch || isNamed) {
@@ -260,7 +244,7 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
     if (!(number > 0)) remarks.push_back("neither EPOCH nor EQUINOX gives the equinox: 2000 is assumed");
   }
   if (Trimmed(main.instrume()).empty()) {
-    if (const std::string* telescope = Find("TELESCOP")) main.instrume() = *telescope;
+    if (const auto telescope = Find("TELESCOP")) main.instrume() = *telescope;
   }
   header_ = AUVXHeader(fits_);
   if (header_.stokes.count() < 1) {
@@ -273,7 +257,7 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
       remarks.push_back("polarisation " + std::to_string(i + 1) + " has the unknown code " + std::to_string(code));
     }
   }
-  const std::string* blank = Find("BLANK");
+  const std::optional<std::string> blank = Find("BLANK");
   hasBlank_ = blank && main.valueBytes() > 0;
   // A number that no integer of the file can be stands for no blank at all.
   const double value = hasBlank_ ? ParseNumber(*blank) : 0;
@@ -294,7 +278,7 @@ void UVFITSInput::ReadHistory(const std::string& line) {
 
 void UVFITSInput::RemarkOnHistory(std::vector<std::string>& remarks) {
   claimsTimeBaseline_ = sortOrder_.find("TB") != std::string::npos;
-  if (const std::string* card = Find("SORTORD"); card && sortOrder_.empty()) claimsTimeBaseline_ = *card == "TB";
+  if (const auto card = Find("SORTORD"); card && sortOrder_.empty()) claimsTimeBaseline_ = *card == "TB";
   const double scale = weightScale_.empty() ? 1.0 : ParseNumber(weightScale_);
   if (scale != 1.0) remarks.push_back("the history gives a weight scale of " + weightScale_ + ", which is not applied");
   if (historyCards_ > 0) {

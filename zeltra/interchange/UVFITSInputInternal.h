@@ -3,6 +3,7 @@
 #ifndef ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
 #define ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,13 +40,9 @@ class UVFITSInput {
   AResult Refuse(const std::string& sentence) const { return AResult::Fail(path_ + ": " + sentence); }
 
  private:
-  struct Card {
-    std::string key;  // with its index
-    std::string value;
-  };
-
-  AResult ReadCards();
-  const std::string* Find(const std::string& key) const;
+  AResult ReadHeaders();
+  /// The value of a card of the primary header.
+  std::optional<std::string> Find(const std::string& key) const;
   bool ClaimsGroups() const;
   bool IsImage() const;
   AResult CheckFormat() const;
@@ -58,7 +55,6 @@ class UVFITSInput {
 
   AFITS fits_;
   std::string path_;
-  std::vector<Card> cards_;
   int64 historyCards_ = 0;
   std::string sortOrder_, weightScale_;  // as the history tells
   AUVXHeader header_;

@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "zeltra/core/Text.h"
+#include "zeltra/fits/FITSHeaderWriterInternal.h"
+#include "zeltra/fits/FITSTextInternal.h"
 #include "zeltra/fits/ParseFITSstr.h"
 #include "zeltra/interchange/UVFITSTablesInternal.h"
 
@@ -150,41 +152,25 @@ int CleanTexts(AUVXTable& table) {
     const AXTblFormat format = table.ParseFormat(column);
     const int offset = table.ColumnOffset(column);
     if (format.type != 'A' || format.count < 1 || offset < 0) continue;
-    const size_t width = static_cast<size_t>(format.count);
     for (int r = 0; r < table.rows(); ++r) {
-      char* text = table.Row(r) + offset;
-      const size_t length = strnlen(text, width);
-      const std::string rest(text + length, width - length);
-      if (rest.find_first_not_of('\0') == std::string::npos) continue;
-      std::memset(text + length, 0, width - length);
-      ++cleaned;
+      char* end = nullptr;
+      if (ClearAfterZero(table.Row(r) + offset, format.count, end)) ++cleaned;
     }
   }
   return cleaned;
 }
 
-bool IsStructural(const std::string& key, bool indexed) {
-  for (const char* name : {"XTENSION", "BITPIX", "NAXIS", "PCOUNT", "GCOUNT", "TFIELDS", "EXTNAME", "EXTVER",
-                           "EXTLEVEL", "THEAP", "HISTORY", "COMMENT", "CONTINUE", "END", ""}) {
-    if (key == name) return true;
-  }
-  return indexed && (key == "TTYPE" || key == "TFORM" || key == "TUNIT" || key == "TDISP");
-}
-
 // A table takes its keywords from the cards behind the last unit only. Writers put them anywhere, so the others are
 // added.
 void AddKeyWords(AFITSxtbl& extension, AUVXTable& table, const std::string& label, std::vector<std::string>& remarks) {
-  AFile& file = *extension.file();
   std::set<std::string> present;
   for (int i = 0; i < table.keywords().count(); ++i) present.insert(table.keywords()(i).Key());
-  char card[80];
-  for (int64 at = extension.headerStart(); at < extension.headerEnd(); at += 80) {
-    if (!file.Seek(at) || !file.Read(card, sizeof card)) return;
+  for (int i = 0; i < extension.CardCount(); ++i) {
     ParseFITSstr parsed;
-    parsed.Parse(std::string(card, sizeof card));
+    parsed.Parse(std::string(extension.CardText(i)));
     const int index = parsed.GetNumber();
-    if (IsStructural(parsed.strKey(), index >= 0)) continue;
     const std::string key = parsed.strKey() + (index >= 0 ? std::to_string(index) : "");
+    if (IsStructuralKeyword(key)) continue;
     if (parsed.strPar().size() > sizeof(AUVXTableKeyWord::value) - 1) {
       remarks.push_back(label + "the value of " + key + " is cut to 31 characters");
     }

@@ -8,6 +8,7 @@
 #include "zeltra/fits/TableRowsInternal.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/uvx/AStokesMix.h"
+#include "zeltra/uvx/AUVXFqTblInternal.h"
 
 namespace zeltra {
 namespace {
@@ -32,7 +33,7 @@ AResult CheckPlaces(const std::string& path, const char* what, const std::vector
   return AResult::Ok();
 }
 
-// Columns as AUVXFqTbl finds them: by parts of their names, the last one counting.
+// Columns as AUVXFqTbl finds them, -1 where there is none.
 struct SetupColumns {
   int start = -1;
   int width = -1;
@@ -40,15 +41,10 @@ struct SetupColumns {
 
   explicit SetupColumns(const AUVXTable& setups) {
     for (int i = 0; i < setups.columnCount(); ++i) {
-      const std::string name = setups.columns()(i).Name();
-      const auto has = [&](const char* part) { return name.find(part) != std::string::npos; };
-      if (has("IF FREQ") || has("BANDFREQ")) {
-        start = i;
-      } else if (has("CH") && has("WIDTH")) {
-        width = i;
-      } else if (has("TOTAL")) {
-        bandwidth = i;
-      }
+      const FqColumn kind = FqColumnOf(setups.columns()(i).Name());
+      if (kind == FqColumn::Start) start = i;
+      if (kind == FqColumn::Delta) width = i;
+      if (kind == FqColumn::Bandwidth) bandwidth = i;
     }
   }
 };

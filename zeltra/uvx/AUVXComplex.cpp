@@ -8,6 +8,7 @@
 
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/fits/FITSBytesInternal.h"
+#include "zeltra/platform/VectorsInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra {
@@ -33,8 +34,7 @@ bool CheckOneByOne(const AUVXComplex* values, int64 count, TMnMx* ranges) {
 ///
 /// Four complexes are three vectors of four floats, so that each place of them always holds the same kind of value.
 bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], float (&high)[3]) {
-  using Four = float __attribute__((vector_size(16)));
-  Four x[3], lows[3], highs[3];
+  Float4 x[3], lows[3], highs[3];
   std::memcpy(x, values, sizeof x);
   std::copy_n(x, 3, lows);
   std::copy_n(x, 3, highs);
@@ -42,9 +42,9 @@ bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], floa
   for (int64 i = 0; i < count; i += 4) {
     std::memcpy(x, values + i, sizeof x);
     for (int k = 0; k < 3; ++k) {
-      lows[k] = x[k] < lows[k] ? x[k] : lows[k];
-      highs[k] = x[k] > highs[k] ? x[k] : highs[k];
-      ordered &= x[k] == x[k];
+      lows[k] = Select(x[k] < lows[k], x[k], lows[k]);
+      highs[k] = Select(x[k] > highs[k], x[k], highs[k]);
+      ordered = ordered & (x[k] == x[k]);
     }
   }
   if (!(ordered[0] & ordered[1] & ordered[2] & ordered[3])) return false;
@@ -120,24 +120,11 @@ void DecodeFITSValues(const AFITS& fits, const char* raw, AUVXComplex* values, i
   AFITSmain* header = fits.main();
   const double scale = header ? header->bscale() : 1;
   const double zero = header ? header->bzero() : 0;
-  switch (header ? header->valueBytes() : 0) {
-    case -4:
-      // The way of nearly every file: floats as they are, bit for bit.
-      if (scale == 1 && zero == 0) return Swap32(values, raw, 3 * static_cast<size_t>(count));
-      return DecodeScaled<float>(raw, scale, zero, values, count);
-    case -8:
-      return DecodeScaled<double>(raw, scale, zero, values, count);
-    case 1:
-      return DecodeScaled<uint8_t>(raw, scale, zero, values, count);
-    case 2:
-      return DecodeScaled<int16_t>(raw, scale, zero, values, count);
-    case 4:
-      return DecodeScaled<int32_t>(raw, scale, zero, values, count);
-    case 8:
-      return DecodeScaled<int64_t>(raw, scale, zero, values, count);
-    default:
-      std::fill_n(values, count, AUVXComplex(0, 0, 0));
-  }
+  const int valueBytes = header ? header->valueBytes() : 0;
+  // The way of nearly every file: floats as they are, bit for bit.
+  if (valueBytes == -4 && scale == 1 && zero == 0) return Swap32(values, raw, 3 * static_cast<size_t>(count));
+  const auto decode = [&](auto type) { DecodeScaled<decltype(type)>(raw, scale, zero, values, count); };
+  if (!WithFITSType(valueBytes, decode)) std::fill_n(values, count, AUVXComplex(0, 0, 0));
 }
 
 template class AArray<AUVXComplex>;

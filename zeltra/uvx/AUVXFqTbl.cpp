@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXFqTblInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -22,29 +23,19 @@ constexpr int64 kLargestItemCount = 1 << 20;
 
 /// A column of the table, and where its elements go.
 struct AUVXFqTbl::Column {
-  enum Target { Start, Delta, Id, None };
-
-  Target target;
+  FqColumn target;
   char type;
   int count;
 
   bool IsDecoded() const { return type == 'D' || type == 'E' || type == 'J'; }
-  static Column Of(const AUVXTable& table, int column);
 };
 
-AUVXFqTbl::Column AUVXFqTbl::Column::Of(const AUVXTable& table, int column) {
-  const std::string name = table.columns()(column).Name();
+FqColumn FqColumnOf(const std::string& name) {
   const auto names = [&](const char* part) { return name.find(part) != std::string::npos; };
-  Target target = None;
-  if (names("IF FREQ") || names("BANDFREQ")) {
-    target = Start;
-  } else if (names("CH") && names("WIDTH")) {
-    target = Delta;
-  } else if (names("FRQSEL") || names("FREQID")) {
-    target = Id;
-  }
-  const AXTblFormat format = table.ParseFormat(column);
-  return {target, format.type, format.count};
+  if (names("IF FREQ") || names("BANDFREQ")) return FqColumn::Start;
+  if (names("CH") && names("WIDTH")) return FqColumn::Delta;
+  if (names("FRQSEL") || names("FREQID")) return FqColumn::Id;
+  return names("TOTAL") ? FqColumn::Bandwidth : FqColumn::Other;
 }
 
 AUVXFqTbl::~AUVXFqTbl() = default;
@@ -91,7 +82,10 @@ void AUVXFqTbl::Create(AUVXFile& file) {
   if (int64{table->rows()} * IFs_ > kLargestItemCount || !items_.reSize(table->rows(), IFs_)) return;
   ids_.GrowBy(table->rows()).ZeroInit();
   std::vector<Column> columns;
-  for (int i = 0; i < table->columnCount(); ++i) columns.push_back(Column::Of(*table, i));
+  for (int i = 0; i < table->columnCount(); ++i) {
+    const AXTblFormat format = table->ParseFormat(i);
+    columns.push_back({FqColumnOf(table->columns()(i).Name()), format.type, format.count});
+  }
   double value = 0;  // kept from column to column and from row to row
   for (int row = 0; row < table->rows(); ++row) {
     const char* p = table->Row(row);
@@ -110,10 +104,10 @@ void AUVXFqTbl::Create(AUVXFile& file) {
 }
 
 void AUVXFqTbl::SetElement(const Column& column, int element, int row, double value, double reference) {
-  if (column.target == Column::Id) ids_(row) = RoundedInt(value);
+  if (column.target == FqColumn::Id) ids_(row) = RoundedInt(value);
   if (element >= IFs_) return;
-  if (column.target == Column::Start) items_(row, element).start = value + reference;
-  if (column.target == Column::Delta) items_(row, element).delta = value;
+  if (column.target == FqColumn::Start) items_(row, element).start = value + reference;
+  if (column.target == FqColumn::Delta) items_(row, element).delta = value;
 }
 
 void AUVXFqTbl::SqForSource(AUVXFile& file, int source) {

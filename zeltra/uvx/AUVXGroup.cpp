@@ -15,40 +15,42 @@
 namespace zeltra {
 namespace {
 
-/// Decode a parameter block of numbers that take `bytes` each. `fetch` gives the one at an address, from the value of
-/// the parameter before where it knows no such number.
-template <typename Function>
-AUVXGroup Decoded(AFITSmain& header, const char* raw, int bytes, Function fetch) {
+AUVXGroup Decoded(AFITSmain& header, const char* raw) {
   AUVXGroup group;
   group.frqsel = 1;
   group.source = 1;
   uint16_t baseline = 0;
   double value = 0;
+  const int bytes = std::abs(header.valueBytes());
   const int parameters = header.Parameters();
-  for (int i = 0; i < parameters; ++i, raw += bytes) {
-    value = fetch(raw, value) * header.pscal(i) + header.pzero(i);
-    const char* name = header.ptype(i).c_str();
-    switch (name[0]) {
-      case 'B':
+  for (int i = 0; i < parameters; ++i) {
+    // Of a type that is not read the value of the parameter before is scaled once more; that is deliberate.
+    WithParameterType(header.valueBytes(),
+                      [&](auto type) { value = FITSNumber<decltype(type)>(raw + int64{i} * bytes); });
+    value = value * header.pscal(i) + header.pzero(i);
+    switch (RoleOf(header.ptype(i).c_str())) {
+      case ParameterRole::Baseline:
         baseline = static_cast<uint16_t>(baseline + static_cast<unsigned>(IntegerForm(value)));
         break;
-      case 'D':
+      case ParameterRole::Date:
         group.date += value;
         break;
-      case 'F':
-        if (name[1] == 'R') group.frqsel = static_cast<int8_t>(IntegerForm(value));
-        if (name[1] == 'L') group.flag = static_cast<int8_t>(IntegerForm(value));
+      case ParameterRole::FreqSel:
+        group.frqsel = static_cast<int8_t>(IntegerForm(value));
         break;
-      case 'S':
+      case ParameterRole::Flag:
+        group.flag = static_cast<int8_t>(IntegerForm(value));
+        break;
+      case ParameterRole::Source:
         group.source = static_cast<int16_t>(IntegerForm(value));
         break;
-      case 'U':
+      case ParameterRole::U:
         group.uu += static_cast<float>(value);
         break;
-      case 'V':
+      case ParameterRole::V:
         group.vv += static_cast<float>(value);
         break;
-      case 'W':
+      case ParameterRole::W:
         group.ww += static_cast<float>(value);
         break;
       default:
@@ -94,20 +96,7 @@ int AUVXGroup::load(AFITS& fits) {
 char* AUVXGroup::load(AFITS& fits, char* p) {
   AFITSmain* header = fits.main();
   if (!header) return p;
-  switch (header->valueBytes()) {
-    case -4:
-      *this = Decoded(*header, p, 4, [](const char* raw, double) { return FITSNumber<float>(raw); });
-      break;
-    case 2:
-      *this = Decoded(*header, p, 2, [](const char* raw, double) { return FITSNumber<int16_t>(raw); });
-      break;
-    case 4:
-      *this = Decoded(*header, p, 4, [](const char* raw, double) { return FITSNumber<int32_t>(raw); });
-      break;
-    default:
-      // The value of the parameter before is scaled once more; that is deliberate.
-      *this = Decoded(*header, p, 0, [](const char*, double before) { return before; });
-  }
+  *this = Decoded(*header, p);
   return p + ParameterBytes(*header);
 }
 
@@ -115,17 +104,23 @@ int AUVXGroup::ToFITS(AFile& file, int withSourceAndFreqSel) {
   const auto baseline = static_cast<int16_t>(256 * static_cast<uint8_t>(ant1) + static_cast<uint8_t>(ant2));
   std::swap(ant1, ant2);
   const double coarse = std::trunc(date * 100) * 0.01;
-  float values[8] = {uu,
-                     vv,
-                     ww,
-                     static_cast<float>(baseline),
-                     static_cast<float>(coarse),
-                     static_cast<float>(date - coarse),
-                     static_cast<float>(source),
-                     static_cast<float>(frqsel)};
-  const size_t count = withSourceAndFreqSel ? 8 : 6;
-  Swap32(values, values, count);
-  return WriteWhole(file, values, static_cast<int64>(count * sizeof(float)));
+  const ParameterForm form = {static_cast<float>(baseline), static_cast<float>(coarse),
+                              static_cast<float>(date - coarse), withSourceAndFreqSel != 0, false};
+  float values[9];
+  return WriteWhole(file, values, EncodeParameters(*this, form, values));
+}
+
+int EncodeParameters(const AUVXGroup& group, const ParameterForm& form, float* to) {
+  float* next = to;
+  for (const float value : {group.uu, group.vv, group.ww, form.baseline, form.date1, form.date2}) *next++ = value;
+  if (form.withSourceAndFreqSel) {
+    *next++ = group.source;
+    *next++ = group.frqsel;
+  }
+  if (form.withFlag) *next++ = group.flag;
+  const auto count = static_cast<size_t>(next - to);
+  Swap32(to, to, count);
+  return static_cast<int>(count * sizeof(float));
 }
 
 void AUVXGroup::check(AUVXMinMax& range) const {

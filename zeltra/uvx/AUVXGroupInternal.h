@@ -1,10 +1,12 @@
-// How a random parameter of a UV FITS file becomes an integer.
+// The random parameters of a group of a UV FITS file, decoded and encoded.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_UVX_AUVXGROUPINTERNAL_H_
 #define ZELTRA_UVX_AUVXGROUPINTERNAL_H_
 
 #include <cstdint>
 #include <limits>
+
+#include "zeltra/uvx/AUVXGroup.h"
 
 namespace zeltra {
 
@@ -16,6 +18,44 @@ inline int IntegerForm(double value) {
   if (!(value > kSmallest)) return std::numeric_limits<int32_t>::min();
   return static_cast<int32_t>(value < kLargest ? value : kLargest);
 }
+
+/// What a random parameter tells of a group.
+enum class ParameterRole { None, U, V, W, Date, Baseline, Source, FreqSel, Flag };
+
+/// The role of a parameter by the first letters of its name.
+inline ParameterRole RoleOf(const char* name) {
+  switch (name[0]) {
+    case 'B':
+      return ParameterRole::Baseline;
+    case 'D':
+      return ParameterRole::Date;
+    case 'F':
+      return name[1] == 'R' ? ParameterRole::FreqSel : name[1] == 'L' ? ParameterRole::Flag : ParameterRole::None;
+    case 'S':
+      return ParameterRole::Source;
+    case 'U':
+      return ParameterRole::U;
+    case 'V':
+      return ParameterRole::V;
+    case 'W':
+      return ParameterRole::W;
+    default:
+      return ParameterRole::None;
+  }
+}
+
+/// What of a group's parameters is a matter of choice.
+struct ParameterForm {
+  float baseline;
+  float date1, date2;  ///< the two parts of the date
+  bool withSourceAndFreqSel, withFlag;
+};
+
+/// Encode the parameters of a group as big-endian floats: u, v, w, the baseline, the date in two parts and, where asked
+/// for, source and setup, and the flag.
+/// @param to  room for nine numbers
+/// @return bytes in use of `to`
+int EncodeParameters(const AUVXGroup& group, const ParameterForm& form, float* to);
 
 }  // namespace zeltra
 

@@ -26,7 +26,6 @@ namespace {
 
 constexpr int kCodeBits = 0xFFFF;
 constexpr int kLargestKeyWordCount = 32767;
-constexpr int kCardBytes = 80;
 
 /// Read `n` elements that follow each other; a count that is not in the file reads nothing.
 template <typename T>
@@ -231,15 +230,11 @@ AUVXTable::AUVXTable(AFITSxtbl& extension) {
 }
 
 void AUVXTable::LoadKeyWords(AFITSxtbl& extension) {
-  AFile* file = extension.file();
-  if (!file || !file->Seek(extension.headerStart())) return;
   bool capture = false;
   // The last card is END.
-  for (int64 next = extension.headerStart() + kCardBytes; next < extension.headerEnd(); next += kCardBytes) {
-    std::string text(kCardBytes, ' ');
-    if (!file->Read(text.data(), kCardBytes)) return;
+  for (int i = 0; i < extension.CardCount() - 1; ++i) {
     ParseFITSstr card;
-    card.Parse(text);
+    card.Parse(std::string(extension.CardText(i)));
     if (card.GetNumber() == extension.tfields()) {
       capture = capture || card.strKey() == "TUNIT";
     } else if (capture) {

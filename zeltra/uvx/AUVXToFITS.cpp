@@ -1,10 +1,7 @@
 // A UVX file's header and tables as UV FITS.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <ctime>
 #include <map>
 #include <memory>
@@ -12,10 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/AFITSxtbl.h"
 #include "zeltra/fits/FITSCards.h"
+#include "zeltra/fits/FITSHeaderWriterInternal.h"
+#include "zeltra/fits/FITSTextInternal.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXPosition.h"
@@ -26,24 +24,6 @@
 namespace zeltra {
 namespace {
 
-/// Keywords that the columns and the layout of an extension determine, or that are no keywords with a value.
-constexpr std::string_view kStructural[] = {"XTENSION", "BITPIX", "PCOUNT", "GCOUNT",   "TFIELDS", "EXTNAME",
-                                            "EXTVER",   "THEAP",  "NAXIS",  "CHECKSUM", "DATASUM", "COMMENT",
-                                            "HISTORY",  "END",    "",       "CONTINUE"};
-/// The same with the number of an axis or a column behind.
-constexpr std::string_view kStructuralSeries[] = {"NAXIS", "TTYPE", "TFORM", "TUNIT", "TDISP"};
-
-bool IsDigits(std::string_view text) {
-  return text.find_first_not_of("0123456789") == std::string_view::npos;
-}
-
-bool IsStructural(std::string_view key) {
-  if (std::find(std::begin(kStructural), std::end(kStructural), key) != std::end(kStructural)) return true;
-  return std::any_of(std::begin(kStructuralSeries), std::end(kStructuralSeries), [key](std::string_view series) {
-    return key.substr(0, series.size()) == series && IsDigits(key.substr(series.size()));
-  });
-}
-
 /// A keyword of capital letters, digits, hyphens and underscores.
 std::string FITSKey(std::string key) {
   for (char& c : key) {
@@ -52,34 +32,6 @@ std::string FITSKey(std::string key) {
     if (!isAllowed) c = '_';
   }
   return key.substr(0, 8);
-}
-
-bool IsPrintable(char c) {
-  return c >= ' ' && c <= '~';
-}
-
-std::string FITSText(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return !IsPrintable(c); }, '?');
-  return text;
-}
-
-std::string InCapitals(const char* begin, const char* end) {
-  std::string text(begin, end);
-  std::replace(text.begin(), text.end(), 'e', 'E');
-  return text;
-}
-
-/// The form of "%.9E" where it says all, else as many digits as read back to the same number. FITS has no text for what
-/// is not a finite number, which becomes 0.
-std::string FITSNumber(double value) {
-  if (!std::isfinite(value)) value = 0;
-  char text[40];
-  const char* end = std::to_chars(text, std::end(text), value, std::chars_format::scientific, 9).ptr;
-  double back = 0;
-  std::from_chars(text, end, back);
-  if (back != value) end = std::to_chars(text, std::end(text), value, std::chars_format::scientific).ptr;
-  return InCapitals(text, end);
 }
 
 /// Whether `text` is a number or a logical value as FITS writes them.
@@ -103,36 +55,6 @@ bool IsFITSValue(std::string_view text) {
   skipOneOf("+-");
   return skipDigits() > 0 && text.empty();
 }
-
-/// Collects the cards of a header.
-class HeaderText {
- public:
-  /// A card whose value is written as it stands.
-  void AddValue(const std::string& key, const std::string& value) { Add(key, value, 1); }
-  void AddInteger(const std::string& key, int64 value) { Add(key, std::to_string(value), 1); }
-  void AddNumber(const std::string& key, double value) { Add(key, FITSNumber(value), 1); }
-  void AddText(const std::string& key, const std::string& value) { Add(key, FITSText(value), 0); }
-  /// The same unless there is no text.
-  void AddKnownText(const std::string& key, const std::string& value) {
-    if (!value.empty()) AddText(key, value);
-  }
-
-  /// Write the cards and END, and blanks up to a whole block. @return 0 if not all is written
-  int Write(ABFile& file) {
-    cards_ += "END";
-    cards_.resize((cards_.size() + kFITSBlock - 1) / kFITSBlock * kFITSBlock, ' ');
-    return WriteWhole(file, cards_.data(), static_cast<int64>(cards_.size()));
-  }
-
- private:
-  void Add(const std::string& key, const std::string& value, int numeric) {
-    char card[kFITSCard];
-    FormatCard(card, key, value, numeric);
-    cards_.append(card, kFITSCard);
-  }
-
-  std::string cards_;
-};
 
 std::string Numbered(const char* key, int number) {
   return key + std::to_string(number);
@@ -182,7 +104,7 @@ std::vector<const char*> ParameterNames(bool withSourceAndFreqSel, bool withFlag
   return names;
 }
 
-void AddParameters(HeaderText& cards, double dateObs, const std::vector<const char*>& names) {
+void AddParameters(FITSHeaderWriter& cards, double dateObs, const std::vector<const char*>& names) {
   constexpr int kFirstDate = 5;
   for (int i = 1; i <= static_cast<int>(names.size()); ++i) {
     cards.AddText(Numbered("PTYPE", i), names[static_cast<size_t>(i - 1)]);
@@ -195,7 +117,7 @@ void AddParameters(HeaderText& cards, double dateObs, const std::vector<const ch
   }
 }
 
-void AddAxis(HeaderText& cards, int axis, const char* type, double value, double step) {
+void AddAxis(FITSHeaderWriter& cards, int axis, const char* type, double value, double step) {
   cards.AddText(Numbered("CTYPE", axis), type);
   cards.AddNumber(Numbered("CRVAL", axis), value);
   cards.AddNumber(Numbered("CDELT", axis), step);
@@ -203,21 +125,13 @@ void AddAxis(HeaderText& cards, int axis, const char* type, double value, double
   cards.AddValue(Numbered("CROTA", axis), kFITSAxisZero);
 }
 
-std::string DateText(double julianDate) {
-  if (!(julianDate > 0)) return {};
-  const ACalendarDate date = CalendarDate(julianDate);
-  char text[32];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d", date.year, date.month, date.day);
-  return date.month > 0 ? text : "";
-}
-
-void AddInfo(HeaderText& cards, const AUVXInfoHeader& info, const std::string& object) {
+void AddInfo(FITSHeaderWriter& cards, const AUVXInfoHeader& info, const std::string& object) {
   const std::string telescope = FieldText(info.telescope, sizeof info.telescope);
   cards.AddKnownText("OBJECT", object);
   cards.AddKnownText("TELESCOP", telescope);
   cards.AddKnownText("INSTRUME", telescope);
   cards.AddKnownText("OBSERVER", FieldText(info.observer, sizeof info.observer));
-  cards.AddKnownText("DATE-OBS", DateText(info.dateObs));
+  cards.AddDay("DATE-OBS", info.dateObs);
   cards.AddText("DATE-MAP", FormatCardDate(std::time(nullptr)));
   cards.AddValue("BSCALE", kFITSScaleOne);
   cards.AddValue("BZERO", kFITSScaleZero);
@@ -227,7 +141,7 @@ void AddInfo(HeaderText& cards, const AUVXInfoHeader& info, const std::string& o
 
 // Tables
 
-/// Make texts and logical values what FITS allows: zero bytes behind the end of a text, printable characters before.
+/// Make texts and logical values what FITS allows: zero bytes after the end of a text, printable characters before.
 void CleanRows(AUVXTable& table) {
   for (int column = 0; column < table.columnCount(); ++column) {
     const AXTblFormat format = table.ParseFormat(column);
@@ -240,31 +154,29 @@ void CleanRows(AUVXTable& table) {
         std::replace_if(
             begin, end, [](char c) { return c != 'T' && c != 'F'; }, '\0');
       } else {
-        char* textEnd = std::find(begin, end, '\0');
-        std::replace_if(
-            begin, textEnd, [](char c) { return !IsPrintable(c); }, '?');
-        std::fill(textEnd, end, '\0');
+        ClearAfterZero(begin, format.count, end);
+        ReplaceUnprintable(begin, end);
       }
     }
   }
 }
 
-void AddColumns(HeaderText& cards, const AUVXTable& table) {
+void AddColumns(FITSHeaderWriter& cards, const AUVXTable& table) {
   for (int i = 0; i < table.columnCount(); ++i) {
     const AUVXTableManual& column = table.columns()(i);
     cards.AddText(Numbered("TTYPE", i + 1), column.Name());
     cards.AddText(Numbered("TFORM", i + 1), column.Format());
-    // Units are written where there is none, too: our reader looks for keywords behind the last one.
+    // Units are written where there is none, too: our reader looks for keywords after the last one.
     cards.AddText(Numbered("TUNIT", i + 1), column.Unit());
   }
 }
 
-void AddKeyWords(HeaderText& cards, const AUVXTable& table) {
+void AddKeyWords(FITSHeaderWriter& cards, const AUVXTable& table) {
   for (int i = 0; i < table.keywords().count(); ++i) {
     const AUVXTableKeyWord& keyWord = table.keywords()(i);
     const std::string key = FITSKey(keyWord.Key());
     std::string value = keyWord.Value();
-    if (IsStructural(key)) continue;
+    if (IsStructuralKeyword(key)) continue;
     // Exponents of numbers are marked by E or D in FITS (standard 4.0, section 4.2.4).
     if (keyWord.numeric) std::replace(value.begin(), value.end(), 'e', 'E');
     if (keyWord.numeric && (value.empty() || IsFITSValue(value))) {
@@ -278,7 +190,7 @@ void AddKeyWords(HeaderText& cards, const AUVXTable& table) {
 }  // namespace
 
 int AUVXTable::ToFITS(ABFile& file, int version) {
-  HeaderText cards;
+  FITSHeaderWriter cards;
   cards.AddText("XTENSION", "BINTABLE");
   cards.AddInteger("BITPIX", 8);
   cards.AddInteger("NAXIS", 2);
@@ -296,8 +208,8 @@ int AUVXTable::ToFITS(ABFile& file, int version) {
   AUVXTable rows(*this);
   CleanRows(rows);
   rows.Data_PC_UNIX();
-  rows.data_.resize((rows.data_.size() + kFITSBlock - 1) / kFITSBlock * kFITSBlock, 0);
-  return cards.Write(file) && WriteWhole(file, rows.data(), static_cast<int64>(rows.data_.size()));
+  const auto bytes = static_cast<int64>(rows.data_.size());
+  return cards.Write(file) && WriteWhole(file, rows.data(), bytes) && PadFITSData(file, bytes);
 }
 
 bool AUVXFile::NeedsSourceAndFreqSel() {
@@ -335,16 +247,16 @@ int AUVXFile::ToFITSHeader(ABFile& file, bool withSourceAndFreqSel, bool withFla
 
   constexpr int kComplex = 3;  // real part, imaginary part, weight
   const int lengths[] = {0, kComplex, header.stokes.count(), header.channels, std::max(int{header.IFs}, 1), 1, 1};
-  HeaderText cards;
-  cards.AddValue("SIMPLE", kFITSTrue);
+  FITSHeaderWriter cards;
+  cards.AddLogical("SIMPLE");
   cards.AddInteger("BITPIX", -32);
   cards.AddInteger("NAXIS", static_cast<int>(std::size(lengths)));
   for (int axis = 1; axis <= static_cast<int>(std::size(lengths)); ++axis) {
     cards.AddInteger(Numbered("NAXIS", axis), lengths[axis - 1]);
   }
   const std::vector<const char*> parameters = ParameterNames(withSourceAndFreqSel, withFlag);
-  cards.AddValue("EXTEND", kFITSTrue);
-  cards.AddValue("GROUPS", kFITSTrue);
+  cards.AddLogical("EXTEND");
+  cards.AddLogical("GROUPS");
   cards.AddInteger("PCOUNT", static_cast<int64>(parameters.size()));
   cards.AddInteger("GCOUNT", header.info.count);
   AddParameters(cards, header.info.dateObs, parameters);
