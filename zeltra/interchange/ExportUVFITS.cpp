@@ -111,7 +111,7 @@ AResult Exporter::WriteHeader() {
 Exporter::Pass Exporter::WriteGroups(AResult& result) {
   SendProgressText(options_.progress, "Writing data into output file...");
   BlockReader reader(input_);
-  BlockWriter writer(output_.file());
+  BlockWriter writer(output_.file(), options_.threads);
   reader.Seek(uvx_.DataOffset());
   int lastPercent = -1;
   for (int i = 0; i < uvx_.count(); ++i) {
@@ -128,6 +128,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
     char* to = record ? writer.Reserve(bytes) : nullptr;
     if (to) std::memcpy(to, parameters, static_cast<size_t>(bytes));
     if (!to || !CopyValues(reader, writer)) {
+      writer.Clear();  // the file belongs to the writer until nothing waits in it
       result = output_.file().good() ? AResult::Fail(from_ + ": cannot be read in record " + std::to_string(i))
                                      : output_.WriteError();
       return Pass::Stopped;

@@ -32,15 +32,16 @@ struct AverageOptions : IntervalOptions {
 ZELTRA_API AResult AveragedPolarisations(AUVXInput& from, AverageMix mix, AArray<AStokesMix>& list);
 
 /// Takes the average of one baseline over one interval. The time of `group` is that of the interval, a Julian date: the
-/// mean of the times of all its records, each with the sum of its positive finite weights. u, v, w are the baseline's own
-/// means with these weights, plain means where it has no valid value. Values are [IF][channel][polarisation].
+/// mean of the times of all its records, each with the sum of its positive finite weights. u, v, w are the baseline's
+/// own means with these weights, plain means where it has no valid value. Values are [IF][channel][polarisation].
 using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& values)>;
 
-/// Average interval by interval, in time order, each source and setup by itself. Within an interval baselines ascend, as
-/// signed bytes. The result does not depend on the number of threads.
+/// Average interval by interval, in time order, each source and setup by itself. Within an interval baselines ascend,
+/// as signed bytes. The result does not depend on the number of threads.
 ///
 /// Flagged records and values do not count, nor do values that are not finite: where a baseline has nothing else in an
-/// interval, its first value comes with the weight that it has, or 0. A source whose records go back in time is refused.
+/// interval, its first value comes with the weight that it has, or 0. A source whose records go back in time is
+/// refused.
 ///
 /// Memory: below 256 MiB in a file of up to a million scans, of which each takes some 100 bytes. Where the baselines of
 /// an interval do not fit, its records are read several times. A file is refused where the records of more than 128

@@ -3,14 +3,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <set>
 
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
-#include "zeltra/ops/RecordReaderInternal.h"
+#include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
@@ -42,7 +41,7 @@ class RecordChoice {
 
 AResult RecordChoice::Open(AUVXInput& from, const CopyOptions& options) {
   dropFlagged_ = options.dropFlagged;
-  const AUVXContents contents(from);
+  const AUVXContents& contents = from.contents();
   int number = 0;
   for (const std::string& name : options.sources) {
     if (AResult result = contents.FindSource(name, number); !result) return result;
@@ -87,7 +86,7 @@ class Copier {
  private:
   AResult Create();
   AResult CheckFrequencies();
-  AResult CopyRecord(const char* record);
+  AResult CopyRecord(const WalkedRecord& record);
   AResult CopyTables();
   AResult NothingSelected();
 
@@ -107,7 +106,12 @@ AResult Copier::Run() {
   if (AResult result = choice_.Open(from_, options_); !result) return result;
   if (AResult result = Create(); !result) return result;
   SendProgressText(options_.progress, "Copying...");
-  AResult result = VisitRecords(from_, options_, [this](const char* record, int) { return CopyRecord(record); });
+  AResult copied = AResult::Ok();
+  AResult result = WalkRecords(from_, options_, 0, from_.uvx().count(), [&](const WalkedRecord& record) {
+    copied = CopyRecord(record);
+    return static_cast<bool>(copied);
+  });
+  if (!copied) return copied;
   if (!result) return result;
   if (writer_.records() == 0 && from_.uvx().count() > 0) return NothingSelected();
   if (result = CopyTables(); !result) return result;
@@ -138,16 +142,13 @@ AResult Copier::CheckFrequencies() {
                        "fill the rows");
 }
 
-AResult Copier::CopyRecord(const char* record) {
-  AUVXGroup group;
-  std::memcpy(static_cast<void*>(&group), record, AUVXGroup::kBytes);
-  if (!choice_.Keeps(group)) return AResult::Ok();
-  const char* values = record + AUVXGroup::kBytes;
-  if (channels_.IsWhole() && !options_.dropFlagged) return writer_.Append(group, values);
-  std::memcpy(static_cast<void*>(read_.lpArray()), values, static_cast<size_t>(read_.count()) * sizeof(AUVXComplex));
+AResult Copier::CopyRecord(const WalkedRecord& record) {
+  if (!choice_.Keeps(record.group)) return AResult::Ok();
+  if (channels_.IsWhole() && !options_.dropFlagged) return writer_.Append(record.group, record.values);
+  std::copy_n(record.values, read_.count(), read_.lpArray());
   if (!channels_.IsWhole()) channels_.Pick(read_, kept_);
   const AUVXVisibility& out = channels_.IsWhole() ? read_ : kept_;
-  return choice_.Keeps(out) ? writer_.Append(group, out.lpArray()) : AResult::Ok();
+  return choice_.Keeps(out) ? writer_.Append(record.group, out.lpArray()) : AResult::Ok();
 }
 
 AResult Copier::CopyTables() {

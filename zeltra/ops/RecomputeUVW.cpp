@@ -3,14 +3,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <map>
 
 #include "zeltra/core/Units.h"
 #include "zeltra/numeric/Astrometry.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
-#include "zeltra/ops/RecordReaderInternal.h"
+#include "zeltra/ops/RecordWalk.h"
 #include "zeltra/readers/CalculateUVW.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
@@ -28,12 +27,16 @@ void Precess(AUVXSourceItem& source, double julianDate) {
 class UVWCopy {
  public:
   UVWCopy(AUVXInput& from, const UVWOptions& options, UVWDifference& difference)
-      : from_(from), options_(options), difference_(difference), contents_(from), antennas_(*from.Table("AN")) {}
+      : from_(from),
+        options_(options),
+        difference_(difference),
+        contents_(from.contents()),
+        antennas_(*from.Table("AN")) {}
 
   AResult Run(const std::string& to);
 
  private:
-  AResult CopyRecord(const char* record, int index);
+  AResult CopyRecord(const WalkedRecord& record);
   AResult Missing(const std::string& what, int number, int record, const char* table) const;
   AUVXSourceItem& Apparent(const AUVXGroup& group, int place);
   void Compare(const AUVXGroup& before, const AUVXGroup& after);
@@ -47,7 +50,7 @@ class UVWCopy {
   AUVXInput& from_;
   const UVWOptions& options_;
   UVWDifference& difference_;
-  const AUVXContents contents_;
+  const AUVXContents& contents_;
   AUVXAntenns antennas_;
   std::map<int, ApparentSource> sources_;
   AUVXWriter writer_;
@@ -57,28 +60,31 @@ AResult UVWCopy::Run(const std::string& to) {
   AResult result = writer_.Create(to, AUVXHeader(from_.uvx()), options_, from_.path());
   if (!result) return result;
   SendProgressText(options_.progress, "Computing u, v, w...");
-  result = VisitRecords(from_, options_, [this](const char* record, int index) { return CopyRecord(record, index); });
+  AResult copied = AResult::Ok();
+  result = WalkRecords(from_, options_, 0, from_.uvx().count(), [&](const WalkedRecord& record) {
+    copied = CopyRecord(record);
+    return static_cast<bool>(copied);
+  });
+  if (!copied) return copied;
   if (!result) return result;
   FinishDifference();
   result = CopyTables(from_, writer_, [&](AUVXTable& table) { DropUnusedRows(table, writer_.baseLines()); });
   return result ? writer_.Finish() : result;
 }
 
-AResult UVWCopy::CopyRecord(const char* record, int index) {
-  AUVXGroup group;
-  std::memcpy(static_cast<void*>(&group), record, AUVXGroup::kBytes);
-  const AUVXGroup before = group;
+AResult UVWCopy::CopyRecord(const WalkedRecord& record) {
+  AUVXGroup group = record.group;
   int places[2];
   for (int i = 0; i < 2; ++i) {
     const int antenna = static_cast<uint8_t>(i == 0 ? group.ant1 : group.ant2);
     places[i] = antennas_.IndexForID(antenna);
-    if (places[i] < 0) return Missing("antenna", antenna, index, "AN");
+    if (places[i] < 0) return Missing("antenna", antenna, record.index, "AN");
   }
   const int source = contents_.sources().IndexForID(group.sourceNo());
-  if (source < 0) return Missing("source", group.sourceNo(), index, "SU");
+  if (source < 0) return Missing("source", group.sourceNo(), record.index, "SU");
   CalculateUVW(group, antennas_, places[0], places[1], Apparent(group, source), options_.rotate);
-  Compare(before, group);
-  return writer_.Append(group, record + AUVXGroup::kBytes);
+  Compare(record.group, group);
+  return writer_.Append(group, record.values);
 }
 
 AResult UVWCopy::Missing(const std::string& what, int number, int record, const char* table) const {

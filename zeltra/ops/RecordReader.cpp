@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
-#include <string>
 
 #include "zeltra/ops/RecordReaderInternal.h"
 
@@ -25,25 +24,6 @@ int RecordReader::Read(int first, int end) {
   const int64 position = dataOffset_ + int64{first} * recordBytes_;
   const int64 read = file_.ReadAt(position, block_.get(), int64{count} * recordBytes_);
   return read > 0 ? static_cast<int>(read / recordBytes_) : 0;
-}
-
-AResult VisitRecords(AUVXInput& input, const JobOptions& options,
-                     const std::function<AResult(const char* record, int index)>& visit) {
-  SendProgressRange(options.progress);
-  RecordReader reader(input);
-  const int records = input.uvx().count();
-  int lastPercent = -1;
-  for (int first = 0, count = 0; first < records; first += count) {
-    if (IsCancelled(options)) return AResult::Cancel(input.path() + ": the job was cancelled");
-    count = reader.Read(first, records);
-    if (count == 0) return AResult::Fail(input.path() + ": cannot be read in record " + std::to_string(first));
-    for (int i = 0; i < count; ++i) {
-      AResult result = visit(reader.records() + int64{i} * reader.recordBytes(), first + i);
-      if (!result) return result;
-    }
-    SendProgress(options.progress, first + count, records, lastPercent);
-  }
-  return AResult::Ok();
 }
 
 }  // namespace zeltra

@@ -3,7 +3,6 @@
 #ifndef ZELTRA_OPS_RECORDREADERINTERNAL_H_
 #define ZELTRA_OPS_RECORDREADERINTERNAL_H_
 
-#include <functional>
 #include <memory>
 
 #include "zeltra/ops/AUVXInput.h"
@@ -29,11 +28,6 @@ class RecordReader {
   const int capacity_;  // records in a block
   const std::unique_ptr<char[]> block_;
 };
-
-/// Visit every record of a file in its order, with progress.
-/// @param visit  visit(record, index); a failure ends the walk
-AResult VisitRecords(AUVXInput& input, const JobOptions& options,
-                     const std::function<AResult(const char* record, int index)>& visit);
 
 }  // namespace zeltra
 
