@@ -22,6 +22,7 @@
 #include "zeltra/core/CancelFlag.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/JobOptions.h"
+#include "zeltra/core/Parse.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/core/WriteWholeFile.h"

@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/IntervalArguments.h"
 #include "apps/zeltra/UVXInput.h"
 #include "zeltra/ops/AverageUVX.h"

@@ -1,6 +1,5 @@
 // zeltra copy: a part of a UVX file as another one.
 // SPDX-License-Identifier: MIT
-#include <charconv>
 #include <memory>
 
 #include "apps/zeltra/Command.h"
@@ -18,33 +17,14 @@ struct Arguments {
   CopyOptions options;
 };
 
-// Numbers and ranges, as in 0,4-7. @return false if `text` is something else
-bool ParseNumbers(const std::string& text, std::vector<int>& numbers) {
-  constexpr int kLargest = 1 << 24;
-  const char* p = text.data();
-  const char* end = p + text.size();
-  for (;;) {
-    int first = 0;
-    auto parsed = std::from_chars(p, end, first);
-    int last = first;
-    if (parsed.ec == std::errc() && parsed.ptr != end && *parsed.ptr == '-') {
-      parsed = std::from_chars(parsed.ptr + 1, end, last);
-    }
-    if (parsed.ec != std::errc() || first < 0 || last < first || last > kLargest) return false;
-    for (int number = first; number <= last; ++number) numbers.push_back(number);
-    if (parsed.ptr == end) return true;
-    if (*parsed.ptr != ',') return false;
-    p = parsed.ptr + 1;
-  }
-}
-
 void AddNumbers(CLI::App& command, const char* name, std::vector<int>& numbers, const char* description) {
   command
       .add_option_function<std::string>(
           name,
           [name, &numbers](const std::string& text) {
-            if (ParseNumbers(text, numbers)) return;
-            throw CLI::ValidationError(name, text + " is no list of numbers like 0,4-7");
+            if (AResult result = strToList(text, 0, numbers); !result) {
+              throw CLI::ValidationError(name, result.message());
+            }
           },
           description)
       ->type_name("LIST");

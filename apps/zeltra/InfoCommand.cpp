@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/Observation.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/readers/AUVXFluxes.h"

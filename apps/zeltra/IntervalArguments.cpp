@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "apps/zeltra/IntervalArguments.h"
 
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/UVXInput.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/ops/AUVXContents.h"
 
 namespace zeltra::app {
 namespace {
 
-void AddTimeOption(CLI::App& command, const char* name, std::optional<double>& time, const char* description) {
+void AddTimeOption(CLI::App& command, const char* name, std::optional<ATime>& time, const char* description) {
   command
       .add_option_function<std::string>(
           name,
           [name, &time](const std::string& text) {
-            time = ParseTime(text);
-            if (time) return;
-            throw CLI::ValidationError(name, text + " is neither a Julian date nor a time like 2020-03-20T07:30:00");
+            if (AResult result = strToTime(text, time.emplace()); !result) {
+              throw CLI::ValidationError(name, result.message());
+            }
           },
           description)
       ->type_name("TIME");
@@ -23,7 +23,7 @@ void AddTimeOption(CLI::App& command, const char* name, std::optional<double>& t
 
 }  // namespace
 
-void AddTimeOptions(CLI::App& command, std::optional<double>& start, std::optional<double>& stop) {
+void AddTimeOptions(CLI::App& command, std::optional<ATime>& start, std::optional<ATime>& stop) {
   AddTimeOption(command, "--start", start, "UTC, a Julian date or like 2020-03-20T07:30:00: no earlier records");
   AddTimeOption(command, "--stop", stop, "UTC: no later records");
 }

@@ -14,7 +14,7 @@ namespace zeltra::app {
 class UVXInput;
 
 /// Add --start and --stop, which take a Julian date or ISO 8601 text.
-void AddTimeOptions(CLI::App& command, std::optional<double>& start, std::optional<double>& stop);
+void AddTimeOptions(CLI::App& command, std::optional<ATime>& start, std::optional<ATime>& stop);
 
 /// Add --source, --freqsel, --interval, --start, --stop and --mode.
 void AddIntervalOptions(CLI::App& command, IntervalOptions& options);

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/UVXInput.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXGroup.h"
 

@@ -20,7 +20,6 @@ namespace {
 
 // Equinoxes before this year are of the FK4 system (FITS standard 4.0, section 8.3).
 constexpr double kFirstFK5Year = 1984;
-constexpr double kModifiedZero = 2400000.5;  // Julian date of the modified Julian date 0
 
 AMapHeader HeaderOf(const DirtyImage& image) {
   AMapHeader header;
@@ -88,14 +87,6 @@ class Header {
 
   std::string bytes_;
 };
-
-std::string DateText(double jd) {
-  if (jd <= 0) return {};
-  const ACalendarDate date = CalendarDate(jd);
-  char text[40];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d", date.year, date.month, date.day);
-  return text;
-}
 
 std::string HeaderBytes(const DirtyImage& image) {
   const int size = image.map.Lines();

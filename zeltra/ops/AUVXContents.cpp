@@ -2,10 +2,10 @@
 #include "zeltra/ops/AUVXContents.h"
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 #include <set>
 
+#include "zeltra/core/Dates.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -15,12 +15,6 @@ namespace {
 
 // A list in a sentence names so many things at most.
 constexpr size_t kMostNamed = 30;
-
-bool IsNumber(const std::string& text, int& number) {
-  const char* end = text.data() + text.size();
-  const auto parsed = std::from_chars(text.data(), end, number);
-  return parsed.ec == std::errc() && parsed.ptr == end;
-}
 
 bool SameName(const std::string& a, const std::string& b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
@@ -103,7 +97,7 @@ AResult AUVXContents::FindSource(const std::string& text, int& number) const {
     number = sources_(i).id;
     if (SameName(sources_(i).Name(), text) && hasRecords(number)) return AResult::Ok();
   }
-  if (IsNumber(text, number) && hasRecords(number)) return AResult::Ok();
+  if (strToVal(text, number) && hasRecords(number)) return AResult::Ok();
   return AResult::Fail(path_ + ": no record of source " + text + "; there are " + SourceList(present));
 }
 
@@ -114,7 +108,7 @@ std::string AUVXContents::AntennaList() const {
 }
 
 AResult AUVXContents::FindAntenna(const std::string& text, int& number) const {
-  const bool isNumber = IsNumber(text, number);
+  const bool isNumber = static_cast<bool>(strToVal(text, number));
   for (int i = 0; i < antennas_.count(); ++i) {
     if (isNumber ? antennas_(i).id != number : !SameName(antennas_(i).Name(), text)) continue;
     number = antennas_(i).id & 0xFF;
@@ -132,6 +126,17 @@ AResult AUVXContents::FindPolarisation(const std::string& text, AStokesMix& mix)
     if (SameName(names.back(), text)) return AResult::Ok();
   }
   return AResult::Fail(path_ + ": no polarisation " + text + "; there are " + Joined(names));
+}
+
+AResult AUVXContents::SettleTimes(std::optional<ATime>& start, std::optional<ATime>& stop) const {
+  for (std::optional<ATime>* time : {&start, &stop}) {
+    if (!*time || !(*time)->isRelative) continue;
+    if (CalendarDate(header_.info.dateObs).year == 0) {
+      return AResult::Fail(path_ + ": has no observation date, so times need a date");
+    }
+    *time = (*time)->JulianDate(header_.info.dateObs);
+  }
+  return AResult::Ok();
 }
 
 }  // namespace zeltra

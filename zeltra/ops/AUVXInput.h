@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "zeltra/core/AResult.h"
 #include "zeltra/core/AFile.h"
+#include "zeltra/core/AResult.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXTable.h"

@@ -9,6 +9,7 @@
 
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobOptions.h"
+#include "zeltra/core/Parse.h"
 #include "zeltra/ops/AUVXInput.h"
 
 namespace zeltra {
@@ -19,9 +20,9 @@ struct CopyOptions : JobOptions {
   std::vector<std::string> sources;
   /// Numbers or names of antennas: baselines between two of them are copied.
   std::vector<std::string> antennas;
-  /// Julian dates between which records are copied, both included, to 0.1 ms.
-  std::optional<double> start;
-  std::optional<double> stop;
+  /// Times between which records are copied, both included, to 0.1 ms.
+  std::optional<ATime> start;
+  std::optional<ATime> stop;
   /// Whether records are left out that are flagged, or that keep no valid value.
   bool dropFlagged = false;
   /// IFs and channels, from 0, in any order. Channels have to be evenly spaced.

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zeltra/core/JobOptions.h"
+#include "zeltra/core/Parse.h"
 
 namespace zeltra {
 
@@ -18,9 +19,9 @@ struct IntervalOptions : JobOptions {
   /// Length in seconds, at least 0.001; a negative one makes an interval of every time stamp. Intervals begin at
   /// `start`, or at multiples of their length since 0 h of the observation date where there is no start.
   double interval = -1;
-  /// Julian dates between which records count, both included.
-  std::optional<double> start;
-  std::optional<double> stop;
+  /// Times between which records count, both included.
+  std::optional<ATime> start;
+  std::optional<ATime> stop;
   /// Whether real and imaginary parts are averaged, or amplitudes and unwrapped phases: see AUVXTimeMeanArray.
   bool complexMean = true;
 };

@@ -27,8 +27,8 @@ constexpr int64 kMostLookedUp = 1 << 24;
 void IntervalWatch::Start(double midnight, int64 records) {
   midnight_ = midnight;
   records_ = records;
-  if (options_.start) begin_ = Seconds(*options_.start);
-  if (options_.stop) end_ = Seconds(*options_.stop);
+  if (options_.start) begin_ = Seconds(options_.start->value);
+  if (options_.stop) end_ = Seconds(options_.stop->value);
   SendProgressRange(options_.progress);
 }
 
@@ -131,6 +131,7 @@ AResult IntervalWalk::Open() {
   const AUVXContents contents(input_);
   if (AResult result = contents.CheckIndex(input_); !result) return result;
   if (AResult result = FindStreams(contents); !result) return result;
+  if (AResult result = contents.SettleTimes(options_.start, options_.stop); !result) return result;
   scans_ = contents.sharedScans();
   return SettleTimes(contents);
 }
@@ -192,11 +193,11 @@ AResult IntervalWalk::SettleTimes(const AUVXContents& contents) {
   for (size_t i = 0; i < streams_.size(); ++i) {
     IntervalStream& stream = streams_[i];
     stream.first = watch_.Seconds(firsts[i]);
-    if (options_.start) stream.first = std::max(stream.first, watch_.Seconds(*options_.start));
+    if (options_.start) stream.first = std::max(stream.first, watch_.Seconds(options_.start->value));
     if (options_.interval < 0) {
       stream.begin = std::numeric_limits<double>::lowest();
     } else if (options_.start) {
-      stream.begin = watch_.Seconds(*options_.start);
+      stream.begin = watch_.Seconds(options_.start->value);
     } else {
       stream.begin = std::floor(stream.first / options_.interval) * options_.interval;
     }

@@ -141,7 +141,7 @@ class IntervalWalk {
   AResult TakeNext(std::unique_ptr<Lane>& lane, const IntervalStream& stream, const Take& take);
 
   AUVXInput& input_;
-  const IntervalOptions options_;
+  IntervalOptions options_;
   IntervalWatch watch_;
   std::vector<IntervalStream> streams_;
   std::shared_ptr<AUVXPosition> scans_;

@@ -4,7 +4,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <ctime>
 #include <map>
 #include <memory>
@@ -201,14 +200,6 @@ void AddAxis(HeaderText& cards, int axis, const char* type, double value, double
   cards.AddNumber(Numbered("CDELT", axis), step);
   cards.AddValue(Numbered("CRPIX", axis), kFITSAxisOne);
   cards.AddValue(Numbered("CROTA", axis), kFITSAxisZero);
-}
-
-std::string DateText(double julianDate) {
-  if (!(julianDate > 0)) return {};
-  const ACalendarDate date = CalendarDate(julianDate);
-  char text[32];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d", date.year, date.month, date.day);
-  return date.month > 0 ? text : "";
 }
 
 void AddInfo(HeaderText& cards, const AUVXInfoHeader& info, const std::string& object) {
