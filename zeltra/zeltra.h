@@ -21,6 +21,7 @@
 #include "zeltra/core/AStreamFile.h"
 #include "zeltra/core/CancelFlag.h"
 #include "zeltra/core/Dates.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/core/Parse.h"
 #include "zeltra/core/Text.h"

@@ -20,9 +20,6 @@ namespace {
 
 struct Arguments {
   std::string from, map, fits, png, beam;
-  std::string stokes;
-  double cell = 0;  // milliarcseconds
-  bool force = false;
   ImageOptions options;
 };
 
@@ -43,7 +40,7 @@ AResult CheckOutputs(const Arguments& arguments) {
     if (name.empty()) continue;
     const auto isNamed = [&name](const std::string& other) { return IsOneName(other, name); };
     if (std::any_of(names.begin(), names.end(), isNamed)) return AResult::Fail(name + ": named twice");
-    if (!arguments.force && PathExists(name)) {
+    if (!arguments.options.overwrite && PathExists(name)) {
       return AResult::Fail(name + ": exists already and is not replaced unasked");
     }
     names.push_back(name);
@@ -76,7 +73,7 @@ AResult StoreAll(const Arguments& arguments, const DirtyImage& image) {
   store(arguments.fits, [&](const std::string& name) { return StoreFITSImage(image, name, false); });
   store(arguments.png, [&](const std::string& name) { return StorePicture(image, name); });
   for (const Stored& output : outputs) {
-    if (result && !MoveIntoPlace(output.temporary, output.name, arguments.force)) {
+    if (result && !MoveIntoPlace(output.temporary, output.name, arguments.options.overwrite)) {
       result = AResult::Fail(output.name + ": cannot be created");
     }
   }
@@ -105,14 +102,10 @@ std::string Summary(const DirtyImage& image) {
 
 AResult MakeImage(Arguments& arguments, Session& session) {
   if (AResult result = CheckOutputs(arguments); !result) return result;
-  ImageOptions& options = arguments.options;
-  static_cast<JobOptions&>(options) = session.Options(arguments.force);
-  options.cell = arguments.cell * kRadiansPerMas;
-  if (!arguments.stokes.empty()) options.selection.stokes = {arguments.stokes};
   UVXInput input;
   if (AResult result = input.Open(arguments.from, session); !result) return result;
   DirtyImage image;
-  if (AResult result = ImageUVX(input, options, image); !result) return result;
+  if (AResult result = ImageUVX(input, arguments.options, image); !result) return result;
   if (AResult result = StoreAll(arguments, image); !result) return result;
   if (image.beyond > 0) {
     session.Note(std::to_string(image.beyond) + " visibilities of baselines too long for the cell are left out");
@@ -125,30 +118,10 @@ AResult MakeImage(Arguments& arguments, Session& session) {
 
 void AddImageCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  ImageOptions& options = arguments->options;
-  CLI::App& command = *app.add_subcommand("image", "Make the dirty image of a source, a map file");
-  command.add_option("FILE", arguments->from, "UVX, or UV FITS, which is imported first")->required();
-  command.add_option("OUT.map", arguments->map, "the map file to make")->required();
-  command.add_flag("-f,--force", arguments->force, "replace outputs that exist");
-  command.add_option("--source", options.selection.source, "number or name of the source, where there are several")
-      ->type_name("N|NAME");
-  command.add_option("--stokes", arguments->stokes, "polarisation as in I or RR; I unless the file has none");
-  command.add_option("--size", options.size, "pixels a line, and lines")->capture_default_str();
-  command.add_option("--cell", arguments->cell, "size of a pixel in mas; a fifth of the narrowest fringe if not given")
-      ->check(CLI::PositiveNumber);
-  command
-      .add_option_function<std::string>(
-          "--weight",
-          [&options](const std::string& name) {
-            options.weighting = name == "uniform" ? ImageOptions::Uniform : ImageOptions::Natural;
-          },
-          "natural: least noise, or uniform: narrowest beam")
-      ->check(CLI::IsMember({"natural", "uniform"}))
-      ->default_str("natural");
-  command.add_option("--fits", arguments->fits, "make a FITS image too");
-  command.add_option("--png", arguments->png, "make a picture too");
-  command.add_option("--beam", arguments->beam, "make a map file of the dirty beam too");
-  session.OnRun(command, [arguments, &session] { return MakeImage(*arguments, session); });
+  AddCommand(
+      app, session, ImageDescription(),
+      {arguments->options, {&arguments->from, &arguments->map, &arguments->fits, &arguments->png, &arguments->beam}},
+      [arguments, &session] { return MakeImage(*arguments, session); });
 }
 
 }  // namespace zeltra::app

@@ -11,6 +11,7 @@
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
+#include "zeltra/ops/SharedOptionsInternal.h"
 #include "zeltra/readers/AUVXFluxes.h"
 
 namespace zeltra::app {
@@ -21,7 +22,7 @@ using nlohmann::ordered_json;
 // A section of the page has so many lines at most.
 constexpr int kMostLines = 40;
 
-struct Arguments {
+struct Arguments : JobOptions {
   std::string path;
   bool json = false;
   bool baselines = false;
@@ -387,7 +388,7 @@ AResult Info(const Arguments& arguments, Session& session) {
   AUVXFluxes fluxes;
   if (arguments.baselines) {
     if (AResult result = input.CheckRecordSize(); !result) return result;
-    const JobOptions options = session.Options(false);
+    const JobOptions options = session.Options();
     SendProgressText(options.progress, "Measuring baselines...");
     if (!fluxes.Create(input.uvx(), options.progress, options.cancel)) {
       const std::string sentence = arguments.path + ": not all records are read";
@@ -405,19 +406,28 @@ AResult Info(const Arguments& arguments, Session& session) {
   return out.Flush();
 }
 
+AJobDescription DescribeInfo() {
+  AJobDescriber<Arguments> job(
+      "info", "Tell what a UVX file holds",
+      "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values.");
+  job.Input(UVXInputFile());
+
+  job.Option("json", &Arguments::json,
+             "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records numbered "
+             "from 1");
+  job.Option("baselines", &Arguments::baselines,
+             "read all records for the mean amplitude, its scatter and the number of valid values of every baseline "
+             "and polarisation");
+  return job.Finish();
+}
+
 }  // namespace
 
 void AddInfoCommand(CLI::App& app, Session& session) {
+  static const AJobDescription description = DescribeInfo();
   auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = *app.add_subcommand("info", "Tell what a UVX file holds");
-  command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
-  command.add_flag("--json", arguments->json,
-                   "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records "
-                   "numbered from 1");
-  command.add_flag("--baselines", arguments->baselines,
-                   "read all records for the mean amplitude, its scatter and the number of valid values of every "
-                   "baseline and polarisation");
-  session.OnRun(command, [arguments, &session] { return Info(*arguments, session); });
+  AddCommand(app, session, description, {*arguments, {&arguments->path}},
+             [arguments, &session] { return Info(*arguments, session); });
 }
 
 }  // namespace zeltra::app

@@ -7,6 +7,7 @@
 
 #include "zeltra/core/AMatrix.h"
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/image/FitBeam.h"
 #include "zeltra/ops/AUVXInput.h"
@@ -82,6 +83,9 @@ ZELTRA_API AResult StoreMap(const DirtyImage& image, const AMatrix<float>& pixel
 
 /// Store an image as a FITS image of 32-bit floats with the axes RA---SIN, DEC--SIN, FREQ and STOKES.
 ZELTRA_API AResult StoreFITSImage(const DirtyImage& image, const std::string& path, bool overwrite);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& ImageDescription();
 
 }  // namespace zeltra
 

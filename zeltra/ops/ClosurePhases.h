@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/IntervalOptions.h"
 
@@ -40,6 +41,9 @@ using ClosureSink = std::function<AResult(const AClosurePhase&)>;
 /// records of each source where sources alternate, with the same limits.
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult ClosurePhases(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& ClosureDescription();
 
 }  // namespace zeltra
 

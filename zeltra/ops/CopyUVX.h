@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/core/Parse.h"
 #include "zeltra/ops/AUVXInput.h"
@@ -49,6 +50,9 @@ struct CopySummary {
 /// @return a failure if no record is selected, if records have more than 1048576 values, or if IFs or channels are left
 ///         out where the columns of "FQ" do not fill its rows: there is no output then
 ZELTRA_API AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& CopyDescription();
 
 }  // namespace zeltra
 

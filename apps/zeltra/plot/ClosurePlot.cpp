@@ -86,7 +86,8 @@ AResult ClosurePlot::LookUp() {
   } else if (AResult result = data_.contents().FindAntenna(options_.antenna, antenna_); !result) {
     return result;
   }
-  static_cast<JobOptions&>(closure_) = options_;
+  JobOptions& job = closure_;
+  job = options_;
   // As it was named: the number of one source may be the name of another.
   closure_.source = selection.source;
   closure_.antenna = std::to_string(antenna_);
