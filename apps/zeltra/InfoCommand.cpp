@@ -411,7 +411,6 @@ AJobDescription DescribeInfo() {
       "info", "Tell what a UVX file holds",
       "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values.");
   job.Input(UVXInputFile());
-
   job.Option("json", &Arguments::json,
              "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records numbered "
              "from 1");

@@ -51,7 +51,6 @@ AJobDescription DescribePlot() {
       "uv shows where the visibilities lie in the u, v plane; amplitude and phase are drawn over the distance from its "
       "origin, or over time; closure draws closure phases over time.");
   job.Input(UVXInputFile());
-
   job.Output({"OUT", "the picture to make, .svg or .png", "", 0, {".svg", ".png"}});
   job.Choice<PlotKind PlotOptions::*, PlotKind>("kind", &PlotOptions::kind,
                                                 {{"uv", PlotKind::UV},

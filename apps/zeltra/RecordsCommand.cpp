@@ -35,7 +35,6 @@ struct Arguments : JobOptions {
 AJobDescription DescribeRecords() {
   AJobDescriber<Arguments> job("records", "Print visibility records", "A line a record, in the order of the file.");
   job.Input(UVXInputFile());
-
   job.Option("source", &Arguments::source, "only records of this source number").Otherwise("all");
   job.Option("freqsel", &Arguments::setup, "only records of this frequency setup").Otherwise("all");
   job.Option("from", &Arguments::from, "first record, from 0").From(0);

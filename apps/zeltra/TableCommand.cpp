@@ -141,7 +141,6 @@ AJobDescription DescribeTable() {
   AJobDescriber<Arguments> job("table", "Print a table of a UVX file",
                                "A line a row, a column an element, as in STABXYZ[1]; 'zeltra info' lists the tables.");
   job.Input(UVXInputFile());
-
   job.Option("code", &Arguments::code, "the two characters that name the table, as in AN").Form("CODE").Word();
   job.Option("version", &Arguments::version, "which of several tables of one code, from 1").From(1);
   return job.Finish();

@@ -2,6 +2,7 @@
 #include "zeltra/core/JobDescription.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "zeltra/core/Text.h"
@@ -60,7 +61,7 @@ struct TextOfTarget {
 
 }  // namespace
 
-std::pair<AOptionKind, std::string> KindOf(const AOptionTarget& target) {
+std::pair<AOptionKind, std::string> OptionKindOf(const AOptionTarget& target) {
   return std::visit(KindOfTarget(), target);
 }
 
@@ -97,7 +98,8 @@ AResult AJobOption::Store(const std::string& text, std::optional<int>* number) c
 }
 
 AResult AJobOption::Store(const std::string& text, std::uint64_t* number) const {
-  return strToVal(text, *number);
+  if (AResult result = strToVal(text, *number); !result) return result;
+  return CheckRange(text, static_cast<double>(*number));
 }
 
 AResult AJobOption::Store(const std::string& text, double* number) const {
@@ -128,7 +130,8 @@ AResult AJobOption::Store(const std::string& text, std::vector<std::string>* wor
 
 AResult AJobOption::Store(const std::string& text, std::vector<int>* numbers) const {
   std::vector<int> more;
-  if (AResult result = strToList(text, static_cast<int>(least), more); !result) return result;
+  const int first = std::isfinite(least) ? static_cast<int>(least) : 0;
+  if (AResult result = strToList(text, first, more); !result) return result;
   numbers->insert(numbers->end(), more.begin(), more.end());
   return AResult::Ok();
 }

@@ -192,7 +192,7 @@ class AJobDescriber {
 };
 
 /// The kind of a target, and what stands for such a value.
-ZELTRA_API std::pair<AOptionKind, std::string> KindOf(const AOptionTarget& target);
+ZELTRA_API std::pair<AOptionKind, std::string> OptionKindOf(const AOptionTarget& target);
 
 template <typename Options>
 AJobOption& AJobDescriber<Options>::Add(std::string name, std::string help,
@@ -201,7 +201,7 @@ AJobOption& AJobDescriber<Options>::Add(std::string name, std::string help,
   option.name = std::move(name);
   option.help = std::move(help);
   Options defaults;
-  std::tie(option.kind, option.form) = KindOf(target(defaults));
+  std::tie(option.kind, option.form) = OptionKindOf(target(defaults));
   option.target = std::move(target);
   return option;
 }
