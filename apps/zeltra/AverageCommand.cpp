@@ -1,11 +1,9 @@
 // zeltra average: time averages, as a table or as a UVX file.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
-#include <map>
 #include <memory>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/IntervalArguments.h"
 #include "apps/zeltra/UVXInput.h"
 #include "zeltra/ops/AverageUVX.h"
@@ -21,13 +19,12 @@ constexpr int kMostValues = 1 << 18;
 struct Arguments {
   std::string path;
   std::string output;
-  bool force = false;
   TableFormat format = TableFormat::Text;
   AverageOptions options;
 };
 
 std::vector<PrintedColumn> Columns(const AUVXFile& uvx, int polarisations, int shown, TableFormat format) {
-  std::vector<PrintedColumn> columns = {{"time", format == TableFormat::Text}, {"ant1"}, {"ant2"}};
+  std::vector<PrintedColumn> columns = PrintedColumns(AverageDescription(), format, 3);
   for (int value = 0; value < shown; ++value) {
     const int point = value / polarisations;
     const std::string place = "_" + std::to_string(point / uvx.channels()) + "_" +
@@ -87,7 +84,6 @@ AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& sess
 AResult RunAverage(Arguments& arguments, Session& session) {
   UVXInput input;
   if (AResult result = input.Open(arguments.path, session); !result) return result;
-  static_cast<JobOptions&>(arguments.options) = session.Options(arguments.force);
   if (arguments.output.empty()) return PrintAverages(input, arguments, session);
   return AverageUVX(input, arguments.output, arguments.options);
 }
@@ -96,25 +92,9 @@ AResult RunAverage(Arguments& arguments, Session& session) {
 
 void AddAverageCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = *app.add_subcommand(
-      "average",
-      "Average visibilities in time: a line an interval and baseline, with the mean Julian date of the\n"
-      "interval, the antennas, and the values as re_IF_CHANNEL_POLARISATION, im_..., weight_..., numbered from 0");
-  command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
-  AddIntervalOptions(command, arguments->options);
-  const std::map<std::string, AverageMix> mixes = {
-      {"all", AverageMix::All}, {"rl", AverageMix::Parallel}, {"cross", AverageMix::Cross}};
-  command
-      .add_option("--mix", arguments->options.mix,
-                  "average combinations of polarisations: all that can be formed, the parallel hands (rl) or the cross "
-                  "hands")
-      ->transform(CLI::CheckedTransformer(mixes).description("all|rl|cross"));
-  AddFormatOptions(command, arguments->format);
-  CLI::Option* output =
-      command.add_option("-o,--output", arguments->output, "write a UVX file with the tables of FILE instead");
-  output->excludes(command.get_option("--csv"))->excludes(command.get_option("--json"));
-  command.add_flag("-f,--force", arguments->force, "replace the output if it exists")->needs(output);
-  session.OnRun(command, [arguments, &session] { return RunAverage(*arguments, session); });
+  AddCommand(app, session, AverageDescription(),
+             {arguments->options, {&arguments->path, &arguments->output}, &arguments->format},
+             [arguments, &session] { return RunAverage(*arguments, session); });
 }
 
 }  // namespace zeltra::app

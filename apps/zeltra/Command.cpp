@@ -31,16 +31,31 @@ Session::Session() {
   if (std::signal(SIGINT, Interrupt) == SIG_IGN) std::signal(SIGINT, SIG_IGN);
 }
 
+const AJobDescription& ToolDescription() {
+  static const AJobDescription description = [] {
+    AJobDescriber<ToolOptions> tool("zeltra", "Look at visibility data, and turn it into other data");
+    tool.Option("quiet", &ToolOptions::quiet, "no progress bar and no summary; notes and errors are still told")
+        .Letter('q');
+    tool.Option("pause", &ToolOptions::pause,
+                "wait for Enter before the end, in a window that closes with the program");
+    return tool.Finish();
+  }();
+  return description;
+}
+
 void Session::OnRun(CLI::App& command, std::function<AResult()> job) {
   command.callback([this, job = std::move(job)] { result_ = job(); });
 }
 
-JobOptions Session::Options(bool overwrite) {
-  JobOptions options;
-  if (!quiet && IsErrorTerminal()) options.progress = &progress_;
-  options.cancel = &cancelled;
-  options.overwrite = overwrite;
-  return options;
+void Session::Prepare(JobOptions& job) {
+  if (!options.quiet && IsErrorTerminal()) job.progress = &progress_;
+  job.cancel = &cancelled;
+}
+
+JobOptions Session::Options() {
+  JobOptions job;
+  Prepare(job);
+  return job;
 }
 
 bool Session::IsCancelled() const {
@@ -54,13 +69,13 @@ void Session::Note(const std::string& sentence) {
 
 void Session::Report(const std::string& sentence) {
   progress_.Clear();
-  if (!quiet) std::fprintf(stderr, "zeltra: %s\n", sentence.c_str());
+  if (!options.quiet) std::fprintf(stderr, "zeltra: %s\n", sentence.c_str());
 }
 
 int Session::Finish() {
   progress_.Clear();
   if (!result_) PrintError(result_.message());
-  if (pause) WaitForEnter();
+  if (options.pause) WaitForEnter();
   switch (result_.code()) {
     case AResult::Done:
       return kDone;
@@ -73,14 +88,6 @@ int Session::Finish() {
 
 void PrintError(const std::string& sentence) {
   std::fprintf(stderr, "zeltra: error: %s\n", Printable(sentence).c_str());
-}
-
-void AddFormatOptions(CLI::App& command, TableFormat& format) {
-  CLI::Option* csv = command.add_flag_callback(
-      "--csv", [&format] { format = TableFormat::CSV; }, "print CSV");
-  CLI::Option* json = command.add_flag_callback(
-      "--json", [&format] { format = TableFormat::JSON; }, "print JSON");
-  csv->excludes(json);
 }
 
 }  // namespace zeltra::app

@@ -17,9 +17,6 @@ namespace {
 struct Arguments {
   std::string from;
   ImageNames names;
-  std::string stokes;
-  double cell = 0;  // milliarcseconds
-  bool force = false;
   ImageOptions options;
 };
 
@@ -39,15 +36,12 @@ std::string Summary(const DirtyImage& image) {
 
 AResult MakeImage(Arguments& arguments, Session& session) {
   ImageFiles files;
-  if (AResult result = files.Create(arguments.names, arguments.from, arguments.force); !result) return result;
-  ImageOptions& options = arguments.options;
-  static_cast<JobOptions&>(options) = session.Options(arguments.force);
-  options.cell = arguments.cell * kRadiansPerMas;
-  if (!arguments.stokes.empty()) options.selection.stokes = {arguments.stokes};
+  if (AResult result = files.Create(arguments.names, arguments.from, arguments.options.overwrite); !result)
+    return result;
   UVXInput input;
   if (AResult result = input.Open(arguments.from, session); !result) return result;
   DirtyImage image;
-  if (AResult result = ImageUVX(input, options, image); !result) return result;
+  if (AResult result = ImageUVX(input, arguments.options, image); !result) return result;
   const std::string& png = arguments.names.picture;
   const std::string picture = png.empty() ? "" : ImagePicture(image);
   if (!png.empty() && picture.empty()) return AResult::Fail(png + ": there is no memory for the picture");
@@ -63,30 +57,10 @@ AResult MakeImage(Arguments& arguments, Session& session) {
 
 void AddImageCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  ImageOptions& options = arguments->options;
-  CLI::App& command = *app.add_subcommand("image", "Make the dirty image of a source, a map file");
-  command.add_option("FILE", arguments->from, "UVX, or UV FITS, which is imported first")->required();
-  command.add_option("OUT.map", arguments->names.map, "the map file to make")->required();
-  command.add_flag("-f,--force", arguments->force, "replace outputs that exist");
-  command.add_option("--source", options.selection.source, "number or name of the source, where there are several")
-      ->type_name("N|NAME");
-  command.add_option("--stokes", arguments->stokes, "polarisation as in I or RR; I unless the file has none");
-  command.add_option("--size", options.size, "pixels a line, and lines")->capture_default_str();
-  command.add_option("--cell", arguments->cell, "size of a pixel in mas; a fifth of the narrowest fringe if not given")
-      ->check(CLI::PositiveNumber);
-  command
-      .add_option_function<std::string>(
-          "--weight",
-          [&options](const std::string& name) {
-            options.weighting = name == "uniform" ? ImageOptions::Uniform : ImageOptions::Natural;
-          },
-          "natural: least noise, or uniform: narrowest beam")
-      ->check(CLI::IsMember({"natural", "uniform"}))
-      ->default_str("natural");
-  command.add_option("--fits", arguments->names.fits, "make a FITS image too");
-  command.add_option("--png", arguments->names.picture, "make a picture too");
-  command.add_option("--beam", arguments->names.beam, "make a map file of the dirty beam too");
-  session.OnRun(command, [arguments, &session] { return MakeImage(*arguments, session); });
+  ImageNames& names = arguments->names;
+  AddCommand(app, session, ImageDescription(),
+             {arguments->options, {&arguments->from, &names.map, &names.fits, &names.picture, &names.beam}},
+             [arguments, &session] { return MakeImage(*arguments, session); });
 }
 
 }  // namespace zeltra::app

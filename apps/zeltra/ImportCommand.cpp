@@ -11,12 +11,12 @@ namespace {
 struct Arguments {
   std::string from;
   std::string to;
-  bool force = false;
+  JobOptions options;
 };
 
 AResult Import(const Arguments& arguments, Session& session) {
   ImportSummary summary;
-  AResult result = ImportUVFITS(arguments.from, arguments.to, session.Options(arguments.force), &summary);
+  AResult result = ImportUVFITS(arguments.from, arguments.to, arguments.options, &summary);
   for (const std::string& remark : summary.remarks) session.Note(remark);
   if (result) {
     session.Report(arguments.to + ": " + std::to_string(summary.records) + " records" +
@@ -29,11 +29,8 @@ AResult Import(const Arguments& arguments, Session& session) {
 
 void AddImportCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = *app.add_subcommand("import", "Import random-groups UV FITS into a UVX file");
-  command.add_option("IN.uvfits", arguments->from, "the file to import")->required();
-  command.add_option("OUT.uvx", arguments->to, "the file to make")->required();
-  command.add_flag("-f,--force", arguments->force, "replace OUT.uvx if it exists");
-  session.OnRun(command, [arguments, &session] { return Import(*arguments, session); });
+  AddCommand(app, session, ImportDescription(), {arguments->options, {&arguments->from, &arguments->to}},
+             [arguments, &session] { return Import(*arguments, session); });
 }
 
 }  // namespace zeltra::app

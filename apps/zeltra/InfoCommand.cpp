@@ -7,12 +7,13 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/UVXInput.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/AUVXFluxes.h"
+#include "zeltra/ops/SharedOptionsInternal.h"
 
 namespace zeltra::app {
 namespace {
@@ -22,7 +23,7 @@ using nlohmann::ordered_json;
 // A section of the page has so many lines at most.
 constexpr int kMostLines = 40;
 
-struct Arguments {
+struct Arguments : JobOptions {
   std::string path;
   bool json = false;
   bool baselines = false;
@@ -393,7 +394,7 @@ AResult Info(const Arguments& arguments, Session& session) {
   for (const std::string& remark : contents.Remarks()) session.Note(remark);
   AUVXFluxes fluxes;
   if (arguments.baselines) {
-    const JobOptions options = session.Options(false);
+    const JobOptions options = session.Options();
     SendProgressText(options.progress, "Measuring baselines...");
     if (AResult result = fluxes.Create(input, options); !result) return result;
   }
@@ -408,19 +409,27 @@ AResult Info(const Arguments& arguments, Session& session) {
   return out.Flush();
 }
 
+AJobDescription DescribeInfo() {
+  AJobDescriber<Arguments> job(
+      "info", "Tell what a UVX file holds",
+      "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values.");
+  job.Input(UVXInputFile());
+  job.Option("json", &Arguments::json,
+             "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records numbered "
+             "from 1");
+  job.Option("baselines", &Arguments::baselines,
+             "read all records for the mean amplitude, its scatter and the number of valid values of every baseline "
+             "and polarisation");
+  return job.Finish();
+}
+
 }  // namespace
 
 void AddInfoCommand(CLI::App& app, Session& session) {
+  static const AJobDescription description = DescribeInfo();
   auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = *app.add_subcommand("info", "Tell what a UVX file holds");
-  command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
-  command.add_flag("--json", arguments->json,
-                   "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records "
-                   "numbered from 1");
-  command.add_flag("--baselines", arguments->baselines,
-                   "read all records for the mean amplitude, its scatter and the number of valid values of every "
-                   "baseline and polarisation");
-  session.OnRun(command, [arguments, &session] { return Info(*arguments, session); });
+  AddCommand(app, session, description, {*arguments, {&arguments->path}},
+             [arguments, &session] { return Info(*arguments, session); });
 }
 
 }  // namespace zeltra::app

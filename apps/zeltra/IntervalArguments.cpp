@@ -1,66 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "apps/zeltra/IntervalArguments.h"
 
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/UVXInput.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/ops/AUVXContents.h"
 
 namespace zeltra::app {
-namespace {
-
-void AddTimeOption(CLI::App& command, const char* name, std::optional<double>& time, const char* description) {
-  command
-      .add_option_function<std::string>(
-          name,
-          [name, &time](const std::string& text) {
-            time = ParseTime(text);
-            if (time) return;
-            throw CLI::ValidationError(name, text + " is neither a Julian date nor a time like 2020-03-20T07:30:00");
-          },
-          description)
-      ->type_name("TIME");
-}
-
-}  // namespace
-
-void AddTimeOptions(CLI::App& command, std::optional<double>& start, std::optional<double>& stop) {
-  AddTimeOption(command, "--start", start, "UTC, a Julian date or like 2020-03-20T07:30:00: no earlier records");
-  AddTimeOption(command, "--stop", stop, "UTC: no later records");
-}
-
-void AddIntervalOptions(CLI::App& command, IntervalOptions& options) {
-  command.add_option("--source", options.source, "number or name of the source")->type_name("N|NAME");
-  command.add_option("--freqsel", options.freqSel, "number of the frequency setup")->type_name("N");
-  command
-      .add_option("--interval", options.interval,
-                  "length of the intervals, which begin at --start, or at multiples of the length since 0 h of the "
-                  "observation date; -1 makes an interval of every time stamp")
-      ->type_name("SECONDS")
-      ->required()
-      ->check([](const std::string& text) {
-        double seconds = 0;
-        const bool isNumber = CLI::detail::lexical_cast(text, seconds);
-        const bool isPossible = seconds == -1 || (seconds >= 1e-3 && seconds <= 1e9);
-        return isNumber && isPossible ? std::string() : text + " is neither -1 nor from 0.001 to 1e9";
-      });
-  AddTimeOptions(command, options.start, options.stop);
-  command
-      .add_option_function<std::string>(
-          "--mode", [&options](const std::string& mode) { options.complexMean = mode == "complex"; },
-          "average real and imaginary parts (the default), or amplitudes and unwrapped phases")
-      ->check(CLI::IsMember({"complex", "amphase"}));
-  command
-      .add_option_function<std::string>(
-          "--mean",
-          [&options](const std::string& mean) {
-            options.mean = mean == "plain" ? MeanKind::Plain : MeanKind::Weighted;
-          },
-          "weighted by the weights (the default), or plain with the mean weight")
-      ->check(CLI::IsMember({"weighted", "plain"}));
-  command.add_option("--threads", options.threads, "threads that may be used; 0 for one a processor")
-      ->check(CLI::NonNegativeNumber);
-}
-
 void NoteSources(UVXInput& input, const std::string& chosen, Session& session) {
   if (!chosen.empty()) return;
   const AUVXContents& contents = input.contents();

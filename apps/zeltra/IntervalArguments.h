@@ -3,21 +3,13 @@
 #ifndef ZELTRA_APPS_INTERVALARGUMENTS_H_
 #define ZELTRA_APPS_INTERVALARGUMENTS_H_
 
-#include <optional>
 #include <string>
 
 #include "apps/zeltra/Command.h"
-#include "zeltra/ops/IntervalOptions.h"
 
 namespace zeltra::app {
 
 class UVXInput;
-
-/// Add --start and --stop, which take a Julian date or ISO 8601 text.
-void AddTimeOptions(CLI::App& command, std::optional<double>& start, std::optional<double>& stop);
-
-/// Add --source, --freqsel, --interval, --start, --stop and --mode.
-void AddIntervalOptions(CLI::App& command, IntervalOptions& options);
 
 /// Tell which sources a table mixes, where none was chosen and there are several.
 void NoteSources(UVXInput& input, const std::string& chosen, Session& session);

@@ -7,6 +7,7 @@
 #include "apps/zeltra/plot/Plot.h"
 #include "apps/zeltra/plot/SVGToPNG.h"
 #include "zeltra/core/WriteWholeFile.h"
+#include "zeltra/ops/SharedOptionsInternal.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra::app {
@@ -14,7 +15,6 @@ namespace {
 
 struct Arguments {
   std::string from, to;
-  bool force = false;
   PlotOptions options;
 };
 
@@ -22,22 +22,16 @@ bool EndsWith(const std::string& text, const std::string& end) {
   return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-PlotKind KindOf(const std::string& name) {
-  if (name == "amplitude") return PlotKind::Amplitude;
-  if (name == "phase") return PlotKind::Phase;
-  return name == "closure" ? PlotKind::Closure : PlotKind::UV;
-}
-
 AResult Plot(Arguments& arguments, Session& session) {
   const std::string& to = arguments.to;
-  if (!arguments.force && PathExists(to)) return AResult::Fail(to + ": exists already and is not replaced unasked");
+  if (!arguments.options.overwrite && PathExists(to))
+    return AResult::Fail(to + ": exists already and is not replaced unasked");
   if (IsSameFile(to, arguments.from)) return AResult::Fail(to + ": is the file that is read");
   const bool isPNG = EndsWith(to, ".png");
   if (isPNG && !CanMakePNG()) {
     return AResult::Fail(to + ": this program was built without librsvg, which draws plots as PNG; name it .svg");
   }
   PlotOptions& options = arguments.options;
-  static_cast<JobOptions&>(options) = session.Options(arguments.force);
   UVXInput input;
   if (AResult result = input.Open(arguments.from, session); !result) return result;
   std::string picture;
@@ -46,48 +40,61 @@ AResult Plot(Arguments& arguments, Session& session) {
   if (!result) return result;
   if (isPNG) picture = SVGToPNG(picture);
   if (picture.empty()) return AResult::Fail(to + ": the plot cannot be turned into pixels; name it .svg");
-  result = WriteWholeFile(to, picture, arguments.force);
+  result = WriteWholeFile(to, picture, arguments.options.overwrite);
   if (result) session.Report(to + ": drawn");
   return result;
+}
+
+AJobDescription DescribePlot() {
+  AJobDescriber<PlotOptions> job(
+      "plot", "Draw a plot",
+      "uv shows where the visibilities lie in the u, v plane; amplitude and phase are drawn over the distance from its "
+      "origin, or over time; closure draws closure phases over time.");
+  job.Input(UVXInputFile());
+  job.Output({"OUT", "the picture to make, .svg or .png", "", 0, {".svg", ".png"}});
+  job.Choice<PlotKind PlotOptions::*, PlotKind>("kind", &PlotOptions::kind,
+                                                {{"uv", PlotKind::UV},
+                                                 {"amplitude", PlotKind::Amplitude},
+                                                 {"phase", PlotKind::Phase},
+                                                 {"closure", PlotKind::Closure}},
+                                                "what to draw: uv, amplitude, phase or closure")
+      .Form("KIND")
+      .Word();
+  job.Option(
+         "source", [](PlotOptions & o) -> auto& { return o.selection.source; }, "number or name of the source")
+      .Form("N|NAME")
+      .Otherwise("the only one");
+  job.Option(
+         "stokes", [](PlotOptions & o) -> auto& { return o.selection.stokes; }, "polarisations, as in RR,LL")
+      .Otherwise("the parallel hands");
+  job.Option(
+         "if", [](PlotOptions & o) -> auto& { return o.selection.IF; }, "only this IF, from 0")
+      .From(0)
+      .Otherwise("all");
+  job.Option(
+         "channel", [](PlotOptions & o) -> auto& { return o.selection.channel; }, "only this channel, from 0")
+      .From(0)
+      .Otherwise("all");
+  job.Option("antenna", &PlotOptions::antenna, "only the baselines, or triangles, of this antenna, a number or a name")
+      .Form("N|NAME")
+      .Otherwise("all baselines, or the triangles of one antenna");
+  job.Option("time", &PlotOptions::overTime, "amplitude, phase: over time");
+  job.Option("interval", &PlotOptions::interval, "closure: length of the averages, -1 for every time stamp")
+      .Form("SECONDS")
+      .Unit("s")
+      .Range(1e-3, 1e9)
+      .Or(-1);
+  job.Overwrite();
+  return job.Finish();
 }
 
 }  // namespace
 
 void AddPlotCommand(CLI::App& app, Session& session) {
+  static const AJobDescription description = DescribePlot();
   auto arguments = std::make_shared<Arguments>();
-  PlotOptions& options = arguments->options;
-  CLI::App& command = *app.add_subcommand("plot",
-                                          "Draw a plot:\n"
-                                          "  uv         where the visibilities lie in the u, v plane\n"
-                                          "  amplitude  over the distance from its origin, or over time\n"
-                                          "  phase      the same\n"
-                                          "  closure    closure phases over time");
-  command.add_option("FILE", arguments->from, "UVX, or UV FITS, which is imported first")->required();
-  command
-      .add_option_function<std::string>(
-          "KIND", [&options](const std::string& name) { options.kind = KindOf(name); }, "what to draw")
-      ->required()
-      ->check(CLI::IsMember({"uv", "amplitude", "phase", "closure"}));
-  command.add_option("OUT", arguments->to, "the picture to make, .svg or .png")
-      ->required()
-      ->check([](const std::string& name) {
-        return EndsWith(name, ".svg") || EndsWith(name, ".png") ? "" : name + " ends neither in .svg nor in .png";
-      });
-  command.add_flag("-f,--force", arguments->force, "replace OUT if it exists");
-  command.add_option("--source", options.selection.source, "number or name of the source, where there are several")
-      ->type_name("N|NAME");
-  command
-      .add_option("--stokes", options.selection.stokes, "polarisations, as in RR,LL; the parallel hands if not given")
-      ->delimiter(',');
-  command.add_option("--if", options.selection.IF, "only this IF, from 0")->check(CLI::NonNegativeNumber);
-  command.add_option("--channel", options.selection.channel, "only this channel, from 0")
-      ->check(CLI::NonNegativeNumber);
-  command.add_option("--antenna", options.antenna, "only the baselines, or triangles, of this antenna")
-      ->type_name("N|NAME");
-  command.add_flag("--time", options.overTime, "amplitude, phase: over time");
-  command.add_option("--interval", options.interval, "closure: seconds averaged, -1 for every time stamp")
-      ->capture_default_str();
-  session.OnRun(command, [arguments, &session] { return Plot(*arguments, session); });
+  AddCommand(app, session, description, {arguments->options, {&arguments->from, &arguments->to}},
+             [arguments, &session] { return Plot(*arguments, session); });
 }
 
 }  // namespace zeltra::app

@@ -8,9 +8,10 @@
 #include <utility>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/UVXInput.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/ops/RecordWalk.h"
+#include "zeltra/ops/SharedOptionsInternal.h"
 
 namespace zeltra::app {
 namespace {
@@ -18,7 +19,7 @@ namespace {
 // A line of a text shows so many values of a record.
 constexpr int kShownValues = 2;
 
-struct Arguments {
+struct Arguments : JobOptions {
   std::string path;
   TableFormat format = TableFormat::Text;
   std::optional<int> source;
@@ -26,6 +27,31 @@ struct Arguments {
   int from = 0;
   std::optional<int> count;
 };
+
+AJobDescription DescribeRecords() {
+  AJobDescriber<Arguments> job("records", "Print visibility records", "A line a record, in the order of the file.");
+  job.Input(UVXInputFile());
+  job.Option("source", &Arguments::source, "only records of this source number").Otherwise("all");
+  job.Option("freqsel", &Arguments::setup, "only records of this frequency setup").Otherwise("all");
+  job.Option("from", &Arguments::from, "first record, from 0").From(0);
+  job.Option("count", &Arguments::count, "number of records looked at").From(0).Otherwise("all that follow");
+  job.Column("index", "", "number of the record, from 0");
+  job.Column("time", "JD", "Julian date, UTC");
+  job.Column("ant1", "", "number of antenna 1");
+  job.Column("ant2", "", "number of antenna 2");
+  job.Column("source", "", "number of the source");
+  job.Column("freqsel", "", "number of the frequency setup");
+  for (const char* name : {"u", "v", "w"}) job.Column(name, "s", "antenna 1 minus antenna 2, light travel time");
+  job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file", "real part; all three count from 0");
+  job.Column("im_IF_CHANNEL_POLARISATION", "unit of the file", "imaginary part");
+  job.Column("weight_IF_CHANNEL_POLARISATION", "", "weight; not above 0: flagged");
+  return job.Finish();
+}
+
+const AJobDescription& RecordsDescription() {
+  static const AJobDescription description = DescribeRecords();
+  return description;
+}
 
 class RecordPrinter {
  public:
@@ -75,9 +101,7 @@ AResult RecordPrinter::Run() {
 }
 
 std::vector<PrintedColumn> RecordPrinter::Columns() {
-  const bool isText = arguments_.format == TableFormat::Text;
-  std::vector<PrintedColumn> columns = {
-      {"index"}, {"time", isText}, {"ant1"}, {"ant2"}, {"source"}, {"freqsel"}, {"u"}, {"v"}, {"w"}};
+  std::vector<PrintedColumn> columns = PrintedColumns(RecordsDescription(), arguments_.format, 9);
   AUVXFile& uvx = input_.uvx();
   for (int value = 0; value < shown_; ++value) {
     const int point = value / uvx.stokes();
@@ -89,7 +113,7 @@ std::vector<PrintedColumn> RecordPrinter::Columns() {
 }
 
 AResult RecordPrinter::PrintRecords(TablePrinter& printer) {
-  JobOptions options = session_.Options(false);
+  JobOptions options = session_.Options();
   options.progress = nullptr;  // the lines themselves show it
   bool any = false;
   AResult result = WalkRecords(input_, options, arguments_.from, end_, [&](const WalkedRecord& record) {
@@ -154,17 +178,8 @@ AResult RecordPrinter::NothingMatches() const {
 
 void AddRecordsCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = *app.add_subcommand(
-      "records",
-      "Print visibility records, a line each: index from 0, time (Julian date), antennas, source, frequency setup,\n"
-      "u, v, w, and the values as re_IF_CHANNEL_POLARISATION, im_..., weight_..., numbered from 0");
-  command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
-  AddFormatOptions(command, arguments->format);
-  command.add_option("--source", arguments->source, "only records of this source number");
-  command.add_option("--freqsel", arguments->setup, "only records of this frequency setup");
-  command.add_option("--from", arguments->from, "first record, from 0")->check(CLI::NonNegativeNumber);
-  command.add_option("--count", arguments->count, "number of records looked at")->check(CLI::NonNegativeNumber);
-  session.OnRun(command, [arguments, &session] { return RecordPrinter(*arguments, session).Run(); });
+  AddCommand(app, session, RecordsDescription(), {*arguments, {&arguments->path}, &arguments->format},
+             [arguments, &session] { return RecordPrinter(*arguments, session).Run(); });
 }
 
 }  // namespace zeltra::app

@@ -14,7 +14,7 @@ namespace {
 constexpr char kExtension[] = ".uvx";
 constexpr char kTypeId[] = "ZELTRA.uvx";
 
-struct Arguments {
+struct Arguments : JobOptions {
   std::string program;
   bool remove = false;
 };
@@ -58,16 +58,22 @@ AResult Unregister(Session& session) {
   return AResult::Ok();
 }
 
+AJobDescription DescribeRegister() {
+  AJobDescriber<Arguments> job("register", "Let the desktop open UVX files",
+                               "A double click on a UVX file then opens it.");
+  job.Option("program", &Arguments::program, "path of the program that opens UVX files")
+      .Form("PROGRAM")
+      .Otherwise("zeltra info");
+  job.Option("remove", &Arguments::remove, "undo the registration").Excludes("program");
+  return job.Finish();
+}
+
 }  // namespace
 
 void AddRegisterCommand(CLI::App& app, Session& session) {
+  static const AJobDescription description = DescribeRegister();
   auto arguments = std::make_shared<Arguments>();
-  CLI::App& command =
-      *app.add_subcommand("register", "Let the desktop open UVX files: with 'zeltra info', or another program");
-  CLI::Option* program =
-      command.add_option("--program", arguments->program, "path of the program that opens UVX files");
-  command.add_flag("--remove", arguments->remove, "undo the registration")->excludes(program);
-  session.OnRun(command, [arguments, &session] {
+  AddCommand(app, session, description, {*arguments, {}}, [arguments, &session] {
     return arguments->remove ? Unregister(session) : Register(arguments->program, session);
   });
 }

@@ -9,6 +9,7 @@
 #include "apps/zeltra/UVXInput.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/AFITSxtbl.h"
+#include "zeltra/ops/SharedOptionsInternal.h"
 
 namespace zeltra::app {
 namespace {
@@ -18,7 +19,7 @@ constexpr int kShownElements = 4;
 // A line of a table has room for so many cells. A table without rows may claim any number.
 constexpr int64 kMostCells = 1 << 20;
 
-struct Arguments {
+struct Arguments : JobOptions {
   std::string path;
   std::string code;
   int version = 1;
@@ -105,17 +106,22 @@ AResult PrintTable(const Arguments& arguments, Session& session) {
   return Print(*table, arguments, session);
 }
 
+AJobDescription DescribeTable() {
+  AJobDescriber<Arguments> job("table", "Print a table of a UVX file",
+                               "A line a row, a column an element, as in STABXYZ[1]; 'zeltra info' lists the tables.");
+  job.Input(UVXInputFile());
+  job.Option("code", &Arguments::code, "the two characters that name the table, as in AN").Form("CODE").Word();
+  job.Option("version", &Arguments::version, "which of several tables of one code, from 1").From(1);
+  return job.Finish();
+}
+
 }  // namespace
 
 void AddTableCommand(CLI::App& app, Session& session) {
+  static const AJobDescription description = DescribeTable();
   auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = *app.add_subcommand("table", "Print a table, a line a row; 'zeltra info' lists the tables");
-  command.add_option("FILE", arguments->path, "UVX, or UV FITS, which is imported first")->required();
-  command.add_option("CODE", arguments->code, "the two characters that name the table, as in AN")->required();
-  command.add_option("--version", arguments->version, "which of several tables of one code, from 1")
-      ->check(CLI::PositiveNumber);
-  AddFormatOptions(command, arguments->format);
-  session.OnRun(command, [arguments, &session] { return PrintTable(*arguments, session); });
+  AddCommand(app, session, description, {*arguments, {&arguments->path}, &arguments->format},
+             [arguments, &session] { return PrintTable(*arguments, session); });
 }
 
 }  // namespace zeltra::app

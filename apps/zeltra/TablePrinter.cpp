@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "zeltra/core/Text.h"
@@ -158,13 +157,6 @@ void TablePrinter::Exact(Number value) {
   }
   char* to = out_.Room(kLongest);
   out_.Used(std::to_chars(to, to + kLongest, value).ptr);
-}
-
-std::string ReadableNumber(double value) {
-  const std::string exact = valToStr(value);
-  char rounded[32];
-  std::snprintf(rounded, sizeof rounded, "%.15g", value);
-  return exact.size() <= std::string_view(rounded).size() ? exact : rounded;
 }
 
 std::string Printable(std::string_view text) {

@@ -62,9 +62,6 @@ class TablePrinter {
   std::vector<size_t> widths_;
 };
 
-/// `value` for people: at most 15 digits, so that 0.1 + 0.2 is 0.3.
-std::string ReadableNumber(double value);
-
 /// `text` with control characters replaced by question marks: text from a file must not command a terminal.
 std::string Printable(std::string_view text);
 

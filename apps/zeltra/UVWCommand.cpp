@@ -15,7 +15,6 @@ namespace {
 struct Arguments {
   std::string from;
   std::string to;
-  bool force = false;
   UVWOptions options;
 };
 
@@ -40,7 +39,6 @@ AResult PrintDifference(const UVWDifference& difference) {
 AResult Recompute(Arguments& arguments, Session& session) {
   UVXInput input;
   if (AResult result = input.Open(arguments.from, session); !result) return result;
-  static_cast<JobOptions&>(arguments.options) = session.Options(arguments.force);
   UVWDifference difference;
   AResult result = RecomputeUVW(input, arguments.to, arguments.options, difference);
   if (!result) return result;
@@ -58,15 +56,8 @@ AResult Recompute(Arguments& arguments, Session& session) {
 
 void AddUVWCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = *app.add_subcommand(
-      "uvw", "Compute u, v, w anew from antennas, source and time, and tell how far they lie from those in the file");
-  command.add_option("FILE", arguments->from, "UVX, or UV FITS, which is imported first")->required();
-  command.add_option("OUT.uvx", arguments->to, "the file to make")->required();
-  command.add_flag("--rotate", arguments->options.rotate,
-                   "the antennas' axes are right-handed, or turned to the local meridian; otherwise y points to 90 "
-                   "degrees west");
-  command.add_flag("-f,--force", arguments->force, "replace OUT.uvx if it exists");
-  session.OnRun(command, [arguments, &session] { return Recompute(*arguments, session); });
+  AddCommand(app, session, UVWDescription(), {arguments->options, {&arguments->from, &arguments->to}},
+             [arguments, &session] { return Recompute(*arguments, session); });
 }
 
 }  // namespace zeltra::app

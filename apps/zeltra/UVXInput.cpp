@@ -6,7 +6,7 @@
 namespace zeltra::app {
 
 AResult UVXInput::Open(const std::string& path, Session& session) {
-  AResult result = AUVXInput::Open(path, session.Options(false));
+  AResult result = AUVXInput::Open(path, session.Options());
   for (const std::string& remark : remarks()) session.Note(remark);
   return result;
 }

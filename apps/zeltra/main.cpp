@@ -14,8 +14,7 @@ int Run(std::vector<std::string> arguments) {
   Session session;
   CLI::App app("Radio-interferometry visibility data: import, look at, average, close, copy, export", "zeltra");
   app.set_version_flag("--version", "zeltra " ZELTRA_VERSION);
-  app.add_flag("-q,--quiet", session.quiet, "no progress bar and no summary; notes and errors are still told");
-  app.add_flag("--pause", session.pause, "wait for Enter before the end, in a window that closes with the program");
+  AddOptions(app, ToolDescription(), session.options);
   app.require_subcommand(1);
   app.fallthrough();
   // A file name may begin with a slash on Windows too.
@@ -40,6 +39,7 @@ int Run(std::vector<std::string> arguments) {
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);
   AddRegisterCommand(app, session);
+  AddManualCommand(app, session);
 
   try {
     // The parser takes arguments from the back.

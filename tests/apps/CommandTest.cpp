@@ -295,6 +295,24 @@ TEST(SimulateCommand, TakesAnyFileName) {
   EXPECT_EQ(RunZeltra({"info", file.path()}).code, 0);
 }
 
+TEST(Command, CountsTimesOfDayFromTheObservationDate) {
+  // Three baselines at 06:00:00 and 06:00:10.
+  const Given file(SyntheticUVX().Tables());
+  const auto lines = [&](std::vector<std::string> options) {
+    options.insert(options.begin(), {"average", file.path(), "--csv", "--interval", "-1"});
+    return Lines(RunZeltra(options).out).size();
+  };
+  EXPECT_EQ(lines({}), 7u);
+  EXPECT_EQ(lines({"--start", "06:00:05"}), 4u);
+  EXPECT_EQ(lines({"--start", "2017-01-01T06:00:05", "--stop", "+1/00:00"}), 4u);
+  const TempFile out("uvx");
+  EXPECT_THAT(RunZeltra({"copy", file.path(), out.path(), "--stop", "6h0m5s"}).err, HasSubstr("3 of 6 records"));
+  // The observation date is at byte 28.
+  const Given dateless(SyntheticUVX().Tables().Put(28, 0.0));
+  EXPECT_THAT(RunZeltra({"copy", dateless.path(), out.path(), "-f", "--stop", "06:00"}).err,
+              HasSubstr("has no observation date"));
+}
+
 #ifndef _WIN32
 TEST(Command, FailsWhenItsOutputIsNotTaken) {
   const Given file(SyntheticUVX().Tables());

@@ -1,4 +1,4 @@
-// Julian dates and calendar dates.
+// Julian dates and calendar dates; dates, times and places on the sky as people read them.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_DATES_H_
 #define ZELTRA_CORE_DATES_H_
@@ -8,6 +8,9 @@
 #include "zeltra/platform/Export.h"
 
 namespace zeltra {
+
+/// Julian date of the modified Julian date 0.
+inline constexpr double kModifiedZero = 2400000.5;
 
 /// A date of the (proleptic) Gregorian calendar; all zero if there is none.
 struct ACalendarDate {
@@ -26,6 +29,21 @@ ZELTRA_API double MidnightBefore(double jd);
 
 /// The day that `jd` falls on, for years 1 to 9999.
 ZELTRA_API ACalendarDate CalendarDate(double jd);
+
+/// `YYYY-MM-DD` of the day that `jd` falls on; empty outside the years 1 to 9999.
+ZELTRA_API std::string DateText(double jd);
+
+/// `YYYY-MM-DD hh:mm:ss.s` of a Julian date, in its own time system; the number itself outside the years 1 to 9999.
+ZELTRA_API std::string DateAndTime(double jd);
+
+/// A time span, as in `7 h 59 min 40 s`, to a tenth of a second.
+ZELTRA_API std::string DurationText(double seconds);
+
+/// Right ascension as `hh:mm:ss.sssss`. @param degrees  any turn
+ZELTRA_API std::string RightAscensionText(double degrees);
+
+/// Declination as `+dd:mm:ss.ssss`.
+ZELTRA_API std::string DeclinationText(double degrees);
 
 }  // namespace zeltra
 

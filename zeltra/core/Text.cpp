@@ -3,8 +3,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <limits>
+
+#include "zeltra/platform/Types.h"
 
 namespace zeltra {
 namespace {
@@ -18,10 +21,18 @@ std::string Shortest(Number value) {
 
 // What atof gives for a number that is too large or too small for a double.
 double OutOfRange(const std::string& number) {
-  const size_t exponent = number.find_first_of("eE");
-  const bool isTiny =
-      exponent == std::string::npos ? number[number.find_first_not_of("-0")] == '.' : number[exponent + 1] == '-';
-  const double size = isTiny ? 0 : std::numeric_limits<double>::infinity();
+  const size_t mantissaEnd = std::min(number.find_first_of("eE"), number.size());
+  const size_t point = std::min(number.find('.'), mantissaEnd);
+  const size_t first = number.find_first_of("123456789");
+  // The power of ten of the first digit that counts.
+  const std::string exponent = number.substr(std::min(mantissaEnd + 1, number.size()));
+  const bool isNegative = !exponent.empty() && exponent[0] == '-';
+  int64 power = 0;
+  for (const char c : exponent) {
+    if (c >= '0' && c <= '9') power = std::min<int64>(power * 10 + (c - '0'), int64{1} << 40);
+  }
+  power = (isNegative ? -power : power) + static_cast<int64>(point) - static_cast<int64>(first);
+  const double size = power > 0 ? std::numeric_limits<double>::infinity() : 0;
   return number[0] == '-' ? -size : size;
 }
 
@@ -32,6 +43,13 @@ std::string valToStr(double value) {
 }
 std::string valToStr(float value) {
   return Shortest(value);
+}
+
+std::string ReadableNumber(double value) {
+  const std::string exact = valToStr(value);
+  char rounded[32];
+  std::snprintf(rounded, sizeof rounded, "%.15g", value);
+  return exact.size() <= std::string_view(rounded).size() ? exact : rounded;
 }
 
 double ParseNumber(std::string_view text) {

@@ -15,6 +15,9 @@ ZELTRA_API std::string valToStr(double value);
 /// The same for a 32-bit float: the text reads back to the same float.
 ZELTRA_API std::string valToStr(float value);
 
+/// A number for people: at most 15 digits, so that 0.1 + 0.2 is 0.3.
+ZELTRA_API std::string ReadableNumber(double value);
+
 /// The number that `text` begins with, 0 where it begins with none. The same on every system and in every locale; an
 /// exponent may be marked by D, as Fortran programs write it. Numbers too large for a double are infinite.
 ZELTRA_API double ParseNumber(std::string_view text);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "zeltra/core/BlockWriterInternal.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/OutputFilesInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
@@ -18,7 +19,6 @@ namespace {
 
 // Equinoxes before this year are of the FK4 system (FITS standard 4.0, section 8.3).
 constexpr double kFirstFK5Year = 1984;
-constexpr double kModifiedZero = 2400000.5;  // Julian date of the modified Julian date 0
 
 AMapHeader HeaderOf(const DirtyImage& image) {
   AMapHeader header;

@@ -7,6 +7,7 @@
 
 #include "zeltra/core/AMatrix.h"
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/image/FitBeam.h"
 #include "zeltra/ops/AUVXInput.h"
@@ -80,6 +81,9 @@ ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 /// @param image  undefined on failure
 /// @return a failure also for a size that MT_FFT_Matr_D does not transform
 ZELTRA_API AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& ImageDescription();
 
 }  // namespace zeltra
 

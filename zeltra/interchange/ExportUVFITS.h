@@ -6,6 +6,7 @@
 #include <string>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
 
 namespace zeltra {
@@ -16,6 +17,9 @@ namespace zeltra {
 /// the time of the record. The output appears under its name only when it is complete; its first block is written last,
 /// so a killed export leaves nothing that opens.
 ZELTRA_API AResult ExportUVFITS(const std::string& from, const std::string& to, const JobOptions& options);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& ExportDescription();
 
 }  // namespace zeltra
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/platform/Types.h"
 
@@ -36,6 +37,9 @@ struct ImportSummary {
 /// @param summary  may be null; filled also when the import fails
 ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
                                 ImportSummary* summary);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& ImportDescription();
 
 }  // namespace zeltra
 

@@ -2,12 +2,12 @@
 #include "zeltra/ops/AUVXContents.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <memory>
 #include <set>
 
 #include "zeltra/core/BlockReaderInternal.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
@@ -18,12 +18,6 @@ namespace {
 
 // The most things that a list in a sentence names.
 constexpr size_t kMostNamed = 30;
-
-bool IsNumber(const std::string& text, int& number) {
-  const char* end = text.data() + text.size();
-  const auto parsed = std::from_chars(text.data(), end, number);
-  return parsed.ec == std::errc() && parsed.ptr == end;
-}
 
 std::string Joined(const std::vector<std::string>& names) {
   std::string list;
@@ -190,7 +184,7 @@ AResult AUVXContents::FindSource(const std::string& text, int& number) const {
     number = sources_(i).id;
     if (IsSameWord(sources_(i).Name(), text) && hasRecords(number)) return AResult::Ok();
   }
-  if (IsNumber(text, number) && hasRecords(number)) return AResult::Ok();
+  if (strToVal(text, number) && hasRecords(number)) return AResult::Ok();
   return AResult::Fail(path_ + ": no record of source " + text + "; there are " + SourceList(present));
 }
 
@@ -201,7 +195,7 @@ std::string AUVXContents::AntennaList() const {
 }
 
 AResult AUVXContents::FindAntenna(const std::string& text, int& number) const {
-  const bool isNumber = IsNumber(text, number);
+  const bool isNumber = static_cast<bool>(strToVal(text, number));
   for (int i = 0; i < antennas_.count(); ++i) {
     if (isNumber ? antennas_(i).id != number : !IsSameWord(antennas_(i).Name(), text)) continue;
     number = antennas_(i).id & 0xFF;
@@ -219,6 +213,17 @@ AResult AUVXContents::FindPolarisation(const std::string& text, AStokesMix& mix)
     if (IsSameWord(names.back(), text)) return AResult::Ok();
   }
   return AResult::Fail(path_ + ": no polarisation " + text + "; there are " + Joined(names));
+}
+
+AResult AUVXContents::SettleTimes(std::optional<ATime>& start, std::optional<ATime>& stop) const {
+  for (std::optional<ATime>* time : {&start, &stop}) {
+    if (!*time || !(*time)->isRelative) continue;
+    if (CalendarDate(header_.info.dateObs).year == 0) {
+      return AResult::Fail(path_ + ": has no observation date, so times need a date");
+    }
+    *time = (*time)->JulianDate(header_.info.dateObs);
+  }
+  return AResult::Ok();
 }
 
 }  // namespace zeltra

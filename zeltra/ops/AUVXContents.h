@@ -5,10 +5,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/Parse.h"
 #include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXFqTbl.h"
@@ -88,6 +90,9 @@ class ZELTRA_API AUVXContents {
   AResult FindAntenna(const std::string& text, int& number) const;
   /// Find a polarisation by its short name, as in "RR": one that is stored, or one that can be formed.
   AResult FindPolarisation(const std::string& text, AStokesMix& mix) const;
+
+  /// Make Julian dates of times that count from the observation date, which must be known then.
+  AResult SettleTimes(std::optional<ATime>& start, std::optional<ATime>& stop) const;
 
   /// The source numbers of the index, ascending.
   std::vector<int> SourceNumbers() const;

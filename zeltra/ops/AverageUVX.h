@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/IntervalOptions.h"
 #include "zeltra/uvx/AStokesMix.h"
@@ -51,6 +52,9 @@ ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const
 
 /// Average into a UVX file with the tables of `from`; index and baseline list are made anew.
 ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& AverageDescription();
 
 }  // namespace zeltra
 

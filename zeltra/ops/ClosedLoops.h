@@ -8,11 +8,12 @@
 
 #include "zeltra/analysis/ABaseLine.h"
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/ops/AUVXInput.h"
 
 namespace zeltra {
 
-struct LoopOptions {
+struct LoopOptions : JobOptions {
   /// Antennas by number or name with a hyphen between, as in "2-5" or "PT-LA".
   std::string baseline;
   /// The longest chain, baselines.
@@ -29,6 +30,9 @@ using AChain = std::vector<ABL>;
 /// @param chains  of 2 to `longest` baselines, none of them twice, in the order of ABaseClosedSearch
 /// @return a failure also where the chains could be more than a million
 ZELTRA_API AResult FindClosedLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChain>& chains);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& LoopsDescription();
 
 }  // namespace zeltra
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/IntervalOptions.h"
 
@@ -39,6 +40,9 @@ using ClosureSink = std::function<AResult(const AClosurePhase&)>;
 /// Memory: some MiB for each thread, and some 70 bytes a scan.
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult ClosurePhases(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& ClosureDescription();
 
 }  // namespace zeltra
 

@@ -52,8 +52,10 @@ AResult RecordChoice::Open(AUVXInput& from, const CopyOptions& options) {
     antennas_.insert(number);
   }
   hasTimes_ = options.start || options.stop;
-  start_ = options.start.value_or(-HUGE_VAL) - kTimeTolerance;
-  stop_ = options.stop.value_or(HUGE_VAL) + kTimeTolerance;
+  std::optional<ATime> start = options.start, stop = options.stop;
+  if (AResult result = contents.SettleTimes(start, stop); !result) return result;
+  start_ = start.value_or(-HUGE_VAL).value - kTimeTolerance;
+  stop_ = stop.value_or(HUGE_VAL).value + kTimeTolerance;
   return AResult::Ok();
 }
 

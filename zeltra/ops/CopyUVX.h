@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
+#include "zeltra/core/Parse.h"
 #include "zeltra/ops/AUVXInput.h"
 
 namespace zeltra {
@@ -19,9 +21,9 @@ struct CopyOptions : JobOptions {
   std::vector<std::string> sources;
   /// Numbers or names of antennas: baselines between two of them are copied.
   std::vector<std::string> antennas;
-  /// Julian dates between which records are copied, both included, to 0.1 ms.
-  std::optional<double> start;
-  std::optional<double> stop;
+  /// Times between which records are copied, both included, to 0.1 ms.
+  std::optional<ATime> start;
+  std::optional<ATime> stop;
   /// Whether records are left out that are flagged, or that keep no valid value.
   bool dropFlagged = false;
   /// IFs and channels, from 0, in any order. Channels have to be evenly spaced.
@@ -48,6 +50,9 @@ struct CopySummary {
 /// @return a failure if no record is selected, if records have more than 1048576 values, or if IFs or channels are left
 ///         out where the columns of "FQ" do not fill its rows: there is no output then
 ZELTRA_API AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& CopyDescription();
 
 }  // namespace zeltra
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zeltra/core/JobOptions.h"
+#include "zeltra/core/Parse.h"
 
 namespace zeltra {
 
@@ -25,9 +26,9 @@ struct IntervalOptions : JobOptions {
   /// `start`, or at multiples of their length since 0 h of the observation date where there is no start, and end at the
   /// latest where a scan ends.
   double interval = -1;
-  /// Julian dates between which records count, both included.
-  std::optional<double> start;
-  std::optional<double> stop;
+  /// Times between which records count, both included.
+  std::optional<ATime> start;
+  std::optional<ATime> stop;
   /// Whether real and imaginary parts are averaged, or amplitudes and unwrapped phases.
   bool complexMean = true;
   MeanKind mean = MeanKind::Weighted;

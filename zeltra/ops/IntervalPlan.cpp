@@ -25,8 +25,8 @@ constexpr double kFarDays = 10000;
 // IntervalClock
 
 IntervalClock::IntervalClock(double midnight, const IntervalOptions& options) : midnight_(midnight) {
-  if (options.start) first_ = origin_ = Ticks(*options.start);
-  if (options.stop) last_ = Ticks(*options.stop);
+  if (options.start) first_ = origin_ = Ticks(options.start->value);
+  if (options.stop) last_ = Ticks(options.stop->value);
   if (options.interval > 0) length_ = options.interval * kTicksPerSecond;
 }
 
@@ -52,6 +52,7 @@ AResult IntervalPlan::Open() {
   }
   if (AResult result = contents_.CheckLists(); !result) return result;
   if (AResult result = FindStreams(); !result) return result;
+  if (AResult result = contents_.SettleTimes(options_.start, options_.stop); !result) return result;
   if (AResult result = SetClock(); !result) return result;
   if (AResult result = FindStretches(); !result) return result;
   Cut(Bounds());

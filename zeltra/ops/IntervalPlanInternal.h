@@ -104,7 +104,7 @@ class IntervalPlan {
   int FirstFrom(const Stretch& stretch, int from, double bound) const;
 
   AUVXInput& input_;
-  const IntervalOptions options_;
+  IntervalOptions options_;
   const AUVXContents& contents_;
   std::vector<IntervalStream> streams_;
   std::map<std::pair<int, int>, int> places_;  // of sources and setups in streams_

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/ops/AUVXInput.h"
 
@@ -33,6 +34,9 @@ struct UVWDifference {
 ///         values
 ZELTRA_API AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& options,
                                 UVWDifference& difference);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& UVWDescription();
 
 }  // namespace zeltra
 

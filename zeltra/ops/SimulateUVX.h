@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
 
 namespace zeltra {
@@ -63,6 +64,9 @@ struct SimulateOptions : JobOptions {
 /// flagged by negative weights, one in 1024 by the flag of its group. Weights are 1 / sigma^2, sigma being the noise of
 /// the real and of the imaginary part.
 ZELTRA_API AResult SimulateUVX(const std::string& to, const SimulateOptions& options);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& SimulateDescription();
 
 }  // namespace zeltra
 

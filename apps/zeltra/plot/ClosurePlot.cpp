@@ -57,7 +57,8 @@ AResult ClosurePlot::Run(std::string& svg) {
 AResult ClosurePlot::LookUp() {
   const UVXSelection& selection = options_.selection;
   if (selection.stokes.size() > 1) return AResult::Fail(input_.path() + ": closure phases are of one polarisation");
-  static_cast<JobOptions&>(closure_) = options_;
+  JobOptions& job = closure_;
+  job = options_;
   closure_.source = selection.source;
   closure_.antenna = options_.antenna;
   if (!selection.stokes.empty()) closure_.stokes = selection.stokes.front();

@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstdio>
 
-#include "apps/zeltra/Dates.h"
 #include "apps/zeltra/plot/Canvas.h"
 #include "apps/zeltra/plot/Ticks.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Units.h"
 
 namespace zeltra::app {

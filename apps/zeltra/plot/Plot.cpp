@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "apps/zeltra/Dates.h"
 #include "zeltra/core/Dates.h"
 
 namespace zeltra::app {

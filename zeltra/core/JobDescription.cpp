@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/core/JobDescription.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "zeltra/core/Text.h"
+
+namespace zeltra {
+namespace {
+
+std::string Joined(const std::vector<std::string>& words) {
+  std::string list;
+  for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
+  return list;
+}
+
+// A bound of a range, as in 1000000000.
+std::string Plain(double bound) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.10g", bound);
+  return text;
+}
+
+AResult Complain(const std::string& text, const std::string& what) {
+  std::string sentence = "\"";
+  return AResult::Fail(sentence.append(text).append("\" ").append(what));
+}
+
+struct KindOfTarget {
+  using Kind = std::pair<AOptionKind, std::string>;
+
+  Kind operator()(bool*) const { return {AOptionKind::Flag, ""}; }
+  Kind operator()(int*) const { return {AOptionKind::Whole, "N"}; }
+  Kind operator()(std::optional<int>*) const { return {AOptionKind::Whole, "N"}; }
+  Kind operator()(std::uint64_t*) const { return {AOptionKind::Whole, "N"}; }
+  Kind operator()(double*) const { return {AOptionKind::Real, "X"}; }
+  Kind operator()(std::string*) const { return {AOptionKind::Text, "TEXT"}; }
+  Kind operator()(std::optional<ATime>*) const { return {AOptionKind::Time, "TIME"}; }
+  Kind operator()(std::vector<std::string>*) const { return {AOptionKind::TextList, "LIST"}; }
+  Kind operator()(std::vector<int>*) const { return {AOptionKind::NumberList, "LIST"}; }
+  Kind operator()(const AChoiceTarget&) const { return {AOptionKind::Choice, ""}; }
+};
+
+// The text of a member as it is.
+struct TextOfTarget {
+  const AJobOption& option;
+
+  std::string operator()(const int* number) const { return std::to_string(*number); }
+  std::string operator()(const std::uint64_t* number) const { return std::to_string(*number); }
+  std::string operator()(const double* number) const { return valToStr(*number / option.scale); }
+  std::string operator()(const std::string* word) const { return *word; }
+  std::string operator()(const std::optional<int>* number) const { return *number ? std::to_string(**number) : ""; }
+  std::string operator()(const AChoiceTarget& choice) const {
+    return choice.chosen < option.choices.size() ? option.choices[choice.chosen] : "";
+  }
+  // Flags are not set, times and lists are absent.
+  std::string operator()(const void*) const { return ""; }
+};
+
+}  // namespace
+
+std::pair<AOptionKind, std::string> OptionKindOf(const AOptionTarget& target) {
+  return std::visit(KindOfTarget(), target);
+}
+
+// AJobOption
+
+AResult AJobOption::Set(JobOptions& options, const std::string& text) const {
+  return std::visit([&](auto&& member) { return Store(text, member); }, target(options));
+}
+
+std::string AJobOption::RangeText() const {
+  if (least == -std::numeric_limits<double>::infinity()) return {};
+  const bool isOpen = greatest == std::numeric_limits<double>::infinity();
+  const std::string range = isOpen ? Plain(least) + " or more" : "from " + Plain(least) + " to " + Plain(greatest);
+  return special ? Plain(*special) + " or " + range : range;
+}
+
+AResult AJobOption::CheckRange(const std::string& text, double value) const {
+  if (value == special || (value >= least && value <= greatest)) return AResult::Ok();
+  return Complain(text, "is out of range: " + RangeText());
+}
+
+AResult AJobOption::Store(const std::string& text, bool* flag) const {
+  *flag = text.empty() || text == "true" || text == "1";
+  return *flag || text == "false" || text == "0" ? AResult::Ok() : Complain(text, "is neither true nor false");
+}
+
+AResult AJobOption::Store(const std::string& text, int* number) const {
+  if (AResult result = strToVal(text, *number); !result) return result;
+  return CheckRange(text, *number);
+}
+
+AResult AJobOption::Store(const std::string& text, std::optional<int>* number) const {
+  return Store(text, &number->emplace());
+}
+
+AResult AJobOption::Store(const std::string& text, std::uint64_t* number) const {
+  if (AResult result = strToVal(text, *number); !result) return result;
+  return CheckRange(text, static_cast<double>(*number));
+}
+
+AResult AJobOption::Store(const std::string& text, double* number) const {
+  if (AResult result = strToVal(text, *number); !result) return result;
+  const double value = *number;
+  *number *= scale;
+  return CheckRange(text, value);
+}
+
+AResult AJobOption::Store(const std::string& text, std::string* word) const {
+  *word = text;
+  return AResult::Ok();
+}
+
+AResult AJobOption::Store(const std::string& text, std::optional<ATime>* time) const {
+  return strToTime(text, time->emplace());
+}
+
+AResult AJobOption::Store(const std::string& text, std::vector<std::string>* words) const {
+  for (size_t begin = 0; begin <= text.size();) {
+    const size_t end = std::min(text.find(',', begin), text.size());
+    words->push_back(Trimmed(text.substr(begin, end - begin)));
+    if (words->back().empty()) return Complain(text, "has an item without text");
+    begin = end + 1;
+  }
+  return AResult::Ok();
+}
+
+AResult AJobOption::Store(const std::string& text, std::vector<int>* numbers) const {
+  std::vector<int> more;
+  const int first = std::isfinite(least) ? static_cast<int>(least) : 0;
+  if (AResult result = strToList(text, first, more); !result) return result;
+  numbers->insert(numbers->end(), more.begin(), more.end());
+  return AResult::Ok();
+}
+
+AResult AJobOption::Store(const std::string& text, const AChoiceTarget& choice) const {
+  const auto found = std::find(choices.begin(), choices.end(), text);
+  if (found == choices.end()) return Complain(text, "is none of " + Joined(choices));
+  choice.choose(static_cast<size_t>(found - choices.begin()));
+  return AResult::Ok();
+}
+
+// AJobFile
+
+AResult AJobFile::Check(const std::string& path) const {
+  const auto isEnding = [&path](const std::string& ending) { return path.ends_with(ending) && path != ending; };
+  if (endings.empty() || std::any_of(endings.begin(), endings.end(), isEnding)) return AResult::Ok();
+  return AResult::Fail(path + " ends in none of " + Joined(endings));
+}
+
+// AJobDescription
+
+const AJobOption* AJobDescription::Find(const std::string& option) const {
+  const auto isIt = [&option](const AJobOption& known) { return known.name == option; };
+  const auto found = std::find_if(options.begin(), options.end(), isIt);
+  return found == options.end() ? nullptr : &*found;
+}
+
+std::string AJobDescription::DefaultOf(const AJobOption& option) const {
+  if (option.isRequired || !option.otherwise.empty()) return option.otherwise;
+  const std::shared_ptr<JobOptions> defaults = makeOptions();
+  return std::visit(TextOfTarget{option}, option.target(*defaults));
+}
+
+AResult AJobDescription::Set(JobOptions& target, const std::string& option, const std::string& text) const {
+  const AJobOption* known = Find(option);
+  if (!known) return AResult::Fail(name + " has no option " + option);
+  const AResult result = known->Set(target, text);
+  return result ? result : AResult::Fail(option + ": " + result.message());
+}
+
+}  // namespace zeltra

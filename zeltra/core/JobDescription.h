@@ -1,0 +1,211 @@
+// What a job takes and gives, said once: the command line, the manual and the interfaces to other languages are made of
+// it. SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CORE_JOBDESCRIPTION_H_
+#define ZELTRA_CORE_JOBDESCRIPTION_H_
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
+#include "zeltra/core/Parse.h"
+#include "zeltra/platform/Export.h"
+
+namespace zeltra {
+
+/// A member that takes one of a few values, by their places in a list.
+struct AChoiceTarget {
+  size_t chosen = 0;
+  std::function<void(size_t)> choose;
+};
+
+/// The member of a job's options that an option sets. Its type settles how a text becomes a value.
+using AOptionTarget = std::variant<bool*, int*, std::optional<int>*, std::uint64_t*, double*, std::string*,
+                                   std::optional<ATime>*, std::vector<std::string>*, std::vector<int>*, AChoiceTarget>;
+
+/// The types of AOptionTarget, for interfaces: a flag needs no value, a list takes several with commas between.
+enum class AOptionKind { Flag, Whole, Real, Text, Time, TextList, NumberList, Choice };
+
+/// One option of a job.
+class ZELTRA_API AJobOption {
+ public:
+  std::string name;  ///< as in "interval", on a command line --interval
+  std::string help;
+  AOptionKind kind = AOptionKind::Flag;
+  std::string form;                                         ///< what stands for the value, as in "N|NAME"
+  std::string unit;                                         ///< of the value; empty without one
+  std::vector<std::string> choices;                         ///< Choice: all values
+  double least = -std::numeric_limits<double>::infinity();  ///< Whole, Real: the range of values
+  double greatest = std::numeric_limits<double>::infinity();
+  std::optional<double> special;  ///< Whole, Real: one more value, outside the range
+  std::string otherwise;          ///< what an absent option means, where no value says it
+  double scale = 1;               ///< Real: the member over the value
+  char letter = 0;                ///< short name on a command line, 0 without one
+  bool isWord = false;            ///< stands on a command line without its name
+  bool isRequired = false;
+  std::string excludes;  ///< name of an option that cannot be given as well
+  std::function<AOptionTarget(JobOptions&)> target;
+
+  // For those who describe a job.
+  AJobOption& Form(std::string text) { return form = std::move(text), *this; }
+  AJobOption& Unit(std::string text) { return unit = std::move(text), *this; }
+  AJobOption& Range(double low, double high) { return least = low, greatest = high, *this; }
+  AJobOption& From(double low) { return least = low, *this; }
+  AJobOption& Or(double value) { return special = value, *this; }
+  AJobOption& Otherwise(std::string text) { return otherwise = std::move(text), *this; }
+  AJobOption& Scale(double factor) { return scale = factor, *this; }
+  AJobOption& Letter(char character) { return letter = character, *this; }
+  AJobOption& Word() { return isWord = isRequired = true, *this; }
+  AJobOption& Required() { return isRequired = true, *this; }
+  AJobOption& Excludes(std::string other) { return excludes = std::move(other), *this; }
+
+  /// Read a text into the member of `options`, which are of the type that the job takes. A list grows by the text's
+  /// items; a flag is set by an empty text.
+  /// @return a failure that says what is wrong with the text; the member is undefined then
+  AResult Set(JobOptions& options, const std::string& text) const;
+
+  /// The range as in "from 2 to 1000"; empty without one.
+  std::string RangeText() const;
+
+ private:
+  AResult Store(const std::string& text, bool* flag) const;
+  AResult Store(const std::string& text, int* number) const;
+  AResult Store(const std::string& text, std::optional<int>* number) const;
+  AResult Store(const std::string& text, std::uint64_t* number) const;
+  AResult Store(const std::string& text, double* number) const;
+  AResult Store(const std::string& text, std::string* word) const;
+  AResult Store(const std::string& text, std::optional<ATime>* time) const;
+  AResult Store(const std::string& text, std::vector<std::string>* words) const;
+  AResult Store(const std::string& text, std::vector<int>* numbers) const;
+  AResult Store(const std::string& text, const AChoiceTarget& choice) const;
+  AResult CheckRange(const std::string& text, double value) const;
+};
+
+/// A file that a job reads or makes.
+struct ZELTRA_API AJobFile {
+  std::string name;  ///< as in "OUT.uvx"
+  std::string help;
+  std::string option;                ///< the option of a command line that names it; empty where it stands by itself
+  char letter = 0;                   ///< short name of that option, 0 without one
+  std::vector<std::string> endings;  ///< one of which the name has; empty: any name will do
+
+  /// A file without an option has to be named.
+  bool isRequired() const { return option.empty(); }
+  /// @return a failure where the name has none of the endings
+  AResult Check(const std::string& path) const;
+};
+
+/// A column of the table that a job gives.
+struct AJobColumn {
+  std::string name;  ///< capitals in it stand for numbers: "re_IF_CHANNEL_POLARISATION" is several columns
+  std::string unit;
+  std::string help;
+};
+
+struct ZELTRA_API AJobDescription {
+  std::string name;     ///< as in "average"
+  std::string summary;  ///< a line
+  std::string details;  ///< some sentences; may be empty
+  std::vector<AJobFile> inputs, outputs;
+  std::vector<AJobOption> options;
+  std::vector<AJobColumn> columns;
+  /// New options of the job's type, with their defaults.
+  std::function<std::shared_ptr<JobOptions>()> makeOptions;
+
+  /// @return null if there is no such option
+  const AJobOption* Find(const std::string& option) const;
+  /// What holds where an option is not given, as a text that Set would take or in words; empty: nothing to tell.
+  std::string DefaultOf(const AJobOption& option) const;
+  /// Set an option by its name. @return a failure that names the option
+  AResult Set(JobOptions& target, const std::string& option, const std::string& text) const;
+};
+
+/// Describes a job whose options are of the type `Options`.
+template <typename Options>
+class AJobDescriber {
+  static_assert(std::is_base_of_v<JobOptions, Options>);
+
+ public:
+  AJobDescriber(std::string name, std::string summary, std::string details = "") {
+    job_.name = std::move(name);
+    job_.summary = std::move(summary);
+    job_.details = std::move(details);
+    job_.makeOptions = [] { return std::make_shared<Options>(); };
+  }
+
+  void Input(AJobFile file) { job_.inputs.push_back(std::move(file)); }
+  void Output(AJobFile file) { job_.outputs.push_back(std::move(file)); }
+  void Column(std::string name, std::string unit, std::string help) {
+    job_.columns.push_back({std::move(name), std::move(unit), std::move(help)});
+  }
+
+  /// @param access  a pointer to a member of `Options`, or a function from Options& to a reference
+  template <typename Access>
+  AJobOption& Option(std::string name, Access access, std::string help) {
+    return Add(std::move(name), std::move(help), [access](JobOptions& options) -> AOptionTarget {
+      return &std::invoke(access, static_cast<Options&>(options));
+    });
+  }
+
+  /// An option with a name for each of some values.
+  template <typename Access, typename Value>
+  AJobOption& Choice(std::string name, Access access, std::vector<std::pair<std::string, Value>> values,
+                     std::string help) {
+    AJobOption& option = Add(std::move(name), std::move(help), [access, values](JobOptions& options) -> AOptionTarget {
+      auto* member = &std::invoke(access, static_cast<Options&>(options));
+      AChoiceTarget target;
+      while (target.chosen < values.size() && values[target.chosen].second != *member) ++target.chosen;
+      target.choose = [member, values](size_t i) { *member = values[i].second; };
+      return target;
+    });
+    option.form.clear();
+    for (const auto& value : values) {
+      option.choices.push_back(value.first);
+      option.form += (option.form.empty() ? "" : "|") + value.first;
+    }
+    return option;
+  }
+
+  /// The option that lets outputs replace files.
+  void Overwrite() { Option("force", &Options::overwrite, "replace an output that exists").Letter('f'); }
+  void Threads() {
+    Option("threads", &Options::threads, "threads that work at the same time; the result is the same for any number")
+        .Range(0, 1024)
+        .Otherwise("one a processor");
+  }
+
+  AJobDescription Finish() { return std::move(job_); }
+
+ private:
+  AJobOption& Add(std::string name, std::string help, std::function<AOptionTarget(JobOptions&)> target);
+
+  AJobDescription job_;
+};
+
+/// The kind of a target, and what stands for such a value.
+ZELTRA_API std::pair<AOptionKind, std::string> OptionKindOf(const AOptionTarget& target);
+
+template <typename Options>
+AJobOption& AJobDescriber<Options>::Add(std::string name, std::string help,
+                                        std::function<AOptionTarget(JobOptions&)> target) {
+  AJobOption& option = job_.options.emplace_back();
+  option.name = std::move(name);
+  option.help = std::move(help);
+  Options defaults;
+  std::tie(option.kind, option.form) = OptionKindOf(target(defaults));
+  option.target = std::move(target);
+  return option;
+}
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CORE_JOBDESCRIPTION_H_

@@ -1,0 +1,42 @@
+// What import and export take, as people see it.
+// SPDX-License-Identifier: MIT
+#include "zeltra/interchange/ExportUVFITS.h"
+#include "zeltra/interchange/ImportUVFITS.h"
+
+namespace zeltra {
+namespace {
+
+AJobDescription DescribeImport() {
+  AJobDescriber<JobOptions> job("import", "Import random-groups UV FITS into a UVX file",
+                                "Values are those of the source bit for bit. Groups in time order keep their order; "
+                                "others are sorted by time, then "
+                                "baseline. What a UVX file has no place for is told.");
+  job.Input({"IN.uvfits", "the file to import", "", 0, {}});
+  job.Output({"OUT.uvx", "the file to make", "", 0, {}});
+  job.Threads();
+  job.Overwrite();
+  return job.Finish();
+}
+
+AJobDescription DescribeExport() {
+  AJobDescriber<JobOptions> job("export", "Export a UVX file as random-groups UV FITS",
+                                "32-bit floats, with AIPS tables as binary tables.");
+  job.Input({"IN.uvx", "the file to export", "", 0, {}});
+  job.Output({"OUT.uvfits", "the file to make", "", 0, {}});
+  job.Overwrite();
+  return job.Finish();
+}
+
+}  // namespace
+
+const AJobDescription& ImportDescription() {
+  static const AJobDescription description = DescribeImport();
+  return description;
+}
+
+const AJobDescription& ExportDescription() {
+  static const AJobDescription description = DescribeExport();
+  return description;
+}
+
+}  // namespace zeltra

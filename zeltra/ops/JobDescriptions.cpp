@@ -1,0 +1,164 @@
+// What the jobs on UVX files take and give, as people see it.
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/AverageUVX.h"
+#include "zeltra/ops/ClosedLoops.h"
+#include "zeltra/ops/ClosurePhases.h"
+#include "zeltra/ops/CopyUVX.h"
+#include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/SharedOptionsInternal.h"
+#include "zeltra/ops/SimulateUVX.h"
+
+namespace zeltra {
+namespace {
+
+AJobDescription DescribeAverage() {
+  AJobDescriber<AverageOptions> job(
+      "average", "Average visibilities in time, into a table or a UVX file",
+      "A line an interval and baseline, in time order, each source and setup by itself. Flagged records and values do "
+      "not count. A UVX file of averages keeps the tables of the input; its index and baseline list are made anew.");
+  job.Input(UVXInputFile());
+  job.Output({"OUT.uvx", "write a UVX file instead of the table", "output", 'o', {}});
+  DescribeIntervals(job);
+  job.Choice<AverageMix AverageOptions::*, AverageMix>(
+         "mix", &AverageOptions::mix,
+         {{"all", AverageMix::All}, {"rl", AverageMix::Parallel}, {"cross", AverageMix::Cross}},
+         "average combinations of polarisations: all that can be formed, the parallel hands (rl) or the cross hands")
+      .Otherwise("the polarisations of the file");
+  job.Overwrite();
+  job.Column("time", "JD",
+             "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
+  job.Column("ant1", "", "number of antenna 1");
+  job.Column("ant2", "", "number of antenna 2");
+  job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file", "real part of the mean; all three count from 0");
+  job.Column("im_IF_CHANNEL_POLARISATION", "unit of the file", "imaginary part");
+  job.Column("weight_IF_CHANNEL_POLARISATION", "", "weight of the mean; not above 0: flagged");
+  return job.Finish();
+}
+
+AJobDescription DescribeClosure() {
+  AJobDescriber<ClosureOptions> job(
+      "closure", "Form closure phases",
+      "A line an interval and triangle of antennas whose three baselines have valid values, in time order, each source "
+      "and setup by itself.");
+  job.Input(UVXInputFile());
+  DescribeIntervals(job);
+  job.Option("antenna", &ClosureOptions::antenna, "only the triangles through this antenna, a number or a name")
+      .Form("N|NAME")
+      .Otherwise("all triangles");
+  job.Option("stokes", &ClosureOptions::stokes, "polarisation, as in RR or I").Otherwise("the first one of the file");
+  job.Option("if", &ClosureOptions::IF, "number of the IF, from 0");
+  job.Option("channel", &ClosureOptions::channel, "number of the channel, from 0");
+  job.Column("time", "JD",
+             "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
+  job.Column("ant1", "", "number of antenna a, the lowest of the three");
+  job.Column("ant2", "", "number of antenna b");
+  job.Column("ant3", "", "number of antenna c, the highest");
+  job.Column("phase", "radians", "phase(a-b) + phase(b-c) - phase(a-c), from -pi to pi");
+  return job.Finish();
+}
+
+AJobDescription DescribeLoops() {
+  AJobDescriber<LoopOptions> job("loops", "List the chains of baselines that lead from one antenna to another",
+                                 "A line a chain, as in 2-5 5-7 7-3 for 2-3. Baselines count that the table BL lists "
+                                 "as not flagged, or those of the "
+                                 "records in a file without that table.");
+  job.Input(UVXInputFile());
+  job.Option("baseline", &LoopOptions::baseline, "numbers or names of the antennas, as in 2-5 or PT-LA")
+      .Form("ANT1-ANT2")
+      .Word();
+  job.Option("max", &LoopOptions::longest, "the longest chain").Unit("baselines").Range(2, 1000);
+  job.Option("source", &LoopOptions::source, "only baselines with records of this source, a number or a name")
+      .Form("N|NAME")
+      .Otherwise("all sources");
+  return job.Finish();
+}
+
+AJobDescription DescribeCopy() {
+  AJobDescriber<CopyOptions> job(
+      "copy", "Copy a UVX file, or the part of it that is selected",
+      "Index and baseline list are made anew, rows of antennas and sources that have no records any more are left out. "
+      "Frequencies stay right where IFs or channels are left out.");
+  job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
+  job.Output(UVXOutputFile());
+  job.Option("source", &CopyOptions::sources, "numbers or names of sources, separated by commas").Otherwise("all");
+  job.Option("antenna", &CopyOptions::antennas,
+             "numbers or names of antennas, separated by commas: the baselines between them")
+      .Otherwise("all");
+  DescribeTimes(job);
+  job.Option("drop-flagged", &CopyOptions::dropFlagged,
+             "leave out records that are flagged or keep no value with a weight above 0");
+  job.Option("if", &CopyOptions::ifs, "numbers of IFs, from 0, as in 0,2-3").From(0).Otherwise("all");
+  job.Option("channel", &CopyOptions::channels, "numbers of channels, from 0, evenly spaced, as in 8-15")
+      .From(0)
+      .Otherwise("all");
+  job.Option("stokes", &CopyOptions::stokes, "polarisations, as in RR,LL").Otherwise("all");
+  job.Overwrite();
+  return job.Finish();
+}
+
+AJobDescription DescribeUVW() {
+  AJobDescriber<UVWOptions> job("uvw", "Compute u, v, w anew from antennas, source and time",
+                                "Prints how far the new coordinates lie from those in the file: the largest difference "
+                                "of u, v and w and its root "
+                                "mean square, in seconds of light travel time and in metres.");
+  job.Input(UVXInputFile());
+  job.Output(UVXOutputFile());
+  job.Option("rotate", &UVWOptions::rotate,
+             "the antennas' axes are right-handed, or turned to the local meridian; otherwise y points to 90 degrees "
+             "west");
+  job.Overwrite();
+  return job.Finish();
+}
+
+AJobDescription DescribeSimulate() {
+  AJobDescriber<SimulateOptions> job("simulate", "Make a UVX file of a simulated VLBA observation",
+                                     "Two sources in turn, 2020-03-20 from 07:00 UTC at 8.4 GHz, with RR, LL, RL and "
+                                     "LR. The same options make the same "
+                                     "file.");
+  job.Output(UVXOutputFile());
+  job.Option("seed", &SimulateOptions::seed, "of the random numbers: the same seed makes the same file");
+  job.Option("antennas", &SimulateOptions::antennas, "number of antennas, 2 to 10");
+  job.Option("minutes", &SimulateOptions::minutes, "length of the observation").Unit("min");
+  job.Option("integration", &SimulateOptions::integration, "length of a record").Unit("s");
+  job.Option("ifs", &SimulateOptions::ifs, "number of IFs");
+  job.Option("channels", &SimulateOptions::channels, "channels of an IF");
+  job.Option("components", &SimulateOptions::components, "point sources of each source, 1 or 2");
+  job.Option("noise", &SimulateOptions::noise, "multiple of the thermal noise");
+  job.Option("phase-errors", &SimulateOptions::phaseErrors, "give every antenna a random phase in each scan");
+  job.Overwrite();
+  return job.Finish();
+}
+
+}  // namespace
+
+const AJobDescription& AverageDescription() {
+  static const AJobDescription description = DescribeAverage();
+  return description;
+}
+
+const AJobDescription& ClosureDescription() {
+  static const AJobDescription description = DescribeClosure();
+  return description;
+}
+
+const AJobDescription& LoopsDescription() {
+  static const AJobDescription description = DescribeLoops();
+  return description;
+}
+
+const AJobDescription& CopyDescription() {
+  static const AJobDescription description = DescribeCopy();
+  return description;
+}
+
+const AJobDescription& UVWDescription() {
+  static const AJobDescription description = DescribeUVW();
+  return description;
+}
+
+const AJobDescription& SimulateDescription() {
+  static const AJobDescription description = DescribeSimulate();
+  return description;
+}
+
+}  // namespace zeltra
