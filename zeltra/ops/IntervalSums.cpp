@@ -4,6 +4,7 @@
 #include <cstring>
 #include <numeric>
 
+#include "zeltra/ops/FourComplexesInternal.h"
 #include "zeltra/ops/IntervalSumsInternal.h"
 
 namespace zeltra {
@@ -16,43 +17,60 @@ bool IsFinite(const AUVXComplex& value) {
 // The planes of a baseline from some value on.
 struct Planes {
   double *re, *im, *share, *weight;
+
+  void Advance(int values) { *this = {re + values, im + values, share + values, weight + values}; }
 };
 
-// Add values at any address. Plain loops over arrays of a fixed length, with choices in place of branches: compilers
-// turn them into vectors, whose lanes hold one value each, so that results do not depend on how wide they are.
-template <bool weighted, int count>
-void AddSome(Planes& to, const char*& from) {
-  AUVXComplex values[count];
-  std::memcpy(static_cast<void*>(values), from, sizeof values);
-  float re[count], im[count], weight[count], share[count];  // 0 where a value does not count
-  for (int i = 0; i < count; ++i) {
-    const float x = values[i].re, y = values[i].im, w = values[i].weight;
-    // A number minus itself is 0, unless it is infinite or none.
-    const bool counts = (w > 0) & ((x - x) + (y - y) + (w - w) == 0);
-    re[i] = counts ? x : 0;
-    im[i] = counts ? y : 0;
-    weight[i] = counts ? w : 0;
-    share[i] = weighted ? weight[i] : counts ? 1.0F : 0.0F;
-  }
-  for (int i = 0; i < count; ++i) to.re[i] += double{share[i]} * double{re[i]};
-  for (int i = 0; i < count; ++i) to.im[i] += double{share[i]} * double{im[i]};
-  for (int i = 0; i < count; ++i) to.share[i] += double{share[i]};
-  if constexpr (!weighted) {
-    for (int i = 0; i < count; ++i) to.weight[i] += double{weight[i]};
-  }
-  to = {to.re + count, to.im + count, to.share + count, to.weight + count};
-  from += sizeof values;
+// Add a value at any address.
+template <bool weighted>
+ZELTRA_INLINE void AddOne(Planes& to, const char* from) {
+  AUVXComplex value;
+  std::memcpy(static_cast<void*>(&value), from, sizeof value);
+  if (!(value.weight > 0) || !IsFinite(value)) return;
+  const double share = weighted ? double{value.weight} : 1.0;
+  *to.re += share * double{value.re};
+  *to.im += share * double{value.im};
+  *to.share += share;
+  if (!weighted) *to.weight += double{value.weight};
+}
+
+ZELTRA_INLINE void AddTo(double* plane, Double2 low, Double2 high) {
+  Store(plane, Load<Double2>(plane) + low);
+  Store(plane + 2, Load<Double2>(plane + 2) + high);
+}
+ZELTRA_INLINE Double2 Low(Float4 v) {
+  return Convert<Double2>(Shuffle<0, 1>(v, v));
+}
+ZELTRA_INLINE Double2 High(Float4 v) {
+  return Convert<Double2>(Shuffle<2, 3>(v, v));
+}
+
+// Add four values at any address, each in a lane of its own: the same bits as AddOne for each of them.
+template <bool weighted>
+ZELTRA_INLINE void AddFour(Planes& to, const char* from) {
+  const FourComplexes values = LoadComplexes(from);
+  const Float4 none = {};
+  // A number minus itself is 0, unless it is infinite or none.
+  const Float4 odd = (values.re - values.re) + (values.im - values.im) + (values.weight - values.weight);
+  const auto counts = (values.weight > none) & (odd == none);
+  const Float4 re = Select(counts, values.re, none), im = Select(counts, values.im, none);
+  const Float4 weight = Select(counts, values.weight, none);
+  const Float4 share = weighted ? weight : Select(counts, All<Float4>(1), none);
+  const Double2 low = Low(share), high = High(share);
+  AddTo(to.re, low * Low(re), high * High(re));
+  AddTo(to.im, low * Low(im), high * High(im));
+  AddTo(to.share, low, high);
+  if constexpr (!weighted) AddTo(to.weight, Low(weight), High(weight));
 }
 
 template <bool weighted>
 void AddComplex(BaselineSums& sums, int values, const char* from) {
-  constexpr int kStep = 64;  // stays in the processor's inner cache
   double* first = sums.planes.data();
   Planes to = {first, first + values, first + 2 * values, first + 3 * values};
+  constexpr int kBytes = sizeof(AUVXComplex);
   int left = values;
-  for (; left >= kStep; left -= kStep) AddSome<weighted, kStep>(to, from);
-  for (; left >= 4; left -= 4) AddSome<weighted, 4>(to, from);
-  for (; left > 0; --left) AddSome<weighted, 1>(to, from);
+  for (; left >= 4; left -= 4, to.Advance(4), from += 4 * kBytes) AddFour<weighted>(to, from);
+  for (; left > 0; --left, to.Advance(1), from += kBytes) AddOne<weighted>(to, from);
 }
 
 void AddAmplitudePhase(BaselineSums& sums, const MeanForm& form, const char* from) {

@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "zeltra/ops/FourComplexesInternal.h"
 #include "zeltra/ops/ValueChoiceInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
@@ -17,20 +18,6 @@ int PointsOf(const AUVXFile& uvx) {
 
 bool IsFinite(const AUVXComplex& value) {
   return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
-}
-
-// Add positive finite weights to four sums side by side, which compilers turn into vectors.
-template <int count>
-void AddWeights(const char*& from, double (&sums)[4]) {
-  AUVXComplex values[count];
-  std::memcpy(static_cast<void*>(values), from, sizeof values);
-  float weights[count];
-  for (int i = 0; i < count; ++i) {
-    const float w = values[i].weight;
-    weights[i] = (w > 0) & (w <= std::numeric_limits<float>::max()) ? w : 0;
-  }
-  for (int i = 0; i < count; ++i) sums[i % 4] += double{weights[i]};
-  from += sizeof values;
 }
 
 }  // namespace
@@ -95,13 +82,26 @@ const char* ValueChoice::Pick(AUVXGroup& group, const char* stored, AUVXComplex*
 }
 
 double ValueChoice::Weight(const char* stored) const {
-  double sums[4] = {};
+  constexpr float kLargest = std::numeric_limits<float>::max();
+  constexpr int kBytes = sizeof(AUVXComplex);
   int left = points_ * stokes_;
-  const char* from = stored + static_cast<size_t>(first_ * stokes_) * sizeof(AUVXComplex);
-  for (; left >= 32; left -= 32) AddWeights<32>(from, sums);
-  for (; left >= 4; left -= 4) AddWeights<4>(from, sums);
-  for (; left > 0; --left) AddWeights<1>(from, sums);
-  return (sums[0] + sums[1]) + (sums[2] + sums[3]);
+  const char* from = stored + int64{first_} * stokes_ * kBytes;
+  // Four sums side by side, added in a fixed order at the end.
+  const Float4 none = {};
+  Double2 low = {}, high = {};
+  for (; left >= 4; left -= 4, from += 4 * kBytes) {
+    Float4 weights = LoadWeights(from);
+    weights = Select((weights > none) & (weights <= All<Float4>(kLargest)), weights, none);
+    low = low + Convert<Double2>(Shuffle<0, 1>(weights, weights));
+    high = high + Convert<Double2>(Shuffle<2, 3>(weights, weights));
+  }
+  double sum = (low[0] + low[1]) + (high[0] + high[1]);
+  for (; left > 0; --left, from += kBytes) {
+    AUVXComplex value;
+    std::memcpy(static_cast<void*>(&value), from, sizeof value);
+    if (value.weight > 0 && value.weight <= kLargest) sum += double{value.weight};
+  }
+  return sum;
 }
 
 }  // namespace zeltra

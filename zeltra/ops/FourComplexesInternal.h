@@ -1,0 +1,30 @@
+// Four complexes of a record, part by part.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_FOURCOMPLEXESINTERNAL_H_
+#define ZELTRA_OPS_FOURCOMPLEXESINTERNAL_H_
+
+#include "zeltra/platform/VectorsInternal.h"
+
+namespace zeltra {
+
+/// The real parts, imaginary parts and weights of four values, a value a lane.
+struct FourComplexes {
+  Float4 re, im, weight;
+};
+
+/// The weights of four complexes at any address.
+ZELTRA_INLINE Float4 LoadWeights(const char* from) {
+  const auto a = Load<Float4>(from), b = Load<Float4>(from + 16), c = Load<Float4>(from + 32);
+  return Shuffle<0, 1, 4, 7>(Shuffle<2, 5, 5, 5>(a, b), c);
+}
+
+/// Four complexes at any address.
+ZELTRA_INLINE FourComplexes LoadComplexes(const char* from) {
+  const auto a = Load<Float4>(from), b = Load<Float4>(from + 16), c = Load<Float4>(from + 32);
+  return {Shuffle<0, 1, 2, 5>(Shuffle<0, 3, 6, 6>(a, b), c), Shuffle<0, 1, 2, 6>(Shuffle<1, 4, 7, 7>(a, b), c),
+          Shuffle<0, 1, 4, 7>(Shuffle<2, 5, 5, 5>(a, b), c)};
+}
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_FOURCOMPLEXESINTERNAL_H_
