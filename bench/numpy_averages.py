@@ -1,6 +1,6 @@
 """Average a UVX file over intervals, or close its phases, with numpy: numpy_averages.py average|closure FILE SECONDS
 
-The yardstick of read_bench: what a capable person writes in an afternoon. Complex means of valid values.
+The yardstick of read_bench: what a capable person writes in an afternoon. Weighted complex means of valid values.
 """
 # SPDX-License-Identifier: MIT
 import itertools
@@ -35,10 +35,10 @@ def means(block, values):
     order = order[block["flag"][order] == 0]
     bases, starts = np.unique(block["base"][order], return_index=True)
     vis = block["vis"][order][:, values]
-    valid = vis[..., 2:] > 0
-    count = np.add.reduceat(valid, starts, axis=0, dtype="i4")
+    weight = np.where(vis[..., 2:] > 0, vis[..., 2:], 0)
+    total = np.add.reduceat(weight, starts, axis=0)
     with np.errstate(invalid="ignore", divide="ignore"):
-        return bases, np.add.reduceat(np.where(valid, vis, 0), starts, axis=0) / count
+        return bases, np.add.reduceat(weight * vis[..., :2], starts, axis=0) / total
 
 
 def main(job, path, interval):
