@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "zeltra/core/Text.h"
 
@@ -18,9 +17,7 @@ std::string Joined(const std::vector<std::string>& words) {
 
 // A bound of a range, as in 1000000000.
 std::string Plain(double bound) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.10g", bound);
-  return text;
+  return RoundedNumber(bound, 10);
 }
 
 AResult Complain(const std::string& text, const std::string& what) {

@@ -1,5 +1,5 @@
-// What a job takes and gives, said once: the command line, the manual and the interfaces to other languages are made of
-// it. SPDX-License-Identifier: MIT
+// What a job takes and gives, from which the command line, the manual and other interfaces are made.
+// SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_JOBDESCRIPTION_H_
 #define ZELTRA_CORE_JOBDESCRIPTION_H_
 
