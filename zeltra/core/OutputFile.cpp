@@ -5,6 +5,12 @@
 
 namespace zeltra {
 
+int CheckedFile::Seek(const int64& pos) {
+  const int result = AFile::Seek(pos);
+  good_ = good_ && (result || Tell() < 0);
+  return result;
+}
+
 int CheckedFile::Write(void* buf, int n) {
   const int64 end = Tell() + n;
   const int result = AFile::Write(buf, n);

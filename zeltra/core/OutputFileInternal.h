@@ -10,10 +10,11 @@
 
 namespace zeltra {
 
-/// A file that remembers whether any byte written to it did not arrive: a write that moved only a part counts as
-/// success, and the classes that write headers and tables do not tell.
+/// A file that remembers whether any byte written to it did not arrive, or went to another place: a write that moved
+/// only a part counts as success, and the classes that write headers and tables do not tell.
 class CheckedFile : public AFile {
  public:
+  int Seek(const int64& pos) override;
   int Write(void* buf, int n) override;
   int Close() override;
   bool good() const { return good_; }

@@ -63,7 +63,10 @@ AResult AUVXWriter::WriteHeader() {
   header_.range = ranges_;
   if (output_->uvx.Write(header_)) return AResult::Ok();
   if (!output_->file.file().good()) return output_->file.WriteError();
-  return AResult::Fail(path_ + ": no UVX file holds records of this shape, with 2 GiB or more each");
+  return AResult::Fail(
+      path_ +
+      ": no UVX file holds records of this shape, but those of up to 8 polarisations and 32767 IFs that "
+      "are shorter than 2 GiB");
 }
 
 void AUVXWriter::ForgetRecords() {
