@@ -81,8 +81,9 @@ AResult AJobOption::CheckRange(const std::string& text, double value) const {
 }
 
 AResult AJobOption::Store(const std::string& text, bool* flag) const {
-  *flag = text.empty() || text == "true" || text == "1";
-  return *flag || text == "false" || text == "0" ? AResult::Ok() : Complain(text, "is neither true nor false");
+  const bool isGiven = text.empty() || text == "true" || text == "1";
+  *flag = isGiven != clears;
+  return isGiven || text == "false" || text == "0" ? AResult::Ok() : Complain(text, "is neither true nor false");
 }
 
 AResult AJobOption::Store(const std::string& text, int* number) const {

@@ -48,7 +48,7 @@ AResult AUVXWriter::Create(const std::string& path, const AUVXHeader& header, co
   tablesEnd_ = 0;
   ForgetRecords();
   auto output = std::make_unique<Output>(options);
-  if (AResult result = output->file.Create(path, options.overwrite, input); !result) return result;
+  if (AResult result = output->file.Create(path, options, input); !result) return result;
   output_ = std::move(output);
   AUVXFile& uvx = output_->uvx;
   AResult result = uvx.Attach(&output_->file.file(), 1, 0) ? WriteHeader() : output_->file.WriteError();
