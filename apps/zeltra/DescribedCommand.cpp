@@ -61,7 +61,7 @@ void AddFormat(CLI::App& command, TableFormat& format) {
 void ReplaceTable(CLI::App& command, const AJobFile& output) {
   CLI::Option* file = command.get_option("--" + output.option);
   for (const char* format : {"--csv", "--json"}) file->excludes(command.get_option(format));
-  command.get_option("--force")->needs(file);
+  for (const char* option : {"--force", "--no-sync"}) command.get_option(option)->needs(file);
 }
 
 // `text` in lines of up to 100 characters.

@@ -40,7 +40,7 @@ AResult Plot(Arguments& arguments, Session& session) {
   if (!result) return result;
   if (isPNG) picture = SVGToPNG(picture);
   if (picture.empty()) return AResult::Fail(to + ": the plot cannot be turned into pixels; name it .svg");
-  result = WriteWholeFile(to, picture, arguments.options.overwrite);
+  result = WriteWholeFile(to, picture, options.overwrite, options.sync);
   if (result) session.Report(to + ": drawn");
   return result;
 }

@@ -11,6 +11,7 @@
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/imaging/ImageUVX.h"
 
 namespace zeltra {
@@ -200,6 +201,25 @@ TEST(ImageUVX, TellsWhatCannotBeImaged) {
   ACancelFlag cancel = 1;
   options.cancel = &cancel;
   EXPECT_EQ(Image(file.path(), options, image).code(), AResult::Cancelled);
+}
+
+TEST(ImageFiles, AppearTogether) {
+  const TempFile map("map"), beam("map"), picture("png");
+  beam.Put("old");
+  JobOptions options;
+  const auto create = [&](ImageFiles& files, const std::string& third) {
+    return files.Create({map.path(), beam.path(), "", third}, "input", options);
+  };
+  ImageFiles files;
+  EXPECT_THAT(create(files, picture.path()).message(), HasSubstr(beam.path() + ": exists"));
+  options.overwrite = true;
+  EXPECT_THAT(create(files, map.path()).message(), HasSubstr("named twice"));
+  ASSERT_TRUE(create(files, picture.path()));
+  EXPECT_FALSE(map.exists() || picture.exists());
+  ASSERT_TRUE(files.Store(DirtyImage(), "pixels"));
+  EXPECT_EQ(picture.Bytes(), "pixels");
+  EXPECT_EQ(beam.Bytes(), map.Bytes());
+  EXPECT_EQ(beam.Bytes().size(), 168u);
 }
 
 TEST(ImageUVX, TakesWhatIsSelected) {
