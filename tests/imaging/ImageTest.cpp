@@ -70,7 +70,8 @@ class Scattered : public TempFile {
       for (int f = 0; f < 4; ++f) {
         const auto &p = record.values[static_cast<size_t>(2 * f)], &q = record.values[static_cast<size_t>(2 * f) + 1];
         const double weight = 4.0 / (1.0 / p.weight + 1.0 / q.weight);
-        if (!(p.weight > 0 && q.weight > 0) || !std::isfinite(weight + p.re + q.re + p.im + q.im)) continue;
+        if (!(p.weight > 0 && q.weight > 0) || !std::isfinite(p.weight + q.weight + p.re + q.re + p.im + q.im))
+          continue;
         const double frequency = SyntheticUVX::kFreq0 + 1e8 * (f / 2) + 1e6 * (f % 2);
         points.push_back({record.u * frequency, record.v * frequency, {(p.re + q.re) / 2, (p.im + q.im) / 2}, weight});
       }
