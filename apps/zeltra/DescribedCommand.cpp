@@ -15,8 +15,8 @@ std::string OptionNames(const std::string& name, char letter) {
 
 // The help of an option with its unit and default.
 std::string Help(const AJobDescription& description, const AJobOption& option) {
-  const std::string otherwise = description.DefaultOf(option);
-  return option.help + (option.unit.empty() ? "" : " (" + option.unit + ")") +
+  const std::string otherwise = description.DefaultOf(option), range = option.RangeText();
+  return option.help + (range.empty() ? "" : ", " + range) + (option.unit.empty() ? "" : " (" + option.unit + ")") +
          (otherwise.empty() ? "" : " [" + otherwise + "]");
 }
 

@@ -79,11 +79,8 @@ AJobDescription DescribePlot() {
       .Form("N|NAME")
       .Otherwise("all baselines, or the triangles of one antenna");
   job.Option("time", &PlotOptions::overTime, "amplitude, phase: over time");
-  job.Option("interval", &PlotOptions::interval, "closure: length of the averages, -1 for every time stamp")
-      .Form("SECONDS")
-      .Unit("s")
-      .Range(1e-3, 1e9)
-      .Or(-1);
+  DescribeInterval(job, &PlotOptions::interval).help = "closure: length of the averages, -1 for every time stamp";
+  job.Threads();
   job.Overwrite();
   return job.Finish();
 }
