@@ -295,6 +295,15 @@ TEST(Import, TakesNoOtherTableForThatOfSources) {
   EXPECT_EQ(table->Number(0, 0), 1) << "the source that the header names";
 }
 
+TEST(Import, BlankScalesAreThoseOfTheStandard) {
+  SyntheticFITS fits = Small();
+  for (const char* card : {"BSCALE  =                      / none", "BZERO   ="}) fits.RawCard(card);
+  Imported file(fits.ReplaceCard("PSCAL4", "PSCAL4  = '        '").ReplaceCard("PZERO4", "PZERO4  = /none"));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_EQ(file.Visibility(2)(0, 0, 0).Re(), Value(2, 0));
+  EXPECT_EQ(file.Group(2).tlsc2(), 3);
+}
+
 TEST(Import, ReadsTheEquinoxAsNumberOrText) {
   const std::pair<const char*, double> cases[] = {{"EPOCH   = 'B1950   '", 1950},
                                                   {"EPOCH   = 1975.5", 1975.5},
@@ -337,6 +346,16 @@ TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
       {Small().ReplaceCard("PTYPE4", "PTYPE4  = 'BASE    '"), "no random parameter BASELINE"},
       {Small().ReplaceCard("GCOUNT", "GCOUNT  = 0"), "holds no groups"},
       {Small().ReplaceCard("GCOUNT", "GCOUNT  = 7000"), "of 7000"},
+      {Small().Card("BSCALE", "1,5"), "the card BSCALE = 1,5 is not a number"},
+      {Small().Card("BZERO", "none"), "the card BZERO = none is not a number"},
+      {Small().RawCard("BSCALE  = 0.0"), "the card BSCALE = 0.0 would make every value 0"},
+      {Small().ReplaceCard("PSCAL4", "PSCAL4  = 0"), "the card PSCAL4 = 0 would"},
+      {Small().ReplaceCard("PZERO5", "PZERO5  = 245X"), "the card PZERO5 = 245X is not a number"},
+      {Small().ReplaceCard("CDELT4", "CDELT4  = 1.0.E6"), "the card CDELT4 = 1.0.E6 is not a number"},
+      {Small().ReplaceCard("NAXIS3", "NAXIS3  = 2E0"), "the card NAXIS3 = 2E0 is not a whole number"},
+      {Small().ReplaceCard("GCOUNT", "GCOUNT  = 3000000000"), "the card GCOUNT = 3000000000 promises more groups"},
+      {Small().Table(SyntheticTable("AIPS TY")).ReplaceCard("NAXIS2", "NAXIS2  = 1,5", 1),
+       "table \"AIPS TY\": the card NAXIS2 = 1,5 is not"},
       {baseline(0), "group 3 has BASELINE 0"},
       {baseline(67586), "group 3 has BASELINE 67586"},
       {baseline(512), "group 3 has BASELINE 512"},

@@ -7,6 +7,7 @@
 
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/ParseFITSstr.h"
+#include "zeltra/interchange/StatedNumbersInternal.h"
 #include "zeltra/interchange/UVFITSInputInternal.h"
 
 namespace zeltra {
@@ -61,6 +62,7 @@ AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& rem
   if (!fits_.Open(path)) return Refuse("cannot be opened for reading");
   if (AResult result = ReadHeaders(); !result) return result;
   if (AResult result = CheckFormat(); !result) return result;
+  if (const std::string sentence = SettleScales(*fits_.main()); !sentence.empty()) return Refuse(sentence);
   if (AResult result = CheckAxes(remarks); !result) return result;
   if (AResult result = CheckExtent(remarks); !result) return result;
   if (AResult result = PrepareParameters(remarks); !result) return result;
@@ -90,6 +92,7 @@ AResult UVFITSInput::ReadHeaders() {
     const std::string card(main.CardText(i));
     if (StartsWith(card, "HISTORY ")) ReadHistory(card.substr(kFITSKeyword));
   }
+  if (const std::string sentence = UnreadableCount(main); !sentence.empty()) return Refuse(sentence);
   if (isRead) return AResult::Ok();
   return IsImage() ? Refuse("an image, not random groups")
                    : Refuse("the primary header promises data that cannot be addressed");
@@ -182,6 +185,9 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
   int64 end = main.nextHeader();
   for (int i = 0; i < fits_.tables().count(); ++i) {
     AFITSxtbl& table = *fits_.tables()(i);
+    if (const std::string sentence = UnreadableCount(table); !sentence.empty()) {
+      return Refuse("table " + Quoted(table.extname()) + ": " + sentence);
+    }
     const int64 dataEnd = table.dataStart() + int64{table.groupBytes()} * std::max(table.gcount(), 0);
     if (dataEnd > size) {
       return Refuse("the file ends at byte " + std::to_string(size) + ", within the table " + Quoted(table.extname()) +
@@ -258,7 +264,7 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
     }
   }
   const std::optional<std::string> blank = Find("BLANK");
-  hasBlank_ = blank && main.valueBytes() > 0;
+  hasBlank_ = blank && !blank->empty() && main.valueBytes() > 0;
   // A number that no integer of the file can be stands for no blank at all.
   const double value = hasBlank_ ? ParseNumber(*blank) : 0;
   hasBlank_ = hasBlank_ && value >= -2147483648.0 && value <= 2147483647.0;
