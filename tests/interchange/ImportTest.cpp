@@ -16,6 +16,7 @@
 #include "zeltra/interchange/ImportUVFITS.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -293,6 +294,18 @@ TEST(Import, TakesNoOtherTableForThatOfSources) {
   const std::unique_ptr<AUVXTable> table(file.uvx.GetTable("SU"));
   ASSERT_EQ(table->rows(), 1);
   EXPECT_EQ(table->Number(0, 0), 1) << "the source that the header names";
+}
+
+TEST(Import, TakesColumnsOfFITSIDIInTablesOfAIPS) {
+  Imported file(
+      Small()
+          .Table(SyntheticTable("AIPS FQ")
+                     .Columns({{"FREQID", "1J"}, {"BANDFREQ", "1D"}, {"CH_WIDTH", "1E"}, {"TOTAL_BANDWIDTH", "1E"}})
+                     .Row({1, 8e6, 5e5, 1e6}))
+          .Table(SyntheticTable("AIPS SU").Columns({{"ID_NO.", "1J"}, {"SOURCE", "8A"}}).Row({1, "3C84"})));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_EQ(AUVXFreqs(file.uvx, 1)(1, 0), 1.4e9 + 8e6 + 5e5);
+  EXPECT_EQ(std::unique_ptr<AUVXTable>(file.uvx.GetTable("SU"))->FindColumn("ID.NO."), 0);
 }
 
 TEST(Import, BlankScalesAreThoseOfTheStandard) {
