@@ -308,6 +308,30 @@ TEST(Import, TakesColumnsOfFITSIDIInTablesOfAIPS) {
   EXPECT_EQ(std::unique_ptr<AUVXTable>(file.uvx.GetTable("SU"))->FindColumn("ID.NO."), 0);
 }
 
+TEST(Import, TakesAntennaNumbersInPlaceOfABaseline) {
+  for (const double last : {255, 256}) {
+    SyntheticFITS fits = Small().ReplaceCard("PTYPE4", "PTYPE4  = 'ANTENNA1'");
+    const std::vector<std::vector<double>> numbers = {{200, 254, 1}, {200, last, 2}};
+    Imported file(
+        fits.Parameter("ANTENNA2")
+            .Parameter("SUBARRAY")
+            .Groups(
+                2,
+                [&](int g, int p) {
+                  return p == 3 ? numbers[size_t(g)][0] : p > 5 ? numbers[size_t(g)][size_t(p) - 5] : Parameter(g, p);
+                },
+                Value));
+    EXPECT_EQ(bool{file.result}, last == 255) << file.result.message();
+    EXPECT_EQ(file.result.message().find("group 2 has ANTENNA1 200 and ANTENNA2 256;") == std::string::npos,
+              last == 255);
+    if (!file.result) continue;
+    EXPECT_EQ(static_cast<uint8_t>(file.Group(1).ant1), 200);
+    EXPECT_EQ(static_cast<uint8_t>(file.Group(1).ant2), 255);
+    EXPECT_EQ(file.Group(1).sourceNo(), 1);
+    EXPECT_TRUE(file.Remarks("1 groups belong to another subarray"));
+  }
+}
+
 TEST(Import, BlankScalesAreThoseOfTheStandard) {
   SyntheticFITS fits = Small();
   for (const char* card : {"BSCALE  =                      / none", "BZERO   ="}) fits.RawCard(card);

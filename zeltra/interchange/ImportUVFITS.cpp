@@ -259,6 +259,10 @@ AResult Importer::Unstorable(const GroupParameters& parameters, int number) cons
   if ((RoundedBaseline(parameters.baseline) & 0xFF) == 0) {
     what = " has BASELINE " + valToStr(parameters.baseline) +
            ", which is not 256 x antenna 1 + antenna 2 with antennas 1 to 255";
+    if (input_.hasAntennas()) {
+      what = " has ANTENNA1 " + valToStr(parameters.antenna1) + " and ANTENNA2 " + valToStr(parameters.antenna2) +
+             "; the antenna numbers of a UVX file are 1 to 255";
+    }
   }
   if (!std::isfinite(parameters.date)) what = " has a time that is not a number";
   return input_.Refuse("group " + Number(number + 1) + what);

@@ -7,6 +7,7 @@
 
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/ParseFITSstr.h"
+#include "zeltra/interchange/GroupReaderInternal.h"
 #include "zeltra/interchange/StatedNumbersInternal.h"
 #include "zeltra/interchange/UVFITSInputInternal.h"
 
@@ -49,6 +50,14 @@ std::string KnownParameter(const std::vector<std::string>& words) {
     if (name == known && words.size() == 1) return name;
   }
   return {};
+}
+
+// The same for a parameter that stands beside ANTENNA1 and ANTENNA2 where there is no BASELINE. By its first letter a
+// SUBARRAY would be a source.
+std::string AntennaParameter(const std::vector<std::string>& words) {
+  if (words.size() != 1) return {};
+  if (words[0] == "ANTENNA1" || words[0] == "ANTENNA2") return words[0];
+  return words[0] == "SUBARRAY" ? kSubarrayParameter : "";
 }
 
 bool StartsWith(const std::string& text, const char* start) {
@@ -214,9 +223,12 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
   }
   std::vector<std::string> lost;
   std::set<std::string> present;
+  for (int i = 0; i < main.Parameters(); ++i) present.insert(KnownParameter(Words(main.ptype(i))));
+  const bool hasBaseline = present.count("BASELINE") > 0;
   for (int i = 0; i < main.Parameters(); ++i) {
     const std::vector<std::string> words = Words(main.ptype(i));
-    const std::string known = KnownParameter(words);
+    std::string known = KnownParameter(words);
+    if (known.empty() && !hasBaseline) known = AntennaParameter(words);
     if (known.empty() && !Trimmed(main.ptype(i)).empty()) lost.push_back(Trimmed(main.ptype(i)));
     // Readers of a group go by first letters, so a parameter that is not known must not keep its name.
     main.ptype(i) = known;
@@ -231,6 +243,8 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
     main.pscal(i) /= reference;
     main.pzero(i) /= reference;
   }
+  hasAntennas_ = present.count("ANTENNA1") > 0 && present.count("ANTENNA2") > 0;
+  if (hasAntennas_) present.insert("BASELINE");
   for (const char* name : {"UU", "VV", "WW", "BASELINE", "DATE"}) {
     if (!present.count(name)) return Refuse("there is no random parameter " + std::string(name));
   }
