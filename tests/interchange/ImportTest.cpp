@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <limits>
 #include <memory>
 
@@ -14,6 +17,7 @@
 #include "zeltra/fits/AFITSRead.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
+#include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXFreqs.h"
@@ -409,6 +413,24 @@ TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
     EXPECT_EQ(file.result.message().find(file.in.path()), 0u) << "the sentence begins with the file";
     EXPECT_FALSE(file.out.exists());
   }
+}
+
+TEST(ImportRefuses, WhatIsNoFileOfVisibilitiesByItsName) {
+  const TempFile folder("ms"), zipped("uvfits.gz");
+  std::filesystem::create_directory(folder.path());
+  zipped.Put("\x1F\x8B\x08");
+  std::vector<std::pair<std::string, const char*>> cases = {
+      {folder.path(), "a folder"}, {folder.path(), "a Measurement Set"}, {zipped.path(), "compressed with gzip"}};
+  if (std::filesystem::is_character_file("/dev/null")) cases.emplace_back("/dev/null", "a device");
+  const TempFile pipe("pipe");
+  if (std::system(("mkfifo " + pipe.path()).c_str()) == 0) cases.emplace_back(pipe.path(), "a pipe");
+  for (const auto& [path, sentence] : cases) {
+    const TempFile out("uvx");
+    EXPECT_EQ(ImportUVFITS(path, out.path(), JobOptions(), nullptr).message().find(path + ": " + sentence), 0u);
+    EXPECT_EQ(AUVXInput().Open(path).message().find(path + ": " + sentence), 0u);
+    std::ofstream(folder.path() + "/table.dat") << "";
+  }
+  std::filesystem::remove_all(folder.path());
 }
 
 TEST(ImportDamage, ASetupNumberThatIsNoneIsReported) {

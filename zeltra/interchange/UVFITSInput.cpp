@@ -8,6 +8,7 @@
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/ParseFITSstr.h"
 #include "zeltra/interchange/GroupReaderInternal.h"
+#include "zeltra/interchange/InputKindInternal.h"
 #include "zeltra/interchange/StatedNumbersInternal.h"
 #include "zeltra/interchange/UVFITSInputInternal.h"
 
@@ -68,6 +69,7 @@ bool StartsWith(const std::string& text, const char* start) {
 
 AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& remarks) {
   path_ = path;
+  if (const std::string sentence = WhyNoInput(path); !sentence.empty()) return Refuse(sentence);
   if (!fits_.Open(path)) return Refuse("cannot be opened for reading");
   if (AResult result = ReadHeaders(); !result) return result;
   if (AResult result = CheckFormat(); !result) return result;
@@ -132,10 +134,14 @@ AResult UVFITSInput::CheckFormat() const {
   AFITS& fits = const_cast<AFITS&>(fits_);
   // The primary header of FITS-IDI says GROUPS = T and has no axes.
   if (fits.HasExtTable("UV_DATA") || (claimsGroups && main.naxis() == 0)) {
-    return Refuse("a FITS-IDI file (visibilities in the table UV_DATA), not random groups; convert it first");
+    return Refuse(
+        "a FITS-IDI file (visibilities in the table UV_DATA), not random groups; convert it to UV FITS first, with "
+        "FITLD and FITTP of AIPS or importfitsidi and exportuvfits of CASA");
   }
   if (main.AxisLength(1) == 777777701 || fits.HasExtTable("AIPS UV")) {
-    return Refuse("a UVTABLE file (visibilities in a binary table), not random groups; convert it first");
+    return Refuse(
+        "a UVTABLE file (visibilities in a binary table), not random groups; convert it to UV FITS first, with FITLD "
+        "and FITTP of AIPS");
   }
   if (main.naxis() >= 2 && main.AxisLength(1) > 0) {
     return Refuse("an image of " + std::to_string(main.AxisLength(1)) + " x " + std::to_string(main.AxisLength(2)) +
