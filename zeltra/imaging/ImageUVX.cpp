@@ -139,7 +139,7 @@ void Imager::Describe() {
   image_.ra = position.ra;
   image_.dec = position.dec;
   image_.equinox = position.equinox;
-  image_.unit = data_.unit() + "/beam";
+  if (const std::string unit = data_.unit(); !unit.empty()) image_.unit = unit + "/beam";
   image_.stokes = data_.mixes()(0);
   image_.frequency = (lowest_ + highest_) / 2;
   image_.bandwidth = highest_ - lowest_;

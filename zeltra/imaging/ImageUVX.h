@@ -42,7 +42,7 @@ struct DirtyImage {
   double ra = 0;       ///< of the phase centre at the equinox, degrees
   double dec = 0;      ///< degrees
   double equinox = 0;  ///< years
-  std::string unit;    ///< of the visibilities, "/beam" behind it
+  std::string unit;    ///< of the visibilities, "/beam" behind it; empty where they have none
   AStokesMix stokes;
   double frequency = 0;  ///< middle of the frequencies used, Hz
   double bandwidth = 0;  ///< from the lowest to the highest of them, Hz

@@ -128,7 +128,7 @@ AResult SelectedVisibilities::FindBusiestAntenna(const JobOptions& options, int&
 
 std::string SelectedVisibilities::unit() const {
   const std::string unit = FieldText(contents_.header().info.bunit, sizeof AUVXInfoHeader::bunit);
-  return unit.empty() || unit == "JY" || unit == "jy" ? "Jy" : unit;
+  return unit == "JY" || unit == "jy" ? "Jy" : unit;
 }
 
 AResult SelectedVisibilities::NothingValid() const {

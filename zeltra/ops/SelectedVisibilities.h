@@ -71,7 +71,7 @@ class ZELTRA_API SelectedVisibilities {
   /// The source; only its number is set where the file has no table of sources.
   const AUVXSourceItem& source() const { return source_; }
   const AArray<AStokesMix>& mixes() const { return mixes_; }
-  /// The unit of the values, "Jy" where the file names none.
+  /// The unit of the values, empty where the file names none.
   std::string unit() const;
 
  private:
