@@ -52,7 +52,7 @@ class Imager {
   SelectedVisibilities data_;
   UVGrid grid_;
   UVDensity density_;
-  double lowest_ = HUGE_VAL, highest_ = 0;  // frequencies used, Hz
+  double lowest_ = HUGE_VAL, highest_ = 0;  // edges of the channels used, Hz
 };
 
 AResult Imager::Run() {
@@ -121,8 +121,8 @@ AResult Imager::FillGrid() {
     const double density = options_.weighting == ImageOptions::Uniform ? density_(u, v) : 1.0;
     grid_.Add(u, v, {visibility.value.re, visibility.value.im}, visibility.value.weight / density);
     ++image_.visibilities;
-    lowest_ = std::min(lowest_, visibility.frequency);
-    highest_ = std::max(highest_, visibility.frequency);
+    lowest_ = std::min(lowest_, visibility.frequency - visibility.width / 2);
+    highest_ = std::max(highest_, visibility.frequency + visibility.width / 2);
   });
   if (!result || grid_.sumOfWeights() > 0) return result;
   if (image_.beyond == 0) return data_.NothingValid();
