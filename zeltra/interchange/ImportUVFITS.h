@@ -34,7 +34,8 @@ struct ImportSummary {
 /// "NX", "FQ", "AN", "SU" and "BL". Values are those of the source bit for bit, random parameters scaled to physical
 /// units, u, v, w in seconds. The output appears under its name only when it is complete.
 ///
-/// Memory: some MiB whatever the file's size, and 16 bytes a group while sorting.
+/// Memory: some MiB whatever the file's size, 16 bytes a group while sorting, and 28 to 42 bytes a scan, at most
+/// AUVXWriter::kMostScans of them; a table of scans that comes with the file is held several times.
 /// @param summary  may be null; filled also when the import fails
 ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
                                 ImportSummary* summary);
