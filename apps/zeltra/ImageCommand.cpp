@@ -22,11 +22,12 @@ struct Arguments {
 
 std::string Summary(const DirtyImage& image) {
   const ImagePeak peak = FindPeak(image);
+  const std::string unit = image.unit.empty() ? "" : " " + image.unit;
   char text[400];
   int used = std::snprintf(
-      text, sizeof text, "%lld visibilities of %s, cells of %.4g mas, peak %.4g %s at %.4g mas east, %.4g mas north",
+      text, sizeof text, "%lld visibilities of %s, cells of %.4g mas, peak %.4g%s at %.4g mas east, %.4g mas north",
       static_cast<long long>(image.visibilities), image.stokes.asShortString().c_str(), image.cell / kRadiansPerMas,
-      static_cast<double>(peak.value), image.unit.c_str(), peak.east / kRadiansPerMas, peak.north / kRadiansPerMas);
+      static_cast<double>(peak.value), unit.c_str(), peak.east / kRadiansPerMas, peak.north / kRadiansPerMas);
   if (image.shape.major > 0) {
     std::snprintf(text + used, sizeof text - static_cast<size_t>(used), ", beam %.4g x %.4g mas at %.1f degrees",
                   image.shape.major / kRadiansPerMas, image.shape.minor / kRadiansPerMas, image.shape.angle);

@@ -157,6 +157,14 @@ TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
   for (const char* text : {">Amplitude (Jy)<", ">uv distance (Mλ)<", ">RR<", ">LL<"}) {
     EXPECT_THAT(amplitude, HasSubstr(text));
   }
+  std::string bytes = uvx_.Bytes();
+  uvx_.Put(bytes.replace(38, 10, 10, '\0'));  // BUNIT
+  EXPECT_THAT(plot({"amplitude"}), HasSubstr(">Amplitude<"));
+  const TempFile map("map"), fits("fits");
+  const Finished run =
+      RunZeltra({"image", uvx_.path(), map.path(), "--fits", fits.path(), "--source", "3C273", "--size", "32"});
+  EXPECT_THAT(run.out + run.err, testing::AllOf(HasSubstr(", peak "), Not(HasSubstr("/beam")), Not(HasSubstr("  "))));
+  EXPECT_THAT(fits.Bytes(), Not(HasSubstr("BUNIT")));
   const std::string phase = plot({"phase", "--time", "--antenna", "hn", "--stokes", "I", "--if", "0"});
   for (const char* text : {">Phase (degrees)<", "Time on 2020-03-20", ">HN-BR<", ">HN-KP<", "· I · 8.4"}) {
     EXPECT_THAT(phase, HasSubstr(text));

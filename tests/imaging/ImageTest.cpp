@@ -119,6 +119,7 @@ TEST(ImageUVX, IsTheSumOfTheValidVisibilities) {
     EXPECT_EQ(image.beyond, 0);
     EXPECT_EQ(image.stokes.asShortString(), "I");
     EXPECT_NEAR(image.frequency, SyntheticUVX::kFreq0 + 50.5e6, 1);
+    EXPECT_NEAR(image.bandwidth, 102e6, 1) << "channels of 1 MHz at 0, 1, 100, 101 MHz";
     ExpectIsSumOf(file.Points(), image, kGridError);
   }
 }
@@ -234,7 +235,7 @@ TEST(ImageUVX, TakesWhatIsSelected) {
   ASSERT_TRUE(Image(file.path(), options, image));
   EXPECT_EQ(image.stokes.GetStokesID(), -2);
   EXPECT_EQ(image.frequency, SyntheticUVX::kFreq0 + 1e8);
-  EXPECT_EQ(image.bandwidth, 0);
+  EXPECT_EQ(image.bandwidth, 1e6) << "that of the channel";
   // 24 records less a flagged one, an autocorrelation and one of weight 0.
   EXPECT_EQ(image.visibilities, 21);
   // A file without I gives its first polarisation.

@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <limits>
 #include <memory>
 
@@ -14,8 +17,10 @@
 #include "zeltra/fits/AFITSRead.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
+#include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -302,6 +307,51 @@ TEST(Import, TakesNoOtherTableForThatOfSources) {
   EXPECT_EQ(table->Number(0, 0), 1) << "the source that the header names";
 }
 
+TEST(Import, TakesColumnsOfFITSIDIInTablesOfAIPS) {
+  Imported file(
+      Small()
+          .Table(SyntheticTable("AIPS FQ")
+                     .Columns({{"FREQID", "1J"}, {"BANDFREQ", "1D"}, {"CH_WIDTH", "1E"}, {"TOTAL_BANDWIDTH", "1E"}})
+                     .Row({1, 8e6, 5e5, 1e6}))
+          .Table(SyntheticTable("AIPS SU").Columns({{"ID_NO.", "1J"}, {"SOURCE", "8A"}}).Row({1, "3C84"})));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_EQ(AUVXFreqs(file.uvx, 1)(1, 0), 1.4e9 + 8e6 + 5e5);
+  EXPECT_EQ(std::unique_ptr<AUVXTable>(file.uvx.GetTable("SU"))->FindColumn("ID.NO."), 0);
+}
+
+TEST(Import, TakesAntennaNumbersInPlaceOfABaseline) {
+  for (const double last : {255, 256}) {
+    SyntheticFITS fits = Small().ReplaceCard("PTYPE4", "PTYPE4  = 'ANTENNA1'");
+    const std::vector<std::vector<double>> numbers = {{200, 254, 1}, {200, last, 2}};
+    Imported file(
+        fits.Parameter("ANTENNA2")
+            .Parameter("SUBARRAY")
+            .Groups(
+                2,
+                [&](int g, int p) {
+                  return p == 3 ? numbers[size_t(g)][0] : p > 5 ? numbers[size_t(g)][size_t(p) - 5] : Parameter(g, p);
+                },
+                Value));
+    EXPECT_EQ(bool{file.result}, last == 255) << file.result.message();
+    EXPECT_EQ(file.result.message().find("group 2 has ANTENNA1 200 and ANTENNA2 256;") == std::string::npos,
+              last == 255);
+    if (!file.result) continue;
+    EXPECT_EQ(static_cast<uint8_t>(file.Group(1).ant1), 200);
+    EXPECT_EQ(static_cast<uint8_t>(file.Group(1).ant2), 255);
+    EXPECT_EQ(file.Group(1).sourceNo(), 1);
+    EXPECT_TRUE(file.Remarks("1 groups belong to another subarray"));
+  }
+}
+
+TEST(Import, BlankScalesAreThoseOfTheStandard) {
+  SyntheticFITS fits = Small();
+  for (const char* card : {"BSCALE  =                      / none", "BZERO   ="}) fits.RawCard(card);
+  Imported file(fits.ReplaceCard("PSCAL4", "PSCAL4  = '        '").ReplaceCard("PZERO4", "PZERO4  = /none"));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_EQ(file.Visibility(2)(0, 0, 0).Re(), Value(2, 0));
+  EXPECT_EQ(file.Group(2).tlsc2(), 3);
+}
+
 TEST(Import, ReadsTheEquinoxAsNumberOrText) {
   const std::pair<const char*, double> cases[] = {{"EPOCH   = 'B1950   '", 1950},
                                                   {"EPOCH   = 1975.5", 1975.5},
@@ -344,6 +394,16 @@ TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
       {Small().ReplaceCard("PTYPE4", "PTYPE4  = 'BASE    '"), "no random parameter BASELINE"},
       {Small().ReplaceCard("GCOUNT", "GCOUNT  = 0"), "holds no groups"},
       {Small().ReplaceCard("GCOUNT", "GCOUNT  = 7000"), "of 7000"},
+      {Small().Card("BSCALE", "1,5"), "the card BSCALE = 1,5 is not a number"},
+      {Small().Card("BZERO", "none"), "the card BZERO = none is not a number"},
+      {Small().RawCard("BSCALE  = 0.0"), "the card BSCALE = 0.0 would make every value 0"},
+      {Small().ReplaceCard("PSCAL4", "PSCAL4  = 0"), "the card PSCAL4 = 0 would"},
+      {Small().ReplaceCard("PZERO5", "PZERO5  = 245X"), "the card PZERO5 = 245X is not a number"},
+      {Small().ReplaceCard("CDELT4", "CDELT4  = 1.0.E6"), "the card CDELT4 = 1.0.E6 is not a number"},
+      {Small().ReplaceCard("NAXIS3", "NAXIS3  = 2E0"), "the card NAXIS3 = 2E0 is not a whole number"},
+      {Small().ReplaceCard("GCOUNT", "GCOUNT  = 3000000000"), "the card GCOUNT = 3000000000 promises more groups"},
+      {Small().Table(SyntheticTable("AIPS TY")).ReplaceCard("NAXIS2", "NAXIS2  = 1,5", 1),
+       "table \"AIPS TY\": the card NAXIS2 = 1,5 is not"},
       {baseline(0), "group 3 has BASELINE 0"},
       {baseline(67586), "group 3 has BASELINE 67586"},
       {baseline(512), "group 3 has BASELINE 512"},
@@ -360,6 +420,24 @@ TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
     EXPECT_EQ(file.result.message().find(file.in.path()), 0u) << "the sentence begins with the file";
     EXPECT_FALSE(file.out.exists());
   }
+}
+
+TEST(ImportRefuses, WhatIsNoFileOfVisibilitiesByItsName) {
+  const TempFile folder("ms"), zipped("uvfits.gz");
+  std::filesystem::create_directory(folder.path());
+  zipped.Put("\x1F\x8B\x08");
+  std::vector<std::pair<std::string, const char*>> cases = {
+      {folder.path(), "a folder"}, {folder.path(), "a Measurement Set"}, {zipped.path(), "compressed with gzip"}};
+  if (std::filesystem::is_character_file("/dev/null")) cases.emplace_back("/dev/null", "a device");
+  const TempFile pipe("pipe");
+  if (std::system(("mkfifo " + pipe.path()).c_str()) == 0) cases.emplace_back(pipe.path(), "a pipe");
+  for (const auto& [path, sentence] : cases) {
+    const TempFile out("uvx");
+    EXPECT_EQ(ImportUVFITS(path, out.path(), JobOptions(), nullptr).message().find(path + ": " + sentence), 0u);
+    EXPECT_EQ(AUVXInput().Open(path).message().find(path + ": " + sentence), 0u);
+    std::ofstream(folder.path() + "/table.dat") << "";
+  }
+  std::filesystem::remove_all(folder.path());
 }
 
 TEST(ImportDamage, ASetupNumberThatIsNoneIsReported) {

@@ -65,6 +65,29 @@ TEST(UVXWriter, WritesRecordsOfAnyLengthWithTheirRangesIndexAndBaselines) {
   }
 }
 
+// Long lists of scans become rows piece by piece.
+TEST(UVXWriter, MakesAScanOfEveryChangeOfSource) {
+  constexpr int kScans = 10000;
+  TempFile file("uvx");
+  AUVXWriter writer;
+  ASSERT_TRUE(writer.Create(file.path(), HeaderOf(1), {}));
+  for (int i = 0; i < 2 * kScans; ++i) {
+    AUVXGroup group;
+    group.source = static_cast<int16_t>(1 + i / 2 % 2);
+    group.date = SyntheticUVX::kDateObs + i / 864000.0;
+    ASSERT_TRUE(writer.Append(group, "twelve bytes"));
+    ASSERT_TRUE(i != 9000 || writer.index().rows() == 4501) << "a look at it changes nothing";
+  }
+  AUVXTable& index = writer.index();
+  ASSERT_EQ(index.rows(), kScans);
+  for (int i = 0; i < kScans; ++i) {
+    ASSERT_NEAR(index.Number(i, 0), (2 * i + 0.5) / 864000, 3e-9);  // of a Julian date and a float
+    ASSERT_EQ(index.Number(i, 2), 1 + i % 2);
+    ASSERT_EQ(index.Number(i, 4), 2 * i + 1);
+    ASSERT_EQ(index.Number(i, 5), 2 * i + 2);
+  }
+}
+
 TEST(UVXWriter, LeavesNoFileUnlessFinished) {
   TempFile file("uvx");
   {

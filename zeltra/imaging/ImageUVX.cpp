@@ -45,7 +45,7 @@ class Imager {
   SelectedVisibilities data_;
   UVGrid grid_;
   UVDensity density_;
-  double lowest_ = HUGE_VAL, highest_ = 0;  // frequencies used, Hz
+  double lowest_ = HUGE_VAL, highest_ = 0;  // edges of the channels used, Hz
 };
 
 AResult Imager::Run() {
@@ -114,8 +114,8 @@ AResult Imager::FillGrid() {
     const double density = options_.weighting == ImageOptions::Uniform ? density_(u, v) : 1.0;
     grid_.Add(u, v, {visibility.value.re, visibility.value.im}, visibility.value.weight / density);
     ++image_.visibilities;
-    lowest_ = std::min(lowest_, visibility.frequency);
-    highest_ = std::max(highest_, visibility.frequency);
+    lowest_ = std::min(lowest_, visibility.frequency - visibility.width / 2);
+    highest_ = std::max(highest_, visibility.frequency + visibility.width / 2);
   });
   if (!result || grid_.sumOfWeights() > 0) return result;
   if (image_.beyond == 0) return data_.NothingValid();
@@ -133,7 +133,7 @@ void Imager::Describe() {
   image_.ra = position.ra;
   image_.dec = position.dec;
   image_.equinox = position.equinox;
-  image_.unit = data_.unit() + "/beam";
+  if (const std::string unit = data_.unit(); !unit.empty()) image_.unit = unit + "/beam";
   image_.stokes = data_.mixes()(0);
   image_.frequency = (lowest_ + highest_) / 2;
   image_.bandwidth = highest_ - lowest_;

@@ -42,10 +42,10 @@ struct DirtyImage {
   double ra = 0;       ///< of the phase centre at the equinox, degrees
   double dec = 0;      ///< degrees
   double equinox = 0;  ///< years
-  std::string unit;    ///< of the visibilities, "/beam" behind it
+  std::string unit;    ///< of the visibilities, "/beam" behind it; empty where they have none
   AStokesMix stokes;
-  double frequency = 0;  ///< middle of the frequencies used, Hz
-  double bandwidth = 0;  ///< from the lowest to the highest of them, Hz
+  double frequency = 0;  ///< middle of the band of the channels used, Hz
+  double bandwidth = 0;  ///< from the lower edge of the lowest of them to the upper edge of the highest, Hz
   double dateObs = 0;    ///< Julian date of 0 h UTC of the observation date, 0 if unknown
   std::string telescope;
   std::string observer;

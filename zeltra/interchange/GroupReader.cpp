@@ -1,11 +1,29 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <string>
 
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/interchange/GroupReaderInternal.h"
 
 namespace zeltra {
+namespace {
+
+ParameterRole RoleOfName(const std::string& name) {
+  if (name == "ANTENNA1") return ParameterRole::Antenna1;
+  if (name == "ANTENNA2") return ParameterRole::Antenna2;
+  return name == kSubarrayParameter ? ParameterRole::Subarray : RoleOf(name.c_str());
+}
+
+// The form of BASELINE. Its fraction tells subarrays as long as it does not round up.
+double BaselineOfAntennas(const GroupParameters& group) {
+  const double first = std::round(group.antenna1), second = std::round(group.antenna2);
+  if (!(first >= 1 && first <= 255 && second >= 1 && second <= 255)) return 0;
+  return 256 * first + second + 0.01 * std::clamp(std::round(group.subarray) - 1, -49.0, 49.0);
+}
+
+}  // namespace
 
 GroupReader::GroupReader(AFITS& fits) : reader_(*fits.file()) {
   AFITSmain& header = *fits.main();
@@ -14,13 +32,15 @@ GroupReader::GroupReader(AFITS& fits) : reader_(*fits.file()) {
   groupBytes_ = header.groupBytes();
   valueBytes_ = header.valueBytes();
   parameterBytes_ = std::abs(valueBytes_) * header.pcount();
-  start_.source = start_.freqSel = 1;
+  start_.source = start_.freqSel = start_.subarray = 1;
   for (int i = 0; i < header.Parameters(); ++i) {
-    const ParameterRole role = RoleOf(header.ptype(i).c_str());
+    const ParameterRole role = RoleOfName(header.ptype(i));
     if (role == ParameterRole::None) continue;
     terms_.push_back({role, i * std::abs(valueBytes_), header.pscal(i), header.pzero(i)});
     if (role == ParameterRole::Source) start_.source = 0;
     if (role == ParameterRole::FreqSel) start_.freqSel = 0;
+    if (role == ParameterRole::Subarray) start_.subarray = 0;
+    hasAntennas_ = hasAntennas_ || role == ParameterRole::Antenna1;
   }
 }
 
@@ -42,6 +62,7 @@ void GroupReader::Decode(const char* raw, int count) {
   end_ = first_ + count;
   std::fill_n(decoded_, count, start_);
   WithParameterType(valueBytes_, [&](auto type) { DecodeNumbers<decltype(type)>(raw, count); });
+  for (int i = 0; hasAntennas_ && i < count; ++i) decoded_[i].baseline = BaselineOfAntennas(decoded_[i]);
 }
 
 template <typename Number>
@@ -75,6 +96,15 @@ void GroupReader::DecodeNumbers(const char* raw, int count) {
         break;
       case ParameterRole::FreqSel:
         forEach([](GroupParameters& group, double value) { group.freqSel += value; });
+        break;
+      case ParameterRole::Antenna1:
+        forEach([](GroupParameters& group, double value) { group.antenna1 += value; });
+        break;
+      case ParameterRole::Antenna2:
+        forEach([](GroupParameters& group, double value) { group.antenna2 += value; });
+        break;
+      case ParameterRole::Subarray:
+        forEach([](GroupParameters& group, double value) { group.subarray += value; });
         break;
       default:
         forEach([](GroupParameters& group, double value) { group.flag = static_cast<int8_t>(IntegerForm(value)); });

@@ -12,14 +12,19 @@
 
 namespace zeltra {
 
+/// The name under which SUBARRAY is read.
+inline constexpr char kSubarrayParameter[] = "ARRAY";
+
 /// The random parameters of one group in physical units, each the sum of all parameters of its name.
 struct GroupParameters {
   float u, v, w;
-  double date;  ///< days
-  double baseline;
-  double source;   ///< 1 where the file has none
-  double freqSel;  ///< 1 where the file has none
-  int8_t flag;     ///< as AUVXGroup::load gives it
+  double date;                ///< days
+  double baseline;            ///< 256 x antenna 1 + antenna 2 + 0.01 x (subarray - 1); 0 for antennas other than 1..255
+  double antenna1, antenna2;  ///< where parameters of their own tell them
+  double subarray;            ///< beside them; 1 where the file has none
+  double source;              ///< 1 where the file has none
+  double freqSel;             ///< 1 where the file has none
+  int8_t flag;                ///< as AUVXGroup::load gives it
 };
 
 /// Decodes the random parameters of groups as AUVXGroup::load does, u, v, w, date and flag bit for bit. What a
@@ -58,6 +63,7 @@ class GroupReader {
   int64 dataStart_;
   int groups_, groupBytes_, parameterBytes_, valueBytes_;
   std::vector<Term> terms_;
+  bool hasAntennas_ = false;
   GroupParameters start_ = {};
   GroupParameters decoded_[kMostDecoded];
   int first_ = 0, end_ = 0;  // groups that decoded_ holds

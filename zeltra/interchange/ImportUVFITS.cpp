@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <set>
 
 #include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/core/Dates.h"
@@ -27,6 +26,7 @@ namespace {
 
 // An observation of a night may begin on the day after its date.
 constexpr double kMostDaysAfterDate = 2;
+constexpr int kSetups = 128;
 
 std::string Number(int64 n) {
   return std::to_string(n);
@@ -38,8 +38,9 @@ struct Findings {
   int64 subarrays = 0;     // groups of another subarray than the first
   int64 withoutSetup = 0;  // groups with a setup or source number below 1
   int64 zeroTimes = 0;
-  int64 noCoordinates = 0;  // groups with u, v or w that is NaN or infinite
-  int64 brokenOrder = 0;    // groups that break the order time, then baseline
+  int64 noCoordinates = 0;    // groups with u, v or w that is NaN or infinite
+  bool setups[kSetups] = {};  // numbers that occur
+  int64 brokenOrder = 0;      // groups that break the order time, then baseline
 };
 
 // What is remembered of the record before.
@@ -154,6 +155,7 @@ AResult Importer::WriteRecords() {
     summary_.sorted = true;
     if (isDateTaken_) writer_.header().info.dateObs = MidnightBefore(keys_.front().time);
     if (result = writer_.Rewind(); result) WritePass(result);
+    keys_ = {};
   }
   return result;
 }
@@ -249,6 +251,7 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
     ++findings_.withoutSetup;
   group.source = static_cast<int16_t>(std::max(source, 1));
   group.frqsel = static_cast<int8_t>(std::max(setup, 1));
+  findings_.setups[group.frqsel] = true;
   return true;
 }
 
@@ -259,6 +262,10 @@ AResult Importer::Unstorable(const GroupParameters& parameters, int number) cons
   if ((RoundedBaseline(parameters.baseline) & 0xFF) == 0) {
     what = " has BASELINE " + valToStr(parameters.baseline) +
            ", which is not 256 x antenna 1 + antenna 2 with antennas 1 to 255";
+    if (input_.hasAntennas()) {
+      what = " has ANTENNA1 " + valToStr(parameters.antenna1) + " and ANTENNA2 " + valToStr(parameters.antenna2) +
+             "; the antenna numbers of a UVX file are 1 to 255";
+    }
   }
   if (!std::isfinite(parameters.date)) what = " has a time that is not a number";
   return input_.Refuse("group " + Number(number + 1) + what);
@@ -350,7 +357,7 @@ AResult Importer::WriteTables() {
     }
     tables.push_back(std::move(table));
   }
-  if (!indexed) tables.emplace_back(writer_.index().ToUVXTable());
+  if (!indexed) tables.emplace_back();  // the writer's
   if (!setups) setups = tables.emplace_back(SetupFromAxis()).get();
   if (!antennas) {
     AUVXBaseLines baseLines = writer_.baseLines();
@@ -362,7 +369,7 @@ AResult Importer::WriteTables() {
   if (!sources) sources = tables.emplace_back(AUVXSources(input_.fits()).ToUVXTable()).get();
   RemarkOnTables(antennas, *sources, *setups);
   for (const auto& table : tables) {
-    if (AResult result = writer_.AddTable(*table); !result) return result;
+    if (AResult result = table ? writer_.AddTable(*table) : writer_.AddIndex(); !result) return result;
   }
   summary_.tables = static_cast<int>(tables.size()) + 1;
   return writer_.AddBaseLines();
@@ -390,8 +397,8 @@ std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
 // Whether an index table of the file says of every record which scan holds it, and the truth.
 bool Importer::IndexAgrees(AUVXTable& table) {
   if (summary_.sorted) return false;
-  const AUVXPosition& index = writer_.index();
-  AUVXPosition given(table);
+  const AUVXPosition index(writer_.index());
+  const AUVXPosition given(table);
   int next = 1, run = 0;
   bool agrees = true;
   for (int i = 0; i < given.count() && agrees; ++i) {
@@ -451,12 +458,9 @@ void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable
   for (int i = 0; i < map->count(); ++i) {
     if (sourceList.IndexForID((*map)(i)) < 0) missing("source " + Number((*map)(i)), "SU");
   }
-  std::set<int> used;
-  const AUVXPosition& index = writer_.index();
-  for (int i = 0; i < index.count(); ++i) used.insert(index(i).freqId);
   const int column = setups.FindColumn("FRQSEL");
-  for (const int setup : used) {
-    bool given = false;
+  for (int setup = 0; setup < kSetups; ++setup) {
+    bool given = !findings_.setups[setup];
     for (int row = 0; row < setups.rows() && !given; ++row) given = setups.Number(row, column) == setup;
     if (!given) missing("setup " + Number(setup), "FQ");
   }

@@ -27,13 +27,15 @@ struct ImportSummary {
 /// Refused, with a sentence that names the axis, card or group: what is not random groups (an image, a UV table and
 /// FITS-IDI are named as such); COMPLEX not first or not of length 3; STOKES, FREQ, IF in another order; further axes
 /// longer than 1; BITPIX other than 16, 32, -32; more than 8 polarisations; data shorter than GCOUNT promises; a group
-/// without a baseline of two antenna numbers 1..255.
+/// without a baseline of two antenna numbers 1..255, from BASELINE or, where there is none, ANTENNA1 and ANTENNA2; a
+/// number that a card states and that cannot be read.
 ///
 /// Groups in time order keep their order; others are sorted by time, then baseline. The output always has the tables
 /// "NX", "FQ", "AN", "SU" and "BL". Values are those of the source bit for bit, random parameters scaled to physical
 /// units, u, v, w in seconds. The output appears under its name only when it is complete.
 ///
-/// Memory: some MiB whatever the file's size, and 16 bytes a group while sorting.
+/// Memory: some MiB whatever the file's size, 16 bytes a group while sorting, and 28 to 42 bytes a scan, at most
+/// AUVXWriter::kMostScans of them; a table of scans that comes with the file is held several times.
 /// @param summary  may be null; filled also when the import fails
 ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
                                 ImportSummary* summary);

@@ -7,6 +7,9 @@
 
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/ParseFITSstr.h"
+#include "zeltra/interchange/GroupReaderInternal.h"
+#include "zeltra/interchange/InputKindInternal.h"
+#include "zeltra/interchange/StatedNumbersInternal.h"
 #include "zeltra/interchange/UVFITSInputInternal.h"
 
 namespace zeltra {
@@ -53,6 +56,14 @@ std::string KnownParameter(const std::vector<std::string>& words) {
   return {};
 }
 
+// The same for a parameter that stands beside ANTENNA1 and ANTENNA2 where there is no BASELINE. By its first letter a
+// SUBARRAY would be a source.
+std::string AntennaParameter(const std::vector<std::string>& words) {
+  if (words.size() != 1) return {};
+  if (words[0] == "ANTENNA1" || words[0] == "ANTENNA2") return words[0];
+  return words[0] == "SUBARRAY" ? kSubarrayParameter : "";
+}
+
 bool StartsWith(const std::string& text, const char* start) {
   return text.rfind(start, 0) == 0;
 }
@@ -61,9 +72,11 @@ bool StartsWith(const std::string& text, const char* start) {
 
 AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& remarks) {
   path_ = path;
+  if (const std::string sentence = WhyNoInput(path); !sentence.empty()) return Refuse(sentence);
   if (!fits_.Open(path)) return Refuse("cannot be opened for reading");
   if (AResult result = ReadHeaders(); !result) return result;
   if (AResult result = CheckFormat(); !result) return result;
+  if (const std::string sentence = SettleScales(*fits_.main()); !sentence.empty()) return Refuse(sentence);
   if (AResult result = CheckAxes(remarks); !result) return result;
   if (AResult result = CheckExtent(remarks); !result) return result;
   if (AResult result = PrepareParameters(remarks); !result) return result;
@@ -91,6 +104,7 @@ AResult UVFITSInput::ReadHeaders() {
     const std::string card(main.CardText(i));
     if (StartsWith(card, "HISTORY ")) ReadHistory(card.substr(kFITSKeyword));
   }
+  if (const std::string sentence = UnreadableCount(main); !sentence.empty()) return Refuse(sentence);
   if (isRead) return AResult::Ok();
   return IsImage() ? Refuse("an image, not random groups")
                    : Refuse("the primary header promises data that cannot be addressed");
@@ -121,10 +135,14 @@ AResult UVFITSInput::CheckFormat() const {
   AFITS& fits = const_cast<AFITS&>(fits_);
   // The primary header of FITS-IDI says GROUPS = T and has no axes.
   if (fits.HasExtTable("UV_DATA") || (claimsGroups && main.naxis() == 0)) {
-    return Refuse("a FITS-IDI file (visibilities in the table UV_DATA), not random groups; convert it first");
+    return Refuse(
+        "a FITS-IDI file (visibilities in the table UV_DATA), not random groups; convert it to UV FITS first, with "
+        "FITLD and FITTP of AIPS or importfitsidi and exportuvfits of CASA");
   }
   if (main.AxisLength(1) == 777777701 || fits.HasExtTable("AIPS UV")) {
-    return Refuse("a UVTABLE file (visibilities in a binary table), not random groups; convert it first");
+    return Refuse(
+        "a UVTABLE file (visibilities in a binary table), not random groups; convert it to UV FITS first, with FITLD "
+        "and FITTP of AIPS");
   }
   if (main.naxis() >= 2 && main.AxisLength(1) > 0) {
     return Refuse("an image of " + std::to_string(main.AxisLength(1)) + " x " + std::to_string(main.AxisLength(2)) +
@@ -186,6 +204,9 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
     if (table.CardCount() < 1) {
       return Refuse("the header of the table " + Quoted(table.extname()) + kTooLong);
     }
+    if (const std::string sentence = UnreadableCount(table); !sentence.empty()) {
+      return Refuse("table " + Quoted(table.extname()) + ": " + sentence);
+    }
     const int64 dataEnd = table.dataStart() + int64{table.groupBytes()} * std::max(table.gcount(), 0);
     if (dataEnd > size) {
       return Refuse("the file ends at byte " + std::to_string(size) + ", within the table " + Quoted(table.extname()) +
@@ -212,9 +233,12 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
   }
   std::vector<std::string> lost;
   std::set<std::string> present;
+  for (int i = 0; i < main.Parameters(); ++i) present.insert(KnownParameter(Words(main.ptype(i))));
+  const bool hasBaseline = present.count("BASELINE") > 0;
   for (int i = 0; i < main.Parameters(); ++i) {
     const std::vector<std::string> words = Words(main.ptype(i));
-    const std::string known = KnownParameter(words);
+    std::string known = KnownParameter(words);
+    if (known.empty() && !hasBaseline) known = AntennaParameter(words);
     if (known.empty() && !Trimmed(main.ptype(i)).empty()) lost.push_back(Trimmed(main.ptype(i)));
     // Readers of a group go by first letters, so a parameter that is not known must not keep its name.
     main.ptype(i) = known;
@@ -229,6 +253,8 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
     main.pscal(i) /= reference;
     main.pzero(i) /= reference;
   }
+  hasAntennas_ = present.count("ANTENNA1") > 0 && present.count("ANTENNA2") > 0;
+  if (hasAntennas_) present.insert("BASELINE");
   for (const char* name : {"UU", "VV", "WW", "BASELINE", "DATE"}) {
     if (!present.count(name)) return Refuse("there is no random parameter " + std::string(name));
   }
@@ -262,7 +288,7 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
     }
   }
   const std::optional<std::string> blank = Find("BLANK");
-  hasBlank_ = blank && main.valueBytes() > 0;
+  hasBlank_ = blank && !blank->empty() && main.valueBytes() > 0;
   // A number that no integer of the file can be stands for no blank at all.
   const double value = hasBlank_ ? ParseNumber(*blank) : 0;
   hasBlank_ = hasBlank_ && value >= -2147483648.0 && value <= 2147483647.0;

@@ -28,6 +28,8 @@ class UVFITSInput {
   int groups() const { return fits_.main()->gcount(); }
   /// Bytes of a group before its visibilities.
   int parameterBytes() const { return parameterBytes_; }
+  /// Whether ANTENNA1 and ANTENNA2 stand in place of a BASELINE.
+  bool hasAntennas() const { return hasAntennas_; }
   /// Complex values in a group.
   int values() const { return values_; }
   /// Raw value that stands for "no value" in integer data; meaningful when hasBlank().
@@ -61,6 +63,7 @@ class UVFITSInput {
   int parameterBytes_ = 0;
   int values_ = 0;
   int blank_ = 0;
+  bool hasAntennas_ = false;
   bool hasBlank_ = false;
   bool claimsTimeBaseline_ = false;
 };

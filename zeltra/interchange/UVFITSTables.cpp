@@ -231,7 +231,9 @@ std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::s
   }
   AddKeyWords(extension, *table, label, remarks);
   if (!isAsStored) RenumberKeyWords(*table, order);
-  if (!StartsWith(given, "AIPS ")) table->CorrectIDI_FTS();
+  // Converters give tables with columns of FITS-IDI the names of AIPS.
+  const std::string code = table->Code();
+  if (!StartsWith(given, "AIPS ") || code == "FQ" || code == "AN" || code == "SU") table->CorrectIDI_FTS();
   return table;
 }
 

@@ -8,6 +8,7 @@
 #include "zeltra/core/AFile.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/interchange/ImportUVFITS.h"
+#include "zeltra/interchange/InputKindInternal.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/platform/System.h"
 #include "zeltra/uvx/AUVXComplex.h"
@@ -40,6 +41,7 @@ AResult AUVXInput::Open(const std::string& path, const JobOptions& options) {
   path_ = path;
   contents_.reset();
   if (!PathExists(path)) return AResult::Fail(path + ": no such file");
+  if (const std::string sentence = WhyNoInput(path); !sentence.empty()) return AResult::Fail(path + ": " + sentence);
   AFile file;
   if (!file.Open(path.c_str(), AFile::Binary)) return AResult::Fail(path + ": cannot be opened");
   char start[8] = {};

@@ -90,18 +90,35 @@ AResult SelectedVisibilities::SelectFrequencies(const UVXSelection& selection) {
   return select("channel", selection.channel, uvx.channels(), channels_);
 }
 
+// The frequencies of a setup and, of each IF, the width of its channels.
+struct SelectedVisibilities::Setup {
+  AUVXFreqs frequencies;
+  std::vector<double> widths;
+};
+
+std::vector<double> SelectedVisibilities::WidthsOf(int setup) const {
+  const AUVXFqTbl& setups = contents_.setups();
+  std::vector<double> widths;
+  // A setup without a row has the frequencies of the first one.
+  for (int i = 0; i < IFs_.end; ++i) {
+    const double width = std::fabs(setups.GetDeltaIFFq(i, std::max(setups.GetFreqSelNum(setup), 0)));
+    widths.push_back(std::isfinite(width) ? width : 0);
+  }
+  return widths;
+}
+
 AResult SelectedVisibilities::ForEach(const JobOptions& options, const char* step, const Visitor& visit) {
   SendProgressText(options.progress, step);
-  std::optional<AUVXFreqs> frequencies;
-  int setup = 0;  // that they are of
+  std::optional<Setup> setup;
+  int number = 0;  // of the setup
   return WalkRecords(input_, options, {{source_.id}, {}}, [&](const WalkedRecord& record) {
     const AUVXGroup& group = record.group;
     if (group.flag != 0 || group.ant1 == group.ant2) return true;
-    if (!frequencies || setup != group.freqSel()) {
-      setup = group.freqSel();
-      frequencies.emplace(input_.uvx(), setup);
+    if (!setup || number != group.freqSel()) {
+      number = group.freqSel();
+      setup = Setup{AUVXFreqs(input_.uvx(), number), WidthsOf(number)};
     }
-    Visit(record, *frequencies, visit);
+    Visit(record, *setup, visit);
     return true;
   });
 }
@@ -125,7 +142,7 @@ AResult SelectedVisibilities::FindBusiestAntenna(const JobOptions& options, int&
 
 std::string SelectedVisibilities::unit() const {
   const std::string unit = FieldText(contents_.header().info.bunit, sizeof AUVXInfoHeader::bunit);
-  return unit.empty() || unit == "JY" || unit == "jy" ? "Jy" : unit;
+  return unit == "JY" || unit == "jy" ? "Jy" : unit;
 }
 
 AResult SelectedVisibilities::NothingValid() const {
@@ -135,12 +152,14 @@ AResult SelectedVisibilities::NothingValid() const {
                        " has no valid visibility of two antennas in " + names);
 }
 
-void SelectedVisibilities::Visit(const WalkedRecord& record, const AUVXFreqs& frequencies, const Visitor& visit) const {
+void SelectedVisibilities::Visit(const WalkedRecord& record, const Setup& setup, const Visitor& visit) const {
   const AUVXFile& uvx = input_.uvx();
   const int channels = uvx.channels(), stokes = uvx.stokes();
   const AUVXGroup& group = record.group;
-  SelectedVisibility visibility = {&group, 0, 0, 0, 0, {}};
+  const AUVXFreqs& frequencies = setup.frequencies;
+  SelectedVisibility visibility = {&group, 0, 0, 0, 0, 0, {}};
   for (int i = IFs_.first; i < IFs_.end; ++i) {
+    visibility.width = setup.widths[static_cast<size_t>(i)];
     for (int c = channels_.first; c < channels_.end; ++c) {
       const int point = channels * i + c;
       visibility.frequency = point < frequencies.count() ? frequencies(point) : 0;

@@ -32,7 +32,8 @@ struct UVXSelection {
 struct SelectedVisibility {
   const AUVXGroup* group;  ///< of the record
   int stokes;              ///< index of the combination in SelectedVisibilities::mixes()
-  double frequency;        ///< Hz
+  double frequency;        ///< Hz, of the middle of the channel
+  double width;            ///< Hz, of the channel, above 0; 0 where no frequency table tells it
   double u;                ///< wavelengths at that frequency
   double v;
   AUVXComplex value;
@@ -72,7 +73,7 @@ class ZELTRA_API SelectedVisibilities {
   /// The source; only its number is set where the file has no table of sources.
   const AUVXSourceItem& source() const { return source_; }
   const AArray<AStokesMix>& mixes() const { return mixes_; }
-  /// The unit of the values, "Jy" where the file names none.
+  /// The unit of the values, empty where the file names none.
   std::string unit() const;
 
  private:
@@ -80,12 +81,14 @@ class ZELTRA_API SelectedVisibilities {
     int first = 0;
     int end = 0;
   };
+  struct Setup;
 
   AResult SelectSource(const std::string& wanted);
   AResult SelectStokes(const std::vector<std::string>& wanted, Preference preference);
   AResult SelectFrequencies(const UVXSelection& selection);
   AResult Find(const std::string& name, AStokesMix& mix) const;
-  void Visit(const WalkedRecord& record, const AUVXFreqs& frequencies, const Visitor& visit) const;
+  std::vector<double> WidthsOf(int setup) const;
+  void Visit(const WalkedRecord& record, const Setup& setup, const Visitor& visit) const;
 
   AUVXInput& input_;
   const AUVXContents& contents_;

@@ -19,8 +19,8 @@ inline int IntegerForm(double value) {
   return static_cast<int32_t>(value < kLargest ? value : kLargest);
 }
 
-/// What a random parameter tells of a group.
-enum class ParameterRole { None, U, V, W, Date, Baseline, Source, FreqSel, Flag };
+/// What a random parameter tells of a group. No first letter tells the last three.
+enum class ParameterRole { None, U, V, W, Date, Baseline, Source, FreqSel, Flag, Antenna1, Antenna2, Subarray };
 
 /// The role of a parameter by the first letters of its name.
 inline ParameterRole RoleOf(const char* name) {

@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 #include "zeltra/core/Units.h"
@@ -19,6 +20,13 @@ namespace {
 /// Number of scans from which on room is doubled: files that change the source with every record have as many scans.
 constexpr int kLongList = 4096;
 constexpr int kLargestDoubled = 1 << 30;
+
+/// A row of the table that is made here. There may be millions, so they are not made number by number.
+struct IndexRow {
+  float time, interval;
+  int32_t source, subarray, start, end, setup;
+};
+static_assert(sizeof(IndexRow) == 28);
 
 /// Times are still days here. The longer of two names that begin alike comes first.
 void ReadColumn(const AUVXTable& table, const ListColumn& column, AUVXPositionItem* items) {
@@ -131,13 +139,14 @@ AUVXTable* AUVXPosition::ToUVXTable() const {
   table->SetRows(count());
   for (int row = 0; row < table->rows(); ++row) {
     const AUVXPositionItem& scan = (*this)(row);
-    table->SetNumber(row, 0, 0, scan.start / kSecondsPerDay + scan.duration / (2 * kSecondsPerDay));
-    table->SetNumber(row, 1, 0, scan.duration / kSecondsPerDay);
-    table->SetNumber(row, 2, 0, scan.sourceId);
-    table->SetNumber(row, 3, 0, scan.subarray);
-    table->SetNumber(row, 4, 0, scan.startVis);
-    table->SetNumber(row, 5, 0, scan.endVis);
-    table->SetNumber(row, 6, 0, scan.freqId);
+    const IndexRow image = {static_cast<float>(scan.start / kSecondsPerDay + scan.duration / (2 * kSecondsPerDay)),
+                            static_cast<float>(scan.duration / kSecondsPerDay),
+                            scan.sourceId,
+                            scan.subarray,
+                            scan.startVis,
+                            scan.endVis,
+                            scan.freqId};
+    std::memcpy(table->Row(row), &image, sizeof image);
   }
   return table.release();
 }

@@ -325,11 +325,16 @@ void AUVXTable::AddKeyWord(const std::string& key, const std::string& value, boo
 }
 
 int AUVXTable::SetRows(int rows) {
+  data_.clear();
+  return ResizeRows(rows);
+}
+
+int AUVXTable::ResizeRows(int rows) {
   const int64 bytes = int64{rows} * rowBytes_;
   const bool possible = rows >= 0 && ImageBytes(KeyWordCount(keywords_), columnCount(), bytes) <= INT_MAX;
   // Rows without bytes are none: a count of them is not held against anything the file has.
   rows_ = possible && rowBytes_ > 0 ? rows : 0;
-  data_.assign(static_cast<size_t>(rows_) * static_cast<size_t>(rowBytes_), 0);
+  data_.resize(static_cast<size_t>(rows_) * static_cast<size_t>(rowBytes_));
   return possible;
 }
 

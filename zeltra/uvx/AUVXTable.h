@@ -170,6 +170,8 @@ class ZELTRA_API AUVXTable {
   void AddKeyWord(const std::string& key, const std::string& value, bool numeric);
   /// Set the number of rows and fill them with zero bytes. @return 0, with no rows, if the image would reach 2 GiB
   int SetRows(int rows);
+  /// The same, but rows that remain keep their bytes; their storage doubles as they become more.
+  int ResizeRows(int rows);
   /// First byte of a row; no range check.
   char* Row(int row) { return data() + static_cast<size_t>(row) * static_cast<size_t>(rowBytes_); }
   const char* Row(int row) const { return data() + static_cast<size_t>(row) * static_cast<size_t>(rowBytes_); }

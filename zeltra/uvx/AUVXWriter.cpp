@@ -15,6 +15,7 @@ namespace zeltra {
 namespace {
 
 constexpr int kComplexBytes = sizeof(AUVXComplex);
+constexpr int kScansAtATime = 4096;
 
 int PairOf(const AUVXGroup& group) {
   return static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
@@ -71,7 +72,9 @@ AResult AUVXWriter::WriteHeader() {
 
 void AUVXWriter::ForgetRecords() {
   ranges_.init();
-  index_ = AUVXPosition();
+  lastScans_ = AUVXPosition();
+  index_ = *std::unique_ptr<AUVXTable>(lastScans_.ToUVXTable());
+  rowsBefore_ = 0;
   baseLines_ = AUVXBaseLines();
   odd_ = OddValues();
   before_ = Predecessor();
@@ -118,17 +121,37 @@ AResult AUVXWriter::WriteValues(const char* values) {
   return AResult::Ok();
 }
 
+// A scan takes fewer bytes in the table than in the list.
+void AUVXWriter::ListScans() {
+  const std::unique_ptr<AUVXTable> last(lastScans_.ToUVXTable());
+  index_.ResizeRows(rowsBefore_ + last->rows());
+  std::copy_n(last->data(), int64{last->rows()} * last->rowBytes(), index_.Row(rowsBefore_));
+}
+
+AUVXTable& AUVXWriter::index() {
+  TakePending();
+  ListScans();
+  return index_;
+}
+
 // What runs once a record is inline: a call of an exported function takes a detour.
 
 // Extend the index and the list of baselines.
 inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
   if (group.date == before_.date && group.source == before_.source && group.frqsel == before_.setup) {
     // Of the baselines of one time each lets the scan go on, and only the first can make it longer.
-    index_(index_.count() - 1).endVis = records_ + 1;
+    lastScans_(lastScans_.count() - 1).endVis = records_ + 1;
   } else {
     AUVXGroup inSeconds = group;
     inSeconds.date = std::isnan(seconds) ? (group.date - header_.info.dateObs) * kSecondsPerDay : seconds;
-    index_.CheckUVGroup(inSeconds, records_);
+    if (lastScans_.CheckUVGroup(inSeconds, records_) > kScansAtATime) {
+      const AUVXPositionItem last = lastScans_(kScansAtATime);
+      lastScans_.DeleteItems(kScansAtATime, 1);
+      ListScans();
+      rowsBefore_ = index_.rows();
+      lastScans_.DeleteItems(0, kScansAtATime);
+      lastScans_.Add(last);
+    }
   }
 
   if (group.source != before_.source) seen_.assign(65536, 0);
@@ -157,7 +180,7 @@ inline void AUVXWriter::TakePending() {
 // The group is made in its place: a copy would wait for each of its fields to arrive in memory.
 AUVXGroup* AUVXWriter::BeginRecord() {
   TakePending();
-  if (!output_ || tablesEnd_ > 0 || records_ == std::numeric_limits<int32_t>::max()) return nullptr;
+  if (!output_ || tablesEnd_ > 0 || IsFull()) return nullptr;
   group_ = reinterpret_cast<AUVXGroup*>(output_->block.Reserve(AUVXGroup::kBytes));
   return group_;
 }
@@ -173,7 +196,11 @@ AUVXComplex* AUVXWriter::Reserve(int count) {
 AResult AUVXWriter::Why() const {
   if (!output_) return AResult::Fail(path_ + ": is not being written");
   if (tablesEnd_ > 0) return AResult::Fail(path_ + ": has tables already and takes no more records");
-  if (records_ == std::numeric_limits<int32_t>::max()) {
+  if (rowsBefore_ >= kMostScans) {
+    return AResult::Fail(path_ + ": its index would have more than " + std::to_string(kMostScans) +
+                         " scans, since source or setup change with nearly every record");
+  }
+  if (IsFull()) {
     return AResult::Fail(path_ + ": there are more records than the 2147483647 that a UVX file counts");
   }
   return output_->file.WriteError();
@@ -234,7 +261,7 @@ AResult AUVXWriter::AddTable(AUVXTable& table) {
 }
 
 AResult AUVXWriter::AddIndex() {
-  return AddTable(*std::unique_ptr<AUVXTable>(index_.ToUVXTable()));
+  return AddTable(index());
 }
 
 AResult AUVXWriter::AddBaseLines() {

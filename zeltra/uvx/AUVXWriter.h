@@ -33,6 +33,8 @@ class ZELTRA_API AUVXWriter {
  public:
   /// Most values that Reserve makes room for.
   static constexpr int kMostReserved = 1024;
+  /// Most scans of a file, which take 224 MiB. A file has more only if its source changes with nearly every record.
+  static constexpr int kMostScans = 1 << 23;
   /// The time of a record is taken from its group.
   static constexpr double kFromGroup = std::numeric_limits<double>::quiet_NaN();
 
@@ -87,14 +89,14 @@ class ZELTRA_API AUVXWriter {
   size_t recordBytes() const { return AUVXGroup::kBytes + static_cast<size_t>(valuesPerRecord_) * sizeof(AUVXComplex); }
   /// Records whose groups have been taken.
   int records() const { return records_; }
-  /// Scans, in seconds since 0 h of the observation date.
-  const AUVXPosition& index() const { return index_; }
+  /// The table "NX" of the records, times in days since 0 h of the observation date.
+  AUVXTable& index();
   const AUVXBaseLines& baseLines() const { return baseLines_; }
   OddValues oddValues();
 
   /// Append a table. @return a failure for the 129th, and where not all of it could be written
   AResult AddTable(AUVXTable& table);
-  /// Append the table "NX" of the records, times in days since 0 h of the observation date.
+  /// Append the table index().
   AResult AddIndex();
   /// Append the table "BL" of the records.
   AResult AddBaseLines();
@@ -112,11 +114,13 @@ class ZELTRA_API AUVXWriter {
     int source = 1 << 16, setup = 0;  // no record has this source
   };
 
+  bool IsFull() const { return records_ == std::numeric_limits<std::int32_t>::max() || rowsBefore_ >= kMostScans; }
   void ForgetRecords();
   AResult WriteValues(const char* values);
   void TakePending();
   void TakeGroup(double seconds);
   void Register(const AUVXGroup& group, double seconds);
+  void ListScans();
   void CheckValues();
   AResult EndRecords();
   AResult EndHeader(int64 recordsEnd);
@@ -126,7 +130,9 @@ class ZELTRA_API AUVXWriter {
   std::unique_ptr<Output> output_;  // null unless a file is being written
   AUVXHeader header_;
   AUVXMinMax ranges_;
-  AUVXPosition index_;
+  AUVXPosition lastScans_;  // in seconds
+  AUVXTable index_;         // rows of the scans before them and perhaps of them too
+  int rowsBefore_ = 0;      // of the scans before them
   AUVXBaseLines baseLines_;
   OddValues odd_;
   int records_ = 0;

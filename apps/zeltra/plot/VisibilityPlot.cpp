@@ -145,7 +145,8 @@ ChartAxis VisibilityPlot::Up() const {
   if (options_.kind == PlotKind::Phase) return PhaseAxis("Phase");
   const double largest = OrOne(survey_.y.high);
   const double low = -kFootRoom * largest, high = kHeadRoom * largest;
-  return {"Amplitude (" + PlainText(data_.unit()) + ")", low, high, RoundTicks(low, high, 8)};
+  const std::string unit = data_.unit();
+  return {unit.empty() ? "Amplitude" : "Amplitude (" + PlainText(unit) + ")", low, high, RoundTicks(low, high, 8)};
 }
 
 }  // namespace
