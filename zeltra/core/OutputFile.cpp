@@ -22,15 +22,15 @@ int CheckedFile::Write(void* buf, int n) {
 int CheckedFile::Close() {
   // A second Close finds nothing to close, which is no loss.
   if (descriptor() < 0) return 0;
-  const bool isSettled = Settle();
+  const bool isSettled = (permissions_ < 0 || platform::SetPermissions(descriptor(), permissions_)) && Sync();
   const int result = AFile::Close() && isSettled;
   good_ = good_ && result;
   return result;
 }
 
-bool CheckedFile::Settle() {
-  if (permissions_ >= 0 && !platform::SetPermissions(descriptor(), permissions_)) return false;
-  return !sync_ || platform::SyncDescriptor(descriptor());
+bool CheckedFile::Sync() {
+  good_ = good_ && (!sync_ || platform::SyncDescriptor(descriptor()));
+  return good_;
 }
 
 void CheckedFile::AtClose(int permissions, bool sync) {
@@ -68,6 +68,10 @@ AResult OutputFile::Create(const std::string& path, const JobOptions& options, c
   temporary_ = temporary;
   file_.AtClose(isThere ? platform::PermissionsOf(target_) : -1, sync_);
   return AResult::Ok();
+}
+
+AResult OutputFile::Sync() {
+  return file_.Sync() ? AResult::Ok() : WriteError();
 }
 
 AResult OutputFile::Commit() {

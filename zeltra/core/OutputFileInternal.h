@@ -17,16 +17,16 @@ class CheckedFile : public AFile {
  public:
   int Seek(const int64& pos) override;
   int Write(void* buf, int n) override;
-  /// Give the file its permissions, wait until the disk holds it, as told, and close it.
+  /// Wait until the disk holds what is written, where AtClose was told so. @return false if it does not
+  bool Sync();
+  /// Give the file its permissions, synchronise and close it.
   int Close() override;
   /// @param permissions  that the file gets, -1 for those that it has
-  /// @param sync         whether Close waits until the disk holds the file
+  /// @param sync         whether Sync and Close wait until the disk holds the file
   void AtClose(int permissions, bool sync);
   bool good() const { return good_; }
 
  private:
-  bool Settle();
-
   bool good_ = true;
   bool sync_ = false;
   int permissions_ = -1;
@@ -50,6 +50,9 @@ class OutputFile {
   CheckedFile& file() { return file_; }
   /// The name that the file has until it is committed, for a class that opens its files itself.
   const std::string& temporary() const { return temporary_; }
+  /// Synchronise what is written, before the mark that declares it whole: a job that is killed while it waits leaves
+  /// nothing that opens.
+  AResult Sync();
   /// Complete the file and give it its name.
   AResult Commit();
   /// Synchronise and close the file. @return a failure if not every byte has arrived

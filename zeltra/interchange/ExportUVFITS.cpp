@@ -90,6 +90,7 @@ AResult Exporter::Run() {
   if (!uvx_.ToFITSTables(file)) {
     return file.good() ? AResult::Fail(from_ + ": a table is damaged") : output_.WriteError();
   }
+  if (result = output_.Sync(); !result) return result;
   if (!file.Seek(0) || !file.Write(firstCard_, kFITSCard)) return output_.WriteError();
   return output_.Commit();
 }

@@ -273,7 +273,7 @@ AResult AUVXWriter::Finish() {
   AResult result = tablesEnd_ == 0 ? EndRecords() : EndHeader(output_->uvx.TableDirectoryOffset());
   if (!result) return result;
   if (tablesEnd_ > 0) directory_.store(output_->uvx);
-  if (!output_->file.file().good()) return output_->file.WriteError();
+  if (result = output_->file.Sync(); !result) return result;
   output_->uvx.Close();
   result = output_->file.Commit();
   output_.reset();
