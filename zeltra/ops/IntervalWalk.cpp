@@ -18,8 +18,8 @@ namespace {
 
 // What the threads hold together: blocks of records, sums, and what is made of them.
 constexpr int64 kMostBytes = 128 << 20;
-// Sums of a thread that has the memory for more than one baseline.
-constexpr int64 kSumBytes = 16 << 20;
+// A block of records.
+constexpr int64 kBlockBytes = 1 << 19;
 // Streams that a thread has intervals of at one time, each with a table of its own.
 constexpr size_t kMostOpen = 128;
 // What is made of intervals is handed on in pieces of this size.
@@ -407,13 +407,15 @@ bool IntervalWorker::HandOn(bool all) {
 AResult IntervalWalk::Run(const ValueChoice& choice, Pieces pieces, const Finish& finish, const Take& take) {
   const int parts = static_cast<int>(plan_.parts().size());
   const MeanForm form = {choice.count(), options_.complexMean, options_.mean == MeanKind::Weighted};
-  // A thread needs a block of records, the sums of a baseline at least, and room for the record that they become.
+  // A thread needs a block of records, the record that a mean becomes, and the sums of a baseline at least. How the
+  // rest is shared out changes what is read again, and no result.
   const int64 baselineBytes = SumPool::BaselineBytes(form);
-  const int64 sumBytes = pieces == Pieces::Whole ? baselineBytes * static_cast<int64>(IntervalSums::kKeys)
-                                                 : std::max(kSumBytes, baselineBytes);
-  const int64 threadBytes = std::max(kSumBytes, baselineBytes) + 4 * int64{input_.uvx().recSize()};
+  const int64 otherBytes = kBlockBytes + 4 * int64{input_.uvx().recSize()};
   JobOptions options = options_;
-  options.threads = static_cast<int>(std::clamp<int64>(kMostBytes / threadBytes, 1, ThreadsFor(parts, options_)));
+  options.threads =
+      static_cast<int>(std::clamp<int64>(kMostBytes / (otherBytes + baselineBytes), 1, ThreadsFor(parts, options_)));
+  const int64 sumBytes = pieces == Pieces::Whole ? std::numeric_limits<int64>::max()
+                                                 : std::max(kMostBytes / options.threads - otherBytes, baselineBytes);
   std::atomic<bool> hasInterval = false;
   const WalkShape shape = {input_, plan_, choice, form, finish, sumBytes, hasInterval};
   PartJob job;
