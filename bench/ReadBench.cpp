@@ -25,6 +25,7 @@ void Check(const AResult& result) {
 double Simulate(const std::string& path, int ifs, int channels) {
   SimulateOptions options;
   options.overwrite = true;
+  options.sync = false;
   options.ifs = ifs;
   options.channels = channels;
   options.integration = 1;

@@ -1,4 +1,5 @@
-// Import and export of UV FITS in MB/s beside `cp` of the same file: transfer_bench [FOLDER]
+// Import and export of UV FITS in MB/s beside `cp` of the same file, which does not wait for the disk:
+//   transfer_bench [FOLDER]
 // SPDX-License-Identifier: MIT
 #include <filesystem>
 
@@ -22,6 +23,7 @@ void Measure(const std::string& folder, const std::string& title, double targetB
   const std::string uvx = folder + "/bench.uvx", back = folder + "/bench.back";
   SimulateOptions simulation;
   simulation.overwrite = true;
+  simulation.sync = false;
   simulation.ifs = ifs;
   simulation.channels = channels;
   simulation.integration = 1;
@@ -31,6 +33,8 @@ void Measure(const std::string& folder, const std::string& title, double targetB
   Check(SimulateUVX(uvx, simulation));
   JobOptions options;
   options.overwrite = true;
+  JobOptions synced = options;
+  options.sync = false;
   Check(ExportUVFITS(uvx, source, options));
   const double bytes = static_cast<double>(std::filesystem::file_size(source));
   bench::Compare(title, bytes, 7,
@@ -43,6 +47,11 @@ void Measure(const std::string& folder, const std::string& title, double targetB
                    [&] {
                      std::filesystem::remove(uvx);
                      Check(ImportUVFITS(source, uvx, options, nullptr));
+                   }},
+                  {"import, synced",
+                   [&] {
+                     std::filesystem::remove(uvx);
+                     Check(ImportUVFITS(source, uvx, synced, nullptr));
                    }},
                   {"export", [&] {
                      std::filesystem::remove(back);

@@ -11,6 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   input.Put(std::string(reinterpret_cast<const char*>(data), size));
   zeltra::JobOptions options;
   options.overwrite = true;
+  options.sync = false;
   zeltra::ImportSummary summary;
   const zeltra::AResult result = zeltra::ImportUVFITS(input.path(), output.path(), options, &summary);
   zeltra::AUVXFile uvx;

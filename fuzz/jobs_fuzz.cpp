@@ -35,16 +35,19 @@ void Combine(AUVXInput& input) {
 void Rewrite(AUVXInput& input, const std::string& to) {
   CopyOptions copy;
   copy.overwrite = true;
+  copy.sync = false;
   (void)CopyUVX(input, to, copy, nullptr);
   copy.channels = {0};
   copy.dropFlagged = true;
   (void)CopyUVX(input, to, copy, nullptr);
   AverageOptions average;
   average.overwrite = true;
+  average.sync = false;
   average.interval = 60;
   (void)AverageUVX(input, to, average);
   UVWOptions uvw;
   uvw.overwrite = true;
+  uvw.sync = false;
   UVWDifference difference;
   (void)RecomputeUVW(input, to, uvw, difference);
 }

@@ -44,6 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   uvx.Close();
   zeltra::JobOptions options;
   options.overwrite = true;
+  options.sync = false;
   (void)zeltra::ExportUVFITS(input.path(), output.path(), options);
   return 0;
 }

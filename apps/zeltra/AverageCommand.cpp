@@ -64,7 +64,7 @@ AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& sess
   TablePrinter printer(out, arguments.format, Columns(uvx, mix.count(), shown, arguments.format));
   AResult result = Average(input, arguments.options, [&](AUVXGroup& group, AUVXVisibility& average) {
     PrintAverage(printer, arguments.format, group, average, shown);
-    return AResult::Ok();
+    return out.good() ? AResult::Ok() : out.Flush();
   });
   if (!result) return result;
   printer.Finish();

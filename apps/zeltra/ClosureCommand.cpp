@@ -29,7 +29,7 @@ AResult PrintClosures(Arguments& arguments, Session& session) {
     printer.Real(closure.phase);
     printer.EndRow();
     ++closures;
-    return AResult::Ok();
+    return out.good() ? AResult::Ok() : out.Flush();
   });
   if (!result) return result;
   printer.Finish();

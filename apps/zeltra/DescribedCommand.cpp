@@ -15,8 +15,8 @@ std::string OptionNames(const std::string& name, char letter) {
 
 // The help of an option with its unit and default.
 std::string Help(const AJobDescription& description, const AJobOption& option) {
-  const std::string otherwise = description.DefaultOf(option);
-  return option.help + (option.unit.empty() ? "" : " (" + option.unit + ")") +
+  const std::string otherwise = description.DefaultOf(option), range = option.RangeText();
+  return option.help + (range.empty() ? "" : ", " + range) + (option.unit.empty() ? "" : " (" + option.unit + ")") +
          (otherwise.empty() ? "" : " [" + otherwise + "]");
 }
 
@@ -61,7 +61,7 @@ void AddFormat(CLI::App& command, TableFormat& format) {
 void ReplaceTable(CLI::App& command, const AJobFile& output) {
   CLI::Option* file = command.get_option("--" + output.option);
   for (const char* format : {"--csv", "--json"}) file->excludes(command.get_option(format));
-  command.get_option("--force")->needs(file);
+  for (const char* option : {"--force", "--no-sync"}) command.get_option(option)->needs(file);
 }
 
 // `text` in lines of up to 100 characters.

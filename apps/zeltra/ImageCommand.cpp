@@ -37,8 +37,7 @@ std::string Summary(const DirtyImage& image) {
 
 AResult MakeImage(Arguments& arguments, Session& session) {
   ImageFiles files;
-  if (AResult result = files.Create(arguments.names, arguments.from, arguments.options.overwrite); !result)
-    return result;
+  if (AResult result = files.Create(arguments.names, arguments.from, arguments.options); !result) return result;
   UVXInput input;
   if (AResult result = input.Open(arguments.from, session); !result) return result;
   DirtyImage image;

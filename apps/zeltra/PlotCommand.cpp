@@ -40,7 +40,7 @@ AResult Plot(Arguments& arguments, Session& session) {
   if (!result) return result;
   if (isPNG) picture = SVGToPNG(picture);
   if (picture.empty()) return AResult::Fail(to + ": the plot cannot be turned into pixels; name it .svg");
-  result = WriteWholeFile(to, picture, arguments.options.overwrite);
+  result = WriteWholeFile(to, picture, options.overwrite, options.sync);
   if (result) session.Report(to + ": drawn");
   return result;
 }
@@ -79,11 +79,8 @@ AJobDescription DescribePlot() {
       .Form("N|NAME")
       .Otherwise("all baselines, or the triangles of one antenna");
   job.Option("time", &PlotOptions::overTime, "amplitude, phase: over time");
-  job.Option("interval", &PlotOptions::interval, "closure: length of the averages, -1 for every time stamp")
-      .Form("SECONDS")
-      .Unit("s")
-      .Range(1e-3, 1e9)
-      .Or(-1);
+  DescribeInterval(job, &PlotOptions::interval).help = "closure: length of the averages, -1 for every time stamp";
+  job.Threads();
   job.Overwrite();
   return job.Finish();
 }

@@ -9,6 +9,7 @@
 #include "zeltra/core/AObjArray.h"
 #include "zeltra/core/APtrArray.h"
 #include "zeltra/core/ASort.h"
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 
 namespace zeltra {
@@ -210,6 +211,8 @@ TEST(Text, NumbersAreShortAndReadBack) {
   EXPECT_EQ(valToStr(static_cast<double>(0.1f)), "0.10000000149011612");
   EXPECT_EQ(valToStr(1e300), "1e+300");
   EXPECT_EQ(std::strtod(valToStr(1.0 / 3).c_str(), nullptr), 1.0 / 3);
+  EXPECT_EQ(RoundedNumber(1e9, 10) + RoundedNumber(-2.0 / 3e9, 4), "1000000000-6.667e-10");
+  EXPECT_EQ(RightAscensionText(1e300) + RightAscensionText(-15.0), "00:00:00.0000023:00:00.00000");
 }
 
 TEST(Text, NumbersAreReadAsFortranAndCWriteThem) {

@@ -49,6 +49,8 @@ TEST(FileOpen, WriteOnlyReadsBackAndCreateEmpties) {
   AFile missing;
   EXPECT_FALSE(missing.Open("/no/such/folder/file", kUpdate));
   EXPECT_EQ(missing.GetFileSize(), -1);
+  EXPECT_EQ(missing.Tell(), -1);
+  EXPECT_FALSE(missing.Seek(0) || missing.Read(&c, 1) || missing.Write(&c, 1) || missing.Trunc());
 }
 
 TEST(FileTransfer, LargeTransfersGoInChunksAndStopAtTheFirstFailure) {

@@ -37,7 +37,7 @@ TEST(JobDescription, TellsTheDefaultsOfTheOptionsThemselves) {
   const AJobDescription job = DescribeBake();
   std::string defaults;
   for (const AJobOption& option : job.options) defaults += option.name + "=" + job.DefaultOf(option) + " ";
-  EXPECT_EQ(defaults, "size=50 layers=3 oven=any nuts= tins= taste=sweet start= force= ");
+  EXPECT_EQ(defaults, "size=50 layers=3 oven=any nuts= tins= taste=sweet start= force= no-sync= ");
   EXPECT_EQ(job.Find("size")->RangeText(), "-1 or from 1 to 100");
   EXPECT_EQ(job.Find("taste")->form, "salty|sweet");
   EXPECT_EQ(job.Find("cream"), nullptr);
@@ -58,8 +58,9 @@ TEST(JobDescription, ReadsTextsIntoTheOptions) {
   EXPECT_FALSE(options.isSweet);
   EXPECT_EQ(options.start->JulianDate(100), 101.25);
   EXPECT_TRUE(options.overwrite);
-  EXPECT_TRUE(job.Set(options, "size", "-1") && job.Set(options, "force", "false"));
-  EXPECT_FALSE(options.overwrite);
+  EXPECT_TRUE(options.sync);
+  EXPECT_TRUE(job.Set(options, "size", "-1") && job.Set(options, "force", "false") && job.Set(options, "no-sync", ""));
+  EXPECT_FALSE(options.overwrite || options.sync);
 }
 
 TEST(JobDescription, ComplainsInOneSentence) {

@@ -161,36 +161,47 @@ TEST(FITSHeader, ReadsThousandsOfCardsAndStopsAfterEND) {
   ASSERT_TRUE(header.FindCard("NAXIS2", card));
   EXPECT_EQ(card.strPar(), "3");
   EXPECT_FALSE(header.FindCard("NAXIS9", card));
+  EXPECT_FALSE(header.FindCard("NAXIS2  =", card));
 }
 
-/// Cards without an end, of which a read after the first `whole` bytes moves a single byte.
-class EndlessCards : public AFile {
+/// 25000 blocks of blank cards, more than are kept. A read after the first `whole` bytes moves a single byte.
+class BlankCards : public AFile {
  public:
-  explicit EndlessCards(int64 whole) : whole_(whole) {}
+  explicit BlankCards(int64 whole, const char* last = "") : whole_(whole), last_(last) {}
   int Read(void* buf, int n) override {
     const bool isWhole = position_ + n <= whole_;
     if (isWhole) std::memset(buf, ' ', static_cast<size_t>(n));
     position_ += isWhole ? n : 1;
+    if (position_ == GetFileSize()) std::memcpy(static_cast<char*>(buf) + n - 80, last_.data(), last_.size());
     return 1;
   }
   int ReadL(void* buf, int64 n) override { return Read(buf, static_cast<int>(n)); }
   int Seek(const int64& position) override { return position_ = position, 1; }
   int64 Tell() override { return position_; }
-  int64 GetFileSize() override { return int64{1} << 40; }
+  int64 GetFileSize() override { return 25000 * 2880; }
 
  private:
-  int64 whole_, position_ = 0;
+  const int64 whole_;
+  const std::string last_;
+  int64 position_ = 0;
 };
 
 TEST(FITSHeader, IsRefusedWhereItHasNoEndOrCannotBeRead) {
-  EndlessCards endless(int64{1} << 40), damaged(5760);
-  for (EndlessCards* file : {&endless, &damaged}) {
+  BlankCards endless(int64{1} << 40), damaged(5760);
+  for (BlankCards* file : {&endless, &damaged}) {
     AFITSmain header(file);
     EXPECT_FALSE(header.ReadHeader());
     EXPECT_EQ(header.CardCount(), 0);
   }
-  EXPECT_LE(endless.Tell(), (64 << 20) + 2880);
   EXPECT_EQ(damaged.Tell(), 5761);
+}
+
+TEST(FITSHeader, IsReadWhateverItsLengthButKeepsNoCardsOfALongOne) {
+  BlankCards file(int64{1} << 40, "END");
+  AFITSmain header(&file);
+  EXPECT_TRUE(header.ReadHeader());
+  EXPECT_EQ(header.headerEnd(), file.GetFileSize());
+  EXPECT_EQ(header.CardCount(), 0);
 }
 
 TEST(FITSWalk, FindsExtensionsInFileOrder) {

@@ -11,6 +11,7 @@
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/imaging/ImageUVX.h"
 
 namespace zeltra {
@@ -68,8 +69,9 @@ class Scattered : public TempFile {
       if (record.flag || record.ant1 == record.ant2) continue;
       for (int f = 0; f < 4; ++f) {
         const auto &p = record.values[static_cast<size_t>(2 * f)], &q = record.values[static_cast<size_t>(2 * f) + 1];
-        const double weight = (p.weight + q.weight) / 2.0;
-        if (!(p.weight > 0 && q.weight > 0) || !std::isfinite(weight + p.re + q.re + p.im + q.im)) continue;
+        const double weight = 4.0 / (1.0 / p.weight + 1.0 / q.weight);
+        if (!(p.weight > 0 && q.weight > 0) || !std::isfinite(p.weight + q.weight + p.re + q.re + p.im + q.im))
+          continue;
         const double frequency = SyntheticUVX::kFreq0 + 1e8 * (f / 2) + 1e6 * (f % 2);
         points.push_back({record.u * frequency, record.v * frequency, {(p.re + q.re) / 2, (p.im + q.im) / 2}, weight});
       }
@@ -201,6 +203,25 @@ TEST(ImageUVX, TellsWhatCannotBeImaged) {
   ACancelFlag cancel = 1;
   options.cancel = &cancel;
   EXPECT_EQ(Image(file.path(), options, image).code(), AResult::Cancelled);
+}
+
+TEST(ImageFiles, AppearTogether) {
+  const TempFile map("map"), beam("map"), picture("png");
+  beam.Put("old");
+  JobOptions options;
+  const auto create = [&](ImageFiles& files, const std::string& third) {
+    return files.Create({map.path(), beam.path(), "", third}, "input", options);
+  };
+  ImageFiles files;
+  EXPECT_THAT(create(files, picture.path()).message(), HasSubstr(beam.path() + ": exists"));
+  options.overwrite = true;
+  EXPECT_THAT(create(files, map.path()).message(), HasSubstr("named twice"));
+  ASSERT_TRUE(create(files, picture.path()));
+  EXPECT_FALSE(map.exists() || picture.exists());
+  ASSERT_TRUE(files.Store(DirtyImage(), "pixels"));
+  EXPECT_EQ(picture.Bytes(), "pixels");
+  EXPECT_EQ(beam.Bytes(), map.Bytes());
+  EXPECT_EQ(beam.Bytes().size(), 168u);
 }
 
 TEST(ImageUVX, TakesWhatIsSelected) {

@@ -50,11 +50,18 @@ SyntheticFITS Small(int groups = 6) {
   return SyntheticFITS::UV(2, 1, 2).Groups(groups, Parameter, Value);
 }
 
+// Thousands of files are made here.
+JobOptions Unsynced() {
+  JobOptions options;
+  options.sync = false;
+  return options;
+}
+
 struct Imported {
   explicit Imported(const SyntheticFITS& fits) : Imported(fits.Bytes()) {}
   explicit Imported(const std::string& bytes) {
     in.Put(bytes);
-    result = ImportUVFITS(in.path(), out.path(), JobOptions(), &summary);
+    result = ImportUVFITS(in.path(), out.path(), Unsynced(), &summary);
     if (result) uvx.Open(out.c_str(), 0);
   }
   AUVXGroup Group(int i) {
@@ -454,7 +461,7 @@ void ExpectRightOrRefused(const std::string& bytes, const std::string& what) {
   if (file.result) {
     EXPECT_EQ(file.uvx.HeldRecords(), file.summary.records) << what;
     const TempFile back("uvfits");
-    EXPECT_TRUE(ExportUVFITS(file.out.path(), back.path(), JobOptions())) << what;
+    EXPECT_TRUE(ExportUVFITS(file.out.path(), back.path(), Unsynced())) << what;
   } else {
     EXPECT_FALSE(file.result.message().empty()) << what;
     EXPECT_FALSE(file.out.exists()) << what;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stdexcept>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
@@ -340,6 +341,23 @@ TEST(Average, EndsWhenItIsAskedTo) {
   cancel = 1;
   EXPECT_EQ(Average(file, options, stop).code(), AResult::Cancelled);
   EXPECT_EQ(taken, 2);
+}
+
+struct Thrower : CProgressCtrl {
+  std::intptr_t SendMessage(unsigned message, std::uintptr_t, std::intptr_t) override {
+    return message == kProgressPosition ? throw std::runtime_error("the host has had enough") : 0;
+  }
+};
+
+TEST(Average, LetsWhatTheHostThrowsPass) {
+  Source file(SyntheticUVX().Antennas(4).Times(400).Tables());
+  Thrower thrower;
+  AverageOptions options = Every(-1);
+  options.progress = &thrower;
+  for (options.threads = 1; options.threads <= 3; ++options.threads) {
+    const auto take = [](AUVXGroup&, AUVXVisibility&) { return AResult::Ok(); };
+    EXPECT_THROW((void)Average(file, options, take), std::runtime_error) << options.threads;
+  }
 }
 
 TEST(ClosurePhases, ClosesTheTrianglesOfAnAntenna) {

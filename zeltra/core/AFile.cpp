@@ -27,24 +27,26 @@ int AFile::Close() {
   return closed;
 }
 
+// A closed file is not asked for: the Windows runtime may end a process that hands it descriptor -1.
+
 int AFile::Seek(const int64& pos) {
-  return platform::SeekDescriptor(descriptor_, pos) >= 0;
+  return descriptor_ >= 0 && platform::SeekDescriptor(descriptor_, pos) >= 0;
 }
 
 int64 AFile::Tell() {
-  return platform::TellDescriptor(descriptor_);
+  return descriptor_ >= 0 ? platform::TellDescriptor(descriptor_) : -1;
 }
 
 int AFile::Read(void* buf, int n) {
-  return platform::ReadDescriptor(descriptor_, buf, n) > 0;
+  return descriptor_ >= 0 && platform::ReadDescriptor(descriptor_, buf, n) > 0;
 }
 
 int AFile::Write(void* buf, int n) {
-  return platform::WriteDescriptor(descriptor_, buf, n) > 0;
+  return descriptor_ >= 0 && platform::WriteDescriptor(descriptor_, buf, n) > 0;
 }
 
 int64 AFile::ReadAt(int64 position, void* buf, int64 n) const {
-  return platform::ReadDescriptorAt(descriptor_, position, buf, n);
+  return descriptor_ >= 0 ? platform::ReadDescriptorAt(descriptor_, position, buf, n) : -1;
 }
 
 int AFile::GetLine(char* buf, int n, char delim) {
@@ -59,11 +61,11 @@ int AFile::GetLine(char* buf, int n, char delim) {
 }
 
 int64 AFile::GetFileSize() {
-  return platform::DescriptorSize(descriptor_);
+  return descriptor_ >= 0 ? platform::DescriptorSize(descriptor_) : -1;
 }
 
 int AFile::Trunc() {
-  return platform::TruncateDescriptor(descriptor_, Tell()) == 0;
+  return descriptor_ >= 0 && platform::TruncateDescriptor(descriptor_, Tell()) == 0;
 }
 
 }  // namespace zeltra

@@ -47,6 +47,10 @@ class ZELTRA_API AFile : public ABFile {
   /// @return 1 once the file ends at the current position
   int Trunc() override;
 
+ protected:
+  /// The system's number of the file, -1 of one that is closed.
+  int descriptor() const { return descriptor_; }
+
  private:
   int descriptor_ = -1;
 };

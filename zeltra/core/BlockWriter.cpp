@@ -14,8 +14,7 @@ BlockWriter::BlockWriter(CheckedFile& file, int threads)
 BlockWriter::~BlockWriter() {
   if (!thread_.joinable()) return;
   Wait();
-  bytes_ = kStop;
-  bytes_.notify_all();
+  HandOver(kStop);
   thread_.join();
 }
 
@@ -37,8 +36,7 @@ bool BlockWriter::WriteBlock() {
   Wait();
   if (!file_.good()) return false;
   std::swap(block_, handedOver_);
-  bytes_ = std::exchange(used_, 0);
-  bytes_.notify_all();
+  HandOver(std::exchange(used_, 0));
   return true;
 }
 
@@ -53,19 +51,33 @@ bool BlockWriter::HasThread() {
   return thread_.joinable();
 }
 
+// The waiting functions of std::atomic would miss a wake-up now and then where the system has no futex.
+
+void BlockWriter::HandOver(int bytes) {
+  {
+    const std::lock_guard lock(mutex_);
+    bytes_ = bytes;
+  }
+  changed_.notify_all();
+}
+
 // Until the thread has written what it was given.
-void BlockWriter::Wait() const {
-  for (int bytes = bytes_; bytes > 0; bytes = bytes_) bytes_.wait(bytes);
+void BlockWriter::Wait() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return bytes_ == 0; });
 }
 
 void BlockWriter::WriteInBackground() {
   for (;;) {
-    bytes_.wait(0);
-    const int bytes = bytes_;
+    int bytes = 0;
+    {
+      std::unique_lock lock(mutex_);
+      changed_.wait(lock, [this] { return bytes_ != 0; });
+      bytes = bytes_;
+    }
     if (bytes == kStop) return;
     file_.Write(handedOver_.get(), bytes);
-    bytes_ = 0;
-    bytes_.notify_all();
+    HandOver(0);
   }
 }
 

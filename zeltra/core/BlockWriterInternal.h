@@ -3,8 +3,9 @@
 #ifndef ZELTRA_CORE_BLOCKWRITERINTERNAL_H_
 #define ZELTRA_CORE_BLOCKWRITERINTERNAL_H_
 
-#include <atomic>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "zeltra/core/BlockBytesInternal.h"
@@ -43,7 +44,8 @@ class BlockWriter {
 
   bool WriteBlock();
   bool HasThread();
-  void Wait() const;
+  void HandOver(int bytes);
+  void Wait();
   void WriteInBackground();
 
   CheckedFile& file_;
@@ -52,7 +54,9 @@ class BlockWriter {
   bool mayStartThread_;
   std::thread thread_;
   std::unique_ptr<char[]> handedOver_;  // the block that the thread writes
-  std::atomic<int> bytes_ = 0;          // of it; 0 once they are written
+  std::mutex mutex_;                    // guards the two that follow
+  std::condition_variable changed_;
+  int bytes_ = 0;  // of the block; 0 once they are written
 };
 
 }  // namespace zeltra

@@ -116,7 +116,8 @@ std::string DurationText(double seconds) {
 
 std::string RightAscensionText(double degrees) {
   if (!std::isfinite(degrees)) return ReadableNumber(degrees);
-  const std::string text = Sexagesimal((degrees - 360 * std::floor(degrees / 360)) / 15, 5);
+  const double rest = std::fmod(degrees, 360);
+  const std::string text = Sexagesimal((rest < 0 ? rest + 360 : rest) / 15, 5);
   return text.starts_with("24:") ? Sexagesimal(0, 5) : text;
 }
 

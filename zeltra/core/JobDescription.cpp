@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "zeltra/core/Text.h"
 
@@ -18,9 +17,7 @@ std::string Joined(const std::vector<std::string>& words) {
 
 // A bound of a range, as in 1000000000.
 std::string Plain(double bound) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.10g", bound);
-  return text;
+  return RoundedNumber(bound, 10);
 }
 
 AResult Complain(const std::string& text, const std::string& what) {
@@ -84,8 +81,9 @@ AResult AJobOption::CheckRange(const std::string& text, double value) const {
 }
 
 AResult AJobOption::Store(const std::string& text, bool* flag) const {
-  *flag = text.empty() || text == "true" || text == "1";
-  return *flag || text == "false" || text == "0" ? AResult::Ok() : Complain(text, "is neither true nor false");
+  const bool isGiven = text.empty() || text == "true" || text == "1";
+  *flag = isGiven != clears;
+  return isGiven || text == "false" || text == "0" ? AResult::Ok() : Complain(text, "is neither true nor false");
 }
 
 AResult AJobOption::Store(const std::string& text, int* number) const {

@@ -1,5 +1,5 @@
-// What a job takes and gives, said once: the command line, the manual and the interfaces to other languages are made of
-// it. SPDX-License-Identifier: MIT
+// What a job takes and gives, from which the command line, the manual and other interfaces are made.
+// SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_JOBDESCRIPTION_H_
 #define ZELTRA_CORE_JOBDESCRIPTION_H_
 
@@ -49,6 +49,7 @@ class ZELTRA_API AJobOption {
   std::optional<double> special;  ///< Whole, Real: one more value, outside the range
   std::string otherwise;          ///< what an absent option means, where no value says it
   double scale = 1;               ///< Real: the member over the value
+  bool clears = false;            ///< Flag: clears the member instead of setting it
   char letter = 0;                ///< short name on a command line, 0 without one
   bool isWord = false;            ///< stands on a command line without its name
   bool isRequired = false;
@@ -63,13 +64,14 @@ class ZELTRA_API AJobOption {
   AJobOption& Or(double value) { return special = value, *this; }
   AJobOption& Otherwise(std::string text) { return otherwise = std::move(text), *this; }
   AJobOption& Scale(double factor) { return scale = factor, *this; }
+  AJobOption& Clears() { return clears = true, *this; }
   AJobOption& Letter(char character) { return letter = character, *this; }
   AJobOption& Word() { return isWord = isRequired = true, *this; }
   AJobOption& Required() { return isRequired = true, *this; }
   AJobOption& Excludes(std::string other) { return excludes = std::move(other), *this; }
 
   /// Read a text into the member of `options`, which are of the type that the job takes. A list grows by the text's
-  /// items; a flag is set by an empty text.
+  /// items; an empty text means that a flag is given.
   /// @return a failure that says what is wrong with the text; the member is undefined then
   AResult Set(JobOptions& options, const std::string& text) const;
 
@@ -175,8 +177,11 @@ class AJobDescriber {
     return option;
   }
 
-  /// The option that lets outputs replace files.
-  void Overwrite() { Option("force", &Options::overwrite, "replace an output that exists").Letter('f'); }
+  /// What every job with outputs takes: whether they replace files, and whether it waits for the disk.
+  void Overwrite() {
+    Option("force", &Options::overwrite, "replace an output that exists").Letter('f');
+    Option("no-sync", &Options::sync, "do not wait until the output is on the disk").Clears();
+  }
   void Threads() {
     Option("threads", &Options::threads, "threads that work at the same time; the result is the same for any number")
         .Range(0, 1024)

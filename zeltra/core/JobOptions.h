@@ -15,6 +15,8 @@ struct JobOptions {
   const ACancelFlag* cancel = nullptr;
   /// Whether an output that exists already gives way.
   bool overwrite = false;
+  /// Whether a job ends only when the disk holds its outputs, under their names.
+  bool sync = true;
   /// Threads that a job may use; 0 for one a processor. Results are the same bits for any number.
   int threads = 0;
 };

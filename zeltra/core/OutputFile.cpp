@@ -2,8 +2,15 @@
 #include "zeltra/core/OutputFileInternal.h"
 
 #include "zeltra/platform/System.h"
+#include "zeltra/platform/SystemInternal.h"
 
 namespace zeltra {
+
+int CheckedFile::Seek(const int64& pos) {
+  const int result = AFile::Seek(pos);
+  good_ = good_ && (result || Tell() < 0);
+  return result;
+}
 
 int CheckedFile::Write(void* buf, int n) {
   const int64 end = Tell() + n;
@@ -14,10 +21,23 @@ int CheckedFile::Write(void* buf, int n) {
 
 int CheckedFile::Close() {
   // A second Close finds nothing to close, which is no loss.
-  const bool open = Tell() >= 0;
-  const int result = AFile::Close();
-  good_ = good_ && (result || !open);
+  if (descriptor() < 0) return 0;
+  const bool isSettled = Settle();
+  const int result = AFile::Close() && isSettled;
+  good_ = good_ && result;
   return result;
+}
+
+bool CheckedFile::Settle() {
+  if (permissions_ >= 0 && !platform::SetPermissions(descriptor(), permissions_)) return false;
+  return !sync_ || platform::SyncDescriptor(descriptor());
+}
+
+void CheckedFile::AtClose(int permissions, bool sync) {
+  permissions_ = permissions;
+  sync_ = sync;
+  // Until then nobody sees what only some may see in the end.
+  if (permissions >= 0) platform::SetPermissions(descriptor(), platform::kOwnerOnly);
 }
 
 OutputFile::~OutputFile() {
@@ -25,21 +45,28 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Discard() {
+  file_.AtClose(-1, false);
   file_.Close();
   if (!temporary_.empty()) RemoveFile(temporary_);
   temporary_.clear();
 }
 
-AResult OutputFile::Create(const std::string& path, bool overwrite, const std::string& input) {
+AResult OutputFile::Create(const std::string& path, const JobOptions& options, const std::string& input) {
   path_ = path;
-  overwrite_ = overwrite;
-  if (!overwrite && PathExists(path)) return AResult::Fail(path + ": exists already and is not replaced unasked");
+  target_ = platform::LinkTarget(path);
+  overwrite_ = options.overwrite;
+  sync_ = options.sync;
+  const platform::FileKind kind = platform::KindOf(target_);
+  if (kind == platform::FileKind::Other) return AResult::Fail(path + ": is not a regular file and is not replaced");
+  const bool isThere = kind == platform::FileKind::Regular;
+  if (!overwrite_ && isThere) return AResult::Fail(path + ": exists already and is not replaced unasked");
   if (!input.empty() && IsSameFile(path, input)) return AResult::Fail(path + ": is the file that is read");
-  const std::string temporary = TemporaryNameFor(path);
+  const std::string temporary = TemporaryNameFor(target_);
   if (!file_.Open(temporary.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary)) {
     return AResult::Fail(path + ": cannot be created");
   }
   temporary_ = temporary;
+  file_.AtClose(isThere ? platform::PermissionsOf(target_) : -1, sync_);
   return AResult::Ok();
 }
 
@@ -54,12 +81,13 @@ AResult OutputFile::Complete() {
 }
 
 AResult OutputFile::TakeName() {
-  if (!MoveIntoPlace(temporary_, path_, overwrite_)) {
+  if (!MoveIntoPlace(temporary_, target_, overwrite_)) {
     return AResult::Fail(path_ +
-                         (PathExists(path_) ? ": exists already and cannot be replaced" : ": cannot be created"));
+                         (PathExists(target_) ? ": exists already and cannot be replaced" : ": cannot be created"));
   }
   temporary_.clear();
-  return AResult::Ok();
+  if (!sync_ || platform::SyncFolderOf(target_)) return AResult::Ok();
+  return AResult::Fail(path_ + ": is complete, but the disk does not take the name into its folder");
 }
 
 AResult OutputFile::WriteError() const {

@@ -4,6 +4,7 @@
 
 #include "zeltra/core/OutputFilesInternal.h"
 #include "zeltra/platform/System.h"
+#include "zeltra/platform/SystemInternal.h"
 
 namespace zeltra {
 namespace {
@@ -16,18 +17,20 @@ bool IsOneName(const std::string& a, const std::string& b) {
   };
   const auto [folderA, fileA] = split(a);
   const auto [folderB, fileB] = split(b);
-  return IsSameFile(a, b) || (fileA == fileB && (folderA == folderB || IsSameFile(folderA, folderB)));
+  return IsSameFile(a, b) ||
+         (platform::IsSameName(fileA, fileB) && (folderA == folderB || IsSameFile(folderA, folderB)));
 }
 
 }  // namespace
 
 AResult OutputFiles::Create(const std::string& path, OutputFile*& output) {
-  const auto isTaken = [&path](const std::string& name) { return IsOneName(name, path); };
+  const std::string target = platform::LinkTarget(path);
+  const auto isTaken = [&target](const std::string& name) { return IsOneName(name, target); };
   if (std::any_of(names_.begin(), names_.end(), isTaken)) return AResult::Fail(path + ": named twice");
   auto file = std::make_unique<OutputFile>();
-  if (AResult result = file->Create(path, overwrite_); !result) return result;
+  if (AResult result = file->Create(path, options_); !result) return result;
   output = file.get();
-  names_.push_back(path);
+  names_.push_back(target);
   files_.push_back(std::move(file));
   return AResult::Ok();
 }

@@ -11,12 +11,13 @@
 
 namespace zeltra {
 
-/// Files that are all complete, and closed without an error, before the first of them gets its name. What is not
-/// committed is removed with the object.
+/// Files that are all complete, synchronised and closed without an error, before the first of them gets its name. What
+/// is not committed is removed with the object.
 class OutputFiles {
  public:
-  /// @param input  what the job reads, which no output replaces
-  OutputFiles(const std::string& input, bool overwrite) : names_{input}, overwrite_(overwrite) {}
+  /// @param input    what the job reads, which no output replaces
+  /// @param options  as of OutputFile::Create
+  OutputFiles(const std::string& input, const JobOptions& options) : names_{input}, options_(options) {}
 
   /// Create one under a temporary name.
   /// @param output  the new file, this object's
@@ -28,7 +29,7 @@ class OutputFiles {
  private:
   std::vector<std::string> names_;  // that are taken
   std::vector<std::unique_ptr<OutputFile>> files_;
-  bool overwrite_;
+  const JobOptions options_;
 };
 
 }  // namespace zeltra

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -24,11 +25,17 @@ AResult Cancelled(const PartJob& job) {
   return AResult::Cancel(job.name + ": cancelled before its end");
 }
 
-AResult RunPart(PartWorker& worker, const PartJob& job, int part, PartOutput& output) {
+AResult NoMemory(const PartJob& job) {
+  return AResult::Fail(job.name + ": there is not enough memory for this job");
+}
+
+// @param worker  made for the first part that it runs
+AResult RunPart(std::unique_ptr<PartWorker>& worker, const PartJob& job, int part, PartOutput& output) {
   try {
-    return worker.Run(part, output);
+    if (!worker) worker = job.worker();
+    return worker->Run(part, output);
   } catch (const std::bad_alloc&) {
-    return AResult::Fail(job.name + ": there is not enough memory for this job");
+    return NoMemory(job);
   }
 }
 
@@ -47,10 +54,10 @@ class Alone : public PartOutput {
   }
 
   AResult Run() {
-    const std::unique_ptr<PartWorker> worker = job_.worker();
+    std::unique_ptr<PartWorker> worker;
     for (int part = 0; part < job_.parts; ++part) {
       if (IsCancelled(options_)) return Cancelled(job_);
-      AResult result = RunPart(*worker, job_, part, *this);
+      AResult result = RunPart(worker, job_, part, *this);
       if (!taken_) return taken_;
       if (IsCancelled(options_)) return Cancelled(job_);
       if (!result) return result;
@@ -66,13 +73,18 @@ class Alone : public PartOutput {
   int lastPercent_ = -1;
 };
 
-// Parts on threads. Each waits to hand on until there is room, but the part whose turn it is never waits.
+// Parts on threads. Each waits to hand on until there is room; the part whose turn it is may always have one piece
+// waiting, so that the others cannot hold it up.
 class Together {
  public:
   Together(const PartJob& job, const JobOptions& options)
       : job_(job), options_(options), parts_(static_cast<size_t>(job.parts)) {}
+  // The threads end however TakeAll does: the host's progress control may throw.
+  ~Together();
 
-  AResult Run(int threads);
+  // @return false if the system has no thread left
+  bool Start(int threads);
+  AResult TakeAll();
 
  private:
   struct Part {
@@ -96,7 +108,6 @@ class Together {
 
   void Work();
   bool Put(int part, std::vector<char> bytes);
-  AResult TakeAll();
   AResult TakePart(Part& part);
 
   const PartJob& job_;
@@ -110,19 +121,26 @@ class Together {
   std::atomic<bool> stopped_ = false;
   std::atomic<int64> done_ = 0;
   int lastPercent_ = -1;
+  std::vector<std::thread> workers_;
 };
 
-AResult Together::Run(int threads) {
-  std::vector<std::thread> workers;
-  for (int i = 0; i < threads; ++i) workers.emplace_back([this] { Work(); });
-  AResult result = TakeAll();
+Together::~Together() {
   {
     const std::lock_guard lock(mutex_);
     stopped_ = true;
   }
   changed_.notify_all();
-  for (std::thread& worker : workers) worker.join();
-  return result;
+  for (std::thread& worker : workers_) worker.join();
+}
+
+bool Together::Start(int threads) {
+  workers_.reserve(static_cast<size_t>(threads));
+  try {
+    for (int i = 0; i < threads; ++i) workers_.emplace_back([this] { Work(); });
+  } catch (const std::system_error&) {
+    // The threads that there are do all parts.
+  }
+  return !workers_.empty();
 }
 
 void Together::Work() {
@@ -134,9 +152,8 @@ void Together::Work() {
       if (stopped_ || next_ == job_.parts) return;
       part = next_++;
     }
-    if (!worker) worker = job_.worker();
     Output output(*this, part);
-    AResult result = RunPart(*worker, job_, part, output);
+    AResult result = RunPart(worker, job_, part, output);
     {
       const std::lock_guard lock(mutex_);
       parts_[static_cast<size_t>(part)].result = std::move(result);
@@ -146,11 +163,13 @@ void Together::Work() {
 }
 
 bool Together::Put(int part, std::vector<char> bytes) {
+  std::deque<std::vector<char>>& waiting = parts_[static_cast<size_t>(part)].waiting;
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return stopped_ || part == turn_ || waitingBytes_ < kMostWaiting; });
+  changed_.wait(lock, [&] { return stopped_ || waitingBytes_ < kMostWaiting || (part == turn_ && waiting.empty()); });
   if (stopped_) return false;
-  waitingBytes_ += bytes.size();
-  parts_[static_cast<size_t>(part)].waiting.push_back(std::move(bytes));
+  const size_t size = bytes.size();
+  waiting.push_back(std::move(bytes));
+  waitingBytes_ += size;
   lock.unlock();
   changed_.notify_all();
   return true;
@@ -172,8 +191,10 @@ AResult Together::TakePart(Part& part) {
   std::unique_lock lock(mutex_);
   for (;;) {
     changed_.wait_for(lock, kPatience, [&] { return !part.waiting.empty() || part.result; });
+    lock.unlock();
     if (IsCancelled(options_)) return Cancelled(job_);
     SendProgress(options_.progress, done_, job_.work, lastPercent_);
+    lock.lock();
     if (!part.waiting.empty()) {
       const std::vector<char> bytes = std::move(part.waiting.front());
       part.waiting.pop_front();
@@ -197,7 +218,15 @@ int ThreadsFor(int parts, const JobOptions& options) {
 AResult RunParts(const PartJob& job, const JobOptions& options) {
   const int threads = ThreadsFor(job.parts, options);
   SendProgressRange(options.progress);
-  return threads == 1 ? Alone(job, options).Run() : Together(job, options).Run(threads);
+  try {
+    if (threads > 1) {
+      Together together(job, options);
+      if (together.Start(threads)) return together.TakeAll();
+    }
+    return Alone(job, options).Run();
+  } catch (const std::bad_alloc&) {
+    return NoMemory(job);
+  }
 }
 
 }  // namespace zeltra

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <limits>
 
 #include "zeltra/platform/Types.h"
@@ -45,11 +45,17 @@ std::string valToStr(float value) {
   return Shortest(value);
 }
 
+std::string RoundedNumber(double value, int digits) {
+  char text[32];
+  const auto end =
+      std::to_chars(text, std::end(text), value, std::chars_format::general, std::clamp(digits, 1, 17)).ptr;
+  return std::string(text, end);
+}
+
 std::string ReadableNumber(double value) {
   const std::string exact = valToStr(value);
-  char rounded[32];
-  std::snprintf(rounded, sizeof rounded, "%.15g", value);
-  return exact.size() <= std::string_view(rounded).size() ? exact : rounded;
+  const std::string rounded = RoundedNumber(value, 15);
+  return exact.size() <= rounded.size() ? exact : rounded;
 }
 
 double ParseNumber(std::string_view text) {

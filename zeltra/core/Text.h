@@ -15,6 +15,10 @@ ZELTRA_API std::string valToStr(double value);
 /// The same for a 32-bit float: the text reads back to the same float.
 ZELTRA_API std::string valToStr(float value);
 
+/// The number rounded to `digits` digits, without the zeros at their end: as printf writes it with "%.*g", but with a
+/// point in every locale.
+ZELTRA_API std::string RoundedNumber(double value, int digits);
+
 /// A number for people: at most 15 digits, so that 0.1 + 0.2 is 0.3.
 ZELTRA_API std::string ReadableNumber(double value);
 

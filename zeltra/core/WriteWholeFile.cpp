@@ -5,9 +5,12 @@
 
 namespace zeltra {
 
-AResult WriteWholeFile(const std::string& path, const std::string& bytes, bool overwrite) {
+AResult WriteWholeFile(const std::string& path, const std::string& bytes, bool overwrite, bool sync) {
+  JobOptions options;
+  options.overwrite = overwrite;
+  options.sync = sync;
   OutputFile output;
-  if (AResult result = output.Create(path, overwrite); !result) return result;
+  if (AResult result = output.Create(path, options); !result) return result;
   WriteWhole(output.file(), bytes.data(), static_cast<int64>(bytes.size()));
   return output.Commit();
 }

@@ -11,7 +11,8 @@ namespace zeltra {
 
 /// Write `bytes` as a file that appears under its name only when it is complete.
 /// @param overwrite  whether a file that has the name already gives way
-ZELTRA_API AResult WriteWholeFile(const std::string& path, const std::string& bytes, bool overwrite);
+/// @param sync       whether to wait until the disk holds the file
+ZELTRA_API AResult WriteWholeFile(const std::string& path, const std::string& bytes, bool overwrite, bool sync = true);
 
 }  // namespace zeltra
 

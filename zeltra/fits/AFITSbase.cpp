@@ -119,8 +119,12 @@ int AFITSbase::ReadHeader() {
   headerStart_ = reader.Position();
   std::string text, cards;
   do {
-    if (!reader.Next(text) || static_cast<int64>(cards.size()) > kFITSMostHeaderBytes - kFITSCard) return 0;
-    cards += text;
+    if (!reader.Next(text)) return 0;
+    if (reader.Position() - headerStart_ <= kFITSMostHeaderBytes) {
+      cards += text;
+    } else {
+      cards.clear();
+    }
     card_.Parse(text);
     Dispatch(card_.GetHash());
   } while (card_.GetHash() != Hash("END"));
@@ -137,9 +141,10 @@ std::string_view AFITSbase::CardText(int i) const {
 }
 
 bool AFITSbase::FindCard(const std::string& key, ParseFITSstr& card) const {
+  if (key.size() > static_cast<size_t>(kFITSKeyword)) return false;
   std::string field = key;
   field.resize(kFITSKeyword, ' ');
-  for (int i = 0; i < CardCount(); ++i) {
+  for (int i = CardCount() - 1; i >= 0; --i) {
     if (CardText(i).substr(0, kFITSKeyword) != field) continue;
     card.Parse(std::string(CardText(i)));
     return true;

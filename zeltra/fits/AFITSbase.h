@@ -47,7 +47,7 @@ class ZELTRA_API AFITSbase {
   /// Read a header from the current file position; the file is then positioned after the END card.
   /// @return 0 if the file ends before END, or if the header is one whose data cannot be addressed: counts that are
   ///         negative or beyond 999 axes or table fields, or beyond the cards that the header's blocks have room for,
-  ///         negative lengths, a group that is too large for an int; also if it is longer than kFITSMostHeaderBytes
+  ///         negative lengths, a group that is too large for an int
   int ReadHeader();
 
   /// Move the file to the next header. @return 1 if there is data, 0 at the end of the file
@@ -74,11 +74,11 @@ class ZELTRA_API AFITSbase {
   std::string& ptype(int i) { return ptype_[static_cast<size_t>(i)]; }
 
   // The cards as they stand in the file, HISTORY and COMMENT among them, from the first one to END. There are none
-  // until a header was read to its END.
+  // until a header was read to its END, and none of a header longer than kFITSMostHeaderBytes.
   int CardCount() const { return static_cast<int>(cards_.size() / kFITSCard); }
   /// A card counted from 0: 80 characters, valid until the next ReadHeader().
   std::string_view CardText(int i) const;
-  /// Take the first card apart whose keyword, with its index, is `key`. @return false if there is none
+  /// Take the last card apart whose keyword, with its index, is `key`. @return false if there is none
   bool FindCard(const std::string& key, ParseFITSstr& card) const;
 
   int64 headerStart() const { return headerStart_; }  ///< file position of the first card

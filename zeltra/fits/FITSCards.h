@@ -16,7 +16,7 @@ inline constexpr int kFITSKeyword = 8;     ///< bytes of its keyword
 inline constexpr int kFITSBlock = 2880;    ///< bytes of a block: headers and data are padded to whole blocks
 inline constexpr int kFITSMaxIndex = 999;  ///< largest index of a keyword (FITS standard 4.0, sections 4.4.1 and 7.3.1)
 
-/// The most bytes of one header: a thousand times what is found in the field.
+/// The most bytes of one header whose cards are kept: a thousand times what is found in the field.
 inline constexpr int64 kFITSMostHeaderBytes = int64{64} << 20;
 
 /// `bytes` rounded up to whole blocks.

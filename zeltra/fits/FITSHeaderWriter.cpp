@@ -13,9 +13,9 @@
 namespace zeltra {
 namespace {
 
-constexpr std::string_view kStructural[] = {"XTENSION", "BITPIX", "PCOUNT",   "GCOUNT", "TFIELDS",  "EXTNAME",
-                                            "EXTVER",   "THEAP",  "EXTLEVEL", "NAXIS",  "CHECKSUM", "DATASUM",
-                                            "COMMENT",  "END",    "HISTORY",  "",       "CONTINUE"};
+constexpr std::string_view kStructural[] = {"XTENSION", "BITPIX",  "PCOUNT", "GCOUNT",   "TFIELDS", "EXTNAME",
+                                            "EXTVER",   "THEAP",   "NAXIS",  "CHECKSUM", "DATASUM", "COMMENT",
+                                            "END",      "HISTORY", "",       "CONTINUE"};
 /// The same with the number of an axis or a column after them.
 constexpr std::string_view kStructuralSeries[] = {"NAXIS", "TTYPE", "TFORM", "TUNIT", "TDISP"};
 
@@ -69,7 +69,13 @@ void FITSHeaderWriter::AddDay(const std::string& key, double julianDate) {
 }
 
 void FITSHeaderWriter::AddHistory(const std::string& text) {
-  FormatHistoryCard(NewCard(), PrintableText(text));
+  constexpr size_t kRoom = 70;
+  const std::string printable = PrintableText(text);
+  size_t begin = 0;
+  do {
+    FormatHistoryCard(NewCard(), printable.substr(begin, kRoom));
+    begin += kRoom;
+  } while (begin < printable.size());
 }
 
 int FITSHeaderWriter::Write(ABFile& file) {

@@ -28,6 +28,7 @@ class FITSHeaderWriter {
   void AddKnownText(const std::string& key, const std::string& value);
   /// The day as YYYY-MM-DD, unless there is none: a Julian date that is not positive.
   void AddDay(const std::string& key, double julianDate);
+  /// As many HISTORY cards as the text needs, one at least.
   void AddHistory(const std::string& text);
 
   /// Write the cards and END, and blanks up to a whole block. @return 0 if not all is written

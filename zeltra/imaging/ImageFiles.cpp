@@ -111,7 +111,7 @@ AResult WriteFITSImage(const DirtyImage& image, OutputFile& output) {
 }  // namespace
 
 struct ImageFiles::Outputs {
-  Outputs(const std::string& input, bool overwrite) : files(input, overwrite) {}
+  Outputs(const std::string& input, const JobOptions& options) : files(input, options) {}
 
   OutputFiles files;
   OutputFile *map = nullptr, *beam = nullptr, *fits = nullptr, *picture = nullptr;
@@ -121,8 +121,8 @@ ImageFiles::ImageFiles() = default;
 
 ImageFiles::~ImageFiles() = default;
 
-AResult ImageFiles::Create(const ImageNames& names, const std::string& input, bool overwrite) {
-  outputs_ = std::make_unique<Outputs>(input, overwrite);
+AResult ImageFiles::Create(const ImageNames& names, const std::string& input, const JobOptions& options) {
+  outputs_ = std::make_unique<Outputs>(input, options);
   AResult result = AResult::Ok();
   const auto create = [&](const std::string& name, OutputFile*& output) {
     if (result && !name.empty()) result = outputs_->files.Create(name, output);

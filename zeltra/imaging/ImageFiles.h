@@ -33,9 +33,10 @@ class ZELTRA_API ImageFiles {
   ~ImageFiles();
 
   /// Create the files under temporary names.
-  /// @param input  what the image is made from, which is not replaced
+  /// @param input    what the image is made from, which is not replaced
+  /// @param options  whether files may be replaced, and whether they are synchronised with the disk
   /// @return a failure if a file is named twice, exists and may not be replaced, or cannot be written
-  AResult Create(const ImageNames& names, const std::string& input, bool overwrite);
+  AResult Create(const ImageNames& names, const std::string& input, const JobOptions& options);
   /// Write the files and give them their names.
   AResult Store(const DirtyImage& image, const std::string& picture = {});
 

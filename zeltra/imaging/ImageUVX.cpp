@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
@@ -16,12 +15,6 @@ namespace {
 // The next larger size that the transform takes, 32768, would need 77 GB.
 constexpr int kSmallestSize = 16, kLargestSize = 16384;
 constexpr double kCellsPerFringe = 5;
-
-std::string TextOf(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.4g", value);
-  return text;
-}
 
 // `value` with two significant digits in milliarcseconds, rounded down.
 double RoundedDown(double value) {
@@ -126,9 +119,10 @@ AResult Imager::FillGrid() {
   });
   if (!result || grid_.sumOfWeights() > 0) return result;
   if (image_.beyond == 0) return data_.NothingValid();
-  return AResult::Fail(from_.path() + ": with cells of " + TextOf(image_.cell / kRadiansPerMas) +
+  return AResult::Fail(from_.path() + ": with cells of " + RoundedNumber(image_.cell / kRadiansPerMas, 4) +
                        " mas no visibility lies on the grid; at most " +
-                       TextOf(UVGrid::LargestCell(options_.size, longest) / kRadiansPerMas) + " mas serve all of them");
+                       RoundedNumber(UVGrid::LargestCell(options_.size, longest) / kRadiansPerMas, 4) +
+                       " mas serve all of them");
 }
 
 void Imager::Describe() {

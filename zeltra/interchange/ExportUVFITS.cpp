@@ -72,7 +72,7 @@ AResult Exporter::Run() {
     return AResult::Fail(from_ + ": holds " + std::to_string(uvx_.HeldRecords()) + " of the " +
                          std::to_string(uvx_.count()) + " records that its header promises");
   }
-  if (AResult result = output_.Create(to_, options_.overwrite, from_); !result) return result;
+  if (AResult result = output_.Create(to_, options_, from_); !result) return result;
   const AUVXHeader header(uvx_);
   if (uvx_.channels() < 1 || header.stokes.count() < 1) return AResult::Fail(from_ + ": its records hold no values");
   dateZero_ = std::isfinite(header.info.dateObs) ? double{header.info.dateObs} : 0;

@@ -15,6 +15,9 @@
 namespace zeltra {
 namespace {
 
+constexpr char kTooLong[] = " is longer than the 64 MiB that an import takes";
+static_assert(kFITSMostHeaderBytes == 64 << 20);
+
 std::string Quoted(const std::string& text) {
   return "\"" + text + "\"";
 }
@@ -93,12 +96,10 @@ AResult UVFITSInput::ReadHeaders() {
   if (!file.Seek(0)) return Refuse("cannot be read");
   const bool isRead = fits_.ReadHeaders();
   const AFITSmain& main = *fits_.main();
-  if (main.CardCount() < 1) {
-    return Refuse(size < kFITSMostHeaderBytes
-                      ? "the primary header has no END card before the file ends at byte " + std::to_string(size)
-                      : "the primary header has no END card in its first " + std::to_string(kFITSMostHeaderBytes) +
-                            " bytes");
+  if (main.headerEnd() == 0) {
+    return Refuse("the primary header has no END card before the file ends at byte " + std::to_string(size));
   }
+  if (main.CardCount() < 1) return Refuse(std::string("the primary header") + kTooLong);
   for (int i = 0; i < main.CardCount(); ++i) {
     const std::string card(main.CardText(i));
     if (StartsWith(card, "HISTORY ")) ReadHistory(card.substr(kFITSKeyword));
@@ -200,6 +201,9 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
   int64 end = main.nextHeader();
   for (int i = 0; i < fits_.tables().count(); ++i) {
     AFITSxtbl& table = *fits_.tables()(i);
+    if (table.CardCount() < 1) {
+      return Refuse("the header of the table " + Quoted(table.extname()) + kTooLong);
+    }
     if (const std::string sentence = UnreadableCount(table); !sentence.empty()) {
       return Refuse("table " + Quoted(table.extname()) + ": " + sentence);
     }

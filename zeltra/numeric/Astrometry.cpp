@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Units.h"
 
 namespace zeltra {
@@ -16,7 +17,7 @@ constexpr double kDaysPerCentury = 36525.0;
 }  // namespace
 
 double SiderealTime(double julianDate) {
-  const double midnight = std::floor(julianDate - 0.5) + 0.5;
+  const double midnight = MidnightBefore(julianDate);
   const double t = (midnight - kJ2000) / kDaysPerCentury;
   const double atMidnight = 24110.54841 + t * (8640184.812866 + t * (0.093104 - t * 6.2e-6));
   const double seconds = atMidnight + (julianDate - midnight) * kSecondsPerDay * kSiderealDaysPerDay;

@@ -57,7 +57,9 @@ AResult AUVXInput::Open(const std::string& path, const JobOptions& options) {
 AResult AUVXInput::Import(const JobOptions& options) {
   temporary_ = TemporaryNameFor(TemporaryFolder() + "/zeltra.uvx");
   ImportSummary summary;
-  AResult result = ImportUVFITS(path_, temporary_, options, &summary);
+  JobOptions unsynced = options;
+  unsynced.sync = false;
+  AResult result = ImportUVFITS(path_, temporary_, unsynced, &summary);
   remarks_ = std::move(summary.remarks);
   if (result.code() == AResult::Cancelled) return AResult::Cancel(path_ + ": the import was cancelled");
   return result ? OpenUVX(temporary_) : result;

@@ -43,7 +43,7 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AAr
                                  : ValueChoice(from.uvx(), mixes, options.mean == MeanKind::Weighted);
   SendProgressText(options.progress, "Averaging...");
   return walk.Run(
-      choice,
+      choice, IntervalWalk::Pieces::Allowed,
       [&](const Interval& interval, std::vector<char>& bytes) { AppendRecords(interval, choice.count(), bytes); },
       take);
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -31,34 +32,66 @@ int Exchanged(int code) {
   }
 }
 
-// The closure phases of the triangles of an interval, one value of each baseline, in the order of the antennas.
-void AppendClosures(const Interval& interval, std::optional<int> antenna, std::vector<char>& bytes) {
-  const std::vector<int>& places = interval.sums.InOrder();
-  std::vector<ABaseLineItem> baselines;
-  std::vector<double> phases;
-  for (const int place : places) {
-    AUVXGroup group;
-    AUVXComplex value;
-    interval.sums.Mean(place, group, &value);
-    // A baseline without a valid value is flagged, which leaves its triangles out.
-    baselines.emplace_back(group.tlsc1(), group.tlsc2(), !(value.weight > 0));
-    phases.push_back(std::atan2(double{value.im}, double{value.re}));
+// Phases of the baselines of an interval, from the lower antenna to the higher one as signed bytes.
+class Phases {
+ public:
+  explicit Phases(const IntervalSums& sums) : sums_(sums) {
+    for (int place = 0; place < sums.count(); ++place) {
+      AUVXGroup group;
+      AUVXComplex value;
+      sums.Mean(place, group, &value);
+      const bool isUsable = value.weight > 0 && group.ant1 != group.ant2;
+      phases_.push_back(isUsable ? std::atan2(double{value.im}, double{value.re}) : kNone);
+      antennas_.insert(antennas_.end(), {group.tlsc1(), group.tlsc2()});
+    }
+    std::sort(antennas_.begin(), antennas_.end());
+    antennas_.erase(std::unique(antennas_.begin(), antennas_.end()), antennas_.end());
   }
-  const auto baseline = [&](int i) { return baselines[static_cast<size_t>(i)]; };
-  const auto phase = [&](int i) { return phases[static_cast<size_t>(i)]; };
-  WalkTriangles(static_cast<int>(places.size()), baseline, antenna, [&](int a, int b, bool, int d, int third) {
-    AClosurePhase closure;
-    closure.time = interval.time;
-    closure.phase = ClosureOf(phase(a), phase(b), -phase(d));
-    int* antennas = closure.antennas;
-    antennas[0] = static_cast<uint8_t>(baseline(a).tlsc1());
-    antennas[1] = static_cast<uint8_t>(baseline(a).tlsc2());
-    antennas[2] = static_cast<uint8_t>(third);
-    // Numbers above 127 stand before the others here; turning a triangle leaves its phase as it is.
-    std::rotate(antennas, std::min_element(antennas, antennas + 3), antennas + 3);
-    const char* image = reinterpret_cast<const char*>(&closure);
-    bytes.insert(bytes.end(), image, image + sizeof closure);
-  });
+
+  /// Ascending, each once.
+  const std::vector<int>& antennas() const { return antennas_; }
+  /// NaN for a baseline without a valid value.
+  double operator()(int a, int b) const {
+    const int place = sums_.PlaceOf(static_cast<int8_t>(a), static_cast<int8_t>(b));
+    return place < 0 ? kNone : phases_[static_cast<size_t>(place)];
+  }
+
+ private:
+  static constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+
+  const IntervalSums& sums_;
+  std::vector<double> phases_;
+  std::vector<int> antennas_;
+};
+
+void AppendClosure(double time, const int (&antennas)[3], double phase, std::vector<char>& bytes) {
+  AClosurePhase closure;
+  closure.time = time;
+  closure.phase = phase;
+  std::transform(antennas, antennas + 3, closure.antennas, [](int antenna) { return static_cast<uint8_t>(antenna); });
+  // Numbers above 127 stand before the others here; turning a triangle leaves its phase as it is.
+  std::rotate(closure.antennas, std::min_element(closure.antennas, closure.antennas + 3), closure.antennas + 3);
+  const char* image = reinterpret_cast<const char*>(&closure);
+  bytes.insert(bytes.end(), image, image + sizeof closure);
+}
+
+// The closure phases of the triangles of an interval, one value of each baseline, in the order of the antennas.
+void AppendClosures(const Interval& interval, std::optional<int> wanted, std::vector<char>& bytes) {
+  const Phases phases(interval.sums);
+  const std::vector<int>& antennas = phases.antennas();
+  for (size_t i = 0; i < antennas.size(); ++i) {
+    for (size_t j = i + 1; j < antennas.size(); ++j) {
+      const int a = antennas[i], b = antennas[j];
+      const double first = phases(a, b);
+      if (std::isnan(first)) continue;
+      for (size_t k = j + 1; k < antennas.size(); ++k) {
+        const int c = antennas[k];
+        if (wanted && a != *wanted && b != *wanted && c != *wanted) continue;
+        const double phase = ClosureOf(first, phases(b, c), -phases(a, c));
+        if (!std::isnan(phase)) AppendClosure(interval.time, {a, b, c}, phase, bytes);
+      }
+    }
+  }
 }
 
 class Closer {
@@ -113,7 +146,7 @@ AResult Closer::Run(const ClosureSink& sink) {
   if (AResult result = walk_.Open(); !result) return result;
   SendProgressText(options_.progress, "Forming closure phases...");
   return walk_.Run(
-      *choice_,
+      *choice_, IntervalWalk::Pieces::Whole,
       [this](const Interval& interval, std::vector<char>& bytes) { AppendClosures(interval, antenna_, bytes); },
       [&](const std::vector<char>& bytes) {
         for (size_t at = 0; at < bytes.size(); at += sizeof(AClosurePhase)) {

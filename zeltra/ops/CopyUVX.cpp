@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
@@ -16,7 +17,7 @@ namespace zeltra {
 namespace {
 
 // Records this close to a bound of time, days, are inside: a Julian date in double precision is good for 0.04 ms.
-constexpr double kTimeTolerance = 5e-5 / 86400.0;
+constexpr double kTimeTolerance = 5e-5 / kSecondsPerDay;
 
 // Decides which records are kept.
 class RecordChoice {

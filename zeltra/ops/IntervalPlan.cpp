@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <ranges>
 #include <set>
 #include <string>
 
@@ -28,6 +29,8 @@ IntervalClock::IntervalClock(double midnight, const IntervalOptions& options) : 
   if (options.start) first_ = origin_ = Ticks(options.start->value);
   if (options.stop) last_ = Ticks(options.stop->value);
   if (options.interval > 0) length_ = options.interval * kTicksPerSecond;
+  // 0.07 s are 700.0000000000001 ticks.
+  if (std::fabs(length_ - std::round(length_)) < 1e-9 * length_) length_ = std::round(length_);
 }
 
 double IntervalClock::Ticks(double julianDate) const {
@@ -184,8 +187,9 @@ void IntervalPlan::Cut(const std::vector<double>& bounds) {
   for (size_t i = 0; i < bounds.size(); ++i) parts_[i].end = parts_[i + 1].begin = bounds[i];
   for (const Stretch& stretch : stretches_) {
     int first = stretch.records.first;
-    for (IntervalPart& part : parts_) {
-      if (stretch.first >= part.end) continue;
+    const auto isOver = [](double ticks, const IntervalPart& part) { return ticks < part.end; };
+    const auto firstPart = std::upper_bound(parts_.begin(), parts_.end(), stretch.first, isOver);
+    for (IntervalPart& part : std::ranges::subrange(firstPart, parts_.end())) {
       const int end = stretch.last < part.end ? stretch.records.end : FirstFrom(stretch, first, part.end);
       if (end > first) part.ranges.push_back({first, end});
       first = end;
@@ -194,10 +198,12 @@ void IntervalPlan::Cut(const std::vector<double>& bounds) {
     // Where a bad time hides in the stretch, the rest of its records is walked too, so that it is found.
     if (first < stretch.records.end) parts_.back().ranges.push_back({first, stretch.records.end});
   }
+  std::erase_if(parts_, [this](const IntervalPart& part) {
+    return part.ranges.empty() || !clock_.MaySelect(part.begin, part.end);
+  });
   for (const IntervalPart& part : parts_) {
     for (const RecordRange& range : part.ranges) records_ += range.end - range.first;
   }
-  std::erase_if(parts_, [](const IntervalPart& part) { return part.ranges.empty(); });
 }
 
 // The first record of a stretch, from `from` on, that is not before a time.

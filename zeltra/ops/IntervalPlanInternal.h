@@ -35,6 +35,8 @@ class IntervalClock {
   double Ticks(double julianDate) const;
   /// Whether records of this time count.
   bool IsSelected(double ticks) const { return ticks >= first_ && ticks <= last_; }
+  /// Whether records from `begin` up to, but not including, `end` may count.
+  bool MaySelect(double begin, double end) const { return begin <= last_ && end > first_; }
   /// Which interval a time falls in: a number that grows with time.
   double Cell(double ticks) const;
   /// Where an interval begins.

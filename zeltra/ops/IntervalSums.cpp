@@ -10,10 +10,6 @@
 namespace zeltra {
 namespace {
 
-bool IsFinite(const AUVXComplex& value) {
-  return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
-}
-
 // The planes of a baseline from some value on.
 struct Planes {
   double *re, *im, *share, *weight;
@@ -92,11 +88,13 @@ void AddAmplitudePhase(BaselineSums& sums, const MeanForm& form, const char* fro
 
 // SumPool
 
-SumPool::SumPool(const MeanForm& form, int64 bytes) : form_(form) {
+SumPool::SumPool(const MeanForm& form, int64 bytes)
+    : form_(form), most_(std::max<int64>(bytes / BaselineBytes(form), 1)) {}
+
+int64 SumPool::BaselineBytes(const MeanForm& form) {
   const size_t phase = form.complexMean ? 0 : sizeof(APhJustify);
-  const size_t value = static_cast<size_t>(planes()) * sizeof(double) + sizeof(AUVXComplex) + phase;
-  most_ =
-      std::max<int64>(bytes / static_cast<int64>(sizeof(BaselineSums) + static_cast<size_t>(form.values) * value), 1);
+  const size_t value = static_cast<size_t>(form.planes()) * sizeof(double) + sizeof(AUVXComplex) + phase;
+  return static_cast<int64>(sizeof(BaselineSums) + static_cast<size_t>(form.values) * value);
 }
 
 std::unique_ptr<BaselineSums> SumPool::Take() {
@@ -109,7 +107,7 @@ std::unique_ptr<BaselineSums> SumPool::Take() {
   }
   ++inUse_;
   const auto values = static_cast<size_t>(form_.values);
-  sums->planes.assign(static_cast<size_t>(planes()) * values, 0);
+  sums->planes.assign(static_cast<size_t>(form_.planes()) * values, 0);
   sums->firsts.resize(values);
   if (!form_.complexMean) sums->phases.assign(values, APhJustify());
   sums->weight = sums->count = 0;
@@ -148,13 +146,15 @@ BaselineSums& IntervalSums::NewBaseline(const AUVXGroup& group, const char* valu
 void IntervalSums::Add(const AUVXGroup& group, const char* values, double weight) {
   const int32_t place = places_[KeyOf(group)];
   BaselineSums& sums = place < 0 ? NewBaseline(group, values) : *baselines_[static_cast<size_t>(place)];
-  const double coordinates[3] = {group.u(), group.v(), group.w()};
-  for (int i = 0; i < 3; ++i) {
-    sums.weighted[i] += weight * coordinates[i];
-    sums.plain[i] += coordinates[i];
+  if (std::isfinite(group.u() + group.v() + group.w())) {
+    const double coordinates[3] = {group.u(), group.v(), group.w()};
+    for (int i = 0; i < 3; ++i) {
+      sums.weighted[i] += weight * coordinates[i];
+      sums.plain[i] += coordinates[i];
+    }
+    sums.weight += weight;
+    sums.count += 1;
   }
-  sums.weight += weight;
-  sums.count += 1;
 
   const MeanForm& form = pool_.form();
   if (!form.complexMean) return AddAmplitudePhase(sums, form, values);

@@ -18,6 +18,9 @@ struct MeanForm {
   int values = 0;           ///< of each record
   bool complexMean = true;  ///< real and imaginary parts, or amplitudes and unwrapped phases
   bool weighted = true;     ///< sum w v / sum w with the weight sum w; or the plain mean with the mean weight
+
+  /// Planes of sums.
+  int planes() const { return weighted ? 3 : 4; }
 };
 
 /// The sums of one baseline, value by value.
@@ -29,7 +32,7 @@ struct BaselineSums {
   std::vector<AUVXComplex> firsts;  // of the first record
   std::vector<APhJustify> phases;   // in the mean of amplitudes and phases
 
-  // Sums of u, v, w, with weights and without.
+  // Sums of u, v, w of the records where they are finite, with weights and without.
   int8_t ant1 = 0, ant2 = 0;
   double weight = 0, count = 0;
   double weighted[3] = {}, plain[3] = {};
@@ -38,8 +41,11 @@ struct BaselineSums {
 /// The memory for sums that the intervals of one thread share.
 class SumPool {
  public:
-  /// @param bytes  what all sums in use may take together
+  /// @param bytes  what all sums in use may take together; a single baseline fits always
   SumPool(const MeanForm& form, int64 bytes);
+
+  /// Bytes that a baseline takes.
+  static int64 BaselineBytes(const MeanForm& form);
 
   const MeanForm& form() const { return form_; }
   /// Baselines that fit, at least 1.
@@ -50,10 +56,8 @@ class SumPool {
   void Return(std::unique_ptr<BaselineSums> sums);
 
  private:
-  int planes() const { return form_.weighted ? 3 : 4; }
-
   const MeanForm form_;
-  int64 most_;
+  const int64 most_;
   int64 inUse_ = 0;
   std::vector<std::unique_ptr<BaselineSums>> free_;
 };
@@ -70,6 +74,8 @@ class IntervalSums {
 
   /// Forget all baselines.
   void Clear();
+  /// Place of a baseline, -1 if it has no record.
+  int PlaceOf(int8_t ant1, int8_t ant2) const { return places_[KeyOf(ant1, ant2)]; }
   /// Whether a record of this baseline needs memory for a new one.
   bool IsNew(const AUVXGroup& group) const { return places_[KeyOf(group)] < 0; }
   /// Add a record.

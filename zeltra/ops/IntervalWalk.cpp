@@ -16,8 +16,10 @@
 namespace zeltra {
 namespace {
 
-// Sums of all threads together.
-constexpr int64 kSumBytes = 96 << 20;
+// What the threads hold together: blocks of records, sums, and what is made of them.
+constexpr int64 kMostBytes = 128 << 20;
+// Sums of a thread that has the memory for more than one baseline.
+constexpr int64 kSumBytes = 16 << 20;
 // Streams that a thread has intervals of at one time, each with a table of its own.
 constexpr size_t kMostOpen = 128;
 // What is made of intervals is handed on in pieces of this size.
@@ -65,11 +67,15 @@ struct Finished {
 
 // What is known of a stream in a part.
 struct StreamState {
-  int lastRecord = -1;
   double lastTicks = kNever;
-  int scan = -1;             // place of its last record's scan in the index
-  double follower = kNever;  // time of the record after its last one, where that was read
+  int scan = -1;  // place of its last record's scan in the index
   OpenInterval* open = nullptr;
+};
+
+// Times of the first and the last record of a scan, ticks.
+struct ScanTimes {
+  int scan = -1;
+  double first = kNever, last = kNever;
 };
 
 class IntervalWorker : public PartWorker {
@@ -90,7 +96,8 @@ class IntervalWorker : public PartWorker {
   void EnterScan(int record);
   AResult TakeRecord(const char* bytes, int record);
   AResult EnterTime(const AUVXGroup& group, int record);
-  bool EndsScan(const StreamState& state, int record, double ticks) const;
+  bool EndsScan(const StreamState& state, double ticks) const;
+  ScanTimes TimesOf(int scan) const;
   AResult Begin(StreamState& state, int record, const AUVXGroup& group);
   void AddRecord(OpenInterval& interval, AUVXGroup& group, const char* stored, int record);
   AResult EndBefore(double cell);
@@ -114,15 +121,15 @@ class IntervalWorker : public PartWorker {
   std::vector<StreamState> states_;
   const IntervalPart* part_ = nullptr;
   PartOutput* output_ = nullptr;
-  bool isInOrder_ = false;         // whether nothing earlier comes from another range of the part
-  int scan_ = 0;                   // place of the current record's scan
-  int stream_ = 0;                 // of that scan; -1 if it is not selected
-  IntervalStream expected_;        // of that scan
-  bool isNewScan_ = true;          // until its first record is taken
-  StreamState* before_ = nullptr;  // of the record before, if it was read
-  double date_ = 0;                // of that record
-  bool isSelected_ = false;        // whether that time counts
-  double cell_ = kNever;           // of the last time that counts
+  bool isInOrder_ = false;   // whether nothing earlier comes from another range of the part
+  int scan_ = 0;             // place of the current record's scan
+  int stream_ = 0;           // of that scan; -1 if it is not selected
+  IntervalStream expected_;  // of that scan
+  bool isNewScan_ = true;    // until its first record is taken
+  ScanTimes recent_[8];      // of scans that were read, each at its place modulo 8
+  double date_ = 0;          // of the record before
+  bool isSelected_ = false;  // whether that time counts
+  double cell_ = kNever;     // of the last time that counts
   std::vector<std::unique_ptr<OpenInterval>> intervals_;
   std::vector<OpenInterval*> open_, idle_;
   std::vector<Finished> finished_;
@@ -143,11 +150,11 @@ AResult IntervalWorker::Run(int part, PartOutput& output) {
 }
 
 AResult IntervalWorker::WalkRange(const RecordRange& range, PartOutput& output) {
+  std::fill(std::begin(recent_), std::end(recent_), ScanTimes());
   const AUVXPositionItem* scans = scans_.lpArray();
   const auto isBefore = [&](const AUVXPositionItem& scan, int record) { return scan.endVis <= record; };
   scan_ = static_cast<int>(std::lower_bound(scans, scans + scans_.count(), range.first, isBefore) - scans) - 1;
   int scanEnd = range.first;
-  before_ = nullptr;
   cell_ = kNever;
   for (int next = range.first; next < range.end;) {
     const int first = next;
@@ -160,7 +167,6 @@ AResult IntervalWorker::WalkRange(const RecordRange& range, PartOutput& output) 
       }
       if (stream_ < 0) {
         i = scanEnd - first - 1;  // over the rest of a scan that is not selected, which may end after this block
-        before_ = nullptr;
         continue;
       }
       const char* record = reader_.records() + int64{i} * reader_.recordBytes();
@@ -188,8 +194,7 @@ AResult IntervalWorker::TakeRecord(const char* bytes, int record) {
   if (isNewScan_ || group.date != date_) {
     if (AResult result = EnterTime(group, record); !result) return result;
   }
-  StreamState& state = *before_;
-  state.lastRecord = record;
+  StreamState& state = states_[static_cast<size_t>(stream_)];
   if (group.flag != 0 || !isSelected_) return AResult::Ok();
   if (!state.open) {
     if (AResult result = Begin(state, record, group); !result) return result;
@@ -206,11 +211,12 @@ AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
   StreamState& state = states_[static_cast<size_t>(stream_)];
   const bool isInOrder = ticks >= state.lastTicks && ticks >= part_->begin && ticks < part_->end;
   if (!isInOrder) return shape_.plan.GoesBack(record);
-  const bool endsScan = isNewScan_ && EndsScan(state, record, ticks);
-  if (before_ && before_ != &state) before_->follower = ticks;
-  before_ = &state;
+  const bool endsScan = isNewScan_ && EndsScan(state, ticks);
+  ScanTimes& times = recent_[scan_ % std::ssize(recent_)];
+  if (isNewScan_) times = {scan_, ticks, ticks};
+  times.last = ticks;
   state.lastTicks = ticks;
-  state.follower = kNever;
+  state.scan = scan_;
   isNewScan_ = false;
   date_ = group.date;
   isSelected_ = clock_.IsSelected(ticks);
@@ -223,15 +229,23 @@ AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
   return EndBefore(cell);
 }
 
-// Whether a stream's scan before this record has ended, where the index has a new one. Records of another source at
-// the same time stamps, as of a second subarray, do not end it.
-bool IntervalWorker::EndsScan(const StreamState& state, int record, double ticks) const {
-  if (state.lastRecord < 0) return false;
-  if (state.lastRecord == record - 1) return true;
-  const double follower =
-      state.follower != kNever ? state.follower : clock_.Ticks(shape_.plan.TimeOf(state.lastRecord + 1));
-  const double predecessor = before_ ? before_->lastTicks : clock_.Ticks(shape_.plan.TimeOf(record - 1));
-  return follower != state.lastTicks && predecessor != ticks;
+// Whether a stream's scan before this time has ended, where the index begins a new one. It goes on where the scans
+// between the two are of single stamps, the stream's last one or this one: records of another subarray, say, lie
+// between those of each stamp.
+bool IntervalWorker::EndsScan(const StreamState& state, double ticks) const {
+  if (state.scan < 0 || state.scan == scan_ - 1) return state.scan >= 0;
+  for (int scan = state.scan + 1; scan < scan_; ++scan) {
+    const ScanTimes times = TimesOf(scan);
+    if (times.first != times.last || (times.first != state.lastTicks && times.first != ticks)) return true;
+  }
+  return false;
+}
+
+ScanTimes IntervalWorker::TimesOf(int scan) const {
+  const ScanTimes& recent = recent_[scan % std::ssize(recent_)];
+  if (recent.scan == scan) return recent;
+  const AUVXPositionItem& item = scans_(scan);
+  return {scan, clock_.Ticks(shape_.plan.TimeOf(item.startVis - 1)), clock_.Ticks(shape_.plan.TimeOf(item.endVis - 1))};
 }
 
 AResult IntervalWorker::Begin(StreamState& state, int record, const AUVXGroup& group) {
@@ -358,17 +372,15 @@ AResult IntervalWorker::AddAgain(const OpenInterval& interval, const std::vector
 }
 
 void IntervalWorker::Keep(double time, size_t stream, std::vector<char> bytes) {
-  const auto isBefore = [](const Finished& a, const Finished& b) {
-    return a.time != b.time ? a.time < b.time : a.stream < b.stream;
-  };
-  Finished finished{time, stream, std::move(bytes)};
-  const auto place = std::upper_bound(finished_.begin(), finished_.end(), finished, isBefore);
-  finished_.insert(place, std::move(finished));
+  finished_.push_back({time, stream, std::move(bytes)});
 }
 
 // Move what is before everything that may still come into the piece that is handed on next.
 // @return false if the job has ended
 bool IntervalWorker::Release() {
+  std::stable_sort(finished_.begin(), finished_.end(), [](const Finished& a, const Finished& b) {
+    return a.time != b.time ? a.time < b.time : a.stream < b.stream;
+  });
   double earliest = std::numeric_limits<double>::infinity();
   for (const OpenInterval* interval : open_) earliest = std::min(earliest, interval->firstTicks);
   size_t released = 0;
@@ -392,18 +404,25 @@ bool IntervalWorker::HandOn(bool all) {
 
 }  // namespace
 
-AResult IntervalWalk::Run(const ValueChoice& choice, const Finish& finish, const Take& take) {
+AResult IntervalWalk::Run(const ValueChoice& choice, Pieces pieces, const Finish& finish, const Take& take) {
   const int parts = static_cast<int>(plan_.parts().size());
   const MeanForm form = {choice.count(), options_.complexMean, options_.mean == MeanKind::Weighted};
+  // A thread needs a block of records, the sums of a baseline at least, and room for the record that they become.
+  const int64 baselineBytes = SumPool::BaselineBytes(form);
+  const int64 sumBytes = pieces == Pieces::Whole ? baselineBytes * static_cast<int64>(IntervalSums::kKeys)
+                                                 : std::max(kSumBytes, baselineBytes);
+  const int64 threadBytes = std::max(kSumBytes, baselineBytes) + 4 * int64{input_.uvx().recSize()};
+  JobOptions options = options_;
+  options.threads = static_cast<int>(std::clamp<int64>(kMostBytes / threadBytes, 1, ThreadsFor(parts, options_)));
   std::atomic<bool> hasInterval = false;
-  const WalkShape shape = {input_, plan_, choice, form, finish, kSumBytes / ThreadsFor(parts, options_), hasInterval};
+  const WalkShape shape = {input_, plan_, choice, form, finish, sumBytes, hasInterval};
   PartJob job;
   job.name = input_.path();
   job.parts = parts;
   job.work = plan_.records();
   job.worker = [&] { return std::make_unique<IntervalWorker>(shape); };
   job.take = take;
-  if (AResult result = RunParts(job, options_); !result) return result;
+  if (AResult result = RunParts(job, options); !result) return result;
   const bool isBounded = options_.start || options_.stop;
   return isBounded && !hasInterval && !plan_.streams().empty() ? input_.NothingSelected() : AResult::Ok();
 }

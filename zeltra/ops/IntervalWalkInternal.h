@@ -32,8 +32,9 @@ struct Interval {
 /// lie between its records at the same time stamps. Flagged records do not count.
 class IntervalWalk {
  public:
-  /// Turns an interval into bytes, on any thread. Of an interval whose baselines do not fit the memory together it
-  /// is called several times, baselines ascending.
+  /// Whether an interval whose baselines do not fit the memory may be finished piece by piece, baselines ascending.
+  enum class Pieces { Allowed, Whole };
+  /// Turns an interval, or a piece of one, into bytes, on any thread.
   using Finish = std::function<void(const Interval&, std::vector<char>& bytes)>;
   /// Takes these bytes on the caller's thread, in the order of the intervals' times, then of streams.
   using Take = std::function<AResult(const std::vector<char>& bytes)>;
@@ -45,7 +46,7 @@ class IntervalWalk {
   const AUVXContents& contents() const { return plan_.contents(); }
 
   /// @return a failure also if bounds of time leave no interval
-  AResult Run(const ValueChoice& choice, const Finish& finish, const Take& take);
+  AResult Run(const ValueChoice& choice, Pieces pieces, const Finish& finish, const Take& take);
 
  private:
   AUVXInput& input_;

@@ -46,8 +46,8 @@ AJobDescription DescribeClosure() {
       .Form("N|NAME")
       .Otherwise("all triangles");
   job.Option("stokes", &ClosureOptions::stokes, "polarisation, as in RR or I").Otherwise("the first one of the file");
-  job.Option("if", &ClosureOptions::IF, "number of the IF, from 0");
-  job.Option("channel", &ClosureOptions::channel, "number of the channel, from 0");
+  job.Option("if", &ClosureOptions::IF, "number of the IF, from 0").From(0);
+  job.Option("channel", &ClosureOptions::channel, "number of the channel, from 0").From(0);
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
   job.Column("ant1", "", "number of antenna a, the lowest of the three");
@@ -117,13 +117,13 @@ AJobDescription DescribeSimulate() {
                                      "file.");
   job.Output(UVXOutputFile());
   job.Option("seed", &SimulateOptions::seed, "of the random numbers: the same seed makes the same file");
-  job.Option("antennas", &SimulateOptions::antennas, "number of antennas, 2 to 10");
-  job.Option("minutes", &SimulateOptions::minutes, "length of the observation").Unit("min");
-  job.Option("integration", &SimulateOptions::integration, "length of a record").Unit("s");
-  job.Option("ifs", &SimulateOptions::ifs, "number of IFs");
-  job.Option("channels", &SimulateOptions::channels, "channels of an IF");
-  job.Option("components", &SimulateOptions::components, "point sources of each source, 1 or 2");
-  job.Option("noise", &SimulateOptions::noise, "multiple of the thermal noise");
+  job.Option("antennas", &SimulateOptions::antennas, "number of antennas").Range(2, 10);
+  job.Option("minutes", &SimulateOptions::minutes, "length of the observation").Unit("min").Range(1e-6, 1e6);
+  job.Option("integration", &SimulateOptions::integration, "length of a record").Unit("s").Range(1e-3, 3600);
+  job.Option("ifs", &SimulateOptions::ifs, "number of IFs").From(1);
+  job.Option("channels", &SimulateOptions::channels, "channels of an IF").From(1);
+  job.Option("components", &SimulateOptions::components, "point sources of each source").Range(1, 2);
+  job.Option("noise", &SimulateOptions::noise, "multiple of the thermal noise").Range(0, 1e6);
   job.Option("phase-errors", &SimulateOptions::phaseErrors, "give every antenna a random phase in each scan");
   job.Overwrite();
   return job.Finish();

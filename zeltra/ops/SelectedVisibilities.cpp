@@ -9,6 +9,7 @@
 
 #include "zeltra/core/Text.h"
 #include "zeltra/ops/RecordWalk.h"
+#include "zeltra/ops/ValueChoiceInternal.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 
 namespace zeltra {
@@ -22,10 +23,6 @@ bool IsParallelHand(int code) {
 
 void Append(AArray<AStokesMix>& list, const AStokesMix& mix) {
   list.InsertAt(list.count(), mix);
-}
-
-bool IsFinite(const AUVXComplex& value) {
-  return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
 }
 
 }  // namespace
@@ -172,7 +169,7 @@ void SelectedVisibilities::Visit(const WalkedRecord& record, const Setup& setup,
       if (!(visibility.frequency > 0) || !std::isfinite(visibility.u) || !std::isfinite(visibility.v)) continue;
       const AUVXComplex* values = record.values + static_cast<ptrdiff_t>(point) * stokes;
       for (int s = 0; s < mixes_.count(); ++s) {
-        visibility.value = mixes_(s).GetVisible(values, 0);
+        visibility.value = Combined(mixes_(s), values, stokes, true);
         if (!visibility.value.isValid() || !IsFinite(visibility.value)) continue;
         visibility.stokes = s;
         visit(visibility);

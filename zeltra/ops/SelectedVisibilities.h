@@ -40,7 +40,8 @@ struct SelectedVisibility {
 };
 
 /// Reads the valid visibilities of one source: the flag of the record is 0, the weight is above 0, all numbers are
-/// finite, and the two antennas differ. Polarisations are combined as AStokesMix does; I is also made of XX and YY.
+/// finite, and the two antennas differ. Polarisations are combined by AStokesMix, with the inverse of the variance for
+/// a weight; I is also made of XX and YY.
 class ZELTRA_API SelectedVisibilities {
  public:
   using Visitor = std::function<void(const SelectedVisibility&)>;

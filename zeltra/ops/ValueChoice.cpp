@@ -16,10 +16,6 @@ int PointsOf(const AUVXFile& uvx) {
   return std::max(uvx.IFs(), 1) * uvx.channels();
 }
 
-bool IsFinite(const AUVXComplex& value) {
-  return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
-}
-
 }  // namespace
 
 AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* values, int stokes, bool weighted) {

@@ -35,7 +35,7 @@ ZELTRA_API bool PathExists(const std::string& path);
 ZELTRA_API bool IsSameFile(const std::string& a, const std::string& b);
 
 /// Give the complete file `from` the name `to`, in one step: nobody sees a part of it under that name.
-/// @param replace  whether a file that has the name already gives way
+/// @param replace  whether a file that has the name already gives way, also one that may only be read
 /// @return non-zero for success; on failure both names are as they were
 ZELTRA_API int MoveIntoPlace(const std::string& from, const std::string& to, bool replace);
 

@@ -4,6 +4,7 @@
 #define ZELTRA_PLATFORM_SYSTEMINTERNAL_H_
 
 #include <cstdio>
+#include <string>
 
 #include "zeltra/platform/Types.h"
 
@@ -27,6 +28,28 @@ int64 TellDescriptor(int descriptor);
 int64 DescriptorSize(int descriptor);
 /// @return 0 for success, else the system's error number
 int TruncateDescriptor(int descriptor, int64 size);
+
+/// Wait until the disk holds what was written to a file. @return false if not all of it has arrived there
+bool SyncDescriptor(int descriptor);
+/// The same for the names in the folder of `path`. A folder that the system cannot synchronise, or may not read, counts
+/// as done.
+bool SyncFolderOf(const std::string& path);
+
+/// Read and write for the owner alone.
+inline constexpr int kOwnerOnly = 0600;
+/// Who may read, write and run an existing file: its POSIX permission bits; -1 where the system has none.
+int PermissionsOf(const std::string& path);
+/// @return false if the file has other permissions
+bool SetPermissions(int descriptor, int permissions);
+
+enum class FileKind { Missing, Regular, Other };
+/// What stands under a name; a symbolic link is Other.
+FileKind KindOf(const std::string& path);
+/// The name at the end of the symbolic links that `path` begins, of a file that need not be there; `path` itself where
+/// it is no link.
+std::string LinkTarget(const std::string& path);
+/// Whether two names, both within one folder, are those of one file.
+bool IsSameName(const std::string& a, const std::string& b);
 
 std::FILE* OpenStream(const char* path, const char* mode);
 bool SeekStream(std::FILE* stream, int64 position);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <thread>
 
 #include "zeltra/platform/System.h"
@@ -14,6 +15,10 @@
 namespace zeltra {
 namespace platform {
 namespace {
+
+constexpr int kPermissions = 0777;
+// More are a circle, as for the system itself.
+constexpr int kMostLinks = 40;
 
 // Linux moves at most 0x7ffff000 bytes a call.
 constexpr int64 kLargestTransfer = 0x40000000;
@@ -92,6 +97,59 @@ int64 DescriptorSize(int descriptor) {
 
 int TruncateDescriptor(int descriptor, int64 size) {
   return ::ftruncate(descriptor, size) == 0 ? 0 : errno;
+}
+
+bool SyncDescriptor(int descriptor) {
+  int result = 0;
+  do {
+    result = ::fsync(descriptor);
+  } while (result != 0 && errno == EINTR);
+  // A file system that has no disk behind it may not know the call.
+  return result == 0 || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
+}
+
+bool SyncFolderOf(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
+  const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return true;
+  const bool isDone = SyncDescriptor(descriptor);
+  ::close(descriptor);
+  return isDone;
+}
+
+int PermissionsOf(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & kPermissions) : -1;
+}
+
+bool SetPermissions(int descriptor, int permissions) {
+  struct stat status {};
+  // File systems that have the same permissions for all files refuse every change.
+  const bool hasThem =
+      ::fstat(descriptor, &status) == 0 && static_cast<int>(status.st_mode & kPermissions) == permissions;
+  return hasThem || ::fchmod(descriptor, static_cast<mode_t>(permissions)) == 0;
+}
+
+FileKind KindOf(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) return FileKind::Missing;
+  return S_ISREG(status.st_mode) ? FileKind::Regular : FileKind::Other;
+}
+
+std::string LinkTarget(const std::string& path) {
+  std::filesystem::path target = path;
+  std::error_code error;
+  for (int links = 0; links < kMostLinks; ++links) {
+    const std::filesystem::path next = std::filesystem::read_symlink(target, error);
+    if (error) break;
+    target = target.parent_path() / next;
+  }
+  return target.string();
+}
+
+bool IsSameName(const std::string& a, const std::string& b) {
+  return a == b;
 }
 
 std::FILE* OpenStream(const char* path, const char* mode) {

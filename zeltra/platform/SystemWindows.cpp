@@ -8,6 +8,7 @@
 #include <shellapi.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "zeltra/platform/System.h"
 #include "zeltra/platform/SystemInternal.h"
@@ -45,6 +46,37 @@ bool IsWindowedProcess() {
   const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
   const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
   return headers->OptionalHeader.Subsystem == IMAGE_SUBSYSTEM_WINDOWS_GUI;
+}
+
+}  // namespace
+
+namespace {
+
+// A file or folder that is open for being asked what it is: no access is asked for, so that one which others hold open
+// is told of too.
+class Opened {
+ public:
+  // @param flags  FILE_FLAG_OPEN_REPARSE_POINT for a link itself instead of what it leads to
+  explicit Opened(const std::string& path, DWORD flags = 0)
+      : handle_(CreateFileW(Wide(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                            OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr)) {}
+  Opened(const Opened&) = delete;
+  Opened& operator=(const Opened&) = delete;
+  ~Opened() {
+    if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
+  }
+  HANDLE handle() const { return handle_; }
+
+ private:
+  HANDLE handle_;
+};
+
+// Other reparse points, as cloud storage has them, are files like any.
+bool IsLink(const std::string& path) {
+  const Opened link(path, FILE_FLAG_OPEN_REPARSE_POINT);
+  FILE_ATTRIBUTE_TAG_INFO info = {};
+  return GetFileInformationByHandleEx(link.handle(), FileAttributeTagInfo, &info, sizeof info) &&
+         (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) && info.ReparseTag == IO_REPARSE_TAG_SYMLINK;
 }
 
 }  // namespace
@@ -115,6 +147,42 @@ int TruncateDescriptor(int descriptor, int64 size) {
   return _chsize_s(descriptor, size);
 }
 
+bool SyncDescriptor(int descriptor) {
+  return FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor))) != 0;
+}
+// A file is moved into place with its folder's entry on the disk.
+bool SyncFolderOf(const std::string&) {
+  return true;
+}
+
+// The only one, to be read-only, is kept by MoveIntoPlace: a file that had it before could not be removed any more.
+int PermissionsOf(const std::string&) {
+  return -1;
+}
+bool SetPermissions(int, int) {
+  return true;
+}
+
+FileKind KindOf(const std::string& path) {
+  const DWORD attributes = GetFileAttributesW(Wide(path).c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::Missing;
+  const bool isOther = (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) || IsLink(path);
+  return isOther ? FileKind::Other : FileKind::Regular;
+}
+
+// A link to a file that is not there stays one, and is not replaced.
+std::string LinkTarget(const std::string& path) {
+  if (!IsLink(path)) return path;
+  const Opened target(path);
+  wchar_t name[32768] = {};
+  const DWORD length = GetFinalPathNameByHandleW(target.handle(), name, std::size(name), FILE_NAME_NORMALIZED);
+  return length > 0 && length < std::size(name) ? Narrow(name) : path;
+}
+
+bool IsSameName(const std::string& a, const std::string& b) {
+  return CompareStringOrdinal(Wide(a).c_str(), -1, Wide(b).c_str(), -1, TRUE) == CSTR_EQUAL;
+}
+
 std::FILE* OpenStream(const char* path, const char* mode) {
   return _wfsopen(Wide(path).c_str(), Wide(mode).c_str(), _SH_DENYNO);
 }
@@ -143,17 +211,10 @@ namespace {
 
 // What the file system calls the file that a name leads to.
 struct FileIdentity {
-  explicit FileIdentity(const std::string& path) {
-    // No access is asked for, so that a file which others hold open is identified too.
-    const HANDLE file =
-        CreateFileW(platform::Wide(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return;
-    known = GetFileInformationByHandle(file, &info) != 0;
-    CloseHandle(file);
-  }
-  bool known = false;
+  explicit FileIdentity(const std::string& path)
+      : known(GetFileInformationByHandle(platform::Opened(path).handle(), &info) != 0) {}
   BY_HANDLE_FILE_INFORMATION info{};
+  bool known;
 };
 
 }  // namespace
@@ -196,8 +257,16 @@ bool IsSameFile(const std::string& a, const std::string& b) {
 }
 
 int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) {
-  const DWORD flags = replace ? MOVEFILE_REPLACE_EXISTING : 0;
-  return MoveFileExW(platform::Wide(from).c_str(), platform::Wide(to).c_str(), flags) != 0;
+  const std::wstring name = platform::Wide(to);
+  const DWORD attributes = GetFileAttributesW(name.c_str());
+  const bool isReadOnly =
+      replace && attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+  if (isReadOnly) SetFileAttributesW(name.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+  const DWORD flags = MOVEFILE_WRITE_THROUGH | (replace ? MOVEFILE_REPLACE_EXISTING : 0);
+  const bool isMoved = MoveFileExW(platform::Wide(from).c_str(), name.c_str(), flags) != 0;
+  // Whichever file has the name now.
+  if (isReadOnly) SetFileAttributesW(name.c_str(), attributes);
+  return isMoved;
 }
 
 std::string TemporaryFolder() {

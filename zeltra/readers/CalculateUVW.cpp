@@ -46,16 +46,23 @@ void CalculateUVW(AUVXGroup& group, AUVXAntenns& antennas, int index1, int index
   const auto held = [&](int index) { return index >= 0 && index < antennas.count(); };
   if (!held(index1) || !held(index2)) return;
 
-  const double ra = source.raApp * kPi / 180.0;
-  const double dec = source.decApp * kPi / 180.0;
-  const UVWProjection project(DefinedSiderealTime(group.uvTime()) - ra, dec);
+  const double S = DefinedSiderealTime(group.uvTime());
   const AVector first = Position(antennas, index1, rotate);
   const AVector second = Position(antennas, index2, rotate);
-  // Positions are left-handed here: y points to 90 degrees west.
-  const AVector uvw = project({first.x - second.x, second.y - first.y, first.z - second.z});
-  group.uu = static_cast<float>(kSecondsPerMetre * uvw.x);
-  group.vv = static_cast<float>(kSecondsPerMetre * uvw.y);
-  group.ww = static_cast<float>(kSecondsPerMetre * uvw.z);
+  const double dx = first.x - second.x;
+  const double dy = first.y - second.y;
+  // The order of the steps is part of the definition too: UVWProjection gives other last bits. Positions are
+  // left-handed here: y points to 90 degrees west.
+  const double Bx = dx * std::cos(S) + dy * std::sin(S);
+  const double By = dx * std::sin(S) - dy * std::cos(S);
+  const double Bz = first.z - second.z;
+
+  const double ra = source.raApp * kPi / 180.0;
+  const double dec = source.decApp * kPi / 180.0;
+  const double along = std::sin(ra) * By + std::cos(ra) * Bx;
+  group.uu = static_cast<float>(kSecondsPerMetre * (std::cos(ra) * By - std::sin(ra) * Bx));
+  group.vv = static_cast<float>(kSecondsPerMetre * (std::cos(dec) * Bz - std::sin(dec) * along));
+  group.ww = static_cast<float>(kSecondsPerMetre * (std::cos(dec) * along + std::sin(dec) * Bz));
 }
 
 }  // namespace zeltra

@@ -57,6 +57,11 @@ struct ZELTRA_API AUVXComplex {
 static_assert(sizeof(AUVXComplex) == 12 && std::is_trivially_copyable_v<AUVXComplex>);
 static_assert(offsetof(AUVXComplex, re) == 0 && offsetof(AUVXComplex, im) == 4 && offsetof(AUVXComplex, weight) == 8);
 
+/// Whether all three numbers are finite.
+inline bool IsFinite(const AUVXComplex& value) {
+  return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
+}
+
 /// Widen the ranges of re, im and weight by `count` complexes, in their order: see TMnMx::check.
 /// @return whether all are finite numbers
 ZELTRA_API bool CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range);

@@ -49,7 +49,7 @@ AResult AUVXWriter::Create(const std::string& path, const AUVXHeader& header, co
   tablesEnd_ = 0;
   ForgetRecords();
   auto output = std::make_unique<Output>(options);
-  if (AResult result = output->file.Create(path, options.overwrite, input); !result) return result;
+  if (AResult result = output->file.Create(path, options, input); !result) return result;
   output_ = std::move(output);
   AUVXFile& uvx = output_->uvx;
   AResult result = uvx.Attach(&output_->file.file(), 1, 0) ? WriteHeader() : output_->file.WriteError();
@@ -64,7 +64,10 @@ AResult AUVXWriter::WriteHeader() {
   header_.range = ranges_;
   if (output_->uvx.Write(header_)) return AResult::Ok();
   if (!output_->file.file().good()) return output_->file.WriteError();
-  return AResult::Fail(path_ + ": no UVX file holds records of this shape, with 2 GiB or more each");
+  return AResult::Fail(
+      path_ +
+      ": no UVX file holds records of this shape, but those of up to 8 polarisations and 32767 IFs that "
+      "are shorter than 2 GiB");
 }
 
 void AUVXWriter::ForgetRecords() {

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "zeltra/core/Units.h"
+
 namespace zeltra::app {
 namespace {
 
@@ -22,7 +24,7 @@ double ClockStep(double range, int most) {
   for (const double step : {1, 2, 5, 10, 20, 30, 60, 120, 300, 600, 1200, 1800, 3600, 7200, 10800, 21600, 43200}) {
     if (range / step <= most) return step;
   }
-  return 86400 * RoundStep(range / 86400, most);
+  return kSecondsPerDay * RoundStep(range / kSecondsPerDay, most);
 }
 
 std::vector<double> Multiples(double low, double high, double step) {

@@ -1,0 +1,51 @@
+// What an output takes over from a file that it replaces, on systems with links and permissions.
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "tests/support/TempFile.h"
+#include "zeltra/core/WriteWholeFile.h"
+
+namespace zeltra {
+namespace {
+
+namespace fs = std::filesystem;
+using test::TempFile;
+
+TEST(OutputFile, StandsWhereLinksLead) {
+  const TempFile link, middle, target;
+  fs::create_symlink(fs::path(middle.path()).filename(), link.path());
+  fs::create_symlink(target.path(), middle.path());
+  ASSERT_TRUE(WriteWholeFile(link.path(), "one", false)) << "nothing is there yet";
+  EXPECT_EQ(target.Bytes(), "one");
+  EXPECT_FALSE(WriteWholeFile(link.path(), "two", false));
+  ASSERT_TRUE(WriteWholeFile(link.path(), "two", true));
+  EXPECT_EQ(target.Bytes(), "two");
+  EXPECT_TRUE(fs::is_symlink(link.path()) && fs::is_symlink(middle.path()));
+}
+
+TEST(OutputFile, KeepsThePermissionsOfTheFileItReplaces) {
+  const TempFile file;
+  file.Put("old");
+  for (const int mode : {0600, 0444, 0751}) {
+    fs::permissions(file.path(), static_cast<fs::perms>(mode));
+    ASSERT_TRUE(WriteWholeFile(file.path(), "new", true));
+    EXPECT_EQ(static_cast<int>(fs::status(file.path()).permissions()), mode);
+  }
+}
+
+TEST(OutputFile, ReplacesRegularFilesOnly) {
+  const TempFile fifo, circle;
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  fs::create_symlink(circle.path(), circle.path());
+  for (const std::string& path : {fifo.path(), circle.path(), TemporaryFolder(), std::string("/dev/null")}) {
+    EXPECT_THAT(WriteWholeFile(path, "new", true).message(), testing::HasSubstr("not a regular file")) << path;
+  }
+  EXPECT_TRUE(fs::is_fifo(fifo.path()));
+}
+
+}  // namespace
+}  // namespace zeltra
