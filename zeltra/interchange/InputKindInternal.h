@@ -5,14 +5,12 @@
 
 #include <string>
 
-#include "zeltra/platform/Export.h"
-
 namespace zeltra {
 
 /// What `path` is, where that can be told and is neither UVX nor FITS: a folder, a Measurement Set among them, a pipe,
 /// a device, a compressed file. Opens nothing but files, since a pipe would wait for its writer.
 /// @return a sentence without the path; empty for a file that may be one of visibilities, and where there is none
-ZELTRA_API std::string WhyNoInput(const std::string& path);
+std::string WhyNoInput(const std::string& path);
 
 }  // namespace zeltra
 
