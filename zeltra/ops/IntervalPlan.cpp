@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <ranges>
 #include <set>
 #include <string>
 
@@ -188,10 +187,10 @@ void IntervalPlan::Cut(const std::vector<double>& bounds) {
   for (const Stretch& stretch : stretches_) {
     int first = stretch.records.first;
     const auto isOver = [](double ticks, const IntervalPart& part) { return ticks < part.end; };
-    const auto firstPart = std::upper_bound(parts_.begin(), parts_.end(), stretch.first, isOver);
-    for (IntervalPart& part : std::ranges::subrange(firstPart, parts_.end())) {
-      const int end = stretch.last < part.end ? stretch.records.end : FirstFrom(stretch, first, part.end);
-      if (end > first) part.ranges.push_back({first, end});
+    auto part = std::upper_bound(parts_.begin(), parts_.end(), stretch.first, isOver);
+    for (; part != parts_.end(); ++part) {
+      const int end = stretch.last < part->end ? stretch.records.end : FirstFrom(stretch, first, part->end);
+      if (end > first) part->ranges.push_back({first, end});
       first = end;
       if (first == stretch.records.end) break;
     }
