@@ -48,14 +48,20 @@ void Measure(const std::string& folder, const std::string& title, double targetB
                      std::filesystem::remove(uvx);
                      Check(ImportUVFITS(source, uvx, options, nullptr));
                    }},
-                  {"import, synced",
-                   [&] {
-                     std::filesystem::remove(uvx);
-                     Check(ImportUVFITS(source, uvx, synced, nullptr));
-                   }},
                   {"export", [&] {
                      std::filesystem::remove(back);
                      Check(ExportUVFITS(uvx, back, options));
+                   }}});
+  // By itself, since writing to the disk goes on in the background and would slow the others down.
+  bench::Compare("  waiting for the disk", bytes, 3,
+                 {{"import",
+                   [&] {
+                     std::filesystem::remove(uvx);
+                     Check(ImportUVFITS(source, uvx, options, nullptr));
+                   }},
+                  {"import, synced", [&] {
+                     std::filesystem::remove(uvx);
+                     Check(ImportUVFITS(source, uvx, synced, nullptr));
                    }}});
   for (const std::string& path : {source, copy, uvx, back}) std::filesystem::remove(path);
 }
@@ -66,6 +72,6 @@ int main(int argc, char** argv) {
   const std::string folder = argc > 1 ? argv[1] : ".";
   bench::TouchMemory(6);
   Measure(folder, "large records: 4 IFs x 16 channels x 4 polarisations", 1e9, 4, 16);
-  Measure(folder, "small records: 4 polarisations, 1 channel", 5e8, 1, 1);
+  Measure(folder, "small records: 4 polarisations, 1 channel", 1e9, 1, 1);
   return 0;
 }
