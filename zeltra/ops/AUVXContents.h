@@ -58,8 +58,6 @@ class ZELTRA_API AUVXContents {
   /// The short names of the polarisations that are stored, in their order.
   const std::vector<std::string>& polarisations() const { return polarisations_; }
   const AUVXPosition& scans() const { return *scans_; }
-  /// The same list, for readers that outlive the object.
-  std::shared_ptr<AUVXPosition> sharedScans() const { return scans_; }
   const AUVXSources& sources() const { return sources_; }
   /// The antennas of "AN", or those of "BL" in a file without it, which have no positions.
   const AUVXAntenns& antennas() const { return antennas_; }
