@@ -361,7 +361,7 @@ class Analysis(Case):
             uv = {(t, a, b): (u, v, s) for t, a, b, u, v, s in
                   zip(seconds(file, group["time"]), group["ant1"], group["ant2"], group["u"].astype("f8"),
                       group["v"].astype("f8"), group["source"])}
-            _, rows = numbers(zeltra("closure", path, "--interval", -1, "--if", 1, "--channel", 2, "--csv"))
+            _, rows = numbers(zeltra("closure", path, "--interval", -1, "--if", 2, "--channel", 3, "--csv"))
             self.assertGreater(len(rows), 1000)
             frequency = 8.4e9 + 16e6 + 2 * 4e6
             for row, when in zip(rows, seconds(file, rows[:, 0])):
