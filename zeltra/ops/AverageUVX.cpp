@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/ops/AverageUVX.h"
 
+#include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 #include "zeltra/ops/CopiedTablesInternal.h"
@@ -38,9 +40,12 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AAr
   if (AResult result = from.CheckRecordSize(); !result) return result;
   IntervalWalk walk(from, options);
   if (AResult result = walk.Open(); !result) return result;
+  std::vector<int> points(static_cast<size_t>(std::max(from.uvx().IFs(), 1) * from.uvx().channels()));
+  std::iota(points.begin(), points.end(), 0);
   const ValueChoice choice = options.mix == AverageMix::Stored
                                  ? ValueChoice(from.uvx())
-                                 : ValueChoice(from.uvx(), mixes, options.mean == MeanKind::Weighted);
+                                 : ValueChoice(from.uvx(), points, {mixes.lpArray(), mixes.lpArray() + mixes.count()},
+                                               options.mean == MeanKind::Weighted);
   SendProgressText(options.progress, "Averaging...");
   return walk.Run(
       choice, IntervalWalk::Pieces::Allowed,
