@@ -48,7 +48,7 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AAr
                                                options.mean == MeanKind::Weighted);
   SendProgressText(options.progress, "Averaging...");
   return walk.Run(
-      choice, IntervalWalk::Pieces::Allowed,
+      choice, {},
       [&](const Interval& interval, std::vector<char>& bytes) { AppendRecords(interval, choice.count(), bytes); },
       take);
 }

@@ -15,7 +15,9 @@ constexpr int kLetter = 9;  // pixels, the width of a letter of a legend
 // Places are half a pixel apart, or a power of two of that in a crowded chart.
 constexpr int kPlacesPerPixel = 2;
 constexpr size_t kCrowd = 60000;
-constexpr double kDot = 3;  // pixels
+constexpr double kDot = 3;    // pixels
+constexpr double kBar = 0.6;  // pixels, the width of an error bar
+constexpr double kHalfPlace = 0.5 / kPlacesPerPixel;
 constexpr const char* kGrid = "#e0e0e0";
 constexpr const char* kSmallPrint = "#555555";
 
@@ -33,7 +35,7 @@ const char* ColourOf(size_t series) {
 Chart::Chart(const ChartAxis& x, const ChartAxis& y, const std::vector<std::string>& names, bool isSquare)
     : x_(x), y_(y), width_(isSquare ? kPlotSide : kPlotWidth), height_(isSquare ? kPlotSide : kPlotHeight) {
   const size_t places = static_cast<size_t>(width_) * static_cast<size_t>(height_) * kPlacesPerPixel * kPlacesPerPixel;
-  for (const std::string& name : names) series_.push_back({name, std::vector<bool>(places)});
+  for (const std::string& name : names) series_.push_back({name, std::vector<bool>(places), {}});
 }
 
 void Chart::Add(size_t series, double x, double y) {
@@ -42,7 +44,23 @@ void Chart::Add(size_t series, double x, double y) {
   const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
   const int column = std::min(static_cast<int>(right * columns), columns - 1);
   const int line = std::min(static_cast<int>((1 - up) * lines), lines - 1);
-  series_[series].places[static_cast<size_t>(line) * static_cast<size_t>(columns) + static_cast<size_t>(column)] = true;
+  series_[series].places[PlaceOf(column, line)] = true;
+}
+
+void Chart::AddBar(size_t series, double x, double low, double high) {
+  const double right = (x - x_.low) / (x_.high - x_.low), scale = y_.high - y_.low;
+  if (!(right >= 0 && right <= 1 && high >= y_.low && low <= y_.high)) return;
+  std::vector<bool>& bars = series_[series].bars;
+  bars.resize(series_[series].places.size());
+  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
+  const int column = std::min(static_cast<int>(right * columns), columns - 1);
+  const int top = static_cast<int>(std::clamp((y_.high - high) / scale, 0.0, 1.0) * lines);
+  const int bottom = static_cast<int>(std::clamp((y_.high - low) / scale, 0.0, 1.0) * lines);
+  for (int line = top; line < std::min(bottom + 1, lines); ++line) bars[PlaceOf(column, line)] = true;
+}
+
+size_t Chart::PlaceOf(int column, int line) const {
+  return static_cast<size_t>(line) * static_cast<size_t>(width_ * kPlacesPerPixel) + static_cast<size_t>(column);
 }
 
 // How many places make one dot, along each axis.
@@ -64,11 +82,28 @@ std::string Chart::Path(const Series& series, int step) const {
       bool isMarked = false;
       for (int i = line; i < std::min(line + step, lines); ++i) {
         for (int j = column; j < std::min(column + step, columns); ++j) {
-          isMarked |= series.places[static_cast<size_t>(i) * static_cast<size_t>(columns) + static_cast<size_t>(j)];
+          isMarked |= series.places[PlaceOf(j, i)];
         }
       }
       if (isMarked)
         path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line)).append("h0");
+    }
+  }
+  return path;
+}
+
+// The lines that bars make of one column after the other.
+std::string Chart::BarPath(const Series& series) const {
+  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
+  std::string path;
+  for (int column = 0; column < columns && !series.bars.empty(); ++column) {
+    for (int line = 0; line < lines; ++line) {
+      if (!series.bars[PlaceOf(column, line)]) continue;
+      int end = line;
+      while (end < lines && series.bars[PlaceOf(column, end)]) ++end;
+      path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line));
+      path.append("v").append(std::to_string(end - line));
+      line = end;
     }
   }
   return path;
@@ -94,6 +129,10 @@ std::string Chart::Draw(const std::string& title, const std::string& note) const
   }
   const int step = Step();
   const double shift = step / 2.0 / kPlacesPerPixel;
+  for (size_t i = series_.size(); i-- > 0;) {
+    const std::string bars = BarPath(series_[i]);
+    if (!bars.empty()) svg.Dots(kLeft + kHalfPlace, kTop, 1.0 / kPlacesPerPixel, bars, ColourOf(i), kBar);
+  }
   for (size_t i = series_.size(); i-- > 0;) {
     svg.Dots(kLeft + shift, kTop + shift, 1.0 / kPlacesPerPixel, Path(series_[i], step), ColourOf(i), kDot);
   }

@@ -45,6 +45,8 @@ class Chart {
   static constexpr int kColours = 10;
 
   void Add(size_t series, double x, double y);
+  /// Add an error bar, from `low` to `high`; bars are drawn below all points.
+  void AddBar(size_t series, double x, double low, double high);
 
   /// The drawing as an SVG file.
   /// @param title  above the plot
@@ -55,10 +57,13 @@ class Chart {
   struct Series {
     std::string name;
     std::vector<bool> places;
+    std::vector<bool> bars;  // as many, or none
   };
 
   bool IsLegendDrawn() const { return series_.size() > 1; }
+  size_t PlaceOf(int column, int line) const;
   std::string Path(const Series& series, int step) const;
+  std::string BarPath(const Series& series) const;
   int Step() const;
 
   ChartAxis x_, y_;
