@@ -40,8 +40,9 @@ void PrintClosure(TablePrinter& printer, const Arguments& arguments, const AClos
   PrintNumber(printer, closure.IF);
   PrintNumber(printer, closure.channel);
   for (int i = 0; i < (arguments.options.amplitudes ? 4 : 3); ++i) printer.Integer(closure.antennas[i]);
-  printer.Real(closure.value);
-  printer.Real(closure.sigma);
+  for (const double value : {closure.value, closure.sigma}) {
+    arguments.format == TableFormat::Text ? printer.Real(static_cast<float>(value)) : printer.Real(value);
+  }
   printer.EndRow();
 }
 

@@ -196,7 +196,7 @@ void ClosureFormer::LoadQuadrangleLeg(const BaselineSums& sums, int first, int c
     const double square = isValid ? (re[i] * re[i] + im[i] * im[i]) / (weight * weight) : 0;
     const bool counts = square * weight > kLeastSignal * kLeastSignal;
     leg.re[i] = counts ? std::log(square) / 2 : 0;
-    leg.noise[i] = counts ? 1 / (square * weight - 2) : 1;
+    leg.noise[i] = counts ? 1 / (square * weight) : 1;
     leg.power[i] = counts ? 1 : 0;
     leg.valid[i] = isValid ? 1 : 0;
   }
