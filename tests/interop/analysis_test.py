@@ -635,7 +635,14 @@ class Analysis(Case):
             # A process counts the memory of the one that it was forked from.
             del made
         os.remove(self.path("out.uvx"))
-        self.frugal("closure", self.path("indexed.uvx"), "--interval", 60)
+        leg = lambda a, b, when: 10 * a + b + 1j * when
+        for options, whens in (((), (0.5,)), (("--incoherent",), (0, 1))):
+            self.frugal("closure", self.path("indexed.uvx"), "--interval", 60, *options)
+            for row in json.loads(zeltra("closure", self.path("indexed.uvx"), "--interval", 60, "--json", *options)):
+                a, b, c = row["ant1"], row["ant2"], row["ant3"]
+                # All values of a time stamp are the same, and the weights of the time stamps nearly so.
+                wanted = np.angle(sum(leg(a, b, t) * leg(b, c, t) * leg(a, c, t).conjugate() for t in whens))
+                self.assertAlmostEqual(row["phase"], wanted, delta=1e-12 if len(whens) == 1 else 1e-3)
         os.remove(self.path("indexed.uvx"))
         path = self.simulated("--minutes", "200", "--integration", "1", "--channels", "1")
         for command in (("average", path, "--interval", 10, "--csv"), ("closure", path, "--interval", -1, "--csv"),

@@ -48,10 +48,10 @@ ChartAxis PhaseAxis(const std::string& title) {
 
 ChartAxis PhaseAxis(const std::string& title, const ValueRange& degrees) {
   for (const double step : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0, 20.0}) {
-    const double low = step * std::floor(degrees.low / step), high = step * std::ceil(degrees.high / step);
+    const double half = step / 2, low = half * std::floor(degrees.low / half);
+    const double high = std::max(half * std::ceil(degrees.high / half), low + step);
     if (high - low > 9 * step || low < -180 || high > 180) continue;
-    // A point on a round number is not on the frame.
-    return {title + " (degrees)", low - step / 2, high + step / 2, RoundTicks(low - step / 2, high + step / 2, 10)};
+    return {title + " (degrees)", low, high, RoundTicks(low, high, 10)};
   }
   return PhaseAxis(title);
 }
