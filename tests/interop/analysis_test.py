@@ -427,6 +427,15 @@ class Analysis(Case):
             rms = [float(line.split()[2]) for line in report.splitlines()[1:]]
             np.testing.assert_allclose(rms, np.sqrt(np.mean((made - given) ** 2, axis=0)), rtol=1e-3)
 
+    def test_coordinates_that_nothing_explains(self):
+        for name, frame in (("hera_su_1024ch", "local right-handed"), ("eht_m87_095_hi", "at their equinox"), ("sgra_simulated", "")):
+            path = os.path.join(SHARED, name + ".uvfits")
+            if not os.path.exists(path):
+                self.skipTest("no real files in " + SHARED)
+            run = subprocess.run([ZELTRA, "uvw", path, self.path("new.uvx"), "--force"], capture_output=True, text=True)
+            self.assertEqual(run.returncode, 0 if frame else 1)
+            self.assertIn(frame or "do not follow from its antennas, sources and times", run.stderr)
+
     def test_copies_of_real_files(self):
         for path, file in self.real():
             with self.subTest(os.path.basename(path)):

@@ -15,7 +15,7 @@ namespace zeltra {
 /// What a file means with the positions of antennas and sources.
 struct ZELTRA_API UVWFrame {
   bool isLeftHanded = false;  ///< y points to 90 degrees west
-  bool isLocal = false;       ///< x points to the meridian of the array centre, not to that of Greenwich
+  bool isLocal = false;       ///< x points to the meridian of the array centre, not to Greenwich
   bool isOfDate = true;       ///< sources are where they stand on the day, not where they stood at their equinox
 
   /// As in "geocentric right-handed antenna positions, sources of date".

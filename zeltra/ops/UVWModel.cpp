@@ -28,15 +28,24 @@ struct Misfit {
   double Relative(double given, bool hasW) const { return std::sqrt((uv + (hasW ? w : 0)) / given); }
 };
 
+// The longitude of an array, radians: that of its centre, or of its antennas' mean position where these are geocentric.
+double LongitudeOf(const AUVXAntenns& antennas) {
+  double x = antennas.ArrayX(), y = antennas.ArrayY();
+  for (int i = 0; i < antennas.count() && antennas.ArrayX() == 0 && antennas.ArrayY() == 0; ++i) {
+    x += antennas(i).x;
+    y += antennas(i).y;
+  }
+  return std::atan2(y, x);
+}
+
 // All frames, that which the antenna table tells first.
 std::vector<UVWFrame> Frames(const AUVXContents& contents) {
   const AUVXAntenns& antennas = contents.antennas();
-  const bool hasCentre = antennas.ArrayX() != 0 || antennas.ArrayY() != 0;
+  const bool isRelative = antennas.ArrayX() != 0 || antennas.ArrayY() != 0;
   std::vector<UVWFrame> frames;
   for (const bool isLeft : {!antennas.IsRight(), antennas.IsRight()}) {
-    for (const bool isOfDate : {true, false}) {
-      if (hasCentre) frames.push_back({isLeft, true, isOfDate});
-      frames.push_back({isLeft, false, isOfDate});
+    for (const bool isLocal : {isRelative, !isRelative}) {
+      for (const bool isOfDate : {true, false}) frames.push_back({isLeft, isLocal, isOfDate});
     }
   }
   return frames;
@@ -52,7 +61,7 @@ std::string UVWFrame::Text() const {
 UVWModel::UVWModel(const AUVXContents& contents, const UVWFrame& frame)
     : contents_(contents), frame_(frame), antennas_(256), isListed_(256) {
   const AUVXAntenns& list = contents.antennas();
-  const double longitude = frame.isLocal ? std::atan2(list.ArrayY(), list.ArrayX()) : 0;
+  const double longitude = frame.isLocal ? LongitudeOf(list) : 0;
   const double c = std::cos(longitude), s = std::sin(longitude);
   // Backwards, so that the first antenna of a number counts.
   for (int i = list.count(); i-- > 0;) {
