@@ -22,7 +22,6 @@ class UVWCopy {
 
  private:
   AResult CopyRecord(const WalkedRecord& record);
-  AResult Missing(const WalkedRecord& record) const;
   void Compare(const AUVXGroup& before, const AUVXGroup& after);
   void FinishDifference();
 
@@ -53,24 +52,12 @@ AResult UVWCopy::Run(const std::string& to) {
 AResult UVWCopy::CopyRecord(const WalkedRecord& record) {
   AUVXGroup group = record.group;
   AVector uvw = {};
-  if (!model_.Compute(group, uvw)) return Missing(record);
+  if (!model_.Compute(group, uvw)) return model_.Missing(from_.path(), record);
   group.uu = static_cast<float>(uvw.x);
   group.vv = static_cast<float>(uvw.y);
   group.ww = static_cast<float>(uvw.z);
   Compare(record.group, group);
   return writer_.Append(group, record.values);
-}
-
-AResult UVWCopy::Missing(const WalkedRecord& record) const {
-  const AUVXGroup& group = record.group;
-  const AUVXContents& contents = from_.contents();
-  const auto is = [&](const std::string& what, int number, const char* table) {
-    return AResult::Fail(from_.path() + ": " + what + " " + std::to_string(number) + " of record " +
-                         std::to_string(record.index + 1) + " is not in its table " + table);
-  };
-  if (contents.sources().IndexForID(group.sourceNo()) < 0) return is("source", group.sourceNo(), "SU");
-  const bool isFirst = contents.antennas().IndexForID(static_cast<uint8_t>(group.ant1)) < 0;
-  return is("antenna", static_cast<uint8_t>(isFirst ? group.ant1 : group.ant2), "AN");
 }
 
 void UVWCopy::Compare(const AUVXGroup& before, const AUVXGroup& after) {

@@ -7,7 +7,6 @@
 
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
-#include "zeltra/ops/RecordWalk.h"
 
 namespace zeltra {
 namespace {
@@ -104,16 +103,31 @@ bool UVWModel::Compute(const AUVXGroup& group, AVector& uvw) {
   return true;
 }
 
+AResult UVWModel::Missing(const std::string& path, const WalkedRecord& record) const {
+  const AUVXGroup& group = record.group;
+  const auto is = [&](const std::string& what, int number, const char* table) {
+    return AResult::Fail(path + ": " + what + " " + std::to_string(number) + " of record " +
+                         std::to_string(record.index + 1) + " is not in its table " + table);
+  };
+  if (contents_.sources().IndexForID(group.sourceNo()) < 0) return is("source", group.sourceNo(), "SU");
+  const int one = static_cast<uint8_t>(group.ant1), two = static_cast<uint8_t>(group.ant2);
+  return is("antenna", isListed_[static_cast<size_t>(one)] ? two : one, "AN");
+}
+
 AResult FindUVWFrame(AUVXInput& from, UVWFrame& frame) {
   std::vector<Misfit> misfits;
   for (const UVWFrame& candidate : Frames(from.contents())) misfits.push_back({UVWModel(from.contents(), candidate)});
   double uv = 0, w = 0;
+  AResult missing = AResult::Ok();
   const auto compare = [&](const WalkedRecord& record) {
     const AUVXGroup& group = record.group;
     if (!std::isfinite(group.u() + group.v() + group.w())) return true;
     for (Misfit& misfit : misfits) {
       AVector made = {};
-      if (!misfit.model.Compute(group, made)) return true;
+      if (!misfit.model.Compute(group, made)) {
+        missing = misfit.model.Missing(from.path(), record);
+        return false;
+      }
       misfit.uv += std::pow(made.x - group.u(), 2) + std::pow(made.y - group.v(), 2);
       misfit.w += std::pow(made.z - group.w(), 2);
     }
@@ -125,6 +139,7 @@ AResult FindUVWFrame(AUVXInput& from, UVWFrame& frame) {
   for (int64 first = 0; first < count; first += step) {
     const int end = static_cast<int>(std::min<int64>(first + kRecordsOfStretch, count));
     if (AResult result = WalkRecords(from, {}, static_cast<int>(first), end, compare); !result) return result;
+    if (!missing) return missing;
   }
   if (!(uv > 0)) return AResult::Fail(from.path() + ": has no u, v to tell by what its antenna positions mean");
   // Some programs leave w at 0.

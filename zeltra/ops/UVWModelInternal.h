@@ -12,6 +12,7 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXGroup.h"
 
 namespace zeltra {
@@ -25,6 +26,8 @@ class UVWModel {
   /// Compute the coordinates of a record, seconds: antenna 1 minus antenna 2.
   /// @return false if one of its antennas or its source is not listed
   bool Compute(const AUVXGroup& group, AVector& uvw);
+  /// The failure of such a record.
+  AResult Missing(const std::string& path, const WalkedRecord& record) const;
 
  private:
   struct DatedSource {
