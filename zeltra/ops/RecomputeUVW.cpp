@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <optional>
 
 #include "zeltra/core/Units.h"
 #include "zeltra/numeric/Astrometry.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/KeptScansInternal.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/readers/CalculateUVW.h"
 #include "zeltra/uvx/AUVXWriter.h"
@@ -54,11 +56,13 @@ class UVWCopy {
   AUVXAntenns antennas_;
   std::map<int, ApparentSource> sources_;
   AUVXWriter writer_;
+  std::optional<KeptScans> scans_;
 };
 
 AResult UVWCopy::Run(const std::string& to) {
   AResult result = writer_.Create(to, AUVXHeader(from_.uvx()), options_, from_.path());
   if (!result) return result;
+  scans_.emplace(from_, writer_, options_.scanGap);
   SendProgressText(options_.progress, "Computing u, v, w...");
   AResult copied = AResult::Ok();
   result = WalkRecords(from_, options_, 0, from_.uvx().count(), [&](const WalkedRecord& record) {
@@ -84,6 +88,7 @@ AResult UVWCopy::CopyRecord(const WalkedRecord& record) {
   if (source < 0) return Missing("source", group.sourceNo(), record.index, "SU");
   CalculateUVW(group, antennas_, places[0], places[1], Apparent(group, source), options_.rotate);
   Compare(record.group, group);
+  scans_->Enter(record.index);
   return writer_.Append(group, record.values);
 }
 

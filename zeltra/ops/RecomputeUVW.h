@@ -15,6 +15,8 @@ namespace zeltra {
 struct UVWOptions : JobOptions {
   /// Whether the antennas' x and y are turned by the longitude of the array centre: see CalculateUVW.
   bool rotate = false;
+  /// Above 0: a new list of scans is made, which end where time stamps are further apart than so many seconds.
+  double scanGap = 0;
 };
 
 /// How far the new coordinates lie from the old ones, seconds: of u, v and w.
