@@ -316,6 +316,22 @@ class Analysis(Case):
             zeltra("copy", here, there, "--force", "--scan-gap", 1e6)
             self.assertEqual(uvx.File(there).table("NX").rows, 1)
 
+    def test_info_tells_the_times_of_the_records_in_their_time_scale(self):
+        path = self.simulated("--minutes", "8", "--antennas", 3)
+        file, raw = uvx.File(path), bytearray(contents(path))
+        at = raw.index(b"TIMSYS\0")
+        raw[at + 10:at + 13] = b"IAT"
+        index = file.table("NX")
+        np.frombuffer(raw, "<f4", 7 * index.rows, raw.index(index.data))[::7] -= 0.001  # as old indices may be
+        with open(path, "wb") as out:
+            out.write(raw)
+        scans = json.loads(zeltra("info", path, "--json"))["scans"]
+        ends = np.array([[scan["first"] - 1, scan["last"] - 1] for scan in scans])
+        when = seconds(file, file.records["group"]["time"])[ends]
+        self.assertEqual([scan["start_s"] for scan in scans], list(when[:, 0]))
+        np.testing.assert_allclose([scan["duration_s"] for scan in scans], when[:, 1] - when[:, 0], atol=1e-6)
+        self.assertIn(" IAT (", zeltra("info", path))
+
     def check_closures(self, path, file, interval, polarisation=None, place=0, antenna=None, source=None):
         """`place`: the value of a record that `polarisation` is, or a function of its values."""
         options = ["--stokes", polarisation] if polarisation else []

@@ -20,10 +20,11 @@ inline AJobFile UVXOutputFile() {
 template <typename Options>
 void DescribeTimes(AJobDescriber<Options>& job) {
   job.Option("start", &Options::start,
-             "no earlier records; UTC, as in 2020-03-20T07:30:00, a Julian date or a modified one, 07:30 of the "
+             "no earlier records; in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or a "
+             "modified one, 07:30 of the "
              "observation's first day, or +1/07:30 of the next")
       .Otherwise("the first record");
-  job.Option("stop", &Options::stop, "no later records; UTC").Otherwise("the last record");
+  job.Option("stop", &Options::stop, "no later records; as --start").Otherwise("the last record");
 }
 
 /// --interval.

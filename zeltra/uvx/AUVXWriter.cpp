@@ -149,7 +149,7 @@ std::string AUVXWriter::IndexRemark() const {
   const double spacing = index_->wideSpacing();
   if (spacing == 0) return {};
   return "time stamps are " + valToStr(std::round(spacing)) +
-         " s apart, so that no gap below 8 times that ends a scan; --scan-gap SECONDS sets another bound";
+         " s apart, so that no gap below 8 times that ends a scan; --scan-gap of import and copy sets another bound";
 }
 
 // What runs once a record is inline: a call of an exported function takes a detour.
