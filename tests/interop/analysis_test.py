@@ -313,7 +313,11 @@ class Analysis(Case):
                 if "export" in job:
                     zeltra("import", fits, there, "--force")
                 self.assertEqual(uvx.File(there).table("NX").rows, scans, (name, job))
+            # Another list is kept like the one that would be made.
             zeltra("copy", here, there, "--force", "--scan-gap", 1e6)
+            zeltra("export", there, fits, "--force")
+            zeltra("import", fits, here, "--force")
+            zeltra("copy", here, there, "--force", "--stop", uvx.File(here).records["group"]["time"][-2].item())
             self.assertEqual(uvx.File(there).table("NX").rows, 1)
 
     def test_info_tells_the_times_of_the_records_in_their_time_scale(self):
