@@ -43,9 +43,9 @@ void AddOption(CLI::App& command, const AJobOption& option, const std::string& h
 }
 
 void AddFile(CLI::App& command, const AJobFile& file, std::string& path) {
-  const std::string names = file.isRequired() ? file.name : OptionNames(file.option, file.letter);
+  const std::string names = file.isWord() ? file.name : OptionNames(file.option, file.letter);
   CLI::Option& added = *command.add_option(names, path, file.help);
-  added.type_name(file.isRequired() ? "" : file.name)->required(file.isRequired());
+  added.type_name(file.isWord() ? "" : file.name)->required(file.isRequired());
   added.check([&file](const std::string& text) { return file.Check(text).message(); });
 }
 
@@ -114,7 +114,7 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
   if (targets.format) {
     AddFormat(command, *targets.format);
     for (const AJobFile& file : description.outputs) {
-      if (!file.isRequired()) ReplaceTable(command, file);
+      if (!file.isWord()) ReplaceTable(command, file);
     }
   }
   session.Describe(description);
