@@ -64,13 +64,14 @@ void ReplaceTable(CLI::App& command, const AJobFile& output) {
   for (const char* option : {"--force", "--no-sync"}) command.get_option(option)->needs(file);
 }
 
-// `text` in lines of up to 100 characters.
+// `text` in lines of up to 100 characters; those that it has stay.
 std::string Wrapped(const std::string& text) {
   constexpr size_t kColumns = 100;
   std::string lines;
   size_t begin = 0;
   while (text.size() - begin > kColumns) {
-    const size_t end = text.rfind(' ', begin + kColumns);
+    const size_t newline = text.find('\n', begin);
+    const size_t end = newline <= begin + kColumns ? newline : text.rfind(' ', begin + kColumns);
     if (end == text.npos || end < begin) break;
     lines += text.substr(begin, end - begin) + "\n";
     begin = end + 1;
