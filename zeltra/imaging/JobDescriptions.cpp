@@ -32,7 +32,7 @@ AJobDescription DescribeImage() {
   job.Output({"OUT.png", "make a picture", "png", 0, {}});
   job.Output({"BEAM.map", "make a map file of the dirty beam", "beam", 0, {}});
   job.Option(
-         "source", [](ImageOptions & o) -> auto& { return o.selection.source; }, "number or name of the source")
+         "source", [](ImageOptions & o) -> auto& { return o.selection.sources; }, "number or name of the source")
       .Form("N|NAME")
       .Otherwise("the only one");
   job.Option(
