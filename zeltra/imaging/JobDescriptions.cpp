@@ -23,7 +23,7 @@ AJobDescription DescribeImage() {
       "added up. natural: W = w, the least noise. uniform: W = w / W_k, the narrowest beam. robust=R: W = w / (1 + W_k "
       "f^2), f^2 = (5 x 10^-R)^2 / (sum of W_k^2 / sum of w), which is natural for R = 5 and uniform for R = -5: the "
       "scale of Briggs (1995). ROBUST of AIPS is another scale, 2 R - 0.7 for the same mean density.\n\n"
-      "Memory: 64 bytes for each of n x n cells, n being the power of two from the size on, and 8 for each pixel: 84 "
+      "Memory: 64 bytes for each of n x n cells, n being the power of two from the size on, and 8 for each pixel: 76 "
       "MB "
       "for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels.");
   job.Input(UVXInputFile());
