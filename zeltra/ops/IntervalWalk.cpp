@@ -46,6 +46,7 @@ struct OpenInterval {
   explicit OpenInterval(SumPool& pool) : sums(pool) {}
 
   size_t stream = 0;
+  int scan = 0;  // place in the index of the first one that its scan goes on from
   double cell = 0;
   double firstTicks = 0;
   double reference = 0;  // Julian date of its first record; times are added up as distances from it
@@ -80,7 +81,8 @@ struct Finished {
 // What is known of a stream in a part.
 struct StreamState {
   double lastTicks = kNever;
-  int scan = -1;  // place of its last record's scan in the index
+  int scan = -1;       // place of its last record's scan in the index
+  int firstScan = -1;  // of the one that goes on in it
   OpenInterval* open = nullptr;
 };
 
@@ -234,6 +236,7 @@ AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
     MakeTimeStamp(*state.open, state.open->sums);
   }
   const bool endsScan = isNewScan_ && EndsScan(state, ticks);
+  if (endsScan || state.scan < 0) state.firstScan = scan_;
   ScanTimes& times = recent_[scan_ % std::ssize(recent_)];
   if (isNewScan_) times = {scan_, ticks, ticks};
   times.last = ticks;
@@ -284,6 +287,7 @@ AResult IntervalWorker::Begin(StreamState& state, int record, const AUVXGroup& g
   open_.push_back(&interval);
   state.open = &interval;
   interval.stream = static_cast<size_t>(stream_);
+  interval.scan = state.firstScan;
   interval.cell = cell_;
   interval.firstTicks = state.lastTicks;
   interval.reference = group.date;
@@ -355,7 +359,7 @@ void IntervalWorker::Make(OpenInterval& interval, double time, IntervalSums& sum
     return !isInOrder_ || !open_.empty() || Release();
   };
   const IntervalStream& stream = shape_.plan.streams()[interval.stream];
-  shape_.finish({stream, time, sums, firstValue, complete, interval.state, handOn}, bytes);
+  shape_.finish({stream, interval.scan, time, sums, firstValue, complete, interval.state, handOn}, bytes);
   if (!bytes.empty()) Keep(time, interval.stream, std::move(bytes));
 }
 

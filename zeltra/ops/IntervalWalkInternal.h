@@ -28,6 +28,7 @@ struct Interval {
   enum Complete { TimeStamp, Values, All };
 
   IntervalStream stream;
+  int scan;     ///< place in the index of the scan that it lies in, or where that goes on later, of its first records
   double time;  ///< Julian date: the mean of the records' times with their weights, plain where all are 0; not of a
                 ///< time stamp
   IntervalSums& sums;

@@ -46,7 +46,8 @@ AResult ClosurePlot::Run(std::string& svg) {
                          " has no triangle with valid visibilities on all sides");
   }
   const PlotSeries series(survey, [this](int key) { return NameOf(key); });
-  Chart chart(TimeAxis(survey.x, *midnight_), PhaseAxis("Closure phase", survey.y), series.names());
+  Chart chart(TimeAxis(survey.x, *midnight_, data_.contents().timeScale()), PhaseAxis("Closure phase", survey.y),
+              series.names());
   AResult result = points([&](const PlotPoint& point) {
     chart.AddBar(series(point.key), point.x, point.y - point.error, point.y + point.error);
     chart.Add(series(point.key), point.x, point.y);
