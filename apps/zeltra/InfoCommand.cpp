@@ -391,6 +391,7 @@ AResult Info(const Arguments& arguments, Session& session) {
   UVXInput input;
   if (AResult result = input.Open(arguments.path, session); !result) return result;
   const AUVXContents& contents = input.contents();
+  if (AResult result = input.Check(); !result) return result;
   for (const std::string& remark : contents.Remarks()) session.Note(remark);
   AUVXFluxes fluxes;
   if (arguments.baselines) {

@@ -146,7 +146,7 @@ void Imager::Describe() {
 }  // namespace
 
 AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image) {
-  return Imager(from, options, image).Run();
+  return from.Settle(Imager(from, options, image).Run());
 }
 
 ImagePeak FindPeak(const DirtyImage& image) {

@@ -161,7 +161,7 @@ AResult Closer::Run(const ClosureSink& sink) {
 }  // namespace
 
 AResult ClosurePhases(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink) {
-  return Closer(from, options).Run(sink);
+  return from.Settle(Closer(from, options).Run(sink));
 }
 
 }  // namespace zeltra

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <memory>
 
 #include "zeltra/core/Units.h"
 #include "zeltra/numeric/Astrometry.h"
@@ -26,12 +27,8 @@ void Precess(AUVXSourceItem& source, double julianDate) {
 
 class UVWCopy {
  public:
-  UVWCopy(AUVXInput& from, const UVWOptions& options, UVWDifference& difference)
-      : from_(from),
-        options_(options),
-        difference_(difference),
-        contents_(from.contents()),
-        antennas_(*from.Table("AN")) {}
+  UVWCopy(AUVXInput& from, AUVXTable& antennas, const UVWOptions& options, UVWDifference& difference)
+      : from_(from), options_(options), difference_(difference), contents_(from.contents()), antennas_(antennas) {}
 
   AResult Run(const std::string& to);
 
@@ -119,16 +116,21 @@ void UVWCopy::FinishDifference() {
   for (double& rms : difference_.rms) rms = difference_.records > 0 ? std::sqrt(rms / difference_.records) : 0;
 }
 
+AResult CopyWithUVW(AUVXInput& from, const std::string& to, const UVWOptions& options, UVWDifference& difference) {
+  if (AResult result = from.CheckTables(); !result) return result;
+  if (AResult result = from.CheckRecordSize(); !result) return result;
+  const std::unique_ptr<AUVXTable> antennas = from.Table("AN");
+  if (!antennas) return AResult::Fail(from.path() + ": has no table AN");
+  if (!from.Table("SU")) return AResult::Fail(from.path() + ": has no table SU");
+  return UVWCopy(from, *antennas, options, difference).Run(to);
+}
+
 }  // namespace
 
 AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& options, UVWDifference& difference) {
   difference = UVWDifference();
-  if (AResult result = from.CheckTables(); !result) return result;
-  if (AResult result = from.CheckRecordSize(); !result) return result;
-  for (const char* code : {"AN", "SU"}) {
-    if (!from.Table(code)) return AResult::Fail(from.path() + ": has no table " + code);
-  }
-  return UVWCopy(from, options, difference).Run(to);
+  AResult result = CopyWithUVW(from, to, options, difference);
+  return result ? result : from.Settle(result);
 }
 
 }  // namespace zeltra
