@@ -5,20 +5,35 @@
 #include <cerrno>
 #include <climits>
 
+#include "zeltra/platform/System.h"
 #include "zeltra/platform/SystemInternal.h"
 
 namespace zeltra {
 
 AResult AInputFile::Open(const std::string& path, const std::string& name) {
   Close();
-  name_ = name.empty() ? path : name;
+  errno = 0;
+  AFile::Open(path.c_str(), AFile::Binary);
+  return Begin(name.empty() ? path : name);
+}
+
+AResult AInputFile::Adopt(AFile& file, const std::string& name) {
+  Close();
+  AFile::operator=(file);
+  file = AFile();
+  return Begin(name);
+}
+
+// Of a file that is open, unless that has failed.
+AResult AInputFile::Begin(const std::string& name) {
+  name_ = name;
   position_ = 0;
   failedAt_ = -1;
   platform::FileStamp stamp;
-  if (!AFile::Open(path.c_str(), AFile::Binary) || !platform::StampOf(descriptor(), stamp)) {
+  if (descriptor() < 0 || !platform::StampOf(descriptor(), stamp)) {
     const int error = errno;
     Close();
-    return AResult::Fail(name_ + ": cannot be read: " + platform::ReasonOf(error));
+    return AResult::Fail(name_ + ": cannot be read: " + ReasonOf(error));
   }
   size_ = stamp.size;
   modified_ = stamp.modified;
@@ -28,7 +43,7 @@ AResult AInputFile::Open(const std::string& path, const std::string& name) {
 AResult AInputFile::Check() const {
   platform::FileStamp stamp{size_, modified_};
   if (descriptor() >= 0 && !platform::StampOf(descriptor(), stamp)) {
-    return AResult::Fail(name_ + ": cannot be read: " + platform::ReasonOf(errno));
+    return AResult::Fail(name_ + ": cannot be read: " + ReasonOf(errno));
   }
   if (stamp != platform::FileStamp{size_, modified_}) return AResult::Fail(name_ + ": was changed while it was read");
   return hasFailed() ? ReadFailure() : AResult::Ok();
@@ -76,7 +91,7 @@ AResult AInputFile::ReadFailure() const {
   const std::lock_guard lock(mutex_);
   return AResult::Fail(name_ + ": cannot be read at byte " + std::to_string(failedAt_) + " of " +
                        std::to_string(size_) + ": " +
-                       (error_ != 0 ? platform::ReasonOf(error_) : std::string("the system gives no more")));
+                       (error_ != 0 ? ReasonOf(error_) : std::string("the system gives no more")));
 }
 
 }  // namespace zeltra

@@ -25,6 +25,8 @@ class ZELTRA_API AInputFile : public AFile {
   /// @param name  by which sentences name the file; `path` if empty
   /// @return a failure with the system's reason
   AResult Open(const std::string& path, const std::string& name = {});
+  /// Take over a file that is open, from its start.
+  AResult Adopt(AFile& file, const std::string& name);
   const std::string& name() const { return name_; }
 
   /// @return a failure if a byte that the file had when it was opened could not be read, or if its size or its time
@@ -40,6 +42,7 @@ class ZELTRA_API AInputFile : public AFile {
   int64 GetFileSize() override { return descriptor() >= 0 ? size_ : -1; }
 
  private:
+  AResult Begin(const std::string& name);
   bool hasFailed() const;
   AResult ReadFailure() const;
 

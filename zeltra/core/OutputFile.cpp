@@ -100,7 +100,7 @@ AResult OutputFile::Create(const std::string& path, const JobOptions& options, c
   if (!input.empty() && IsSameFile(path, input)) return AResult::Fail(path + ": is the file that is read");
   const std::string temporary = TemporaryNameFor(target_);
   if (!file_.Open(temporary.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary)) {
-    return AResult::Fail(path + ": cannot be created: " + platform::ReasonOf(errno));
+    return AResult::Fail(path + ": cannot be created: " + ReasonOf(errno));
   }
   temporary_ = temporary;
   file_.AtClose(isThere ? platform::PermissionsOf(target_) : -1, sync_);
@@ -125,12 +125,11 @@ AResult OutputFile::TakeName() {
   if (!MoveIntoPlace(temporary_, target_, overwrite_)) {
     const int error = errno;
     if (error == EEXIST) return AResult::Fail(path_ + ": exists already and is not replaced unasked");
-    return AResult::Fail(path_ + ": cannot be created: " + platform::ReasonOf(error));
+    return AResult::Fail(path_ + ": cannot be created: " + ReasonOf(error));
   }
   temporary_.clear();
   if (!sync_ || platform::SyncFolderOf(target_)) return AResult::Ok();
-  return AResult::Fail(path_ +
-                       ": is complete, but its name cannot be written into its folder: " + platform::ReasonOf(errno));
+  return AResult::Fail(path_ + ": is complete, but its name cannot be written into its folder: " + ReasonOf(errno));
 }
 
 AResult OutputFile::WriteError() const {
@@ -139,7 +138,7 @@ AResult OutputFile::WriteError() const {
 
 AResult OutputFile::WriteError(int error) const {
   return AResult::Fail(path_ + ": cannot be written" +
-                       (error != 0 ? ": " + platform::ReasonOf(error) : ", the disk may be full"));
+                       (error != 0 ? ": " + ReasonOf(error) : ", the disk may be full"));
 }
 
 }  // namespace zeltra

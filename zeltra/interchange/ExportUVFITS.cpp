@@ -112,7 +112,7 @@ AResult Exporter::WriteHeader() {
   }
   const int64 dataStart = file.Tell();
   char nothing[kFITSCard] = {};
-  const bool written = file.Seek(0) && file.Read(firstCard_, kFITSCard) && file.Seek(0) &&
+  const bool written = file.Seek(0) && ReadWhole(file, firstCard_, kFITSCard) && file.Seek(0) &&
                        file.Write(nothing, kFITSCard) && file.Seek(dataStart);
   return written && file.good() ? AResult::Ok() : output_.WriteError();
 }

@@ -2,13 +2,12 @@
 #include "zeltra/platform/System.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <random>
 #include <system_error>
-
-#include "zeltra/platform/SystemInternal.h"
 
 namespace zeltra {
 namespace {
@@ -18,8 +17,11 @@ constexpr size_t kLongestName = 255;
 
 }  // namespace
 
-std::string platform::ReasonOf(int error) {
-  return std::generic_category().message(error);
+std::string ReasonOf(int error) {
+  std::string reason = std::generic_category().message(error);
+  // It ends a sentence.
+  if (!reason.empty()) reason[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(reason[0])));
+  return reason;
 }
 
 std::string TemporaryNameFor(const std::string& path) {

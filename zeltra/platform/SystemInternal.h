@@ -15,9 +15,6 @@ enum OpenMode : int { kWriteOnly = 0x1, kReadWrite = 0x2, kCreate = 0x100, kTrun
 
 // What fails sets errno, on every system; 0 there means that no call failed, but that the file ended.
 
-/// The system's word for an error number, as in "Permission denied".
-std::string ReasonOf(int error);
-
 /// Open with the flags of AFile::Open, sharing denied to nobody. @return the descriptor, or -1
 int OpenDescriptor(const char* path, int mode);
 bool CloseDescriptor(int descriptor);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
@@ -22,6 +23,14 @@ constexpr int kMostLinks = 40;
 
 // Linux moves at most 0x7ffff000 bytes a call.
 constexpr int64 kLargestTransfer = 0x40000000;
+
+std::atomic<int>* caught = nullptr;
+
+extern "C" void CatchSignal(int signal) {
+  caught->store(signal, std::memory_order_relaxed);
+  // A pipe says so at every write.
+  if (signal != SIGPIPE) std::signal(signal, SIG_DFL);
+}
 
 int SystemFlags(int mode) {
   int flags = O_CLOEXEC;
@@ -191,6 +200,16 @@ void ShowMessage(const char* text) {
 
 std::vector<std::string> CommandLineArguments(int argc, char** argv) {
   return std::vector<std::string>(argv + std::min(argc, 1), argv + argc);
+}
+
+static_assert(kPipeSignal == SIGPIPE);
+
+void CatchSignals(std::atomic<int>& number) {
+  platform::caught = &number;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+    if (std::signal(signal, platform::CatchSignal) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void UseBinaryStandardOutput() {}

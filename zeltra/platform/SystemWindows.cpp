@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <iterator>
 #include <system_error>
 
@@ -22,6 +23,13 @@ namespace {
 
 // The runtime counts a transfer in 32-bit signed integers.
 constexpr int64 kLargestTransfer = 0x40000000;
+
+std::atomic<int>* caught = nullptr;
+
+// A second signal finds the runtime's own way, which it takes up again by itself.
+extern "C" void CatchSignal(int signal) {
+  caught->store(signal, std::memory_order_relaxed);
+}
 
 // What the system's own functions report becomes the errno that those of the runtime set.
 bool Told(bool isDone) {
@@ -253,6 +261,11 @@ std::vector<std::string> CommandLineArguments(int, char**) {
   for (int i = 1; wide && i < count; ++i) arguments.push_back(platform::Narrow(wide[i]));
   LocalFree(wide);
   return arguments;
+}
+
+void CatchSignals(std::atomic<int>& number) {
+  platform::caught = &number;
+  std::signal(SIGINT, platform::CatchSignal);
 }
 
 void UseBinaryStandardOutput() {
