@@ -168,7 +168,7 @@ std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const 
   info["scans"] = ScansAsJSON(contents);
   info["frequencies"] = SetupsAsJSON(contents);
   if (fluxes) info["baselines"] = BaselinesAsJSON(contents, *fluxes);
-  return info.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+  return info.dump(2, ' ', true, ordered_json::error_handler_t::replace) + "\n";
 }
 
 // The page, section by section.
