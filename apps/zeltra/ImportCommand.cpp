@@ -12,12 +12,12 @@ namespace {
 struct Arguments {
   std::string from;
   std::string to;
-  JobOptions options;
+  ImportOptions options;
 };
 
 AResult Import(const Arguments& arguments, Session& session) {
   ImportSummary summary;
-  const JobOptions& options = arguments.options;
+  const ImportOptions& options = arguments.options;
   std::unique_ptr<AInputFile> plain;
   AResult result = Gunzip(arguments.from, options, plain);
   if (result) {

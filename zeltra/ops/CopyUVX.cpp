@@ -10,6 +10,7 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/KeptScansInternal.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
@@ -44,16 +45,16 @@ AResult RecordChoice::Open(AUVXInput& from, const CopyOptions& options) {
   dropFlagged_ = options.dropFlagged;
   const AUVXContents& contents = from.contents();
   int number = 0;
-  for (const std::string& name : options.sources) {
+  for (const std::string& name : options.selection.sources) {
     if (AResult result = contents.FindSource(name, number); !result) return result;
     sources_.insert(number);
   }
-  for (const std::string& name : options.antennas) {
+  for (const std::string& name : options.selection.antennas) {
     if (AResult result = contents.FindAntenna(name, number); !result) return result;
     antennas_.insert(number);
   }
-  hasTimes_ = options.start || options.stop;
-  std::optional<ATime> start = options.start, stop = options.stop;
+  hasTimes_ = options.selection.start || options.selection.stop;
+  std::optional<ATime> start = options.selection.start, stop = options.selection.stop;
   if (AResult result = contents.SettleTimes(start, stop); !result) return result;
   start_ = start.value_or(-HUGE_VAL).value - kTimeTolerance;
   stop_ = stop.value_or(HUGE_VAL).value + kTimeTolerance;
@@ -101,6 +102,7 @@ class Copier {
   ChannelSelection channels_;
   AUVXVisibility read_, kept_;
   AUVXWriter writer_;
+  std::optional<KeptScans> scans_;
 };
 
 AResult Copier::Run() {
@@ -108,6 +110,7 @@ AResult Copier::Run() {
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = choice_.Open(from_, options_); !result) return result;
   if (AResult result = Create(); !result) return result;
+  scans_.emplace(from_, writer_, options_.scanGap);
   SendProgressText(options_.progress, "Copying...");
   AResult copied = AResult::Ok();
   AResult result = WalkRecords(from_, options_, 0, from_.uvx().count(), [&](const WalkedRecord& record) {
@@ -124,7 +127,8 @@ AResult Copier::Run() {
 
 AResult Copier::Create() {
   AUVXHeader header(from_.uvx());
-  AResult result = channels_.Open(from_.path(), header, options_.ifs, options_.channels, options_.stokes);
+  AResult result = channels_.Open(from_.path(), header, options_.selection.IFs, options_.selection.channels,
+                                  options_.selection.stokes);
   if (!result) return result;
   if (result = CheckFrequencies(); !result) return result;
   read_.GrowBy(from_.uvx());
@@ -147,6 +151,7 @@ AResult Copier::CheckFrequencies() {
 
 AResult Copier::CopyRecord(const WalkedRecord& record) {
   if (!choice_.Keeps(record.group)) return AResult::Ok();
+  scans_->Enter(record.index);
   if (channels_.IsWhole() && !options_.dropFlagged) return writer_.Append(record.group, record.values);
   std::copy_n(record.values, read_.count(), read_.lpArray());
   if (!channels_.IsWhole()) channels_.Pick(read_, kept_);
@@ -164,13 +169,14 @@ AResult Copier::CopyTables() {
   if (!others.empty()) {
     summary_.remarks.push_back("tables whose columns for IFs or channels are copied as they are: " + others);
   }
+  if (const std::string remark = scans_->Remark(); !remark.empty()) summary_.remarks.push_back(remark);
   return result;
 }
 
 AResult Copier::NothingSelected() {
   if (choice_.hasBaseLines()) return from_.NothingSelected();
   std::string names;
-  for (const std::string& name : options_.antennas) names += (names.empty() ? "" : ", ") + name;
+  for (const std::string& name : options_.selection.antennas) names += (names.empty() ? "" : ", ") + name;
   return AResult::Fail(from_.path() + ": no record is selected; there is no baseline between the antennas " + names);
 }
 

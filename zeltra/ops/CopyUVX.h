@@ -3,34 +3,25 @@
 #ifndef ZELTRA_OPS_COPYUVX_H_
 #define ZELTRA_OPS_COPYUVX_H_
 
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
-#include "zeltra/core/Parse.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/UVXSelection.h"
 
 namespace zeltra {
 
-/// What is copied. A list without items selects everything.
+/// What is copied.
 struct CopyOptions : JobOptions {
-  /// Numbers or names of sources.
-  std::vector<std::string> sources;
-  /// Numbers or names of antennas: baselines between two of them are copied.
-  std::vector<std::string> antennas;
-  /// Times between which records are copied, both included, to 0.1 ms.
-  std::optional<ATime> start;
-  std::optional<ATime> stop;
+  /// Channels have to be evenly spaced, and polarisations are those that the file stores.
+  UVXSelection selection;
   /// Whether records are left out that are flagged, or that keep no valid value.
   bool dropFlagged = false;
-  /// IFs and channels, from 0, in any order. Channels have to be evenly spaced.
-  std::vector<int> ifs;
-  std::vector<int> channels;
-  /// Short names of polarisations that the file stores, as in "RR".
-  std::vector<std::string> stokes;
+  /// Above 0: a new list of scans is made, which end where time stamps are further apart than so many seconds.
+  double scanGap = 0;
 };
 
 /// What a copy did that a person should know.
@@ -39,8 +30,9 @@ struct CopySummary {
   std::vector<std::string> remarks;
 };
 
-/// Copy records and tables. Index and baseline list are made anew, rows of antennas and sources that have no records
-/// any more are left out; everything else is copied as it is where IFs, channels and polarisations stay.
+/// Copy records and tables. Scans are kept as far as they have records, the baseline list is made anew, rows of
+/// antennas and sources that have no records any more are left out; everything else is copied as it is where IFs,
+/// channels and polarisations stay.
 ///
 /// Where IFs or channels are left out, frequencies stay right: `freq0` is that of the first channel kept, IF FREQ
 /// counts from there, CH WIDTH is the distance of the channels kept, and columns that have an element for each IF lose
