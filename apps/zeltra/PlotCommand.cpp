@@ -37,7 +37,7 @@ AResult Plot(Arguments& arguments, Session& session) {
   std::string picture;
   AResult result = options.kind == PlotKind::Closure ? PlotClosure(input, options, picture)
                                                      : PlotVisibilities(input, options, picture);
-  if (!result) return result;
+  if (result = input.Settle(result); !result) return result;
   if (isPNG) picture = SVGToPNG(picture);
   if (picture.empty()) return AResult::Fail(to + ": the plot cannot be turned into pixels; name it .svg");
   result = WriteWholeFile(to, picture, options.overwrite, options.sync);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <new>
 #include <optional>
@@ -36,6 +37,10 @@ AResult RunPart(std::unique_ptr<PartWorker>& worker, const PartJob& job, int par
     return worker->Run(part, output);
   } catch (const std::bad_alloc&) {
     return NoMemory(job);
+  } catch (const std::exception& e) {
+    return AResult::Fail(job.name + ": " + e.what());
+  } catch (...) {
+    return AResult::Fail(job.name + ": failed for a reason that is not known");
   }
 }
 

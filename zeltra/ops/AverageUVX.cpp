@@ -87,6 +87,25 @@ AResult ChangePolarisations(const AArray<AStokesMix>& mixes, const std::string& 
   return AResult::Ok();
 }
 
+AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptions& options) {
+  AArray<AStokesMix> mixes;
+  AUVXHeader header(from.uvx());
+  if (AResult result = from.CheckTables(); !result) return result;
+  if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
+  if (AResult result = ChangePolarisations(mixes, to, header); !result) return result;
+  AUVXWriter writer;
+  if (AResult result = writer.Create(to, header, options, from.path()); !result) return result;
+  const AUVXPosition& scans = from.contents().scans();
+  AResult result = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
+    writer.BeginScan(head.scan, scans(head.scan).subarray);
+    return writer.Append(records, head.records);
+  });
+  if (!result) return result;
+  if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");
+  if (result = CopyTables(from, writer); !result) return result;
+  return writer.Finish();
+}
+
 }  // namespace
 
 AResult AveragedPolarisations(AUVXInput& from, AverageMix mix, AArray<AStokesMix>& list) {
@@ -120,7 +139,7 @@ AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSin
   if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
   AUVXGroup group;
   AUVXVisibility values;
-  return AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
+  AResult averaged = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
     if (values.count() == 0) values.GrowBy(from.uvx().IFs(), from.uvx().channels(), mixes.count());
     char* record = const_cast<char*>(records);
     for (int i = 0; i < head.records; ++i) {
@@ -129,25 +148,12 @@ AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSin
     }
     return AResult::Ok();
   });
+  return from.Settle(averaged);
 }
 
 AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options) {
-  AArray<AStokesMix> mixes;
-  AUVXHeader header(from.uvx());
-  if (AResult result = from.CheckTables(); !result) return result;
-  if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
-  if (AResult result = ChangePolarisations(mixes, to, header); !result) return result;
-  AUVXWriter writer;
-  if (AResult result = writer.Create(to, header, options, from.path()); !result) return result;
-  const AUVXPosition& scans = from.contents().scans();
-  AResult result = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
-    writer.BeginScan(head.scan, scans(head.scan).subarray);
-    return writer.Append(records, head.records);
-  });
-  if (!result) return result;
-  if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");
-  if (result = CopyTables(from, writer); !result) return result;
-  return writer.Finish();
+  AResult result = WriteAverages(from, to, options);
+  return result ? result : from.Settle(result);
 }
 
 }  // namespace zeltra

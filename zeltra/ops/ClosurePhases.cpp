@@ -272,7 +272,7 @@ AResult FormClosures(AUVXInput& from, const ClosureOptions& options, const Closu
   if (options.amplitudes && options.incoherent) {
     return AResult::Fail(from.path() + ": amplitudes are not averaged incoherently");
   }
-  return Closer(from, options).Run(sink, counts);
+  return from.Settle(Closer(from, options).Run(sink, counts));
 }
 
 }  // namespace zeltra
