@@ -46,7 +46,11 @@ AResult AUVXInput::Open(const std::string& path, const JobOptions& options) {
 }
 
 AResult AUVXInput::Open(std::unique_ptr<AInputFile> file, const JobOptions& options) {
+  // It borrows the file that goes now.
   uvx_.Close();
+  uvx_ = AUVXFile();
+  if (!temporary_.empty()) RemoveFile(temporary_);
+  temporary_.clear();
   file_ = std::move(file);
   path_ = file_->name();
   contents_.reset();
