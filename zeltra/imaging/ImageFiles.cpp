@@ -83,6 +83,7 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
     header.AddRoundedNumber("BMIN", image.shape.minor * kDegreesPerRadian);
     header.AddRoundedNumber("BPA", image.shape.angle);
   }
+  for (int i = 0; i < image.history.count(); ++i) header.AddCard(std::string(image.history(i)));
   header.AddHistory(std::string("zeltra: dirty image, ") +
                     (image.weighting == ImageOptions::Uniform ? "uniform" : "natural") + " weighting");
   header.AddHistory("zeltra: " + std::to_string(image.visibilities) + " visibilities, nothing deconvolved");

@@ -16,6 +16,9 @@
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXGroupInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
+#include "zeltra/uvx/AUVXIntegrations.h"
+#include "zeltra/uvx/AUVXTable.h"
 
 namespace zeltra {
 namespace {
@@ -45,6 +48,7 @@ class Exporter {
  private:
   enum class Pass { Whole, ParameterMissing, Stopped };
 
+  void ReadProvenance();
   AResult WriteHeader();
   Pass WriteGroups(AResult& result);
   bool LacksParameter(const AUVXGroup& group);
@@ -58,8 +62,9 @@ class Exporter {
   OutputFile output_;
   char firstCard_[kFITSCard] = {};
   double dateZero_ = 0;
-  bool withSource_ = false;
-  bool withFlag_ = false;
+  AUVXFITSForm form_;
+  AUVXHeaderCards cards_;
+  AUVXIntegrations integrations_;
 };
 
 AResult Exporter::Run() {
@@ -76,7 +81,8 @@ AResult Exporter::Run() {
   const AUVXHeader header(uvx_);
   if (uvx_.channels() < 1 || header.stokes.count() < 1) return AResult::Fail(from_ + ": its records hold no values");
   dateZero_ = std::isfinite(header.info.dateObs) ? double{header.info.dateObs} : 0;
-  withSource_ = uvx_.NeedsSourceAndFreqSel();
+  form_.withSourceAndFreqSel = uvx_.NeedsSourceAndFreqSel();
+  ReadProvenance();
 
   AResult result = AResult::Ok();
   Pass pass = Pass::ParameterMissing;
@@ -87,7 +93,7 @@ AResult Exporter::Run() {
   if (!result) return result;
   CheckedFile& file = output_.file();
   if (!PadFITSData(file, file.Tell())) return output_.WriteError();
-  if (!uvx_.ToFITSTables(file)) {
+  if (!uvx_.ToFITSTables(file, [](AUVXTable& table) { return !AUVXTable::IsProvenance(table.ID()); })) {
     return file.good() ? AResult::Fail(from_ + ": a table is damaged") : output_.WriteError();
   }
   if (result = output_.Sync(); !result) return result;
@@ -95,10 +101,21 @@ AResult Exporter::Run() {
   return output_.Commit();
 }
 
+// A table that is damaged fails where all tables are written.
+void Exporter::ReadProvenance() {
+  if (const std::unique_ptr<AUVXTable> cards(uvx_.GetTable("HD")); cards) cards_ = AUVXHeaderCards(*cards);
+  if (const std::unique_ptr<AUVXTable> times(uvx_.GetTable("IT")); times) {
+    integrations_ = AUVXIntegrations(*times, uvx_.count());
+  }
+  cards_.AddHistory(ExportDescription().Command(options_));
+  form_.cards = &cards_;
+  form_.withIntegration = integrations_.IsKnown();
+}
+
 // The first card comes last: without it no program takes what a killed export leaves for a FITS file.
 AResult Exporter::WriteHeader() {
   CheckedFile& file = output_.file();
-  if (!file.Seek(0) || !uvx_.ToFITSHeader(file, withSource_, withFlag_)) {
+  if (!file.Seek(0) || !uvx_.ToFITSHeader(file, form_)) {
     return file.good() ? AResult::Fail(from_ + ": its polarisations do not form an axis of constant steps")
                        : output_.WriteError();
   }
@@ -114,6 +131,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
   BlockReader reader(input_);
   BlockWriter writer(output_.file(), options_.threads);
   reader.Seek(uvx_.DataOffset());
+  AUVXIntegrationCursor integrations(integrations_);
   int lastPercent = -1;
   for (int i = 0; i < uvx_.count(); ++i) {
     if (IsCancelled(options_)) {
@@ -124,8 +142,10 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
     AUVXGroup group;
     if (record) group.load(record);
     if (record && LacksParameter(group)) return Pass::ParameterMissing;
-    float parameters[9];
-    const int bytes = EncodeParameters(group, FormOf(group), parameters);
+    ParameterForm form = FormOf(group);
+    form.integration = integrations.Stored(i);
+    float parameters[10];
+    const int bytes = EncodeParameters(group, form, parameters);
     char* to = record ? writer.Reserve(bytes) : nullptr;
     if (to) std::memcpy(to, parameters, static_cast<size_t>(bytes));
     if (!to || !CopyValues(reader, writer)) {
@@ -144,9 +164,9 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
 // no table mentions. From then on the parameter is there, and the export begins again.
 bool Exporter::LacksParameter(const AUVXGroup& group) {
   const bool source = group.source != 1 || group.frqsel != 1, flag = group.flag != 0;
-  const bool lacks = (source && !withSource_) || (flag && !withFlag_);
-  withSource_ |= source;
-  withFlag_ |= flag;
+  const bool lacks = (source && !form_.withSourceAndFreqSel) || (flag && !form_.withFlag);
+  form_.withSourceAndFreqSel |= source;
+  form_.withFlag |= flag;
   return lacks;
 }
 
@@ -154,8 +174,9 @@ ParameterForm Exporter::FormOf(const AUVXGroup& group) const {
   ParameterForm form = {};
   form.baseline = static_cast<float>(static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2));
   SplitTime(group.date, dateZero_, form.date1, form.date2);
-  form.withSourceAndFreqSel = withSource_;
-  form.withFlag = withFlag_;
+  form.withSourceAndFreqSel = form_.withSourceAndFreqSel;
+  form.withFlag = form_.withFlag;
+  form.withIntegration = form_.withIntegration;
   return form;
 }
 

@@ -13,6 +13,7 @@ namespace {
 ParameterRole RoleOfName(const std::string& name) {
   if (name == "ANTENNA1") return ParameterRole::Antenna1;
   if (name == "ANTENNA2") return ParameterRole::Antenna2;
+  if (name == "INTTIM") return ParameterRole::Integration;
   return name == kSubarrayParameter ? ParameterRole::Subarray : RoleOf(name.c_str());
 }
 
@@ -105,6 +106,9 @@ void GroupReader::DecodeNumbers(const char* raw, int count) {
         break;
       case ParameterRole::Subarray:
         forEach([](GroupParameters& group, double value) { group.subarray += value; });
+        break;
+      case ParameterRole::Integration:
+        forEach([](GroupParameters& group, double value) { group.integration += value; });
         break;
       default:
         forEach([](GroupParameters& group, double value) { group.flag = static_cast<int8_t>(IntegerForm(value)); });

@@ -24,6 +24,7 @@ struct GroupParameters {
   double subarray;            ///< beside them; 1 where the file has none
   double source;              ///< 1 where the file has none
   double freqSel;             ///< 1 where the file has none
+  double integration;         ///< seconds, 0 where the file has none
   int8_t flag;                ///< as AUVXGroup::load gives it
 };
 

@@ -192,6 +192,7 @@ Importer::Pass Importer::WriteGroup(GroupReader& reader, int number, AResult& re
     result = Unstorable(*parameters, number);
     return Pass::Stopped;
   }
+  writer_.SetIntegration(static_cast<float>(parameters->integration));
   const int baseline = BaselineOf(*group);
   if (writer_.records() > 0) {
     if (group->date < before_.time) return Pass::OutOfOrder;
@@ -340,11 +341,12 @@ AResult Importer::WriteTables() {
                                  "\" is left out: it has no column " + column);
       continue;
     }
-    if (code == "BL") {
-      // The code is that of the list of baselines, which is made anew. An export of it comes back here.
+    if (code == "BL" || code == "HD" || code == "IT") {
+      // The code is that of a table that is made anew. An export of the list of baselines comes back here.
       const std::string& name = input_.fits().tables()(i)->extname();
-      if (name != "ZELTRA BL")
-        summary_.remarks.push_back("table \"" + name + "\" is left out: its place is that of the baseline list");
+      if (name != "ZELTRA BL") {
+        summary_.remarks.push_back("table \"" + name + "\" is left out: a UVX file has another table " + code);
+      }
       continue;
     }
     if (code == "NX") {
@@ -371,8 +373,9 @@ AResult Importer::WriteTables() {
   for (const auto& table : tables) {
     if (AResult result = table ? writer_.AddTable(*table) : writer_.AddIndex(); !result) return result;
   }
-  summary_.tables = static_cast<int>(tables.size()) + 1;
-  return writer_.AddBaseLines();
+  if (AResult result = writer_.AddBaseLines(); !result) return result;
+  summary_.tables = static_cast<int>(tables.size()) + 2 + writer_.integrations().IsKnown();
+  return writer_.AddProvenance(input_.cards(), ImportDescription().Command(options_));
 }
 
 // The one setup of a file without a frequency table: every IF begins at freq0, channels as the FREQ axis tells. Two
@@ -432,6 +435,10 @@ void Importer::RemarkOnFindings() {
   remark(findings_.withoutSetup, "groups have a source or setup number below 1, taken as 1");
   remark(findings_.zeroTimes, "groups have the time 0");
   remark(findings_.noCoordinates, "groups have u, v or w that is not a finite number");
+  if (writer_.integrations().IsGivenUp()) {
+    summary_.remarks.push_back("the integration times (INTTIM) are left out, since they change more than " +
+                               Number(AUVXIntegrations::kMostRuns) + " times");
+  }
 }
 
 void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups) {

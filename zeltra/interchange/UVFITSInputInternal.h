@@ -10,6 +10,7 @@
 #include "zeltra/core/AResult.h"
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
 
 namespace zeltra {
 
@@ -25,6 +26,8 @@ class UVFITSInput {
   const std::string& path() const { return path_; }
   /// The UVX header of the file; its ranges are empty.
   const AUVXHeader& header() const { return header_; }
+  /// The cards of the header that the export of such a file would not make itself.
+  const AUVXHeaderCards& cards() const { return cards_; }
   int groups() const { return fits_.main()->gcount(); }
   /// Bytes of a group before its visibilities.
   int parameterBytes() const { return parameterBytes_; }
@@ -52,12 +55,13 @@ class UVFITSInput {
   AResult CheckExtent(std::vector<std::string>& remarks);
   AResult PrepareParameters(std::vector<std::string>& remarks);
   void PrepareHeader(std::vector<std::string>& remarks);
+  void KeepCards(std::vector<std::string>& remarks);
   void ReadHistory(const std::string& line);
   void RemarkOnHistory(std::vector<std::string>& remarks);
 
   AFITS fits_;
   std::string path_;
-  int64 historyCards_ = 0;
+  AUVXHeaderCards cards_;
   std::string sortOrder_, weightScale_;  // as the history tells
   AUVXHeader header_;
   int parameterBytes_ = 0;

@@ -15,6 +15,8 @@
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXFqTbl.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
+#include "zeltra/uvx/AUVXIntegrations.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
 
@@ -64,6 +66,10 @@ class ZELTRA_API AUVXContents {
   bool HasAntennaTable() const { return hasAntennaTable_; }
   /// The frequencies of each setup.
   const AUVXFqTbl& setups() const { return setups_; }
+  /// What the header of the first input says beyond the fields of a UVX file, and what became of it: "HD".
+  const AUVXHeaderCards& cards() const { return cards_; }
+  /// The integration times of the records, from "IT"; none of a file whose times are not known.
+  const AUVXIntegrations& integrations() const { return integrations_; }
   /// The tables in the order of the directory.
   const std::vector<UVXTableSummary>& tables() const { return tables_; }
   /// A sentence for each table that is damaged.
@@ -117,6 +123,8 @@ class ZELTRA_API AUVXContents {
   AUVXAntenns antennas_;
   bool hasAntennaTable_ = false;
   AUVXFqTbl setups_;
+  AUVXHeaderCards cards_;
+  AUVXIntegrations integrations_;
   std::vector<UVXTableSummary> tables_;
 };
 

@@ -12,7 +12,7 @@
 namespace zeltra {
 namespace {
 
-// Averages as records of a UVX file, in the order of baselines.
+// Averages as records of a UVX file, in the order of baselines, each after its integration time.
 void AppendRecords(const Interval& interval, int values, std::vector<char>& bytes) {
   const std::vector<int>& places = interval.sums.InOrder();
   const size_t recordBytes = AUVXGroup::kBytes + static_cast<size_t>(values) * sizeof(AUVXComplex);
@@ -21,20 +21,22 @@ void AppendRecords(const Interval& interval, int values, std::vector<char>& byte
   group.source = static_cast<int16_t>(interval.stream.source);
   group.frqsel = static_cast<int8_t>(interval.stream.setup);
   group.date = interval.time;
-  bytes.resize(places.size() * recordBytes);
+  bytes.resize(places.size() * (sizeof interval.seconds + recordBytes));
   char* record = bytes.data();
   for (const int place : places) {
     interval.sums.Mean(place, group, means.data());
+    std::memcpy(record, &interval.seconds, sizeof interval.seconds);
+    record += sizeof interval.seconds;
     std::memcpy(group.store(record), means.data(), recordBytes - AUVXGroup::kBytes);
     record += recordBytes;
   }
 }
 
-using TakeRecords = std::function<AResult(const std::vector<char>& records)>;
+using TakeRecord = std::function<AResult(const char* record, float integration)>;
 
-// Hand out averages as records of a UVX file, some at a time.
+// Hand out averages as records of a UVX file.
 AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AArray<AStokesMix>& mixes,
-                       const TakeRecords& take) {
+                       const TakeRecord& take) {
   if (AResult result = from.CheckRecordSize(); !result) return result;
   IntervalWalk walk(from, options);
   if (AResult result = walk.Open(); !result) return result;
@@ -45,7 +47,16 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AAr
   return walk.Run(
       choice, IntervalWalk::Pieces::Allowed,
       [&](const Interval& interval, std::vector<char>& bytes) { AppendRecords(interval, choice.count(), bytes); },
-      take);
+      [&](const std::vector<char>& bytes) {
+        const size_t recordBytes = AUVXGroup::kBytes + static_cast<size_t>(choice.count()) * sizeof(AUVXComplex);
+        float integration;
+        for (size_t at = 0; at < bytes.size(); at += recordBytes) {
+          std::memcpy(&integration, bytes.data() + at, sizeof integration);
+          at += sizeof integration;
+          if (AResult result = take(bytes.data() + at, integration); !result) return result;
+        }
+        return AResult::Ok();
+      });
 }
 
 AResult ChangePolarisations(const AArray<AStokesMix>& mixes, const std::string& to, AUVXHeader& header) {
@@ -93,14 +104,10 @@ AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSin
   if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
   AUVXGroup group;
   AUVXVisibility values;
-  return AverageRecords(from, options, mixes, [&](const std::vector<char>& records) {
+  return AverageRecords(from, options, mixes, [&](const char* record, float) {
     if (values.count() == 0) values.GrowBy(from.uvx().IFs(), from.uvx().channels(), mixes.count());
-    char* record = const_cast<char*>(records.data());
-    while (record < records.data() + records.size()) {
-      record = values.load(group.load(record));
-      if (AResult result = sink(group, values); !result) return result;
-    }
-    return AResult::Ok();
+    values.load(group.load(const_cast<char*>(record)));
+    return sink(group, values);
   });
 }
 
@@ -112,12 +119,13 @@ AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions&
   if (AResult result = ChangePolarisations(mixes, to, header); !result) return result;
   AUVXWriter writer;
   if (AResult result = writer.Create(to, header, options, from.path()); !result) return result;
-  AResult result = AverageRecords(from, options, mixes, [&](const std::vector<char>& records) {
-    return writer.Append(records.data(), static_cast<int>(records.size() / writer.recordBytes()));
+  AResult result = AverageRecords(from, options, mixes, [&](const char* record, float integration) {
+    writer.SetIntegration(integration);
+    return writer.Append(record, 1);
   });
   if (!result) return result;
   if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");
-  if (result = CopyTables(from, writer); !result) return result;
+  if (result = CopyTables(from, writer, AverageDescription().Command(options)); !result) return result;
   return writer.Finish();
 }
 

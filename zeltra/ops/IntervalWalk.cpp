@@ -47,6 +47,8 @@ struct OpenInterval {
   double reference = 0;  // Julian date of its first record; times are added up as distances from it
   double weight = 0, weightedDays = 0, days = 0;
   int64 count = 0;
+  double seconds = 0, stampSeconds = 0;  // integration times of the time stamps before the last one, and of that
+  double stamp = kNever;                 // ticks
   int firstRecord = 0, lastRecord = 0;
   bool isWhole = true;        // whether all its baselines fit
   std::vector<bool> present;  // baselines, by IntervalSums::KeyOf, where they do not
@@ -86,6 +88,7 @@ class IntervalWorker : public PartWorker {
         scans_(shape.plan.contents().scans()),
         reader_(shape.input),
         room_(static_cast<size_t>(shape.choice.count())),
+        integrations_(shape.plan.contents().integrations()),
         pool_(shape.form, shape.sumBytes),
         states_(shape.plan.streams().size()) {}
 
@@ -117,6 +120,7 @@ class IntervalWorker : public PartWorker {
   const AUVXPosition& scans_;
   RecordReader reader_;
   std::vector<AUVXComplex> room_;
+  AUVXIntegrationCursor integrations_;
   SumPool pool_;
   std::vector<StreamState> states_;
   const IntervalPart* part_ = nullptr;
@@ -267,6 +271,8 @@ AResult IntervalWorker::Begin(StreamState& state, int record, const AUVXGroup& g
   interval.reference = group.date;
   interval.weight = interval.weightedDays = interval.days = 0;
   interval.count = 0;
+  interval.seconds = interval.stampSeconds = 0;
+  interval.stamp = kNever;
   interval.firstRecord = record;
   interval.isWhole = true;
   return AResult::Ok();
@@ -279,6 +285,12 @@ void IntervalWorker::AddRecord(OpenInterval& interval, AUVXGroup& group, const c
   interval.weightedDays += weight * days;
   interval.days += days;
   ++interval.count;
+  if (const double ticks = states_[interval.stream].lastTicks; ticks != interval.stamp) {
+    interval.seconds += std::exchange(interval.stampSeconds, 0);
+    interval.stamp = ticks;
+  }
+  // Baselines may have been integrated for different times: the longest one covers the others.
+  interval.stampSeconds = std::max<double>(interval.stampSeconds, integrations_.Usable(record));
   interval.lastRecord = record;
   const char* values = shape_.choice.Pick(group, stored, room_.data());
   if (interval.isWhole && interval.sums.IsNew(group) && !pool_.HasRoom()) {
@@ -320,7 +332,8 @@ AResult IntervalWorker::End(StreamState& state) {
 AResult IntervalWorker::MakeWhole(OpenInterval& interval, double time) {
   shape_.hasInterval = true;
   std::vector<char> bytes;
-  shape_.finish({shape_.plan.streams()[interval.stream], time, interval.sums}, bytes);
+  const auto seconds = static_cast<float>(interval.seconds + interval.stampSeconds);
+  shape_.finish({shape_.plan.streams()[interval.stream], time, seconds, interval.sums}, bytes);
   Keep(time, interval.stream, std::move(bytes));
   return AResult::Ok();
 }

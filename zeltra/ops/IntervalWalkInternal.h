@@ -18,7 +18,8 @@ namespace zeltra {
 /// A whole interval of one stream, or some of its baselines where not all of them fit the memory.
 struct Interval {
   IntervalStream stream;
-  double time;  ///< Julian date: the mean of the records' times with their weights, plain where all are 0
+  double time;    ///< Julian date: the mean of the records' times with their weights, plain where all are 0
+  float seconds;  ///< that its records cover: the sum of the integration times of its time stamps; 0 if not known
   IntervalSums& sums;
 };
 

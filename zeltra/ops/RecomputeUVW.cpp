@@ -31,6 +31,7 @@ class UVWCopy {
         options_(options),
         difference_(difference),
         contents_(from.contents()),
+        integrations_(contents_.integrations()),
         antennas_(*from.Table("AN")) {}
 
   AResult Run(const std::string& to);
@@ -51,6 +52,7 @@ class UVWCopy {
   const UVWOptions& options_;
   UVWDifference& difference_;
   const AUVXContents& contents_;
+  AUVXIntegrationCursor integrations_;
   AUVXAntenns antennas_;
   std::map<int, ApparentSource> sources_;
   AUVXWriter writer_;
@@ -68,7 +70,8 @@ AResult UVWCopy::Run(const std::string& to) {
   if (!copied) return copied;
   if (!result) return result;
   FinishDifference();
-  result = CopyTables(from_, writer_, [&](AUVXTable& table) { DropUnusedRows(table, writer_.baseLines()); });
+  result = CopyTables(from_, writer_, UVWDescription().Command(options_),
+                      [&](AUVXTable& table) { DropUnusedRows(table, writer_.baseLines()); });
   return result ? writer_.Finish() : result;
 }
 
@@ -84,6 +87,7 @@ AResult UVWCopy::CopyRecord(const WalkedRecord& record) {
   if (source < 0) return Missing("source", group.sourceNo(), record.index, "SU");
   CalculateUVW(group, antennas_, places[0], places[1], Apparent(group, source), options_.rotate);
   Compare(record.group, group);
+  writer_.SetIntegration(integrations_.Stored(record.index));
   return writer_.Append(group, record.values);
 }
 

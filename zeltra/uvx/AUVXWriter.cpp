@@ -76,6 +76,8 @@ void AUVXWriter::ForgetRecords() {
   index_ = *std::unique_ptr<AUVXTable>(lastScans_.ToUVXTable());
   rowsBefore_ = 0;
   baseLines_ = AUVXBaseLines();
+  integrations_ = AUVXIntegrations();
+  integration_ = 0;
   odd_ = OddValues();
   before_ = Predecessor();
   records_ = unchecked_ = reserved_ = 0;
@@ -166,6 +168,7 @@ inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
 inline void AUVXWriter::TakeGroup(double seconds) {
   group_->check(ranges_);
   Register(*group_, seconds);
+  integrations_.Append(integration_);
   ++records_;
   group_ = nullptr;
 }
@@ -266,6 +269,13 @@ AResult AUVXWriter::AddIndex() {
 
 AResult AUVXWriter::AddBaseLines() {
   return AddTable(*std::unique_ptr<AUVXTable>(baseLines_.ToUVXTable()));
+}
+
+AResult AUVXWriter::AddProvenance(AUVXHeaderCards cards, const std::string& command) {
+  cards.AddHistory(command);
+  AResult result = AddTable(*std::unique_ptr<AUVXTable>(cards.ToUVXTable()));
+  if (!result || !integrations_.IsKnown()) return result;
+  return AddTable(*std::unique_ptr<AUVXTable>(integrations_.ToUVXTable()));
 }
 
 AResult AUVXWriter::Finish() {

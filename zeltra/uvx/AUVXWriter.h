@@ -15,6 +15,8 @@
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
+#include "zeltra/uvx/AUVXIntegrations.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXTable.h"
 
@@ -27,8 +29,9 @@ namespace zeltra {
 ///   Finish()
 /// A file that is not finished is removed, at the latest with the object.
 ///
-/// While records pass, the writer makes what follows from them: their number, the ranges of the header, the index and
-/// the list of baselines. Records are written in large blocks, by a second thread where one may be used.
+/// While records pass, the writer makes what follows from them: their number, the ranges of the header, the index, the
+/// list of baselines and that of integration times. Records are written in large blocks, by a second thread where one
+/// may be used.
 class ZELTRA_API AUVXWriter {
  public:
   /// Most values that Reserve makes room for.
@@ -79,6 +82,8 @@ class ZELTRA_API AUVXWriter {
   /// @param count  at most kMostReserved
   /// @return room for them, until the next call; null after a failure
   AUVXComplex* Reserve(int count);
+  /// Set the integration time of the record that has been begun, and of those that follow; seconds, 0 if not known.
+  void SetIntegration(float seconds) { integration_ = seconds; }
   /// Why a call gave null.
   AResult Why() const;
 
@@ -100,6 +105,11 @@ class ZELTRA_API AUVXWriter {
   AResult AddIndex();
   /// Append the table "BL" of the records.
   AResult AddBaseLines();
+  /// Append the table "HD", and "IT" where integration times are known.
+  /// @param cards    of the input
+  /// @param command  what made this file of it: see AJobDescription::Command
+  AResult AddProvenance(AUVXHeaderCards cards, const std::string& command);
+  const AUVXIntegrations& integrations() const { return integrations_; }
 
   /// Complete the file and give it its name.
   AResult Finish();
@@ -134,6 +144,8 @@ class ZELTRA_API AUVXWriter {
   AUVXTable index_;         // rows of the scans before them and perhaps of them too
   int rowsBefore_ = 0;      // of the scans before them
   AUVXBaseLines baseLines_;
+  AUVXIntegrations integrations_;
+  float integration_ = 0;
   OddValues odd_;
   int records_ = 0;
   int valuesPerRecord_ = 0;
