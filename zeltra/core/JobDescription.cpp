@@ -72,7 +72,9 @@ struct TextOfTarget {
   std::string operator()(const bool* flag) const { return *flag != option.clears ? "true" : ""; }
   std::string operator()(const int* number) const { return std::to_string(*number); }
   std::string operator()(const std::uint64_t* number) const { return std::to_string(*number); }
-  std::string operator()(const double* number) const { return valToStr(*number / option.scale); }
+  std::string operator()(const double* number) const {
+    return option.scale == 1 ? valToStr(*number) : ReadableNumber(*number / option.scale);
+  }
   std::string operator()(const std::string* word) const { return *word; }
   std::string operator()(const std::optional<int>* number) const { return *number ? std::to_string(**number) : ""; }
   std::string operator()(const AChoiceTarget& choice) const {

@@ -39,6 +39,15 @@ void SplitTime(double time, double zero, float& first, float& second) {
   }
 }
 
+// Header cards and integration times go out in other places. Baselines name no subarray, so the index names none.
+bool IsExported(AUVXTable& table) {
+  const int subarray = table.Code() == "NX" ? table.FindColumn("SUBARRAY") : -1;
+  for (int row = 0; row < table.rows() && subarray >= 0; ++row) {
+    if (table.Number(row, subarray) > 1) table.SetNumber(row, subarray, 0, 1);
+  }
+  return !AUVXTable::IsProvenance(table.ID());
+}
+
 class Exporter {
  public:
   Exporter(const std::string& from, const std::string& to, const JobOptions& options)
@@ -93,7 +102,7 @@ AResult Exporter::Run() {
   if (!result) return result;
   CheckedFile& file = output_.file();
   if (!PadFITSData(file, file.Tell())) return output_.WriteError();
-  if (!uvx_.ToFITSTables(file, [](AUVXTable& table) { return !AUVXTable::IsProvenance(table.ID()); })) {
+  if (!uvx_.ToFITSTables(file, IsExported)) {
     return file.good() ? AResult::Fail(from_ + ": a table is damaged") : output_.WriteError();
   }
   if (result = output_.Sync(); !result) return result;

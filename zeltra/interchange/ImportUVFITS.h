@@ -13,6 +13,14 @@
 
 namespace zeltra {
 
+struct ImportOptions : JobOptions {
+  ImportOptions() = default;
+  ImportOptions(const JobOptions& options) : JobOptions(options) {}  // NOLINT: whoever has no wishes
+
+  /// The number of the only subarray to import, from 1; 0: all of them, as one list of antennas.
+  int subarray = 0;
+};
+
 /// What an import found and did.
 struct ImportSummary {
   int64 records = 0;
@@ -30,6 +38,10 @@ struct ImportSummary {
 /// without a baseline of two antenna numbers 1..255, from BASELINE or, where there is none, ANTENNA1 and ANTENNA2; a
 /// number that a card states and that cannot be read.
 ///
+/// Subarrays become one list of antennas, which are the same where name and position (1 m) are; then groups get the
+/// numbers of that list and keep the order of their two antennas. Antennas of one name at different places are refused.
+/// Where the times of a subarray are ahead by 5 days for each one before it, as AIPS has them, they are set back.
+///
 /// Groups in time order keep their order; others are sorted by time, then baseline. The output always has the tables
 /// "NX", "FQ", "AN", "SU" and "BL". Values are those of the source bit for bit, random parameters scaled to physical
 /// units, u, v, w in seconds. The output appears under its name only when it is complete.
@@ -37,7 +49,7 @@ struct ImportSummary {
 /// Memory: some MiB whatever the file's size, 16 bytes a group while sorting, and 28 to 42 bytes a scan, at most
 /// AUVXWriter::kMostScans of them; a table of scans that comes with the file is held several times.
 /// @param summary  may be null; filled also when the import fails
-ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
+ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const ImportOptions& options,
                                 ImportSummary* summary);
 
 /// What a person may tell the job, and what it gives.

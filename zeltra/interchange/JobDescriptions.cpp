@@ -7,12 +7,15 @@ namespace zeltra {
 namespace {
 
 AJobDescription DescribeImport() {
-  AJobDescriber<JobOptions> job("import", "Import random-groups UV FITS into a UVX file",
-                                "Values are those of the source bit for bit. Groups in time order keep their order; "
-                                "others are sorted by time, then "
-                                "baseline. What a UVX file has no place for is told.");
+  AJobDescriber<ImportOptions> job("import", "Import random-groups UV FITS into a UVX file",
+                                   "Values are those of the source bit for bit. Groups in time order keep their order; "
+                                   "others are sorted by time, then "
+                                   "baseline. What a UVX file has no place for is told.");
   job.Input({"IN.uvfits", "the file to import", "", 0, {}});
   job.Output({"OUT.uvx", "the file to make", "", 0, {}});
+  job.Option("subarray", &ImportOptions::subarray, "import this subarray alone")
+      .Range(1, 100)
+      .Otherwise("all, as one list of antennas");
   job.Threads();
   job.Overwrite();
   return job.Finish();

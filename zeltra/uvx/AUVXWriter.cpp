@@ -78,6 +78,7 @@ void AUVXWriter::ForgetRecords() {
   baseLines_ = AUVXBaseLines();
   integrations_ = AUVXIntegrations();
   integration_ = 0;
+  subarray_ = 1;
   odd_ = OddValues();
   before_ = Predecessor();
   records_ = unchecked_ = reserved_ = 0;
@@ -141,12 +142,21 @@ AUVXTable& AUVXWriter::index() {
 // Extend the index and the list of baselines.
 inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
   if (group.date == before_.date && group.source == before_.source && group.frqsel == before_.setup) {
-    // Of the baselines of one time each lets the scan go on, and only the first can make it longer.
+    // Of the baselines of one time each lets the scan go on, and only the first can make it longer. Subarrays that
+    // observe the same share its scan.
     lastScans_(lastScans_.count() - 1).endVis = records_ + 1;
   } else {
     AUVXGroup inSeconds = group;
     inSeconds.date = std::isnan(seconds) ? (group.date - header_.info.dateObs) * kSecondsPerDay : seconds;
-    if (lastScans_.CheckUVGroup(inSeconds, records_) > kScansAtATime) {
+    AUVXPosition scan;  // of another subarray
+    if (records_ > 0 && lastScans_(lastScans_.count() - 1).subarray != subarray_) {
+      scan.CheckUVGroup(inSeconds, records_);
+      lastScans_.Add(scan(0));
+    } else {
+      lastScans_.CheckUVGroup(inSeconds, records_);
+    }
+    lastScans_(lastScans_.count() - 1).subarray = subarray_;
+    if (lastScans_.count() > kScansAtATime) {
       const AUVXPositionItem last = lastScans_(kScansAtATime);
       lastScans_.DeleteItems(kScansAtATime, 1);
       ListScans();

@@ -84,6 +84,8 @@ class ZELTRA_API AUVXWriter {
   AUVXComplex* Reserve(int count);
   /// Set the integration time of the record that has been begun, and of those that follow; seconds, 0 if not known.
   void SetIntegration(float seconds) { integration_ = seconds; }
+  /// Set the subarray of that record and of those that follow, for the index; 1 if nobody says.
+  void SetSubarray(int number) { subarray_ = number; }
   /// Why a call gave null.
   AResult Why() const;
 
@@ -146,6 +148,7 @@ class ZELTRA_API AUVXWriter {
   AUVXBaseLines baseLines_;
   AUVXIntegrations integrations_;
   float integration_ = 0;
+  int subarray_ = 1;
   OddValues odd_;
   int records_ = 0;
   int valuesPerRecord_ = 0;
