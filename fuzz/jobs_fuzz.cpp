@@ -55,7 +55,7 @@ void Rewrite(AUVXInput& input, const std::string& to) {
 void Picture(AUVXInput& input) {
   ImageOptions options;
   options.size = 16;
-  options.selection.source = "1";
+  options.selection.sources = {"1"};
   options.weighting = ImageOptions::Uniform;
   DirtyImage image;
   (void)ImageUVX(input, options, image);

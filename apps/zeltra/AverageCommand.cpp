@@ -59,7 +59,7 @@ AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& sess
   }
   const int all = static_cast<int>(values);
   const int shown = arguments.format == TableFormat::Text ? std::min(all, kShownValues) : all;
-  NoteSources(input, arguments.options.source, session);
+  NoteSources(input, arguments.options.selection, session);
   StandardOutput out;
   TablePrinter printer(out, arguments.format, Columns(uvx, mix.count(), shown, arguments.format));
   AResult result = Average(input, arguments.options, [&](AUVXGroup& group, AUVXVisibility& average) {

@@ -19,7 +19,7 @@ struct Arguments {
 AResult PrintClosures(Arguments& arguments, Session& session) {
   UVXInput input;
   if (AResult result = input.Open(arguments.path, session); !result) return result;
-  NoteSources(input, arguments.options.source, session);
+  NoteSources(input, arguments.options.selection, session);
   StandardOutput out;
   TablePrinter printer(out, arguments.format, PrintedColumns(ClosureDescription(), arguments.format));
   int64 closures = 0;

@@ -6,8 +6,8 @@
 #include "zeltra/ops/AUVXContents.h"
 
 namespace zeltra::app {
-void NoteSources(UVXInput& input, const std::string& chosen, Session& session) {
-  if (!chosen.empty()) return;
+void NoteSources(UVXInput& input, const UVXSelection& chosen, Session& session) {
+  if (!chosen.sources.empty()) return;
   const AUVXContents& contents = input.contents();
   const std::vector<int> numbers = contents.SourceNumbers();
   if (numbers.size() < 2) return;

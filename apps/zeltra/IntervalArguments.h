@@ -3,16 +3,15 @@
 #ifndef ZELTRA_APPS_INTERVALARGUMENTS_H_
 #define ZELTRA_APPS_INTERVALARGUMENTS_H_
 
-#include <string>
-
 #include "apps/zeltra/Command.h"
+#include "zeltra/ops/UVXSelection.h"
 
 namespace zeltra::app {
 
 class UVXInput;
 
 /// Tell which sources a table mixes, where none was chosen and there are several.
-void NoteSources(UVXInput& input, const std::string& chosen, Session& session);
+void NoteSources(UVXInput& input, const UVXSelection& chosen, Session& session);
 
 /// Print a Julian date: as a date and a time of day in a text.
 void PrintTime(TablePrinter& printer, TableFormat format, double julianDate);

@@ -61,19 +61,19 @@ AJobDescription DescribePlot() {
       .Form("KIND")
       .Word();
   job.Option(
-         "source", [](PlotOptions & o) -> auto& { return o.selection.source; }, "number or name of the source")
+         "source", [](PlotOptions & o) -> auto& { return o.selection.sources; }, "number or name of the source")
       .Form("N|NAME")
       .Otherwise("the only one");
   job.Option(
          "stokes", [](PlotOptions & o) -> auto& { return o.selection.stokes; }, "polarisations, as in RR,LL")
       .Otherwise("the parallel hands");
   job.Option(
-         "if", [](PlotOptions & o) -> auto& { return o.selection.IF; }, "only this IF, from 0")
-      .From(0)
+         "if", [](PlotOptions & o) -> auto& { return o.selection.IFs; }, "only these IFs, as in 1,3-4")
+      .CountedFrom(1)
       .Otherwise("all");
   job.Option(
-         "channel", [](PlotOptions & o) -> auto& { return o.selection.channel; }, "only this channel, from 0")
-      .From(0)
+         "channel", [](PlotOptions & o) -> auto& { return o.selection.channels; }, "only these channels")
+      .CountedFrom(1)
       .Otherwise("all");
   job.Option("antenna", &PlotOptions::antenna, "only the baselines, or triangles, of this antenna, a number or a name")
       .Form("N|NAME")

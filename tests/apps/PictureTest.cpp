@@ -165,7 +165,7 @@ TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
       RunZeltra({"image", uvx_.path(), map.path(), "--fits", fits.path(), "--source", "3C273", "--size", "32"});
   EXPECT_THAT(run.out + run.err, testing::AllOf(HasSubstr(", peak "), Not(HasSubstr("/beam")), Not(HasSubstr("  "))));
   EXPECT_THAT(fits.Bytes(), Not(HasSubstr("BUNIT")));
-  const std::string phase = plot({"phase", "--time", "--antenna", "hn", "--stokes", "I", "--if", "0"});
+  const std::string phase = plot({"phase", "--time", "--antenna", "hn", "--stokes", "I", "--if", "1"});
   for (const char* text : {">Phase (degrees)<", "Time on 2020-03-20", ">HN-BR<", ">HN-KP<", "· I · 8.4"}) {
     EXPECT_THAT(phase, HasSubstr(text));
   }

@@ -195,8 +195,8 @@ TEST(ImageUVX, TellsWhatCannotBeImaged) {
   options.selection.stokes = {"LR"};
   EXPECT_THAT(refusal(file, options), HasSubstr("RR, LL, I, V"));
   options.selection = {};
-  options.selection.IF = 2;
-  EXPECT_THAT(refusal(file, options), HasSubstr("no IF 2; there are 2"));
+  options.selection.IFs = {2};
+  EXPECT_THAT(refusal(file, options), HasSubstr("no IF 3; there are 2"));
 
   options = {};
   options.size = 16;
@@ -229,8 +229,8 @@ TEST(ImageUVX, TakesWhatIsSelected) {
   ImageOptions options;
   options.size = 16;
   options.selection.stokes = {"ll"};
-  options.selection.IF = 1;
-  options.selection.channel = 0;
+  options.selection.IFs = {1};
+  options.selection.channels = {0};
   DirtyImage image;
   ASSERT_TRUE(Image(file.path(), options, image));
   EXPECT_EQ(image.stokes.GetStokesID(), -2);

@@ -13,6 +13,7 @@
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/SimulateUVX.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
@@ -86,12 +87,12 @@ TEST(CopyUVX, KeepsTheRecordsThatAreSelected) {
     return records;
   };
   CopyOptions options;
-  options.antennas = {"ant2", "3", "4"};
-  options.sources = {"SRC1"};
+  options.selection.antennas = {"ant2", "3", "4"};
+  options.selection.sources = {"SRC1"};
   EXPECT_THAT(kept(options), testing::ElementsAre(3, 4, 5, 9, 10, 11, 15, 16, 17));
   options = CopyOptions();
-  options.start = SyntheticUVX::kStart + SyntheticUVX::kStep;
-  options.stop = *options.start;
+  options.selection.start = SyntheticUVX::kStart + SyntheticUVX::kStep;
+  options.selection.stop = *options.selection.start;
   EXPECT_THAT(kept(options), testing::ElementsAre(6, 7, 8, 9, 10, 11));
   options.dropFlagged = true;
   EXPECT_THAT(kept(options), testing::ElementsAre(6, 9, 10, 11));
@@ -104,8 +105,8 @@ TEST(CopyUVX, LeavesRowsOfAntennasAndSourcesOut) {
   for (const int32_t number : {1, 2}) test::Append(bySource.data, number);
   Source source(SyntheticUVX().Antennas(4).Sources(2).Tables().Table(bySource));
   CopyOptions options;
-  options.antennas = {"1", "2", "3"};
-  options.sources = {"2"};
+  options.selection.antennas = {"1", "2", "3"};
+  options.selection.sources = {"2"};
   Made copy;
   ASSERT_TRUE(CopyUVX(source, copy.path(), options, nullptr));
   copy.Look();
@@ -119,9 +120,9 @@ TEST(CopyUVX, LeavesRowsOfAntennasAndSourcesOut) {
 TEST(CopyUVX, KeepsFrequenciesRight) {
   Source source(SyntheticUVX().IFs(3).Channels(8).Tables());
   CopyOptions options;
-  options.ifs = {2, 1};
-  options.channels = {2, 4, 6};
-  options.stokes = {"LL"};
+  options.selection.IFs = {2, 1};
+  options.selection.channels = {2, 4, 6};
+  options.selection.stokes = {"LL"};
   Made copy;
   CopySummary summary;
   ASSERT_TRUE(CopyUVX(source, copy.path(), options, &summary));
@@ -170,7 +171,7 @@ TEST(CopyUVX, ReducesColumnsThatAreAboutIFs) {
   gains.columns = {{"GAIN", "", "3E"}};
   Source source(SyntheticUVX().IFs(3).Table(sources).Table(antennas).Table(gains));
   CopyOptions options;
-  options.ifs = {0, 2};
+  options.selection.IFs = {0, 2};
   Made copy;
   CopySummary summary;
   ASSERT_TRUE(CopyUVX(source, copy.path(), options, &summary));
@@ -197,14 +198,15 @@ TEST(CopyUVX, RefusesWhatIsNotThere) {
     EXPECT_FALSE(out.exists());
     return message;
   };
-  EXPECT_THAT(error([](CopyOptions& o) { o.sources = {"SRC9"}; }), HasSubstr("there are 1 (SRC1)"));
-  EXPECT_THAT(error([](CopyOptions& o) { o.antennas = {"4"}; }), HasSubstr("1 (ANT1), 2 (ANT2), 3 (ANT3)"));
-  EXPECT_THAT(error([](CopyOptions& o) { o.ifs = {2}; }), HasSubstr("no IF 2; there are 2"));
-  EXPECT_THAT(error([](CopyOptions& o) { o.channels = {-1}; }), HasSubstr("no channel -1; there are 4"));
-  EXPECT_THAT(error([](CopyOptions& o) { o.channels = {0, 1, 3}; }), HasSubstr("evenly spaced"));
-  EXPECT_THAT(error([](CopyOptions& o) { o.stokes = {"I"}; }), HasSubstr("there are RR, LL"));
-  EXPECT_THAT(error([](CopyOptions& o) { o.start = 2460000.5; }), HasSubstr("the times of its 6 records"));
-  EXPECT_THAT(error([](CopyOptions& o) { o.antennas = {"ANT1"}; }), HasSubstr("no baseline between the antennas ANT1"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.selection.sources = {"SRC9"}; }), HasSubstr("there are 1 (SRC1)"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.selection.antennas = {"4"}; }), HasSubstr("1 (ANT1), 2 (ANT2), 3 (ANT3)"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.selection.IFs = {2}; }), HasSubstr("no IF 3; there are 2"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.selection.channels = {-1}; }), HasSubstr("no channel 0; there are 4"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.selection.channels = {0, 1, 3}; }), HasSubstr("evenly spaced"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.selection.stokes = {"I"}; }), HasSubstr("there are RR, LL"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.selection.start = 2460000.5; }), HasSubstr("the times of its 6 records"));
+  EXPECT_THAT(error([](CopyOptions& o) { o.selection.antennas = {"ANT1"}; }),
+              HasSubstr("no baseline between the antennas ANT1"));
   out.Put("precious");
   EXPECT_THAT(Error(CopyUVX(source, out.path(), {}, nullptr)), HasSubstr("exists already"));
   EXPECT_EQ(out.Bytes(), "precious");
@@ -215,7 +217,7 @@ TEST(CopyUVX, RefusesToLeaveFrequenciesWrong) {
   Source source(SyntheticUVX().Channels(4).Table(setups));
   TempFile out("uvx");
   CopyOptions options;
-  options.channels = {1, 2};
+  options.selection.channels = {1, 2};
   EXPECT_THAT(Error(CopyUVX(source, out.path(), options, nullptr)), HasSubstr("its table FQ"));
   EXPECT_FALSE(out.exists());
 }
@@ -238,22 +240,22 @@ TEST(CopyUVX, GivesAFileWithoutAnIndexOne) {
   EXPECT_EQ(copy.Table("BL")->rows(), 6);
 }
 
-TEST(RecomputeUVW, WritesWhatItMeasures) {
-  Source source(SyntheticUVX().Tables());
-  Made first;
-  TempFile again("uvx");
+TEST(RecomputeUVW, TakesTheFrameThatFits) {
+  TempFile simulated("uvx"), out("uvx");
+  SimulateOptions options;
+  options.minutes = 5;
+  ASSERT_TRUE(SimulateUVX(simulated.path(), options));
+  AUVXInput input;
+  ASSERT_TRUE(input.Open(simulated.path()));
   UVWDifference difference;
-  ASSERT_TRUE(RecomputeUVW(source, first.path(), {}, difference));
-  EXPECT_EQ(difference.records, 6);
-  first.Look();
-  // The builder's u of record 0 is 1999; no baseline is longer than 202 m.
-  EXPECT_LT(difference.longest, 203 / 2.9e8);
-  EXPECT_NEAR(difference.largest[0], 2999, 1);
-  // v is the number of the record: the mean square of 0 to 5.
-  EXPECT_NEAR(difference.rms[1], std::sqrt(55.0 / 6), 1e-5);
-  ASSERT_TRUE(RecomputeUVW(first, again.path(), {}, difference));
-  EXPECT_EQ(difference.largest[0], 0);
-  EXPECT_EQ(difference.largest[2], 0);
+  ASSERT_TRUE(RecomputeUVW(input, out.path(), {}, difference));
+  EXPECT_EQ(difference.records, input.uvx().count());
+  EXPECT_EQ(difference.frame.Text(), "geocentric right-handed antenna positions, sources of date");
+  EXPECT_LT(difference.relative, 1e-7);
+  Source unrelated(SyntheticUVX().Tables());
+  TempFile none("uvx");
+  EXPECT_THAT(Error(RecomputeUVW(unrelated, none.path(), {}, difference)), HasSubstr("do not follow"));
+  EXPECT_FALSE(none.exists());
 }
 
 TEST(RecomputeUVW, NamesWhatIsMissing) {
@@ -262,9 +264,9 @@ TEST(RecomputeUVW, NamesWhatIsMissing) {
   Source bare(SyntheticUVX().Antennas(3));
   EXPECT_THAT(Error(RecomputeUVW(bare, out.path(), {}, difference)), HasSubstr("no table AN"));
   Source stranger(SyntheticUVX().Tables().Edit([](SyntheticRecord& record) { record.ant2 += record.index == 4; }));
-  EXPECT_THAT(Error(RecomputeUVW(stranger, out.path(), {}, difference)), HasSubstr("antenna 4 of record 4"));
+  EXPECT_THAT(Error(RecomputeUVW(stranger, out.path(), {}, difference)), HasSubstr("antenna 4 of record 5"));
   Source other(SyntheticUVX().Tables().Edit([](SyntheticRecord& record) { record.source = 3; }));
-  EXPECT_THAT(Error(RecomputeUVW(other, out.path(), {}, difference)), HasSubstr("source 3 of record 0"));
+  EXPECT_THAT(Error(RecomputeUVW(other, out.path(), {}, difference)), HasSubstr("source 3 of record 1"));
   EXPECT_FALSE(out.exists());
 }
 
@@ -316,7 +318,7 @@ TEST(Average, RefusesWhatItWouldGetWrong) {
   EXPECT_THAT(Error(Averages(mislabelled, Every(10))), HasSubstr("record 0 is of source 2"));
   Source file(builder);
   AverageOptions options = Every(10);
-  options.freqSel = 4;
+  options.selection.freqSel = 4;
   EXPECT_THAT(Error(Averages(file, options)), HasSubstr("setup 4; there are 1"));
   options = Every(10);
   options.mix = AverageMix::Cross;
@@ -324,7 +326,7 @@ TEST(Average, RefusesWhatItWouldGetWrong) {
   EXPECT_THAT(Error(Averages(file, Every(0))), HasSubstr("0.001 s"));
   TempFile out("uvx");
   options = Every(10);
-  options.start = 2460000.5;
+  options.selection.start = 2460000.5;
   EXPECT_THAT(Error(AverageUVX(file, out.path(), options)), HasSubstr("no record is selected"));
   EXPECT_THAT(Error(Averages(file, options)), HasSubstr("the Julian dates 2457754.75"));
   EXPECT_FALSE(out.exists());
@@ -376,18 +378,18 @@ TEST(ClosurePhases, ClosesTheTrianglesOfAnAntenna) {
   ASSERT_TRUE(ClosurePhases(file, options, sink));
   EXPECT_THAT(triangles, testing::UnorderedElementsAre("1-2-3", "1-2-200", "1-3-200", "2-3-200", "1-2-3", "1-2-200"));
   triangles.clear();
-  options.antenna = "2";
-  options.stop = SyntheticUVX::kStart;
+  options.selection.antennas = {"2"};
+  options.selection.stop = SyntheticUVX::kStart;
   ASSERT_TRUE(ClosurePhases(file, options, sink));
   EXPECT_THAT(triangles, testing::UnorderedElementsAre("1-2-3", "1-2-200", "2-3-200"));
-  options.antenna = "ANT9";
+  options.selection.antennas = {"ANT9"};
   EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no antenna ANT9; there are 1 (ANT1)"));
   options = ClosureOptions();
-  options.stokes = "RL";
+  options.selection.stokes = {"RL"};
   EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no polarisation RL; there are RR, LL, I, V"));
-  options.stokes = "I";
-  options.channel = 2;
-  EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no channel 2; there are 2"));
+  options.selection.stokes = {"I"};
+  options.selection.channels = {2};
+  EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no channel 3; there are 2"));
 }
 
 }  // namespace

@@ -157,8 +157,9 @@ AResult AJobOption::Store(const std::string& text, std::vector<std::string>* wor
 
 AResult AJobOption::Store(const std::string& text, std::vector<int>* numbers) const {
   std::vector<int> more;
-  const int first = std::isfinite(least) ? static_cast<int>(least) : 0;
-  if (AResult result = strToList(text, first, more); !result) return result;
+  const int lowest = std::isfinite(least) ? static_cast<int>(least) : 0;
+  if (AResult result = strToList(text, lowest, more); !result) return result;
+  for (int& number : more) number -= first;
   numbers->insert(numbers->end(), more.begin(), more.end());
   return AResult::Ok();
 }

@@ -49,6 +49,7 @@ class ZELTRA_API AJobOption {
   std::optional<double> special;  ///< Whole, Real: one more value, outside the range
   std::string otherwise;          ///< what an absent option means, where no value says it
   double scale = 1;               ///< Real: the member over the value
+  int first = 0;                  ///< NumberList: the number of what the member counts as 0
   bool clears = false;            ///< Flag: clears the member instead of setting it
   char letter = 0;                ///< short name on a command line, 0 without one
   bool isWord = false;            ///< stands on a command line without its name
@@ -65,6 +66,7 @@ class ZELTRA_API AJobOption {
   AJobOption& Or(double value) { return special = value, *this; }
   AJobOption& Otherwise(std::string text) { return otherwise = std::move(text), *this; }
   AJobOption& Scale(double factor) { return scale = factor, *this; }
+  AJobOption& CountedFrom(int number) { return least = first = number, *this; }
   AJobOption& Clears() { return clears = true, *this; }
   AJobOption& Letter(char character) { return letter = character, *this; }
   AJobOption& Word() { return isWord = isRequired = true, *this; }

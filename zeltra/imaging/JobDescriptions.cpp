@@ -20,7 +20,7 @@ AJobDescription DescribeImage() {
   job.Output({"OUT.png", "make a picture too", "png", 0, {}});
   job.Output({"BEAM.map", "make a map file of the dirty beam too", "beam", 0, {}});
   job.Option(
-         "source", [](ImageOptions & o) -> auto& { return o.selection.source; }, "number or name of the source")
+         "source", [](ImageOptions & o) -> auto& { return o.selection.sources; }, "number or name of the source")
       .Form("N|NAME")
       .Otherwise("the only one");
   job.Option(

@@ -13,26 +13,6 @@
 namespace zeltra {
 namespace {
 
-// Sort `places` and make each unique; none at all become all `count` ones.
-std::vector<int> Settled(std::vector<int> places, int count) {
-  if (places.empty()) {
-    places.resize(static_cast<size_t>(std::max(count, 0)));
-    std::iota(places.begin(), places.end(), 0);
-  }
-  std::sort(places.begin(), places.end());
-  places.erase(std::unique(places.begin(), places.end()), places.end());
-  return places;
-}
-
-AResult CheckPlaces(const std::string& path, const char* what, const std::vector<int>& places, int count) {
-  for (const int place : places) {
-    if (place >= 0 && place < count) continue;
-    return AResult::Fail(path + ": no " + what + " " + std::to_string(place) + "; there are " + std::to_string(count) +
-                         ", numbered from 0");
-  }
-  return AResult::Ok();
-}
-
 // Columns as AUVXFqTbl finds them, -1 where there is none.
 struct SetupColumns {
   int start = -1;
@@ -56,13 +36,30 @@ double NumberOrZero(const AUVXTable& table, int row, int column, int element) {
 
 }  // namespace
 
+AResult SettlePlaces(const std::string& path, const char* what, const std::vector<int>& wanted, int count,
+                     std::vector<int>& places) {
+  for (const int place : wanted) {
+    if (place >= 0 && place < count) continue;
+    return AResult::Fail(path + ": no " + what + " " + std::to_string(place + 1) + "; there are " +
+                         std::to_string(count) + ", numbered from 1");
+  }
+  places = wanted;
+  if (places.empty()) {
+    places.resize(static_cast<size_t>(std::max(count, 0)));
+    std::iota(places.begin(), places.end(), 0);
+  }
+  std::sort(places.begin(), places.end());
+  places.erase(std::unique(places.begin(), places.end()), places.end());
+  return AResult::Ok();
+}
+
 AResult ChannelSelection::Open(const std::string& path, const AUVXHeader& header, const std::vector<int>& ifs,
                                const std::vector<int>& channels, const std::vector<std::string>& stokes) {
   allIFs_ = std::max(int{header.IFs}, 1);
   allChannels_ = header.channels;
   allStokes_ = header.stokes.count();
-  if (AResult result = CheckPlaces(path, "IF", ifs, allIFs_); !result) return result;
-  if (AResult result = CheckPlaces(path, "channel", channels, allChannels_); !result) return result;
+  if (AResult result = SettlePlaces(path, "IF", ifs, allIFs_, ifs_); !result) return result;
+  if (AResult result = SettlePlaces(path, "channel", channels, allChannels_, channels_); !result) return result;
   std::vector<int> places;
   for (const std::string& name : stokes) {
     std::string present;
@@ -74,9 +71,7 @@ AResult ChannelSelection::Open(const std::string& path, const AUVXHeader& header
     }
     if (places.size() == before) return AResult::Fail(path + ": no polarisation " + name + "; there are " + present);
   }
-  ifs_ = Settled(ifs, allIFs_);
-  channels_ = Settled(channels, allChannels_);
-  stokes_ = Settled(places, allStokes_);
+  if (AResult result = SettlePlaces(path, "polarisation", places, allStokes_, stokes_); !result) return result;
   for (size_t i = 1; i < channels_.size(); ++i) {
     if (channels_[i] - channels_[i - 1] != ChannelStep()) {
       return AResult::Fail(path + ": channels that are not evenly spaced have no place in one file");

@@ -14,6 +14,11 @@
 
 namespace zeltra {
 
+/// Sort the places on an axis that are asked for, from 0, and make each unique; none at all become all `count` ones.
+/// @param what  names the axis in the sentence of a place that there is not
+AResult SettlePlaces(const std::string& path, const char* what, const std::vector<int>& wanted, int count,
+                     std::vector<int>& places);
+
 /// Ascending places, from 0, on the axes of the visibilities.
 class ChannelSelection {
  public:

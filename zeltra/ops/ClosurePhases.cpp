@@ -11,6 +11,7 @@
 
 #include "zeltra/analysis/TriangleWalkInternal.h"
 #include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
 
 namespace zeltra {
@@ -112,30 +113,27 @@ class Closer {
 
 AResult Closer::LookUp() {
   const AUVXContents& contents = from_.contents();
-  if (!options_.antenna.empty()) {
+  const UVXSelection& selection = options_.selection;
+  if (!selection.antennas.empty()) {
     int number = 0;
-    if (AResult result = contents.FindAntenna(options_.antenna, number); !result) return result;
+    if (AResult result = contents.FindAntenna(selection.antennas.front(), number); !result) return result;
     antenna_ = SignedAntenna(number);
   }
   AUVXFile& uvx = from_.uvx();
-  const int ifs = std::max(uvx.IFs(), 1);
-  const auto lacks = [&](const char* what, int number, int count) {
-    return AResult::Fail(from_.path() + ": no " + what + " " + std::to_string(number) + "; there are " +
-                         std::to_string(count) + ", numbered from 0");
-  };
-  if (options_.IF < 0 || options_.IF >= ifs) return lacks("IF", options_.IF, ifs);
-  if (options_.channel < 0 || options_.channel >= uvx.channels()) {
-    return lacks("channel", options_.channel, uvx.channels());
-  }
+  std::vector<int> IFs, channels;
+  const std::string& path = from_.path();
+  AResult result = SettlePlaces(path, "IF", selection.IFs, std::max(uvx.IFs(), 1), IFs);
+  if (result) result = SettlePlaces(path, "channel", selection.channels, uvx.channels(), channels);
+  if (!result) return result;
   if (uvx.stokes() < 1) return AResult::Fail(from_.path() + ": its records hold no polarisations");
   const std::string first = AStokesItem(0, contents.header().stokes(0)).asShortString();
-  const std::string name = options_.stokes.empty() ? first : options_.stokes;
+  const std::string name = selection.stokes.empty() ? first : selection.stokes.front();
   AStokesMix mix, reverse;
-  if (AResult result = contents.FindPolarisation(name, mix); !result) return result;
+  if (result = contents.FindPolarisation(name, mix); !result) return result;
   const AStokesItem exchanged(0, Exchanged(mix.GetStokesID()));
   std::optional<AStokesMix> back;
   if (contents.FindPolarisation(exchanged.asShortString(), reverse)) back = reverse;
-  const int point = options_.IF * uvx.channels() + options_.channel;
+  const int point = IFs[0] * uvx.channels() + channels[0];
   choice_.emplace(uvx, point, mix, back, options_.mean == MeanKind::Weighted);
   return AResult::Ok();
 }

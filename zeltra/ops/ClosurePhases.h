@@ -13,14 +13,9 @@
 
 namespace zeltra {
 
-struct ClosureOptions : IntervalOptions {
-  /// Number or name of the antenna whose triangles count; empty for all triangles.
-  std::string antenna;
-  /// Short name of the polarisation, stored or formed, as in "RR" or "I"; empty for the first of the file.
-  std::string stokes;
-  int IF = 0;       ///< from 0
-  int channel = 0;  ///< from 0
-};
+/// Of the antennas that are selected the first one counts, whose triangles are formed; of the polarisations, IFs and
+/// channels the first ones, those of the file where none are selected.
+struct ClosureOptions : IntervalOptions {};
 
 /// A closure phase: phase(1-2) + phase(2-3) - phase(1-3) of the mean visibilities of an interval.
 struct AClosurePhase {

@@ -44,16 +44,16 @@ AResult RecordChoice::Open(AUVXInput& from, const CopyOptions& options) {
   dropFlagged_ = options.dropFlagged;
   const AUVXContents& contents = from.contents();
   int number = 0;
-  for (const std::string& name : options.sources) {
+  for (const std::string& name : options.selection.sources) {
     if (AResult result = contents.FindSource(name, number); !result) return result;
     sources_.insert(number);
   }
-  for (const std::string& name : options.antennas) {
+  for (const std::string& name : options.selection.antennas) {
     if (AResult result = contents.FindAntenna(name, number); !result) return result;
     antennas_.insert(number);
   }
-  hasTimes_ = options.start || options.stop;
-  std::optional<ATime> start = options.start, stop = options.stop;
+  hasTimes_ = options.selection.start || options.selection.stop;
+  std::optional<ATime> start = options.selection.start, stop = options.selection.stop;
   if (AResult result = contents.SettleTimes(start, stop); !result) return result;
   start_ = start.value_or(-HUGE_VAL).value - kTimeTolerance;
   stop_ = stop.value_or(HUGE_VAL).value + kTimeTolerance;
@@ -125,7 +125,8 @@ AResult Copier::Run() {
 
 AResult Copier::Create() {
   AUVXHeader header(from_.uvx());
-  AResult result = channels_.Open(from_.path(), header, options_.ifs, options_.channels, options_.stokes);
+  AResult result = channels_.Open(from_.path(), header, options_.selection.IFs, options_.selection.channels,
+                                  options_.selection.stokes);
   if (!result) return result;
   if (result = CheckFrequencies(); !result) return result;
   read_.GrowBy(from_.uvx());
@@ -172,7 +173,7 @@ AResult Copier::CopyTables() {
 AResult Copier::NothingSelected() {
   if (choice_.hasBaseLines()) return from_.NothingSelected();
   std::string names;
-  for (const std::string& name : options_.antennas) names += (names.empty() ? "" : ", ") + name;
+  for (const std::string& name : options_.selection.antennas) names += (names.empty() ? "" : ", ") + name;
   return AResult::Fail(from_.path() + ": no record is selected; there is no baseline between the antennas " + names);
 }
 

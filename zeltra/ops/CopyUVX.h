@@ -3,34 +3,23 @@
 #ifndef ZELTRA_OPS_COPYUVX_H_
 #define ZELTRA_OPS_COPYUVX_H_
 
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
-#include "zeltra/core/Parse.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/UVXSelection.h"
 
 namespace zeltra {
 
-/// What is copied. A list without items selects everything.
+/// What is copied.
 struct CopyOptions : JobOptions {
-  /// Numbers or names of sources.
-  std::vector<std::string> sources;
-  /// Numbers or names of antennas: baselines between two of them are copied.
-  std::vector<std::string> antennas;
-  /// Times between which records are copied, both included, to 0.1 ms.
-  std::optional<ATime> start;
-  std::optional<ATime> stop;
+  /// Channels have to be evenly spaced, and polarisations are those that the file stores.
+  UVXSelection selection;
   /// Whether records are left out that are flagged, or that keep no valid value.
   bool dropFlagged = false;
-  /// IFs and channels, from 0, in any order. Channels have to be evenly spaced.
-  std::vector<int> ifs;
-  std::vector<int> channels;
-  /// Short names of polarisations that the file stores, as in "RR".
-  std::vector<std::string> stokes;
 };
 
 /// What a copy did that a person should know.

@@ -25,8 +25,8 @@ constexpr double kFarDays = 10000;
 // IntervalClock
 
 IntervalClock::IntervalClock(double midnight, const IntervalOptions& options) : midnight_(midnight) {
-  if (options.start) first_ = origin_ = Ticks(options.start->value);
-  if (options.stop) last_ = Ticks(options.stop->value);
+  if (options.selection.start) first_ = origin_ = Ticks(options.selection.start->value);
+  if (options.selection.stop) last_ = Ticks(options.selection.stop->value);
   if (options.interval > 0) length_ = options.interval * kTicksPerSecond;
   // 0.07 s are 700.0000000000001 ticks.
   if (std::fabs(length_ - std::round(length_)) < 1e-9 * length_) length_ = std::round(length_);
@@ -54,7 +54,7 @@ AResult IntervalPlan::Open() {
   }
   if (AResult result = contents_.CheckLists(); !result) return result;
   if (AResult result = FindStreams(); !result) return result;
-  if (AResult result = contents_.SettleTimes(options_.start, options_.stop); !result) return result;
+  if (AResult result = contents_.SettleTimes(options_.selection.start, options_.selection.stop); !result) return result;
   if (AResult result = SetClock(); !result) return result;
   if (AResult result = FindStretches(); !result) return result;
   Cut(Bounds());
@@ -62,17 +62,19 @@ AResult IntervalPlan::Open() {
 }
 
 AResult IntervalPlan::FindStreams() {
-  int source = 0;
-  if (!options_.source.empty()) {
-    if (AResult result = contents_.FindSource(options_.source, source); !result) return result;
+  std::set<int> sources;
+  for (const std::string& name : options_.selection.sources) {
+    int source = 0;
+    if (AResult result = contents_.FindSource(name, source); !result) return result;
+    sources.insert(source);
   }
   std::set<int> setups;
   const AUVXPosition& scans = contents_.scans();
   for (int i = 0; i < scans.count(); ++i) {
     const AUVXPositionItem& scan = scans(i);
-    if (!options_.source.empty() && scan.sourceId != source) continue;
+    if (!sources.empty() && !sources.contains(scan.sourceId)) continue;
     setups.insert(scan.freqId);
-    if (options_.freqSel && scan.freqId != *options_.freqSel) continue;
+    if (options_.selection.freqSel && scan.freqId != *options_.selection.freqSel) continue;
     const int place = static_cast<int>(streams_.size());
     if (places_.emplace(std::pair(scan.sourceId, scan.freqId), place).second) {
       streams_.push_back({scan.sourceId, scan.freqId});
@@ -81,7 +83,7 @@ AResult IntervalPlan::FindStreams() {
   if (!streams_.empty() || scans.count() == 0) return AResult::Ok();
   std::string list;
   for (const int setup : setups) list += (list.empty() ? "" : ", ") + std::to_string(setup);
-  return AResult::Fail(input_.path() + ": no record of frequency setup " + std::to_string(*options_.freqSel) +
+  return AResult::Fail(input_.path() + ": no record of frequency setup " + std::to_string(*options_.selection.freqSel) +
                        "; there are " + list);
 }
 

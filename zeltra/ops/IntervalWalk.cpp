@@ -438,7 +438,7 @@ AResult IntervalWalk::Run(const ValueChoice& choice, Pieces pieces, const Finish
   job.worker = [&] { return std::make_unique<IntervalWorker>(shape); };
   job.take = take;
   if (AResult result = RunParts(job, options); !result) return result;
-  const bool isBounded = options_.start || options_.stop;
+  const bool isBounded = options_.selection.start || options_.selection.stop;
   return isBounded && !hasInterval && !plan_.streams().empty() ? input_.NothingSelected() : AResult::Ok();
 }
 

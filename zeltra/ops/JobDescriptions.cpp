@@ -42,12 +42,20 @@ AJobDescription DescribeClosure() {
       "and setup by itself.");
   job.Input(UVXInputFile());
   DescribeIntervals(job);
-  job.Option("antenna", &ClosureOptions::antenna, "only the triangles through this antenna, a number or a name")
+  job.Option(
+         "antenna", [](ClosureOptions & o) -> auto& { return o.selection.antennas; },
+         "only the triangles through this antenna, a number or a name")
       .Form("N|NAME")
       .Otherwise("all triangles");
-  job.Option("stokes", &ClosureOptions::stokes, "polarisation, as in RR or I").Otherwise("the first one of the file");
-  job.Option("if", &ClosureOptions::IF, "number of the IF, from 0").From(0);
-  job.Option("channel", &ClosureOptions::channel, "number of the channel, from 0").From(0);
+  job.Option(
+         "stokes", [](ClosureOptions & o) -> auto& { return o.selection.stokes; }, "polarisation, as in RR or I")
+      .Otherwise("the first one of the file");
+  job.Option(
+         "if", [](ClosureOptions & o) -> auto& { return o.selection.IFs; }, "number of the IF")
+      .CountedFrom(1);
+  job.Option(
+         "channel", [](ClosureOptions & o) -> auto& { return o.selection.channels; }, "number of the channel")
+      .CountedFrom(1);
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
   job.Column("ant1", "", "number of antenna a, the lowest of the three");
@@ -80,32 +88,44 @@ AJobDescription DescribeCopy() {
       "Frequencies stay right where IFs or channels are left out.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
-  job.Option("source", &CopyOptions::sources, "numbers or names of sources, separated by commas").Otherwise("all");
-  job.Option("antenna", &CopyOptions::antennas,
-             "numbers or names of antennas, separated by commas: the baselines between them")
+  job.Option(
+         "source", [](CopyOptions & o) -> auto& { return o.selection.sources; },
+         "numbers or names of sources, separated by commas")
+      .Otherwise("all");
+  job.Option(
+         "antenna", [](CopyOptions & o) -> auto& { return o.selection.antennas; },
+         "numbers or names of antennas, separated by commas: the baselines between them")
       .Otherwise("all");
   DescribeTimes(job);
   job.Option("drop-flagged", &CopyOptions::dropFlagged,
              "leave out records that are flagged or keep no value with a weight above 0");
-  job.Option("if", &CopyOptions::ifs, "numbers of IFs, from 0, as in 0,2-3").From(0).Otherwise("all");
-  job.Option("channel", &CopyOptions::channels, "numbers of channels, from 0, evenly spaced, as in 8-15")
-      .From(0)
+  job.Option(
+         "if", [](CopyOptions & o) -> auto& { return o.selection.IFs; }, "numbers of IFs, as in 1,3-4")
+      .CountedFrom(1)
       .Otherwise("all");
-  job.Option("stokes", &CopyOptions::stokes, "polarisations, as in RR,LL").Otherwise("all");
+  job.Option(
+         "channel", [](CopyOptions & o) -> auto& { return o.selection.channels; },
+         "numbers of channels, evenly spaced, as in 8-15")
+      .CountedFrom(1)
+      .Otherwise("all");
+  job.Option(
+         "stokes", [](CopyOptions & o) -> auto& { return o.selection.stokes; }, "polarisations, as in RR,LL")
+      .Otherwise("all");
   job.Overwrite();
   return job.Finish();
 }
 
 AJobDescription DescribeUVW() {
-  AJobDescriber<UVWOptions> job("uvw", "Compute u, v, w anew from antennas, source and time",
-                                "Prints how far the new coordinates lie from those in the file: the largest difference "
-                                "of u, v and w and its root "
-                                "mean square, in seconds of light travel time and in metres.");
+  AJobDescriber<JobOptions> job(
+      "uvw", "Compute u, v, w anew from antennas, source and time",
+      "Files do not tell reliably in which frame the positions of their antennas are: both hands, geocentric and local "
+      "axes, "
+      "sources of date and at their equinox are tried, and what gives the file's own u, v, w is taken. Where nothing "
+      "fits "
+      "within 1 % there is no output. Prints how far the new coordinates lie from those in the file: the largest "
+      "difference of u, v and w and its root mean square, in seconds of light travel time and in metres.");
   job.Input(UVXInputFile());
   job.Output(UVXOutputFile());
-  job.Option("rotate", &UVWOptions::rotate,
-             "the antennas' axes are right-handed, or turned to the local meridian; otherwise y points to 90 degrees "
-             "west");
   job.Overwrite();
   return job.Finish();
 }

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "zeltra/core/Text.h"
+#include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/ops/ValueChoiceInternal.h"
 #include "zeltra/uvx/AUVXFreqs.h"
@@ -30,16 +31,17 @@ void Append(AArray<AStokesMix>& list, const AStokesMix& mix) {
 AResult SelectedVisibilities::Select(const UVXSelection& selection, Preference preference) {
   if (AResult result = contents_.CheckLists(); !result) return result;
   if (AResult result = contents_.CheckIndex(input_); !result) return result;
-  if (AResult result = SelectSource(selection.source); !result) return result;
+  if (AResult result = SelectSource(selection.sources); !result) return result;
   if (AResult result = SelectStokes(selection.stokes, preference); !result) return result;
   return SelectFrequencies(selection);
 }
 
-AResult SelectedVisibilities::SelectSource(const std::string& wanted) {
+AResult SelectedVisibilities::SelectSource(const std::vector<std::string>& wanted) {
   const std::vector<int> numbers = contents_.SourceNumbers();
   int number = numbers.empty() ? 0 : numbers.front();
+  if (wanted.size() > 1) return AResult::Fail(input_.path() + ": a single source has to be chosen");
   if (!wanted.empty()) {
-    if (AResult result = contents_.FindSource(wanted, number); !result) return result;
+    if (AResult result = contents_.FindSource(wanted[0], number); !result) return result;
   } else if (numbers.size() > 1) {
     return AResult::Fail(input_.path() + ": one of its sources has to be chosen: " + contents_.SourceList(numbers));
   }
@@ -79,15 +81,10 @@ AResult SelectedVisibilities::SelectStokes(const std::vector<std::string>& wante
 }
 
 AResult SelectedVisibilities::SelectFrequencies(const UVXSelection& selection) {
-  const auto select = [this](const char* what, int wanted, int count, Range& range) {
-    range = wanted < 0 ? Range{0, count} : Range{wanted, wanted + 1};
-    if (wanted < count) return AResult::Ok();
-    return AResult::Fail(input_.path() + ": no " + what + " " + std::to_string(wanted) + "; there are " +
-                         std::to_string(count) + ", numbered from 0");
-  };
-  AUVXFile& uvx = input_.uvx();
-  if (AResult result = select("IF", selection.IF, std::max(uvx.IFs(), 1), IFs_); !result) return result;
-  return select("channel", selection.channel, uvx.channels(), channels_);
+  const AUVXFile& uvx = input_.uvx();
+  const std::string& path = input_.path();
+  AResult result = SettlePlaces(path, "IF", selection.IFs, std::max(uvx.IFs(), 1), IFs_);
+  return result ? SettlePlaces(path, "channel", selection.channels, uvx.channels(), channels_) : result;
 }
 
 // The frequencies of a setup and, of each IF, the width of its channels.
@@ -100,7 +97,7 @@ std::vector<double> SelectedVisibilities::WidthsOf(int setup) const {
   const AUVXFqTbl& setups = contents_.setups();
   std::vector<double> widths;
   // A setup without a row has the frequencies of the first one.
-  for (int i = 0; i < IFs_.end; ++i) {
+  for (int i = 0; i < std::max(input_.uvx().IFs(), 1); ++i) {
     const double width = std::fabs(setups.GetDeltaIFFq(i, std::max(setups.GetFreqSelNum(setup), 0)));
     widths.push_back(std::isfinite(width) ? width : 0);
   }
@@ -158,9 +155,9 @@ void SelectedVisibilities::Visit(const WalkedRecord& record, const Setup& setup,
   const AUVXGroup& group = record.group;
   const AUVXFreqs& frequencies = setup.frequencies;
   SelectedVisibility visibility = {&group, 0, 0, 0, 0, 0, {}};
-  for (int i = IFs_.first; i < IFs_.end; ++i) {
+  for (const int i : IFs_) {
     visibility.width = setup.widths[static_cast<size_t>(i)];
-    for (int c = channels_.first; c < channels_.end; ++c) {
+    for (const int c : channels_) {
       const int point = channels * i + c;
       visibility.frequency = point < frequencies.count() ? frequencies(point) : 0;
       visibility.u = group.u() * visibility.frequency;

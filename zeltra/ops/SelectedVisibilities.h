@@ -11,6 +11,7 @@
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/UVXSelection.h"
 #include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"
@@ -19,14 +20,6 @@ namespace zeltra {
 
 class AUVXFreqs;
 struct WalkedRecord;
-
-/// What is asked for.
-struct UVXSelection {
-  std::string source;               ///< number or name; empty: the only source of the file
-  std::vector<std::string> stokes;  ///< names as in "I" or "RR"; empty: what the job likes best of what there is
-  int IF = -1;                      ///< from 0; negative: all
-  int channel = -1;                 ///< of each IF, from 0; negative: all
-};
 
 /// A visibility with its place in the u, v plane.
 struct SelectedVisibility {
@@ -77,13 +70,9 @@ class ZELTRA_API SelectedVisibilities {
   std::string unit() const;
 
  private:
-  struct Range {
-    int first = 0;
-    int end = 0;
-  };
   struct Setup;
 
-  AResult SelectSource(const std::string& wanted);
+  AResult SelectSource(const std::vector<std::string>& wanted);
   AResult SelectStokes(const std::vector<std::string>& wanted, Preference preference);
   AResult SelectFrequencies(const UVXSelection& selection);
   AResult Find(const std::string& name, AStokesMix& mix) const;
@@ -94,7 +83,7 @@ class ZELTRA_API SelectedVisibilities {
   const AUVXContents& contents_;
   AUVXSourceItem source_;
   AArray<AStokesMix> mixes_;
-  Range IFs_, channels_;
+  std::vector<int> IFs_, channels_;
 };
 
 }  // namespace zeltra

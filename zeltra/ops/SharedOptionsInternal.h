@@ -19,11 +19,14 @@ inline AJobFile UVXOutputFile() {
 /// --start and --stop.
 template <typename Options>
 void DescribeTimes(AJobDescriber<Options>& job) {
-  job.Option("start", &Options::start,
-             "no earlier records; UTC, as in 2020-03-20T07:30:00, a Julian date or a modified one, 07:30 of the "
-             "observation's first day, or +1/07:30 of the next")
+  job.Option(
+         "start", [](Options & o) -> auto& { return o.selection.start; },
+         "no earlier records; UTC, as in 2020-03-20T07:30:00, a Julian date or a modified one, 07:30 of the "
+         "observation's first day, or +1/07:30 of the next")
       .Otherwise("the first record");
-  job.Option("stop", &Options::stop, "no later records; UTC").Otherwise("the last record");
+  job.Option(
+         "stop", [](Options & o) -> auto& { return o.selection.stop; }, "no later records; UTC")
+      .Otherwise("the last record");
 }
 
 /// --interval.
@@ -42,8 +45,13 @@ AJobOption& DescribeInterval(AJobDescriber<Options>& job, Access access) {
 /// What every job over intervals takes.
 template <typename Options>
 void DescribeIntervals(AJobDescriber<Options>& job) {
-  job.Option("source", &Options::source, "number or name of the source").Form("N|NAME").Otherwise("each by itself");
-  job.Option("freqsel", &Options::freqSel, "number of the frequency setup").Otherwise("each by itself");
+  job.Option(
+         "source", [](Options & o) -> auto& { return o.selection.sources; }, "number or name of the source")
+      .Form("N|NAME")
+      .Otherwise("each by itself");
+  job.Option(
+         "freqsel", [](Options & o) -> auto& { return o.selection.freqSel; }, "number of the frequency setup")
+      .Otherwise("each by itself");
   DescribeInterval(job, &Options::interval).Required();
   DescribeTimes(job);
   job.template Choice<bool IntervalOptions::*, bool>(

@@ -48,9 +48,11 @@ AResult ClosurePlot::Run(std::string& svg) {
   const AUVXFreqs frequencies(input_.uvx(), data_.contents().scans().FreqSelForSrc(data_.source().id));
   std::string note = Grouped(survey.count) + " closure phases of " + Grouped(static_cast<int64>(survey.counts.size())) +
                      " triangles with " + AntennaName(data_.contents(), antenna_) + ", IF " +
-                     std::to_string(closure_.IF) + ", channel " + std::to_string(closure_.channel);
+                     std::to_string(closure_.selection.IFs[0] + 1) + ", channel " +
+                     std::to_string(closure_.selection.channels[0] + 1);
   note += closure_.interval > 0 ? ", averages over " + RoundedText(closure_.interval) + " s" : ", every time stamp";
-  svg = chart.Draw(PlotTitle(data_, frequencies(closure_.channel, closure_.IF), *midnight_), note);
+  svg = chart.Draw(PlotTitle(data_, frequencies(closure_.selection.channels[0], closure_.selection.IFs[0]), *midnight_),
+                   note);
   return AResult::Ok();
 }
 
@@ -59,14 +61,14 @@ AResult ClosurePlot::LookUp() {
   if (selection.stokes.size() > 1) return AResult::Fail(input_.path() + ": closure phases are of one polarisation");
   JobOptions& job = closure_;
   job = options_;
-  closure_.source = selection.source;
-  closure_.antenna = options_.antenna;
-  if (!selection.stokes.empty()) closure_.stokes = selection.stokes.front();
-  closure_.IF = std::max(selection.IF, 0);
-  closure_.channel = std::max(selection.channel, 0);
+  closure_.selection = selection;
+  if (!options_.antenna.empty()) closure_.selection.antennas = {options_.antenna};
+  for (std::vector<int>* places : {&closure_.selection.IFs, &closure_.selection.channels}) {
+    if (places->empty()) *places = {0};
+  }
   closure_.interval = options_.interval;
   if (AResult result = SettleClosure(data_, closure_); !result) return result;
-  return data_.contents().FindAntenna(closure_.antenna, antenna_);
+  return data_.contents().FindAntenna(closure_.selection.antennas.front(), antenna_);
 }
 
 AResult ClosurePlot::ForEachPoint(const PlotTaker& take) {
