@@ -276,6 +276,8 @@ class Interop(Case):
         stamps = [np.sum(np.floor((np.arange(5) * 0.0125 + 0.25) * 36) == cell)
                   for cell in np.unique(np.floor((times - synthetic.JD0) * 36))]
         np.testing.assert_array_equal(parameter(header, groups["par"], ("INTTIM",)), np.repeat(30.0 * np.array(stamps), 6))
+        zeltra("copy", path, self.path("part.uvx"), "--if", "2", "--channel", "1,2-3", "--no-sync")
+        self.assertEqual(uvx.File(self.path("part.uvx")).table("HD").column(0)[-1], b"HISTORY zeltra copy --if 2 --channel 1-3")
         zeltra("image", path, self.path("out.map"), "--fits", self.path("out.fits"), "--size", "32", "--cell", "1e3")
         image = fits.getheader(self.path("out.fits"))
         self.assertEqual([image[key] for key in ("OBJECT", "TELESCOP")], [cards[0][1], "VLBA"])

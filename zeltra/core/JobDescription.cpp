@@ -52,14 +52,15 @@ std::string TimeText(const ATime& time) {
   return text;
 }
 
-// Numbers as in 0,4-7.
-std::string ListText(const std::vector<int>& numbers) {
+// Numbers as in 1,4-7.
+/// @param first  of what counts as 0 in the list
+std::string ListText(const std::vector<int>& numbers, int first) {
   std::string text;
   for (size_t i = 0; i < numbers.size();) {
     size_t last = i;
     while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) ++last;
-    text.append(i == 0 ? "" : ",").append(std::to_string(numbers[i]));
-    if (last > i) text.append("-").append(std::to_string(numbers[last]));
+    text.append(i == 0 ? "" : ",").append(std::to_string(numbers[i] + first));
+    if (last > i) text.append("-").append(std::to_string(numbers[last] + first));
     i = last + 1;
   }
   return text;
@@ -82,7 +83,7 @@ struct TextOfTarget {
   }
   std::string operator()(const std::optional<ATime>* time) const { return *time ? TimeText(**time) : ""; }
   std::string operator()(const std::vector<std::string>* words) const { return Joined(*words, ","); }
-  std::string operator()(const std::vector<int>* numbers) const { return ListText(*numbers); }
+  std::string operator()(const std::vector<int>* numbers) const { return ListText(*numbers, option.first); }
 };
 
 }  // namespace
