@@ -19,10 +19,10 @@ ParameterRole RoleOfName(const std::string& name) {
 
 // What a BASELINE parameter tells: subarrays by hundredths, which 32-bit floats round.
 void SplitBaseline(GroupParameters& group) {
-  const double whole = std::floor(group.baseline + 0.005);
-  const bool isBaseline = whole >= 257 && whole < 65536 && std::fmod(whole, 256) != 0;
-  group.antennas = isBaseline ? static_cast<int>(whole) : 0;
-  group.subarray = std::round((group.baseline - whole) * 100) + 1;
+  const double raised = group.baseline + 0.005;
+  const int whole = raised >= 257 && raised < 65536 ? static_cast<int>(raised) : 0;
+  group.antennas = (whole & 0xFF) != 0 ? whole : 0;
+  group.subarray = whole == 0 || whole == group.baseline ? 1 : std::round((group.baseline - whole) * 100) + 1;
 }
 
 void JoinAntennas(GroupParameters& group) {
