@@ -40,6 +40,7 @@ struct KindOfTarget {
   Kind operator()(std::vector<std::string>*) const { return {AOptionKind::TextList, "LIST"}; }
   Kind operator()(std::vector<int>*) const { return {AOptionKind::NumberList, "LIST"}; }
   Kind operator()(const AChoiceTarget&) const { return {AOptionKind::Choice, ""}; }
+  Kind operator()(const AParsedTarget&) const { return {AOptionKind::Text, "TEXT"}; }
 };
 
 std::string TimeText(const ATime& time) {
@@ -84,6 +85,7 @@ struct TextOfTarget {
   std::string operator()(const std::optional<ATime>* time) const { return *time ? TimeText(**time) : ""; }
   std::string operator()(const std::vector<std::string>* words) const { return Joined(*words, ","); }
   std::string operator()(const std::vector<int>* numbers) const { return ListText(*numbers, option.first); }
+  std::string operator()(const AParsedTarget& member) const { return member.text; }
 };
 
 }  // namespace
@@ -131,7 +133,7 @@ AResult AJobOption::Store(const std::string& text, std::uint64_t* number) const 
 }
 
 AResult AJobOption::Store(const std::string& text, double* number) const {
-  if (AResult result = strToVal(text, *number); !result) return result;
+  if (AResult result = strToVal(text, suffixes, *number); !result) return result;
   const double value = *number;
   *number *= scale;
   return CheckRange(text, value);

@@ -19,6 +19,9 @@ struct ImportOptions : JobOptions {
 
   /// The number of the only subarray to import, from 1; 0: all of them, as one list of antennas.
   int subarray = 0;
+  /// Seconds between time stamps from which on a scan ends, whatever their spacing; 0: as AUVXWriter makes scans where
+  /// the file has no list of them.
+  double scanGap = 0;
 };
 
 /// What an import found and did.
@@ -43,8 +46,9 @@ struct ImportSummary {
 /// Where the times of a subarray are ahead by 5 days for each one before it, as AIPS has them, they are set back.
 ///
 /// Groups in time order keep their order; others are sorted by time, then baseline. The output always has the tables
-/// "NX", "FQ", "AN", "SU" and "BL". Values are those of the source bit for bit, random parameters scaled to physical
-/// units, u, v, w in seconds. The output appears under its name only when it is complete.
+/// "NX", "FQ", "AN", "SU" and "BL". An "NX" of the file is kept where it describes the groups as they lie. Values are
+/// those of the source bit for bit, random parameters scaled to physical units, u, v, w in seconds. The output appears
+/// under its name only when it is complete.
 ///
 /// Memory: some MiB whatever the file's size, 16 bytes a group while sorting, and 28 to 42 bytes a scan, at most
 /// AUVXWriter::kMostScans of them; a table of scans that comes with the file is held several times.

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
+#include "zeltra/interchange/ScanGapInternal.h"
 
 namespace zeltra {
 namespace {
@@ -16,6 +17,7 @@ AJobDescription DescribeImport() {
   job.Option("subarray", &ImportOptions::subarray, "import this subarray alone")
       .Range(1, 100)
       .Otherwise("all, as one list of antennas");
+  DescribeScanGap(job);
   job.Threads();
   job.Overwrite();
   return job.Finish();
