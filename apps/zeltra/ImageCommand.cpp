@@ -26,7 +26,7 @@ std::string Summary(const DirtyImage& image) {
   char text[400];
   int used = std::snprintf(
       text, sizeof text, "%lld visibilities of %s, cells of %.4g mas, peak %.4g%s at %.4g mas east, %.4g mas north",
-      static_cast<long long>(image.visibilities), image.stokes.asShortString().c_str(), image.cell / kRadiansPerMas,
+      static_cast<long long>(image.visibilities), image.polarisation.c_str(), image.cell / kRadiansPerMas,
       static_cast<double>(peak.value), unit.c_str(), peak.east / kRadiansPerMas, peak.north / kRadiansPerMas);
   if (image.shape.major > 0) {
     std::snprintf(text + used, sizeof text - static_cast<size_t>(used), ", beam %.4g x %.4g mas at %.1f degrees",
@@ -39,7 +39,7 @@ AResult MakeImage(Arguments& arguments, Session& session) {
   ImageFiles files;
   if (AResult result = files.Create(arguments.names, arguments.from, arguments.options); !result) return result;
   UVXInput input;
-  if (AResult result = input.Open(arguments.from, session); !result) return result;
+  if (AResult result = input.Open(arguments.from, arguments.options.selection, session); !result) return result;
   DirtyImage image;
   if (AResult result = ImageUVX(input, arguments.options, image); !result) return result;
   const std::string& png = arguments.names.picture;

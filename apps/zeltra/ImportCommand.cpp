@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "apps/zeltra/Command.h"
+#include "apps/zeltra/UVXInput.h"
 #include "zeltra/interchange/ImportUVFITS.h"
 
 namespace zeltra::app {
@@ -19,8 +20,7 @@ AResult Import(const Arguments& arguments, Session& session) {
   AResult result = ImportUVFITS(arguments.from, arguments.to, arguments.options, &summary);
   for (const std::string& remark : summary.remarks) session.Note(remark);
   if (result) {
-    session.Report(arguments.to + ": " + std::to_string(summary.records) + " records" +
-                   (summary.sorted ? ", sorted by time" : "") + ", " + std::to_string(summary.tables) + " tables");
+    ReportUVX(session, arguments.to, summary.sorted ? ", sorted by time" : "");
   }
   return result;
 }

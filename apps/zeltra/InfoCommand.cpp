@@ -27,6 +27,7 @@ struct Arguments : JobOptions {
   std::string path;
   bool json = false;
   bool baselines = false;
+  UVXSelection selection;
 };
 
 template <int size>
@@ -389,14 +390,14 @@ std::string Page::SourceName(int id) {
 
 AResult Info(const Arguments& arguments, Session& session) {
   UVXInput input;
-  if (AResult result = input.Open(arguments.path, session); !result) return result;
+  if (AResult result = input.Open(arguments.path, arguments.selection, session); !result) return result;
   const AUVXContents& contents = input.contents();
   for (const std::string& remark : contents.Remarks()) session.Note(remark);
   AUVXFluxes fluxes;
   if (arguments.baselines) {
     const JobOptions options = session.Options();
     SendProgressText(options.progress, "Measuring baselines...");
-    if (AResult result = fluxes.Create(input, options); !result) return result;
+    if (AResult result = fluxes.Create(input, arguments.selection, options); !result) return result;
   }
   StandardOutput out;
   if (arguments.json) {
@@ -412,7 +413,8 @@ AResult Info(const Arguments& arguments, Session& session) {
 AJobDescription DescribeInfo() {
   AJobDescriber<Arguments> job(
       "info", "Tell what a UVX file holds",
-      "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values.");
+      "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values. What is "
+      "selected are the records that --baselines reads.");
   job.Input(UVXInputFile());
   job.Option("json", &Arguments::json,
              "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records numbered "
@@ -420,6 +422,7 @@ AJobDescription DescribeInfo() {
   job.Option("baselines", &Arguments::baselines,
              "read all records for the mean amplitude, its scatter and the number of valid values of every baseline "
              "and polarisation");
+  DescribeSelection(job, {.leftOut = kFrequencies | kStokes, .sources = "all"});
   return job.Finish();
 }
 

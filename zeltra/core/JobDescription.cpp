@@ -35,6 +35,7 @@ struct KindOfTarget {
   Kind operator()(double*) const { return {AOptionKind::Real, "X"}; }
   Kind operator()(std::string*) const { return {AOptionKind::Text, "TEXT"}; }
   Kind operator()(std::optional<ATime>*) const { return {AOptionKind::Time, "TIME"}; }
+  Kind operator()(ARange*) const { return {AOptionKind::Range, "MIN,MAX"}; }
   Kind operator()(std::vector<std::string>*) const { return {AOptionKind::TextList, "LIST"}; }
   Kind operator()(std::vector<int>*) const { return {AOptionKind::NumberList, "LIST"}; }
   Kind operator()(const AChoiceTarget&) const { return {AOptionKind::Choice, ""}; }
@@ -52,7 +53,7 @@ struct TextOfTarget {
   std::string operator()(const AChoiceTarget& choice) const {
     return choice.chosen < option.choices.size() ? option.choices[choice.chosen] : "";
   }
-  // Flags are not set, times and lists are absent.
+  // Flags are not set, times, ranges and lists are absent.
   std::string operator()(const void*) const { return ""; }
 };
 
@@ -114,6 +115,10 @@ AResult AJobOption::Store(const std::string& text, std::string* word) const {
 
 AResult AJobOption::Store(const std::string& text, std::optional<ATime>* time) const {
   return strToTime(text, time->emplace());
+}
+
+AResult AJobOption::Store(const std::string& text, ARange* range) const {
+  return strToRange(text, *range);
 }
 
 AResult AJobOption::Store(const std::string& text, std::vector<std::string>* words) const {

@@ -88,7 +88,7 @@ AResult Imager::SettleCell() {
     longest = std::max(longest, std::hypot(visibility.u, visibility.v));
   });
   if (!result) return result;
-  if (longest < 0) return data_.NothingValid();
+  if (longest < 0) return data_.NothingValid(options_);
   if (longest == 0) return AResult::Fail(from_.path() + ": u and v are 0 everywhere, so a cell has to be named");
   image_.cell = RoundedDown(1 / (kCellsPerFringe * longest));
   return AResult::Ok();
@@ -118,7 +118,7 @@ AResult Imager::FillGrid() {
     highest_ = std::max(highest_, visibility.frequency + visibility.width / 2);
   });
   if (!result || grid_.sumOfWeights() > 0) return result;
-  if (image_.beyond == 0) return data_.NothingValid();
+  if (image_.beyond == 0) return data_.NothingValid(options_);
   return AResult::Fail(from_.path() + ": with cells of " + RoundedNumber(image_.cell / kRadiansPerMas, 4) +
                        " mas no visibility lies on the grid; at most " +
                        RoundedNumber(UVGrid::LargestCell(options_.size, longest) / kRadiansPerMas, 4) +
@@ -134,7 +134,8 @@ void Imager::Describe() {
   image_.dec = position.dec;
   image_.equinox = position.equinox;
   if (const std::string unit = data_.unit(); !unit.empty()) image_.unit = unit + "/beam";
-  image_.stokes = data_.mixes()(0);
+  image_.stokes = data_.polarisations()[0].mix;
+  image_.polarisation = data_.polarisations()[0].name;
   image_.frequency = (lowest_ + highest_) / 2;
   image_.bandwidth = highest_ - lowest_;
   image_.dateObs = header.info.dateObs;

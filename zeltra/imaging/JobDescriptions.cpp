@@ -11,7 +11,7 @@ AJobDescription DescribeImage() {
   using Weighting = ImageOptions::Weighting;
   AJobDescriber<ImageOptions> job(
       "image", "Make the dirty image of a source",
-      "All IFs and channels are used. Images have north up and east to the left; pixel (size / 2, size / 2) is the "
+      "Images have north up and east to the left; pixel (size / 2, size / 2) is the "
       "phase "
       "centre. They are divided by the sum of weights, so that a point source of 1 Jy is 1 Jy/beam.");
   job.Input(UVXInputFile());
@@ -19,14 +19,10 @@ AJobDescription DescribeImage() {
   job.Output({"OUT.fits", "make a FITS image too", "fits", 0, {}});
   job.Output({"OUT.png", "make a picture too", "png", 0, {}});
   job.Output({"BEAM.map", "make a map file of the dirty beam too", "beam", 0, {}});
-  job.Option(
-         "source", [](ImageOptions & o) -> auto& { return o.selection.sources; }, "number or name of the source")
-      .Form("N|NAME")
-      .Otherwise("the only one");
-  job.Option(
-         "stokes", [](ImageOptions & o) -> auto& { return o.selection.stokes; }, "polarisation, as in I or RR")
-      .Form("NAME")
-      .Otherwise("I, or the first one where there is no I");
+  DescribeSelection(job, {.sources = "the only one",
+                          .stokes = "I, or the first one where there is no I",
+                          .isSingle = true,
+                          .isByVisibility = true});
   job.Option("size", &ImageOptions::size, "pixels of a line, and lines").Unit("pixels");
   job.Option("cell", &ImageOptions::cell, "size of a pixel")
       .Unit("mas")

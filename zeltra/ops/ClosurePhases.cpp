@@ -141,7 +141,7 @@ AResult Closer::LookUp() {
 AResult Closer::Run(const ClosureSink& sink) {
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = LookUp(); !result) return result;
-  if (AResult result = walk_.Open(); !result) return result;
+  if (AResult result = walk_.Open(RecordChoice::Antennas); !result) return result;
   SendProgressText(options_.progress, "Forming closure phases...");
   return walk_.Run(
       *choice_, IntervalWalk::Pieces::Whole,

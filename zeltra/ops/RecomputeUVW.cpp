@@ -89,7 +89,7 @@ AResult UVWCopy::CopyRecord(const WalkedRecord& record) {
 
 AResult UVWCopy::Missing(const std::string& what, int number, int record, const char* table) const {
   return AResult::Fail(from_.path() + ": " + what + " " + std::to_string(number) + " of record " +
-                       std::to_string(record) + " is not in its table " + table);
+                       std::to_string(record + 1) + " is not in its table " + table);
 }
 
 AUVXSourceItem& UVWCopy::Apparent(const AUVXGroup& group, int place) {

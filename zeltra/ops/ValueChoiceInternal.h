@@ -6,28 +6,23 @@
 #include <optional>
 #include <vector>
 
+#include "zeltra/ops/PolarisationChoice.h"
 #include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
 
 namespace zeltra {
 
-/// Combine the polarisations of one frequency.
-/// @param values    the stored values of the frequency, `stokes` of them
-/// @param weighted  whether a combination has the inverse of its variance for a weight: (p + q) / 2 has
-///                  4 / (1 / w1 + 1 / w2), p + q has 1 / (1 / w1 + 1 / w2); else the weight of AStokesMix
-/// @return the value; a part that is not finite counts as a flagged zero, and a combination with a flagged part is
-///         flagged: its weight has a minus sign, or is 0
-AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* values, int stokes, bool weighted);
-
-/// Picks from the values of a record those that a job averages: all, combinations of polarisations at all frequencies,
-/// or one combination at one frequency.
+/// Picks from the values of a record those that a job takes: all, some polarisations at some frequencies, or one
+/// combination at one frequency.
 class ValueChoice {
  public:
   /// All values of the records of `uvx`.
   explicit ValueChoice(const AUVXFile& uvx);
-  /// Combinations at every frequency.
-  ValueChoice(const AUVXFile& uvx, const AArray<AStokesMix>& mixes, bool weighted);
+  /// Polarisations at the frequencies of some channels, both ascending from 0, in this order: [IF][channel][polarisation].
+  /// Values that are stored stay as they are.
+  ValueChoice(const AUVXFile& uvx, const std::vector<int>& IFs, const std::vector<int>& channels,
+              std::vector<PolarisationChoice> polarisations, bool weighted);
   /// One combination at one frequency point, of every baseline from its lower antenna to its higher one.
   /// @param reverse  the combination whose complex conjugate `mix` is where the antennas are exchanged, if there is one
   ValueChoice(const AUVXFile& uvx, int point, const AStokesMix& mix, const std::optional<AStokesMix>& reverse,
@@ -47,14 +42,23 @@ class ValueChoice {
   double Weight(const char* stored) const;
 
  private:
+  // Frequencies that follow each other.
+  struct Run {
+    int first, end;
+  };
+
+  void AddPoint(int point);
+  AUVXComplex* PickAll(const AUVXComplex* values, AUVXComplex* to) const;
+  AUVXComplex* PickReverse(const AUVXComplex* values, AUVXComplex* to) const;
+  double WeightOf(const Run& run, const char* stored) const;
+
   int stokes_;  // stored at each frequency
-  int first_ = 0;
-  int points_;  // from first_ on
-  int count_;
+  std::vector<Run> runs_;
+  int count_ = 0;
   bool isSingle_ = false;
   bool weighted_ = false;
-  std::vector<AStokesMix> mixes_;  // none: values as they are stored
-  std::optional<AStokesMix> reverse_;
+  std::vector<PolarisationChoice> polarisations_;  // none: values as they are stored
+  std::optional<PolarisationChoice> reverse_;
 };
 
 }  // namespace zeltra

@@ -62,7 +62,6 @@ AResult ClosurePlot::LookUp() {
   JobOptions& job = closure_;
   job = options_;
   closure_.selection = selection;
-  if (!options_.antenna.empty()) closure_.selection.antennas = {options_.antenna};
   for (std::vector<int>* places : {&closure_.selection.IFs, &closure_.selection.channels}) {
     if (places->empty()) *places = {0};
   }
