@@ -41,7 +41,8 @@ AJobDescription DescribeRecords() {
   job.Column("source", "", "number of the source");
   job.Column("freqsel", "", "number of the frequency setup");
   for (const char* name : {"u", "v", "w"}) job.Column(name, "s", "antenna 1 minus antenna 2, light travel time");
-  job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file", "real part, as in re_1_1_RR; IFs and channels count from 1");
+  job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file",
+             "real part, as in re_1_1_RR; IFs and channels count from 1");
   job.Column("im_IF_CHANNEL_POLARISATION", "unit of the file", "imaginary part");
   job.Column("weight_IF_CHANNEL_POLARISATION", "", "weight; not above 0: flagged");
   return job.Finish();

@@ -18,12 +18,11 @@ struct Arguments {
 
 void AddSimulateCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  AddCommand(app, session, SimulateDescription(), {arguments->options, {&arguments->path}},
-             [arguments, &session] {
-               AResult result = SimulateUVX(arguments->path, arguments->options);
-               if (result) ReportUVX(session, arguments->path);
-               return result;
-             });
+  AddCommand(app, session, SimulateDescription(), {arguments->options, {&arguments->path}}, [arguments, &session] {
+    AResult result = SimulateUVX(arguments->path, arguments->options);
+    if (result) ReportUVX(session, arguments->path);
+    return result;
+  });
 }
 
 }  // namespace zeltra::app

@@ -37,8 +37,8 @@ AResult UVXInput::Open(const std::string& path, const UVXSelection& selection, S
 void ReportVisibilities(Session& session, const std::string& path, AUVXInput& made, const std::string& what,
                         const std::string& of) {
   const AUVXContents& contents = made.contents();
-  const std::string records = of.empty() ? Count(made.uvx().count(), "record")
-                                         : std::to_string(made.uvx().count()) + of + " records";
+  const std::string records =
+      of.empty() ? Count(made.uvx().count(), "record") : std::to_string(made.uvx().count()) + of + " records";
   const int64 sources = std::ssize(contents.SourceNumbers()), tables = std::ssize(contents.tables());
   session.Report(path + ": " + records + (sources > 0 ? " of " + Count(sources, "source") : "") + what + ", " +
                  Count(tables, "table") + SizeOf(path));

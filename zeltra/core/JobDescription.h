@@ -29,8 +29,9 @@ struct AChoiceTarget {
 };
 
 /// The member of a job's options that an option sets. Its type settles how a text becomes a value.
-using AOptionTarget = std::variant<bool*, int*, std::optional<int>*, std::uint64_t*, double*, std::string*,
-                                   std::optional<ATime>*, ARange*, std::vector<std::string>*, std::vector<int>*, AChoiceTarget>;
+using AOptionTarget =
+    std::variant<bool*, int*, std::optional<int>*, std::uint64_t*, double*, std::string*, std::optional<ATime>*,
+                 ARange*, std::vector<std::string>*, std::vector<int>*, AChoiceTarget>;
 
 /// The types of AOptionTarget, for interfaces: a flag needs no value, a list takes several with commas between.
 enum class AOptionKind { Flag, Whole, Real, Text, Time, Range, TextList, NumberList, Choice };

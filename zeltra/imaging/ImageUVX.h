@@ -45,9 +45,9 @@ struct DirtyImage {
   std::string unit;    ///< of the visibilities, "/beam" behind it; empty where they have none
   AStokesMix stokes;
   std::string polarisation;  ///< its name, as in "I" or "PI"
-  double frequency = 0;  ///< middle of the band of the channels used, Hz
-  double bandwidth = 0;  ///< from the lower edge of the lowest of them to the upper edge of the highest, Hz
-  double dateObs = 0;    ///< Julian date of 0 h UTC of the observation date, 0 if unknown
+  double frequency = 0;      ///< middle of the band of the channels used, Hz
+  double bandwidth = 0;      ///< from the lower edge of the lowest of them to the upper edge of the highest, Hz
+  double dateObs = 0;        ///< Julian date of 0 h UTC of the observation date, 0 if unknown
   std::string telescope;
   std::string observer;
   ImageOptions::Weighting weighting = ImageOptions::Natural;

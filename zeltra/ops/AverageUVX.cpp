@@ -48,10 +48,10 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const Val
   IntervalWalk walk(from, options);
   if (AResult result = walk.Open(); !result) return result;
   const AUVXFile& uvx = from.uvx();
-  const ValueChoice choice = IsAll(uvx, options, values)
-                                 ? ValueChoice(uvx)
-                                 : ValueChoice(uvx, values.IFs, values.channels, values.polarisations,
-                                               options.mean == MeanKind::Weighted);
+  const ValueChoice choice =
+      IsAll(uvx, options, values)
+          ? ValueChoice(uvx)
+          : ValueChoice(uvx, values.IFs, values.channels, values.polarisations, options.mean == MeanKind::Weighted);
   SendProgressText(options.progress, "Averaging...");
   return walk.Run(
       choice, IntervalWalk::Pieces::Allowed,

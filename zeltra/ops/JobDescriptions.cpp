@@ -23,13 +23,15 @@ AJobDescription DescribeAverage() {
          "mix", &AverageOptions::mix,
          {{"all", AverageMix::All}, {"rl", AverageMix::Parallel}, {"cross", AverageMix::Cross}},
          "average combinations of polarisations: all that can be formed, the parallel hands (rl) or the cross hands")
+      .Excludes("stokes")
       .Otherwise("the polarisations of the file");
   job.Overwrite();
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
   job.Column("ant1", "", "number of antenna 1");
   job.Column("ant2", "", "number of antenna 2");
-  job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file", "real part of the mean, as in re_1_1_RR; IFs and channels count from 1");
+  job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file",
+             "real part of the mean, as in re_1_1_RR; IFs and channels count from 1");
   job.Column("im_IF_CHANNEL_POLARISATION", "unit of the file", "imaginary part");
   job.Column("weight_IF_CHANNEL_POLARISATION", "", "weight of the mean; not above 0: flagged");
   return job.Finish();

@@ -87,8 +87,8 @@ AResult RecordChoice::FindScans(AUVXInput& input, const UVXSelection& selection)
   std::set<int> sources;
   for (int i = 0; i < scans.count(); ++i) {
     const AUVXPositionItem& scan = scans(i);
-    const bool isOfSource = wantedSources_.empty() ||
-                            std::binary_search(wantedSources_.begin(), wantedSources_.end(), int{scan.sourceId});
+    const bool isOfSource =
+        wantedSources_.empty() || std::binary_search(wantedSources_.begin(), wantedSources_.end(), int{scan.sourceId});
     const size_t place = static_cast<size_t>(i);
     scans_[place] = scans_[place] && isOfSource && freqSel_.value_or(scan.freqId) == scan.freqId;
     if (scans_[place]) sources.insert(scan.sourceId);

@@ -64,7 +64,8 @@ AResult SelectedVisibilities::SelectStokes(const std::vector<std::string>& wante
 
 std::string SelectedVisibilities::PolarisationNames() const {
   std::string names;
-  for (const PolarisationChoice& polarisation : polarisations_) names += (names.empty() ? "" : ", ") + polarisation.name;
+  for (const PolarisationChoice& polarisation : polarisations_)
+    names += (names.empty() ? "" : ", ") + polarisation.name;
   return names;
 }
 

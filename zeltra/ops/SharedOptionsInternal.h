@@ -28,11 +28,11 @@ enum SelectionPart : unsigned {
 
 /// How a command takes a selection.
 struct SelectionForm {
-  unsigned leftOut = 0;                   ///< a sum of SelectionPart
-  std::string sources = "all";            ///< what holds where no source is named
-  std::string stokes = "those stored";    ///< what holds where no polarisation is named
-  bool isSingle = false;                  ///< whether a single source and polarisation are meant
-  bool isByVisibility = false;            ///< whether visibilities are taken one by one, not records whole
+  unsigned leftOut = 0;                 ///< a sum of SelectionPart
+  std::string sources = "all";          ///< what holds where no source is named
+  std::string stokes = "those stored";  ///< what holds where no polarisation is named
+  bool isSingle = false;                ///< whether a single source and polarisation are meant
+  bool isByVisibility = false;          ///< whether visibilities are taken one by one, not records whole
 };
 
 template <typename Options>

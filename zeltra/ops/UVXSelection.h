@@ -11,8 +11,8 @@
 
 namespace zeltra {
 
-/// The records and values that a job takes. A member that is empty asks for everything. Of a source or an antenna a word
-/// of digits is the number, any other the name; `=` before it makes a name of digits too, as in "=0".
+/// The records and values that a job takes. A member that is empty asks for everything. Of a source or an antenna a
+/// word of digits is the number, any other the name; `=` before it makes a name of digits too, as in "=0".
 struct UVXSelection {
   /// Numbers or names.
   std::vector<std::string> sources;

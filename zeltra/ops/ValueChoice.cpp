@@ -16,8 +16,8 @@ int PointsOf(const AUVXFile& uvx) {
   return std::max(uvx.IFs(), 1) * uvx.channels();
 }
 
-// Combine clean values of one frequency. A part that is flagged flags the combination: the weight has a minus sign, or is
-// 0.
+// Combine clean values of one frequency. A part that is flagged flags the combination: the weight has a minus sign, or
+// is 0.
 AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* clean, bool weighted) {
   AUVXComplex value = mix.GetVisible(clean, 0);
   if (!weighted || mix.id == 0) return value;

@@ -19,8 +19,8 @@ class ValueChoice {
  public:
   /// All values of the records of `uvx`.
   explicit ValueChoice(const AUVXFile& uvx);
-  /// Polarisations at the frequencies of some channels, both ascending from 0, in this order: [IF][channel][polarisation].
-  /// Values that are stored stay as they are.
+  /// Polarisations at the frequencies of some channels, both ascending from 0, in this order:
+  /// [IF][channel][polarisation]. Values that are stored stay as they are.
   ValueChoice(const AUVXFile& uvx, const std::vector<int>& IFs, const std::vector<int>& channels,
               std::vector<PolarisationChoice> polarisations, bool weighted);
   /// One combination at one frequency point, of every baseline from its lower antenna to its higher one.

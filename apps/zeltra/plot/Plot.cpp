@@ -50,7 +50,8 @@ std::string PlotTitle(const SelectedVisibilities& data, double frequency, double
   std::snprintf(number, sizeof number, frequency < 1e9 ? "%.5g MHz" : "%.5g GHz",
                 frequency / (frequency < 1e9 ? 1e6 : 1e9));
   std::string title;
-  for (const std::string& part : {PlainText(data.source().Name()), data.PolarisationNames(), std::string(number), DateText(julianDate)}) {
+  for (const std::string& part :
+       {PlainText(data.source().Name()), data.PolarisationNames(), std::string(number), DateText(julianDate)}) {
     if (!part.empty()) title += (title.empty() ? "" : " · ") + part;
   }
   return title;
