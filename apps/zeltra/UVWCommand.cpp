@@ -1,11 +1,11 @@
 // zeltra uvw: a UVX file with its coordinates u, v, w computed anew.
 // SPDX-License-Identifier: MIT
-#include <cmath>
 #include <cstdio>
 #include <memory>
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/UVXInput.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/ops/RecomputeUVW.h"
 
@@ -15,7 +15,7 @@ namespace {
 struct Arguments {
   std::string from;
   std::string to;
-  UVWOptions options;
+  JobOptions options;
 };
 
 AResult PrintDifference(const UVWDifference& difference) {
@@ -42,13 +42,9 @@ AResult Recompute(Arguments& arguments, Session& session) {
   UVWDifference difference;
   AResult result = RecomputeUVW(input, arguments.to, arguments.options, difference);
   if (!result) return result;
-  session.Report(arguments.to + ": new minus old coordinates of " + std::to_string(difference.records) + " records");
-  // Wrong axes are off by the length of baselines, what mean sidereal time leaves out by a thousandth of it.
-  constexpr double kSuspicious = 0.02;
-  if (std::hypot(difference.rms[0], difference.rms[1]) > kSuspicious * difference.longest) {
-    session.Note(std::string("the coordinates differ by the length of baselines: try ") +
-                 (arguments.options.rotate ? "without" : "with") + " --rotate");
-  }
+  session.Report(arguments.to + ": " + difference.frame.Text() + "; new minus old coordinates of " +
+                 std::to_string(difference.records) + " records, " + RoundedNumber(100 * difference.relative, 2) +
+                 " % of their root mean square");
   return PrintDifference(difference);
 }
 

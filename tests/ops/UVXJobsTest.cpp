@@ -13,6 +13,7 @@
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/SimulateUVX.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
@@ -239,22 +240,22 @@ TEST(CopyUVX, GivesAFileWithoutAnIndexOne) {
   EXPECT_EQ(copy.Table("BL")->rows(), 6);
 }
 
-TEST(RecomputeUVW, WritesWhatItMeasures) {
-  Source source(SyntheticUVX().Tables());
-  Made first;
-  TempFile again("uvx");
+TEST(RecomputeUVW, TakesTheFrameThatFits) {
+  TempFile simulated("uvx"), out("uvx");
+  SimulateOptions options;
+  options.minutes = 5;
+  ASSERT_TRUE(SimulateUVX(simulated.path(), options));
+  AUVXInput input;
+  ASSERT_TRUE(input.Open(simulated.path()));
   UVWDifference difference;
-  ASSERT_TRUE(RecomputeUVW(source, first.path(), {}, difference));
-  EXPECT_EQ(difference.records, 6);
-  first.Look();
-  // The builder's u of record 0 is 1999; no baseline is longer than 202 m.
-  EXPECT_LT(difference.longest, 203 / 2.9e8);
-  EXPECT_NEAR(difference.largest[0], 2999, 1);
-  // v is the number of the record: the mean square of 0 to 5.
-  EXPECT_NEAR(difference.rms[1], std::sqrt(55.0 / 6), 1e-5);
-  ASSERT_TRUE(RecomputeUVW(first, again.path(), {}, difference));
-  EXPECT_EQ(difference.largest[0], 0);
-  EXPECT_EQ(difference.largest[2], 0);
+  ASSERT_TRUE(RecomputeUVW(input, out.path(), {}, difference));
+  EXPECT_EQ(difference.records, input.uvx().count());
+  EXPECT_EQ(difference.frame.Text(), "geocentric right-handed antenna positions, sources of date");
+  EXPECT_LT(difference.relative, 1e-7);
+  Source unrelated(SyntheticUVX().Tables());
+  TempFile none("uvx");
+  EXPECT_THAT(Error(RecomputeUVW(unrelated, none.path(), {}, difference)), HasSubstr("do not follow"));
+  EXPECT_FALSE(none.exists());
 }
 
 TEST(RecomputeUVW, NamesWhatIsMissing) {

@@ -95,15 +95,16 @@ AJobDescription DescribeCopy() {
 }
 
 AJobDescription DescribeUVW() {
-  AJobDescriber<UVWOptions> job("uvw", "Compute u, v, w anew from antennas, source and time",
-                                "Prints how far the new coordinates lie from those in the file: the largest difference "
-                                "of u, v and w and its root "
-                                "mean square, in seconds of light travel time and in metres.");
+  AJobDescriber<JobOptions> job(
+      "uvw", "Compute u, v, w anew from antennas, source and time",
+      "Files do not tell reliably in which frame the positions of their antennas are: both hands, geocentric and local "
+      "axes, "
+      "sources of date and at their equinox are tried, and what gives the file's own u, v, w is taken. Where nothing "
+      "fits "
+      "within 1 % there is no output. Prints how far the new coordinates lie from those in the file: the largest "
+      "difference of u, v and w and its root mean square, in seconds of light travel time and in metres.");
   job.Input(UVXInputFile());
   job.Output(UVXOutputFile());
-  job.Option("rotate", &UVWOptions::rotate,
-             "the antennas' axes are right-handed, or turned to the local meridian; otherwise y points to 90 degrees "
-             "west");
   job.Overwrite();
   return job.Finish();
 }

@@ -3,56 +3,33 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
-#include "zeltra/core/Units.h"
-#include "zeltra/numeric/Astrometry.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/RecordWalk.h"
-#include "zeltra/readers/CalculateUVW.h"
+#include "zeltra/ops/UVWModelInternal.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
 
-// Make the apparent coordinates, which are those of the source's epoch, those of the mean equinox of a date.
-void Precess(AUVXSourceItem& source, double julianDate) {
-  const ASkyPosition given = {source.raApp * kRadiansPerDegree, source.decApp * kRadiansPerDegree};
-  const ASkyPosition turned = Precessed(given, JulianDateOfEquinox(std::fabs(source.epoch)), julianDate);
-  source.raApp = turned.ra / kRadiansPerDegree;
-  source.decApp = turned.dec / kRadiansPerDegree;
-}
-
 class UVWCopy {
  public:
-  UVWCopy(AUVXInput& from, const UVWOptions& options, UVWDifference& difference)
-      : from_(from),
-        options_(options),
-        difference_(difference),
-        contents_(from.contents()),
-        antennas_(*from.Table("AN")) {}
+  UVWCopy(AUVXInput& from, const JobOptions& options, UVWDifference& difference)
+      : from_(from), options_(options), difference_(difference), model_(from.contents(), difference.frame) {}
 
   AResult Run(const std::string& to);
 
  private:
   AResult CopyRecord(const WalkedRecord& record);
-  AResult Missing(const std::string& what, int number, int record, const char* table) const;
-  AUVXSourceItem& Apparent(const AUVXGroup& group, int place);
   void Compare(const AUVXGroup& before, const AUVXGroup& after);
   void FinishDifference();
 
-  struct ApparentSource {
-    double day = 0;  // that the coordinates are of
-    AUVXSourceItem item;
-  };
-
   AUVXInput& from_;
-  const UVWOptions& options_;
+  const JobOptions& options_;
   UVWDifference& difference_;
-  const AUVXContents& contents_;
-  AUVXAntenns antennas_;
-  std::map<int, ApparentSource> sources_;
+  UVWModel model_;
+  double given_[3] = {};  // sums of squares of the coordinates in the file
   AUVXWriter writer_;
 };
 
@@ -74,33 +51,13 @@ AResult UVWCopy::Run(const std::string& to) {
 
 AResult UVWCopy::CopyRecord(const WalkedRecord& record) {
   AUVXGroup group = record.group;
-  int places[2];
-  for (int i = 0; i < 2; ++i) {
-    const int antenna = static_cast<uint8_t>(i == 0 ? group.ant1 : group.ant2);
-    places[i] = antennas_.IndexForID(antenna);
-    if (places[i] < 0) return Missing("antenna", antenna, record.index, "AN");
-  }
-  const int source = contents_.sources().IndexForID(group.sourceNo());
-  if (source < 0) return Missing("source", group.sourceNo(), record.index, "SU");
-  CalculateUVW(group, antennas_, places[0], places[1], Apparent(group, source), options_.rotate);
+  AVector uvw = {};
+  if (!model_.Compute(group, uvw)) return model_.Missing(from_.path(), record);
+  group.uu = static_cast<float>(uvw.x);
+  group.vv = static_cast<float>(uvw.y);
+  group.ww = static_cast<float>(uvw.z);
   Compare(record.group, group);
   return writer_.Append(group, record.values);
-}
-
-AResult UVWCopy::Missing(const std::string& what, int number, int record, const char* table) const {
-  return AResult::Fail(from_.path() + ": " + what + " " + std::to_string(number) + " of record " +
-                       std::to_string(record + 1) + " is not in its table " + table);
-}
-
-AUVXSourceItem& UVWCopy::Apparent(const AUVXGroup& group, int place) {
-  ApparentSource& apparent = sources_[group.sourceNo()];
-  const double day = std::floor(group.date);
-  if (apparent.day != day) {
-    apparent.day = day;
-    apparent.item = contents_.sources()(place);
-    if (apparent.item.epoch < 0) Precess(apparent.item, group.date);
-  }
-  return apparent.item;
 }
 
 void UVWCopy::Compare(const AUVXGroup& before, const AUVXGroup& after) {
@@ -112,22 +69,30 @@ void UVWCopy::Compare(const AUVXGroup& before, const AUVXGroup& after) {
     difference_.largest[i] = std::max(difference_.largest[i], std::fabs(distances[i]));
     difference_.rms[i] += distances[i] * distances[i];
   }
-  difference_.longest = std::max(difference_.longest, std::hypot(after.u(), after.v(), after.w()));
+  const double given[] = {before.u(), before.v(), before.w()};
+  for (int i = 0; i < 3; ++i) given_[i] += given[i] * given[i];
 }
 
 void UVWCopy::FinishDifference() {
+  // Some programs leave w at 0.
+  const bool hasW = given_[2] > 0;
+  const double(&squares)[3] = difference_.rms;
+  const double given = given_[0] + given_[1] + given_[2];
+  difference_.relative = std::sqrt((squares[0] + squares[1] + (hasW ? squares[2] : 0)) / given);
   for (double& rms : difference_.rms) rms = difference_.records > 0 ? std::sqrt(rms / difference_.records) : 0;
 }
 
 }  // namespace
 
-AResult RecomputeUVW(AUVXInput& from, const std::string& to, const UVWOptions& options, UVWDifference& difference) {
+AResult RecomputeUVW(AUVXInput& from, const std::string& to, const JobOptions& options, UVWDifference& difference) {
   difference = UVWDifference();
+  if (AResult result = from.contents().CheckLists(); !result) return result;
   if (AResult result = from.CheckTables(); !result) return result;
   if (AResult result = from.CheckRecordSize(); !result) return result;
   for (const char* code : {"AN", "SU"}) {
     if (!from.Table(code)) return AResult::Fail(from.path() + ": has no table " + code);
   }
+  if (AResult result = FindUVWFrame(from, difference.frame); !result) return result;
   return UVWCopy(from, options, difference).Run(to);
 }
 

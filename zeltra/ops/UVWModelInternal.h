@@ -1,0 +1,54 @@
+// The coordinates u, v, w that antennas, sources and times make, by what the file means with its positions.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_UVWMODELINTERNAL_H_
+#define ZELTRA_OPS_UVWMODELINTERNAL_H_
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/numeric/Astrometry.h"
+#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/RecordWalk.h"
+#include "zeltra/uvx/AUVXGroup.h"
+
+namespace zeltra {
+
+/// Projects baselines on the direction of their source (UVWProjection) with the mean sidereal time at Greenwich.
+class UVWModel {
+ public:
+  UVWModel(const AUVXContents& contents, const UVWFrame& frame);
+
+  const UVWFrame& frame() const { return frame_; }
+  /// Compute the coordinates of a record, seconds: antenna 1 minus antenna 2.
+  /// @return false if one of its antennas or its source is not listed
+  bool Compute(const AUVXGroup& group, AVector& uvw);
+  /// The failure of such a record.
+  AResult Missing(const std::string& path, const WalkedRecord& record) const;
+
+ private:
+  struct DatedSource {
+    double day = 0;  // that the position is of
+    ASkyPosition position = {};
+  };
+
+  const ASkyPosition* PositionOf(const AUVXGroup& group);
+
+  const AUVXContents& contents_;
+  const UVWFrame frame_;
+  std::vector<AVector> antennas_;  // by number; seconds, geocentric and right-handed
+  std::vector<bool> isListed_;
+  std::map<int, DatedSource> sources_;
+};
+
+/// Find what the file means with its positions: the frame in which a sample of its records has the coordinates that
+/// stand in them.
+/// @return a failure if none of them fits within a hundredth, or if the file has no coordinates to compare with
+AResult FindUVWFrame(AUVXInput& from, UVWFrame& frame);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_UVWMODELINTERNAL_H_
