@@ -185,7 +185,7 @@ TEST(ImageUVX, TellsWhatCannotBeImaged) {
   EXPECT_THAT(refusal(file, options), HasSubstr("sizes"));
   options.size = 16;
   EXPECT_THAT(refusal(two, options), HasSubstr("1 (SRC1), 2 (SRC2)"));
-  EXPECT_THAT(refusal(flagged, options), HasSubstr("no valid visibility"));
+  EXPECT_THAT(refusal(flagged, options), HasSubstr("all weights in I are 0 or negative"));
   EXPECT_THAT(refusal(bare, options), HasSubstr("NX"));
   options.cell = 1;
   EXPECT_THAT(refusal(file, options), HasSubstr("at most"));

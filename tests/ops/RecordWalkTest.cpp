@@ -18,6 +18,12 @@ using test::SyntheticRecord;
 using test::SyntheticUVX;
 using testing::HasSubstr;
 
+UVXSelection Selection(void (*select)(UVXSelection&)) {
+  UVXSelection selection;
+  select(selection);
+  return selection;
+}
+
 class RecordWalkTest : public testing::Test {
  protected:
   void Open(const SyntheticUVX& builder) {
@@ -56,38 +62,65 @@ TEST_F(RecordWalkTest, ReadsOverShortScansAndPassesLongOnes) {
   for (const int channels : {3, 3000}) {
     Open(Scans(channels));
     EXPECT_THAT(Visited({}), testing::ElementsAre(0, 24));
-    EXPECT_THAT(Visited({.sources = {"2"}}), testing::ElementsAre(3, 6, 9, 12, 15, 18, 21, 24));
-    EXPECT_THAT(Visited({.scans = {2, 0}, .baselines = {"3-1"}}), testing::ElementsAre(1, 2, 7, 8));
+    EXPECT_THAT(Visited(Selection([](UVXSelection& s) { s.sources = {"2"}; })),
+                testing::ElementsAre(3, 6, 9, 12, 15, 18, 21, 24));
+    EXPECT_THAT(Visited(Selection([](UVXSelection& s) {
+                  s.scans = {2, 0}, s.baselines = {"3-1"};
+                })),
+                testing::ElementsAre(1, 2, 7, 8));
   }
 }
 
-// How many of the records are taken, or why none can be.
+// A selection, and how many records it takes, or why it can take none.
 struct Choice {
-  UVXSelection selection;
-  std::string answer;
+  void (*select)(UVXSelection&);
+  const char* answer;
 };
 
 TEST_F(RecordWalkTest, TakesWhatIsSelectedOrTellsWhatThereIs) {
   // u is 1999, 2999, 2998 s on the baselines 1-2, 1-3, 2-3, v below 24 s; the channels are at 1.4, 1.401, 1.402 GHz.
   Open(Scans(3).Edit([](SyntheticRecord& record) { record.source = record.index / 3 % 2 + 1; }));
   const Choice choices[] = {
-      {{}, "24"},
-      {{.antennas = {"1"}}, "16"},
-      {{.antennas = {"ant1", "3"}}, "8"},
-      {{.antennas = {"2"}, .baselines = {"3-1", "3-2"}}, "8"},
-      {{.sources = {"SRC2"}, .scans = {1, 2, 5}}, "6"},
-      {{.uvRange = {2e12, 4e12}}, "16"},
-      {{.channels = {2}, .uvRange = {0, 2999 * 1.4015e9}}, "16"},
-      {{.sources = {"=1"}}, "no record of source =1; there are 1 (SRC1), 2"},
-      {{.scans = {8}}, "no scan 9; there are 8, numbered from 1"},
-      {{.sources = {"2"}, .scans = {0}}, "no record is selected; the scans are 1 of source 1 (SRC1) in setup 1"},
-      {{.baselines = {"1-1"}}, "no baseline between the antennas asked for, there are 1 (ANT1), 2 (ANT2)"},
-      {{.sources = {"2"}, .stop = 2457754.0}, "of source 2 are 2017-01-01 06:00:10.0 to 2017-01-01 06:01:10.0"},
-      {{.uvRange = {0, 1e12}}, "the uv distances are 2.801G to 4.201G wavelengths"}};
-  for (const auto& [selection, answer] : choices) {
+      {[](UVXSelection&) {}, "24"},
+      {[](UVXSelection& s) { s.antennas = {"1"}; }, "16"},
+      {[](UVXSelection& s) {
+         s.antennas = {"ant1", "3"};
+       },
+       "8"},
+      {[](UVXSelection& s) {
+         s.antennas = {"2"}, s.baselines = {"3-1", "3-2"};
+       },
+       "8"},
+      {[](UVXSelection& s) {
+         s.sources = {"2"}, s.scans = {1, 2, 5};
+       },
+       "6"},
+      {[](UVXSelection& s) {
+         s.uvRange = {2e12, 3e12};
+       },
+       "8"},
+      {[](UVXSelection& s) {
+         s.channels = {2}, s.uvRange = {0, 2999 * 1.4021e9};
+       },
+       "24"},
+      {[](UVXSelection& s) {
+         s.channels = {2}, s.uvRange = {0, 2999 * 1.4018e9};
+       },
+       "16"},
+      {[](UVXSelection& s) { s.sources = {"=1"}; }, "no record of source =1; there are 1 (SRC1), 2"},
+      {[](UVXSelection& s) { s.scans = {8}; }, "no scan 9; there are 8, numbered from 1"},
+      {[](UVXSelection& s) { s.sources = {"2"}, s.scans = {0}; }, "the scans are 1 of source 1 (SRC1) in setup 1"},
+      {[](UVXSelection& s) { s.baselines = {"1-1"}; }, "antennas asked for, there are 1 (ANT1), 2 (ANT2)"},
+      {[](UVXSelection& s) { s.sources = {"2"}, s.stop = 2457754.0; },
+       "are 2017-01-01 06:00:10.0 to 2017-01-01 06:01:10.0"},
+      {[](UVXSelection& s) {
+         s.uvRange = {0, 1e12};
+       },
+       "the uv distances are 2801G to 4202G wavelengths"}};
+  for (const auto& [select, answer] : choices) {
     RecordChoice choice;
     int taken = 0;
-    AResult result = choice.Open(input_, selection);
+    AResult result = choice.Open(input_, Selection(select));
     if (result) {
       result = WalkRecords(input_, {}, choice, [&](const WalkedRecord& record) {
         EXPECT_TRUE(choice.Takes(record.group, record.index));

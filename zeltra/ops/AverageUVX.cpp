@@ -41,6 +41,14 @@ bool IsAll(const AUVXFile& uvx, const AverageOptions& options, const ValuesChoic
   return options.mix == AverageMix::Stored && options.selection.stokes.empty() && values.count() == stored;
 }
 
+std::vector<int> PointsOf(const AUVXFile& uvx, const ValuesChoice& values) {
+  std::vector<int> points;
+  for (const int i : values.IFs) {
+    for (const int channel : values.channels) points.push_back(i * uvx.channels() + channel);
+  }
+  return points;
+}
+
 // Hand out averages as records of a UVX file, some at a time.
 AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const ValuesChoice& values,
                        const TakeRecords& take) {
@@ -48,10 +56,10 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const Val
   IntervalWalk walk(from, options);
   if (AResult result = walk.Open(); !result) return result;
   const AUVXFile& uvx = from.uvx();
-  const ValueChoice choice =
-      IsAll(uvx, options, values)
-          ? ValueChoice(uvx)
-          : ValueChoice(uvx, values.IFs, values.channels, values.polarisations, options.mean == MeanKind::Weighted);
+  const bool isWeighted = options.mean == MeanKind::Weighted;
+  const ValueChoice choice = IsAll(uvx, options, values)
+                                 ? ValueChoice(uvx)
+                                 : ValueChoice(uvx, PointsOf(uvx, values), values.polarisations, isWeighted);
   SendProgressText(options.progress, "Averaging...");
   return walk.Run(
       choice, IntervalWalk::Pieces::Allowed,

@@ -134,7 +134,9 @@ AResult Closer::LookUp() {
   std::optional<AStokesMix> back;
   if (contents.FindPolarisation(exchanged.asShortString(), reverse)) back = reverse;
   const int point = IFs[0] * uvx.channels() + channels[0];
-  choice_.emplace(uvx, point, mix, back, options_.mean == MeanKind::Weighted);
+  choice_.emplace(uvx, std::vector<int>{point}, std::vector<PolarisationChoice>{mix},
+                  options_.mean == MeanKind::Weighted);
+  choice_->TurnBaselines({back});
   return AResult::Ok();
 }
 

@@ -16,6 +16,12 @@ int PointsOf(const AUVXFile& uvx) {
   return std::max(uvx.IFs(), 1) * uvx.channels();
 }
 
+// Copy the values of a frequency point from a record, at any address.
+void LoadPoint(const char* stored, int point, int stokes, AUVXComplex* values) {
+  const size_t bytes = static_cast<size_t>(stokes) * sizeof(AUVXComplex);
+  std::memcpy(static_cast<void*>(values), stored + static_cast<size_t>(point) * bytes, bytes);
+}
+
 // Combine clean values of one frequency. A part that is flagged flags the combination: the weight has a minus sign, or
 // is 0.
 AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* clean, bool weighted) {
@@ -43,94 +49,104 @@ AUVXComplex PolarisationChoice::Value(const AUVXComplex* values, int stokes, boo
 }
 
 ValueChoice::ValueChoice(const AUVXFile& uvx)
-    : stokes_(uvx.stokes()), runs_{{0, PointsOf(uvx)}}, count_(PointsOf(uvx) * stokes_) {}
+    : stokes_(uvx.stokes()), count_(PointsOf(uvx) * stokes_), runs_{{0, PointsOf(uvx)}} {}
 
-ValueChoice::ValueChoice(const AUVXFile& uvx, const std::vector<int>& IFs, const std::vector<int>& channels,
-                         std::vector<PolarisationChoice> polarisations, bool weighted)
-    : stokes_(uvx.stokes()), weighted_(weighted), polarisations_(std::move(polarisations)) {
-  for (const int i : IFs) {
-    for (const int channel : channels) AddPoint(i * uvx.channels() + channel);
+ValueChoice::ValueChoice(const AUVXFile& uvx, const std::vector<int>& points, std::vector<PolarisationChoice> mixes,
+                         bool weighted)
+    : stokes_(uvx.stokes()),
+      count_(static_cast<int>(points.size() * mixes.size())),
+      weighted_(weighted),
+      mixes_(std::move(mixes)) {
+  for (const int point : points) {
+    if (!runs_.empty() && runs_.back().first + runs_.back().count == point) {
+      ++runs_.back().count;
+    } else {
+      runs_.push_back({point, 1});
+    }
   }
+  const auto isStored = [](const PolarisationChoice& choice) {
+    return choice.mix.id == 0 && choice.mix.item1.IsPresent();
+  };
+  if (std::all_of(mixes_.begin(), mixes_.end(), isStored)) ListPlaces();
 }
 
-ValueChoice::ValueChoice(const AUVXFile& uvx, int point, const AStokesMix& mix,
-                         const std::optional<AStokesMix>& reverse, bool weighted)
-    : stokes_(uvx.stokes()), isSingle_(true), weighted_(weighted), polarisations_{mix} {
-  if (reverse) reverse_ = *reverse;
-  AddPoint(point);
+void ValueChoice::ListPlaces() {
+  for (const Run& run : runs_) {
+    for (int point = run.first; point < run.first + run.count; ++point) {
+      for (const PolarisationChoice& choice : mixes_) places_.push_back(point * stokes_ + choice.mix.item1.index);
+    }
+  }
+  isOnePiece_ = !places_.empty();
+  for (size_t i = 1; i < places_.size(); ++i) isOnePiece_ &= places_[i] == places_[i - 1] + 1;
 }
 
-void ValueChoice::AddPoint(int point) {
-  if (!runs_.empty() && runs_.back().end == point) {
-    runs_.back().end = point + 1;
-  } else {
-    runs_.push_back({point, point + 1});
-  }
-  count_ += static_cast<int>(polarisations_.size());
+void ValueChoice::TurnBaselines(std::vector<std::optional<PolarisationChoice>> reverse) {
+  isTurned_ = true;
+  reverse_ = std::move(reverse);
 }
 
 const char* ValueChoice::Pick(AUVXGroup& group, const char* stored, AUVXComplex* room) const {
-  if (polarisations_.empty()) return stored;
-  const size_t bytes = static_cast<size_t>(stokes_) * sizeof(AUVXComplex);
-  const AStokesMix& first = polarisations_[0].mix;
-  if (isSingle_ && group.ant1 <= group.ant2 && first.id == 0) {
-    return stored + static_cast<size_t>(runs_[0].first) * bytes +
-           static_cast<size_t>(first.item1.index) * sizeof(AUVXComplex);
-  }
-  const bool isReversed = isSingle_ && group.ant1 > group.ant2;
-  if (isReversed) std::swap(group.ant1, group.ant2);
-  AUVXComplex values[AUVXStokes::kLargestCount];
-  AUVXComplex* to = room;
-  for (const Run& run : runs_) {
-    for (int point = run.first; point < run.end; ++point) {
-      std::memcpy(static_cast<void*>(values), stored + static_cast<size_t>(point) * bytes, bytes);
-      to = isReversed ? PickReverse(values, to) : PickAll(values, to);
+  if (mixes_.empty()) return stored;
+  constexpr size_t kBytes = sizeof(AUVXComplex);
+  if (isTurned_ && group.ant1 > group.ant2) {
+    std::swap(group.ant1, group.ant2);
+    PickReversed(stored, room);
+  } else if (isOnePiece_) {
+    return stored + static_cast<size_t>(places_[0]) * kBytes;
+  } else if (!places_.empty()) {
+    for (size_t i = 0; i < places_.size(); ++i) {
+      std::memcpy(static_cast<void*>(room + i), stored + static_cast<size_t>(places_[i]) * kBytes, kBytes);
+    }
+  } else {
+    AUVXComplex values[AUVXStokes::kLargestCount];
+    AUVXComplex* to = room;
+    for (const Run& run : runs_) {
+      for (int point = run.first; point < run.first + run.count; ++point) {
+        LoadPoint(stored, point, stokes_, values);
+        for (const PolarisationChoice& choice : mixes_) *to++ = choice.Value(values, stokes_, weighted_);
+      }
     }
   }
   return reinterpret_cast<const char*>(room);
 }
 
-AUVXComplex* ValueChoice::PickAll(const AUVXComplex* values, AUVXComplex* to) const {
-  for (const PolarisationChoice& polarisation : polarisations_) {
-    const AStokesMix& mix = polarisation.mix;
-    *to++ = mix.id == 0 ? values[mix.item1.index] : polarisation.Value(values, stokes_, weighted_);
+void ValueChoice::PickReversed(const char* stored, AUVXComplex* to) const {
+  AUVXComplex values[AUVXStokes::kLargestCount];
+  for (const Run& run : runs_) {
+    for (int point = run.first; point < run.first + run.count; ++point) {
+      LoadPoint(stored, point, stokes_, values);
+      for (const std::optional<PolarisationChoice>& choice : reverse_) {
+        *to = choice ? choice->Value(values, stokes_, weighted_) : AUVXComplex(0, 0, 0);
+        to->im = -to->im;
+        ++to;
+      }
+    }
   }
-  return to;
-}
-
-AUVXComplex* ValueChoice::PickReverse(const AUVXComplex* values, AUVXComplex* to) const {
-  *to = reverse_ ? reverse_->Value(values, stokes_, weighted_) : AUVXComplex(0, 0, 0);
-  to->im = -to->im;
-  return to + 1;
 }
 
 double ValueChoice::Weight(const char* stored) const {
-  double sum = 0;
-  for (const Run& run : runs_) sum += WeightOf(run, stored);
-  return sum;
-}
-
-double ValueChoice::WeightOf(const Run& run, const char* stored) const {
   constexpr float kLargest = std::numeric_limits<float>::max();
   constexpr int kBytes = sizeof(AUVXComplex);
-  int left = (run.end - run.first) * stokes_;
-  const char* from = stored + int64{run.first} * stokes_ * kBytes;
   // Four sums side by side, added in a fixed order at the end.
   const Float4 none = {};
   Double2 low = {}, high = {};
-  for (; left >= 4; left -= 4, from += 4 * kBytes) {
-    Float4 weights = LoadWeights(from);
-    weights = Select((weights > none) & (weights <= All<Float4>(kLargest)), weights, none);
-    low = low + Convert<Double2>(Shuffle<0, 1>(weights, weights));
-    high = high + Convert<Double2>(Shuffle<2, 3>(weights, weights));
+  double rest = 0;
+  for (const Run& run : runs_) {
+    int left = run.count * stokes_;
+    const char* from = stored + int64{run.first} * stokes_ * kBytes;
+    for (; left >= 4; left -= 4, from += 4 * kBytes) {
+      Float4 weights = LoadWeights(from);
+      weights = Select((weights > none) & (weights <= All<Float4>(kLargest)), weights, none);
+      low = low + Convert<Double2>(Shuffle<0, 1>(weights, weights));
+      high = high + Convert<Double2>(Shuffle<2, 3>(weights, weights));
+    }
+    for (; left > 0; --left, from += kBytes) {
+      AUVXComplex value;
+      std::memcpy(static_cast<void*>(&value), from, sizeof value);
+      if (value.weight > 0 && value.weight <= kLargest) rest += double{value.weight};
+    }
   }
-  double sum = (low[0] + low[1]) + (high[0] + high[1]);
-  for (; left > 0; --left, from += kBytes) {
-    AUVXComplex value;
-    std::memcpy(static_cast<void*>(&value), from, sizeof value);
-    if (value.weight > 0 && value.weight <= kLargest) sum += double{value.weight};
-  }
-  return sum;
+  return (low[0] + low[1]) + (high[0] + high[1]) + rest;
 }
 
 }  // namespace zeltra
