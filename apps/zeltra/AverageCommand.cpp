@@ -82,16 +82,24 @@ void NoteNoAxis(UVXInput& input, const AverageOptions& options, Session& session
   }
 }
 
-AResult RunAverage(Arguments& arguments, Session& session) {
-  UVXInput input;
-  if (AResult result = input.Open(arguments.path, arguments.options.selection, session); !result) return result;
-  if (arguments.output.empty()) return PrintAverages(input, arguments, session);
+AResult AverageIntoFile(UVXInput& input, const Arguments& arguments, Session& session) {
   NoteNoAxis(input, arguments.options, session);
   CopySummary summary;
   AResult result = AverageUVX(input, arguments.output, arguments.options, &summary);
   for (const std::string& remark : summary.remarks) session.Note(remark);
-  if (result) ReportUVX(session, arguments.output);
   return result;
+}
+
+AResult RunAverage(Arguments& arguments, Session& session) {
+  // The lists of the input go before those of the output come: either may have millions of scans.
+  {
+    UVXInput input;
+    if (AResult result = input.Open(arguments.path, arguments.options.selection, session); !result) return result;
+    if (arguments.output.empty()) return PrintAverages(input, arguments, session);
+    if (AResult result = AverageIntoFile(input, arguments, session); !result) return result;
+  }
+  ReportUVX(session, arguments.output);
+  return AResult::Ok();
 }
 
 }  // namespace
