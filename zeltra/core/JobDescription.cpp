@@ -39,6 +39,7 @@ struct KindOfTarget {
   Kind operator()(std::vector<std::string>*) const { return {AOptionKind::TextList, "LIST"}; }
   Kind operator()(std::vector<int>*) const { return {AOptionKind::NumberList, "LIST"}; }
   Kind operator()(const AChoiceTarget&) const { return {AOptionKind::Choice, ""}; }
+  Kind operator()(const AParsedTarget&) const { return {AOptionKind::Text, "TEXT"}; }
 };
 
 // The text of a member as it is.
@@ -53,6 +54,7 @@ struct TextOfTarget {
   std::string operator()(const AChoiceTarget& choice) const {
     return choice.chosen < option.choices.size() ? option.choices[choice.chosen] : "";
   }
+  std::string operator()(const AParsedTarget& member) const { return member.text; }
   // Flags are not set, times, ranges and lists are absent.
   std::string operator()(const void*) const { return ""; }
 };
@@ -102,7 +104,7 @@ AResult AJobOption::Store(const std::string& text, std::uint64_t* number) const 
 }
 
 AResult AJobOption::Store(const std::string& text, double* number) const {
-  if (AResult result = strToVal(text, *number); !result) return result;
+  if (AResult result = strToVal(text, suffixes, *number); !result) return result;
   const double value = *number;
   *number *= scale;
   return CheckRange(text, value);

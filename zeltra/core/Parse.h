@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,6 +23,16 @@ ZELTRA_API AResult strToVal(std::string_view text, double& value);
 /// Read a whole number.
 ZELTRA_API AResult strToVal(std::string_view text, int& value);
 ZELTRA_API AResult strToVal(std::string_view text, std::uint64_t& value);
+
+/// A text that may follow a number, and what it multiplies it by.
+struct ASuffix {
+  std::string_view text;
+  double factor;
+};
+inline constexpr ASuffix kThousands[] = {{"k", 1e3}, {"M", 1e6}, {"G", 1e9}};
+
+/// Read a finite decimal number that one of `suffixes` may follow.
+ZELTRA_API AResult strToVal(std::string_view text, std::span<const ASuffix> suffixes, double& value);
 
 /// Whether `text` is a decimal number without an exponent: digits with at most one point, a sign before them allowed.
 ZELTRA_API bool IsSimpleFloatParse(std::string_view text);
@@ -55,7 +66,7 @@ struct ATime {
   double JulianDate(double dateObs) const { return isRelative ? dateObs + value : value; }
 };
 
-/// Read a time, UTC, in the years 1 to 9999:
+/// Read a time, in whatever time scale, in the years 1 to 9999:
 ///   - `2020-03-20`, `2020-03-20T07:30`, `2020-03-20T07:30:00.5`, a blank for the T and a Z at the end allowed;
 ///   - a number: a Julian date, or below 1e6 a modified one (MJD);
 ///   - a time of day alone, of the observation's first day; `+1/07:30` is one of the day after it.

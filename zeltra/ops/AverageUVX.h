@@ -52,8 +52,8 @@ using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& valu
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink);
 
-/// Average into a UVX file with the tables of `from`; index and baseline list are made anew. Where IFs or channels are
-/// left out frequencies stay right, as in CopyUVX.
+/// Average into a UVX file with the tables of `from`: its scans as far as they have averages, its baseline list made
+/// anew. Where IFs or channels are left out frequencies stay right, as in CopyUVX.
 /// @param summary  may be null
 /// @return a failure also for more than 8 polarisations, before anything is read
 ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options,

@@ -7,6 +7,7 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/KeptScansInternal.h"
 #include "zeltra/ops/RecordChoice.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXWriter.h"
@@ -39,6 +40,7 @@ class Copier {
   ChannelSelection channels_;
   AUVXVisibility read_, kept_;
   AUVXWriter writer_;
+  std::optional<KeptScans> scans_;
 };
 
 AResult Copier::Run() {
@@ -46,6 +48,7 @@ AResult Copier::Run() {
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = choice_.Open(from_, options_.selection); !result) return result;
   if (AResult result = Create(); !result) return result;
+  scans_.emplace(from_, writer_, options_.scanGap);
   SendProgressText(options_.progress, "Copying...");
   AResult copied = AResult::Ok();
   AResult result = WalkRecords(from_, options_, 0, from_.uvx().count(), [&](const WalkedRecord& record) {
@@ -78,6 +81,7 @@ AResult Copier::Create() {
 AResult Copier::CopyRecord(const WalkedRecord& record) {
   if (!choice_.Takes(record.group, record.index)) return AResult::Ok();
   if (options_.dropFlagged && record.group.flag != 0) return AResult::Ok();
+  scans_->Enter(record.index);
   if (channels_.IsWhole() && !options_.dropFlagged) return writer_.Append(record.group, record.values);
   std::copy_n(record.values, read_.count(), read_.lpArray());
   if (!channels_.IsWhole()) channels_.Pick(read_, kept_);
@@ -92,6 +96,7 @@ AResult Copier::CopyTables() {
     channels_.ReduceOrTell(table, others);
   });
   if (!others.empty()) summary_.remarks.push_back(ChannelSelection::RemarkOn(others));
+  if (const std::string remark = scans_->Remark(); !remark.empty()) summary_.remarks.push_back(remark);
   return result;
 }
 
