@@ -29,7 +29,7 @@ void Combine(AUVXInput& input) {
   loops.baseline = "1-2";
   std::vector<AChain> chains;
   (void)FindClosedLoops(input, loops, chains);
-  (void)AUVXFluxes().Create(input, {});
+  (void)AUVXFluxes().Create(input, {}, {});
 }
 
 void Rewrite(AUVXInput& input, const std::string& to) {
@@ -37,7 +37,7 @@ void Rewrite(AUVXInput& input, const std::string& to) {
   copy.overwrite = true;
   copy.sync = false;
   (void)CopyUVX(input, to, copy, nullptr);
-  copy.channels = {0};
+  copy.selection.channels = {0};
   copy.dropFlagged = true;
   (void)CopyUVX(input, to, copy, nullptr);
   AverageOptions average;

@@ -6,6 +6,7 @@
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/IntervalArguments.h"
 #include "apps/zeltra/UVXInput.h"
+#include "apps/zeltra/ValueColumns.h"
 #include "zeltra/ops/AverageUVX.h"
 
 namespace zeltra::app {
@@ -23,14 +24,9 @@ struct Arguments {
   AverageOptions options;
 };
 
-std::vector<PrintedColumn> Columns(const AUVXFile& uvx, int polarisations, int shown, TableFormat format) {
+std::vector<PrintedColumn> Columns(const ValuesChoice& values, int shown, TableFormat format) {
   std::vector<PrintedColumn> columns = PrintedColumns(AverageDescription(), format, 3);
-  for (int value = 0; value < shown; ++value) {
-    const int point = value / polarisations;
-    const std::string place = "_" + std::to_string(point / uvx.channels()) + "_" +
-                              std::to_string(point % uvx.channels()) + "_" + std::to_string(value % polarisations);
-    for (const char* part : {"re", "im", "weight"}) columns.push_back({part + place});
-  }
+  AppendValueColumns(values, shown, columns);
   return columns;
 }
 
@@ -39,20 +35,14 @@ void PrintAverage(TablePrinter& printer, TableFormat format, const AUVXGroup& gr
   PrintTime(printer, format, group.date);
   printer.Integer(static_cast<uint8_t>(group.ant1));
   printer.Integer(static_cast<uint8_t>(group.ant2));
-  for (int i = 0; i < shown; ++i) {
-    const AUVXComplex& value = values.lpArray()[i];
-    printer.Real(value.re);
-    printer.Real(value.im);
-    printer.Real(value.weight);
-  }
+  for (int i = 0; i < shown; ++i) PrintValue(printer, values.lpArray()[i]);
   printer.EndRow();
 }
 
 AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& session) {
-  AArray<AStokesMix> mix;
-  if (AResult result = AveragedPolarisations(input, arguments.options.mix, mix); !result) return result;
-  AUVXFile& uvx = input.uvx();
-  const int64 values = int64{std::max(uvx.IFs(), 1)} * uvx.channels() * mix.count();
+  ValuesChoice averaged;
+  if (AResult result = FindAveragedValues(input, arguments.options, averaged); !result) return result;
+  const int64 values = averaged.count();
   if (values > kMostValues) {
     return AResult::Fail(arguments.path + ": averages of " + std::to_string(values) +
                          " values do not fit a table, -o writes a UVX file");
@@ -60,10 +50,13 @@ AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& sess
   const int all = static_cast<int>(values);
   const int shown = arguments.format == TableFormat::Text ? std::min(all, kShownValues) : all;
   NoteSources(input, arguments.options.selection, session);
+  bool isValid = false;
   StandardOutput out;
-  TablePrinter printer(out, arguments.format, Columns(uvx, mix.count(), shown, arguments.format));
+  TablePrinter printer(out, arguments.format, Columns(averaged, shown, arguments.format));
   AResult result = Average(input, arguments.options, [&](AUVXGroup& group, AUVXVisibility& average) {
     PrintAverage(printer, arguments.format, group, average, shown);
+    const AUVXComplex* first = average.lpArray();
+    isValid = isValid || std::any_of(first, first + all, [](const AUVXComplex& value) { return value.weight > 0; });
     return out.good() ? AResult::Ok() : out.Flush();
   });
   if (!result) return result;
@@ -73,19 +66,40 @@ AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& sess
     session.Report("the first " + std::to_string(shown) + " of " + std::to_string(all) +
                    " values are shown, --csv prints them all");
   }
-  if (result && arguments.options.mix != AverageMix::Stored) {
-    std::string names;
-    for (int i = 0; i < mix.count(); ++i) names += (i == 0 ? "" : ", ") + std::to_string(i) + " " + mix(i).asString();
-    session.Report("polarisations: " + names);
+  if (result && !isValid) session.Note("all weights are 0 or negative");
+  return result;
+}
+
+// Tell that the polarisations have no place in UV FITS, whose codes are evenly spaced.
+void NoteNoAxis(UVXInput& input, const AverageOptions& options, Session& session) {
+  ValuesChoice values;
+  if (!FindAveragedValues(input, options, values)) return;
+  const auto code = [&](size_t i) { return values.polarisations[i].mix.GetStokesID(); };
+  for (size_t i = 2; i < values.polarisations.size(); ++i) {
+    if (code(i) - code(i - 1) == code(1) - code(0)) continue;
+    session.Note("no UV FITS file holds these polarisations side by side, so the output cannot be exported as it is");
+    return;
   }
+}
+
+AResult AverageIntoFile(UVXInput& input, const Arguments& arguments, Session& session) {
+  NoteNoAxis(input, arguments.options, session);
+  CopySummary summary;
+  AResult result = AverageUVX(input, arguments.output, arguments.options, &summary);
+  for (const std::string& remark : summary.remarks) session.Note(remark);
   return result;
 }
 
 AResult RunAverage(Arguments& arguments, Session& session) {
-  UVXInput input;
-  if (AResult result = input.Open(arguments.path, session); !result) return result;
-  if (arguments.output.empty()) return input.Settle(PrintAverages(input, arguments, session));
-  return AverageUVX(input, arguments.output, arguments.options);
+  // The lists of the input go before those of the output come: either may have millions of scans.
+  {
+    UVXInput input;
+    if (AResult result = input.Open(arguments.path, arguments.options.selection, session); !result) return result;
+    if (arguments.output.empty()) return input.Settle(PrintAverages(input, arguments, session));
+    if (AResult result = AverageIntoFile(input, arguments, session); !result) return result;
+  }
+  ReportUVX(session, arguments.output);
+  return AResult::Ok();
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ void PrintClosure(TablePrinter& printer, const Arguments& arguments, const AClos
 
 AResult PrintClosures(Arguments& arguments, Session& session) {
   UVXInput input;
-  if (AResult result = input.Open(arguments.path, session); !result) return result;
+  if (AResult result = input.Open(arguments.path, arguments.options.selection, session); !result) return result;
   NoteSources(input, arguments.options.selection, session);
   StandardOutput out;
   TablePrinter printer(out, arguments.format, Columns(arguments));

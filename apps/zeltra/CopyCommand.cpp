@@ -17,14 +17,11 @@ struct Arguments {
 
 AResult Copy(Arguments& arguments, Session& session) {
   UVXInput input;
-  if (AResult result = input.Open(arguments.from, session); !result) return result;
+  if (AResult result = input.Open(arguments.from, arguments.options.selection, session); !result) return result;
   CopySummary summary;
   AResult result = CopyUVX(input, arguments.to, arguments.options, &summary);
   for (const std::string& remark : summary.remarks) session.Note(remark);
-  if (result) {
-    session.Report(arguments.to + ": " + std::to_string(summary.records) + " of " +
-                   std::to_string(input.uvx().count()) + " records");
-  }
+  if (result) ReportUVX(session, arguments.to, "", " of " + std::to_string(input.uvx().count()));
   return result;
 }
 

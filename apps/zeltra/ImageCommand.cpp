@@ -53,7 +53,7 @@ std::string Summary(const DirtyImage& image) {
   const auto value = [&](double number) {
     return RoundedNumber(number, 4) + (image.unit.empty() ? "" : " " + image.unit);
   };
-  return std::to_string(image.visibilities) + " visibilities of " + image.stokes.asShortString() + ", cells of " +
+  return std::to_string(image.visibilities) + " visibilities of " + image.polarisation + ", cells of " +
          AngleText(image.cell) + ", peak " + value(peak.value) + " at " + PlaceText(peak, image.cell) +
          (image.shape.major > 0 ? ", beam " + BeamText(image.shape) : ", no beam") + ", thermal noise " +
          value(image.noise) + ", rms of the map " + value(image.rms);
@@ -66,7 +66,7 @@ AResult MakeImage(Arguments& arguments, Session& session) {
   ImageFiles files;
   if (AResult result = files.Create(arguments.names, arguments.from, arguments.options); !result) return result;
   UVXInput input;
-  if (AResult result = input.Open(arguments.from, session); !result) return result;
+  if (AResult result = input.Open(arguments.from, arguments.options.selection, session); !result) return result;
   DirtyImage image;
   if (AResult result = ImageUVX(input, arguments.options, image); !result) return result;
   const std::string& png = arguments.names.picture;

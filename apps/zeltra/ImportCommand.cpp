@@ -4,6 +4,7 @@
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/Gunzip.h"
+#include "apps/zeltra/UVXInput.h"
 #include "zeltra/interchange/ImportUVFITS.h"
 
 namespace zeltra::app {
@@ -26,8 +27,7 @@ AResult Import(const Arguments& arguments, Session& session) {
   }
   for (const std::string& remark : summary.remarks) session.Note(remark);
   if (result) {
-    session.Report(arguments.to + ": " + std::to_string(summary.records) + " records" +
-                   (summary.sorted ? ", sorted by time" : "") + ", " + std::to_string(summary.tables) + " tables");
+    ReportUVX(session, arguments.to, summary.sorted ? ", sorted by time" : "");
   }
   return result;
 }

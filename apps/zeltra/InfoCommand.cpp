@@ -29,6 +29,7 @@ struct Arguments : JobOptions {
   std::string path;
   bool json = false;
   bool baselines = false;
+  UVXSelection selection;
 };
 
 template <int size>
@@ -406,7 +407,7 @@ std::string Page::SourceName(int id) {
 
 AResult Info(const Arguments& arguments, Session& session) {
   UVXInput input;
-  if (AResult result = input.Open(arguments.path, session); !result) return result;
+  if (AResult result = input.Open(arguments.path, arguments.selection, session); !result) return result;
   const AUVXContents& contents = input.contents();
   if (AResult result = input.Check(); !result) return result;
   for (const std::string& remark : contents.Remarks()) session.Note(remark);
@@ -414,7 +415,7 @@ AResult Info(const Arguments& arguments, Session& session) {
   if (arguments.baselines) {
     const JobOptions options = session.Options();
     SendProgressText(options.progress, "Measuring baselines...");
-    if (AResult result = fluxes.Create(input, options); !result) return result;
+    if (AResult result = fluxes.Create(input, arguments.selection, options); !result) return result;
   }
   const bool isIndexTimed = arguments.json && contents.scans().count() > kMostTimedScans;
   if (isIndexTimed) session.Note("the times of the scans, which are many, are those of the index");
@@ -435,7 +436,8 @@ AResult Info(const Arguments& arguments, Session& session) {
 AJobDescription DescribeInfo() {
   AJobDescriber<Arguments> job(
       "info", "Tell what a UVX file holds",
-      "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values.");
+      "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values. What is "
+      "selected are the records that --baselines reads.");
   job.Input(UVXInputFile());
   job.Option(
       "json", &Arguments::json,
@@ -444,6 +446,7 @@ AJobDescription DescribeInfo() {
   job.Option("baselines", &Arguments::baselines,
              "read all records for the mean amplitude, its scatter and the number of valid values of every baseline "
              "and polarisation");
+  DescribeSelection(job, {.leftOut = kFrequencies | kStokes, .sources = "all"});
   return job.Finish();
 }
 

@@ -4,14 +4,16 @@
 #include "apps/zeltra/UVXInput.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/RecordChoice.h"
 
 namespace zeltra::app {
+
 void NoteSources(UVXInput& input, const UVXSelection& chosen, Session& session) {
   if (!chosen.sources.empty()) return;
-  const AUVXContents& contents = input.contents();
-  const std::vector<int> numbers = contents.SourceNumbers();
-  if (numbers.size() < 2) return;
-  session.Note("lines of several sources follow each other, --source chooses one: " + contents.SourceList(numbers));
+  RecordChoice choice;
+  if (!choice.Open(input, chosen) || choice.sources().size() < 2) return;
+  session.Note("lines of several sources follow each other, --source chooses one: " +
+               input.contents().SourceList(choice.sources()));
 }
 
 void PrintTime(TablePrinter& printer, TableFormat format, double julianDate) {

@@ -16,7 +16,7 @@ struct Arguments {
 
 AResult PrintLoops(const Arguments& arguments, Session& session) {
   UVXInput input;
-  if (AResult result = input.Open(arguments.path, session); !result) return result;
+  if (AResult result = input.Open(arguments.path, arguments.options.selection, session); !result) return result;
   std::vector<AChain> chains;
   if (AResult result = FindClosedLoops(input, arguments.options, chains); !result) return result;
   StandardOutput out;

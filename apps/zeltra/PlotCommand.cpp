@@ -33,7 +33,7 @@ AResult Plot(Arguments& arguments, Session& session) {
   }
   PlotOptions& options = arguments.options;
   UVXInput input;
-  if (AResult result = input.Open(arguments.from, session); !result) return result;
+  if (AResult result = input.Open(arguments.from, options.selection, session); !result) return result;
   std::string picture;
   AResult result = options.kind == PlotKind::Closure ? PlotClosure(input, options, picture)
                                                      : PlotVisibilities(input, options, picture);
@@ -60,24 +60,10 @@ AJobDescription DescribePlot() {
                                                 "what to draw: uv, amplitude, phase or closure")
       .Form("KIND")
       .Word();
+  DescribeSelection(job, {.sources = "the only one", .stokes = "the parallel hands", .isByVisibility = true});
   job.Option(
-         "source", [](PlotOptions & o) -> auto& { return o.selection.sources; }, "number or name of the source")
-      .Form("N|NAME")
-      .Otherwise("the only one");
-  job.Option(
-         "stokes", [](PlotOptions & o) -> auto& { return o.selection.stokes; }, "polarisations, as in RR,LL")
-      .Otherwise("the parallel hands");
-  job.Option(
-         "if", [](PlotOptions & o) -> auto& { return o.selection.IFs; }, "only these IFs, as in 1,3-4")
-      .CountedFrom(1)
-      .Otherwise("all");
-  job.Option(
-         "channel", [](PlotOptions & o) -> auto& { return o.selection.channels; }, "only these channels")
-      .CountedFrom(1)
-      .Otherwise("all");
-  job.Option("antenna", &PlotOptions::antenna, "only the baselines, or triangles, of this antenna, a number or a name")
-      .Form("N|NAME")
-      .Otherwise("all baselines, or the triangles of one antenna");
+      "flagged", [](PlotOptions & o) -> auto& { return o.selection.flagged; },
+      "draw flagged visibilities too, as a series of their own");
   job.Option("time", &PlotOptions::overTime, "amplitude, phase: over time");
   DescribeInterval(job, &PlotOptions::interval).help = "closure: length of the averages, -1 for every time stamp";
   job.Threads();

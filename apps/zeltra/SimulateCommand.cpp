@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "apps/zeltra/Command.h"
+#include "apps/zeltra/UVXInput.h"
 #include "zeltra/ops/SimulateUVX.h"
 
 namespace zeltra::app {
@@ -17,8 +18,11 @@ struct Arguments {
 
 void AddSimulateCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  AddCommand(app, session, SimulateDescription(), {arguments->options, {&arguments->path}},
-             [arguments] { return SimulateUVX(arguments->path, arguments->options); });
+  AddCommand(app, session, SimulateDescription(), {arguments->options, {&arguments->path}}, [arguments, &session] {
+    AResult result = SimulateUVX(arguments->path, arguments->options);
+    if (result) ReportUVX(session, arguments->path);
+    return result;
+  });
 }
 
 }  // namespace zeltra::app

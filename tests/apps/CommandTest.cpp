@@ -58,7 +58,7 @@ TEST(Command, TellsItsUsage) {
                                                           {"info"},
                                                           {"info", "a", "b"},
                                                           {"records", "a", "--csv", "--json"},
-                                                          {"records", "a", "--from", "-1"},
+                                                          {"records", "a", "--from", "0"},
                                                           {"simulate", "a", "--antennas", "many"}};
   for (const auto& arguments : mistakes) {
     const Finished wrong = RunZeltra(arguments);
@@ -175,9 +175,10 @@ TEST(RecordsCommand, PrintsCSVAndJSON) {
   ASSERT_EQ(run.code, 0) << run.err;
   const std::vector<std::string> lines = Lines(run.out);
   ASSERT_EQ(lines.size(), 4u);
-  EXPECT_EQ(lines[0],
-            "index,time,ant1,ant2,source,freqsel,u,v,w,re_0_0_0,im_0_0_0,weight_0_0_0,re_0_0_1,im_0_0_1,weight_0_0_1,"
-            "re_1_0_0,im_1_0_0,weight_1_0_0,re_1_0_1,im_1_0_1,weight_1_0_1");
+  EXPECT_EQ(
+      lines[0],
+      "index,time,ant1,ant2,source,freqsel,u,v,w,re_1_1_RR,im_1_1_RR,weight_1_1_RR,re_1_1_LL,im_1_1_LL,weight_1_1_LL,"
+      "re_2_1_RR,im_2_1_RR,weight_2_1_RR,re_2_1_LL,im_2_1_LL,weight_2_1_LL");
   const std::vector<std::string> cells = Cells(lines[3]);
   ASSERT_EQ(cells.size(), 21u);
   EXPECT_EQ(std::strtod(cells[1].c_str(), nullptr), SyntheticUVX::kStart);
@@ -188,8 +189,8 @@ TEST(RecordsCommand, PrintsCSVAndJSON) {
   const json records = json::parse(RunZeltra({"records", file.path(), "--json"}).out);
   ASSERT_EQ(records.size(), 3u);
   EXPECT_EQ(records[2]["ant2"], 200);
-  EXPECT_EQ(records[2]["re_0_0_1"], 2.0009765625);
-  EXPECT_TRUE(records[2]["im_0_0_1"].is_null());
+  EXPECT_EQ(records[2]["re_1_1_LL"], 2.0009765625);
+  EXPECT_TRUE(records[2]["im_1_1_LL"].is_null());
 }
 
 TEST(RecordsCommand, PrintsTextThatFitsALine) {
@@ -212,28 +213,28 @@ TEST(RecordsCommand, SelectsRecords) {
     for (const std::string& line : Lines(RunZeltra(options).out)) list += Cells(line)[0] + " ";
     return list;
   };
-  EXPECT_EQ(indices({}), "index 0 1 2 3 4 5 6 7 8 9 10 11 ");
-  EXPECT_EQ(indices({"--from", "9"}), "index 9 10 11 ");
+  EXPECT_EQ(indices({}), "index 1 2 3 4 5 6 7 8 9 10 11 12 ");
+  EXPECT_EQ(indices({"--from", "10"}), "index 10 11 12 ");
   EXPECT_EQ(indices({"--from", "4", "--count", "3"}), "index 4 5 6 ");
   EXPECT_EQ(indices({"--count", "0"}), "index ");
-  EXPECT_EQ(indices({"--source", "2"}), "index 6 7 8 9 10 11 ");
-  EXPECT_EQ(indices({"--source", "2", "--freqsel", "3", "--from", "1"}), "index 8 11 ");
+  EXPECT_EQ(indices({"--source", "2"}), "index 7 8 9 10 11 12 ");
+  EXPECT_EQ(indices({"--source", "2", "--freqsel", "3", "--from", "2"}), "index 9 12 ");
 
   const Finished none = RunZeltra({"records", file.path(), "--csv", "--source", "7"});
   EXPECT_EQ(none.code, 1);
   EXPECT_EQ(none.out, "");
-  EXPECT_THAT(none.err, HasSubstr("no record of source 7; there are source 1 in setup 1, source 1 in setup 2"));
-  EXPECT_EQ(RunZeltra({"records", file.path(), "--from", "12"}).code, 1);
+  EXPECT_THAT(none.err, HasSubstr("no record is selected; there are source 1 in setup 1, source 1 in setup 2"));
+  EXPECT_EQ(RunZeltra({"records", file.path(), "--from", "13"}).code, 1);
 }
 
 TEST(RecordsCommand, StreamsManyBlocks) {
   // 6 records of 768 kB, read six at a time at most.
   const Given file(SyntheticUVX().Times(4).Channels(32000));
-  const Finished run = RunZeltra({"records", file.path(), "--csv", "--from", "1"});
+  const Finished run = RunZeltra({"records", file.path(), "--csv", "--from", "2"});
   const std::vector<std::string> lines = Lines(run.out);
   ASSERT_EQ(lines.size(), 12u);
   for (size_t i = 1; i < lines.size(); ++i) {
-    EXPECT_THAT(lines[i], StartsWith(std::to_string(i) + ","));
+    EXPECT_THAT(lines[i], StartsWith(std::to_string(i + 1) + ","));
     // The last value: number 63999 of record i.
     EXPECT_EQ(Cells(lines[i])[9 + 3 * 63999], json(static_cast<double>(static_cast<float>(i + 63999.0 / 1024))).dump());
   }

@@ -81,6 +81,14 @@ TEST(Parse, ReadsAngles) {
   }
 }
 
+TEST(Parse, ReadsRanges) {
+  ARange range;
+  EXPECT_TRUE(strToRange("250k, 1.5M", range) && range.least == 250e3 && range.greatest == 1.5e6);
+  EXPECT_TRUE(strToRange("2G,", range) && range.least == 2e9 && range.greatest > 1e300);
+  for (const char* text : {"", "5", "2,1", "-1,2", "1K,2M", "1,2,3", "k,1"})
+    EXPECT_FALSE(strToRange(text, range)) << text;
+}
+
 TEST(Parse, ReadsListsAndLines) {
   std::vector<int> numbers;
   EXPECT_TRUE(strToList("7,0-2, 1", 0, numbers));

@@ -237,7 +237,7 @@ TEST(ImageUVX, TellsWhatCannotBeImaged) {
   options.memory = 0;
   options.size = 16;
   EXPECT_THAT(refusal(two, options), HasSubstr("1 (SRC1), 2 (SRC2)"));
-  EXPECT_THAT(refusal(flagged, options), HasSubstr("no valid visibility"));
+  EXPECT_THAT(refusal(flagged, options), HasSubstr("all weights in I are 0 or negative"));
   EXPECT_THAT(refusal(bare, options), HasSubstr("NX"));
   options.cell = 0.125;
   EXPECT_THAT(refusal(file, options), HasSubstr("7.162 degrees goes beyond the horizon; cells of at most 7.1 degrees"));

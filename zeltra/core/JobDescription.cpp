@@ -37,6 +37,7 @@ struct KindOfTarget {
   Kind operator()(double*) const { return {AOptionKind::Real, "X"}; }
   Kind operator()(std::string*) const { return {AOptionKind::Text, "TEXT"}; }
   Kind operator()(std::optional<ATime>*) const { return {AOptionKind::Time, "TIME"}; }
+  Kind operator()(ARange*) const { return {AOptionKind::Range, "MIN,MAX"}; }
   Kind operator()(std::vector<std::string>*) const { return {AOptionKind::TextList, "LIST"}; }
   Kind operator()(std::vector<int>*) const { return {AOptionKind::NumberList, "LIST"}; }
   Kind operator()(const AChoiceTarget&) const { return {AOptionKind::Choice, ""}; }
@@ -85,6 +86,12 @@ struct TextOfTarget {
   std::string operator()(const std::optional<ATime>* time) const { return *time ? TimeText(**time) : ""; }
   std::string operator()(const std::vector<std::string>* words) const { return Joined(*words, ","); }
   std::string operator()(const std::vector<int>* numbers) const { return ListText(*numbers, option.first); }
+  std::string operator()(const ARange* range) const {
+    const auto bound = [](bool isLimited, double value) { return isLimited ? valToStr(value) : std::string(); };
+    const bool isOpen = range->greatest == std::numeric_limits<double>::infinity();
+    if (!range->IsLimited()) return {};
+    return bound(range->least > 0, range->least) + "," + bound(!isOpen, range->greatest);
+  }
   std::string operator()(const AParsedTarget& member) const { return member.text; }
 };
 
@@ -146,6 +153,10 @@ AResult AJobOption::Store(const std::string& text, std::string* word) const {
 
 AResult AJobOption::Store(const std::string& text, std::optional<ATime>* time) const {
   return strToTime(text, time->emplace());
+}
+
+AResult AJobOption::Store(const std::string& text, ARange* range) const {
+  return strToRange(text, *range);
 }
 
 AResult AJobOption::Store(const std::string& text, std::vector<std::string>* words) const {

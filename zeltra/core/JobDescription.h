@@ -38,10 +38,10 @@ struct AParsedTarget {
 /// The member of a job's options that an option sets. Its type settles how a text becomes a value.
 using AOptionTarget =
     std::variant<bool*, int*, std::optional<int>*, std::uint64_t*, double*, std::string*, std::optional<ATime>*,
-                 std::vector<std::string>*, std::vector<int>*, AChoiceTarget, AParsedTarget>;
+                 ARange*, std::vector<std::string>*, std::vector<int>*, AChoiceTarget, AParsedTarget>;
 
 /// The types of AOptionTarget, for interfaces: a flag needs no value, a list takes several with commas between.
-enum class AOptionKind { Flag, Whole, Real, Text, Time, TextList, NumberList, Choice };
+enum class AOptionKind { Flag, Whole, Real, Text, Time, Range, TextList, NumberList, Choice };
 
 /// One option of a job.
 class ZELTRA_API AJobOption {
@@ -100,6 +100,7 @@ class ZELTRA_API AJobOption {
   AResult Store(const std::string& text, double* number) const;
   AResult Store(const std::string& text, std::string* word) const;
   AResult Store(const std::string& text, std::optional<ATime>* time) const;
+  AResult Store(const std::string& text, ARange* range) const;
   AResult Store(const std::string& text, std::vector<std::string>* words) const;
   AResult Store(const std::string& text, std::vector<int>* numbers) const;
   AResult Store(const std::string& text, const AChoiceTarget& choice) const;

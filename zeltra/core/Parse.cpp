@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
@@ -180,6 +181,25 @@ AResult strToList(std::string_view text, int first, std::vector<int>& numbers) {
     if (!isLast) rest.remove_prefix(comma + 1);
   }
   return AResult::Ok();
+}
+
+AResult strToRange(std::string_view text, ARange& range) {
+  range = ARange();
+  const AResult refusal = IsNo(text, "a range like 250k,10M");
+  const size_t comma = text.find(',');
+  if (comma == text.npos) return refusal;
+  const std::pair<std::string_view, double*> bounds[] = {{text.substr(0, comma), &range.least},
+                                                         {text.substr(comma + 1), &range.greatest}};
+  for (const auto& [word, bound] : bounds) {
+    std::string_view number = WithoutBlanks(word);
+    if (number.empty()) continue;
+    constexpr std::string_view kSuffixes = "kMG";
+    const size_t suffix = kSuffixes.find(number.back());
+    if (suffix != kSuffixes.npos) number.remove_suffix(1);
+    if (!strToVal(number, *bound)) return refusal;
+    if (suffix != kSuffixes.npos) *bound *= std::pow(1e3, static_cast<double>(suffix + 1));
+  }
+  return range.least >= 0 && range.greatest >= range.least ? AResult::Ok() : refusal;
 }
 
 AResult strToTime(std::string_view text, ATime& time) {

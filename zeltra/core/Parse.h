@@ -4,6 +4,7 @@
 #define ZELTRA_CORE_PARSE_H_
 
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
@@ -38,6 +39,19 @@ ZELTRA_API bool IsSimpleFloatParse(std::string_view text);
 
 /// Read whole numbers from `first` on and ranges of them, as in `0,4-7`, in the order of the text, at most 2^24.
 ZELTRA_API AResult strToList(std::string_view text, int first, std::vector<int>& numbers);
+
+/// Distances between two bounds, both included.
+struct ARange {
+  double least = 0;
+  double greatest = std::numeric_limits<double>::infinity();
+
+  bool Holds(double value) const { return value >= least && value <= greatest; }
+  bool IsLimited() const { return least > 0 || greatest < std::numeric_limits<double>::infinity(); }
+};
+
+/// Read a range of numbers from 0 on, as in `250k,10M`: k, M and G stand for 1e3, 1e6 and 1e9. A bound left out, as in
+/// `10M,`, does not limit the range.
+ZELTRA_API AResult strToRange(std::string_view text, ARange& range);
 
 /// A time as a person gives it: a Julian date, or one that counts from the date of an observation, which is known when
 /// the file is open.

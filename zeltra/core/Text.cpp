@@ -52,6 +52,14 @@ std::string RoundedNumber(double value, int digits) {
   return std::string(text, end);
 }
 
+std::string SuffixedNumber(double value) {
+  const auto [unit, suffix] = value >= 1e9   ? std::pair(1e9, "G")
+                              : value >= 1e6 ? std::pair(1e6, "M")
+                              : value >= 1e3 ? std::pair(1e3, "k")
+                                             : std::pair(1.0, "");
+  return RoundedNumber(value / unit, 4) + suffix;
+}
+
 std::string ReadableNumber(double value) {
   const std::string exact = valToStr(value);
   const std::string rounded = RoundedNumber(value, 15);

@@ -19,6 +19,9 @@ ZELTRA_API std::string valToStr(float value);
 /// point in every locale.
 ZELTRA_API std::string RoundedNumber(double value, int digits);
 
+/// A number of at least 0 rounded to four digits, with k, M or G for 1e3, 1e6 or 1e9, as in `10.25M`.
+ZELTRA_API std::string SuffixedNumber(double value);
+
 /// A number for people: at most 15 digits, so that 0.1 + 0.2 is 0.3.
 ZELTRA_API std::string ReadableNumber(double value);
 

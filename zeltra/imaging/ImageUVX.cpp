@@ -47,7 +47,7 @@ class Imager {
   AResult MakeImage();
   AResult Weigh();
   AResult FillGrid();
-  AResult NothingGridded(double longest) const;
+  AResult NothingGridded(double longest);
   void Describe();
   void Remark();
   AResult Fail(const std::string& what) const { return AResult::Fail(from_.path() + ": " + what); }
@@ -125,7 +125,7 @@ AResult Imager::SettleCell() {
     longest = std::max(longest, std::hypot(visibility.u, visibility.v));
   });
   if (!result) return result;
-  if (longest < 0) return data_.NothingValid();
+  if (longest < 0) return data_.NothingValid(options_);
   if (longest == 0) return Fail("u and v are 0 everywhere, so a cell has to be named");
   image_.cell = RoundedDown(std::min(1 / (kCellsPerFringe * longest), largest));
   return AResult::Ok();
@@ -160,9 +160,9 @@ AResult Imager::FillGrid() {
   return !result || sums_.sumOfWeights() > 0 ? result : NothingGridded(longest);
 }
 
-AResult Imager::NothingGridded(double longest) const {
+AResult Imager::NothingGridded(double longest) {
   if (image_.visibilities > 0) return Fail("the taper leaves nothing of the weights");
-  if (image_.beyond == 0) return data_.NothingValid();
+  if (image_.beyond == 0) return data_.NothingValid(options_);
   return Fail("with cells of " + AngleText(image_.cell) + " no visibility lies on the grid; at most " +
               AngleText(UVGrid::LargestCell(options_.size, longest)) + " serve all of them");
 }
@@ -177,7 +177,8 @@ void Imager::Describe() {
   image_.dec = position.dec;
   image_.equinox = position.equinox;
   if (const std::string unit = data_.unit(); !unit.empty()) image_.unit = unit + "/beam";
-  image_.stokes = data_.mixes()(0);
+  image_.stokes = data_.polarisations()[0].mix;
+  image_.polarisation = data_.polarisations()[0].name;
   image_.frequency = (lowest_ + highest_) / 2;
   image_.bandwidth = highest_ - lowest_;
   image_.dateObs = header.info.dateObs;

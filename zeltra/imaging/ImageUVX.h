@@ -45,7 +45,8 @@ struct DirtyImage {
   double equinox = 0;  ///< years
   std::string unit;    ///< of the visibilities, "/beam" after it; empty where they have none
   AStokesMix stokes;
-  double frequency = 0;  ///< middle of the band of the channels used, Hz
+  std::string polarisation;  ///< its name, as in "I" or "PI"
+  double frequency = 0;      ///< middle of the band of the channels used, Hz
   double bandwidth = 0;  ///< from the lower edge of the lowest of them to the upper edge of the highest, Hz; 0: unknown
   double dateObs = 0;    ///< Julian date of 0 h UTC of the observation date, 0 if unknown
   std::string telescope;

@@ -11,7 +11,7 @@ namespace {
 AJobDescription DescribeImage() {
   AJobDescriber<ImageOptions> job(
       "image", "Make the dirty image of a source",
-      "All IFs and channels are used. Images have north up and east to the left; pixel (size / 2, size / 2) is the "
+      "Images have north up and east to the left; pixel (size / 2, size / 2) is the "
       "phase centre. They are divided by the sum of weights, so that a point source of 1 Jy is 1 Jy/beam. The beam is "
       "the Gaussian that curves as the dirty beam does at its centre. Two noises are told: the thermal one, which the "
       "weights promise, and the rms of all pixels. The curvature of the sky (w) is not corrected for; a note tells "
@@ -31,14 +31,10 @@ AJobDescription DescribeImage() {
   job.Output({"OUT.fits", "make a FITS image", "fits", 0, {}});
   job.Output({"OUT.png", "make a picture", "png", 0, {}});
   job.Output({"BEAM.map", "make a map file of the dirty beam", "beam", 0, {}});
-  job.Option(
-         "source", [](ImageOptions & o) -> auto& { return o.selection.sources; }, "number or name of the source")
-      .Form("N|NAME")
-      .Otherwise("the only one");
-  job.Option(
-         "stokes", [](ImageOptions & o) -> auto& { return o.selection.stokes; }, "polarisation, as in I or RR")
-      .Form("NAME")
-      .Otherwise("I, or the first one where there is no I");
+  DescribeSelection(job, {.sources = "the only one",
+                          .stokes = "I, or the first one where there is no I",
+                          .isSingle = true,
+                          .isByVisibility = true});
   job.Option("size", &ImageOptions::size, "pixels of a line, and lines: an even number").Unit("pixels").Range(16, 8192);
   job.Option("cell", &ImageOptions::cell, "size of a pixel; uas, mas, arcsec, arcmin or deg may follow")
       .Unit("mas")

@@ -167,7 +167,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
     if (to) std::memcpy(to, parameters, static_cast<size_t>(bytes));
     if (!to || !CopyValues(reader, writer)) {
       writer.Clear();  // the file belongs to the writer until nothing waits in it
-      result = output_.file().good() ? AResult::Fail(from_ + ": cannot be read in record " + std::to_string(i))
+      result = output_.file().good() ? AResult::Fail(from_ + ": cannot be read in record " + std::to_string(i + 1))
                                      : output_.WriteError();
       return Pass::Stopped;
     }

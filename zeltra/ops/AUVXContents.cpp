@@ -5,12 +5,14 @@
 #include <cmath>
 #include <memory>
 #include <set>
+#include <utility>
 
 #include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXGroup.h"
 
@@ -19,6 +21,21 @@ namespace {
 
 // The most things that a list in a sentence names.
 constexpr size_t kMostNamed = 30;
+
+constexpr int kRR = -1, kLL = -2, kXX = -5, kYY = -6, kI = 1;  // polarisation codes
+
+// A word that names a source or an antenna, by its number or by its name.
+struct AWord {
+  std::optional<int> number;
+  std::string name;
+
+  explicit AWord(const std::string& text) : name(text) {
+    int value = 0;
+    const bool isOfDigits = text.find_first_not_of("0123456789") == text.npos;
+    if (isOfDigits && strToVal(text, value)) number = value;
+    if (text.starts_with('=')) name.erase(0, 1);
+  }
+};
 
 std::string Joined(const std::vector<std::string>& names) {
   std::string list;
@@ -150,7 +167,7 @@ AResult AUVXContents::CheckIndex(AUVXInput& input, const ScanVisitor& visit) con
       const int record = (k == 0 ? scan.startVis : scan.endVis) - 1;
       reader.Seek(uvx.DataOffset() + int64{record} * uvx.recSize());
       char* bytes = reader.Take(AUVXGroup::kBytes);
-      if (!bytes) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record));
+      if (!bytes) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record + 1));
       ends[k].load(bytes);
       if (ends[k].sourceNo() != scan.sourceId || ends[k].freqSel() != scan.freqId) return IndexDenies(record, ends[k]);
     }
@@ -178,7 +195,7 @@ AResult AUVXContents::ReadTimes(AUVXInput& input, AUVXPositionItem& scan) const 
 }
 
 AResult AUVXContents::IndexDenies(int record, const AUVXGroup& group) const {
-  return AResult::Fail(path_ + ": record " + std::to_string(record) + " is of source " +
+  return AResult::Fail(path_ + ": record " + std::to_string(record + 1) + " is of source " +
                        std::to_string(group.sourceNo()) + " in setup " + std::to_string(group.freqSel()) +
                        ", which the index table NX denies" + kRemedy);
 }
@@ -214,14 +231,26 @@ std::string AUVXContents::AntennaName(int number) const {
   return name.empty() ? std::to_string(number) : name;
 }
 
+std::string AUVXContents::NumberAndName(int antenna) const {
+  const int place = antennas_.IndexForID(antenna);
+  return Named(antenna, place >= 0 ? antennas_(place).Name() : "");
+}
+
 AResult AUVXContents::FindSource(const std::string& text, int& number) const {
   const std::vector<int> present = SourceNumbers();
-  const auto hasRecords = [&](int n) { return std::binary_search(present.begin(), present.end(), n); };
-  for (int i = 0; i < sources_.count(); ++i) {
-    number = sources_(i).id;
-    if (IsSameWord(sources_(i).Name(), text) && hasRecords(number)) return AResult::Ok();
+  // Without an index nothing says which sources there are.
+  const auto hasRecords = [&](int n) {
+    return present.empty() || std::binary_search(present.begin(), present.end(), n);
+  };
+  const AWord word(text);
+  if (word.number) {
+    number = *word.number;
+    if (hasRecords(number)) return AResult::Ok();
   }
-  if (strToVal(text, number) && hasRecords(number)) return AResult::Ok();
+  for (int i = 0; i < sources_.count() && !word.number; ++i) {
+    number = sources_(i).id;
+    if (IsSameWord(sources_(i).Name(), word.name) && hasRecords(number)) return AResult::Ok();
+  }
   return AResult::Fail(path_ + ": no record of source " + text + "; there are " + SourceList(present));
 }
 
@@ -232,13 +261,45 @@ std::string AUVXContents::AntennaList() const {
 }
 
 AResult AUVXContents::FindAntenna(const std::string& text, int& number) const {
-  const bool isNumber = static_cast<bool>(strToVal(text, number));
+  const AWord word(text);
   for (int i = 0; i < antennas_.count(); ++i) {
-    if (isNumber ? antennas_(i).id != number : !IsSameWord(antennas_(i).Name(), text)) continue;
+    if (word.number ? antennas_(i).id != *word.number : !IsSameWord(antennas_(i).Name(), word.name)) continue;
     number = antennas_(i).id & 0xFF;
     return AResult::Ok();
   }
   return AResult::Fail(path_ + ": no antenna " + text + "; there are " + AntennaList());
+}
+
+// Names may hold hyphens themselves, so every hyphen is tried.
+AResult AUVXContents::FindBaseline(const std::string& text, int& first, int& second) const {
+  AResult result = AResult::Fail(text + ": not a baseline, which is written as in 2-5");
+  for (size_t hyphen = text.find('-'); hyphen != std::string::npos; hyphen = text.find('-', hyphen + 1)) {
+    result = FindAntenna(text.substr(0, hyphen), first);
+    if (result) result = FindAntenna(text.substr(hyphen + 1), second);
+    if (result) return result;
+  }
+  return result;
+}
+
+std::vector<std::string> AUVXContents::RemarksOn(const UVXSelection& selection) const {
+  std::vector<std::string> remarks;
+  const auto look = [&](const char* what, const std::string& text, const auto& list) {
+    const AWord word(text);
+    for (int i = 0; i < list.count() && word.number; ++i) {
+      if (list(i).id == *word.number || list(i).Name() != word.name) continue;
+      remarks.push_back(std::string(what) + " " + text + " is number " + text + "; =" + text +
+                        " is the one of that name");
+      return;
+    }
+  };
+  for (const std::string& text : selection.sources) look("source", text, sources_);
+  for (const std::string& text : selection.antennas) look("antenna", text, antennas_);
+  for (const std::string& text : selection.baselines) {
+    const size_t hyphen = text.find('-');
+    look("antenna", text.substr(0, hyphen), antennas_);
+    if (hyphen != text.npos) look("antenna", text.substr(hyphen + 1), antennas_);
+  }
+  return remarks;
 }
 
 AResult AUVXContents::FindPolarisation(const std::string& text, AStokesMix& mix) const {
@@ -250,6 +311,45 @@ AResult AUVXContents::FindPolarisation(const std::string& text, AStokesMix& mix)
     if (IsSameWord(names.back(), text)) return AResult::Ok();
   }
   return AResult::Fail(path_ + ": no polarisation " + text + "; there are " + Joined(names));
+}
+
+AResult AUVXContents::FindPolarisation(const std::string& text, PolarisationChoice& polarisation) const {
+  AStokesMix mix;
+  const bool isPI = IsSameWord(text, "PI");
+  AResult result = FindPolarisation(isPI ? "I" : text, mix);
+  polarisation = mix;
+  if (!isPI && !IsSameWord(text, "I")) return result;
+  for (const auto& [first, second] : {std::pair(kRR, kLL), std::pair(kXX, kYY)}) {
+    int p = -1, q = -1;
+    const bool hasFirst = header_.stokes.FindStokes(first, p), hasSecond = header_.stokes.FindStokes(second, q);
+    if (result || !(isPI ? hasFirst || hasSecond : hasFirst && hasSecond)) continue;
+    polarisation = hasFirst && hasSecond ? AStokesMix(kI, AStokesItem(p, first), AStokesItem(q, second))
+                                         : AStokesMix(0, AStokesItem(hasFirst ? p : q, kI), AStokesItem());
+    result = AResult::Ok();
+  }
+  polarisation.isPartial = isPI && polarisation.mix.id != 0;
+  if (isPI) polarisation.name = "PI";
+  return result;
+}
+
+AResult AUVXContents::FindPolarisations(const std::vector<std::string>& names,
+                                        std::vector<PolarisationChoice>& list) const {
+  list.clear();
+  PolarisationChoice polarisation;
+  for (int i = 0; names.empty() && i < header_.stokes.count(); ++i) {
+    list.push_back(AStokesMix(0, AStokesItem(i, header_.stokes(i)), AStokesItem()));
+  }
+  for (const std::string& name : names) {
+    if (AResult result = FindPolarisation(name, polarisation); !result) return result;
+    list.push_back(polarisation);
+  }
+  return AResult::Ok();
+}
+
+AResult AUVXContents::FindValues(const UVXSelection& selection, ValuesChoice& values) const {
+  AResult result = SettlePlaces(path_, "IF", selection.IFs, std::max(int{header_.IFs}, 1), values.IFs);
+  if (result) result = SettlePlaces(path_, "channel", selection.channels, header_.channels, values.channels);
+  return result ? FindPolarisations(selection.stokes, values.polarisations) : result;
 }
 
 AResult AUVXContents::SettleTimes(std::optional<ATime>& start, std::optional<ATime>& stop) const {

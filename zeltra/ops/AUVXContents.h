@@ -11,6 +11,8 @@
 
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/Parse.h"
+#include "zeltra/ops/PolarisationChoice.h"
+#include "zeltra/ops/UVXSelection.h"
 #include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXFqTbl.h"
@@ -94,13 +96,26 @@ class ZELTRA_API AUVXContents {
   /// The failure of a record that is not of the source and setup of its scan.
   AResult IndexDenies(int record, const AUVXGroup& group) const;
 
-  /// Find the source that `text` names, by number or by name without regard to case; it must have records.
+  // A word of digits is a number, any other a name, in capitals or not; `=` before it makes a name of digits too.
+
+  /// Find a source, which must have records by the index.
   AResult FindSource(const std::string& text, int& number) const;
-  /// Find an antenna by number or by name without regard to case.
+  /// Find an antenna.
   /// @param number  0 to 255
   AResult FindAntenna(const std::string& text, int& number) const;
+  /// Find the antennas of a baseline, as in "2-5" or "PT-LA".
+  AResult FindBaseline(const std::string& text, int& first, int& second) const;
+  /// A sentence for each number of a selection that is the name of another source or antenna too.
+  std::vector<std::string> RemarksOn(const UVXSelection& selection) const;
   /// Find a polarisation by its short name, as in "RR": one that is stored, or one that can be formed.
   AResult FindPolarisation(const std::string& text, AStokesMix& mix) const;
+  /// The same, also PI, and I of XX and YY.
+  AResult FindPolarisation(const std::string& text, PolarisationChoice& polarisation) const;
+  /// Find several. @param names  none: those that are stored
+  AResult FindPolarisations(const std::vector<std::string>& names, std::vector<PolarisationChoice>& list) const;
+
+  /// Find the IFs, channels and polarisations of a selection.
+  AResult FindValues(const UVXSelection& selection, ValuesChoice& values) const;
 
   /// Make Julian dates of times that count from the observation date, which must be known then.
   AResult SettleTimes(std::optional<ATime>& start, std::optional<ATime>& stop) const;
@@ -115,6 +130,8 @@ class ZELTRA_API AUVXContents {
   SkyPosition PositionOf(const AUVXSourceItem& source) const;
   /// The name of an antenna, or its number where it has none.
   std::string AntennaName(int number) const;
+  /// Number and name of an antenna, as in "1 (BR)".
+  std::string NumberAndName(int antenna) const;
 
  private:
   void ReadTables(AUVXInput& input);

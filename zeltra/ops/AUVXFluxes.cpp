@@ -7,6 +7,7 @@
 #include <tuple>
 #include <unordered_map>
 
+#include "zeltra/ops/RecordChoice.h"
 #include "zeltra/ops/RecordWalk.h"
 
 namespace zeltra {
@@ -85,21 +86,26 @@ std::vector<BaseLine> BaseLineTable::Sorted() {
 
 }  // namespace
 
-AResult AUVXFluxes::Create(AUVXInput& input, const JobOptions& options) {
+AResult AUVXFluxes::Create(AUVXInput& input, const UVXSelection& selection, const JobOptions& options) {
   baselines_.Free();
   items_.clear();
   const AUVXFile& uvx = input.uvx();
   stokes_ = uvx.stokes();
   const int values = (uvx.recSize() - AUVXGroup::kBytes) / static_cast<int>(sizeof(AUVXComplex));
 
+  RecordChoice choice;
+  if (AResult opened = choice.Open(input, selection); !opened) return opened;
   BaseLineTable table(stokes_);
   AResult result = WalkRecords(input, options, 0, uvx.count(), [&](const WalkedRecord& record) {
+    if (!choice.Takes(record.group, record.index)) return true;
     BaseLine& baseline = table.Of(record.group);
     if (record.group.flag == 0) baseline.Add(record.values, values);
     return true;
   });
   if (result = input.Settle(result); !result) return result;
-  for (const BaseLine& baseline : table.Sorted()) {
+  const std::vector<BaseLine> found = table.Sorted();
+  if (found.empty() && uvx.count() > 0) return choice.NothingSelected(input, options);
+  for (const BaseLine& baseline : found) {
     baselines_.Add(baseline.item);
     for (const Amplitudes& amplitudes : baseline.amplitudes) items_.push_back(amplitudes.Result());
   }

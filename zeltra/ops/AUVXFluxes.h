@@ -8,6 +8,7 @@
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/UVXSelection.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 
 namespace zeltra {
@@ -25,9 +26,10 @@ struct AUVXFluxItem {
 /// numbers are finite.
 class ZELTRA_API AUVXFluxes {
  public:
-  /// Read all records of `input` once, as they lie; the file needs no index.
+  /// Read the records of `input` once, as they lie; the file needs no index.
+  /// @param selection  of records: its values all count
   /// @return that the job was cancelled, or that a record cannot be read: the lists are then empty
-  AResult Create(AUVXInput& input, const JobOptions& options);
+  AResult Create(AUVXInput& input, const UVXSelection& selection, const JobOptions& options);
 
   /// The baselines of the records.
   const AUVXBaseLines& baselines() const { return baselines_; }

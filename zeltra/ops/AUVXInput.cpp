@@ -162,11 +162,4 @@ AResult AUVXInput::CheckRecordSize() {
                        std::to_string(kMostValues));
 }
 
-AResult AUVXInput::NothingSelected() {
-  AUVXMinMax range(uvx_);
-  return AResult::Fail(path_ + ": no record is selected; the times of its " + std::to_string(uvx_.count()) +
-                       " records are the Julian dates " + valToStr(double{range.time().minimum}) + " to " +
-                       valToStr(double{range.time().maximum}));
-}
-
 }  // namespace zeltra

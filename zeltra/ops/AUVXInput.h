@@ -35,6 +35,7 @@ class ZELTRA_API AUVXInput {
   /// The name given to Open, by which sentences name the file.
   const std::string& path() const { return path_; }
   AUVXFile& uvx() { return uvx_; }
+  const AUVXFile& uvx() const { return uvx_; }
   /// The open file itself.
   AInputFile& file() { return *file_; }
   /// @return a failure if anything of the file could not be read, or if it was changed meanwhile. What a failed read
@@ -64,8 +65,6 @@ class ZELTRA_API AUVXInput {
   AResult CheckTables();
   /// @return a failure if a record has more values than jobs hold in memory side by side: 1048576
   AResult CheckRecordSize();
-  /// The failure of a job whose selection leaves no record.
-  AResult NothingSelected();
 
  private:
   AResult OpenUVX();

@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
-#include <vector>
+#include <memory>
 
+#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
@@ -47,6 +48,20 @@ void AppendRecords(const Interval& interval, int values, std::vector<char>& byte
 
 using TakeRecords = std::function<AResult(const IntervalHead& head, const char* records)>;
 
+// Whether what is averaged is what the records hold, in their order.
+bool IsAll(const AUVXFile& uvx, const AverageOptions& options, const ValuesChoice& values) {
+  const int64 stored = int64{std::max(uvx.IFs(), 1)} * uvx.channels() * uvx.stokes();
+  return options.mix == AverageMix::Stored && options.selection.stokes.empty() && values.count() == stored;
+}
+
+std::vector<int> PointsOf(const AUVXFile& uvx, const ValuesChoice& values) {
+  std::vector<int> points;
+  for (const int i : values.IFs) {
+    for (const int channel : values.channels) points.push_back(i * uvx.channels() + channel);
+  }
+  return points;
+}
+
 AResult TakeIntervals(const std::vector<char>& bytes, size_t recordBytes, const TakeRecords& take) {
   for (size_t at = 0; at < bytes.size();) {
     IntervalHead head;
@@ -58,17 +73,16 @@ AResult TakeIntervals(const std::vector<char>& bytes, size_t recordBytes, const 
 }
 
 // Hand out averages as records of a UVX file, interval by interval.
-AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AArray<AStokesMix>& mixes,
+AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const ValuesChoice& values,
                        const TakeRecords& take) {
   if (AResult result = from.CheckRecordSize(); !result) return result;
   IntervalWalk walk(from, options);
   if (AResult result = walk.Open(); !result) return result;
-  std::vector<int> points(static_cast<size_t>(std::max(from.uvx().IFs(), 1) * from.uvx().channels()));
-  std::iota(points.begin(), points.end(), 0);
-  const ValueChoice choice = options.mix == AverageMix::Stored
-                                 ? ValueChoice(from.uvx())
-                                 : ValueChoice(from.uvx(), points, {mixes.lpArray(), mixes.lpArray() + mixes.count()},
-                                               options.mean == MeanKind::Weighted);
+  const AUVXFile& uvx = from.uvx();
+  const bool isWeighted = options.mean == MeanKind::Weighted;
+  const ValueChoice choice = IsAll(uvx, options, values)
+                                 ? ValueChoice(uvx)
+                                 : ValueChoice(uvx, PointsOf(uvx, values), values.polarisations, isWeighted);
   SendProgressText(options.progress, "Averaging...");
   return walk.Run(
       choice, {},
@@ -76,73 +90,85 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AAr
       [&](const std::vector<char>& bytes) { return TakeIntervals(bytes, RecordBytes(choice.count()), take); });
 }
 
-AResult ChangePolarisations(const AArray<AStokesMix>& mixes, const std::string& to, AUVXHeader& header) {
-  if (mixes.count() > AUVXStokes::kLargestCount) {
+AResult ChangePolarisations(const std::vector<PolarisationChoice>& list, const std::string& to, AUVXHeader& header) {
+  const int count = static_cast<int>(list.size());
+  if (count > AUVXStokes::kLargestCount) {
     return AResult::Fail(to + ": a UVX file holds " + std::to_string(AUVXStokes::kLargestCount) +
-                         " polarisations at most, these are " + std::to_string(mixes.count()));
+                         " polarisations at most, these are " + std::to_string(count));
   }
-  header.stokes.SetCount(mixes.count());
+  header.stokes.SetCount(count);
   for (int i = 0; i < AUVXStokes::kLargestCount; ++i) {
-    header.stokes(i) = i < mixes.count() ? mixes(i).GetStokesID() : 0;
+    header.stokes(i) = i < count ? list[static_cast<size_t>(i)].mix.GetStokesID() : 0;
   }
   return AResult::Ok();
 }
 
-AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptions& options) {
+AResult FindMixes(AUVXInput& from, AverageMix mix, std::vector<PolarisationChoice>& list) {
+  const AUVXStokes stored(from.uvx());
   AArray<AStokesMix> mixes;
+  if (mix == AverageMix::All) mixes = *std::unique_ptr<AArray<AStokesMix>>(toListMix(stored));
+  if (mix == AverageMix::Parallel) toListMixRL(stored, mixes);
+  if (mix == AverageMix::Cross) toListMixRL_LR(stored, mixes);
+  list.assign(mixes.lpArray(), mixes.lpArray() + mixes.count());
+  if (!list.empty()) return AResult::Ok();
+  std::string names;
+  for (const std::string& name : from.contents().polarisations()) names += (names.empty() ? "" : ", ") + name;
+  return AResult::Fail(from.path() + ": none of these combinations can be formed, the polarisations are " +
+                       (names.empty() ? "none" : names));
+}
+
+AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptions& options, CopySummary* summary) {
+  ValuesChoice averaged;
   AUVXHeader header(from.uvx());
+  ChannelSelection channels;
+  const UVXSelection& selection = options.selection;
   if (AResult result = from.CheckTables(); !result) return result;
-  if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
-  if (AResult result = ChangePolarisations(mixes, to, header); !result) return result;
+  if (AResult result = FindAveragedValues(from, options, averaged); !result) return result;
+  AResult result = channels.Open(from.path(), header, selection.IFs, selection.channels, {});
+  if (!result) return result;
+  const std::unique_ptr<AUVXTable> setups = from.Table("FQ");
+  if (result = channels.CheckFrequencies(from.path(), setups.get()); !result) return result;
+  channels.Change(header, setups.get());
+  if (result = ChangePolarisations(averaged.polarisations, to, header); !result) return result;
   AUVXWriter writer;
-  if (AResult result = writer.Create(to, header, options, from.path()); !result) return result;
+  if (result = writer.Create(to, header, options, from.path()); !result) return result;
   const AUVXPosition& scans = from.contents().scans();
-  AResult result = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
+  result = AverageRecords(from, options, averaged, [&](const IntervalHead& head, const char* records) {
     writer.BeginScan(head.scan, scans(head.scan).subarray);
     writer.SetIntegration(head.integration);
     return writer.Append(records, head.records);
   });
   if (!result) return result;
-  if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");
-  if (result = CopyTables(from, writer, AverageDescription().Command(options)); !result) return result;
+  std::string others;
+  result = CopyTables(from, writer, AverageDescription().Command(options),
+                      [&](AUVXTable& table) { channels.ReduceOrTell(table, others); });
+  if (!result) return result;
+  if (summary) {
+    summary->records = writer.records();
+    if (!others.empty()) summary->remarks.push_back(ChannelSelection::RemarkOn(others));
+  }
   return writer.Finish();
 }
 
 }  // namespace
 
-AResult AveragedPolarisations(AUVXInput& from, AverageMix mix, AArray<AStokesMix>& list) {
-  AUVXStokes stored(from.uvx());
-  list.Free();
-  switch (mix) {
-    case AverageMix::Stored:
-      for (int i = 0; i < stored.count(); ++i) list.Add(AStokesMix(0, AStokesItem(i, stored(i)), AStokesItem()));
-      break;
-    case AverageMix::All:
-      list = *std::unique_ptr<AArray<AStokesMix>>(toListMix(stored));
-      break;
-    case AverageMix::Parallel:
-      toListMixRL(stored, list);
-      break;
-    case AverageMix::Cross:
-      toListMixRL_LR(stored, list);
-      break;
-  }
-  if (list.count() > 0) return AResult::Ok();
-  std::string names;
-  for (int i = 0; i < stored.count(); ++i) {
-    names += (i == 0 ? "" : ", ") + AStokesItem(i, stored(i)).asShortString();
-  }
-  return AResult::Fail(from.path() + ": none of these combinations can be formed, the polarisations are " +
-                       (names.empty() ? "none" : names));
+AResult FindAveragedValues(AUVXInput& from, const AverageOptions& options, ValuesChoice& values) {
+  if (from.uvx().stokes() < 1) return AResult::Fail(from.path() + ": its records hold no polarisations");
+  if (AResult result = from.contents().FindValues(options.selection, values); !result) return result;
+  if (options.mix == AverageMix::Stored || !options.selection.stokes.empty()) return AResult::Ok();
+  return FindMixes(from, options.mix, values.polarisations);
 }
 
 AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink) {
-  AArray<AStokesMix> mixes;
-  if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
+  ValuesChoice averaged;
+  if (AResult result = FindAveragedValues(from, options, averaged); !result) return result;
+  const int IFs = from.uvx().IFs() > 0 ? static_cast<int>(averaged.IFs.size()) : from.uvx().IFs();
   AUVXGroup group;
   AUVXVisibility values;
-  AResult averaged = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
-    if (values.count() == 0) values.GrowBy(from.uvx().IFs(), from.uvx().channels(), mixes.count());
+  const AResult all = AverageRecords(from, options, averaged, [&](const IntervalHead& head, const char* records) {
+    if (values.count() == 0) {
+      values.GrowBy(IFs, static_cast<int>(averaged.channels.size()), static_cast<int>(averaged.polarisations.size()));
+    }
     char* record = const_cast<char*>(records);
     for (int i = 0; i < head.records; ++i) {
       record = values.load(group.load(record));
@@ -150,11 +176,11 @@ AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSin
     }
     return AResult::Ok();
   });
-  return from.Settle(averaged);
+  return from.Settle(all);
 }
 
-AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options) {
-  AResult result = WriteAverages(from, to, options);
+AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options, CopySummary* summary) {
+  AResult result = WriteAverages(from, to, options, summary);
   return result ? result : from.Settle(result);
 }
 

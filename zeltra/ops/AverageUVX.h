@@ -9,8 +9,9 @@
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobDescription.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/CopyUVX.h"
 #include "zeltra/ops/IntervalOptions.h"
-#include "zeltra/uvx/AStokesMix.h"
+#include "zeltra/ops/PolarisationChoice.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
@@ -25,12 +26,13 @@ enum class AverageMix {
 };
 
 struct AverageOptions : IntervalOptions {
+  /// Where no polarisations are selected.
   AverageMix mix = AverageMix::Stored;
 };
 
-/// List what is averaged, in the order of the values.
-/// @return a failure if the polarisations of the file allow none of `mix`
-ZELTRA_API AResult AveragedPolarisations(AUVXInput& from, AverageMix mix, AArray<AStokesMix>& list);
+/// Look up what is averaged.
+/// @return a failure if the file lacks something that is selected, or allows none of `mix`
+ZELTRA_API AResult FindAveragedValues(AUVXInput& from, const AverageOptions& options, ValuesChoice& values);
 
 /// Takes the average of one baseline over one interval. The time of `group` is that of the interval, a Julian date: the
 /// mean of the times of all its records, each with the sum of its positive finite weights. u, v, w are the baseline's
@@ -51,8 +53,11 @@ using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& valu
 ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink);
 
 /// Average into a UVX file with the tables of `from`: its scans as far as they have averages, its baseline list made
-/// anew.
-ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options);
+/// anew. Where IFs or channels are left out frequencies stay right, as in CopyUVX.
+/// @param summary  may be null
+/// @return a failure also for more than 8 polarisations, before anything is read
+ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options,
+                              CopySummary* summary = nullptr);
 
 /// What a person may tell the job, and what it gives.
 ZELTRA_API const AJobDescription& AverageDescription();

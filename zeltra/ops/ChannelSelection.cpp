@@ -113,6 +113,12 @@ void ChannelSelection::Pick(const AUVXVisibility& in, AUVXVisibility& out) const
   }
 }
 
+AResult ChannelSelection::CheckFrequencies(const std::string& path, const AUVXTable* setups) const {
+  if (KeepsFrequencies() || !setups || CanReduce(*setups)) return AResult::Ok();
+  return AResult::Fail(path + ": IFs or channels cannot be left out, since the columns of its table FQ do not " +
+                       "fill the rows");
+}
+
 bool ChannelSelection::CanReduce(const AUVXTable& table) const {
   const std::string code = table.Code();
   if (code != "FQ" && code != "SU" && code != "AN") return false;
@@ -128,6 +134,10 @@ bool ChannelSelection::Reduce(AUVXTable& table) const {
   if (code == "FQ" && !KeepsFrequencies()) MoveFrequencies(table);
   if (!KeepsIFs()) table = KeepElements(table);
   return true;
+}
+
+void ChannelSelection::ReduceOrTell(AUVXTable& table, std::string& others) const {
+  if (!KeepsFrequencies() && !Reduce(table)) others += (others.empty() ? "" : ", ") + table.Code();
 }
 
 void ChannelSelection::MoveFrequencies(AUVXTable& setups) const {

@@ -39,11 +39,20 @@ class ChannelSelection {
   /// Pick the values of a record; `out` has the shape of the selection.
   void Pick(const AUVXVisibility& in, AUVXVisibility& out) const;
 
+  /// Whether the frequencies of a file stay right: those of the header move, so that those of the table have to follow.
+  /// @param setups  the "FQ" table, null if there is none
+  AResult CheckFrequencies(const std::string& path, const AUVXTable* setups) const;
   /// Whether this is a table "FQ", "SU" or "AN" whose columns fill its rows.
   bool CanReduce(const AUVXTable& table) const;
   /// Reduce such a table to the IFs kept, "FQ" also to the channels.
   /// @return false for another table: it stays as it is
   bool Reduce(AUVXTable& table) const;
+  /// Reduce a table where IFs or channels are left out. @param others  grows by the code of one that stays as it is
+  void ReduceOrTell(AUVXTable& table, std::string& others) const;
+  /// What a person should know of these tables.
+  static std::string RemarkOn(const std::string& others) {
+    return "tables whose columns for IFs or channels are copied as they are: " + others;
+  }
 
  private:
   bool KeepsIFs() const { return static_cast<int>(ifs_.size()) == allIFs_; }

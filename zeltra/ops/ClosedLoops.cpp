@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
-#include <optional>
+#include <set>
 
 #include "zeltra/analysis/ABaseClosedSearch.h"
 #include "zeltra/ops/AUVXContents.h"
@@ -56,29 +56,16 @@ AResult BaseLinesOf(AUVXInput& from, AUVXBaseLines& found) {
   });
 }
 
-ABaseLine Unflagged(const AUVXBaseLines& table, std::optional<int> source) {
+// @param sources  that count; none: all
+ABaseLine Unflagged(const AUVXBaseLines& table, const std::set<int>& sources) {
   ABaseLine baselines;
   for (int i = 0; i < table.count(); ++i) {
     const AUVXBaseLineItem& item = table(i);
-    if (item.flag || (source && item.source != *source)) continue;
+    if (item.flag || (!sources.empty() && !sources.contains(item.source))) continue;
     ABaseLineItem base(item.tlsc1, item.tlsc2, false);
     baselines.checkBase(base);
   }
   return baselines;
-}
-
-// Names may hold hyphens themselves, so every hyphen is tried.
-AResult FindBaseLine(const AUVXContents& contents, const std::string& text, ABL& base) {
-  AResult result = AResult::Fail(text + ": not a baseline, which is written as in 2-5");
-  for (size_t hyphen = text.find('-'); hyphen != std::string::npos; hyphen = text.find('-', hyphen + 1)) {
-    int first = 0, second = 0;
-    result = contents.FindAntenna(text.substr(0, hyphen), first);
-    if (result) result = contents.FindAntenna(text.substr(hyphen + 1), second);
-    if (!result) continue;
-    base = ABL(first, second);
-    return result;
-  }
-  return result;
 }
 
 std::string Partners(const ABaseLine& baselines, int antenna) {
@@ -93,18 +80,19 @@ std::string Partners(const ABaseLine& baselines, int antenna) {
 
 AResult FindLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChain>& chains) {
   const AUVXContents& contents = from.contents();
-  std::optional<int> source;
-  if (!options.source.empty()) {
+  std::set<int> sources;
+  for (const std::string& name : options.selection.sources) {
     int number = 0;
-    if (AResult result = contents.FindSource(options.source, number); !result) return result;
-    source = number;
+    if (AResult result = contents.FindSource(name, number); !result) return result;
+    sources.insert(number);
   }
-  ABL searched(0, 0);
-  if (AResult result = FindBaseLine(contents, options.baseline, searched); !result) return result;
+  int first = 0, second = 0;
+  if (AResult result = contents.FindBaseline(options.baseline, first, second); !result) return result;
+  ABL searched(first, second);
 
   AUVXBaseLines all;
   if (AResult result = BaseLinesOf(from, all); !result) return result;
-  const ABaseLine baselines = Unflagged(all, source);
+  const ABaseLine baselines = Unflagged(all, sources);
   if (baselines.count() > std::numeric_limits<short>::max()) {
     return AResult::Fail(from.path() + ": " + std::to_string(baselines.count()) + " baselines are too many to search");
   }

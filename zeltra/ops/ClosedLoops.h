@@ -10,6 +10,7 @@
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobDescription.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/UVXSelection.h"
 
 namespace zeltra {
 
@@ -18,8 +19,8 @@ struct LoopOptions : JobOptions {
   std::string baseline;
   /// The longest chain, baselines.
   int longest = 3;
-  /// Number or name of the source whose baselines count; empty for those of all sources.
-  std::string source;
+  /// With no more than sources, whose baselines count.
+  UVXSelection selection;
 };
 
 /// Baselines, each from its first antenna to its second one, that lead from antenna 1 of the searched baseline to its

@@ -142,19 +142,20 @@ AResult Closer::FindPolarisations() {
 AResult Closer::Run(const ClosureSink& sink, AClosureCounts* counts) {
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = LookUp(); !result) return result;
-  if (AResult result = walk_.Open(); !result) return result;
+  if (AResult result = walk_.Open(RecordChoice::Antennas); !result) return result;
   const AUVXFile& uvx = from_.uvx();
   std::vector<int> points;
   for (const int i : IFs_) {
     for (const int channel : channels_) points.push_back(i * uvx.channels() + channel);
   }
-  std::vector<AStokesMix> mixes;
-  std::vector<std::optional<AStokesMix>> reverse;
+  std::vector<PolarisationChoice> mixes;
+  std::vector<std::optional<PolarisationChoice>> reverse;
   for (const AStokesItem& item : polarisations_) {
-    mixes.emplace_back(0, item, AStokesItem());
+    mixes.push_back(AStokesMix(0, item, AStokesItem()));
     int index = 0;
     const bool isStored = from_.contents().header().stokes.FindStokes(Exchanged(item.code), index);
-    reverse.push_back(isStored ? std::optional(AStokesMix(0, AStokesItem(index, Exchanged(item.code)), AStokesItem()))
+    reverse.push_back(isStored ? std::optional<PolarisationChoice>(
+                                     AStokesMix(0, AStokesItem(index, Exchanged(item.code)), AStokesItem()))
                                : std::nullopt);
   }
   ValueChoice choice(uvx, points, mixes, true);

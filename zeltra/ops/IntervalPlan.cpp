@@ -23,10 +23,10 @@ constexpr double kFarDays = 10000;
 
 // IntervalClock
 
-IntervalClock::IntervalClock(double midnight, const IntervalOptions& options) : midnight_(midnight) {
-  if (options.selection.start) first_ = origin_ = Ticks(options.selection.start->value);
-  if (options.selection.stop) last_ = Ticks(options.selection.stop->value);
-  if (options.interval > 0) length_ = options.interval * kTicksPerSecond;
+IntervalClock::IntervalClock(double midnight, const RecordChoice& choice, double interval) : midnight_(midnight) {
+  if (choice.start()) first_ = origin_ = Ticks(choice.start()->value);
+  if (choice.stop()) last_ = Ticks(choice.stop()->value);
+  if (interval > 0) length_ = interval * kTicksPerSecond;
   // 0.07 s are 700.0000000000001 ticks.
   if (std::fabs(length_ - std::round(length_)) < 1e-9 * length_) length_ = std::round(length_);
 }
@@ -45,50 +45,35 @@ double IntervalClock::Begin(double cell) const {
 
 // IntervalPlan
 
-AResult IntervalPlan::Open() {
+AResult IntervalPlan::Open(unsigned leftOut) {
   const double interval = options_.interval;
   if (!(interval < 0) && !(interval >= 1e-3 && interval <= 1e9)) {
     return AResult::Fail(input_.path() + ": cannot be cut into intervals of " + valToStr(interval) +
                          " s: they take 0.001 s at least, -1 makes one of every time stamp");
   }
   if (AResult result = contents_.CheckLists(); !result) return result;
-  if (AResult result = FindStreams(); !result) return result;
-  if (AResult result = contents_.SettleTimes(options_.selection.start, options_.selection.stop); !result) return result;
+  if (AResult result = choice_.Open(input_, options_.selection, leftOut); !result) return result;
+  FindStreams();
   if (AResult result = SetClock(); !result) return result;
   if (AResult result = FindStretches(); !result) return result;
   Cut(Bounds());
   return AResult::Ok();
 }
 
-AResult IntervalPlan::FindStreams() {
-  std::set<int> sources;
-  for (const std::string& name : options_.selection.sources) {
-    int source = 0;
-    if (AResult result = contents_.FindSource(name, source); !result) return result;
-    sources.insert(source);
-  }
-  std::set<int> setups;
+void IntervalPlan::FindStreams() {
   const AUVXPosition& scans = contents_.scans();
   for (int i = 0; i < scans.count(); ++i) {
-    const AUVXPositionItem& scan = scans(i);
-    if (!sources.empty() && !sources.contains(scan.sourceId)) continue;
-    setups.insert(scan.freqId);
-    if (options_.selection.freqSel && scan.freqId != *options_.selection.freqSel) continue;
+    if (!choice_.TakesScan(i)) continue;
     const int place = static_cast<int>(streams_.size());
-    if (places_.emplace(std::pair(scan.sourceId, scan.freqId), place).second) {
-      streams_.push_back({scan.sourceId, scan.freqId});
+    if (places_.emplace(std::pair(scans(i).sourceId, scans(i).freqId), place).second) {
+      streams_.push_back({scans(i).sourceId, scans(i).freqId});
     }
   }
-  if (!streams_.empty() || scans.count() == 0) return AResult::Ok();
-  std::string list;
-  for (const int setup : setups) list += (list.empty() ? "" : ", ") + std::to_string(setup);
-  return AResult::Fail(input_.path() + ": no record of frequency setup " + std::to_string(*options_.selection.freqSel) +
-                       "; there are " + list);
 }
 
-int IntervalPlan::StreamOf(const AUVXPositionItem& scan) const {
-  const auto place = places_.find({scan.sourceId, scan.freqId});
-  return place == places_.end() ? -1 : place->second;
+int IntervalPlan::StreamOf(int scan) const {
+  const AUVXPositionItem& item = contents_.scans()(scan);
+  return choice_.TakesScan(scan) ? places_.at({item.sourceId, item.freqId}) : -1;
 }
 
 double IntervalPlan::TimeOf(int record) const {
@@ -102,27 +87,28 @@ AResult IntervalPlan::SetClock() {
   double first = std::numeric_limits<double>::max();
   std::set<int> seen;
   for (int i = 0; i < scans.count() && seen.size() < streams_.size(); ++i) {
-    const int stream = StreamOf(scans(i));
+    const int stream = StreamOf(i);
     if (stream < 0 || !seen.insert(stream).second || scans(i).startVis < 1) continue;
     const double date = TimeOf(scans(i).startVis - 1);
     if (!std::isfinite(date)) {
-      return AResult::Fail(input_.path() + ": the time of record " + std::to_string(scans(i).startVis - 1) +
+      return AResult::Fail(input_.path() + ": the time of record " + std::to_string(scans(i).startVis) +
                            " is no number");
     }
     first = std::min(first, date);
   }
   const double date = contents_.header().info.dateObs;
   const bool isNear = first >= date && first - date < kFarDays;
-  clock_ = IntervalClock(isNear || streams_.empty() ? date : MidnightBefore(first), options_);
+  clock_ = IntervalClock(isNear || streams_.empty() ? date : MidnightBefore(first), choice_, options_.interval);
   return AResult::Ok();
 }
 
 AResult IntervalPlan::FindStretches() {
   std::vector<double> ends(streams_.size(), std::numeric_limits<double>::lowest());
+  int place = 0;
   int backward = -1;  // a record before the end of a scan that came before
   AResult result = contents_.CheckIndex(
       input_, [&](const AUVXPositionItem& scan, const AUVXGroup& firstRecord, const AUVXGroup& lastRecord) {
-        const int stream = StreamOf(scan);
+        const int stream = StreamOf(place++);
         const double first = clock_.Ticks(firstRecord.date), last = clock_.Ticks(lastRecord.date);
         if (stream >= 0) {
           double& end = ends[static_cast<size_t>(stream)];
@@ -140,7 +126,7 @@ AResult IntervalPlan::FindStretches() {
 }
 
 AResult IntervalPlan::GoesBack(int record) const {
-  return AResult::Fail(input_.path() + ": record " + std::to_string(record) +
+  return AResult::Fail(input_.path() + ": record " + std::to_string(record + 1) +
                        " goes back in time; records are averaged in time order, in which 'zeltra sort' puts them");
 }
 

@@ -13,6 +13,7 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/IntervalOptions.h"
+#include "zeltra/ops/RecordChoice.h"
 
 namespace zeltra {
 
@@ -30,7 +31,8 @@ class IntervalClock {
 
   IntervalClock() = default;
   /// @param midnight  the Julian date of tick 0
-  IntervalClock(double midnight, const IntervalOptions& options);
+  /// @param interval  length, seconds; negative: every time is an interval
+  IntervalClock(double midnight, const RecordChoice& choice, double interval);
 
   double Ticks(double julianDate) const;
   /// Whether records of this time count.
@@ -71,16 +73,18 @@ class IntervalPlan {
       : input_(input), options_(options), contents_(input.contents()) {}
 
   /// Look the selections up, check the index, and cut.
-  AResult Open();
+  /// @param leftOut  what of the selection the job sees to itself, a sum of RecordChoice::LeftOut
+  AResult Open(unsigned leftOut);
 
   const AUVXContents& contents() const { return contents_; }
+  const RecordChoice& choice() const { return choice_; }
   const IntervalClock& clock() const { return clock_; }
   const std::vector<IntervalPart>& parts() const { return parts_; }
   const std::vector<IntervalStream>& streams() const { return streams_; }
   /// Records in all parts.
   int64 records() const { return records_; }
-  /// Place in streams() of the records of a scan; -1 for a scan that is not selected.
-  int StreamOf(const AUVXPositionItem& scan) const;
+  /// Place in streams() of the records of a scan, which goes by its place in the index; -1 for one not selected.
+  int StreamOf(int scan) const;
   /// Time of a record, a Julian date; NaN if it cannot be read.
   double TimeOf(int record) const;
   /// The failure of a stream that goes back in time.
@@ -97,7 +101,7 @@ class IntervalPlan {
     int64 records;  // for which it stands
   };
 
-  AResult FindStreams();
+  void FindStreams();
   AResult SetClock();
   AResult FindStretches();
   std::vector<Sample> TakeSamples() const;
@@ -106,8 +110,9 @@ class IntervalPlan {
   int FirstFrom(const Stretch& stretch, int from, double bound) const;
 
   AUVXInput& input_;
-  IntervalOptions options_;
+  const IntervalOptions options_;
   const AUVXContents& contents_;
+  RecordChoice choice_;
   std::vector<IntervalStream> streams_;
   std::map<std::pair<int, int>, int> places_;  // of sources and setups in streams_
   IntervalClock clock_;

@@ -102,6 +102,7 @@ class IntervalWorker : public PartWorker {
   explicit IntervalWorker(const WalkShape& shape)
       : shape_(shape),
         clock_(shape.plan.clock()),
+        choice_(shape.plan.choice()),
         scans_(shape.plan.contents().scans()),
         reader_(shape.input),
         room_(static_cast<size_t>(shape.choice.count())),
@@ -133,11 +134,12 @@ class IntervalWorker : public PartWorker {
   bool Release();
   bool HandOn(bool all);
   AResult Unreadable(int record) const {
-    return AResult::Fail(shape_.input.path() + ": cannot be read in record " + std::to_string(record));
+    return AResult::Fail(shape_.input.path() + ": cannot be read in record " + std::to_string(record + 1));
   }
 
   const WalkShape& shape_;
   const IntervalClock& clock_;
+  const RecordChoice& choice_;
   const AUVXPosition& scans_;
   RecordReader reader_;
   std::vector<AUVXComplex> room_;
@@ -204,7 +206,7 @@ AResult IntervalWorker::WalkRange(const RecordRange& range, PartOutput& output) 
 
 void IntervalWorker::EnterScan(int record) {
   while (scan_ < 0 || scans_(scan_).endVis <= record) ++scan_;
-  stream_ = shape_.plan.StreamOf(scans_(scan_));
+  stream_ = shape_.plan.StreamOf(scan_);
   isNewScan_ = true;
   if (stream_ >= 0) expected_ = shape_.plan.streams()[static_cast<size_t>(stream_)];
 }
@@ -220,7 +222,7 @@ AResult IntervalWorker::TakeRecord(const char* bytes, int record) {
     if (AResult result = EnterTime(group, record); !result) return result;
   }
   StreamState& state = states_[static_cast<size_t>(stream_)];
-  if (group.flag != 0 || !isSelected_) return AResult::Ok();
+  if (group.flag != 0 || !isSelected_ || !choice_.TakesBaseline(group)) return AResult::Ok();
   if (!state.open) {
     if (AResult result = Begin(state, record, group); !result) return result;
   }
@@ -231,7 +233,7 @@ AResult IntervalWorker::TakeRecord(const char* bytes, int record) {
 AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
   const double ticks = clock_.Ticks(group.date);
   if (!std::isfinite(ticks)) {
-    return AResult::Fail(shape_.input.path() + ": the time of record " + std::to_string(record) + " is no number");
+    return AResult::Fail(shape_.input.path() + ": the time of record " + std::to_string(record + 1) + " is no number");
   }
   StreamState& state = states_[static_cast<size_t>(stream_)];
   const bool isInOrder = ticks >= state.lastTicks && ticks >= part_->begin && ticks < part_->end;
@@ -455,7 +457,8 @@ AResult IntervalWorker::AddAgain(const OpenInterval& interval, const AddRead& ad
       AUVXGroup group;
       std::memcpy(static_cast<void*>(&group), bytes, AUVXGroup::kBytes);
       if (group.sourceNo() != stream.source || group.freqSel() != stream.setup || group.flag != 0) continue;
-      if (!clock_.IsSelected(clock_.Ticks(group.date))) continue;
+      if (!clock_.IsSelected(clock_.Ticks(group.date)) || !choice_.TakesBaseline(group)) continue;
+      if (!choice_.TakesScanOf(group, first + i)) continue;
       add(group, bytes + AUVXGroup::kBytes);
     }
     first += count;
@@ -520,8 +523,7 @@ AResult IntervalWalk::Run(const ValueChoice& choice, const Shape& shape, const F
   job.worker = [&] { return std::make_unique<IntervalWorker>(walk); };
   job.take = take;
   if (AResult result = RunParts(job, options); !result) return result;
-  const bool isBounded = options_.selection.start || options_.selection.stop;
-  return isBounded && !hasInterval && !plan_.streams().empty() ? input_.NothingSelected() : AResult::Ok();
+  return hasInterval || input_.uvx().count() == 0 ? AResult::Ok() : plan_.choice().NothingSelected(input_, options_);
 }
 
 }  // namespace zeltra

@@ -66,10 +66,11 @@ class IntervalWalk {
   IntervalWalk(AUVXInput& input, const IntervalOptions& options)
       : input_(input), options_(options), plan_(input, options) {}
 
-  AResult Open() { return plan_.Open(); }
+  /// @param leftOut  what of the selection the job sees to itself, a sum of RecordChoice::LeftOut
+  AResult Open(unsigned leftOut = RecordChoice::Nothing) { return plan_.Open(leftOut); }
   const AUVXContents& contents() const { return plan_.contents(); }
 
-  /// @return a failure also if bounds of time leave no interval
+  /// @return a failure also if no record is left
   AResult Run(const ValueChoice& choice, const Shape& shape, const Finish& finish, const Take& take);
 
  private:

@@ -19,20 +19,22 @@ AJobDescription DescribeAverage() {
       "not count. A UVX file of averages keeps the tables of the input and its scans; the baseline list is made anew.");
   job.Input(UVXInputFile());
   job.Output({"OUT.uvx", "write a UVX file instead of the table", "output", 'o', {}});
-  DescribeIntervals(job);
+  DescribeIntervals(job, {.sources = "each by itself"});
   DescribeMeans(job);
   job.Threads();
   job.Choice<AverageMix AverageOptions::*, AverageMix>(
          "mix", &AverageOptions::mix,
          {{"all", AverageMix::All}, {"rl", AverageMix::Parallel}, {"cross", AverageMix::Cross}},
          "average combinations of polarisations: all that can be formed, the parallel hands (rl) or the cross hands")
+      .Excludes("stokes")
       .Otherwise("the polarisations of the file");
   job.Overwrite();
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
   job.Column("ant1", "", "number of antenna 1");
   job.Column("ant2", "", "number of antenna 2");
-  job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file", "real part of the mean; all three count from 0");
+  job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file",
+             "real part of the mean, as in re_1_1_RR; IFs and channels count from 1");
   job.Column("im_IF_CHANNEL_POLARISATION", "unit of the file", "imaginary part");
   job.Column("weight_IF_CHANNEL_POLARISATION", "", "weight of the mean; not above 0: flagged");
   return job.Finish();
@@ -45,7 +47,7 @@ AJobDescription DescribeClosure() {
       "each source and setup by itself. Visibilities are averaged over the interval first, those of each IF, channel "
       "and polarisation by themselves; then their closures are averaged.");
   job.Input(UVXInputFile());
-  DescribeIntervals(job);
+  DescribeIntervals(job, {.leftOut = kAntennas | kFrequencies | kStokes, .sources = "each by itself"});
   job.Option(
          "antenna", [](ClosureOptions & o) -> auto& { return o.selection.antennas; },
          "numbers or names of antennas, separated by commas: closures through a single one, or among several")
@@ -96,12 +98,14 @@ AJobDescription DescribeLoops() {
                                  "records in a file without that table.");
   job.Input(UVXInputFile());
   job.Option("baseline", &LoopOptions::baseline, "numbers or names of the antennas, as in 2-5 or PT-LA")
-      .Form("ANT1-ANT2")
+      .Form("A-B")
       .Word();
   job.Option("max", &LoopOptions::longest, "the longest chain").Unit("baselines").Range(2, 1000);
-  job.Option("source", &LoopOptions::source, "only baselines with records of this source, a number or a name")
-      .Form("N|NAME")
-      .Otherwise("all sources");
+  job.Option(
+         "source", [](LoopOptions & o) -> auto& { return o.selection.sources; },
+         "only baselines with records of these sources, numbers or names; =7 is the source named 7")
+      .Form("N|NAME[,...]")
+      .Otherwise("all");
   return job.Finish();
 }
 
@@ -113,29 +117,9 @@ AJobDescription DescribeCopy() {
       "Frequencies stay right where IFs or channels are left out.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
-  job.Option(
-         "source", [](CopyOptions & o) -> auto& { return o.selection.sources; },
-         "numbers or names of sources, separated by commas")
-      .Otherwise("all");
-  job.Option(
-         "antenna", [](CopyOptions & o) -> auto& { return o.selection.antennas; },
-         "numbers or names of antennas, separated by commas: the baselines between them")
-      .Otherwise("all");
-  DescribeTimes(job);
+  DescribeSelection(job);
   job.Option("drop-flagged", &CopyOptions::dropFlagged,
              "leave out records that are flagged or keep no value with a weight above 0");
-  job.Option(
-         "if", [](CopyOptions & o) -> auto& { return o.selection.IFs; }, "numbers of IFs, as in 1,3-4")
-      .CountedFrom(1)
-      .Otherwise("all");
-  job.Option(
-         "channel", [](CopyOptions & o) -> auto& { return o.selection.channels; },
-         "numbers of channels, evenly spaced, as in 8-15")
-      .CountedFrom(1)
-      .Otherwise("all");
-  job.Option(
-         "stokes", [](CopyOptions & o) -> auto& { return o.selection.stokes; }, "polarisations, as in RR,LL")
-      .Otherwise("all");
   DescribeScanGap(job);
   job.Overwrite();
   return job.Finish();

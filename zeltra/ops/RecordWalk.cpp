@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/RecordChoice.h"
 #include "zeltra/ops/RecordReaderInternal.h"
 
 namespace zeltra {
@@ -68,7 +69,7 @@ AResult BlockWalk::Read(Stretch stretch, const Take& take) {
   for (int next = stretch.first; next < stretch.end;) {
     if (IsCancelled(options_)) return AResult::Cancel(path_ + ": cancelled before its last record");
     const int count = reader_.Read(next, stretch.end);
-    if (count == 0) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(next));
+    if (count == 0) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(next + 1));
     const char* bytes = reader_.records();
     for (int i = 0; i < count; ++i, bytes += reader_.recordBytes()) {
       record.index = next + i;
@@ -87,13 +88,12 @@ AResult BlockWalk::Read(Stretch stretch, const Take& take) {
 // The selected records by the index: the scans that are read in one go, and which of their records are wanted.
 class IndexWalk {
  public:
-  IndexWalk(AUVXInput& input, const RecordSelection& selection)
-      : input_(input), contents_(input.contents()), scans_(contents_.scans()), selection_(selection) {}
+  IndexWalk(AUVXInput& input, const RecordChoice& choice)
+      : input_(input), contents_(input.contents()), scans_(contents_.scans()), choice_(choice) {}
 
   AResult Run(const JobOptions& options, const RecordVisitor& visit);
 
  private:
-  bool IsWanted(int scan) const;
   int64 Count() const;
   int LastInOneGo(int first) const;
   const AUVXPositionItem& ScanOf(int record);
@@ -101,22 +101,15 @@ class IndexWalk {
   AUVXInput& input_;
   const AUVXContents& contents_;
   const AUVXPosition& scans_;
-  const RecordSelection& selection_;
+  const RecordChoice& choice_;
   int scan_ = 0;  // that the last record belonged to
   bool isWanted_ = false;
 };
 
-bool IndexWalk::IsWanted(int scan) const {
-  const auto has = [](const std::vector<int>& numbers, int number) {
-    return numbers.empty() || std::find(numbers.begin(), numbers.end(), number) != numbers.end();
-  };
-  return has(selection_.sources, scans_(scan).sourceId) && has(selection_.setups, scans_(scan).freqId);
-}
-
 int64 IndexWalk::Count() const {
   int64 records = 0;
   for (int i = 0; i < scans_.count(); ++i) {
-    if (IsWanted(i)) records += scans_(i).endVis - scans_(i).startVis + 1;
+    if (choice_.TakesScan(i)) records += scans_(i).endVis - scans_(i).startVis + 1;
   }
   return records;
 }
@@ -125,7 +118,7 @@ int IndexWalk::LastInOneGo(int first) const {
   const int readOver = kReadOverBytes / input_.uvx().recSize();
   int last = first;
   for (int i = first + 1; i < scans_.count() && scans_(i).startVis - scans_(last).endVis <= readOver + 1; ++i) {
-    if (IsWanted(i)) last = i;
+    if (choice_.TakesScan(i)) last = i;
   }
   return last;
 }
@@ -133,7 +126,7 @@ int IndexWalk::LastInOneGo(int first) const {
 const AUVXPositionItem& IndexWalk::ScanOf(int record) {
   if (record >= scans_(scan_).endVis) {
     while (record >= scans_(scan_).endVis) ++scan_;
-    isWanted_ = IsWanted(scan_);
+    isWanted_ = choice_.TakesScan(scan_);
   }
   return scans_(scan_);
 }
@@ -150,12 +143,12 @@ AResult IndexWalk::Run(const JobOptions& options, const RecordVisitor& visit) {
       denied = contents_.IndexDenies(record.index, record.group);
       return false;
     }
-    if (!isWanted_) return true;
+    if (!isWanted_ || !choice_.TakesTime(record.group.date) || !choice_.TakesBaseline(record.group)) return true;
     record.values = walk.Aligned(values);
     return visit(record);
   };
   for (int i = 0; i < scans_.count() && !walk.isEnded(); ++i) {
-    if (!IsWanted(i)) continue;
+    if (!choice_.TakesScan(i)) continue;
     scan_ = i;
     isWanted_ = true;
     const int first = scans_(i).startVis - 1;
@@ -177,10 +170,10 @@ AResult WalkRecords(AUVXInput& input, const JobOptions& options, int first, int 
   });
 }
 
-AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordSelection& selection,
+AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordChoice& choice,
                     const RecordVisitor& visit) {
   if (AResult result = input.CheckRecordSize(); !result) return result;
-  return IndexWalk(input, selection).Run(options, visit);
+  return IndexWalk(input, choice).Run(options, visit);
 }
 
 }  // namespace zeltra

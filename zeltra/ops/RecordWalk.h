@@ -4,7 +4,6 @@
 #define ZELTRA_OPS_RECORDWALK_H_
 
 #include <functional>
-#include <vector>
 
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobOptions.h"
@@ -13,6 +12,8 @@
 #include "zeltra/uvx/AUVXGroup.h"
 
 namespace zeltra {
+
+class RecordChoice;
 
 /// A record on its way past a visitor, which may keep copies of its parts alone.
 struct WalkedRecord {
@@ -25,23 +26,17 @@ struct WalkedRecord {
 /// Called on the thread that walks, in the order of the file. @return false to end the walk, which then has succeeded
 using RecordVisitor = std::function<bool(const WalkedRecord&)>;
 
-/// The records that are asked for; an empty list asks for those of all numbers.
-struct RecordSelection {
-  std::vector<int> sources;
-  std::vector<int> setups;
-};
-
 /// Visit the records from `first` to `end` - 1, all of them in the file, whatever the index says of them.
 /// @param options  the progress control gets the range 0..100 and percentages; the cancel flag counts once a block
 /// @return that the walk was cancelled, or which record cannot be read; those before it have been visited
 ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, int first, int end,
                                const RecordVisitor& visit);
 
-/// Visit the records of the scans that are selected, by the index of the file. Short scans between them are read too,
-/// longer ones are passed over.
+/// Visit the records that are taken, by the index of the file. Short scans between theirs are read too, longer ones are
+/// passed over.
 /// @return also that the index is not one of all records, or that a record which was read is of another source or
 ///         setup than it says
-ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordSelection& selection,
+ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordChoice& choice,
                                const RecordVisitor& visit);
 
 }  // namespace zeltra

@@ -10,7 +10,6 @@
 #include "zeltra/core/Text.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/RecordWalk.h"
-#include "zeltra/ops/ValueChoiceInternal.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 
 namespace zeltra {
@@ -22,62 +21,52 @@ bool IsParallelHand(int code) {
   return code == kRR || code == kLL || code == kXX || code == kYY || code == kI;
 }
 
-void Append(AArray<AStokesMix>& list, const AStokesMix& mix) {
-  list.InsertAt(list.count(), mix);
-}
-
 }  // namespace
 
-AResult SelectedVisibilities::Select(const UVXSelection& selection, Preference preference) {
+AResult SelectedVisibilities::Select(const UVXSelection& selection, Preference preference, unsigned leftOut) {
   if (AResult result = contents_.CheckLists(); !result) return result;
   if (AResult result = contents_.CheckIndex(input_); !result) return result;
-  if (AResult result = SelectSource(selection.sources); !result) return result;
+  if (AResult result = choice_.Open(input_, selection, leftOut | RecordChoice::UVDistances); !result) return result;
+  uvRange_ = selection.uvRange;
+  takesFlagged_ = selection.flagged;
+  if (AResult result = SelectSource(); !result) return result;
   if (AResult result = SelectStokes(selection.stokes, preference); !result) return result;
   return SelectFrequencies(selection);
 }
 
-AResult SelectedVisibilities::SelectSource(const std::vector<std::string>& wanted) {
-  const std::vector<int> numbers = contents_.SourceNumbers();
-  int number = numbers.empty() ? 0 : numbers.front();
-  if (wanted.size() > 1) return AResult::Fail(input_.path() + ": a single source has to be chosen");
-  if (!wanted.empty()) {
-    if (AResult result = contents_.FindSource(wanted[0], number); !result) return result;
-  } else if (numbers.size() > 1) {
+AResult SelectedVisibilities::SelectSource() {
+  const std::vector<int>& numbers = choice_.sources();
+  if (numbers.size() > 1) {
     return AResult::Fail(input_.path() + ": one of its sources has to be chosen: " + contents_.SourceList(numbers));
   }
+  const int number = numbers.empty() ? 0 : numbers.front();
   const int place = contents_.sources().IndexForID(number);
   source_ = place >= 0 ? contents_.sources()(place) : AUVXSourceItem();
   source_.id = number;
   return AResult::Ok();
 }
 
-AResult SelectedVisibilities::Find(const std::string& name, AStokesMix& mix) const {
-  AResult result = contents_.FindPolarisation(name, mix);
-  const AUVXStokes& stored = contents_.header().stokes;
-  int x = 0, y = 0;
-  if (result || (name != "I" && name != "i")) return result;
-  if (!stored.FindStokes(kXX, x) || !stored.FindStokes(kYY, y)) return result;
-  mix = AStokesMix(kI, AStokesItem(x, kXX), AStokesItem(y, kYY));
-  return AResult::Ok();
-}
-
 AResult SelectedVisibilities::SelectStokes(const std::vector<std::string>& wanted, Preference preference) {
   const AUVXStokes& stored = contents_.header().stokes;
   if (stored.count() < 1) return AResult::Fail(input_.path() + ": its records hold no polarisations");
-  mixes_.Free();
-  AStokesMix mix;
-  for (const std::string& name : wanted) {
-    if (AResult result = Find(name, mix); !result) return result;
-    Append(mixes_, mix);
+  if (!wanted.empty()) return contents_.FindPolarisations(wanted, polarisations_);
+  polarisations_.clear();
+  PolarisationChoice intensity;
+  if (preference == TotalIntensity && contents_.FindPolarisation("I", intensity)) polarisations_.push_back(intensity);
+  for (int i = 0; preference == ParallelHands && i < stored.count(); ++i) {
+    if (IsParallelHand(stored(i))) polarisations_.push_back(AStokesMix(0, AStokesItem(i, stored(i)), AStokesItem()));
   }
-  const auto single = [&](int i) { return AStokesMix(0, AStokesItem(i, stored(i)), AStokesItem()); };
-  if (wanted.empty() && preference == TotalIntensity) Append(mixes_, Find("I", mix) ? mix : single(0));
-  for (int i = 0; wanted.empty() && preference == ParallelHands && i < stored.count(); ++i) {
-    if (IsParallelHand(stored(i))) Append(mixes_, single(i));
-  }
-  if (mixes_.count() > 0) return AResult::Ok();
-  for (int i = 0; i < stored.count(); ++i) Append(mixes_, single(i));
-  return AResult::Ok();
+  if (!polarisations_.empty()) return AResult::Ok();
+  AResult result = contents_.FindPolarisations({}, polarisations_);
+  if (preference == TotalIntensity) polarisations_.resize(1);
+  return result;
+}
+
+std::string SelectedVisibilities::PolarisationNames() const {
+  std::string names;
+  for (const PolarisationChoice& polarisation : polarisations_)
+    names += (names.empty() ? "" : ", ") + polarisation.name;
+  return names;
 }
 
 AResult SelectedVisibilities::SelectFrequencies(const UVXSelection& selection) {
@@ -108,9 +97,9 @@ AResult SelectedVisibilities::ForEach(const JobOptions& options, const char* ste
   SendProgressText(options.progress, step);
   std::optional<Setup> setup;
   int number = 0;  // of the setup
-  return WalkRecords(input_, options, {{source_.id}, {}}, [&](const WalkedRecord& record) {
+  return WalkRecords(input_, options, choice_, [&](const WalkedRecord& record) {
     const AUVXGroup& group = record.group;
-    if (group.flag != 0 || group.ant1 == group.ant2) return true;
+    if ((group.flag != 0 && !takesFlagged_) || group.ant1 == group.ant2) return true;
     if (!setup || number != group.freqSel()) {
       number = group.freqSel();
       setup = Setup{AUVXFreqs(input_.uvx(), number), WidthsOf(number)};
@@ -142,11 +131,35 @@ std::string SelectedVisibilities::unit() const {
   return unit == "JY" || unit == "jy" ? "Jy" : unit;
 }
 
-AResult SelectedVisibilities::NothingValid() const {
-  std::string names;
-  for (int s = 0; s < mixes_.count(); ++s) names += (s == 0 ? "" : ", ") + mixes_(s).asShortString();
-  return AResult::Fail(input_.path() + ": source " + contents_.SourceList({source_.id}) +
-                       " has no valid visibility of two antennas in " + names);
+AResult SelectedVisibilities::NothingValid(const JobOptions& options, const std::string& remedy) {
+  bool isAny = false, hasFlagged = false;
+  double nearest = HUGE_VAL, farthest = 0;
+  SelectedVisibilities all(*this);
+  all.uvRange_ = ARange();
+  all.takesFlagged_ = true;
+  AResult result = all.ForEach(options, "Looking for what there is...", [&](const SelectedVisibility& visibility) {
+    const double distance = std::hypot(visibility.u, visibility.v);
+    isAny = true;
+    hasFlagged = hasFlagged || uvRange_.Holds(distance);
+    nearest = std::min(nearest, distance);
+    farthest = std::max(farthest, distance);
+  });
+  if (!result) return result;
+  const std::string names = PolarisationNames();
+  const std::string source = input_.path() + ": source " + contents_.SourceList({source_.id});
+  if (hasFlagged) return AResult::Fail(source + ": all weights in " + names + " are 0 or negative" + remedy);
+  if (isAny) {
+    return AResult::Fail(source + ": no visibility is selected; the uv distances are " + SuffixedNumber(nearest) +
+                         " to " + SuffixedNumber(farthest) + " wavelengths");
+  }
+  bool hasRecord = false;
+  result = WalkRecords(input_, options, choice_, [&](const WalkedRecord&) {
+    hasRecord = true;
+    return false;
+  });
+  if (!result) return result;
+  if (!hasRecord) return choice_.NothingSelected(input_, options);
+  return AResult::Fail(source + " has no valid visibility of two antennas in " + names);
 }
 
 void SelectedVisibilities::Visit(const WalkedRecord& record, const Setup& setup, const Visitor& visit) const {
@@ -154,7 +167,7 @@ void SelectedVisibilities::Visit(const WalkedRecord& record, const Setup& setup,
   const int channels = uvx.channels(), stokes = uvx.stokes();
   const AUVXGroup& group = record.group;
   const AUVXFreqs& frequencies = setup.frequencies;
-  SelectedVisibility visibility = {&group, 0, 0, 0, 0, 0, {}};
+  SelectedVisibility visibility = {&group, 0, 0, 0, 0, 0, false, {}};
   for (const int i : IFs_) {
     visibility.width = setup.widths[static_cast<size_t>(i)];
     for (const int c : channels_) {
@@ -164,11 +177,13 @@ void SelectedVisibilities::Visit(const WalkedRecord& record, const Setup& setup,
       visibility.v = group.v() * visibility.frequency;
       // A row of "FQ" may lack an IF, whose frequencies are not numbers then.
       if (!(visibility.frequency > 0) || !std::isfinite(visibility.u) || !std::isfinite(visibility.v)) continue;
+      if (uvRange_.IsLimited() && !uvRange_.Holds(std::hypot(visibility.u, visibility.v))) continue;
       const AUVXComplex* values = record.values + static_cast<ptrdiff_t>(point) * stokes;
-      for (int s = 0; s < mixes_.count(); ++s) {
-        visibility.value = Combined(mixes_(s), values, stokes, true);
-        if (!visibility.value.isValid() || !IsFinite(visibility.value)) continue;
-        visibility.stokes = s;
+      for (size_t s = 0; s < polarisations_.size(); ++s) {
+        visibility.value = polarisations_[s].Value(values, stokes, true);
+        visibility.isFlagged = group.flag != 0 || !visibility.value.isValid();
+        if ((visibility.isFlagged && !takesFlagged_) || !IsFinite(visibility.value)) continue;
+        visibility.stokes = static_cast<int>(s);
         visit(visibility);
       }
     }

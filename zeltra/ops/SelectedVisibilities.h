@@ -11,8 +11,9 @@
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/PolarisationChoice.h"
+#include "zeltra/ops/RecordChoice.h"
 #include "zeltra/ops/UVXSelection.h"
-#include "zeltra/uvx/AStokesMix.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"
 
@@ -24,17 +25,18 @@ struct WalkedRecord;
 /// A visibility with its place in the u, v plane.
 struct SelectedVisibility {
   const AUVXGroup* group;  ///< of the record
-  int stokes;              ///< index of the combination in SelectedVisibilities::mixes()
+  int stokes;              ///< index in SelectedVisibilities::polarisations()
   double frequency;        ///< Hz, of the middle of the channel
   double width;            ///< Hz, of the channel, above 0; 0 where no frequency table tells it
   double u;                ///< wavelengths at that frequency
   double v;
+  bool isFlagged;
   AUVXComplex value;
 };
 
 /// Reads the valid visibilities of one source: the flag of the record is 0, the weight is above 0, all numbers are
-/// finite, and the two antennas differ. Polarisations are combined by AStokesMix, with the inverse of the variance for
-/// a weight; I is also made of XX and YY.
+/// finite, and the two antennas differ; flagged ones too where they are selected. Polarisations are formed with the
+/// inverse of the variance for a weight.
 class ZELTRA_API SelectedVisibilities {
  public:
   using Visitor = std::function<void(const SelectedVisibility&)>;
@@ -47,7 +49,8 @@ class ZELTRA_API SelectedVisibilities {
   explicit SelectedVisibilities(AUVXInput& input) : input_(input), contents_(input.contents()) {}
 
   /// Look up what is asked for. @return a failure that tells what there is instead, or what is wrong with the index
-  AResult Select(const UVXSelection& selection, Preference preference);
+  /// @param leftOut  what of the selection the job sees to itself, a sum of RecordChoice::LeftOut
+  AResult Select(const UVXSelection& selection, Preference preference, unsigned leftOut = RecordChoice::Nothing);
 
   /// Visit all visibilities in the order of the file: all combinations of a frequency, then the next frequency, then
   /// the next record. May be called again.
@@ -59,30 +62,35 @@ class ZELTRA_API SelectedVisibilities {
   /// @param antenna  its number; -1 where there is no visibility
   AResult FindBusiestAntenna(const JobOptions& options, int& antenna);
 
-  /// A failure that tells that there is nothing to visit.
-  AResult NothingValid() const;
+  /// A failure that tells why there is nothing to visit.
+  /// @param remedy  what to do where all visibilities are flagged; may be empty
+  AResult NothingValid(const JobOptions& options, const std::string& remedy = {});
 
   const AUVXContents& contents() const { return contents_; }
   /// The source; only its number is set where the file has no table of sources.
   const AUVXSourceItem& source() const { return source_; }
-  const AArray<AStokesMix>& mixes() const { return mixes_; }
+  const std::vector<PolarisationChoice>& polarisations() const { return polarisations_; }
+  /// As in "RR, LL".
+  std::string PolarisationNames() const;
   /// The unit of the values, empty where the file names none.
   std::string unit() const;
 
  private:
   struct Setup;
 
-  AResult SelectSource(const std::vector<std::string>& wanted);
+  AResult SelectSource();
   AResult SelectStokes(const std::vector<std::string>& wanted, Preference preference);
   AResult SelectFrequencies(const UVXSelection& selection);
-  AResult Find(const std::string& name, AStokesMix& mix) const;
   std::vector<double> WidthsOf(int setup) const;
   void Visit(const WalkedRecord& record, const Setup& setup, const Visitor& visit) const;
 
   AUVXInput& input_;
   const AUVXContents& contents_;
+  RecordChoice choice_;
+  ARange uvRange_;
+  bool takesFlagged_ = false;
   AUVXSourceItem source_;
-  AArray<AStokesMix> mixes_;
+  std::vector<PolarisationChoice> polarisations_;
   std::vector<int> IFs_, channels_;
 };
 

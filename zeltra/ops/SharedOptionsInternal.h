@@ -3,6 +3,8 @@
 #ifndef ZELTRA_OPS_SHAREDOPTIONSINTERNAL_H_
 #define ZELTRA_OPS_SHAREDOPTIONSINTERNAL_H_
 
+#include <string>
+
 #include "zeltra/core/JobDescription.h"
 #include "zeltra/ops/IntervalOptions.h"
 
@@ -16,9 +18,39 @@ inline AJobFile UVXOutputFile() {
   return {"OUT.uvx", "the file to make", "", 0, {}};
 }
 
-/// --start and --stop.
+/// What a command may leave out of a selection.
+enum SelectionPart : unsigned {
+  kBaselines = 1,    ///< --antenna, --baseline
+  kUVRange = 2,      ///< --uvrange
+  kFrequencies = 4,  ///< --if, --channel
+  kStokes = 8,       ///< --stokes
+  kAntennas = 16,    ///< --antenna
+};
+
+/// How a command takes a selection.
+struct SelectionForm {
+  unsigned leftOut = 0;                 ///< a sum of SelectionPart
+  std::string sources = "all";          ///< what holds where no source is named
+  std::string stokes = "those stored";  ///< what holds where no polarisation is named
+  bool isSingle = false;                ///< whether a single source and polarisation are meant
+  bool isByVisibility = false;          ///< whether visibilities are taken one by one, not records whole
+};
+
 template <typename Options>
-void DescribeTimes(AJobDescriber<Options>& job) {
+void DescribeRecordSelection(AJobDescriber<Options>& job, const SelectionForm& form) {
+  job.Option(
+         "source", [](Options & o) -> auto& { return o.selection.sources; },
+         form.isSingle ? "number or name of the source; =7 is the source named 7"
+                       : "numbers or names of sources; =7 is the source named 7")
+      .Form(form.isSingle ? "N|NAME" : "N|NAME[,...]")
+      .Otherwise(form.sources);
+  job.Option(
+         "freqsel", [](Options & o) -> auto& { return o.selection.freqSel; }, "number of the frequency setup")
+      .Otherwise("all");
+  job.Option(
+         "scan", [](Options & o) -> auto& { return o.selection.scans; }, "scans as info numbers them, as in 1,3-5")
+      .CountedFrom(1)
+      .Otherwise("all");
   job.Option(
          "start", [](Options & o) -> auto& { return o.selection.start; },
          "no earlier records; in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or a modified "
@@ -28,6 +60,52 @@ void DescribeTimes(AJobDescriber<Options>& job) {
   job.Option(
          "stop", [](Options & o) -> auto& { return o.selection.stop; }, "no later records; as --start")
       .Otherwise("the last record");
+}
+
+/// What every command takes that reads visibilities.
+template <typename Options>
+void DescribeSelection(AJobDescriber<Options>& job, const SelectionForm& form = {}) {
+  DescribeRecordSelection(job, form);
+  if (!(form.leftOut & kBaselines)) {
+    if (!(form.leftOut & kAntennas)) {
+      job.Option(
+             "antenna", [](Options & o) -> auto& { return o.selection.antennas; },
+             "all baselines of this antenna, or those between several: numbers or names; =0 is the antenna named 0")
+          .Form("N|NAME[,...]")
+          .Otherwise("all");
+    }
+    job.Option(
+           "baseline", [](Options & o) -> auto& { return o.selection.baselines; },
+           "only these baselines, as in 2-5,PT-LA, stored in either order")
+        .Form("A-B[,...]")
+        .Otherwise("all");
+  }
+  if (!(form.leftOut & kUVRange)) {
+    job.Option(
+           "uvrange", [](Options & o) -> auto& { return o.selection.uvRange; },
+           std::string("distances in the u, v plane in wavelengths, as in 250k,10M: ") +
+               (form.isByVisibility ? "of each visibility at its own frequency"
+                                    : "of each record in the middle of the frequencies selected"))
+        .Otherwise("all");
+  }
+  if (!(form.leftOut & kFrequencies)) {
+    job.Option(
+           "if", [](Options & o) -> auto& { return o.selection.IFs; }, "numbers of IFs, as in 1,3-4")
+        .CountedFrom(1)
+        .Otherwise("all");
+    job.Option(
+           "channel", [](Options & o) -> auto& { return o.selection.channels; }, "numbers of channels, as in 8-15")
+        .CountedFrom(1)
+        .Otherwise("all");
+  }
+  if (!(form.leftOut & kStokes)) {
+    job.Option(
+           "stokes", [](Options & o) -> auto& { return o.selection.stokes; },
+           std::string(form.isSingle ? "polarisation" : "polarisations") +
+               ", stored or formed, as in RR, I or PI, the parallel hands that are there")
+        .Form(form.isSingle ? "NAME" : "NAME[,...]")
+        .Otherwise(form.stokes);
+  }
 }
 
 /// --interval.
@@ -45,16 +123,9 @@ AJobOption& DescribeInterval(AJobDescriber<Options>& job, Access access) {
 
 /// What every job over intervals takes.
 template <typename Options>
-void DescribeIntervals(AJobDescriber<Options>& job) {
-  job.Option(
-         "source", [](Options & o) -> auto& { return o.selection.sources; }, "number or name of the source")
-      .Form("N|NAME")
-      .Otherwise("each by itself");
-  job.Option(
-         "freqsel", [](Options & o) -> auto& { return o.selection.freqSel; }, "number of the frequency setup")
-      .Otherwise("each by itself");
+void DescribeIntervals(AJobDescriber<Options>& job, const SelectionForm& form) {
+  DescribeSelection(job, form);
   DescribeInterval(job, &Options::interval).Required();
-  DescribeTimes(job);
 }
 
 /// --mode and --mean.

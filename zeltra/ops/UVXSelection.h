@@ -3,7 +3,6 @@
 #ifndef ZELTRA_OPS_UVXSELECTION_H_
 #define ZELTRA_OPS_UVXSELECTION_H_
 
-#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,7 +11,8 @@
 
 namespace zeltra {
 
-/// The records and values that a job takes. A member that is empty asks for everything.
+/// The records and values that a job takes. A member that is empty asks for everything. Of a source or an antenna a
+/// word of digits is the number, any other the name; `=` before it makes a name of digits too, as in "=0".
 struct UVXSelection {
   /// Numbers or names.
   std::vector<std::string> sources;
@@ -33,9 +33,11 @@ struct UVXSelection {
   /// Short names of polarisations that are stored or can be formed, as in "RR", "I" or "PI"; none: what the job likes
   /// best of what there is.
   std::vector<std::string> stokes;
-  /// Distances from the origin of the u, v plane, wavelengths, both included.
-  double leastUV = 0;
-  double greatestUV = std::numeric_limits<double>::infinity();
+  /// Distances from the origin of the u, v plane, wavelengths. Jobs that take visibilities one by one go by the
+  /// frequency of each; those that take records whole, by the middle of the frequencies that are selected.
+  ARange uvRange;
+  /// Whether flagged values count too, in jobs that show them.
+  bool flagged = false;
 };
 
 }  // namespace zeltra

@@ -22,11 +22,9 @@ void LoadPoint(const char* stored, int point, int stokes, AUVXComplex* values) {
   std::memcpy(static_cast<void*>(values), stored + static_cast<size_t>(point) * bytes, bytes);
 }
 
-}  // namespace
-
-AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* values, int stokes, bool weighted) {
-  AUVXComplex clean[AUVXStokes::kLargestCount];
-  for (int s = 0; s < stokes; ++s) clean[s] = IsFinite(values[s]) ? values[s] : AUVXComplex(0, 0, 0);
+// Combine clean values of one frequency. A part that is flagged flags the combination: the weight has a minus sign, or
+// is 0.
+AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* clean, bool weighted) {
   AUVXComplex value = mix.GetVisible(clean, 0);
   if (!weighted || mix.id == 0) return value;
   const double w1 = std::fabs(double{clean[mix.item1.index].weight});
@@ -37,10 +35,23 @@ AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* values, int stoke
   return value;
 }
 
+}  // namespace
+
+AUVXComplex PolarisationChoice::Value(const AUVXComplex* values, int stokes, bool weighted) const {
+  AUVXComplex clean[AUVXStokes::kLargestCount];
+  for (int s = 0; s < stokes; ++s) clean[s] = IsFinite(values[s]) ? values[s] : AUVXComplex(0, 0, 0);
+  const AUVXComplex value = Combined(mix, clean, weighted);
+  if (!isPartial || value.weight > 0) return value;
+  for (const AStokesItem& hand : {mix.item1, mix.item2}) {
+    if (clean[hand.index].weight > 0) return clean[hand.index];
+  }
+  return value;
+}
+
 ValueChoice::ValueChoice(const AUVXFile& uvx)
     : stokes_(uvx.stokes()), count_(PointsOf(uvx) * stokes_), runs_{{0, PointsOf(uvx)}} {}
 
-ValueChoice::ValueChoice(const AUVXFile& uvx, const std::vector<int>& points, std::vector<AStokesMix> mixes,
+ValueChoice::ValueChoice(const AUVXFile& uvx, const std::vector<int>& points, std::vector<PolarisationChoice> mixes,
                          bool weighted)
     : stokes_(uvx.stokes()),
       count_(static_cast<int>(points.size() * mixes.size())),
@@ -53,22 +64,23 @@ ValueChoice::ValueChoice(const AUVXFile& uvx, const std::vector<int>& points, st
       runs_.push_back({point, 1});
     }
   }
-  const bool isStored = std::all_of(mixes_.begin(), mixes_.end(),
-                                    [](const AStokesMix& mix) { return mix.id == 0 && mix.item1.IsPresent(); });
-  if (isStored) ListPlaces();
+  const auto isStored = [](const PolarisationChoice& choice) {
+    return choice.mix.id == 0 && choice.mix.item1.IsPresent();
+  };
+  if (std::all_of(mixes_.begin(), mixes_.end(), isStored)) ListPlaces();
 }
 
 void ValueChoice::ListPlaces() {
   for (const Run& run : runs_) {
     for (int point = run.first; point < run.first + run.count; ++point) {
-      for (const AStokesMix& mix : mixes_) places_.push_back(point * stokes_ + mix.item1.index);
+      for (const PolarisationChoice& choice : mixes_) places_.push_back(point * stokes_ + choice.mix.item1.index);
     }
   }
   isOnePiece_ = !places_.empty();
   for (size_t i = 1; i < places_.size(); ++i) isOnePiece_ &= places_[i] == places_[i - 1] + 1;
 }
 
-void ValueChoice::TurnBaselines(std::vector<std::optional<AStokesMix>> reverse) {
+void ValueChoice::TurnBaselines(std::vector<std::optional<PolarisationChoice>> reverse) {
   isTurned_ = true;
   reverse_ = std::move(reverse);
 }
@@ -91,7 +103,7 @@ const char* ValueChoice::Pick(AUVXGroup& group, const char* stored, AUVXComplex*
     for (const Run& run : runs_) {
       for (int point = run.first; point < run.first + run.count; ++point) {
         LoadPoint(stored, point, stokes_, values);
-        for (const AStokesMix& mix : mixes_) *to++ = Combined(mix, values, stokes_, weighted_);
+        for (const PolarisationChoice& choice : mixes_) *to++ = choice.Value(values, stokes_, weighted_);
       }
     }
   }
@@ -103,8 +115,8 @@ void ValueChoice::PickReversed(const char* stored, AUVXComplex* to) const {
   for (const Run& run : runs_) {
     for (int point = run.first; point < run.first + run.count; ++point) {
       LoadPoint(stored, point, stokes_, values);
-      for (const std::optional<AStokesMix>& mix : reverse_) {
-        *to = mix ? Combined(*mix, values, stokes_, weighted_) : AUVXComplex(0, 0, 0);
+      for (const std::optional<PolarisationChoice>& choice : reverse_) {
+        *to = choice ? choice->Value(values, stokes_, weighted_) : AUVXComplex(0, 0, 0);
         to->im = -to->im;
         ++to;
       }

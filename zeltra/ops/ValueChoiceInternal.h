@@ -6,33 +6,25 @@
 #include <optional>
 #include <vector>
 
-#include "zeltra/uvx/AStokesMix.h"
+#include "zeltra/ops/PolarisationChoice.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
 
 namespace zeltra {
 
-/// Combine the polarisations of one frequency.
-/// @param values    the stored values of the frequency, `stokes` of them
-/// @param weighted  whether a combination has the inverse of its variance for a weight: (p + q) / 2 has
-///                  4 / (1 / w1 + 1 / w2), p + q has 1 / (1 / w1 + 1 / w2); else the weight of AStokesMix
-/// @return the value; a part that is not finite counts as a flagged zero, and a combination with a flagged part is
-///         flagged: its weight has a minus sign, or is 0
-AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* values, int stokes, bool weighted);
-
-/// Picks from the values of a record those that a job averages: all, or combinations of polarisations at some
-/// frequencies.
+/// Picks from the values of a record those that a job averages: all, or some polarisations at some frequencies.
 class ValueChoice {
  public:
   /// All values of the records of `uvx`.
   explicit ValueChoice(const AUVXFile& uvx);
-  /// Combinations at frequency points: IF x channels + channel, from 0, ascending.
-  ValueChoice(const AUVXFile& uvx, const std::vector<int>& points, std::vector<AStokesMix> mixes, bool weighted);
+  /// Polarisations at frequency points: IF x channels + channel, from 0, ascending.
+  ValueChoice(const AUVXFile& uvx, const std::vector<int>& points, std::vector<PolarisationChoice> mixes,
+              bool weighted);
 
   /// Take every baseline from its lower antenna to its higher one.
   /// @param reverse  for each combination the one whose complex conjugate it is where the antennas are exchanged, if
   ///                 there is one
-  void TurnBaselines(std::vector<std::optional<AStokesMix>> reverse);
+  void TurnBaselines(std::vector<std::optional<PolarisationChoice>> reverse);
 
   /// Values of each record that are averaged, [point][combination].
   int count() const { return count_; }
@@ -61,10 +53,10 @@ class ValueChoice {
   bool weighted_ = false;
   bool isTurned_ = false;
   std::vector<Run> runs_;
-  std::vector<AStokesMix> mixes_;                   // none: values as they are stored
-  std::vector<std::optional<AStokesMix>> reverse_;  // of each combination
-  std::vector<int> places_;                         // of the values in a record, where none of them is to be formed
-  bool isOnePiece_ = false;                         // whether those follow each other
+  std::vector<PolarisationChoice> mixes_;                   // none: values as they are stored
+  std::vector<std::optional<PolarisationChoice>> reverse_;  // of each combination
+  std::vector<int> places_;  // of the values in a record, where none of them is to be formed
+  bool isOnePiece_ = false;  // whether those follow each other
 };
 
 }  // namespace zeltra

@@ -66,7 +66,6 @@ AResult ClosurePlot::LookUp() {
   JobOptions& job = closure_;
   job = options_;
   closure_.selection = options_.selection;
-  if (!options_.antenna.empty()) closure_.selection.antennas = {options_.antenna};
   closure_.interval = options_.interval;
   if (AResult result = SettleClosure(data_, closure_); !result) return result;
   const auto places = [](const std::vector<int>& chosen, int count) {
@@ -86,9 +85,10 @@ std::string ClosurePlot::Averaged() const {
     text += ' ';
     return places.size() == 1 ? text.append(std::to_string(places[0] + 1)) : text.append(name).append("s");
   };
-  std::string text = IFs_.size() * channels_.size() * static_cast<size_t>(data_.mixes().count()) > 1 ? "means of " : "";
+  const size_t hands = data_.polarisations().size();
+  std::string text = IFs_.size() * channels_.size() * hands > 1 ? "means of " : "";
   text += part("IF", IFs_) + ", " + part("channel", channels_);
-  if (data_.mixes().count() > 1) text += ", " + std::to_string(data_.mixes().count()) + " polarisations";
+  if (hands > 1) text += ", " + std::to_string(hands) + " polarisations";
   return text +
          (closure_.interval > 0 ? "; averages over " + RoundedText(closure_.interval) + " s" : "; every time stamp");
 }

@@ -173,7 +173,7 @@ void Picture::DrawTitle() {
   std::snprintf(frequency, sizeof frequency, "%.4g %s", image_.frequency / (image_.frequency < 1e9 ? 1e6 : 1e9),
                 image_.frequency < 1e9 ? "MHz" : "GHz");
   std::string title = image_.source;
-  for (const std::string& part : {image_.stokes.asShortString(), std::string(frequency), DateText(image_.dateObs)}) {
+  for (const std::string& part : {image_.polarisation, std::string(frequency), DateText(image_.dateObs)}) {
     if (!part.empty()) title += (title.empty() ? "" : "   ") + part;
   }
   canvas_.Text(left_, Canvas::HeightOf(text_) * 3 / 2, text_, title, kBlack);

@@ -20,8 +20,6 @@ enum class PlotKind { UV, Amplitude, Phase, Closure };
 struct PlotOptions : JobOptions {
   PlotKind kind = PlotKind::UV;
   UVXSelection selection;
-  std::string
-      antenna;  ///< number or name: only its baselines or triangles; empty: all baselines, one antenna's triangles
   bool overTime = false;  ///< amplitude and phase over time, not over the distance from the u, v origin
   double interval = 60;   ///< closure: seconds that are averaged; negative: every time stamp by itself
 };

@@ -13,6 +13,9 @@ namespace {
 
 constexpr double kHeadRoom = 1.04, kFootRoom = 0.02;
 
+// The key of what is flagged.
+constexpr int kFlagged = -1;
+
 // A unit of lengths in the u, v plane.
 struct LengthUnit {
   const char* name;
@@ -46,7 +49,6 @@ class VisibilityPlot {
   AResult Run(std::string& svg);
 
  private:
-  bool IsOfAntenna(const AUVXGroup& group) const;
   int KeyOf(const SelectedVisibility& visibility) const;
   PlotPoint PointOf(const SelectedVisibility& visibility) const;
   AResult ForEachPoint(const PlotTaker& take);
@@ -64,14 +66,14 @@ class VisibilityPlot {
 
 AResult VisibilityPlot::Run(std::string& svg) {
   if (AResult result = data_.Select(options_.selection, SelectedVisibilities::ParallelHands); !result) return result;
-  if (!options_.antenna.empty()) {
+  if (options_.selection.antennas.size() == 1) {
     int number = 0;
-    if (AResult result = data_.contents().FindAntenna(options_.antenna, number); !result) return result;
+    if (AResult result = data_.contents().FindAntenna(options_.selection.antennas[0], number); !result) return result;
     antenna_ = number;
   }
   const PlotPoints points = [this](const PlotTaker& take) { return ForEachPoint(take); };
   if (AResult result = survey_.Look(points); !result) return result;
-  if (survey_.count == 0) return data_.NothingValid();
+  if (survey_.count == 0) return data_.NothingValid(options_, ": --flagged shows them");
   const PlotSeries series(survey_, [this](int key) { return NameOf(key); });
   const bool isUV = options_.kind == PlotKind::UV;
   Chart chart(Across(), Up(), series.names(), isUV);
@@ -86,12 +88,9 @@ AResult VisibilityPlot::Run(std::string& svg) {
   return AResult::Ok();
 }
 
-bool VisibilityPlot::IsOfAntenna(const AUVXGroup& group) const {
-  return !antenna_ || static_cast<uint8_t>(group.ant1) == *antenna_ || static_cast<uint8_t>(group.ant2) == *antenna_;
-}
-
 // The other antenna where one is chosen, else the polarisation, which has no place of its own in the u, v plane.
 int VisibilityPlot::KeyOf(const SelectedVisibility& visibility) const {
+  if (visibility.isFlagged) return kFlagged;
   if (antenna_) {
     const int first = static_cast<uint8_t>(visibility.group->ant1),
               second = static_cast<uint8_t>(visibility.group->ant2);
@@ -101,8 +100,9 @@ int VisibilityPlot::KeyOf(const SelectedVisibility& visibility) const {
 }
 
 std::string VisibilityPlot::NameOf(int key) const {
+  if (key == kFlagged) return "flagged";
   if (antenna_) return AntennaName(data_.contents(), *antenna_) + "-" + AntennaName(data_.contents(), key);
-  return data_.mixes()(key).asShortString();
+  return data_.polarisations()[static_cast<size_t>(key)].name;
 }
 
 PlotPoint VisibilityPlot::PointOf(const SelectedVisibility& visibility) const {
@@ -116,7 +116,7 @@ PlotPoint VisibilityPlot::PointOf(const SelectedVisibility& visibility) const {
 
 AResult VisibilityPlot::ForEachPoint(const PlotTaker& take) {
   return data_.ForEach(options_, "Reading visibilities...", [&](const SelectedVisibility& visibility) {
-    if (!IsOfAntenna(*visibility.group) || !std::isfinite(visibility.group->date)) return;
+    if (!std::isfinite(visibility.group->date)) return;
     if (!midnight_) midnight_ = MidnightBefore(visibility.group->date);
     const PlotPoint point = PointOf(visibility);
     // The amplitude of finite parts may be too large for a float, a finite date too far away to count in seconds.
