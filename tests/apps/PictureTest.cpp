@@ -14,6 +14,7 @@ namespace zeltra::test {
 namespace {
 
 using app::Tick;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -33,6 +34,14 @@ TEST(Ticks, AreRoundNumbers) {
   EXPECT_THAT(Labels(app::RoundTicks(1, 1, 4)), ElementsAre());
   EXPECT_THAT(Labels(app::RoundTicks(0, INFINITY, 4)), ElementsAre());
   EXPECT_THAT(Labels(app::RoundTicks(0, NAN, 4)), ElementsAre());
+}
+
+TEST(Ticks, OfDecadesLeaveOutWhatHasNoRoom) {
+  const auto logarithm = [](double x) { return std::log10(x); };
+  EXPECT_THAT(Labels(app::DecadeTicks(0.03, 3, 0, 14, logarithm)), ElementsAre("1", "0.1", "2", "0.2", "0.5", "0.05"));
+  EXPECT_THAT(Labels(app::DecadeTicks(3e-5, 3, 0, 7, logarithm)), ElementsAre("1", "0.1", "0.01", "0.001", "0.0001"));
+  const auto asinh = [](double x) { return std::asinh(x); };
+  EXPECT_THAT(Labels(app::DecadeTicks(-2, 20, 1, 8, asinh)), ElementsAre("0", "10", "1", "-1", "20", "5"));
 }
 
 TEST(Ticks, OfTimesAreRoundOnTheClock) {
@@ -86,6 +95,17 @@ TEST(Chart, KeepsOutliersOfACrowd) {
   EXPECT_EQ(svg.find("<circle"), std::string::npos) << "a single series needs no legend";
 }
 
+TEST(Chart, ShowsSeriesThatLieOnEachOther) {
+  app::Chart chart(UnitAxis("x"), UnitAxis("y"), {"RR", "LL"});
+  for (int i = 0; i < 200; ++i) chart.Add(0, i / 200.0, 0.5), chart.Add(1, i / 200.0, 0.5);
+  const std::string svg = chart.Draw("", "");
+  EXPECT_EQ(CountDots(svg), 400u);
+  const size_t lastBlue = svg.rfind("stroke=\"#3f90da\""), lastOrange = svg.rfind("stroke=\"#ffa90e\"");
+  EXPECT_LT(svg.find("stroke=\"#3f90da\""), lastOrange);
+  EXPECT_LT(svg.find("stroke=\"#ffa90e\""), lastBlue);
+  EXPECT_THAT(svg, AllOf(HasSubstr("translate(89.25 "), HasSubstr("translate(91.25 ")));
+}
+
 // A simulated observation of a few minutes.
 class Pictures : public testing::Test {
  protected:
@@ -130,6 +150,7 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
   Fails({"image", uvx_.path(), out.path(), "--cell", "-1"}, 2);
   Fails({"image", uvx_.path(), out.path(), "--weight", "robust"}, 2);
   EXPECT_THAT(Fails({"plot", uvx_.path(), "uv", out.path()}, 2), HasSubstr(".svg"));
+  Fails({"plot", uvx_.path(), "phase", out.path() + ".svg", "--source", "1", "--log"}, 2);
   Fails({"plot", uvx_.path(), "colour", out.path() + ".svg"}, 2);
   EXPECT_FALSE(out.exists());
   EXPECT_EQ(kept.Bytes(), "kept");
@@ -154,6 +175,8 @@ TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
   EXPECT_THAT(uv, HasSubstr(">v (Mλ)<"));
   EXPECT_EQ(CountDots(uv) % 2, 0u) << "every point has its conjugate";
   const std::string amplitude = plot({"amplitude"});
+  const std::string means = plot({"amplitude", "--interval", "60", "--log"});
+  EXPECT_THAT(means, HasSubstr(">576 averages over 60 s;"));
   for (const char* text : {">Amplitude (Jy)<", ">uv distance (Mλ)<", ">RR<", ">LL<"}) {
     EXPECT_THAT(amplitude, HasSubstr(text));
   }
@@ -163,7 +186,7 @@ TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
   const TempFile map("map"), fits("fits");
   const Finished run =
       RunZeltra({"image", uvx_.path(), map.path(), "--fits", fits.path(), "--source", "3C273", "--size", "32"});
-  EXPECT_THAT(run.out + run.err, testing::AllOf(HasSubstr(", peak "), Not(HasSubstr("/beam")), Not(HasSubstr("  "))));
+  EXPECT_THAT(run.out + run.err, AllOf(HasSubstr(", peak "), Not(HasSubstr("/beam")), Not(HasSubstr("  "))));
   EXPECT_THAT(fits.Bytes(), Not(HasSubstr("BUNIT")));
   const std::string phase = plot({"phase", "--time", "--antenna", "hn", "--stokes", "I", "--if", "1"});
   for (const char* text : {">Phase (degrees)<", "Time on 2020-03-20", ">HN-BR<", ">HN-KP<", "· I · 8.4"}) {

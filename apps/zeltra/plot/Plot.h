@@ -22,8 +22,10 @@ struct PlotOptions : JobOptions {
   UVXSelection selection;
   std::string
       antenna;  ///< number or name: only its baselines or triangles; empty: all baselines, one antenna's triangles
-  bool overTime = false;  ///< amplitude and phase over time, not over the distance from the u, v origin
-  double interval = 60;   ///< closure: seconds that are averaged; negative: every time stamp by itself
+  bool overTime = false;       ///< amplitude and phase over time, not over the distance from the u, v origin
+  bool isLogarithmic = false;  ///< the axis of amplitudes
+  double interval =
+      0;  ///< seconds that are averaged; negative: every time stamp; 0: nothing, which closure does not take
 };
 
 /// A point of a plot; points of one key belong together.
