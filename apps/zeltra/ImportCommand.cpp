@@ -11,7 +11,7 @@ namespace {
 struct Arguments {
   std::string from;
   std::string to;
-  JobOptions options;
+  ImportOptions options;
 };
 
 AResult Import(const Arguments& arguments, Session& session) {

@@ -22,6 +22,8 @@ using nlohmann::ordered_json;
 
 // A section of the page has so many lines at most.
 constexpr int kMostLines = 40;
+// JSON has the records' own times of so many scans, for which as many pairs of records are read; of more, the index's.
+constexpr int kMostTimedScans = 100000;
 
 struct Arguments : JobOptions {
   std::string path;
@@ -86,10 +88,10 @@ ordered_json SourcesAsJSON(const AUVXContents& contents) {
   return list;
 }
 
-ordered_json ScansAsJSON(const AUVXContents& contents) {
+ordered_json ScansAsJSON(const AUVXContents& contents, const std::vector<AUVXPositionItem>& timed) {
   ordered_json list = ordered_json::array();
   for (int i = 0; i < contents.scans().count(); ++i) {
-    const AUVXPositionItem& scan = contents.scans()(i);
+    const AUVXPositionItem& scan = timed.empty() ? contents.scans()(i) : timed[static_cast<size_t>(i)];
     list.push_back({{"source_id", scan.sourceId},
                     {"freq_id", scan.freqId},
                     {"subarray", scan.subarray},
@@ -135,9 +137,22 @@ ordered_json BaselinesAsJSON(const AUVXContents& contents, const AUVXFluxes& flu
   return list;
 }
 
+// The first scans with the times of their records.
+AResult TimeScans(UVXInput& input, int most, std::vector<AUVXPositionItem>& timed) {
+  const AUVXContents& contents = input.contents();
+  AResult result = AResult::Ok();
+  for (int i = 0; i < std::min(contents.scans().count(), most) && result; ++i) {
+    timed.push_back(contents.scans()(i));
+    result = contents.ReadTimes(input, timed.back());
+  }
+  return result;
+}
+
 // Numbers that are not finite become null.
+// @param scans   with the times of their records; empty for those of the index
 // @param fluxes  null without statistics of the baselines
-std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const AUVXFluxes* fluxes) {
+std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const std::vector<AUVXPositionItem>& scans,
+                       const AUVXFluxes* fluxes) {
   const AUVXHeader& header = contents.header();
   const AUVXAntenns& antennas = contents.antennas();
   const double dateObs = header.info.dateObs;
@@ -165,7 +180,7 @@ std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const 
   info["antennas"] = AntennasAsJSON(contents);
   info["array_center"] = {antennas.ArrayX(), antennas.ArrayY(), antennas.ArrayZ()};
   info["sources"] = SourcesAsJSON(contents);
-  info["scans"] = ScansAsJSON(contents);
+  info["scans"] = ScansAsJSON(contents, scans);
   info["frequencies"] = SetupsAsJSON(contents);
   if (fluxes) info["baselines"] = BaselinesAsJSON(contents, *fluxes);
   return info.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
@@ -177,7 +192,8 @@ class Page {
   Page(StandardOutput& out, const AUVXContents& contents, const AUVXFile& uvx)
       : out_(out), contents_(contents), header_(contents.header()), uvx_(uvx) {}
 
-  void Print(const std::string& path);
+  /// @param scans  those that are listed
+  void Print(const std::string& path, const std::vector<AUVXPositionItem>& scans);
   void PrintBaselines(const AUVXFluxes& fluxes);
 
  private:
@@ -185,7 +201,7 @@ class Page {
   void PrintFrequencies();
   void PrintAntennas();
   void PrintSources();
-  void PrintScans();
+  void PrintScans(const std::vector<AUVXPositionItem>& scans);
   void PrintRanges();
   void PrintTables();
 
@@ -205,11 +221,11 @@ std::string Count(int64 n, const char* what) {
   return std::to_string(n) + " " + what + (n == 1 ? "" : "s");
 }
 
-void Page::Print(const std::string& path) {
+void Page::Print(const std::string& path, const std::vector<AUVXPositionItem>& scans) {
   out_.Append(Printable(path) + "\n\n");
   PrintHead();
   PrintSources();
-  PrintScans();
+  PrintScans(scans);
   PrintFrequencies();
   PrintAntennas();
   PrintRanges();
@@ -224,8 +240,8 @@ void Page::PrintHead() {
   Line("Observer", HeaderText(header_.info.observer));
   Line("Date", date.empty() ? "unknown" : date);
   if (!DateText(start).empty() && end >= start) {
-    Line("Times",
-         DateAndTime(start) + " to " + DateAndTime(end) + " (" + DurationText((end - start) * kSecondsPerDay) + ")");
+    Line("Times", DateAndTime(start) + " to " + DateAndTime(end) + " " + contents_.timeScale() + " (" +
+                      DurationText((end - start) * kSecondsPerDay) + ")");
   }
   std::string names;
   for (const std::string& name : contents_.polarisations()) names += (names.empty() ? "" : ", ") + name;
@@ -254,13 +270,14 @@ void Page::PrintSources() {
   EndSection(printer, sources.count(), "SU");
 }
 
-void Page::PrintScans() {
-  TablePrinter printer =
-      Section("Scans", {{"scan"}, {"source", true}, {"setup"}, {"start", true}, {"duration"}, {"records"}});
-  for (int i = 0; i < std::min(contents_.scans().count(), kMostLines); ++i) {
-    const AUVXPositionItem& scan = contents_.scans()(i);
+void Page::PrintScans(const std::vector<AUVXPositionItem>& scans) {
+  TablePrinter printer = Section(
+      "Scans",
+      {{"scan"}, {"source", true}, {"setup"}, {"start, " + contents_.timeScale(), true}, {"duration"}, {"records"}});
+  int number = 0;
+  for (const AUVXPositionItem& scan : scans) {
     const double start = header_.info.dateObs + scan.start / kSecondsPerDay;
-    printer.Integer(i + 1);
+    printer.Integer(++number);
     printer.Text(SourceName(scan.sourceId));
     printer.Integer(scan.freqId);
     printer.Text(DateText(start).empty() ? DurationText(scan.start) : DateAndTime(start));
@@ -398,12 +415,17 @@ AResult Info(const Arguments& arguments, Session& session) {
     SendProgressText(options.progress, "Measuring baselines...");
     if (AResult result = fluxes.Create(input, options); !result) return result;
   }
+  const bool isIndexTimed = arguments.json && contents.scans().count() > kMostTimedScans;
+  if (isIndexTimed) session.Note("the times of the scans, which are many, are those of the index");
+  std::vector<AUVXPositionItem> scans;
+  const int most = isIndexTimed ? 0 : arguments.json ? kMostTimedScans : kMostLines;
+  if (AResult result = TimeScans(input, most, scans); !result) return result;
   StandardOutput out;
   if (arguments.json) {
-    out.Append(InfoAsJSON(contents, input.uvx(), arguments.baselines ? &fluxes : nullptr));
+    out.Append(InfoAsJSON(contents, input.uvx(), scans, arguments.baselines ? &fluxes : nullptr));
   } else {
     Page page(out, contents, input.uvx());
-    page.Print(arguments.path);
+    page.Print(arguments.path, scans);
     if (arguments.baselines) page.PrintBaselines(fluxes);
   }
   return out.Flush();
@@ -414,9 +436,10 @@ AJobDescription DescribeInfo() {
       "info", "Tell what a UVX file holds",
       "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values.");
   job.Input(UVXInputFile());
-  job.Option("json", &Arguments::json,
-             "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, their records numbered "
-             "from 1");
+  job.Option(
+      "json", &Arguments::json,
+      "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, by their first and last "
+      "records or, where there are more than 100000 scans, by the index, their records numbered from 1");
   job.Option("baselines", &Arguments::baselines,
              "read all records for the mean amplitude, its scatter and the number of valid values of every baseline "
              "and polarisation");

@@ -1,9 +1,10 @@
-// zeltra manual: the pages of docs/manual, made of the descriptions of all commands. Called by scripts/make-manual.
-// SPDX-License-Identifier: MIT
+// zeltra manual: the pages of docs/manual and the page for man, made of the descriptions of all commands. Called by
+// scripts/make-manual. SPDX-License-Identifier: MIT
 #include <cmath>
 #include <memory>
 
 #include "apps/zeltra/Command.h"
+#include "apps/zeltra/Manual.h"
 #include "zeltra/core/WriteWholeFile.h"
 
 namespace zeltra::app {
@@ -30,22 +31,6 @@ std::string Code(const std::string& text) {
   return "`" + text + "`";
 }
 
-std::string Usage(const std::string& name, char letter, const std::string& form) {
-  const std::string names = (letter ? std::string("-") + letter + ", --" : "--") + name;
-  return Code(form.empty() ? names : names + " " + form);
-}
-
-std::string Synopsis(const AJobDescription& job) {
-  std::string line = "zeltra " + job.name;
-  for (const AJobFile& file : job.inputs) line += " " + file.name;
-  for (const AJobOption& option : job.options) line += option.isWord ? " " + option.form : "";
-  for (const AJobFile& file : job.outputs) line += file.isRequired() ? " " + file.name : "";
-  for (const AJobOption& option : job.options) {
-    if (option.isRequired && !option.isWord) line += " --" + option.name + " " + option.form;
-  }
-  return line + " [options]";
-}
-
 std::string Arguments(const AJobDescription& job) {
   std::string rows;
   for (const AJobFile& file : job.inputs) rows += Row({Code(file.name), file.help});
@@ -55,18 +40,15 @@ std::string Arguments(const AJobDescription& job) {
 }
 
 std::string OptionRow(const AJobDescription& job, const AJobOption& option) {
-  const std::string absent = option.isRequired ? "has to be given" : job.DefaultOf(option);
-  std::string help = option.help;
-  // The help of a range without an end says where it begins.
-  if (std::isfinite(option.greatest)) help += "; " + option.RangeText();
+  std::string help = HelpOf(option);
   if (!option.excludes.empty()) help += "; not with `--" + option.excludes + "`";
-  return Row({Usage(option.name, option.letter, option.form), option.unit, absent, help});
+  return Row({Code(OptionNames(option.name, option.letter, option.form)), option.unit, DefaultOf(job, option), help});
 }
 
 std::string Options(const AJobDescription& job, const CLI::App& command) {
   std::string text = Head({"option", "unit", "default", "what it does"});
   for (const AJobFile& file : job.outputs) {
-    if (!file.isRequired()) text += Row({Usage(file.option, file.letter, file.name), "", "", file.help});
+    if (!file.isRequired()) text += Row({Code(OptionNames(file.option, file.letter, file.name)), "", "", file.help});
   }
   for (const AJobOption& option : job.options) text += option.isWord ? "" : OptionRow(job, option);
   for (const char* format : {"--csv", "--json"}) {
@@ -102,10 +84,36 @@ AResult WritePages(const std::string& folder, const Session& session, const CLI:
     if (!result) return result;
     index += "- [" + job->name + "](" + job->name + ".md): " + job->summary + "\n";
   }
-  return WriteWholeFile(folder + "/README.md", index, true);
+  AResult result = WriteWholeFile(folder + "/README.md", index, true);
+  return result ? WriteWholeFile(folder + "/zeltra.1", ManPage(session, app), true) : result;
 }
 
 }  // namespace
+
+std::string Synopsis(const AJobDescription& job) {
+  std::string line = "zeltra " + job.name;
+  for (const AJobFile& file : job.inputs) line += " " + file.name;
+  for (const AJobOption& option : job.options) line += option.isWord ? " " + option.form : "";
+  for (const AJobFile& file : job.outputs) line += file.isRequired() ? " " + file.name : "";
+  for (const AJobOption& option : job.options) {
+    if (option.isRequired && !option.isWord) line += " --" + option.name + " " + option.form;
+  }
+  return line + " [options]";
+}
+
+std::string OptionNames(const std::string& name, char letter, const std::string& form) {
+  const std::string names = (letter ? std::string("-") + letter + ", --" : "--") + name;
+  return form.empty() ? names : names + " " + form;
+}
+
+std::string HelpOf(const AJobOption& option) {
+  // The help of a range without an end says where it begins.
+  return std::isfinite(option.greatest) ? option.help + "; " + option.RangeText() : option.help;
+}
+
+std::string DefaultOf(const AJobDescription& job, const AJobOption& option) {
+  return option.isRequired ? "has to be given" : job.DefaultOf(option);
+}
 
 void AddManualCommand(CLI::App& app, Session& session) {
   auto folder = std::make_shared<std::string>();

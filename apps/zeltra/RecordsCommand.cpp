@@ -36,7 +36,7 @@ AJobDescription DescribeRecords() {
   job.Option("from", &Arguments::from, "first record, from 0").From(0);
   job.Option("count", &Arguments::count, "number of records looked at").From(0).Otherwise("all that follow");
   job.Column("index", "", "number of the record, from 0");
-  job.Column("time", "JD", "Julian date, UTC");
+  job.Column("time", "JD", "Julian date, in the time scale of the file");
   job.Column("ant1", "", "number of antenna 1");
   job.Column("ant2", "", "number of antenna 2");
   job.Column("source", "", "number of the source");

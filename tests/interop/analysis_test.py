@@ -267,7 +267,7 @@ class Analysis(Case):
                 self.assertEqual(one.code, other.code)
                 if one.code not in ("NX", "BL"):
                     self.assertEqual((one.data, one.columns, one.keywords), (other.data, other.columns, other.keywords))
-            self.check_index(file)
+            self.check_index(file, source)
             _, pairs = averages(source, 30, source=group["source"][0])[0]
             rows = pairs[group["ant1"][0], group["ant2"][0]][2]
             weight = source.records["vis"][rows][..., 2].astype("f8").reshape(len(rows), -1)
@@ -276,11 +276,16 @@ class Analysis(Case):
                 wanted = np.average(source.records["group"][name][rows].astype("f8"), weights=weight)
                 np.testing.assert_allclose(group[name][0], wanted, rtol=1e-6)
 
-    def check_index(self, file):
-        """NX has the scans of the records, times in days since 0 h of the observation date."""
+    def check_index(self, file, origin):
+        """NX has the scans of the file that it was made of, with the times of the records that are there now."""
         index, group = file.table("NX"), file.records["group"]
         middle, length, source, _, start, end, setup = (index.column(i)[:, 0] for i in range(7))
-        change = np.flatnonzero((np.diff(group["source"]) != 0) | (np.diff(group["frqsel"]) != 0)) + 1
+        # The scan of a record is the one of its source and setup that begins last before it.
+        given, records = origin.table("NX"), origin.records["group"]
+        begin = records["time"][given.column(4)[:, 0] - 1] - 1e-9
+        of = (group["source"][:, None] == given.column(2)[:, 0]) & (group["frqsel"][:, None] == given.column(6)[:, 0])
+        scan = np.where(of & (group["time"][:, None] >= begin), begin, -1).argmax(axis=1)
+        change = np.flatnonzero(np.diff(scan)) + 1
         np.testing.assert_array_equal(start - 1, np.concatenate([[0], change]))
         np.testing.assert_array_equal(end, np.concatenate([change, [file.count]]))
         for row in range(index.rows):
@@ -289,6 +294,47 @@ class Analysis(Case):
             # The columns are 32-bit floats.
             self.assertAlmostEqual(middle[row], (when.min() + when.max()) / 2, delta=1e-6 * max(1, abs(when.max())))
             self.assertAlmostEqual(length[row], when.max() - when.min(), delta=1e-6 * max(1, abs(when.max())))
+
+    def test_scans_go_through_every_job(self):
+        wanted = {"mojave": 10, "eht_m87_095_hi": 18, "sgra_simulated": 3, "hera_su_1024ch": 1, "j0414_a3dtable": 1,
+                  "maps/0506+056.u.2009_06_03": 9, "maps/3C111_Q_2014_05_08": 9}
+        here, there, fits = self.path("here.uvx"), self.path("there.uvx"), self.path("there.uvfits")
+        for name, scans in wanted.items():
+            original = os.path.join(SHARED, name + (".uvf" if "/" in name else ".uvfits"))
+            if not os.path.exists(original):
+                continue
+            zeltra("import", original, here, "--force")
+            self.assertEqual(uvx.File(here).table("NX").rows, scans, name)
+            stokes = json.loads(zeltra("info", here, "--json"))["stokes_names"][-1]
+            jobs = [["copy", here, there], ["copy", here, there, "--if", 1], ["copy", here, there, "--stokes", stokes],
+                    ["average", here, "--interval", 120, "-o", there], ["export", here, fits]]
+            for job in jobs:
+                zeltra(*job, "--force")
+                if "export" in job:
+                    zeltra("import", fits, there, "--force")
+                self.assertEqual(uvx.File(there).table("NX").rows, scans, (name, job))
+            # Another list is kept like the one that would be made.
+            zeltra("copy", here, there, "--force", "--scan-gap", 1e6)
+            zeltra("export", there, fits, "--force")
+            zeltra("import", fits, here, "--force")
+            zeltra("copy", here, there, "--force", "--stop", uvx.File(here).records["group"]["time"][-2].item())
+            self.assertEqual(uvx.File(there).table("NX").rows, 1)
+
+    def test_info_tells_the_times_of_the_records_in_their_time_scale(self):
+        path = self.simulated("--minutes", "8", "--antennas", 3)
+        file, raw = uvx.File(path), bytearray(contents(path))
+        at = raw.index(b"TIMSYS\0")
+        raw[at + 10:at + 13] = b"IAT"
+        index = file.table("NX")
+        np.frombuffer(raw, "<f4", 7 * index.rows, raw.index(index.data))[::7] -= 0.001  # as old indices may be
+        with open(path, "wb") as out:
+            out.write(raw)
+        scans = json.loads(zeltra("info", path, "--json"))["scans"]
+        ends = np.array([[scan["first"] - 1, scan["last"] - 1] for scan in scans])
+        when = seconds(file, file.records["group"]["time"])[ends]
+        self.assertEqual([scan["start_s"] for scan in scans], list(when[:, 0]))
+        np.testing.assert_allclose([scan["duration_s"] for scan in scans], when[:, 1] - when[:, 0], atol=1e-6)
+        self.assertIn(" IAT (", zeltra("info", path))
 
     def check_closures(self, path, file, interval, polarisation=None, place=0, antenna=None, source=None):
         """`place`: the value of a record that `polarisation` is, or a function of its values."""
@@ -454,7 +500,7 @@ class Analysis(Case):
                         self.assertEqual(one.data, other.data, one.code)
                     self.assertEqual(one.columns, other.columns)
                     self.assertEqual(one.keywords, other.keywords) if one.code != "NX" else None
-                self.check_index(copy)
+                self.check_index(copy, file)
 
     @unittest.skipIf(os.environ.get("ZELTRA_SANITIZED"), "sanitizers take memory of their own")
     def test_memory(self):

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
@@ -86,6 +88,36 @@ TEST(UVXWriter, MakesAScanOfEveryChangeOfSource) {
     ASSERT_EQ(index.Number(i, 4), 2 * i + 1);
     ASSERT_EQ(index.Number(i, 5), 2 * i + 2);
   }
+}
+
+// The scans of records of one source at these times, as the numbers of their last records.
+std::vector<int> ScansAt(const std::vector<double>& seconds, const std::function<void(AUVXWriter&, int)>& before) {
+  TempFile file("uvx");
+  AUVXWriter writer;
+  EXPECT_TRUE(writer.Create(file.path(), HeaderOf(1), {}));
+  AUVXGroup group;
+  for (size_t i = 0; i < seconds.size(); ++i) {
+    before(writer, static_cast<int>(i));
+    group.date = SyntheticUVX::kDateObs + seconds[i] / 86400;
+    EXPECT_TRUE(writer.Append(group, "twelve bytes"));
+  }
+  std::vector<int> ends;
+  for (int row = 0; row < writer.index().rows(); ++row) {
+    ends.push_back(static_cast<int>(writer.index().Number(row, 5)));
+  }
+  return ends;
+}
+
+TEST(UVXWriter, EndsScansAtGapsThatAreLongForTheSpacingOfTheirTimeStamps) {
+  const auto nothing = [](AUVXWriter&, int) {};
+  const std::vector<double> everyTenSeconds = {0, 10, 20, 20, 30, 110, 120, 202, 212, 150};
+  EXPECT_EQ(ScansAt(everyTenSeconds, nothing), std::vector({7, 10}));
+  EXPECT_EQ(ScansAt({0, 1, 2, 62, 63, 124}, nothing), std::vector({5, 6}));
+  EXPECT_EQ(ScansAt({0, 600, 1200, 6000, 10801, 11401}, nothing), std::vector({4, 6}));
+  const auto gap = [](AUVXWriter& writer, int) { writer.SetScanGap(79.9); };
+  EXPECT_EQ(ScansAt(everyTenSeconds, gap), std::vector({5, 7, 10}));
+  const auto given = [](AUVXWriter& writer, int record) { writer.BeginScan(record / 4, 3); };
+  EXPECT_EQ(ScansAt(everyTenSeconds, given), std::vector({4, 8, 10}));
 }
 
 TEST(UVXWriter, LeavesNoFileUnlessFinished) {

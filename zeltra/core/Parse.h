@@ -41,7 +41,7 @@ struct ATime {
   double JulianDate(double dateObs) const { return isRelative ? dateObs + value : value; }
 };
 
-/// Read a time, UTC, in the years 1 to 9999:
+/// Read a time, in whatever time scale, in the years 1 to 9999:
 ///   - `2020-03-20`, `2020-03-20T07:30`, `2020-03-20T07:30:00.5`, a blank for the T and a Z at the end allowed;
 ///   - a number: a Julian date, or below 1e6 a modified one (MJD);
 ///   - a time of day alone, of the observation's first day; `+1/07:30` is one of the day after it.

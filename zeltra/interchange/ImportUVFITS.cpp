@@ -95,7 +95,7 @@ int IntegerAt(const char* raw, int size) {
 
 class Importer {
  public:
-  Importer(const std::string& from, const std::string& to, const JobOptions& options, ImportSummary& summary)
+  Importer(const std::string& from, const std::string& to, const ImportOptions& options, ImportSummary& summary)
       : from_(from), to_(to), options_(options), summary_(summary) {}
 
   AResult Run();
@@ -121,7 +121,7 @@ class Importer {
   AResult Stopped() const { return AResult::Cancel(to_ + ": the import was cancelled"); }
 
   const std::string from_, to_;
-  const JobOptions options_;
+  const ImportOptions options_;
   ImportSummary& summary_;
   UVFITSInput input_;
   AUVXWriter writer_;
@@ -139,6 +139,7 @@ AResult Importer::Run() {
   AFITSmain& main = *input_.fits().main();
   plainFloats_ = main.valueBytes() == -4 && main.bscale() == 1 && main.bzero() == 0;
   if (AResult result = writer_.Create(to_, input_.header(), options_, from_); !result) return result;
+  writer_.SetScanGap(options_.scanGap);
   SettleDate();
   if (AResult result = WriteRecords(); !result) return result;
   RemarkOnFindings();
@@ -357,7 +358,11 @@ AResult Importer::WriteTables() {
     }
     tables.push_back(std::move(table));
   }
-  if (!indexed) tables.emplace_back();  // the writer's
+  if (!indexed) {
+    tables.emplace_back();  // the writer's
+    writer_.index();
+    if (const std::string remark = writer_.IndexRemark(); !remark.empty()) summary_.remarks.push_back(remark);
+  }
   if (!setups) setups = tables.emplace_back(SetupFromAxis()).get();
   if (!antennas) {
     AUVXBaseLines baseLines = writer_.baseLines();
@@ -396,17 +401,20 @@ std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
 
 // Whether an index table of the file says of every record which scan holds it, and the truth.
 bool Importer::IndexAgrees(AUVXTable& table) {
-  if (summary_.sorted) return false;
+  if (summary_.sorted || options_.scanGap > 0) return false;
   const AUVXPosition index(writer_.index());
   const AUVXPosition given(table);
+  const auto isOf = [&](int run, const AUVXPositionItem& scan) {
+    return run < index.count() && scan.sourceId == index(run).sourceId && scan.freqId == index(run).freqId;
+  };
   int next = 1, run = 0;
   bool agrees = true;
   for (int i = 0; i < given.count() && agrees; ++i) {
     const AUVXPositionItem& scan = given(i);
     while (run < index.count() && index(run).endVis < scan.startVis) ++run;
-    agrees = scan.startVis == next && scan.endVis >= scan.startVis && run < index.count() &&
-             scan.endVis <= index(run).endVis && scan.sourceId == index(run).sourceId &&
-             scan.freqId == index(run).freqId;
+    agrees = scan.startVis == next && scan.endVis >= scan.startVis && isOf(run, scan);
+    // A scan may hold gaps that would end others.
+    while (agrees && index(run).endVis < scan.endVis) agrees = isOf(++run, scan);
     next = agrees ? scan.endVis + 1 : next;
   }
   agrees = agrees && next == writer_.records() + 1;
@@ -468,7 +476,7 @@ void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable
 
 }  // namespace
 
-AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
+AResult ImportUVFITS(const std::string& from, const std::string& to, const ImportOptions& options,
                      ImportSummary* summary) {
   ImportSummary unused;
   return Importer(from, to, options, summary ? *summary : unused).Run();

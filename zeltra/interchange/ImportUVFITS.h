@@ -13,6 +13,15 @@
 
 namespace zeltra {
 
+struct ImportOptions : JobOptions {
+  ImportOptions() = default;
+  ImportOptions(const JobOptions& options) : JobOptions(options) {}  // NOLINT: whoever has no wishes
+
+  /// Seconds between time stamps from which on a scan ends, whatever their spacing; 0: as AUVXWriter makes scans where
+  /// the file has no list of them.
+  double scanGap = 0;
+};
+
 /// What an import found and did.
 struct ImportSummary {
   int64 records = 0;
@@ -31,13 +40,14 @@ struct ImportSummary {
 /// number that a card states and that cannot be read.
 ///
 /// Groups in time order keep their order; others are sorted by time, then baseline. The output always has the tables
-/// "NX", "FQ", "AN", "SU" and "BL". Values are those of the source bit for bit, random parameters scaled to physical
-/// units, u, v, w in seconds. The output appears under its name only when it is complete.
+/// "NX", "FQ", "AN", "SU" and "BL". An "NX" of the file is kept where it describes the groups as they lie. Values are
+/// those of the source bit for bit, random parameters scaled to physical units, u, v, w in seconds. The output appears
+/// under its name only when it is complete.
 ///
 /// Memory: some MiB whatever the file's size, 16 bytes a group while sorting, and 28 to 42 bytes a scan, at most
 /// AUVXWriter::kMostScans of them; a table of scans that comes with the file is held several times.
 /// @param summary  may be null; filled also when the import fails
-ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const JobOptions& options,
+ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const ImportOptions& options,
                                 ImportSummary* summary);
 
 /// What a person may tell the job, and what it gives.

@@ -2,17 +2,19 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
+#include "zeltra/interchange/ScanGapInternal.h"
 
 namespace zeltra {
 namespace {
 
 AJobDescription DescribeImport() {
-  AJobDescriber<JobOptions> job("import", "Import random-groups UV FITS into a UVX file",
-                                "Values are those of the source bit for bit. Groups in time order keep their order; "
-                                "others are sorted by time, then "
-                                "baseline. What a UVX file has no place for is told.");
+  AJobDescriber<ImportOptions> job("import", "Import random-groups UV FITS into a UVX file",
+                                   "Values are those of the source bit for bit. Groups in time order keep their order; "
+                                   "others are sorted by time, then "
+                                   "baseline. What a UVX file has no place for is told.");
   job.Input({"IN.uvfits", "the file to import", "", 0, {}});
   job.Output({"OUT.uvx", "the file to make", "", 0, {}});
+  DescribeScanGap(job);
   job.Threads();
   job.Overwrite();
   return job.Finish();

@@ -9,6 +9,7 @@
 #include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -49,6 +50,21 @@ UVXTableSummary Summarise(const AUVXTableItem& item, const AUVXTable* table) {
   return summary;
 }
 
+// Some writers use the name that the keyword has elsewhere in FITS. Empty where there is none.
+std::string StatedTimeScale(const AUVXTable& antennas) {
+  std::string scale;
+  for (const char* name : {"TIMESYS", "TIMSYS"}) {
+    for (int i = 0; i < antennas.keywords().count(); ++i) {
+      const AUVXTableKeyWord& word = antennas.keywords()(i);
+      const std::string value = Trimmed(word.Value());
+      if (word.Key() == name && !value.empty()) scale = value;
+    }
+  }
+  std::transform(scale.begin(), scale.end(), scale.begin(),
+                 [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+  return scale;
+}
+
 }  // namespace
 
 AUVXContents::AUVXContents(AUVXInput& input)
@@ -80,6 +96,7 @@ void AUVXContents::ReadTables(AUVXInput& input) {
     if (isFirst("AN")) {
       antennas_.Init(*table);
       hasAntennaTable_ = true;
+      if (const std::string scale = StatedTimeScale(*table); !scale.empty()) timeScale_ = scale;
     }
   }
 }
@@ -137,6 +154,24 @@ AResult AUVXContents::CheckIndex(AUVXInput& input, const ScanVisitor& visit) con
     }
     if (visit) visit(scan, ends[0], ends[1]);
   }
+  return AResult::Ok();
+}
+
+AResult AUVXContents::ReadTimes(AUVXInput& input, AUVXPositionItem& scan) const {
+  double seconds[2];
+  for (int k = 0; k < 2; ++k) {
+    const int record = (k == 0 ? scan.startVis : scan.endVis) - 1;
+    if (record < 0 || record >= records_) return AResult::Ok();
+    double date;
+    if (!input.ReadTime(record, date)) {
+      return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record));
+    }
+    // To 0.1 ms: a Julian date is good for 0.04 ms.
+    seconds[k] = std::round((date - header_.info.dateObs) * (kSecondsPerDay * 1e4)) / 1e4;
+    if (!std::isfinite(seconds[k])) return AResult::Ok();
+  }
+  scan.start = std::min(seconds[0], seconds[1]);
+  scan.duration = std::round(std::fabs(seconds[1] - seconds[0]) * 1e4) / 1e4;
   return AResult::Ok();
 }
 

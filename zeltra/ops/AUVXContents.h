@@ -62,6 +62,9 @@ class ZELTRA_API AUVXContents {
   /// The antennas of "AN", or those of "BL" in a file without it, which have no positions.
   const AUVXAntenns& antennas() const { return antennas_; }
   bool HasAntennaTable() const { return hasAntennaTable_; }
+  /// The time scale that all times of the file count in, as its table "AN" says, in capitals: "UTC", "IAT", "TAI", ...
+  /// By convention "UTC" where it says none.
+  const std::string& timeScale() const { return timeScale_; }
   /// The frequencies of each setup.
   const AUVXFqTbl& setups() const { return setups_; }
   /// The tables in the order of the directory.
@@ -78,6 +81,10 @@ class ZELTRA_API AUVXContents {
   /// @param visit  receives each scan with these two records, in the order of the file; may be empty
   using ScanVisitor = std::function<void(const AUVXPositionItem& scan, const AUVXGroup& first, const AUVXGroup& last)>;
   AResult CheckIndex(AUVXInput& input, const ScanVisitor& visit = {}) const;
+  /// Give a scan the times of its first and its last record, seconds since 0 h of the observation date: an index has
+  /// them as floats, old ones wrong by up to a minute. Nothing changes where these records are not in the file or where
+  /// their times are no numbers.
+  AResult ReadTimes(AUVXInput& input, AUVXPositionItem& scan) const;
   /// The failure of a record that is not of the source and setup of its scan.
   AResult IndexDenies(int record, const AUVXGroup& group) const;
 
@@ -116,6 +123,7 @@ class ZELTRA_API AUVXContents {
   AUVXSources sources_;
   AUVXAntenns antennas_;
   bool hasAntennaTable_ = false;
+  std::string timeScale_ = "UTC";
   AUVXFqTbl setups_;
   std::vector<UVXTableSummary> tables_;
 };

@@ -2,6 +2,7 @@
 #include "zeltra/ops/AUVXInput.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -77,6 +78,12 @@ AResult AUVXInput::OpenUVX(const std::string& path) {
                          std::to_string(held) + ", up to byte " + std::to_string(end));
   }
   return AResult::Ok();
+}
+
+bool AUVXInput::ReadTime(int record, double& julianDate) {
+  const int64 position =
+      uvx_.DataOffset() + int64{record} * uvx_.recSize() + static_cast<int64>(offsetof(AUVXGroup, date));
+  return file_.ReadAt(position, &julianDate, sizeof julianDate) == int64{sizeof julianDate};
 }
 
 const AUVXContents& AUVXInput::contents() {

@@ -38,6 +38,9 @@ class ZELTRA_API AUVXInput {
   /// What the import remarked; empty for a UVX file.
   const std::vector<std::string>& remarks() const { return remarks_; }
 
+  /// Read the time of a record, from 0, that the file holds. Threads may do so at the same time.
+  /// @return false if it cannot be read
+  bool ReadTime(int record, double& julianDate);
   /// What the open file says of the observation; read when it is first asked for.
   const AUVXContents& contents();
 

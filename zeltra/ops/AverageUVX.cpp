@@ -12,17 +12,29 @@
 namespace zeltra {
 namespace {
 
+size_t RecordBytes(int values) {
+  return AUVXGroup::kBytes + static_cast<size_t>(values) * sizeof(AUVXComplex);
+}
+
+// What comes before the records of an interval, or of a piece of one.
+struct IntervalHead {
+  int scan;  // place in the index of the input
+  int records;
+};
+
 // Averages as records of a UVX file, in the order of baselines.
 void AppendRecords(const Interval& interval, int values, std::vector<char>& bytes) {
   const std::vector<int>& places = interval.sums.InOrder();
-  const size_t recordBytes = AUVXGroup::kBytes + static_cast<size_t>(values) * sizeof(AUVXComplex);
+  const size_t recordBytes = RecordBytes(values);
   std::vector<AUVXComplex> means(static_cast<size_t>(values));
   AUVXGroup group;
   group.source = static_cast<int16_t>(interval.stream.source);
   group.frqsel = static_cast<int8_t>(interval.stream.setup);
   group.date = interval.time;
-  bytes.resize(places.size() * recordBytes);
-  char* record = bytes.data();
+  const IntervalHead head = {interval.scan, static_cast<int>(places.size())};
+  bytes.resize(sizeof head + places.size() * recordBytes);
+  std::memcpy(bytes.data(), &head, sizeof head);
+  char* record = bytes.data() + sizeof head;
   for (const int place : places) {
     interval.sums.Mean(place, group, means.data());
     std::memcpy(group.store(record), means.data(), recordBytes - AUVXGroup::kBytes);
@@ -30,9 +42,19 @@ void AppendRecords(const Interval& interval, int values, std::vector<char>& byte
   }
 }
 
-using TakeRecords = std::function<AResult(const std::vector<char>& records)>;
+using TakeRecords = std::function<AResult(const IntervalHead& head, const char* records)>;
 
-// Hand out averages as records of a UVX file, some at a time.
+AResult TakeIntervals(const std::vector<char>& bytes, size_t recordBytes, const TakeRecords& take) {
+  for (size_t at = 0; at < bytes.size();) {
+    IntervalHead head;
+    std::memcpy(&head, bytes.data() + at, sizeof head);
+    if (AResult result = take(head, bytes.data() + at + sizeof head); !result) return result;
+    at += sizeof head + static_cast<size_t>(head.records) * recordBytes;
+  }
+  return AResult::Ok();
+}
+
+// Hand out averages as records of a UVX file, interval by interval.
 AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AArray<AStokesMix>& mixes,
                        const TakeRecords& take) {
   if (AResult result = from.CheckRecordSize(); !result) return result;
@@ -45,7 +67,7 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AAr
   return walk.Run(
       choice, IntervalWalk::Pieces::Allowed,
       [&](const Interval& interval, std::vector<char>& bytes) { AppendRecords(interval, choice.count(), bytes); },
-      take);
+      [&](const std::vector<char>& bytes) { return TakeIntervals(bytes, RecordBytes(choice.count()), take); });
 }
 
 AResult ChangePolarisations(const AArray<AStokesMix>& mixes, const std::string& to, AUVXHeader& header) {
@@ -93,10 +115,10 @@ AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSin
   if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
   AUVXGroup group;
   AUVXVisibility values;
-  return AverageRecords(from, options, mixes, [&](const std::vector<char>& records) {
+  return AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
     if (values.count() == 0) values.GrowBy(from.uvx().IFs(), from.uvx().channels(), mixes.count());
-    char* record = const_cast<char*>(records.data());
-    while (record < records.data() + records.size()) {
+    char* record = const_cast<char*>(records);
+    for (int i = 0; i < head.records; ++i) {
       record = values.load(group.load(record));
       if (AResult result = sink(group, values); !result) return result;
     }
@@ -112,8 +134,10 @@ AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions&
   if (AResult result = ChangePolarisations(mixes, to, header); !result) return result;
   AUVXWriter writer;
   if (AResult result = writer.Create(to, header, options, from.path()); !result) return result;
-  AResult result = AverageRecords(from, options, mixes, [&](const std::vector<char>& records) {
-    return writer.Append(records.data(), static_cast<int>(records.size() / writer.recordBytes()));
+  const AUVXPosition& scans = from.contents().scans();
+  AResult result = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
+    writer.BeginScan(head.scan, scans(head.scan).subarray);
+    return writer.Append(records, head.records);
   });
   if (!result) return result;
   if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");

@@ -50,7 +50,8 @@ using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& valu
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink);
 
-/// Average into a UVX file with the tables of `from`; index and baseline list are made anew.
+/// Average into a UVX file with the tables of `from`: its scans as far as they have averages, its baseline list made
+/// anew.
 ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options);
 
 /// What a person may tell the job, and what it gives.

@@ -10,6 +10,7 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/KeptScansInternal.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
@@ -101,6 +102,7 @@ class Copier {
   ChannelSelection channels_;
   AUVXVisibility read_, kept_;
   AUVXWriter writer_;
+  std::optional<KeptScans> scans_;
 };
 
 AResult Copier::Run() {
@@ -108,6 +110,7 @@ AResult Copier::Run() {
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = choice_.Open(from_, options_); !result) return result;
   if (AResult result = Create(); !result) return result;
+  scans_.emplace(from_, writer_, options_.scanGap);
   SendProgressText(options_.progress, "Copying...");
   AResult copied = AResult::Ok();
   AResult result = WalkRecords(from_, options_, 0, from_.uvx().count(), [&](const WalkedRecord& record) {
@@ -148,6 +151,7 @@ AResult Copier::CheckFrequencies() {
 
 AResult Copier::CopyRecord(const WalkedRecord& record) {
   if (!choice_.Keeps(record.group)) return AResult::Ok();
+  scans_->Enter(record.index);
   if (channels_.IsWhole() && !options_.dropFlagged) return writer_.Append(record.group, record.values);
   std::copy_n(record.values, read_.count(), read_.lpArray());
   if (!channels_.IsWhole()) channels_.Pick(read_, kept_);
@@ -165,6 +169,7 @@ AResult Copier::CopyTables() {
   if (!others.empty()) {
     summary_.remarks.push_back("tables whose columns for IFs or channels are copied as they are: " + others);
   }
+  if (const std::string remark = scans_->Remark(); !remark.empty()) summary_.remarks.push_back(remark);
   return result;
 }
 

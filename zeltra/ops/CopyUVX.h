@@ -20,6 +20,8 @@ struct CopyOptions : JobOptions {
   UVXSelection selection;
   /// Whether records are left out that are flagged, or that keep no valid value.
   bool dropFlagged = false;
+  /// Above 0: a new list of scans is made, which end where time stamps are further apart than so many seconds.
+  double scanGap = 0;
 };
 
 /// What a copy did that a person should know.
@@ -28,8 +30,9 @@ struct CopySummary {
   std::vector<std::string> remarks;
 };
 
-/// Copy records and tables. Index and baseline list are made anew, rows of antennas and sources that have no records
-/// any more are left out; everything else is copied as it is where IFs, channels and polarisations stay.
+/// Copy records and tables. Scans are kept as far as they have records, the baseline list is made anew, rows of
+/// antennas and sources that have no records any more are left out; everything else is copied as it is where IFs,
+/// channels and polarisations stay.
 ///
 /// Where IFs or channels are left out, frequencies stay right: `freq0` is that of the first channel kept, IF FREQ
 /// counts from there, CH WIDTH is the distance of the channels kept, and columns that have an element for each IF lose

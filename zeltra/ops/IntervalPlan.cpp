@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <set>
 #include <string>
 
@@ -93,12 +92,8 @@ int IntervalPlan::StreamOf(const AUVXPositionItem& scan) const {
 }
 
 double IntervalPlan::TimeOf(int record) const {
-  AUVXFile& uvx = input_.uvx();
   double date = 0;
-  const int64 position =
-      uvx.DataOffset() + int64{record} * uvx.recSize() + static_cast<int64>(offsetof(AUVXGroup, date));
-  const bool isRead = input_.file().ReadAt(position, &date, sizeof date) == int64{sizeof date};
-  return isRead ? date : std::numeric_limits<double>::quiet_NaN();
+  return input_.ReadTime(record, date) ? date : std::numeric_limits<double>::quiet_NaN();
 }
 
 // Times count from 0 h of the observation date, or of the day of the first record where that is earlier or far away.

@@ -42,6 +42,7 @@ struct OpenInterval {
   explicit OpenInterval(SumPool& pool) : sums(pool) {}
 
   size_t stream = 0;
+  int scan = 0;  // place in the index of the first one that its scan goes on from
   double cell = 0;
   double firstTicks = 0;
   double reference = 0;  // Julian date of its first record; times are added up as distances from it
@@ -68,7 +69,8 @@ struct Finished {
 // What is known of a stream in a part.
 struct StreamState {
   double lastTicks = kNever;
-  int scan = -1;  // place of its last record's scan in the index
+  int scan = -1;       // place of its last record's scan in the index
+  int firstScan = -1;  // of the one that goes on in it
   OpenInterval* open = nullptr;
 };
 
@@ -212,6 +214,7 @@ AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
   const bool isInOrder = ticks >= state.lastTicks && ticks >= part_->begin && ticks < part_->end;
   if (!isInOrder) return shape_.plan.GoesBack(record);
   const bool endsScan = isNewScan_ && EndsScan(state, ticks);
+  if (endsScan || state.scan < 0) state.firstScan = scan_;
   ScanTimes& times = recent_[scan_ % std::ssize(recent_)];
   if (isNewScan_) times = {scan_, ticks, ticks};
   times.last = ticks;
@@ -262,6 +265,7 @@ AResult IntervalWorker::Begin(StreamState& state, int record, const AUVXGroup& g
   open_.push_back(&interval);
   state.open = &interval;
   interval.stream = static_cast<size_t>(stream_);
+  interval.scan = state.firstScan;
   interval.cell = cell_;
   interval.firstTicks = state.lastTicks;
   interval.reference = group.date;
@@ -320,7 +324,7 @@ AResult IntervalWorker::End(StreamState& state) {
 AResult IntervalWorker::MakeWhole(OpenInterval& interval, double time) {
   shape_.hasInterval = true;
   std::vector<char> bytes;
-  shape_.finish({shape_.plan.streams()[interval.stream], time, interval.sums}, bytes);
+  shape_.finish({shape_.plan.streams()[interval.stream], interval.scan, time, interval.sums}, bytes);
   Keep(time, interval.stream, std::move(bytes));
   return AResult::Ok();
 }

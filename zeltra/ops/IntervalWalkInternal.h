@@ -18,6 +18,7 @@ namespace zeltra {
 /// A whole interval of one stream, or some of its baselines where not all of them fit the memory.
 struct Interval {
   IntervalStream stream;
+  int scan;     ///< place in the index of the scan that it lies in, or where that goes on later, of its first records
   double time;  ///< Julian date: the mean of the records' times with their weights, plain where all are 0
   IntervalSums& sums;
 };

@@ -1,5 +1,6 @@
 // What the jobs on UVX files take and give, as people see it.
 // SPDX-License-Identifier: MIT
+#include "zeltra/interchange/ScanGapInternal.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
@@ -15,7 +16,7 @@ AJobDescription DescribeAverage() {
   AJobDescriber<AverageOptions> job(
       "average", "Average visibilities in time, into a table or a UVX file",
       "A line an interval and baseline, in time order, each source and setup by itself. Flagged records and values do "
-      "not count. A UVX file of averages keeps the tables of the input; its index and baseline list are made anew.");
+      "not count. A UVX file of averages keeps the tables of the input and its scans; the baseline list is made anew.");
   job.Input(UVXInputFile());
   job.Output({"OUT.uvx", "write a UVX file instead of the table", "output", 'o', {}});
   DescribeIntervals(job);
@@ -84,7 +85,8 @@ AJobDescription DescribeLoops() {
 AJobDescription DescribeCopy() {
   AJobDescriber<CopyOptions> job(
       "copy", "Copy a UVX file, or the part of it that is selected",
-      "Index and baseline list are made anew, rows of antennas and sources that have no records any more are left out. "
+      "Scans are kept as far as they have records, the baseline list is made anew, rows of antennas and sources that "
+      "have no records any more are left out. "
       "Frequencies stay right where IFs or channels are left out.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
@@ -111,6 +113,7 @@ AJobDescription DescribeCopy() {
   job.Option(
          "stokes", [](CopyOptions & o) -> auto& { return o.selection.stokes; }, "polarisations, as in RR,LL")
       .Otherwise("all");
+  DescribeScanGap(job);
   job.Overwrite();
   return job.Finish();
 }

@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/KeptScansInternal.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/ops/UVWModelInternal.h"
 #include "zeltra/uvx/AUVXWriter.h"
@@ -31,11 +33,13 @@ class UVWCopy {
   UVWModel model_;
   double given_[3] = {};  // sums of squares of the coordinates in the file
   AUVXWriter writer_;
+  std::optional<KeptScans> scans_;
 };
 
 AResult UVWCopy::Run(const std::string& to) {
   AResult result = writer_.Create(to, AUVXHeader(from_.uvx()), options_, from_.path());
   if (!result) return result;
+  scans_.emplace(from_, writer_, 0);
   SendProgressText(options_.progress, "Computing u, v, w...");
   AResult copied = AResult::Ok();
   result = WalkRecords(from_, options_, 0, from_.uvx().count(), [&](const WalkedRecord& record) {
@@ -57,6 +61,7 @@ AResult UVWCopy::CopyRecord(const WalkedRecord& record) {
   group.vv = static_cast<float>(uvw.y);
   group.ww = static_cast<float>(uvw.z);
   Compare(record.group, group);
+  scans_->Enter(record.index);
   return writer_.Append(group, record.values);
 }
 

@@ -21,11 +21,12 @@ template <typename Options>
 void DescribeTimes(AJobDescriber<Options>& job) {
   job.Option(
          "start", [](Options & o) -> auto& { return o.selection.start; },
-         "no earlier records; UTC, as in 2020-03-20T07:30:00, a Julian date or a modified one, 07:30 of the "
+         "no earlier records; in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or a modified "
+         "one, 07:30 of the "
          "observation's first day, or +1/07:30 of the next")
       .Otherwise("the first record");
   job.Option(
-         "stop", [](Options & o) -> auto& { return o.selection.stop; }, "no later records; UTC")
+         "stop", [](Options & o) -> auto& { return o.selection.stop; }, "no later records; as --start")
       .Otherwise("the last record");
 }
 

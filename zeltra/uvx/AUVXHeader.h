@@ -118,7 +118,7 @@ static_assert(sizeof(AUVXStokes) == 18);
 struct AUVXInfoHeader {
   int32_t count;       ///< number of records in the file
   double epoch;        ///< equinox of the coordinates, years
-  double dateObs;      ///< Julian date of 0 h UTC of the observation date, 0 if unknown
+  double dateObs;      ///< Julian date of 0 h of the observation date, 0 if unknown
   int16_t zero;        ///< always 0
   char bunit[10];      ///< unit of the visibilities, zero-terminated
   char observer[16];   ///< zero-terminated

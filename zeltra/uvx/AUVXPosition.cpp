@@ -8,6 +8,7 @@
 
 #include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXGroup.h"
+#include "zeltra/uvx/AUVXPositionInternal.h"
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXTableInternal.h"
 
@@ -20,13 +21,6 @@ namespace {
 /// Number of scans from which on room is doubled: files that change the source with every record have as many scans.
 constexpr int kLongList = 4096;
 constexpr int kLargestDoubled = 1 << 30;
-
-/// A row of the table that is made here. There may be millions, so they are not made number by number.
-struct IndexRow {
-  float time, interval;
-  int32_t source, subarray, start, end, setup;
-};
-static_assert(sizeof(IndexRow) == 28);
 
 /// Times are still days here. The longer of two names that begin alike comes first.
 void ReadColumn(const AUVXTable& table, const ListColumn& column, AUVXPositionItem* items) {
@@ -138,14 +132,7 @@ AUVXTable* AUVXPosition::ToUVXTable() const {
   }
   table->SetRows(count());
   for (int row = 0; row < table->rows(); ++row) {
-    const AUVXPositionItem& scan = (*this)(row);
-    const IndexRow image = {static_cast<float>(scan.start / kSecondsPerDay + scan.duration / (2 * kSecondsPerDay)),
-                            static_cast<float>(scan.duration / kSecondsPerDay),
-                            scan.sourceId,
-                            scan.subarray,
-                            scan.startVis,
-                            scan.endVis,
-                            scan.freqId};
+    const IndexRow image((*this)(row));
     std::memcpy(table->Row(row), &image, sizeof image);
   }
   return table.release();

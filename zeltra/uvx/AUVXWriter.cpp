@@ -8,17 +8,21 @@
 
 #include "zeltra/core/BlockWriterInternal.h"
 #include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/ScanIndexInternal.h"
 
 namespace zeltra {
 namespace {
 
 constexpr int kComplexBytes = sizeof(AUVXComplex);
-constexpr int kScansAtATime = 4096;
+constexpr size_t kPairs = 65536;
 
-int PairOf(const AUVXGroup& group) {
-  return static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2);
+// The pairs of one source fall on places of their own, and those of few antennas of several sources seldom on the same.
+size_t SeenPlace(const AUVXGroup& group) {
+  const unsigned pair = static_cast<uint8_t>(group.ant1) * 256u + static_cast<uint8_t>(group.ant2);
+  return (pair ^ static_cast<uint16_t>(group.source) * 40503u) % kPairs;
 }
 
 }  // namespace
@@ -36,7 +40,8 @@ struct AUVXWriter::Output {
   BlockWriter block;
 };
 
-AUVXWriter::AUVXWriter() : step_(new AUVXComplex[kMostReserved]) {}
+AUVXWriter::AUVXWriter()
+    : index_(std::make_unique<ScanIndex>()), seen_(kPairs), step_(new AUVXComplex[kMostReserved]) {}
 
 AUVXWriter::~AUVXWriter() = default;
 
@@ -47,6 +52,7 @@ AResult AUVXWriter::Create(const std::string& path, const AUVXHeader& header, co
   header_ = header;
   directory_ = AUVXTableHeader();
   tablesEnd_ = 0;
+  index_->SetGap(0);
   ForgetRecords();
   auto output = std::make_unique<Output>(options);
   if (AResult result = output->file.Create(path, options, input); !result) return result;
@@ -72,10 +78,10 @@ AResult AUVXWriter::WriteHeader() {
 
 void AUVXWriter::ForgetRecords() {
   ranges_.init();
-  lastScans_ = AUVXPosition();
-  index_ = *std::unique_ptr<AUVXTable>(lastScans_.ToUVXTable());
-  rowsBefore_ = 0;
+  index_->Clear();
+  givenScan_ = -1;
   baseLines_ = AUVXBaseLines();
+  std::fill(seen_.begin(), seen_.end(), SeenPair());
   odd_ = OddValues();
   before_ = Predecessor();
   records_ = unchecked_ = reserved_ = 0;
@@ -121,45 +127,45 @@ AResult AUVXWriter::WriteValues(const char* values) {
   return AResult::Ok();
 }
 
-// A scan takes fewer bytes in the table than in the list.
-void AUVXWriter::ListScans() {
-  const std::unique_ptr<AUVXTable> last(lastScans_.ToUVXTable());
-  index_.ResizeRows(rowsBefore_ + last->rows());
-  std::copy_n(last->data(), int64{last->rows()} * last->rowBytes(), index_.Row(rowsBefore_));
+void AUVXWriter::SetScanGap(double seconds) {
+  index_->SetGap(seconds);
+}
+
+void AUVXWriter::BeginScan(int number, int subarray) {
+  if (number == givenScan_) return;
+  TakePending();
+  givenScan_ = number;
+  index_->BeginGiven(subarray);
+  before_ = Predecessor();
 }
 
 AUVXTable& AUVXWriter::index() {
   TakePending();
-  ListScans();
-  return index_;
+  before_ = Predecessor();
+  return index_->Table(records_);
+}
+
+std::string AUVXWriter::IndexRemark() const {
+  const double spacing = index_->wideSpacing();
+  if (spacing == 0) return {};
+  return "time stamps are " + valToStr(std::round(spacing)) +
+         " s apart, so that no gap below 8 times that ends a scan; --scan-gap of import and copy sets another bound";
 }
 
 // What runs once a record is inline: a call of an exported function takes a detour.
 
 // Extend the index and the list of baselines.
 inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
-  if (group.date == before_.date && group.source == before_.source && group.frqsel == before_.setup) {
-    // Of the baselines of one time each lets the scan go on, and only the first can make it longer.
-    lastScans_(lastScans_.count() - 1).endVis = records_ + 1;
-  } else {
-    AUVXGroup inSeconds = group;
-    inSeconds.date = std::isnan(seconds) ? (group.date - header_.info.dateObs) * kSecondsPerDay : seconds;
-    if (lastScans_.CheckUVGroup(inSeconds, records_) > kScansAtATime) {
-      const AUVXPositionItem last = lastScans_(kScansAtATime);
-      lastScans_.DeleteItems(kScansAtATime, 1);
-      ListScans();
-      rowsBefore_ = index_.rows();
-      lastScans_.DeleteItems(0, kScansAtATime);
-      lastScans_.Add(last);
-    }
+  // The baselines of one time stamp are of one scan.
+  if (group.date != before_.date || group.source != before_.source || group.frqsel != before_.setup) {
+    const double time = std::isnan(seconds) ? (group.date - header_.info.dateObs) * kSecondsPerDay : seconds;
+    index_->Take(records_, time, group.source, group.frqsel);
+    before_ = {group.date, group.source, group.frqsel};
   }
-
-  if (group.source != before_.source) seen_.assign(65536, 0);
-  before_ = {group.date, group.source, group.frqsel};
   const uint8_t state = group.flag & 1 ? 1 : 2;
-  uint8_t& seen = seen_[static_cast<size_t>(PairOf(group))];
-  if (seen >= state) return;
-  seen = state;
+  SeenPair& seen = seen_[SeenPlace(group)];
+  if (seen.source == group.source && seen.state >= state) return;
+  seen = {group.source, state};
   baseLines_.checkBase(AUVXBaseLineItem(group));
 }
 
@@ -193,10 +199,14 @@ AUVXComplex* AUVXWriter::Reserve(int count) {
   return place_ ? step_.get() + unchecked_ : nullptr;
 }
 
+bool AUVXWriter::IsFull() const {
+  return records_ == std::numeric_limits<std::int32_t>::max() || index_->IsFull();
+}
+
 AResult AUVXWriter::Why() const {
   if (!output_) return AResult::Fail(path_ + ": is not being written");
   if (tablesEnd_ > 0) return AResult::Fail(path_ + ": has tables already and takes no more records");
-  if (rowsBefore_ >= kMostScans) {
+  if (index_->IsFull()) {
     return AResult::Fail(path_ + ": its index would have more than " + std::to_string(kMostScans) +
                          " scans, since source or setup change with nearly every record");
   }

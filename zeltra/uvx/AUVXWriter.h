@@ -15,13 +15,15 @@
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
-#include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXTable.h"
 
 namespace zeltra {
 
+class ScanIndex;
+
 /// Writes a UVX file that appears under its name only when it is complete. In this order:
 ///   Create(path, header, options, input)
+///   SetScanGap           where scans are to end by another rule
 ///   Append(...)          as often as needed, or BeginRecord and what follows it
 ///   AddTable(table)      as often as needed, AddIndex and AddBaseLines among them
 ///   Finish()
@@ -29,11 +31,16 @@ namespace zeltra {
 ///
 /// While records pass, the writer makes what follows from them: their number, the ranges of the header, the index and
 /// the list of baselines. Records are written in large blocks, by a second thread where one may be used.
+///
+/// A scan ends where source or setup change, or where successive time stamps are further apart than 60 s and than 8
+/// times the median spacing of the stamps of that source and setup, of which successive ones within a run of its
+/// records count. Or it ends where a list that is kept says so: see BeginScan.
 class ZELTRA_API AUVXWriter {
  public:
   /// Most values that Reserve makes room for.
   static constexpr int kMostReserved = 1024;
   /// Most scans of a file, which take 224 MiB. A file has more only if its source changes with nearly every record.
+  /// Where gaps in time alone make as many, half of them are left after a look at the spacing of the time stamps.
   static constexpr int kMostScans = 1 << 23;
   /// The time of a record is taken from its group.
   static constexpr double kFromGroup = std::numeric_limits<double>::quiet_NaN();
@@ -63,6 +70,12 @@ class ZELTRA_API AUVXWriter {
   /// except those that tell the shape of the records, and the observation date while there are records.
   AUVXHeader& header() { return header_; }
 
+  /// Gaps between time stamps that are longer than this end scans, and no others. Before the first record.
+  void SetScanGap(double seconds);
+  /// The records from here on are of this scan of a list that is kept: scans end where the number changes, or source or
+  /// setup, and no gap in time ends any. Said before the first record, and of every one.
+  void BeginScan(int number, int subarray);
+
   /// Append `count` whole records as they stand in a file.
   AResult Append(const char* records, int count);
   /// Append one record.
@@ -89,8 +102,11 @@ class ZELTRA_API AUVXWriter {
   size_t recordBytes() const { return AUVXGroup::kBytes + static_cast<size_t>(valuesPerRecord_) * sizeof(AUVXComplex); }
   /// Records whose groups have been taken.
   int records() const { return records_; }
-  /// The table "NX" of the records, times in days since 0 h of the observation date.
+  /// The table "NX" of the records, times in days since 0 h of the observation date. The spacing of time stamps is that
+  /// of the records so far.
   AUVXTable& index();
+  /// A sentence where the time stamps are so far apart that the index may have joined scans, else empty. After index().
+  std::string IndexRemark() const;
   const AUVXBaseLines& baseLines() const { return baseLines_; }
   OddValues oddValues();
 
@@ -114,13 +130,12 @@ class ZELTRA_API AUVXWriter {
     int source = 1 << 16, setup = 0;  // no record has this source
   };
 
-  bool IsFull() const { return records_ == std::numeric_limits<std::int32_t>::max() || rowsBefore_ >= kMostScans; }
+  bool IsFull() const;
   void ForgetRecords();
   AResult WriteValues(const char* values);
   void TakePending();
   void TakeGroup(double seconds);
   void Register(const AUVXGroup& group, double seconds);
-  void ListScans();
   void CheckValues();
   AResult EndRecords();
   AResult EndHeader(int64 recordsEnd);
@@ -130,15 +145,19 @@ class ZELTRA_API AUVXWriter {
   std::unique_ptr<Output> output_;  // null unless a file is being written
   AUVXHeader header_;
   AUVXMinMax ranges_;
-  AUVXPosition lastScans_;  // in seconds
-  AUVXTable index_;         // rows of the scans before them and perhaps of them too
-  int rowsBefore_ = 0;      // of the scans before them
+  std::unique_ptr<ScanIndex> index_;
+  int givenScan_ = -1;  // the one that was begun last
   AUVXBaseLines baseLines_;
   OddValues odd_;
   int records_ = 0;
   int valuesPerRecord_ = 0;
   Predecessor before_;
-  std::vector<std::uint8_t> seen_;  // per pair of antennas of the source before: 1 flagged, 2 unflagged
+  // Baselines that are listed already: a place has the last source whose pair of antennas fell on it.
+  struct SeenPair {
+    std::int16_t source = 0;
+    std::uint8_t state = 0;  // 1 flagged, 2 unflagged
+  };
+  std::vector<SeenPair> seen_;
   // The values of the last pieces, those of several records together, since a check of few values costs as much as
   // one of many.
   std::unique_ptr<AUVXComplex[]> step_;

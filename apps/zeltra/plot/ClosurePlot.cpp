@@ -42,7 +42,7 @@ AResult ClosurePlot::Run(std::string& svg) {
                          " has no triangle with valid visibilities on all sides");
   }
   const PlotSeries series(survey, [this](int key) { return NameOf(key); });
-  Chart chart(TimeAxis(survey.x, *midnight_), PhaseAxis("Closure phase"), series.names());
+  Chart chart(TimeAxis(survey.x, *midnight_, data_.contents().timeScale()), PhaseAxis("Closure phase"), series.names());
   AResult result = points([&](const PlotPoint& point) { chart.Add(series(point.key), point.x, point.y); });
   if (!result) return result;
   const AUVXFreqs frequencies(input_.uvx(), data_.contents().scans().FreqSelForSrc(data_.source().id));

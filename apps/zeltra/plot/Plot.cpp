@@ -32,10 +32,11 @@ PlotSeries::PlotSeries(const PlotSurvey& survey, const std::function<std::string
   for (size_t i = Chart::kColours; i < byCount.size(); ++i) series_[byCount[i].second] = Chart::kColours;
 }
 
-ChartAxis TimeAxis(const ValueRange& seconds, double midnight) {
+ChartAxis TimeAxis(const ValueRange& seconds, double midnight, const std::string& timeScale) {
   const double margin = std::max(0.02 * (seconds.high - seconds.low), 1.0);
   const double low = seconds.low - margin, high = seconds.high + margin;
-  return {"Time on " + DateText(midnight) + " (hours and minutes)", low, high, ClockTicks(low, high, 9)};
+  return {"Time on " + DateText(midnight) + " (hours and minutes, " + timeScale + ")", low, high,
+          ClockTicks(low, high, 9)};
 }
 
 ChartAxis PhaseAxis(const std::string& title) {

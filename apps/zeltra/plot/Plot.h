@@ -64,7 +64,7 @@ class PlotSeries {
 };
 
 /// An axis of seconds since `midnight`, a Julian date, which it names.
-ChartAxis TimeAxis(const ValueRange& seconds, double midnight);
+ChartAxis TimeAxis(const ValueRange& seconds, double midnight, const std::string& timeScale);
 /// An axis of degrees from -180 to 180.
 ChartAxis PhaseAxis(const std::string& title);
 

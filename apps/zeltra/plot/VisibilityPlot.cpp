@@ -159,7 +159,7 @@ ChartAxis VisibilityPlot::Across() const {
     const double longest = OrOne(std::max({-survey_.x.low, survey_.x.high, -survey_.y.low, survey_.y.high}));
     return LengthAxis("u", -kHeadRoom * longest, kHeadRoom * longest);
   }
-  if (options_.overTime) return TimeAxis(survey_.x, *midnight_);
+  if (options_.overTime) return TimeAxis(survey_.x, *midnight_, data_.contents().timeScale());
   const double longest = OrOne(survey_.x.high);
   // Dots of antennas of one site would lie on the frame.
   const double room = kFootRoom * longest;
