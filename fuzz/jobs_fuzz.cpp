@@ -56,7 +56,7 @@ void Picture(AUVXInput& input) {
   ImageOptions options;
   options.size = 16;
   options.selection.sources = {"1"};
-  options.weighting = ImageOptions::Uniform;
+  options.weighting.scheme = WeightingOptions::Uniform;
   DirtyImage image;
   (void)ImageUVX(input, options, image);
 }

@@ -43,9 +43,9 @@ void AddOption(CLI::App& command, const AJobOption& option, const std::string& h
 }
 
 void AddFile(CLI::App& command, const AJobFile& file, std::string& path) {
-  const std::string names = file.isRequired() ? file.name : OptionNames(file.option, file.letter);
+  const std::string names = file.isWord() ? file.name : OptionNames(file.option, file.letter);
   CLI::Option& added = *command.add_option(names, path, file.help);
-  added.type_name(file.isRequired() ? "" : file.name)->required(file.isRequired());
+  added.type_name(file.isWord() ? "" : file.name)->required(file.isRequired());
   added.check([&file](const std::string& text) { return file.Check(text).message(); });
 }
 
@@ -64,13 +64,14 @@ void ReplaceTable(CLI::App& command, const AJobFile& output) {
   for (const char* option : {"--force", "--no-sync"}) command.get_option(option)->needs(file);
 }
 
-// `text` in lines of up to 100 characters.
+// `text` in lines of up to 100 characters; those that it has stay.
 std::string Wrapped(const std::string& text) {
   constexpr size_t kColumns = 100;
   std::string lines;
   size_t begin = 0;
   while (text.size() - begin > kColumns) {
-    const size_t end = text.rfind(' ', begin + kColumns);
+    const size_t newline = text.find('\n', begin);
+    const size_t end = newline <= begin + kColumns ? newline : text.rfind(' ', begin + kColumns);
     if (end == text.npos || end < begin) break;
     lines += text.substr(begin, end - begin) + "\n";
     begin = end + 1;
@@ -114,7 +115,7 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
   if (targets.format) {
     AddFormat(command, *targets.format);
     for (const AJobFile& file : description.outputs) {
-      if (!file.isRequired()) ReplaceTable(command, file);
+      if (!file.isWord()) ReplaceTable(command, file);
     }
   }
   session.Describe(description);

@@ -43,7 +43,7 @@ std::string Section(const AJobDescription& job, const CLI::App& command) {
   for (const AJobFile& file : job.inputs) text += Item(file.name, file.help);
   for (const AJobOption& option : job.options) text += option.isWord ? Item(option.form, option.help) : "";
   for (const AJobFile& file : job.outputs) {
-    text += Item(file.isRequired() ? file.name : OptionNames(file.option, file.letter, file.name), file.help);
+    text += Item(file.isWord() ? file.name : OptionNames(file.option, file.letter, file.name), file.help);
   }
   for (const AJobOption& option : job.options) text += option.isWord ? "" : OptionItem(job, option);
   for (const char* format : {"--csv", "--json"}) {

@@ -35,7 +35,7 @@ std::string Arguments(const AJobDescription& job) {
   std::string rows;
   for (const AJobFile& file : job.inputs) rows += Row({Code(file.name), file.help});
   for (const AJobOption& option : job.options) rows += option.isWord ? Row({Code(option.form), option.help}) : "";
-  for (const AJobFile& file : job.outputs) rows += file.isRequired() ? Row({Code(file.name), file.help}) : "";
+  for (const AJobFile& file : job.outputs) rows += file.isWord() ? Row({Code(file.name), file.help}) : "";
   return rows.empty() ? "" : Head({"argument", "what it is"}) + rows + "\n";
 }
 
@@ -48,7 +48,7 @@ std::string OptionRow(const AJobDescription& job, const AJobOption& option) {
 std::string Options(const AJobDescription& job, const CLI::App& command) {
   std::string text = Head({"option", "unit", "default", "what it does"});
   for (const AJobFile& file : job.outputs) {
-    if (!file.isRequired()) text += Row({Code(OptionNames(file.option, file.letter, file.name)), "", "", file.help});
+    if (!file.isWord()) text += Row({Code(OptionNames(file.option, file.letter, file.name)), "", "", file.help});
   }
   for (const AJobOption& option : job.options) text += option.isWord ? "" : OptionRow(job, option);
   for (const char* format : {"--csv", "--json"}) {
@@ -94,7 +94,9 @@ std::string Synopsis(const AJobDescription& job) {
   std::string line = "zeltra " + job.name;
   for (const AJobFile& file : job.inputs) line += " " + file.name;
   for (const AJobOption& option : job.options) line += option.isWord ? " " + option.form : "";
-  for (const AJobFile& file : job.outputs) line += file.isRequired() ? " " + file.name : "";
+  for (const AJobFile& file : job.outputs) {
+    if (file.isWord()) line += file.isRequired() ? " " + file.name : " [" + file.name + "]";
+  }
   for (const AJobOption& option : job.options) {
     if (option.isRequired && !option.isWord) line += " --" + option.name + " " + option.form;
   }

@@ -126,7 +126,7 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
   const TempFile out("map"), kept("map");
   kept.Put("kept");
   EXPECT_THAT(Fails({"image", uvx_.path(), out.path()}), HasSubstr("1 (3C273), 2 (3C279)"));
-  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--source", "1", "--size", "100"}), HasSubstr("256, 512, 1024"));
+  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--source", "1", "--size", "101"}), HasSubstr("even numbers"));
   EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1"}), HasSubstr("exists already"));
   EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--png", uvx_.path(), "--source", "1", "--force"}),
               HasSubstr("named twice"));

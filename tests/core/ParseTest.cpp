@@ -42,6 +42,9 @@ TEST(Parse, TakesTheWholeTextForANumber) {
   EXPECT_EQ(Whole("+07"), 7);
   for (const char* text : {"", "1.0", "2147483648", "--1", "+-1"}) EXPECT_EQ(Whole(text), -999) << text;
   double value = 0;
+  EXPECT_TRUE(strToVal(" 2.5M ", kThousands, value));
+  EXPECT_EQ(value, 2.5e6);
+  EXPECT_FALSE(strToVal("M", kThousands, value) || strToVal("2.5T", kThousands, value));
   EXPECT_THAT(strToVal("12x", value).message(), HasSubstr("\"12x\" is not a number"));
   EXPECT_TRUE(IsSimpleFloatParse("-1.25"));
   EXPECT_FALSE(IsSimpleFloatParse("1e5") || IsSimpleFloatParse("") || IsSimpleFloatParse("-"));

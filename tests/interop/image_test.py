@@ -7,11 +7,12 @@ import os
 import shutil
 import struct
 import subprocess
+import tempfile
 import unittest
 import zlib
 
 # First of all: it skips the test where astropy is missing.
-from command import SHARED, Case, zeltra
+from command import SHARED, ZELTRA, Case, zeltra
 import numpy as np
 from astropy import units
 from astropy.coordinates import SkyCoord
@@ -89,6 +90,7 @@ class Images(Case):
         frequency = WCS(header).sub([3]).pixel_to_world_values(0)
         self.assertAlmostEqual(float(frequency), 8.414e9, delta=2e7)
         self.assertEqual(header["CRVAL4"], 1)
+        self.assertAlmostEqual(header["RMS"], np.sqrt((pixels.astype(float)**2).mean()), delta=1e-9)
 
         # Taking both components away with the beam leaves nothing.
         source, unit, beam, ranges, stored = map_file(self.path("s.map"))
@@ -106,6 +108,14 @@ class Images(Case):
         np.testing.assert_allclose(ranges[0], [-127 * cell, 128 * cell])
         np.testing.assert_allclose(ranges[1], [-128 * cell, 127 * cell])
         np.testing.assert_array_equal(ranges[2], [stored.min(), stored.max()])
+
+    def test_outputs_are_those_that_are_named(self):
+        zeltra("image", self.path("s.uvx"), "--source", "2", "--size", "20",
+               "--fits", self.path("s.fits"))
+        self.assertEqual(sorted(os.listdir(self.folder)), ["s.fits", "s.uvx"])
+        done = subprocess.run([ZELTRA, "image", self.path("s.uvx")], capture_output=True, text=True)
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("--fits", done.stderr)
 
     @unittest.skipUnless(shutil.which("fitsverify"), "fitsverify is not installed")
     def test_fitsverify_finds_nothing(self):
@@ -133,6 +143,57 @@ class Images(Case):
         value = 255 * (stored - stored.min()) / (stored.max() - stored.min())
         brightness[:8, :8] = value[:8, :8]  # where the beam is drawn
         np.testing.assert_allclose(brightness, value, atol=2)
+
+
+def fits_image(path, *options):
+    """Header of the FITS image of a file."""
+    with tempfile.TemporaryDirectory() as folder:
+        zeltra("image", path, "--fits", os.path.join(folder, "x.fits"), *options)
+        return fits.getheader(os.path.join(folder, "x.fits"))
+
+
+def mas(header):
+    """Beam in milliarcseconds."""
+    return header["BMAJ"] * 3600e3, header["BMIN"] * 3600e3
+
+
+class PublishedBeams(unittest.TestCase):
+    def shared(self, name):
+        path = os.path.join(SHARED, name)
+        if not os.path.exists(path):
+            self.skipTest("no " + path)
+        return path
+
+    def test_published_images_have_the_same_beam_and_noise(self):
+        for visibilities, image, power in (
+                ("0506+056.u.2009_06_03.uvf", "0506+056.u.2009_06_03.icn.fits", 1),
+                ("3C111_Q_2014_05_08.uvf", "3C111_Q_2014_05_08.fits", 0.5)):
+            published = fits.getheader(self.shared("maps/" + image))
+            ours = fits_image(self.shared("maps/" + visibilities), "--size", "64", "--weight-power", power)
+            for key in ("BMAJ", "BMIN", "BPA", "NOISE"):
+                self.assertAlmostEqual(ours[key] / published[key], 1, delta=1e-4, msg=visibilities + " " + key)
+
+    def test_beam_of_a_sparse_array(self):
+        header = fits_image(self.shared("eht_m87_095_hi.uvfits"))
+        np.testing.assert_allclose(mas(header), (31.06e-3, 18.54e-3), atol=0.006e-3)
+        self.assertAlmostEqual(header["BPA"], 56.9, delta=0.05)
+
+    # Beams and noises computed with numpy, rounded to four decimals, hence the tolerance; uniform ones depend on how cells are rounded.
+    def test_robust_weights_are_those_of_briggs(self):
+        for name, cell, weight, major, minor, noise in (
+                ("0506+056.u.2009_06_03.uvf", 0.1, "robust=0", 1.1688, 0.5324, 1.3777),
+                ("0506+056.u.2009_06_03.uvf", 0.1, "robust=1", 1.3783, 0.6084, 1.0085),
+                ("3C111_Q_2014_05_08.uvf", 0.02, "robust=0", 0.3715, 0.1896, 1.4948),
+                ("3C111_Q_2014_05_08.uvf", 0.02, "uniform", 0.3458, 0.1639, 31.73)):
+            path = self.shared("maps/" + name)
+            natural = fits_image(path, "--cell", cell)
+            header = fits_image(path, "--cell", cell, "--weight", weight)
+            found = (*mas(header), header["NOISE"] / natural["NOISE"])
+            np.testing.assert_allclose(found, (major, minor, noise), rtol=3e-4, err_msg=name + " " + weight)
+        for weight, limit in (("natural", 5), ("uniform", -5)):
+            np.testing.assert_allclose(mas(fits_image(path, "--cell", cell, "--weight", weight)),
+                                       mas(fits_image(path, "--cell", cell, "--weight", "robust=%d" % limit)), rtol=1e-4)
+
 
 if __name__ == "__main__":
     unittest.main()

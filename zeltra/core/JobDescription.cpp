@@ -38,6 +38,7 @@ struct KindOfTarget {
   Kind operator()(std::vector<std::string>*) const { return {AOptionKind::TextList, "LIST"}; }
   Kind operator()(std::vector<int>*) const { return {AOptionKind::NumberList, "LIST"}; }
   Kind operator()(const AChoiceTarget&) const { return {AOptionKind::Choice, ""}; }
+  Kind operator()(const AParsedTarget&) const { return {AOptionKind::Text, "TEXT"}; }
 };
 
 // The text of a member as it is.
@@ -52,6 +53,7 @@ struct TextOfTarget {
   std::string operator()(const AChoiceTarget& choice) const {
     return choice.chosen < option.choices.size() ? option.choices[choice.chosen] : "";
   }
+  std::string operator()(const AParsedTarget& member) const { return member.text; }
   // Flags are not set, times and lists are absent.
   std::string operator()(const void*) const { return ""; }
 };
@@ -101,7 +103,7 @@ AResult AJobOption::Store(const std::string& text, std::uint64_t* number) const 
 }
 
 AResult AJobOption::Store(const std::string& text, double* number) const {
-  if (AResult result = strToVal(text, *number); !result) return result;
+  if (AResult result = strToVal(text, suffixes, *number); !result) return result;
   const double value = *number;
   *number *= scale;
   return CheckRange(text, value);

@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -28,9 +29,16 @@ struct AChoiceTarget {
   std::function<void(size_t)> choose;
 };
 
+/// A member, or several, that a function reads from a text.
+struct AParsedTarget {
+  std::function<AResult(const std::string&)> parse;
+  std::string text;  ///< what they hold, as the function would take it; empty: nothing to tell
+};
+
 /// The member of a job's options that an option sets. Its type settles how a text becomes a value.
-using AOptionTarget = std::variant<bool*, int*, std::optional<int>*, std::uint64_t*, double*, std::string*,
-                                   std::optional<ATime>*, std::vector<std::string>*, std::vector<int>*, AChoiceTarget>;
+using AOptionTarget =
+    std::variant<bool*, int*, std::optional<int>*, std::uint64_t*, double*, std::string*, std::optional<ATime>*,
+                 std::vector<std::string>*, std::vector<int>*, AChoiceTarget, AParsedTarget>;
 
 /// The types of AOptionTarget, for interfaces: a flag needs no value, a list takes several with commas between.
 enum class AOptionKind { Flag, Whole, Real, Text, Time, TextList, NumberList, Choice };
@@ -46,13 +54,14 @@ class ZELTRA_API AJobOption {
   std::vector<std::string> choices;                         ///< Choice: all values
   double least = -std::numeric_limits<double>::infinity();  ///< Whole, Real: the range of values
   double greatest = std::numeric_limits<double>::infinity();
-  std::optional<double> special;  ///< Whole, Real: one more value, outside the range
-  std::string otherwise;          ///< what an absent option means, where no value says it
-  double scale = 1;               ///< Real: the member over the value
-  int first = 0;                  ///< NumberList: the number of what the member counts as 0
-  bool clears = false;            ///< Flag: clears the member instead of setting it
-  char letter = 0;                ///< short name on a command line, 0 without one
-  bool isWord = false;            ///< stands on a command line without its name
+  std::optional<double> special;      ///< Whole, Real: one more value, outside the range
+  std::string otherwise;              ///< what an absent option means, where no value says it
+  double scale = 1;                   ///< Real: the member over the value
+  std::span<const ASuffix> suffixes;  ///< Real: what may follow the value
+  int first = 0;                      ///< NumberList: the number of what the member counts as 0
+  bool clears = false;                ///< Flag: clears the member instead of setting it
+  char letter = 0;                    ///< short name on a command line, 0 without one
+  bool isWord = false;                ///< stands on a command line without its name
   bool isRequired = false;
   std::string excludes;  ///< name of an option that cannot be given as well
   std::function<AOptionTarget(JobOptions&)> target;
@@ -65,6 +74,7 @@ class ZELTRA_API AJobOption {
   AJobOption& Or(double value) { return special = value, *this; }
   AJobOption& Otherwise(std::string text) { return otherwise = std::move(text), *this; }
   AJobOption& Scale(double factor) { return scale = factor, *this; }
+  AJobOption& Suffixes(std::span<const ASuffix> list) { return suffixes = list, *this; }
   AJobOption& CountedFrom(int number) { return least = first = number, *this; }
   AJobOption& Clears() { return clears = true, *this; }
   AJobOption& Letter(char character) { return letter = character, *this; }
@@ -91,6 +101,7 @@ class ZELTRA_API AJobOption {
   AResult Store(const std::string& text, std::vector<std::string>* words) const;
   AResult Store(const std::string& text, std::vector<int>* numbers) const;
   AResult Store(const std::string& text, const AChoiceTarget& choice) const;
+  AResult Store(const std::string& text, const AParsedTarget& member) const { return member.parse(text); }
   AResult CheckRange(const std::string& text, double value) const;
 };
 
@@ -102,8 +113,11 @@ struct ZELTRA_API AJobFile {
   char letter = 0;                   ///< short name of that option, 0 without one
   std::vector<std::string> endings;  ///< one of which the name has; empty: any name will do
 
-  /// A file without an option has to be named.
-  bool isRequired() const { return option.empty(); }
+  bool isOptional = false;  ///< stands by itself, but may be left out
+
+  bool isWord() const { return option.empty(); }
+  /// A file without an option has to be named, as a rule.
+  bool isRequired() const { return isWord() && !isOptional; }
   /// @return a failure where the name has none of the endings
   AResult Check(const std::string& path) const;
 };
@@ -177,6 +191,16 @@ class AJobDescriber {
       option.form += (option.form.empty() ? "" : "|") + value.first;
     }
     return option;
+  }
+
+  /// An option that a function reads.
+  /// @param show  tells what holds in options made anew
+  AJobOption& Parsed(std::string name, std::function<AResult(const std::string&, Options&)> parse,
+                     std::function<std::string(const Options&)> show, std::string help) {
+    return Add(std::move(name), std::move(help), [parse, show](JobOptions& options) -> AOptionTarget {
+      Options& target = static_cast<Options&>(options);
+      return AParsedTarget{[parse, &target](const std::string& text) { return parse(text, target); }, show(target)};
+    });
   }
 
   /// What every job with outputs takes: whether they replace files, and whether it waits for the disk.

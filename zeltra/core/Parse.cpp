@@ -133,9 +133,19 @@ bool ReadRelativeTime(std::string_view text, double& days) {
 }  // namespace
 
 AResult strToVal(std::string_view text, double& value) {
-  const std::string_view number = WithoutBlanks(text);
-  if (!IsNumber(number)) return IsNo(text, "a number");
-  value = ParseNumber(number);
+  return strToVal(text, {}, value);
+}
+AResult strToVal(std::string_view text, std::span<const ASuffix> suffixes, double& value) {
+  std::string_view number = WithoutBlanks(text);
+  double factor = 1;
+  for (const ASuffix& suffix : suffixes) {
+    if (!number.ends_with(suffix.text)) continue;
+    number.remove_suffix(suffix.text.size());
+    factor = suffix.factor;
+    break;
+  }
+  if (!IsNumber(WithoutBlanks(number))) return IsNo(text, "a number");
+  value = ParseNumber(WithoutBlanks(number)) * factor;
   return std::isfinite(value) ? AResult::Ok() : IsNo(text, "within the range of numbers");
 }
 AResult strToVal(std::string_view text, int& value) {

@@ -4,6 +4,7 @@
 #define ZELTRA_CORE_PARSE_H_
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,16 @@ ZELTRA_API AResult strToVal(std::string_view text, double& value);
 /// Read a whole number.
 ZELTRA_API AResult strToVal(std::string_view text, int& value);
 ZELTRA_API AResult strToVal(std::string_view text, std::uint64_t& value);
+
+/// A text that may follow a number, and what it multiplies it by.
+struct ASuffix {
+  std::string_view text;
+  double factor;
+};
+inline constexpr ASuffix kThousands[] = {{"k", 1e3}, {"M", 1e6}, {"G", 1e9}};
+
+/// Read a finite decimal number that one of `suffixes` may follow.
+ZELTRA_API AResult strToVal(std::string_view text, std::span<const ASuffix> suffixes, double& value);
 
 /// Whether `text` is a decimal number without an exponent: digits with at most one point, a sign before them allowed.
 ZELTRA_API bool IsSimpleFloatParse(std::string_view text);

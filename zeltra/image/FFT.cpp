@@ -2,6 +2,7 @@
 #include "zeltra/image/FFT.h"
 
 #include <algorithm>
+#include <bit>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +15,7 @@
 
 #include "zeltra/core/AArray.h"
 #include "zeltra/core/AObjArray.h"
+#include "zeltra/image/FFTInternal.h"
 #include "zeltra/image/FFTKernelInternal.h"
 #include "zeltra/platform/System.h"
 
@@ -76,6 +78,7 @@ struct Shape {
   std::ptrdiff_t step;
   std::ptrdiff_t lineStep;
   int atOnce;
+  bool isTransformed;  ///< whether lines of this length are
 };
 
 /// The transform of all lines, or of all columns. The constructor takes all the memory.
@@ -104,7 +107,7 @@ class Pass {
 
 template <typename Record>
 int Pass<Record>::Workers(const Shape& shape, int threads) {
-  if (!IsFFTLength(shape.length)) return 0;
+  if (!shape.isTransformed) return 0;
   // With fewer lines than threads the last thread would get all of them and the others none: only that one is started.
   return shape.count < threads ? 1 : threads;
 }
@@ -161,15 +164,20 @@ void Pass<Record>::Work(int k) const {
   record.done->Set();
 }
 
+bool IsPowerOfTwo(int n) {
+  return n >= 2 && std::has_single_bit(static_cast<uint32_t>(n));
+}
+
+/// @param takes  tells which lengths are transformed; all of them are powers of two
 template <typename Record>
-int Transform(typename Pass<Record>::Matrix& m, int dir, int threads) {
+int Transform(typename Pass<Record>::Matrix& m, int dir, int threads, bool (*takes)(int)) {
   const int lines = m.Lines();
   const int columns = m.LineLength();
   const int processors = ProcessorCount();
   threads = threads < 1 ? processors : std::min(threads, std::max(processors, kMostThreads));
   try {
-    Pass<Record> linePass(m, {lines, columns, 1, columns, kLinesAtOnce}, dir, threads);
-    Pass<Record> columnPass(m, {columns, lines, columns, 1, kColumnsAtOnce}, dir, threads);
+    Pass<Record> linePass(m, {lines, columns, 1, columns, kLinesAtOnce, takes(columns)}, dir, threads);
+    Pass<Record> columnPass(m, {columns, lines, columns, 1, kColumnsAtOnce, takes(lines)}, dir, threads);
     linePass.Run();
     columnPass.Run();
   } catch (const std::bad_alloc&) {
@@ -181,11 +189,15 @@ int Transform(typename Pass<Record>::Matrix& m, int dir, int threads) {
 }  // namespace
 
 int MT_FFT_Matr_F(AMatrix<std::complex<float>>& m, int dir, int threads) {
-  return Transform<AMT_FFT_Matr_Data_F>(m, dir, threads);
+  return Transform<AMT_FFT_Matr_Data_F>(m, dir, threads, IsFFTLength);
 }
 
 int MT_FFT_Matr_D(AMatrix<std::complex<double>>& m, int dir, int threads) {
-  return Transform<AMT_FFT_Matr_Data_D>(m, dir, threads);
+  return Transform<AMT_FFT_Matr_Data_D>(m, dir, threads, IsFFTLength);
+}
+
+int TransformPowersOfTwo(AMatrix<std::complex<double>>& m, int dir, int threads) {
+  return Transform<AMT_FFT_Matr_Data_D>(m, dir, threads, IsPowerOfTwo);
 }
 
 }  // namespace zeltra

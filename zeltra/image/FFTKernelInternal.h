@@ -9,7 +9,7 @@
 
 namespace zeltra {
 
-/// Whether lines of n values are transformed.
+/// Whether MT_FFT_Matr_D transforms lines of n values.
 bool IsFFTLength(int n);
 
 /// The factors exp(i dir pi k / h), k = 0 .. h-1, of every stage of a transform of n values.
@@ -32,7 +32,7 @@ struct FFTLanes {
 std::size_t FFTWorkBytes(int n, int lanes);
 
 /// Transform each line in place.
-/// @param n         length of a line; IsFFTLength(n) holds
+/// @param n         length of a line, a power of two from 2 on
 /// @param scale     every value is multiplied by it beforehand
 /// @param twiddles  of FFTTwiddles() for n
 /// @param work      FFTWorkBytes(n, lanes) bytes, on a 64-byte boundary

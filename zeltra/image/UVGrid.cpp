@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <bit>
 #include <cmath>
 
 #include "zeltra/core/Units.h"
-#include "zeltra/image/FFT.h"
+#include "zeltra/image/FFTInternal.h"
 #include "zeltra/image/UVGridInternal.h"
 
 namespace zeltra {
@@ -35,25 +36,36 @@ double GriddingKernel::Transform(double frequency) {
   return kWidth * std::sinh(root) / root / std::cyl_bessel_i(0.0, kBeta);
 }
 
+int UVGrid::HalfLength(int size) {
+  return static_cast<int>(std::bit_ceil(static_cast<unsigned>(size)));
+}
+
+int64 UVGrid::Bytes(int size) {
+  const int64 half = HalfLength(size);
+  return 4 * half * half * static_cast<int64>(sizeof(std::complex<double>));
+}
+
 int UVGrid::Create(int size, double cell) {
   size_ = size;
-  cellsPerWavelength_ = 2 * size * cell;
+  half_ = HalfLength(size);
+  cellsPerWavelength_ = 2 * half_ * cell;
   sumOfWeights_ = 0;
   for (auto& line : parts_) {
     for (auto& part : line) {
-      if (!part.reSize(size, size)) return 0;
+      if (!part.reSize(half_, half_)) return 0;
     }
   }
   return 1;
 }
 
 bool UVGrid::Holds(double u, double v) const {
-  const double end = size_ - kHalfWidth;
+  const double end = half_ - kHalfWidth;
   return std::fabs(u) * cellsPerWavelength_ <= end && std::fabs(v) * cellsPerWavelength_ <= end;
 }
 
 double UVGrid::LargestCell(int size, double wavelengths) {
-  return (size - kHalfWidth) / (2 * size * wavelengths);
+  const int half = HalfLength(size);
+  return (half - kHalfWidth) / (2 * half * wavelengths);
 }
 
 void UVGrid::Add(double u, double v, std::complex<double> value, double weight) {
@@ -70,7 +82,7 @@ void UVGrid::Spread(double column, double line, std::complex<double> value) {
   constexpr int kWidth = GriddingKernel::kWidth;
   const int firstColumn = static_cast<int>(std::ceil(column - kHalfWidth));
   const int firstLine = static_cast<int>(std::ceil(line - kHalfWidth));
-  const int wrap = 2 * size_ - 1;  // sizes are powers of two; negative places lie in the upper half
+  const int wrap = 2 * half_ - 1;  // of a power of two; negative places lie in the upper half
   double weights[kWidth];
   for (int k = 0; k < kWidth; ++k) weights[k] = kernel_(firstColumn + k - column);
   for (int i = 0; i < kWidth; ++i) {
@@ -88,23 +100,24 @@ int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam) {
   if (!map.reSize(size_, size_) || !beam.reSize(size_, size_)) return 0;
   for (auto& line : parts_) {
     for (auto& part : line) {
-      if (!MT_FFT_Matr_D(part, -1, 0)) return 0;
+      if (!TransformPowersOfTwo(part, -1, 0)) return 0;
     }
   }
-  const int half = size_ / 2;
+  const int center = size_ / 2;
+  const auto place = [&](int k) { return (k - center) & (half_ - 1); };  // of pixel k in the transforms
   std::vector<double> correction(static_cast<size_t>(size_));
   std::vector<std::complex<double>> twiddle(correction.size());  // of odd lines and columns
   for (int k = 0; k < size_; ++k) {
-    const double frequency = (k - half) / (2.0 * size_);
+    const double frequency = (k - center) / (2.0 * half_);
     correction[static_cast<size_t>(k)] = 1 / GriddingKernel::Transform(frequency);
     twiddle[static_cast<size_t>(k)] = std::polar(1.0, -2 * kPi * frequency);
   }
   for (int i = 0; i < size_; ++i) {
-    const int y = (i + half) % size_;
+    const int y = place(i);
     const std::complex<double> odd = twiddle[static_cast<size_t>(i)];
     const double scale = correction[static_cast<size_t>(i)] / (2 * sumOfWeights_);
     for (int j = 0; j < size_; ++j) {
-      const int x = (j + half) % size_;
+      const int x = place(j);
       const std::complex<double> sum =
           parts_[0][0](y, x) + odd * parts_[1][0](y, x) +
           twiddle[static_cast<size_t>(j)] * (parts_[0][1](y, x) + odd * parts_[1][1](y, x));
@@ -114,31 +127,6 @@ int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam) {
     }
   }
   return 1;
-}
-
-int UVDensity::Create(int size, double cell) {
-  squaresPerWavelength_ = size * cell;
-  return sums_.reSize(size, size);
-}
-
-int UVDensity::Square(double wavelengths) const {
-  return static_cast<int>(std::lround(wavelengths * squaresPerWavelength_)) & (sums_.Lines() - 1);
-}
-
-void UVDensity::Add(double u, double v, double weight) {
-  sums_(Square(v), Square(u)) += weight;
-  sums_(Square(-v), Square(-u)) += weight;
-}
-
-double UVDensity::operator()(double u, double v) const {
-  return sums_(Square(v), Square(u));
-}
-
-bool IsTransformed(int size) {
-  AMatrix<std::complex<double>> line(1, size);
-  if (size < 2 || !line.lpArray()) return false;
-  line(0, 0) = 1.0;
-  return MT_FFT_Matr_D(line, -1, 1) && line(0, 1) == 1.0;
 }
 
 }  // namespace zeltra

@@ -38,16 +38,18 @@ class GriddingKernel {
 /// A grid over the u, v plane for an image of `size` times `size` pixels `cell` radians apart: element j of a line of
 /// the image points east by (size / 2 - j) cells, line i north by (i - size / 2) cells.
 ///
-/// The grid has 2 size x 2 size cells 1 / (2 size cell) wavelengths apart, so that the image is the inner quarter of
-/// its transform, where nothing folds in from outside. Even and odd lines and columns lie in four grids of size x size,
-/// whose transforms add up to that quarter as in the first step of a fast Fourier transform: so no length is
-/// transformed but that of the image.
+/// The grid has 2 n x 2 n cells 1 / (2 n cell) wavelengths apart, with n the power of two from `size` on, so that the
+/// image lies in the inner quarter of its transform, where nothing folds in from outside. Even and odd lines and
+/// columns lie in four grids of n x n, whose transforms add up to that quarter as in the first step of a fast Fourier
+/// transform.
 ///
 /// Every visibility is put in twice, at u, v and as its conjugate at -u, -v, since the sky is real. The grid of the
 /// beam, which is that of visibilities 1, is real in the image as well and rides along as the imaginary part: one
 /// transform gives both.
 class UVGrid {
  public:
+  /// Memory that a grid takes.
+  static int64 Bytes(int size);
   /// @return 0 if there is no memory for the grid
   int Create(int size, double cell);
 
@@ -67,32 +69,16 @@ class UVGrid {
   double sumOfWeights() const { return sumOfWeights_; }
 
  private:
+  static int HalfLength(int size);
   void Spread(double column, double line, std::complex<double> value);
 
   GriddingKernel kernel_;
   AMatrix<std::complex<double>> parts_[2][2];  // [line odd][column odd]
-  int size_ = 0;
+  int size_ = 0;                               // of the image
+  int half_ = 0;                               // the n above
   double cellsPerWavelength_ = 0;
   double sumOfWeights_ = 0;
 };
-
-/// How much weight falls into each square of 1 / (size cell) wavelengths, for uniform weighting.
-class UVDensity {
- public:
-  int Create(int size, double cell);
-  void Add(double u, double v, double weight);
-  /// The weight in the square of u, v, to which a weight must have been added.
-  double operator()(double u, double v) const;
-
- private:
-  int Square(double wavelengths) const;
-
-  AMatrix<double> sums_;
-  double squaresPerWavelength_ = 0;
-};
-
-/// Whether the two-dimensional transform takes lines of this length; it leaves others untouched without a word.
-bool IsTransformed(int size);
 
 }  // namespace zeltra
 

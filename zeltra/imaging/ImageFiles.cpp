@@ -42,11 +42,18 @@ bool StorePrologue(const DirtyImage& image, AMapFile& file) {
   return header.Store(file) && file.PutMinMax(ranges);
 }
 
+std::string WeightingText(const WeightingOptions& weighting) {
+  std::string text = schemeToStr(weighting) + " weighting";
+  if (weighting.power != 1) text += ", weights to the power " + valToStr(weighting.power);
+  if (weighting.taper == 0) return text;
+  return text + ", taper " + valToStr(weighting.taper) + " at " + valToStr(weighting.taperRadius) + " wavelengths";
+}
+
 void AddAxis(FITSHeaderWriter& header, int axis, const std::string& type, double value, double delta, double pixel) {
   const std::string number = std::to_string(axis);
   header.AddText("CTYPE" + number, type);
   header.AddRoundedNumber("CRVAL" + number, value);
-  header.AddRoundedNumber("CDELT" + number, delta);
+  if (delta != 0) header.AddRoundedNumber("CDELT" + number, delta);  // a width of 0 would make no axis
   header.AddRoundedNumber("CRPIX" + number, pixel);
 }
 
@@ -71,7 +78,7 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
   header.AddText("CUNIT1", "deg");
   AddAxis(header, 2, "DEC--SIN", image.dec, image.cell * kDegreesPerRadian, center);
   header.AddText("CUNIT2", "deg");
-  AddAxis(header, 3, "FREQ", image.frequency, image.bandwidth > 0 ? image.bandwidth : 1, 1);
+  AddAxis(header, 3, "FREQ", image.frequency, image.bandwidth, 1);
   header.AddText("CUNIT3", "Hz");
   AddAxis(header, 4, "STOKES", image.stokes.GetStokesID(), 1, 1);
   if (image.equinox > 0) {
@@ -83,8 +90,10 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
     header.AddRoundedNumber("BMIN", image.shape.minor * kDegreesPerRadian);
     header.AddRoundedNumber("BPA", image.shape.angle);
   }
-  header.AddHistory(std::string("zeltra: dirty image, ") +
-                    (image.weighting == ImageOptions::Uniform ? "uniform" : "natural") + " weighting");
+  // NOISE is what published images call the noise that the weights promise.
+  header.AddRoundedNumber("NOISE", image.noise);
+  header.AddRoundedNumber("RMS", image.rms);
+  header.AddHistory("zeltra: dirty image, " + WeightingText(image.weighting));
   header.AddHistory("zeltra: " + std::to_string(image.visibilities) + " visibilities, nothing deconvolved");
   return header;
 }

@@ -23,7 +23,8 @@ struct ImageNames {
 ///
 /// The first two ranges of a map file are those of the east and north offsets of pixel centres, radians; the beam
 /// parameters are four doubles: the widths of the beam, radians, its angle, degrees (see ABeamShape), and a zero. A
-/// FITS image holds 32-bit floats and has the axes RA---SIN, DEC--SIN, FREQ and STOKES.
+/// FITS image holds 32-bit floats and has the axes RA---SIN, DEC--SIN, FREQ and STOKES; NOISE is the thermal noise, RMS
+/// the measured one.
 class ZELTRA_API ImageFiles {
  public:
   ImageFiles();

@@ -5,21 +5,33 @@
 #include <cmath>
 #include <cstddef>
 
+#include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/image/UVGridInternal.h"
+#include "zeltra/platform/System.h"
 
 namespace zeltra {
 namespace {
 
-// The next larger size that the transform takes, 32768, would need 77 GB.
-constexpr int kSmallestSize = 16, kLargestSize = 16384;
+constexpr int kSmallestSize = 16, kLargestSize = 8192;
 constexpr double kCellsPerFringe = 5;
+// Phases that are wrong by this much, radians, spoil an image visibly.
+constexpr double kSuspiciousPhase = 0.1;
 
-// `value` with two significant digits in milliarcseconds, rounded down.
+// `value` with two significant digits in the unit that it is said in, rounded down.
 double RoundedDown(double value) {
-  const double step = std::pow(10.0, std::floor(std::log10(value / kRadiansPerMas)) - 1);
-  return std::floor(value / kRadiansPerMas / step * (1 + 1e-12)) * step * kRadiansPerMas;
+  const double unit = AngleUnitFor(value).radians;
+  const double step = std::pow(10.0, std::floor(std::log10(value / unit)) - 1);
+  return std::floor(value / unit / step * (1 + 1e-12)) * step * unit;
+}
+
+double RMS(const AMatrix<float>& map) {
+  double sum = 0;
+  for (int i = 0; i < map.Lines(); ++i) {
+    for (const float* pixel = map.Line(i); pixel < map.Line(i + 1); ++pixel) sum += double{*pixel} * *pixel;
+  }
+  return std::sqrt(sum / map.Lines() / map.LineLength());
 }
 
 class Imager {
@@ -30,58 +42,83 @@ class Imager {
 
  private:
   AResult CheckOptions() const;
+  AResult CheckMemory() const;
   AResult SettleCell();
+  AResult MakeImage();
   AResult Weigh();
   AResult FillGrid();
+  AResult NothingGridded(double longest) const;
   void Describe();
-  AResult NoMemory() const {
-    return AResult::Fail(from_.path() + ": there is no memory for an image of " + std::to_string(options_.size) +
-                         " x " + std::to_string(options_.size) + " pixels");
-  }
+  void Remark();
+  AResult Fail(const std::string& what) const { return AResult::Fail(from_.path() + ": " + what); }
+  std::string SizeText() const;
+  AResult NoMemory() const { return Fail("there is no memory for " + SizeText()); }
 
   AUVXInput& from_;
   const ImageOptions options_;
   DirtyImage& image_;
   SelectedVisibilities data_;
   UVGrid grid_;
-  UVDensity density_;
+  GriddingWeights weights_;
+  BeamSums sums_;
   double lowest_ = HUGE_VAL, highest_ = 0;  // edges of the channels used, Hz
+  double largestW_ = 0;                     // wavelengths
 };
 
 AResult Imager::Run() {
   image_ = DirtyImage();
   if (AResult result = CheckOptions(); !result) return result;
+  if (AResult result = CheckMemory(); !result) return result;
   if (AResult result = data_.Select(options_.selection, SelectedVisibilities::TotalIntensity); !result) {
     return result;
   }
   if (AResult result = SettleCell(); !result) return result;
-  if (!grid_.Create(options_.size, image_.cell)) return NoMemory();
-  if (AResult result = Weigh(); !result) return result;
-  if (AResult result = FillGrid(); !result) return result;
-  if (!grid_.Transform(image_.map, image_.beam)) return NoMemory();
-  image_.shape = FitBeam(image_.beam, image_.cell);
+  if (AResult result = MakeImage(); !result) return result;
   Describe();
+  Remark();
   return AResult::Ok();
 }
 
+AResult Imager::MakeImage() {
+  if (!grid_.Create(options_.size, image_.cell)) return NoMemory();
+  if (!weights_.Create(options_.weighting, options_.size, image_.cell)) return NoMemory();
+  if (AResult result = Weigh(); !result) return result;
+  if (AResult result = FillGrid(); !result) return result;
+  weights_ = GriddingWeights();  // whose memory the image takes
+  return grid_.Transform(image_.map, image_.beam) ? AResult::Ok() : NoMemory();
+}
+
+std::string Imager::SizeText() const {
+  const std::string size = std::to_string(options_.size);
+  return "an image of " + size + " x " + size + " pixels";
+}
+
 AResult Imager::CheckOptions() const {
-  if (options_.selection.stokes.size() > 1)
-    return AResult::Fail(from_.path() + ": an image shows a single polarisation");
-  if (!(options_.cell >= 0) || !std::isfinite(options_.cell)) {
-    return AResult::Fail(from_.path() + ": the cell of an image is larger than 0");
-  }
-  const auto works = [](int size) { return size >= kSmallestSize && size <= kLargestSize && IsTransformed(size); };
-  if (works(options_.size)) return AResult::Ok();
-  std::string sizes;
-  for (int size = kSmallestSize; size <= kLargestSize; size *= 2) {
-    if (works(size)) sizes += (sizes.empty() ? "" : ", ") + std::to_string(size);
-  }
-  return AResult::Fail(from_.path() + ": an image of " + std::to_string(options_.size) +
-                       " pixels a line cannot be made; sizes that work are " + sizes);
+  if (options_.selection.stokes.size() > 1) return Fail("an image shows a single polarisation");
+  if (!(options_.cell >= 0) || !std::isfinite(options_.cell)) return Fail("the cell of an image is larger than 0");
+  if (AResult result = CheckWeighting(options_.weighting); !result) return Fail(result.message());
+  const int size = options_.size;
+  if (size >= kSmallestSize && size <= kLargestSize && size % 2 == 0) return AResult::Ok();
+  return Fail(SizeText() + " cannot be made; sizes are even numbers from " + std::to_string(kSmallestSize) + " to " +
+              std::to_string(kLargestSize));
+}
+
+AResult Imager::CheckMemory() const {
+  const double needed = static_cast<double>(ImageMemory(options_)), free = static_cast<double>(FreeMemory());
+  const double most = options_.memory > 0 ? options_.memory : free / 2;
+  if (most == 0 || needed <= most) return AResult::Ok();
+  const std::string limit = MemoryText(most) + (options_.memory > 0 ? "" : ", half of what is free,");
+  return Fail(SizeText() + " takes " + MemoryText(needed) + " of memory, and " + limit + " may be taken");
 }
 
 AResult Imager::SettleCell() {
+  // The middle of the edge lies size / 2 cells from the centre, and there is no sky beyond l = 1.
+  const double largest = 2.0 / options_.size;
   image_.cell = options_.cell;
+  if (image_.cell >= largest) {
+    return Fail(SizeText() + " with cells of " + AngleText(image_.cell) +
+                " goes beyond the horizon; cells of at most " + AngleText(RoundedDown(largest)) + " do not");
+  }
   if (image_.cell > 0) return AResult::Ok();
   double longest = -1;
   AResult result = data_.ForEach(options_, "Measuring baselines...", [&](const SelectedVisibility& visibility) {
@@ -89,40 +126,45 @@ AResult Imager::SettleCell() {
   });
   if (!result) return result;
   if (longest < 0) return data_.NothingValid();
-  if (longest == 0) return AResult::Fail(from_.path() + ": u and v are 0 everywhere, so a cell has to be named");
-  image_.cell = RoundedDown(1 / (kCellsPerFringe * longest));
+  if (longest == 0) return Fail("u and v are 0 everywhere, so a cell has to be named");
+  image_.cell = RoundedDown(std::min(1 / (kCellsPerFringe * longest), largest));
   return AResult::Ok();
 }
 
 AResult Imager::Weigh() {
-  if (options_.weighting != ImageOptions::Uniform) return AResult::Ok();
-  if (!density_.Create(options_.size, image_.cell)) return NoMemory();
-  return data_.ForEach(options_, "Weighing visibilities...", [&](const SelectedVisibility& visibility) {
-    if (grid_.Holds(visibility.u, visibility.v)) density_.Add(visibility.u, visibility.v, visibility.value.weight);
+  if (!weights_.isDensityNeeded()) return AResult::Ok();
+  AResult result = data_.ForEach(options_, "Weighing visibilities...", [&](const SelectedVisibility& visibility) {
+    if (grid_.Holds(visibility.u, visibility.v)) weights_.Add(visibility.u, visibility.v, visibility.value.weight);
   });
+  weights_.Settle();
+  return result;
 }
 
 AResult Imager::FillGrid() {
   double longest = 0;
   AResult result = data_.ForEach(options_, "Gridding visibilities...", [&](const SelectedVisibility& visibility) {
-    const double u = visibility.u, v = visibility.v;
+    const double u = visibility.u, v = visibility.v, w = visibility.group->w() * visibility.frequency;
     longest = std::max({longest, std::fabs(u), std::fabs(v)});
     if (!grid_.Holds(u, v)) {
       ++image_.beyond;
       return;
     }
-    const double density = options_.weighting == ImageOptions::Uniform ? density_(u, v) : 1.0;
-    grid_.Add(u, v, {visibility.value.re, visibility.value.im}, visibility.value.weight / density);
+    const double weight = weights_(u, v, visibility.value.weight);
+    grid_.Add(u, v, {visibility.value.re, visibility.value.im}, weight);
+    sums_.Add(u, v, weight, visibility.value.weight);
     ++image_.visibilities;
+    if (std::isfinite(w)) largestW_ = std::max(largestW_, std::fabs(w));
     lowest_ = std::min(lowest_, visibility.frequency - visibility.width / 2);
     highest_ = std::max(highest_, visibility.frequency + visibility.width / 2);
   });
-  if (!result || grid_.sumOfWeights() > 0) return result;
+  return !result || sums_.sumOfWeights() > 0 ? result : NothingGridded(longest);
+}
+
+AResult Imager::NothingGridded(double longest) const {
+  if (image_.visibilities > 0) return Fail("the taper leaves nothing of the weights");
   if (image_.beyond == 0) return data_.NothingValid();
-  return AResult::Fail(from_.path() + ": with cells of " + RoundedNumber(image_.cell / kRadiansPerMas, 4) +
-                       " mas no visibility lies on the grid; at most " +
-                       RoundedNumber(UVGrid::LargestCell(options_.size, longest) / kRadiansPerMas, 4) +
-                       " mas serve all of them");
+  return Fail("with cells of " + AngleText(image_.cell) + " no visibility lies on the grid; at most " +
+              AngleText(UVGrid::LargestCell(options_.size, longest)) + " serve all of them");
 }
 
 void Imager::Describe() {
@@ -141,12 +183,38 @@ void Imager::Describe() {
   image_.telescope = FieldText(header.info.telescope, sizeof header.info.telescope);
   image_.observer = FieldText(header.info.observer, sizeof header.info.observer);
   image_.weighting = options_.weighting;
+  image_.shape = sums_.Shape();
+  image_.noise = sums_.Noise();
+  image_.rms = RMS(image_.map);
+}
+
+void Imager::Remark() {
+  if (!(image_.shape.major > 0)) {
+    image_.remarks.push_back("there is no beam: all visibilities lie on one line through the origin of the u, v plane");
+  }
+  const auto phase = [this](double l) { return kTwoPi * largestW_ * (1 - std::sqrt(1 - l * l)); };
+  const double atEdge = phase(options_.size / 2 * image_.cell);
+  if (!(atEdge > kSuspiciousPhase)) return;
+  const double n = 1 - kSuspiciousPhase / (kTwoPi * largestW_);
+  image_.remarks.push_back("w is not corrected for: at the edges of the field phases are wrong by up to " +
+                           RoundedNumber(atEdge, 2) + " radians, within " + AngleText(std::acos(n), 2) +
+                           " of the centre by less than " + RoundedNumber(kSuspiciousPhase, 2));
 }
 
 }  // namespace
 
 AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image) {
   return Imager(from, options, image).Run();
+}
+
+int64 ImageMemory(const ImageOptions& options) {
+  const int64 pixels = int64{options.size} * options.size;
+  const int64 images = pixels * 2 * static_cast<int64>(sizeof(float));
+  return UVGrid::Bytes(options.size) + std::max(images, GriddingWeights::Bytes(options.weighting, options.size));
+}
+
+std::string MemoryText(double bytes) {
+  return bytes < 1e9 ? RoundedNumber(bytes / 1e6, 2) + " MB" : RoundedNumber(bytes / 1e9, 2) + " GB";
 }
 
 ImagePeak FindPeak(const DirtyImage& image) {

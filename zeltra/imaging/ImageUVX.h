@@ -4,12 +4,14 @@
 #define ZELTRA_IMAGING_IMAGEUVX_H_
 
 #include <string>
+#include <vector>
 
 #include "zeltra/core/AMatrix.h"
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
-#include "zeltra/image/FitBeam.h"
+#include "zeltra/image/BeamShape.h"
+#include "zeltra/imaging/GriddingWeights.h"
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/SelectedVisibilities.h"
 #include "zeltra/uvx/AStokesMix.h"
@@ -17,15 +19,11 @@
 namespace zeltra {
 
 struct ImageOptions : JobOptions {
-  enum Weighting {
-    Natural,  ///< the weights of the visibilities: the lowest noise
-    Uniform   ///< divided by the weight in the cell of the grid around each: the narrowest beam
-  };
-
   UVXSelection selection;  ///< with at most one polarisation; I where none is named, the first one where there is no I
-  int size = 512;          ///< pixels of a line, and lines
+  int size = 512;          ///< pixels of a line, and lines: an even number from 16 to 8192
   double cell = 0;         ///< size of a pixel, radians; 0: a fifth of the narrowest fringe, rounded down to two digits
-  Weighting weighting = Natural;
+  WeightingOptions weighting;
+  double memory = 0;  ///< most that may be taken, bytes; 0: half of what is free
 };
 
 /// An image of the sky as the visibilities show it, convolved with the beam.
@@ -36,23 +34,26 @@ struct DirtyImage {
   AMatrix<float> map;   ///< [line][element], `unit`
   AMatrix<float> beam;  ///< the response to a point source at the centre, 1 there
   double cell = 0;      ///< size of a pixel, radians
-  ABeamShape shape;     ///< of the beam; widths in radians
+  ABeamShape shape;     ///< of the beam, by the weights; widths in radians
+  double noise = 0;     ///< thermal: what the weights of the visibilities tell of the noise of a pixel, `unit`
+  double rms = 0;       ///< measured: of all pixels of the map, `unit`
 
   std::string source;
   double ra = 0;       ///< of the phase centre at the equinox, degrees
   double dec = 0;      ///< degrees
   double equinox = 0;  ///< years
-  std::string unit;    ///< of the visibilities, "/beam" behind it; empty where they have none
+  std::string unit;    ///< of the visibilities, "/beam" after it; empty where they have none
   AStokesMix stokes;
   double frequency = 0;  ///< middle of the band of the channels used, Hz
-  double bandwidth = 0;  ///< from the lower edge of the lowest of them to the upper edge of the highest, Hz
+  double bandwidth = 0;  ///< from the lower edge of the lowest of them to the upper edge of the highest, Hz; 0: unknown
   double dateObs = 0;    ///< Julian date of 0 h UTC of the observation date, 0 if unknown
   std::string telescope;
   std::string observer;
-  ImageOptions::Weighting weighting = ImageOptions::Natural;
+  WeightingOptions weighting;
 
-  int64 visibilities = 0;  ///< number of those used
-  int64 beyond = 0;        ///< number of those too far out for the cell, left out
+  int64 visibilities = 0;            ///< number of those used
+  int64 beyond = 0;                  ///< number of those too far out for the cell, left out
+  std::vector<std::string> remarks;  ///< for the person who looks at the image: one sentence each
 };
 
 /// The brightest pixel of a map.
@@ -69,18 +70,27 @@ ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 /// All IFs and channels are used, each visibility at the place in the u, v plane that its own frequency gives it. They
 /// are put on a grid by convolution with a Kaiser-Bessel function, transformed, and divided by the function's transform
 /// and by the sum of weights. Pixel by pixel this agrees with the sum over all visibilities to better than 0.01 % of
-/// the peak, up to the edges. The curvature of the sky (w) is not corrected for.
+/// the peak, up to the edges.
+///
+/// The curvature of the sky is not corrected for: at l, m the phases are wrong by 2 pi w (1 - n), n^2 = 1 - l^2 - m^2.
+/// A remark tells where that exceeds 0.1 radian at the middle of an edge of the field, for the largest w.
 ///
 /// With V the visibility at u, v (position of antenna 1 minus position of antenna 2, in wavelengths) the image at l
 /// eastward, m northward is
 ///
-///     sum V exp(-2 pi i (u l + v m)) / number
+///     sum W V exp(-2 pi i (u l + v m)) / sum W
 ///
-/// Memory: 72 bytes a pixel; 8 more with uniform weighting.
+/// with the weights W of GriddingWeights. Fields stop at l = 1.
 /// @param from   an open file with its index
 /// @param image  undefined on failure
-/// @return a failure also for a size that MT_FFT_Matr_D does not transform
+/// @return a failure also where the image takes more memory than it may
 ZELTRA_API AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image);
+
+/// Bytes of memory that an image takes: 64 for each of n x n cells, n the power of two from the size on, and 8 a pixel.
+ZELTRA_API int64 ImageMemory(const ImageOptions& options);
+
+/// Bytes in words, as in "1.2 GB".
+ZELTRA_API std::string MemoryText(double bytes);
 
 /// What a person may tell the job, and what it gives.
 ZELTRA_API const AJobDescription& ImageDescription();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "zeltra/platform/Export.h"
+#include "zeltra/platform/Types.h"
 
 namespace zeltra {
 
@@ -24,6 +25,10 @@ ZELTRA_API bool IsErrorTerminal();
 
 /// Number of processors, at least 1.
 ZELTRA_API int ProcessorCount();
+
+/// Bytes of memory that programs may still take without others being moved to the disk; 0 where the system does not
+/// tell.
+ZELTRA_API int64 FreeMemory();
 
 /// Remove a file. @return non-zero if it is gone
 ZELTRA_API int RemoveFile(const std::string& path);

@@ -182,6 +182,23 @@ bool IsErrorTerminal() {
 int ProcessorCount() {
   return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
+
+int64 FreeMemory() {
+  // Linux counts what it keeps of files, which gives way, in MemAvailable alone; kB.
+  if (std::FILE* file = std::fopen("/proc/meminfo", "re")) {
+    char line[128];
+    long long available = 0;
+    while (available == 0 && std::fgets(line, sizeof line, file)) std::sscanf(line, "MemAvailable: %lld", &available);
+    std::fclose(file);
+    if (available > 0) return int64{available} * 1024;
+  }
+#ifdef _SC_AVPHYS_PAGES
+  return std::max<int64>(::sysconf(_SC_AVPHYS_PAGES), 0) * ::sysconf(_SC_PAGESIZE);
+#else
+  return 0;
+#endif
+}
+
 int RemoveFile(const std::string& path) {
   return ::unlink(path.c_str()) == 0;
 }

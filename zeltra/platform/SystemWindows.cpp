@@ -241,6 +241,12 @@ int ProcessorCount() {
   return std::max(1, static_cast<int>(info.dwNumberOfProcessors));
 }
 
+int64 FreeMemory() {
+  MEMORYSTATUSEX status = {};
+  status.dwLength = sizeof status;
+  return GlobalMemoryStatusEx(&status) ? static_cast<int64>(status.ullAvailPhys) : 0;
+}
+
 int RemoveFile(const std::string& path) {
   return DeleteFileW(platform::Wide(path).c_str()) != 0;
 }

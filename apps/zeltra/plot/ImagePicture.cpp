@@ -7,6 +7,7 @@
 
 #include "apps/zeltra/plot/Canvas.h"
 #include "apps/zeltra/plot/Ticks.h"
+#include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Units.h"
 
@@ -15,20 +16,6 @@ namespace {
 
 constexpr int kLeastSide = 512, kMostSide = 2048;
 constexpr Colour kBlack = {0, 0, 0}, kWhite = {255, 255, 255};
-
-// A unit of angle in which offsets are numbers that people like.
-struct AngleUnit {
-  const char* name;
-  double radians;
-};
-
-AngleUnit UnitFor(double radians) {
-  if (radians < 2e-3 * kRadiansPerArcsecond) return {"microarcsec", 1e-6 * kRadiansPerArcsecond};
-  if (radians < 2 * kRadiansPerArcsecond) return {"mas", 1e-3 * kRadiansPerArcsecond};
-  if (radians < 120 * kRadiansPerArcsecond) return {"arcsec", kRadiansPerArcsecond};
-  if (radians < 7200 * kRadiansPerArcsecond) return {"arcmin", 60 * kRadiansPerArcsecond};
-  return {"deg", 3600 * kRadiansPerArcsecond};
-}
 
 // Green 2011, eqs. 1 and 2, with his default parameters: start 0.5, -1.5 rotations, hue 1, gamma 1.
 Colour CubeHelix(double fraction) {
@@ -76,13 +63,13 @@ int Margin(int text, int letters) {
 Picture::Picture(const DirtyImage& image)
     : image_(image),
       size_(image.map.Lines()),
-      bin_(std::max(size_ / kMostSide, 1)),
+      bin_((size_ + kMostSide - 1) / kMostSide),
       zoom_(std::max(kLeastSide / size_, 1)),
       side_(size_ / bin_ * zoom_),
       text_(std::max(side_ / 400, 2)),
       left_(Margin(text_, 9)),
       top_(Canvas::HeightOf(text_) * 5),
-      unit_(UnitFor(size_ * image.cell)),
+      unit_(AngleUnitFor(size_ / 2 * image.cell)),
       canvas_(left_ + side_ + Margin(text_, 17), top_ + side_ + Canvas::HeightOf(text_) * 6) {
   const auto [least, greatest] =
       std::minmax_element(image.map.Line(0), image.map.Line(0) + static_cast<std::ptrdiff_t>(size_) * size_);
@@ -101,7 +88,7 @@ std::string Picture::Draw() {
 
 // The mean of the image's pixels at a place of the picture, counted from the upper left corner of the image.
 float Picture::Pixel(int x, int y) const {
-  const int line0 = size_ - (y / zoom_ + 1) * bin_, element0 = x / zoom_ * bin_;
+  const int line0 = ((side_ - 1 - y) / zoom_) * bin_, element0 = x / zoom_ * bin_;
   double sum = 0;
   for (int i = 0; i < bin_; ++i) {
     for (int j = 0; j < bin_; ++j) sum += image_.map(line0 + i, element0 + j);

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/image/BeamShape.h"
+
+#include <cmath>
+
+#include "zeltra/core/Units.h"
+
+namespace zeltra {
+namespace {
+
+// The square of the least ratio of axes. Single-precision coordinates scatter about a line by less.
+constexpr double kLeastSquaredRatio = 1e-12;
+
+}  // namespace
+
+void BeamSums::Add(double u, double v, double weight, double inverseVariance) {
+  sum_ += weight;
+  uu_ += weight * u * u;
+  vv_ += weight * v * v;
+  uv_ += weight * u * v;
+  variance_ += weight * weight / inverseVariance;
+}
+
+ABeamShape BeamSums::Shape() const {
+  const double total = (uu_ + vv_) / sum_, difference = (uu_ - vv_) / sum_, mixed = 2 * uv_ / sum_;
+  const double f = std::hypot(difference, mixed);
+  if (!(total - f > kLeastSquaredRatio * (total + f))) return {};
+  const double scale = 2 * std::sqrt(2 * std::log(2.0)) / kPi;
+  // The sum with 0 makes 0 of -0.
+  const double angle = f > 0 ? -std::atan2(mixed, difference) / 2 * kDegreesPerRadian + 0.0 : 0.0;
+  return {scale / std::sqrt(2 * (total - f)), scale / std::sqrt(2 * (total + f)), angle};
+}
+
+double BeamSums::Noise() const {
+  return std::sqrt(variance_) / sum_;
+}
+
+}  // namespace zeltra

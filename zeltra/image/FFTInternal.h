@@ -1,0 +1,17 @@
+// The two-dimensional transform without the lengths that MT_FFT_Matr_D leaves out.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_IMAGE_FFTINTERNAL_H_
+#define ZELTRA_IMAGE_FFTINTERNAL_H_
+
+#include <complex>
+
+#include "zeltra/core/AMatrix.h"
+
+namespace zeltra {
+
+/// MT_FFT_Matr_D, but that lines and columns of every power of two from 2 on are transformed.
+int TransformPowersOfTwo(AMatrix<std::complex<double>>& m, int dir, int threads);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_IMAGE_FFTINTERNAL_H_

@@ -1,0 +1,81 @@
+// The weights that visibilities are gridded with.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_IMAGING_GRIDDINGWEIGHTS_H_
+#define ZELTRA_IMAGING_GRIDDINGWEIGHTS_H_
+
+#include <string>
+
+#include "zeltra/core/AMatrix.h"
+#include "zeltra/core/AResult.h"
+#include "zeltra/platform/Export.h"
+
+namespace zeltra {
+
+struct WeightingOptions {
+  enum Scheme {
+    Natural,  ///< W = w: the lowest noise
+    Uniform,  ///< W = w / W_k: the narrowest beam
+    Robust    ///< W = w / (1 + W_k f^2), between them
+  };
+
+  Scheme scheme = Natural;
+  double robustness = 0;   ///< R of the robust scheme on the scale of Briggs, from -5 (uniform) to 5 (natural)
+  double power = 1;        ///< of the weights in the file, from 0 to 2
+  double taper = 0;        ///< what is left of a weight at the radius of the taper, below 1; 0 without a taper
+  double taperRadius = 0;  ///< wavelengths
+};
+
+/// Read "natural", "uniform" or "robust=R" into the scheme and the robustness.
+ZELTRA_API AResult strToScheme(const std::string& text, WeightingOptions& options);
+/// The scheme as strToScheme takes it.
+ZELTRA_API std::string schemeToStr(const WeightingOptions& options);
+/// Read "V,RADIUS" into the taper and its radius, wavelengths, which may end in k, M or G.
+ZELTRA_API AResult strToTaper(const std::string& text, WeightingOptions& options);
+/// A failure where an option is out of its range.
+ZELTRA_API AResult CheckWeighting(const WeightingOptions& options);
+
+/// Makes gridding weights W of the weights of visibilities.
+///
+///   Create     once
+///   Add        for every visibility of the image, only where isDensityNeeded()
+///   Settle     after the last of them
+///   operator() as often as need be; threads may share it
+///
+/// A weight to the power asked for, times exp(ln V (r / RADIUS)^2) at r wavelengths from the origin, is w. The plane is
+/// cut into squares of 1 / (size cell) wavelengths around the multiples of that, and W_k is the sum of w over the
+/// square that a visibility lies in (the outermost one for what lies further out), with the conjugate of each
+/// visibility at -u, -v added in. Robust weights are those of D. S. Briggs: High fidelity deconvolution of moderately
+/// resolved sources, thesis, New Mexico Tech, 1995, ch. 3, with
+///
+///     f^2 = (5 x 10^-R)^2 / (sum_k W_k^2 / sum w)
+///
+/// The ROBUST of AIPS is another scale: R_AIPS = 2 R - 0.7 for the same mean density.
+class ZELTRA_API GriddingWeights {
+ public:
+  /// Memory for an image of `size` times `size` pixels.
+  static int64 Bytes(const WeightingOptions& options, int size);
+
+  /// @param cell  size of a pixel, radians
+  /// @return 0 if there is no memory
+  int Create(const WeightingOptions& options, int size, double cell);
+  bool isDensityNeeded() const { return options_.scheme != WeightingOptions::Natural; }
+  void Add(double u, double v, double weight);
+  void Settle();
+
+  /// @param u  wavelengths, as v: of a visibility that was added, where a density is needed
+  double operator()(double u, double v, double weight) const;
+
+ private:
+  double Tapered(double u, double v, double weight) const;
+  int Square(double wavelengths) const;
+
+  WeightingOptions options_;
+  AMatrix<double> density_;  // W_k; negative places lie in the upper half
+  double squaresPerWavelength_ = 0;
+  double decay_ = 0;   // of the taper: ln V / RADIUS^2
+  double spread_ = 0;  // f^2
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_IMAGING_GRIDDINGWEIGHTS_H_
