@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "apps/zeltra/plot/Chart.h"
+#include "apps/zeltra/plot/Contours.h"
 #include "apps/zeltra/plot/SVG.h"
 #include "apps/zeltra/plot/Ticks.h"
 #include "tests/support/RunZeltra.h"
@@ -106,6 +107,25 @@ TEST(Chart, ShowsSeriesThatLieOnEachOther) {
   EXPECT_THAT(svg, AllOf(HasSubstr("translate(89.25 "), HasSubstr("translate(91.25 ")));
 }
 
+TEST(Contours, PassBetweenPixels) {
+  std::vector<float> pixels(16);
+  pixels[5] = 2;
+  const auto loop = app::Contours(pixels, 4, 0.5);
+  ASSERT_EQ(loop.size(), 1u);
+  ASSERT_EQ(loop[0].size(), 5u);
+  for (const app::ContourPoint& point : loop[0]) {
+    EXPECT_DOUBLE_EQ(std::hypot(point.column - 1, point.line - 1), 0.75);
+  }
+  pixels[10] = 2;  // on the other side of a saddle
+  EXPECT_EQ(app::Contours(pixels, 4, 0.9).size(), 1u);
+  EXPECT_EQ(app::Contours(pixels, 4, 1.1).size(), 2u);
+  for (size_t i = 0; i < 16; i += 4) pixels[i] = pixels[i + 1] = 4, pixels[i + 2] = pixels[i + 3] = 0;
+  const auto line = app::Contours(pixels, 4, 1);
+  ASSERT_EQ(line.size(), 1u);
+  EXPECT_EQ(line[0].size(), 4u);
+  for (const app::ContourPoint& point : line[0]) EXPECT_DOUBLE_EQ(point.column, 1.75);
+}
+
 // A simulated observation of a few minutes.
 class Pictures : public testing::Test {
  protected:
@@ -128,7 +148,7 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
   EXPECT_THAT(Fails({"image", uvx_.path(), out.path()}), HasSubstr("1 (3C273), 2 (3C279)"));
   EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--source", "1", "--size", "101"}), HasSubstr("even numbers"));
   EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1"}), HasSubstr("exists already"));
-  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--png", uvx_.path(), "--source", "1", "--force"}),
+  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--fits", uvx_.path(), "--source", "1", "--force"}),
               HasSubstr("named twice"));
   const size_t name = uvx_.path().find_last_of("/\\") + 1;
   const std::string otherSpelling = uvx_.path().substr(0, name) + "./" + uvx_.path().substr(name);
@@ -136,8 +156,8 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
     EXPECT_THAT(Fails({command, uvx_.path(), otherSpelling, "--force"}), HasSubstr("is the file that is read"));
   }
   EXPECT_THAT(Fails({"image", uvx_.path(), otherSpelling, "--source", "1", "--force"}), HasSubstr("named twice"));
-  EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1", "--png", out.path() + "/none.png", "--force"}),
-              HasSubstr("none.png: cannot be created"));
+  EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1", "--png", out.path() + "/none.svg", "--force"}),
+              HasSubstr("none.svg: cannot be created"));
   EXPECT_THAT(
       Fails({"image", uvx_.path(), out.path(), "--source", "1", "--fits", std::string(out.path()).insert(name, "./")}),
       HasSubstr("named twice"));
@@ -149,6 +169,8 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
               HasSubstr("one polarisation"));
   Fails({"image", uvx_.path(), out.path(), "--cell", "-1"}, 2);
   Fails({"image", uvx_.path(), out.path(), "--weight", "robust"}, 2);
+  Fails({"image", uvx_.path(), out.path(), "--source", "1", "--contours"}, 2);
+  Fails({"image", uvx_.path(), "--source", "1", "--png", out.path() + ".svg", "--clip", "0.5,-0.1"}, 2);
   EXPECT_THAT(Fails({"plot", uvx_.path(), "uv", out.path()}, 2), HasSubstr(".svg"));
   Fails({"plot", uvx_.path(), "phase", out.path() + ".svg", "--source", "1", "--log"}, 2);
   Fails({"plot", uvx_.path(), "colour", out.path() + ".svg"}, 2);
@@ -196,6 +218,21 @@ TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
   const std::string closure = plot({"closure", "--antenna", "1", "--interval", "-1"});
   for (const char* text : {">Closure phase (degrees)<", ">BR-FD-HN<", ">BR-HN-KP<", "3 triangles with BR"}) {
     EXPECT_THAT(closure, HasSubstr(text));
+  }
+}
+
+TEST_F(Pictures, OfSkiesTellWhatTheyShow) {
+  const TempFile out("svg");
+  const std::string svg = out.path() + ".svg";
+  const Finished run = RunZeltra({"image", uvx_.path(), "--png", svg, "--source", "3C273", "--size", "64", "--contours",
+                                  "--log", "--clip", "-0.1,0.5"});
+  EXPECT_EQ(run.code, 0) << run.err;
+  MoveIntoPlace(svg, out.path(), true);
+  for (const char* text :
+       {"3C273 · I · 8.414 GHz · 2020-03-20", "data:image/png;base64,iVBORw0KGgo", ">Relative declination (mas)<",
+        ">Jy/beam<", "<ellipse ", " times the rms<", ">beam ", " pixels lie above the colours", ">contours at 1 times ",
+        ">colours by asinh: linear below the rms of "}) {
+    EXPECT_NE(out.Bytes().find(text), std::string::npos) << text;
   }
 }
 

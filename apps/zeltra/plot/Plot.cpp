@@ -49,11 +49,16 @@ ChartAxis PhaseAxis(const std::string& title) {
 std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate) {
   std::string names;
   for (int i = 0; i < data.mixes().count(); ++i) names += (i == 0 ? "" : ", ") + data.mixes()(i).asShortString();
+  return PictureTitle(data.source().Name(), names, frequency, julianDate);
+}
+
+std::string PictureTitle(const std::string& source, const std::string& polarisations, double frequency,
+                         double julianDate) {
   char number[40];
   std::snprintf(number, sizeof number, frequency < 1e9 ? "%.5g MHz" : "%.5g GHz",
                 frequency / (frequency < 1e9 ? 1e6 : 1e9));
   std::string title;
-  for (const std::string& part : {PlainText(data.source().Name()), names, std::string(number), DateText(julianDate)}) {
+  for (const std::string& part : {PlainText(source), polarisations, std::string(number), DateText(julianDate)}) {
     if (!part.empty()) title += (title.empty() ? "" : " · ") + part;
   }
   return title;

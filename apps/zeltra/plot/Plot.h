@@ -70,6 +70,8 @@ ChartAxis PhaseAxis(const std::string& title);
 
 /// What stands above a plot: source, polarisations, frequency and date, as far as they are known.
 std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate);
+std::string PictureTitle(const std::string& source, const std::string& polarisations, double frequency,
+                         double julianDate);
 
 /// The name of an antenna, or its number where it has none, in ASCII.
 std::string AntennaName(const AUVXContents& contents, int number);
