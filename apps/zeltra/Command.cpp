@@ -69,7 +69,7 @@ void Session::Note(const std::string& sentence) {
 
 void Session::Report(const std::string& sentence) {
   progress_.Clear();
-  if (!options.quiet) std::fprintf(stderr, "zeltra: %s\n", sentence.c_str());
+  if (!options.quiet) std::fprintf(stderr, "zeltra: %s\n", Printable(sentence).c_str());
 }
 
 int Session::Finish() {

@@ -49,7 +49,7 @@ std::string PlaceText(const ImagePeak& peak, double cell) {
 std::string Summary(const DirtyImage& image) {
   const ImagePeak peak = FindPeak(image);
   const auto value = [&](double number) {
-    return RoundedNumber(number, 4) + (image.unit.empty() ? "" : " " + image.unit);
+    return RoundedNumber(number, 4) + (image.unit.empty() ? "" : " " + PlainText(image.unit));
   };
   return std::to_string(image.visibilities) + " visibilities of " + image.stokes.asShortString() + ", cells of " +
          AngleText(image.cell) + ", peak " + value(peak.value) + " at " + PlaceText(peak, image.cell) +

@@ -65,6 +65,9 @@ class TablePrinter {
 /// `text` with control characters replaced by question marks: text from a file must not command a terminal.
 std::string Printable(std::string_view text);
 
+/// `text` in ASCII, with question marks for all else: text from a file may hold any bytes.
+std::string PlainText(std::string_view text);
+
 /// `text` as a JSON string with its quotes; bytes that are not UTF-8 become replacement characters.
 std::string JSONString(std::string_view text);
 

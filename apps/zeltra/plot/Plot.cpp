@@ -68,11 +68,6 @@ std::string AntennaName(const AUVXContents& contents, int number) {
   return PlainText(contents.AntennaName(number));
 }
 
-std::string PlainText(std::string text) {
-  for (char& c : text) c = c >= ' ' && c <= '~' ? c : '?';
-  return text;
-}
-
 std::string RoundedText(double number) {
   char text[40];
   std::snprintf(text, sizeof text, "%.6g", number);

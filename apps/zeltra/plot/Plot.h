@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 
+#include "apps/zeltra/TablePrinter.h"
 #include "apps/zeltra/plot/Chart.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/JobOptions.h"
@@ -76,8 +77,6 @@ std::string PictureTitle(const std::string& source, const std::string& polarisat
 /// The name of an antenna, or its number where it has none, in ASCII.
 std::string AntennaName(const AUVXContents& contents, int number);
 
-/// `text` in ASCII, with question marks for all else: text from a file may hold any bytes.
-std::string PlainText(std::string text);
 /// A number with its thousands apart.
 std::string Grouped(int64 number);
 /// A number with as many digits as it needs, six at most.
