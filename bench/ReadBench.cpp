@@ -80,7 +80,7 @@ void CloseAll(const std::string& path, int threads) {
   ClosureOptions options;
   options.interval = 60;
   options.threads = threads;
-  Check(ClosurePhases(input, options, [](const AClosurePhase&) { return AResult::Ok(); }));
+  Check(FormClosures(input, options, [](const AClosure&) { return AResult::Ok(); }));
 }
 
 void Measure(const std::string& folder, const std::string& title, int ifs, int channels) {

@@ -49,12 +49,15 @@ def main(job, path, interval):
             bases, mean = means(records[first:last], slice(None))
             total += len(bases)
             continue
-        bases, mean = means(records[first:last], slice(0, 1))
-        value = dict(zip(bases.tolist(), mean[:, 0, 0] + 1j * mean[:, 0, 1]))
+        # The first two of four polarisations.
+        hands = np.arange(records["vis"].shape[1]).reshape(-1, 4)[:, :2].ravel()
+        bases, mean = means(records[first:last], hands)
+        none = np.full(len(hands), np.nan)
+        value = dict(zip(bases.tolist(), mean[..., 0] + 1j * mean[..., 1]))
         antennas = sorted({a for base in value for a in (base >> 8, base & 255)})
         legs = np.array([(a << 8 | b, b << 8 | c, a << 8 | c) for a, b, c in itertools.combinations(antennas, 3)])
-        z = np.array([[value.get(leg, np.nan) for leg in row] for row in legs.tolist()])
-        closure = np.angle(z[:, 0] * z[:, 1] * z[:, 2].conj())
+        z = np.array([[value.get(leg, none) for leg in row] for row in legs.tolist()])
+        closure = np.angle(np.nansum(z[:, 0] * z[:, 1] * z[:, 2].conj(), axis=1))
         total += np.count_nonzero(np.isfinite(closure))
     print(total)
 

@@ -24,7 +24,7 @@ void Combine(AUVXInput& input) {
   }
   ClosureOptions closure;
   closure.interval = -1;
-  (void)ClosurePhases(input, closure, [](const AClosurePhase&) { return AResult::Ok(); });
+  (void)FormClosures(input, closure, [](const AClosure&) { return AResult::Ok(); });
   LoopOptions loops;
   loops.baseline = "1-2";
   std::vector<AChain> chains;

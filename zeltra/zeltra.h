@@ -13,6 +13,7 @@
 #include "zeltra/core/ABitArray.h"
 #include "zeltra/core/ABitMatrix.h"
 #include "zeltra/core/AFile.h"
+#include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AMatrix.h"
 #include "zeltra/core/AObjArray.h"
 #include "zeltra/core/APtrArray.h"

@@ -84,7 +84,7 @@ AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& sess
 AResult RunAverage(Arguments& arguments, Session& session) {
   UVXInput input;
   if (AResult result = input.Open(arguments.path, session); !result) return result;
-  if (arguments.output.empty()) return PrintAverages(input, arguments, session);
+  if (arguments.output.empty()) return input.Settle(PrintAverages(input, arguments, session));
   return AverageUVX(input, arguments.output, arguments.options);
 }
 

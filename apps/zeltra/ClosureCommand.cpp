@@ -1,11 +1,13 @@
-// zeltra closure: closure phases as a table.
+// zeltra closure: closure phases and closure amplitudes as a table.
 // SPDX-License-Identifier: MIT
 #include <memory>
+#include <vector>
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/IntervalArguments.h"
 #include "apps/zeltra/UVXInput.h"
 #include "zeltra/ops/ClosurePhases.h"
+#include "zeltra/uvx/AStokesMix.h"
 
 namespace zeltra::app {
 namespace {
@@ -16,24 +18,57 @@ struct Arguments {
   ClosureOptions options;
 };
 
+// Those of phases or those of amplitudes.
+std::vector<PrintedColumn> Columns(const Arguments& arguments) {
+  std::vector<PrintedColumn> columns = PrintedColumns(ClosureDescription(), arguments.format);
+  std::erase_if(columns, [&](const PrintedColumn& column) {
+    const bool isOfAmplitudes = column.name == "ant4" || column.name == "log_amplitude";
+    return column.name == "phase" ? arguments.options.amplitudes : isOfAmplitudes && !arguments.options.amplitudes;
+  });
+  for (PrintedColumn& column : columns) column.isText |= column.name == "stokes";
+  return columns;
+}
+
+void PrintNumber(TablePrinter& printer, int place) {
+  place < 0 ? printer.Nothing() : printer.Integer(place + 1);
+}
+
+void PrintClosure(TablePrinter& printer, const Arguments& arguments, const AClosure& closure) {
+  PrintTime(printer, arguments.format, closure.time);
+  printer.Integer(closure.source);
+  closure.stokes == 0 ? printer.Nothing() : printer.Text(AStokesItem(0, closure.stokes).asShortString());
+  PrintNumber(printer, closure.IF);
+  PrintNumber(printer, closure.channel);
+  for (int i = 0; i < (arguments.options.amplitudes ? 4 : 3); ++i) printer.Integer(closure.antennas[i]);
+  for (const double value : {closure.value, closure.sigma}) {
+    arguments.format == TableFormat::Text ? printer.Real(static_cast<float>(value)) : printer.Real(value);
+  }
+  printer.EndRow();
+}
+
 AResult PrintClosures(Arguments& arguments, Session& session) {
   UVXInput input;
   if (AResult result = input.Open(arguments.path, session); !result) return result;
   NoteSources(input, arguments.options.selection, session);
   StandardOutput out;
-  TablePrinter printer(out, arguments.format, PrintedColumns(ClosureDescription(), arguments.format));
+  TablePrinter printer(out, arguments.format, Columns(arguments));
   int64 closures = 0;
-  AResult result = ClosurePhases(input, arguments.options, [&](const AClosurePhase& closure) {
-    PrintTime(printer, arguments.format, closure.time);
-    for (const int antenna : closure.antennas) printer.Integer(antenna);
-    printer.Real(closure.phase);
-    printer.EndRow();
+  AClosureCounts counts;
+  const auto print = [&](const AClosure& closure) {
+    PrintClosure(printer, arguments, closure);
     ++closures;
     return out.good() ? AResult::Ok() : out.Flush();
-  });
-  if (!result) return result;
+  };
+  if (AResult result = FormClosures(input, arguments.options, print, &counts); !result) return result;
   printer.Finish();
-  if (closures == 0) session.Note("no triangle has three valid baselines at any time");
+  if (counts.weak > 0) {
+    session.Note(std::to_string(counts.weak) + " of " + std::to_string(counts.formed) +
+                 " closure amplitudes of single IFs, channels and polarisations are left out, where a baseline has a "
+                 "ratio of signal and noise of 3 or less");
+  } else if (closures == 0) {
+    session.Note(arguments.options.amplitudes ? "no four antennas have valid baselines at any time"
+                                              : "no triangle has three valid baselines at any time");
+  }
   return out.Flush();
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "apps/zeltra/Command.h"
 
-#include <csignal>
 #include <cstdio>
 
 #include "zeltra/platform/System.h"
@@ -10,11 +9,6 @@ namespace zeltra::app {
 namespace {
 
 ACancelFlag cancelled = 0;
-
-extern "C" void Interrupt(int) {
-  cancelled.store(1, std::memory_order_relaxed);
-  std::signal(SIGINT, SIG_DFL);
-}
 
 void WaitForEnter() {
   std::fprintf(stderr, "\nPress Enter to close ");
@@ -27,15 +21,13 @@ void WaitForEnter() {
 }  // namespace
 
 Session::Session() {
-  // A shell has its background jobs ignore Ctrl-C, and so they do.
-  if (std::signal(SIGINT, Interrupt) == SIG_IGN) std::signal(SIGINT, SIG_IGN);
+  CatchSignals(cancelled);
 }
 
 const AJobDescription& ToolDescription() {
   static const AJobDescription description = [] {
     AJobDescriber<ToolOptions> tool("zeltra", "Look at visibility data, and turn it into other data");
-    tool.Option("quiet", &ToolOptions::quiet, "no progress bar and no summary; notes and errors are still told")
-        .Letter('q');
+    tool.Option("quiet", &ToolOptions::quiet, "no progress bar, notes and summary; only errors are told").Letter('q');
     tool.Option("pause", &ToolOptions::pause,
                 "wait for Enter before the end, in a window that closes with the program");
     return tool.Finish();
@@ -64,7 +56,7 @@ bool Session::IsCancelled() const {
 
 void Session::Note(const std::string& sentence) {
   progress_.Clear();
-  std::fprintf(stderr, "zeltra: note: %s\n", Printable(sentence).c_str());
+  if (!options.quiet) std::fprintf(stderr, "zeltra: note: %s\n", Printable(sentence).c_str());
 }
 
 void Session::Report(const std::string& sentence) {
@@ -74,16 +66,12 @@ void Session::Report(const std::string& sentence) {
 
 int Session::Finish() {
   progress_.Clear();
-  if (!result_) PrintError(result_.message());
+  const int signal = cancelled;
+  const bool isPipeGone = signal == kPipeSignal;
+  if (!result_ && !isPipeGone) PrintError(result_.message());
   if (options.pause) WaitForEnter();
-  switch (result_.code()) {
-    case AResult::Done:
-      return kDone;
-    case AResult::Cancelled:
-      return kCancelled;
-    default:
-      return kFailed;
-  }
+  if (result_) return kDone;
+  return isPipeGone || result_.code() == AResult::Cancelled ? kSignalled + signal : kFailed;
 }
 
 void PrintError(const std::string& sentence) {

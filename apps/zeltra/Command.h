@@ -16,8 +16,8 @@
 
 namespace zeltra::app {
 
-/// How the process ends.
-enum ExitCode : int { kDone = 0, kFailed = 1, kWrongUsage = 2, kCancelled = 130 };
+/// How the process ends; kSignalled and the number of the signal that cancelled the job: 130 after Ctrl-C.
+enum ExitCode : int { kDone = 0, kFailed = 1, kWrongUsage = 2, kSignalled = 128, kCancelled = 130 };
 
 /// What every command takes.
 struct ToolOptions : JobOptions {
@@ -36,7 +36,7 @@ const AJobDescription& ToolDescription();
 ///     }
 class Session {
  public:
-  /// Let Ctrl-C ask the running job to stop; a second one ends the process at once.
+  /// Let Ctrl-C and other signals ask the running job to stop; a second one ends the process at once.
   Session();
 
   /// Run `job` when the command line names `command`.
@@ -52,7 +52,7 @@ class Session {
   JobOptions Options();
   bool IsCancelled() const;
 
-  /// Tell the person something that does not end the command; told whether or not the tool is to be quiet.
+  /// Tell the person something that does not end the command, unless the tool is to be quiet.
   void Note(const std::string& sentence);
   /// Tell the person that all went well, unless the tool is to be quiet.
   void Report(const std::string& sentence);

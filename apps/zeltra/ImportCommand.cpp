@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "apps/zeltra/Command.h"
+#include "apps/zeltra/Gunzip.h"
 #include "zeltra/interchange/ImportUVFITS.h"
 
 namespace zeltra::app {
@@ -16,7 +17,13 @@ struct Arguments {
 
 AResult Import(const Arguments& arguments, Session& session) {
   ImportSummary summary;
-  AResult result = ImportUVFITS(arguments.from, arguments.to, arguments.options, &summary);
+  const ImportOptions& options = arguments.options;
+  std::unique_ptr<AInputFile> plain;
+  AResult result = Gunzip(arguments.from, options, plain);
+  if (result) {
+    result = plain ? ImportUVFITS(std::move(plain), arguments.to, options, &summary)
+                   : ImportUVFITS(arguments.from, arguments.to, options, &summary);
+  }
   for (const std::string& remark : summary.remarks) session.Note(remark);
   if (result) {
     session.Report(arguments.to + ": " + std::to_string(summary.records) + " records" +

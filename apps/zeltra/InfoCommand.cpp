@@ -183,7 +183,7 @@ std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const 
   info["scans"] = ScansAsJSON(contents, scans);
   info["frequencies"] = SetupsAsJSON(contents);
   if (fluxes) info["baselines"] = BaselinesAsJSON(contents, *fluxes);
-  return info.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+  return info.dump(2, ' ', true, ordered_json::error_handler_t::replace) + "\n";
 }
 
 // The page, section by section.
@@ -408,6 +408,7 @@ AResult Info(const Arguments& arguments, Session& session) {
   UVXInput input;
   if (AResult result = input.Open(arguments.path, session); !result) return result;
   const AUVXContents& contents = input.contents();
+  if (AResult result = input.Check(); !result) return result;
   for (const std::string& remark : contents.Remarks()) session.Note(remark);
   AUVXFluxes fluxes;
   if (arguments.baselines) {

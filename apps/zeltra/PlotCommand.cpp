@@ -35,7 +35,8 @@ AResult Plot(Arguments& arguments, Session& session) {
   std::string picture;
   AResult result = options.kind == PlotKind::Closure ? PlotClosure(input, options, picture)
                                                      : PlotVisibilities(input, options, picture);
-  if (result) result = FinishPicture(to, picture);
+  if (result = input.Settle(result); !result) return result;
+  result = FinishPicture(to, picture);
   if (result) result = WriteWholeFile(to, picture, options.overwrite, options.sync);
   if (result) session.Report(to + ": drawn");
   return result;

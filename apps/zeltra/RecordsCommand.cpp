@@ -60,6 +60,7 @@ class RecordPrinter {
   AResult Run();
 
  private:
+  AResult Print();
   std::vector<PrintedColumn> Columns();
   AResult PrintRecords(TablePrinter& printer);
   bool IsWanted(const AUVXGroup& group) const;
@@ -77,7 +78,11 @@ class RecordPrinter {
 };
 
 AResult RecordPrinter::Run() {
-  if (AResult result = input_.Open(arguments_.path, session_); !result) return result;
+  AResult result = input_.Open(arguments_.path, session_);
+  return result ? input_.Settle(Print()) : result;
+}
+
+AResult RecordPrinter::Print() {
   AUVXFile& uvx = input_.uvx();
   const int count = uvx.count();
   if (arguments_.from > 0 && arguments_.from >= count) {

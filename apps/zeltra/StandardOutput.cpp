@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "apps/zeltra/StandardOutput.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+
+#include "zeltra/platform/System.h"
 
 namespace zeltra::app {
 
@@ -15,11 +18,15 @@ void StandardOutput::Append(std::string_view text) {
 
 AResult StandardOutput::Flush() {
   Write();
-  return good_ ? AResult::Ok() : AResult::Fail("standard output cannot be written");
+  if (good_) return AResult::Ok();
+  return AResult::Fail("standard output cannot be written: " + ReasonOf(error_));
 }
 
 void StandardOutput::Write() {
-  good_ = good_ && std::fwrite(buffer_.data(), 1, used_, stdout) == used_ && std::fflush(stdout) == 0;
+  if (good_ && (std::fwrite(buffer_.data(), 1, used_, stdout) != used_ || std::fflush(stdout) != 0)) {
+    good_ = false;
+    error_ = errno;
+  }
   used_ = 0;
 }
 

@@ -35,6 +35,7 @@ class StandardOutput {
   std::vector<char> buffer_ = std::vector<char>(1 << 18);
   size_t used_ = 0;
   bool good_ = true;
+  int error_ = 0;  // why not, as in errno
 };
 
 }  // namespace zeltra::app

@@ -13,10 +13,11 @@ namespace {
 
 constexpr size_t kRowsForWidths = 1000;
 
-std::string CSVText(std::string_view text) {
-  const bool plain = text.find_first_of(",\"\r\n") == std::string_view::npos &&
-                     (text.empty() || (text.front() != ' ' && text.back() != ' '));
-  if (plain) return std::string(text);
+std::string CSVText(std::string_view given) {
+  const std::string text = Printable(given);
+  const bool plain =
+      text.find_first_of(",\"") == text.npos && (text.empty() || (text.front() != ' ' && text.back() != ' '));
+  if (plain) return text;
   std::string quoted = "\"";
   for (const char c : text) quoted += c == '"' ? "\"\"" : std::string(1, c);
   return quoted + '"';
@@ -115,8 +116,9 @@ void TablePrinter::PrintNames() {
   if (namesPrinted_) return;
   namesPrinted_ = true;
   std::vector<std::string> names;
-  for (const PrintedColumn& column : columns_)
-    names.push_back(format_ == TableFormat::Text ? PlainText(column.name) : column.name);
+  for (const PrintedColumn& column : columns_) {
+    names.push_back(format_ == TableFormat::Text ? PlainText(column.name) : Printable(column.name));
+  }
   if (format_ == TableFormat::Text) return PrintLine(names);
   for (size_t i = 0; i < names.size(); ++i) {
     if (i > 0) out_.Append(",");
@@ -160,11 +162,39 @@ void TablePrinter::Exact(Number value) {
   out_.Used(std::to_chars(to, to + kLongest, value).ptr);
 }
 
+namespace {
+
+// Bytes of the UTF-8 character that `text` begins with; 1 where it begins with none.
+size_t CharacterBytes(std::string_view text) {
+  const auto byte = static_cast<unsigned char>(text[0]);
+  const size_t bytes = byte >= 0xF0 && byte < 0xF8   ? 4
+                       : byte >= 0xE0 && byte < 0xF0 ? 3
+                       : byte >= 0xC2 && byte < 0xE0 ? 2
+                                                     : 1;
+  for (size_t i = 1; i < bytes; ++i) {
+    if (i >= text.size() || (text[i] & 0xC0) != 0x80) return 1;
+  }
+  return bytes;
+}
+
+bool IsControl(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character[0]);
+  if (character.size() == 1) return first < 0x20 || (first >= 0x7F && first < 0xA0);
+  return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+}
+
+}  // namespace
+
 std::string Printable(std::string_view text) {
-  std::string printable(text);
-  for (char& c : printable) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) c = '?';
+  std::string printable;
+  while (!text.empty()) {
+    const std::string_view character = text.substr(0, CharacterBytes(text));
+    if (IsControl(character)) {
+      printable += '?';
+    } else {
+      printable += character;
+    }
+    text.remove_prefix(character.size());
   }
   return printable;
 }
@@ -176,7 +206,7 @@ std::string PlainText(std::string_view text) {
 }
 
 std::string JSONString(std::string_view text) {
-  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return nlohmann::json(text).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
 }  // namespace zeltra::app

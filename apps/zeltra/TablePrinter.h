@@ -33,7 +33,7 @@ class TablePrinter {
   void Integer(int64 value);
   void Real(double value);
   void Real(float value);
-  /// Bytes that are not UTF-8 become replacement characters in JSON, control characters question marks in a text.
+  /// Control characters become question marks, in JSON escapes, and bytes that are not UTF-8 replacement characters.
   void Text(std::string_view text);
   /// A cell without a value: empty, null in JSON.
   void Nothing();
@@ -62,13 +62,14 @@ class TablePrinter {
   std::vector<size_t> widths_;
 };
 
-/// `text` with control characters replaced by question marks: text from a file must not command a terminal.
+/// `text` with control characters replaced by question marks: text from a file must not command a terminal. Those of
+/// 8 bits are among them, as single bytes and as UTF-8 has them; other characters stay, and bytes that are no UTF-8.
 std::string Printable(std::string_view text);
 
 /// `text` in ASCII, with question marks for all else: text from a file may hold any bytes.
 std::string PlainText(std::string_view text);
 
-/// `text` as a JSON string with its quotes; bytes that are not UTF-8 become replacement characters.
+/// `text` as a JSON string with its quotes, in ASCII; bytes that are not UTF-8 become replacement characters.
 std::string JSONString(std::string_view text);
 
 }  // namespace zeltra::app

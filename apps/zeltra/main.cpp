@@ -1,14 +1,50 @@
 // The zeltra command: one subcommand a job, each in a source file of its own.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <cstdio>
 #include <exception>
 #include <new>
+#include <numeric>
+#include <utility>
 
 #include "apps/zeltra/Command.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra::app {
 namespace {
+
+// How many letters have to be put in, left out or exchanged to turn one word into the other.
+size_t Distance(const std::string& a, const std::string& b) {
+  std::vector<size_t> line(b.size() + 1);
+  std::iota(line.begin(), line.end(), size_t{0});
+  for (size_t i = 0; i < a.size(); ++i) {
+    size_t diagonal = std::exchange(line[0], i + 1);
+    for (size_t k = 0; k < b.size(); ++k) {
+      const size_t exchanged = diagonal + (a[i] != b[k]);
+      diagonal = line[k + 1];
+      line[k + 1] = std::min({exchanged, diagonal + 1, line[k] + 1});
+    }
+  }
+  return line.back();
+}
+
+// Why the first word names no command, with the one that may be meant; empty if it does, or if there is none.
+std::string NoCommand(const CLI::App& app, const std::vector<std::string>& arguments) {
+  const auto word =
+      std::find_if(arguments.begin(), arguments.end(), [](const auto& a) { return a.rfind('-', 0) != 0; });
+  if (word == arguments.end()) return {};
+  std::string nearest;
+  size_t least = std::max<size_t>(word->size() / 2, 1);
+  for (const CLI::App* command : app.get_subcommands({})) {
+    const std::string& name = command->get_name();
+    if (name == *word) return {};
+    const size_t distance = name.rfind(*word, 0) == 0 ? 1 : Distance(*word, name);
+    if (distance > least || (distance == least && !nearest.empty())) continue;
+    least = distance;
+    nearest = name;
+  }
+  return "there is no command '" + *word + "'" + (nearest.empty() ? "" : "; did you mean '" + nearest + "'?");
+}
 
 int Run(std::vector<std::string> arguments) {
   Session session;
@@ -22,7 +58,7 @@ int Run(std::vector<std::string> arguments) {
   app.failure_message([](const CLI::App* parsed, const CLI::Error& e) {
     std::string name = "zeltra";
     for (const CLI::App* command : parsed->get_subcommands()) name += " " + command->get_name();
-    return "zeltra: error: " + std::string(e.what()) + "\nRun '" + name + " --help' for help.\n";
+    return "zeltra: error: " + Printable(e.what()) + "\nRun '" + name + " --help' for help.\n";
   });
 
   AddImportCommand(app, session);
@@ -41,6 +77,11 @@ int Run(std::vector<std::string> arguments) {
   AddRegisterCommand(app, session);
   AddManualCommand(app, session);
 
+  if (const std::string sentence = NoCommand(app, arguments); !sentence.empty()) {
+    PrintError(sentence);
+    std::fputs("Run 'zeltra --help' for help.\n", stderr);
+    return kWrongUsage;
+  }
   try {
     // The parser takes arguments from the back.
     std::reverse(arguments.begin(), arguments.end());

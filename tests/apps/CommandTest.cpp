@@ -66,6 +66,7 @@ TEST(Command, TellsItsUsage) {
     EXPECT_THAT(wrong.err, HasSubstr("zeltra: error: "));
     EXPECT_EQ(wrong.out, "");
   }
+  EXPECT_THAT(RunZeltra({"avrage", "a"}).err, HasSubstr("no command 'avrage'; did you mean 'average'?"));
 }
 
 TEST(Command, RefusesWhatIsNoWholeUVXFile) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "tests/support/TempFile.h"
+#include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AStreamFile.h"
 
 namespace zeltra {
@@ -177,6 +178,18 @@ TEST(StreamFile, CopiesShareOneStreamAndOneBuffer) {
   EXPECT_TRUE(replaced.Write(text, 4));
   replaced = AStreamFile();
   EXPECT_EQ(temp.Bytes(), "hell");
+}
+
+TEST(AInputFile, TellsThatItWasChanged) {
+  const TempFile temp;
+  temp.Put("0123456789");
+  AInputFile file;
+  ASSERT_TRUE(file.Open(temp.path()));
+  temp.Put("01234");
+  char bytes[10];
+  EXPECT_EQ(file.ReadAt(2, bytes, 100), 3);
+  EXPECT_EQ(file.Check().message(), temp.path() + ": was changed while it was read");
+  EXPECT_EQ(file.ReadAt(0, bytes, 1), -1) << "after a failure";
 }
 
 TEST(MoveIntoPlace, NeverReplacesUnlessTold) {

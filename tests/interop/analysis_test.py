@@ -130,6 +130,66 @@ def averages(file, interval, amphase=False, source=None, mix=None, plain=False, 
     return [(when, pairs) for when, _, pairs in sorted(intervals, key=lambda entry: entry[:2])]
 
 
+def triangles(legs, each):
+    """{antennas: [sum b B, sum b] of the values} from {(low, high): (visibilities, weights)}."""
+    parts = {}
+    for pair, (z, weight) in legs.items():
+        valid = weight > 0
+        noise = 2 / np.where(valid, weight, 1)
+        power = np.maximum(np.abs(z) ** 2 - noise, 0)
+        for block in range(0, 0 if each else len(z), 64):
+            at = np.arange(block, min(block + 64, len(z)))[valid[block:block + 64]]
+            signal = (weight[at] * np.abs(z[at]) ** 2 - 2).sum()
+            if len(at) > 1 and signal < 25 * len(at):
+                power[block:block + 64] = max(signal / weight[at].sum(), 0)
+        parts[pair] = z, power, noise, valid
+    out = {}
+    for a, b, c in itertools.combinations(sorted({x for pair in legs for x in pair}), 3):
+        if {(a, b), (b, c), (a, c)} <= parts.keys():
+            sides = [parts[pair] for pair in ((a, b), (b, c), (a, c))]
+            # (prod(P + n) - prod(P)) / 2, multiplied out: the difference of the products has no digits where P >> n.
+            (_, p, k, _), (_, q, l, _), (_, r, m, _) = sides
+            variance = (k * q * r + p * l * r + p * q * m + k * l * r + k * q * m + p * l * m + k * l * m) / 2
+            share = np.where(sides[0][3] & sides[1][3] & sides[2][3], 1 / variance, 0)
+            total = np.array([share * sides[0][0] * sides[1][0] * sides[2][0].conj(), share])
+            out[a, b, c] = total if each else total.sum(axis=1, keepdims=True)
+    return out
+
+
+def quadrangles(legs, each):
+    """As triangles, of sum b log(|V12| |V34| / (|V13| |V24|))."""
+    out = {}
+    for a, b, c, d in itertools.combinations(sorted({x for pair in legs for x in pair}), 4):
+        for one, two, three, four in ((a, b, c, d), (a, b, d, c), (a, c, d, b)):
+            pairs = [tuple(sorted(pair)) for pair in ((one, two), (three, four), (one, three), (two, four))]
+            if not set(pairs) <= legs.keys():
+                continue
+            square = np.array([np.abs(legs[pair][0]) ** 2 for pair in pairs])
+            weight = np.maximum([legs[pair][1] for pair in pairs], 0)
+            strong = (square * weight > 9).all(axis=0)
+            with np.errstate(invalid="ignore", divide="ignore"):
+                share = np.where(strong, 1 / (1 / (square * weight)).sum(axis=0), 0)
+                log = np.where(strong, np.array([1, 1, -1, -1]) @ np.log(square) / 2, 0)
+            total = np.array([share * log, share + 0j])
+            out[one, two, three, four] = total if each else total.sum(axis=1, keepdims=True)
+    return out
+
+
+def incidence(polygons):
+    """The matrix polygon x baseline, of +1 and -1."""
+    pairs = {}
+    column = lambda a, b: pairs.setdefault((min(a, b), max(a, b)), len(pairs))
+    entries = []
+    for row, polygon in enumerate(polygons):
+        a, b, c, *d = polygon
+        sides = ((a, b, 1), (d[0], c, 1), (a, c, -1), (b, d[0], -1)) if d else ((a, b, 1), (b, c, 1), (a, c, -1))
+        entries += [(row, column(one, two), sign) for one, two, sign in sides]
+    matrix = np.zeros((len(polygons), len(pairs)))
+    for row, place, sign in entries:
+        matrix[row, place] = sign
+    return matrix
+
+
 class Analysis(Case):
     def simulated(self, *options):
         zeltra("simulate", self.path("sim.uvx"), "--force", *options)
@@ -336,31 +396,54 @@ class Analysis(Case):
         np.testing.assert_allclose([scan["duration_s"] for scan in scans], when[:, 1] - when[:, 0], atol=1e-6)
         self.assertIn(" IAT (", zeltra("info", path))
 
-    def check_closures(self, path, file, interval, polarisation=None, place=0, antenna=None, source=None):
-        """`place`: the value of a record that `polarisation` is, or a function of its values."""
-        options = ["--stokes", polarisation] if polarisation else []
-        options += ["--antenna", antenna] if antenna else []
-        options += ["--source", source] if source else []
-        _, rows = numbers(zeltra("closure", path, "--interval", interval, "--csv", *options))
-        wanted = []
-        for when, pairs in averages(file, interval, source=source, point=0):
-            legs = {}
-            for (a, b), (mean, amplitudes, _) in pairs.items():
-                if a != b and mean[place, 2] > 0:
-                    z = mean[place, 0] + 1j * mean[place, 1]
-                    legs[min(a, b), max(a, b)] = (z if a < b else z.conj(), amplitudes[place])
-            for a, b, c in itertools.combinations(sorted({x for pair in legs for x in pair}), 3):
-                if {(a, b), (b, c), (a, c)} <= legs.keys() and antenna in (None, a, b, c):
-                    one, two, three = legs[a, b], legs[b, c], legs[a, c]
-                    noise = sum(1e-7 * s / abs(z) for z, s in (one, two, three) if z)
-                    wanted.append((when, a, b, c, np.angle(one[0] * two[0] * three[0].conj()), noise))
-        self.assertEqual(len(rows), len(wanted))
-        wanted = np.array(wanted).reshape(-1, 6)
-        np.testing.assert_array_equal(rows[:, 1:4], wanted[:, 1:4])
-        np.testing.assert_allclose(rows[:, 0], wanted[:, 0], rtol=0, atol=1e-9)
-        off = np.abs((rows[:, 4] - wanted[:, 4] + np.pi) % (2 * np.pi) - np.pi)
-        self.assertLess((off - wanted[:, 5]).max(initial=0), 1e-6)
-        self.assertTrue((np.abs(rows[:, 4]) <= np.pi).all())
+    def check_closures(self, path, file, interval, *options, antennas=(), source=None):
+        """Compare with the formulas, all closure phases or those of each value or of the time stamps."""
+        each, incoherent, amplitudes = (name in options for name in ("--each", "--incoherent", "--amplitudes"))
+        chosen = ["--antenna", ",".join(map(str, antennas))] if antennas else []
+        chosen += ["--source", source] if source else []
+        rows = json.loads(zeltra("closure", path, "--interval", interval, "--json", *chosen, *options))
+        hands = [i for i, code in enumerate(file.stokes) if code in (-1, -2, -5, -6)] or [file.stokes.index(1)]
+        names = {-1: "RR", -2: "LL", -5: "XX", -6: "YY", 1: "I"}
+        vis = cleaned(file.records["vis"].reshape(file.count, -1, len(file.stokes), 3))[:, :, hands].reshape(file.count, -1, 3)
+        points, row = vis.shape[1] // len(hands), iter(rows)
+        for when, pairs in averages(file, interval, source=source):
+            stamps = file.records["group"]["time"] if incoherent else np.zeros(file.count)
+            found = {}
+            for stamp in np.unique([stamps[i] for _, _, at in pairs.values() for i in at]):
+                legs = {}
+                for (a, b), (_, _, at) in pairs.items():
+                    at = [i for i in at if stamps[i] == stamp]
+                    if a != b and at:
+                        mean, _ = mean_of(vis[at], False)
+                        z = mean[:, 0] + 1j * mean[:, 1]
+                        legs[min(a, b), max(a, b)] = np.where(mean[:, 2] > 0, z if a < b else z.conj(), 0), mean[:, 2]
+                for polygon, sums in (quadrangles if amplitudes else triangles)(legs, each).items():
+                    found[polygon] = found.get(polygon, 0) + sums
+            wanted = []
+            for polygon, (sums, weights) in found.items():
+                isHere = sum(a in polygon for a in antennas) == (1 if len(antennas) == 1 else len(polygon))
+                for value in np.flatnonzero(weights.real > 0):
+                    if isHere or not antennas:
+                        wanted.append((value if each else 0, sorted(polygon), polygon, sums[value], weights[value].real))
+            # Of three forms that with 1-2 and 3-4 above comes first.
+            for value, _, polygon, total, weight in sorted(wanted, key=lambda w: (w[0], w[1], w[2])):
+                got = next(row)
+                self.assertAlmostEqual(got["time"], when, delta=1e-9)
+                self.assertEqual(tuple(got["ant%d" % (i + 1)] for i in range(len(polygon))), polygon)
+                place = (value // len(hands) // file.channels + 1, value // len(hands) % file.channels + 1,
+                         names[file.stokes[hands[value % len(hands)]]])
+                for key, number, count in zip(("if", "channel", "stokes"), place,
+                                              (points // file.channels, file.channels, len(hands))):
+                    self.assertEqual(got[key], number if each or count == 1 else None)
+                if amplitudes:
+                    self.assertAlmostEqual(got["log_amplitude"], total.real / weight, delta=1e-9)
+                    np.testing.assert_allclose(got["sigma"], weight ** -0.5, rtol=1e-9)
+                else:
+                    sigma = min(weight ** 0.5 / max(abs(total), 1e-300), np.pi / 3 ** 0.5)
+                    off = (got["phase"] - np.angle(total) + np.pi) % (2 * np.pi) - np.pi
+                    self.assertLess(abs(off), 1e-8 * max(1, sigma))
+                    np.testing.assert_allclose(got["sigma"], sigma, rtol=1e-8)
+        self.assertIsNone(next(row, None))
         return rows
 
     def test_closures_of_ragged_intervals(self):
@@ -368,12 +451,77 @@ class Analysis(Case):
         file = uvx.File(path)
         for interval in (-1, 7, 60):
             self.assertGreater(len(self.check_closures(path, file, interval)), 10)
-        self.check_closures(path, file, 30, "LL", 1, antenna=4, source=2)
+        self.check_closures(path, file, 30, "--incoherent", antennas=(4,), source=2)
+        self.check_closures(path, file, 60, "--each", antennas=(1, 3, 4, 5))
+        self.check_closures(path, file, 200, "--each", "--incoherent", antennas=(1, 2, 3))
+        self.check_closures(path, file, 60, "--amplitudes")
+        self.check_closures(path, file, 60, "--amplitudes", "--each", antennas=(2,))
 
     def test_closures_of_real_files(self):
         for path, file in self.real():
             with self.subTest(os.path.basename(path)):
-                self.check_closures(self.path("real.uvx"), file, -1 if "hera" in path else 600)
+                interval = -1 if "hera" in path else 600
+                self.check_closures(self.path("real.uvx"), file, interval)
+                self.check_closures(self.path("real.uvx"), file, interval, "--amplitudes")
+                rank = {}
+                for name, corners in (("", 3), ("--amplitudes", 4)):
+                    for chosen in ("all", "independent"):
+                        rows = json.loads(zeltra("closure", self.path("real.uvx"), "--interval", interval, "--json", "--set",
+                                                 chosen, *name.split()))
+                        for when, some in itertools.groupby(rows, key=lambda row: (row["time"], row["source"])):
+                            matrix = incidence([[row["ant%d" % (i + 1)] for i in range(corners)] for row in some])
+                            rank.setdefault((name, when), []).append((len(matrix), np.linalg.matrix_rank(matrix)))
+                for (_, most), (count, independent) in rank.values():
+                    self.assertEqual((count, independent), (most, most))
+
+    def test_errors_of_closures(self):
+        """The scatter of closures is what their errors say, at any ratio of signal and noise."""
+        path = self.simulated("--minutes", "12", "--integration", "1", "--antennas", "4", "--ifs", "4", "--channels", "8")
+        file, chance = uvx.File(path), np.random.default_rng(3)
+        for s in (1, 2, 3, 5, 10):
+            raw = bytearray(contents(path))
+            vis = np.frombuffer(raw, file.records.dtype, file.count, file.data_offset)["vis"]
+            vis[...] = chance.normal(size=vis.shape)
+            vis[..., 0] += s
+            vis[..., 2] = 1
+            with open(self.path("noisy.uvx"), "wb") as out:
+                out.write(raw)
+
+            def ratio(name, *options):
+                rows = json.loads(zeltra("closure", self.path("noisy.uvx"), "--interval", -1, "--json", *options))
+                value, sigma = (np.array([row[key] for row in rows]) for key in (name, "sigma"))
+                self.assertGreater(len(rows), 500)
+                return (np.mean(value ** 2) / np.mean(sigma ** 2)) ** 0.5
+
+            mean, single = ratio("phase"), ratio("phase", "--each", "--if", 2, "--channel", 3)
+            self.assertTrue(0.88 < mean < 1.12, (s, mean))
+            # A phase that is hardly known is spread evenly; its error is taken from the amplitude that was measured.
+            self.assertTrue(0.93 < single < (1.25 if s < 3 else 1.1), (s, single))
+            if s >= 5:
+                # At 5 a tenth is left out where a baseline is weak by chance, the ends of the scatter.
+                self.assertTrue(0.85 < ratio("log_amplitude", "--amplitudes", "--if", 1) < 1.1, s)
+
+    def test_gains_leave_closures_as_they_are(self):
+        path = self.simulated("--minutes", "3", "--antennas", "5", "--ifs", "2")
+        file, chance = uvx.File(path), np.random.default_rng(4)
+        phases, moduli = chance.uniform(-np.pi, np.pi, (6, 1, 1)), 1 + 0.3 * chance.random((6, file.ifs, 4))
+        phases = phases + np.radians(10) * chance.normal(size=(6, file.ifs, 4))
+        group = file.records["group"]
+        for options, gain in (((), np.exp(1j * phases)), (("--each",), moduli * np.exp(1j * phases)),
+                              (("--each", "--amplitudes"), moduli * np.exp(1j * phases))):
+            raw = bytearray(contents(path))
+            vis = np.frombuffer(raw, file.records.dtype, file.count, file.data_offset)["vis"]
+            factor = (gain[group["ant1"]] * gain[group["ant2"]].conj())[:, :, None, :]
+            value = (vis[..., 0] + 1j * vis[..., 1]) * factor
+            vis[...] = np.stack([value.real, value.imag, vis[..., 2] / np.abs(factor) ** 2], -1)
+            with open(self.path("gains.uvx"), "wb") as out:
+                out.write(raw)
+            plain, other = (json.loads(zeltra("closure", name, "--interval", 60, "--json", *options))
+                            for name in (path, self.path("gains.uvx")))
+            self.assertEqual(len(plain), len(other))
+            name = "log_amplitude" if "--amplitudes" in options else "phase"
+            off = np.array([one[name] - two[name] for one, two in zip(plain, other)])
+            self.assertLess(np.abs((off + np.pi) % (2 * np.pi) - np.pi).max(), 1e-5)
 
     def test_closures_of_reversed_baselines(self):
         """Exchanging the antennas of records, with conjugate values and RL for LR, changes no closure phase."""
@@ -389,12 +537,14 @@ class Analysis(Case):
         records["vis"][turned] = values
         with open(self.path("turned.uvx"), "wb") as out:
             out.write(raw)
-        for stokes in ("RR", "RL", "I", "U"):
-            straight, other = (numbers(zeltra("closure", p, "--interval", 30, "--stokes", stokes, "--csv"))[1]
+        for stokes in ("RR,LL", "RL"):
+            straight, other = (json.loads(zeltra("closure", p, "--interval", 30, "--stokes", stokes, "--json"))
                                for p in (path, self.path("turned.uvx")))
-            np.testing.assert_array_equal(straight[:, :4], other[:, :4])
-            off = np.abs((straight[:, 4] - other[:, 4] + np.pi) % (2 * np.pi) - np.pi)
-            self.assertLess(off.max(), 1e-4, stokes)
+            self.assertEqual(len(straight), len(other))
+            for one, two in zip(straight, other):
+                self.assertEqual([one[key] for key in ("time", "ant1", "ant2", "ant3")],
+                                 [two[key] for key in ("time", "ant1", "ant2", "ant3")])
+                self.assertAlmostEqual(np.exp(1j * (one["phase"] - two["phase"])), 1, delta=1e-4)
 
     def test_closures_of_known_sources(self):
         """Antenna phases drop out: a point source closes to zero, two components to the phase of their sum."""
@@ -407,7 +557,8 @@ class Analysis(Case):
             uv = {(t, a, b): (u, v, s) for t, a, b, u, v, s in
                   zip(seconds(file, group["time"]), group["ant1"], group["ant2"], group["u"].astype("f8"),
                       group["v"].astype("f8"), group["source"])}
-            _, rows = numbers(zeltra("closure", path, "--interval", -1, "--if", 2, "--channel", 3, "--csv"))
+            rows = json.loads(zeltra("closure", path, "--interval", -1, "--if", 2, "--channel", 3, "--stokes", "RR", "--json"))
+            rows = np.array([[row[key] for key in ("time", "ant1", "ant2", "ant3", "phase")] for row in rows])
             self.assertGreater(len(rows), 1000)
             frequency = 8.4e9 + 16e6 + 2 * 4e6
             for row, when in zip(rows, seconds(file, rows[:, 0])):
@@ -539,7 +690,14 @@ class Analysis(Case):
             # A process counts the memory of the one that it was forked from.
             del made
         os.remove(self.path("out.uvx"))
-        self.frugal("closure", self.path("indexed.uvx"), "--interval", 60)
+        leg = lambda a, b, when: 10 * a + b + 1j * when
+        for options, whens in (((), (0.5,)), (("--incoherent",), (0, 1))):
+            self.frugal("closure", self.path("indexed.uvx"), "--interval", 60, *options)
+            for row in json.loads(zeltra("closure", self.path("indexed.uvx"), "--interval", 60, "--json", *options)):
+                a, b, c = row["ant1"], row["ant2"], row["ant3"]
+                # All values of a time stamp are the same, and the weights of the time stamps nearly so.
+                wanted = np.angle(sum(leg(a, b, t) * leg(b, c, t) * leg(a, c, t).conjugate() for t in whens))
+                self.assertAlmostEqual(row["phase"], wanted, delta=1e-12 if len(whens) == 1 else 1e-3)
         os.remove(self.path("indexed.uvx"))
         path = self.simulated("--minutes", "200", "--integration", "1", "--channels", "1")
         for command in (("average", path, "--interval", 10, "--csv"), ("closure", path, "--interval", -1, "--csv"),

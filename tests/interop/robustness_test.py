@@ -4,6 +4,7 @@ usage: robustness_test.py ZELTRA_COMMAND [unittest arguments]
 """
 # SPDX-License-Identifier: MIT
 import filecmp
+import gzip
 import os
 import random
 import resource
@@ -83,17 +84,18 @@ class Robustness(unittest.TestCase):
 
     def test_a_full_disk_gives_an_error_and_no_output(self):
         source = self.simulated("--minutes", "4")
-        uvx = self.path("sim.uvx")
+        uvx, longest = self.path("sim.uvx"), self.path("n" * 255)
+        subprocess.run([ZELTRA, "copy", uvx, longest, "-q"], check=True)
+        os.remove(longest)
         size = os.path.getsize(uvx)
-        signal_ignored = lambda limit: lambda: (signal.signal(signal.SIGXFSZ, signal.SIG_IGN),
-                                                resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+        limited = lambda limit: lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
         for limit in (0, 3, 400, 481, 4097, size // 2, size - 5000, size - 2100, size - 100):
             for job, given in (("import", source), ("export", uvx), ("simulate", None)):
                 target = self.path("full")
                 command = [ZELTRA, job] + ([given] if given else []) + [target] + ([] if given else ["--minutes", "4"])
-                done = subprocess.run(command, capture_output=True, text=True, preexec_fn=signal_ignored(limit))
+                done = subprocess.run(command, capture_output=True, text=True, preexec_fn=limited(limit))
                 self.assertEqual(done.returncode, 1, (job, limit, done.stderr))
-                self.assertIn("zeltra: error: " + target, done.stderr)
+                self.assertIn("zeltra: error: %s: cannot be written: file too large" % target, done.stderr)
                 self.assertEqual(self.leftovers(), [], (job, limit))
 
     def test_no_command_fails_on_a_broken_file_but_with_a_sentence(self):
@@ -124,18 +126,71 @@ class Robustness(unittest.TestCase):
                 if done.returncode == 1:
                     self.assertIn("zeltra: error: ", done.stderr, (number, job))
 
-    def test_ctrl_c_stops_a_job_cleanly(self):
+    def test_signals_stop_a_job_cleanly(self):
         source = self.simulated("--minutes", "60", "--integration", "2", "--ifs", "4", "--channels", "8")
-        for job, given in (("import", source), ("export", self.path("sim.uvx"))):
-            process = subprocess.Popen([ZELTRA, job, given, self.path("out")], stderr=subprocess.PIPE, text=True)
+        jobs = [("import", source, signal.SIGINT), ("export", self.path("sim.uvx"), signal.SIGINT),
+                ("copy", source, signal.SIGTERM), ("copy", self.path("sim.uvx"), signal.SIGHUP)]
+        for job, given, number in jobs:
+            process = subprocess.Popen([ZELTRA, job, given, self.path("out")], stderr=subprocess.PIPE, text=True,
+                                       env=dict(os.environ, TMPDIR=self.folder))
             time.sleep(0.05)
-            process.send_signal(signal.SIGINT)
+            process.send_signal(number)
             process.communicate()
-            self.assertIn(process.returncode, (130, 0), job)
-            if process.returncode == 130:
+            self.assertIn(process.returncode, (128 + number, 0), job)
+            if process.returncode:
                 self.assertEqual(self.leftovers(), [])
             else:
                 os.remove(self.path("out"))
+
+    def test_a_reader_may_go(self):
+        self.simulated("--minutes", "60")
+        process = subprocess.Popen([ZELTRA, "records", self.path("sim.uvx"), "--csv"], stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE)
+        process.stdout.readline()
+        process.stdout.close()
+        self.assertEqual((process.stderr.read(), process.wait()), (b"", 128 + signal.SIGPIPE))
+        process.stderr.close()
+
+    def test_text_of_a_file_does_not_reach_a_terminal_as_commands(self):
+        self.simulated("--minutes", "4")
+        path = self.path("sim.uvx")
+        with open(path, "rb") as file:
+            content = file.read()
+        with open(path, "wb") as file:
+            file.write(content.replace(b"3C273", b"\x1b\x9b\xc2\x9b\x7f").replace(b"ID.NO.", b"\x1b]0;x\x07"))
+        for job in (["info"], ["info", "--json"], ["table", "SU"], ["table", "SU", "--csv"], ["table", "SU", "--json"],
+                    ["copy", self.path("out"), "--source", "none"], ["plot", "uv", self.path("out.svg")]):
+            done = subprocess.run([ZELTRA, job[0], path, *job[1:]], capture_output=True)
+            text = (done.stdout + done.stderr).decode("utf-8", "surrogateescape")
+            self.assertNotRegex(text, "[\x00-\x09\x0b-\x1f\x7f-\x9f\udc80-\udc9f]", job)
+
+    def test_gzip_is_read_as_what_is_in_it(self):
+        source, out = self.simulated("--minutes", "4"), self.path("out")
+        with open(source, "rb") as file:
+            half = gzip.compress(file.read(40000)), gzip.compress(file.read())
+        with open(source + ".gz", "wb") as file:
+            file.write(b"".join(half) + bytes(512))
+        run = lambda path, limit=resource.RLIM_INFINITY: subprocess.run(
+            [ZELTRA, "import", path, out, "--force", "-q"], capture_output=True, text=True,
+            env=dict(os.environ, TMPDIR=self.folder),
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+        made = []
+        for path in (source, source + ".gz"):
+            done = run(path)
+            if "decompress it first" in done.stderr:
+                self.skipTest("built without zlib")
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            with open(out, "rb") as file:
+                made.append(file.read())
+            os.remove(out)
+        self.assertEqual(*made)
+        cut, bad = self.path("sim.cut.gz"), self.path("sim.bad.gz")
+        for path, content, sentence in ((cut, half[0][:-9], "cut short"), (bad, half[0][:50] + half[0], "damaged")):
+            with open(path, "wb") as file:
+                file.write(content)
+            self.assertIn("zeltra: error: %s: %s" % (path, sentence), run(path).stderr)
+        self.assertIn("cannot be written: file too large", run(source + ".gz", 50000).stderr)
+        self.assertEqual(self.leftovers(), [])
 
     def test_memory_and_files_beyond_4_gib(self):
         channels, groups = 23000000, 17

@@ -228,7 +228,7 @@ TEST(CopyUVX, RefusesRecordsThatAreTooLong) {
   UVWDifference difference;
   EXPECT_THAT(Error(CopyUVX(source, out.path(), {}, nullptr)), HasSubstr("1048578 values are too long"));
   EXPECT_THAT(Error(RecomputeUVW(source, out.path(), {}, difference)), HasSubstr("too long"));
-  EXPECT_THAT(Error(ClosurePhases(source, {}, nullptr)), HasSubstr("too long"));
+  EXPECT_THAT(Error(FormClosures(source, {}, nullptr)), HasSubstr("too long"));
 }
 
 TEST(CopyUVX, GivesAFileWithoutAnIndexOne) {
@@ -362,34 +362,38 @@ TEST(Average, LetsWhatTheHostThrowsPass) {
   }
 }
 
-TEST(ClosurePhases, ClosesTheTrianglesOfAnAntenna) {
+TEST(FormClosures, ClosesTheTrianglesOfAntennas) {
   // The last baseline of the second time, 3-200, is not valid.
   Source file(SyntheticUVX().Antennas(4).Times(2).Tables().Edit([](SyntheticRecord& record) {
     if (record.ant2 == 4) record.ant2 = 200;
-    if (record.index == 11) record.values[0].weight = 0;
+    if (record.index == 11) {
+      for (auto& value : record.values) value.weight = 0;
+    }
   }));
   ClosureOptions options;
   std::vector<std::string> triangles;
-  const auto sink = [&](const AClosurePhase& closure) {
+  const auto sink = [&](const AClosure& closure) {
     const int* a = closure.antennas;
     triangles.push_back(std::to_string(a[0]) + "-" + std::to_string(a[1]) + "-" + std::to_string(a[2]));
     return AResult::Ok();
   };
-  ASSERT_TRUE(ClosurePhases(file, options, sink));
+  ASSERT_TRUE(FormClosures(file, options, sink));
   EXPECT_THAT(triangles, testing::UnorderedElementsAre("1-2-3", "1-2-200", "1-3-200", "2-3-200", "1-2-3", "1-2-200"));
   triangles.clear();
   options.selection.antennas = {"2"};
   options.selection.stop = SyntheticUVX::kStart;
-  ASSERT_TRUE(ClosurePhases(file, options, sink));
+  ASSERT_TRUE(FormClosures(file, options, sink));
   EXPECT_THAT(triangles, testing::UnorderedElementsAre("1-2-3", "1-2-200", "2-3-200"));
   options.selection.antennas = {"ANT9"};
-  EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no antenna ANT9; there are 1 (ANT1)"));
+  EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("no antenna ANT9; there are 1 (ANT1)"));
   options = ClosureOptions();
   options.selection.stokes = {"RL"};
-  EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no polarisation RL; there are RR, LL, I, V"));
+  EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("no polarisation RL; there are RR, LL, I, V"));
   options.selection.stokes = {"I"};
+  EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("as they are stored, RR, LL, and not of I"));
+  options.selection.stokes.clear();
   options.selection.channels = {2};
-  EXPECT_THAT(Error(ClosurePhases(file, options, sink)), HasSubstr("no channel 3; there are 2"));
+  EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("no channel 3; there are 2"));
 }
 
 }  // namespace

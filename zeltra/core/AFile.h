@@ -38,7 +38,7 @@ class ZELTRA_API AFile : public ABFile {
   /// Read bytes from `position` on, whatever the current position, which is undefined afterwards. Several threads may
   /// read from one open file in this way.
   /// @return the bytes that are now in `buf`, fewer than `n` only where the file ends; -1 if it cannot be read
-  int64 ReadAt(int64 position, void* buf, int64 n) const;
+  virtual int64 ReadAt(int64 position, void* buf, int64 n) const;
   /// Read bytes up to `delim` or a zero byte, which is consumed and becomes the terminating zero. One system call a
   /// byte.
   /// @return 1 for a line, or for `n` bytes without a delimiter, which stay unterminated; 0 at the end of the file

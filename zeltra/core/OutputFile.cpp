@@ -1,35 +1,71 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/core/OutputFileInternal.h"
 
+#include <cerrno>
+
 #include "zeltra/platform/System.h"
 #include "zeltra/platform/SystemInternal.h"
 
 namespace zeltra {
 
+// The first failure counts, whatever follows from it.
+void CheckedFile::Note(bool isDone) {
+  if (!good_ || isDone) return;
+  good_ = false;
+  error_ = errno;
+}
+
 int CheckedFile::Seek(const int64& pos) {
   const int result = AFile::Seek(pos);
-  good_ = good_ && (result || Tell() < 0);
+  Note(result || descriptor() < 0);
+  return result;
+}
+
+int64 CheckedFile::Tell() {
+  const int64 position = AFile::Tell();
+  Note(position >= 0 || descriptor() < 0);
+  return position;
+}
+
+int CheckedFile::Read(void* buf, int n) {
+  errno = 0;
+  const int result = AFile::Read(buf, n);
+  Note(result || errno == 0);
   return result;
 }
 
 int CheckedFile::Write(void* buf, int n) {
   const int64 end = Tell() + n;
+  errno = 0;
   const int result = AFile::Write(buf, n);
-  good_ = good_ && (n < 1 || (result && Tell() == end));
+  Note(n < 1 || (result && Tell() == end));
+  return result;
+}
+
+int64 CheckedFile::GetFileSize() {
+  const int64 size = AFile::GetFileSize();
+  Note(size >= 0 || descriptor() < 0);
+  return size;
+}
+
+int CheckedFile::Trunc() {
+  const int result = AFile::Trunc();
+  Note(result);
   return result;
 }
 
 int CheckedFile::Close() {
   // A second Close finds nothing to close, which is no loss.
   if (descriptor() < 0) return 0;
-  const bool isSettled = (permissions_ < 0 || platform::SetPermissions(descriptor(), permissions_)) && Sync();
-  const int result = AFile::Close() && isSettled;
-  good_ = good_ && result;
-  return result;
+  Note(permissions_ < 0 || platform::SetPermissions(descriptor(), permissions_));
+  const bool isSettled = Sync();
+  const int result = AFile::Close();
+  Note(result);
+  return result && isSettled;
 }
 
 bool CheckedFile::Sync() {
-  good_ = good_ && (!sync_ || platform::SyncDescriptor(descriptor()));
+  if (good_ && sync_) Note(platform::SyncDescriptor(descriptor()));
   return good_;
 }
 
@@ -57,13 +93,14 @@ AResult OutputFile::Create(const std::string& path, const JobOptions& options, c
   overwrite_ = options.overwrite;
   sync_ = options.sync;
   const platform::FileKind kind = platform::KindOf(target_);
+  if (kind == platform::FileKind::Unknown) return WriteError(errno);
   if (kind == platform::FileKind::Other) return AResult::Fail(path + ": is not a regular file and is not replaced");
   const bool isThere = kind == platform::FileKind::Regular;
   if (!overwrite_ && isThere) return AResult::Fail(path + ": exists already and is not replaced unasked");
   if (!input.empty() && IsSameFile(path, input)) return AResult::Fail(path + ": is the file that is read");
   const std::string temporary = TemporaryNameFor(target_);
   if (!file_.Open(temporary.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary)) {
-    return AResult::Fail(path + ": cannot be created");
+    return AResult::Fail(path + ": cannot be created: " + ReasonOf(errno));
   }
   temporary_ = temporary;
   file_.AtClose(isThere ? platform::PermissionsOf(target_) : -1, sync_);
@@ -86,16 +123,22 @@ AResult OutputFile::Complete() {
 
 AResult OutputFile::TakeName() {
   if (!MoveIntoPlace(temporary_, target_, overwrite_)) {
-    return AResult::Fail(path_ +
-                         (PathExists(target_) ? ": exists already and cannot be replaced" : ": cannot be created"));
+    const int error = errno;
+    if (error == EEXIST) return AResult::Fail(path_ + ": exists already and is not replaced unasked");
+    return AResult::Fail(path_ + ": cannot be created: " + ReasonOf(error));
   }
   temporary_.clear();
   if (!sync_ || platform::SyncFolderOf(target_)) return AResult::Ok();
-  return AResult::Fail(path_ + ": is complete, but the disk does not take the name into its folder");
+  return AResult::Fail(path_ + ": is complete, but its name cannot be written into its folder: " + ReasonOf(errno));
 }
 
 AResult OutputFile::WriteError() const {
-  return AResult::Fail(path_ + ": cannot be written, the disk may be full");
+  return WriteError(file_.error());
+}
+
+AResult OutputFile::WriteError(int error) const {
+  return AResult::Fail(path_ + ": cannot be written" +
+                       (error != 0 ? ": " + ReasonOf(error) : ", the disk may be full"));
 }
 
 }  // namespace zeltra

@@ -16,7 +16,11 @@ namespace zeltra {
 class CheckedFile : public AFile {
  public:
   int Seek(const int64& pos) override;
+  int64 Tell() override;
+  int Read(void* buf, int n) override;
   int Write(void* buf, int n) override;
+  int64 GetFileSize() override;
+  int Trunc() override;
   /// Wait until the disk holds what is written, where AtClose was told so. @return false if it does not
   bool Sync();
   /// Give the file its permissions, synchronise and close it.
@@ -25,9 +29,14 @@ class CheckedFile : public AFile {
   /// @param sync         whether Sync and Close wait until the disk holds the file
   void AtClose(int permissions, bool sync);
   bool good() const { return good_; }
+  /// Why a file is not good, as in errno; 0 where the system does not tell.
+  int error() const { return error_; }
 
  private:
+  void Note(bool isDone);
+
   bool good_ = true;
+  int error_ = 0;
   bool sync_ = false;
   int permissions_ = -1;
 };
@@ -61,8 +70,10 @@ class OutputFile {
   AResult TakeName();
   /// Close the file and remove it.
   void Discard();
-  /// The failure of a write: the disk is full or broken.
+  /// The failure of a write, with the system's reason.
   AResult WriteError() const;
+  /// The same for a class that opens the file itself.
+  AResult WriteError(int error) const;
 
  private:
   CheckedFile file_;

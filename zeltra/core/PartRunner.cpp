@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <new>
 #include <optional>
@@ -36,6 +37,10 @@ AResult RunPart(std::unique_ptr<PartWorker>& worker, const PartJob& job, int par
     return worker->Run(part, output);
   } catch (const std::bad_alloc&) {
     return NoMemory(job);
+  } catch (const std::exception& e) {
+    return AResult::Fail(job.name + ": " + e.what());
+  } catch (...) {
+    return AResult::Fail(job.name + ": failed for a reason that is not known");
   }
 }
 
@@ -45,12 +50,10 @@ class Alone : public PartOutput {
   Alone(const PartJob& job, const JobOptions& options) : job_(job), options_(options) {}
 
   bool Put(std::vector<char> bytes) override {
-    if (taken_) taken_ = job_.take(bytes);
-    return taken_ && !IsCancelled(options_);
+    return CallHost([&] { taken_ = job_.take(bytes); });
   }
   bool Count(int64 n) override {
-    SendProgress(options_.progress, done_ += n, job_.work, lastPercent_);
-    return taken_ && !IsCancelled(options_);
+    return CallHost([&] { SendProgress(options_.progress, done_ += n, job_.work, lastPercent_); });
   }
 
   AResult Run() {
@@ -58,6 +61,7 @@ class Alone : public PartOutput {
     for (int part = 0; part < job_.parts; ++part) {
       if (IsCancelled(options_)) return Cancelled(job_);
       AResult result = RunPart(worker, job_, part, *this);
+      if (thrown_) std::rethrow_exception(thrown_);
       if (!taken_) return taken_;
       if (IsCancelled(options_)) return Cancelled(job_);
       if (!result) return result;
@@ -68,7 +72,20 @@ class Alone : public PartOutput {
  private:
   const PartJob& job_;
   const JobOptions& options_;
+  // What the host throws passes, unlike what the part does. @return false if the job has ended
+  template <typename Call>
+  bool CallHost(const Call& call) {
+    if (thrown_ || !taken_) return false;
+    try {
+      call();
+    } catch (...) {
+      thrown_ = std::current_exception();
+    }
+    return !thrown_ && taken_ && !IsCancelled(options_);
+  }
+
   AResult taken_ = AResult::Ok();
+  std::exception_ptr thrown_;
   int64 done_ = 0;
   int lastPercent_ = -1;
 };

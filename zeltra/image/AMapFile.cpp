@@ -131,9 +131,17 @@ int WritePixels(AMapFile& file, const AMatrix<T>& m, const AMatrixRect& r) {
   return 1;
 }
 
+// The ranges of a map, empty ones of a file that is too short for them. @return 0 if they cannot be read
+int LoadRanges(AMapFile& file, TMinMax& ranges) {
+  const int64 size = file.GetFileSize();
+  if (size >= 0 && size < kRangesOffset + int64{sizeof ranges}) return 1;
+  return file.Seek(kRangesOffset) && ReadWhole(file, &ranges, sizeof ranges);
+}
+
 template <typename T>
 int WriteImage(AMapFile& file, const AMatrix<T>& m, const AMatrixRect& r) {
-  TMinMax ranges = file.GetMinMax();
+  TMinMax ranges;
+  if (!LoadRanges(file, ranges)) return 0;
   const int32_t sizes[2] = {r.isize(), r.jsize()};
   if (!file.Seek(kSizesOffset) || !WriteWhole(file, sizes, sizeof sizes) || !WritePixels(file, m, r)) return 0;
   ranges.range[2] = RangeOf(m, r);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/imaging/ImageFiles.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <utility>
@@ -100,8 +101,11 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
 
 AResult WriteMap(const DirtyImage& image, const AMatrix<float>& pixels, const OutputFile& output) {
   AMapFile file;
+  errno = 0;
   const bool stored = file.Open(output.temporary().c_str(), 1) && StorePrologue(image, file) && file.PutMatrix(pixels);
-  return file.Close() && stored ? AResult::Ok() : output.WriteError();
+  const int error = errno;
+  if (!stored) return output.WriteError(error);
+  return file.Close() ? AResult::Ok() : output.WriteError(errno);
 }
 
 AResult WriteFITSImage(const DirtyImage& image, OutputFile& output) {

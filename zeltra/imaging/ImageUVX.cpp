@@ -204,7 +204,7 @@ void Imager::Remark() {
 }  // namespace
 
 AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image) {
-  return Imager(from, options, image).Run();
+  return from.Settle(Imager(from, options, image).Run());
 }
 
 int64 ImageMemory(const ImageOptions& options) {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "zeltra/core/AInputFile.h"
 #include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/core/BlockWriterInternal.h"
 #include "zeltra/core/OutputFileInternal.h"
@@ -43,6 +44,7 @@ class Exporter {
   AResult Run();
 
  private:
+  AResult Export();
   enum class Pass { Whole, ParameterMissing, Stopped };
 
   AResult WriteHeader();
@@ -53,7 +55,7 @@ class Exporter {
 
   const std::string from_, to_;
   const JobOptions options_;
-  AFile input_;
+  AInputFile input_;
   AUVXFile uvx_;
   OutputFile output_;
   char firstCard_[kFITSCard] = {};
@@ -64,7 +66,12 @@ class Exporter {
 
 AResult Exporter::Run() {
   SendProgressRange(options_.progress);
-  if (!input_.Open(from_.c_str(), AFile::Binary)) return AResult::Fail(from_ + ": cannot be opened for reading");
+  AResult result = input_.Open(from_);
+  if (result) result = Export();
+  return result ? result : input_.Settle(result);
+}
+
+AResult Exporter::Export() {
   if (!uvx_.Attach(&input_, 0, 0)) {
     return AResult::Fail(from_ + ": not a UVX file, or one whose writer did not finish");
   }
@@ -90,6 +97,7 @@ AResult Exporter::Run() {
   if (!uvx_.ToFITSTables(file)) {
     return file.good() ? AResult::Fail(from_ + ": a table is damaged") : output_.WriteError();
   }
+  if (result = input_.Check(); !result) return result;
   if (result = output_.Sync(); !result) return result;
   if (!file.Seek(0) || !file.Write(firstCard_, kFITSCard)) return output_.WriteError();
   return output_.Commit();
@@ -104,7 +112,7 @@ AResult Exporter::WriteHeader() {
   }
   const int64 dataStart = file.Tell();
   char nothing[kFITSCard] = {};
-  const bool written = file.Seek(0) && file.Read(firstCard_, kFITSCard) && file.Seek(0) &&
+  const bool written = file.Seek(0) && ReadWhole(file, firstCard_, kFITSCard) && file.Seek(0) &&
                        file.Write(nothing, kFITSCard) && file.Seek(dataStart);
   return written && file.good() ? AResult::Ok() : output_.WriteError();
 }

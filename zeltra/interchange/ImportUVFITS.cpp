@@ -11,6 +11,7 @@
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/interchange/GroupReaderInternal.h"
+#include "zeltra/interchange/InputKindInternal.h"
 #include "zeltra/interchange/UVFITSInputInternal.h"
 #include "zeltra/interchange/UVFITSTablesInternal.h"
 #include "zeltra/uvx/AUVXAntenns.h"
@@ -95,14 +96,15 @@ int IntegerAt(const char* raw, int size) {
 
 class Importer {
  public:
-  Importer(const std::string& from, const std::string& to, const ImportOptions& options, ImportSummary& summary)
-      : from_(from), to_(to), options_(options), summary_(summary) {}
+  Importer(const std::string& to, const ImportOptions& options, ImportSummary& summary)
+      : to_(to), options_(options), summary_(summary) {}
 
-  AResult Run();
+  AResult Run(std::unique_ptr<AInputFile> from);
 
  private:
   enum class Pass { Whole, OutOfOrder, Stopped };
 
+  AResult Import();
   void SettleDate();
   AResult ReadKeys();
   AResult WriteRecords();
@@ -120,7 +122,7 @@ class Importer {
   AResult Broken(int group) const { return input_.Refuse("cannot be read in group " + Number(group + 1)); }
   AResult Stopped() const { return AResult::Cancel(to_ + ": the import was cancelled"); }
 
-  const std::string from_, to_;
+  const std::string to_;
   const ImportOptions options_;
   ImportSummary& summary_;
   UVFITSInput input_;
@@ -132,20 +134,26 @@ class Importer {
   Predecessor before_;
 };
 
-AResult Importer::Run() {
+AResult Importer::Run(std::unique_ptr<AInputFile> from) {
   SendProgressRange(options_.progress);
   SendProgressText(options_.progress, "Reading file informatiom...");
-  if (AResult result = input_.Open(from_, summary_.remarks); !result) return result;
+  AResult result = input_.Open(std::move(from), summary_.remarks);
+  if (result) result = Import();
+  return result ? result : input_.file().Settle(result);
+}
+
+AResult Importer::Import() {
   AFITSmain& main = *input_.fits().main();
   plainFloats_ = main.valueBytes() == -4 && main.bscale() == 1 && main.bzero() == 0;
-  if (AResult result = writer_.Create(to_, input_.header(), options_, from_); !result) return result;
+  if (AResult result = writer_.Create(to_, input_.header(), options_, input_.file().name()); !result) return result;
   writer_.SetScanGap(options_.scanGap);
   SettleDate();
   if (AResult result = WriteRecords(); !result) return result;
   RemarkOnFindings();
   if (AResult result = WriteTables(); !result) return result;
   summary_.records = writer_.records();
-  return writer_.Finish();
+  AResult result = input_.file().Check();
+  return result ? writer_.Finish() : result;
 }
 
 // Group by group in the order of the file, or in time order where that differs.
@@ -478,8 +486,16 @@ void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable
 
 AResult ImportUVFITS(const std::string& from, const std::string& to, const ImportOptions& options,
                      ImportSummary* summary) {
+  if (const std::string sentence = WhyNoInput(from); !sentence.empty()) return AResult::Fail(from + ": " + sentence);
+  auto file = std::make_unique<AInputFile>();
+  AResult result = file->Open(from);
+  return result ? ImportUVFITS(std::move(file), to, options, summary) : result;
+}
+
+AResult ImportUVFITS(std::unique_ptr<AInputFile> from, const std::string& to, const ImportOptions& options,
+                     ImportSummary* summary) {
   ImportSummary unused;
-  return Importer(from, to, options, summary ? *summary : unused).Run();
+  return Importer(to, options, summary ? *summary : unused).Run(std::move(from));
 }
 
 }  // namespace zeltra

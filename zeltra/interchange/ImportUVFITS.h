@@ -3,9 +3,11 @@
 #ifndef ZELTRA_INTERCHANGE_IMPORTUVFITS_H_
 #define ZELTRA_INTERCHANGE_IMPORTUVFITS_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
@@ -48,6 +50,10 @@ struct ImportSummary {
 /// AUVXWriter::kMostScans of them; a table of scans that comes with the file is held several times.
 /// @param summary  may be null; filled also when the import fails
 ZELTRA_API AResult ImportUVFITS(const std::string& from, const std::string& to, const ImportOptions& options,
+                                ImportSummary* summary);
+
+/// The same of a file that is open already; sentences name it as it says.
+ZELTRA_API AResult ImportUVFITS(std::unique_ptr<AInputFile> from, const std::string& to, const ImportOptions& options,
                                 ImportSummary* summary);
 
 /// What a person may tell the job, and what it gives.

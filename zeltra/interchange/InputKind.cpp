@@ -2,29 +2,17 @@
 #include <filesystem>
 #include <system_error>
 
-#include "zeltra/core/AFile.h"
 #include "zeltra/interchange/InputKindInternal.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra {
-namespace {
-
-bool IsCompressed(const std::string& path) {
-  AFile file;
-  unsigned char start[2] = {};
-  return file.Open(path.c_str(), AFile::Binary) && file.Read(start, sizeof start) && start[0] == 0x1F &&
-         start[1] == 0x8B;
-}
-
-}  // namespace
-
 std::string WhyNoInput(const std::string& path) {
   // Names are UTF-8 on every system.
   std::error_code error;
   const std::filesystem::path name(std::u8string(path.begin(), path.end()));
   switch (std::filesystem::status(name, error).type()) {
     case std::filesystem::file_type::regular:
-      return IsCompressed(path) ? "compressed with gzip; decompress it first, with gunzip" : "";
+      return {};
     case std::filesystem::file_type::directory:
       return PathExists(path + "/table.dat")
                  ? "a Measurement Set (a folder that holds table.dat); convert it to UV FITS first, with the task "
@@ -39,6 +27,12 @@ std::string WhyNoInput(const std::string& path) {
     default:
       return {};
   }
+}
+
+std::string WhyNoInput(const AInputFile& file) {
+  unsigned char start[2] = {};
+  const bool isCompressed = file.ReadAt(0, start, sizeof start) == 2 && start[0] == 0x1F && start[1] == 0x8B;
+  return isCompressed ? "compressed with gzip; decompress it first, with gunzip" : "";
 }
 
 }  // namespace zeltra

@@ -70,13 +70,14 @@ bool StartsWith(const std::string& text, const char* start) {
 
 }  // namespace
 
-AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& remarks) {
-  path_ = path;
-  if (const std::string sentence = WhyNoInput(path); !sentence.empty()) return Refuse(sentence);
-  if (!fits_.Open(path)) return Refuse("cannot be opened for reading");
+AResult UVFITSInput::Open(std::unique_ptr<AInputFile> file, std::vector<std::string>& remarks) {
+  file_ = file.get();
+  fits_ = std::make_unique<AFITS>(file_);
+  file.release();
+  if (const std::string sentence = WhyNoInput(*file_); !sentence.empty()) return Refuse(sentence);
   if (AResult result = ReadHeaders(); !result) return result;
   if (AResult result = CheckFormat(); !result) return result;
-  if (const std::string sentence = SettleScales(*fits_.main()); !sentence.empty()) return Refuse(sentence);
+  if (const std::string sentence = SettleScales(*fits_->main()); !sentence.empty()) return Refuse(sentence);
   if (AResult result = CheckAxes(remarks); !result) return result;
   if (AResult result = CheckExtent(remarks); !result) return result;
   if (AResult result = PrepareParameters(remarks); !result) return result;
@@ -86,16 +87,16 @@ AResult UVFITSInput::Open(const std::string& path, std::vector<std::string>& rem
 }
 
 AResult UVFITSInput::ReadHeaders() {
-  AFile& file = *fits_.file();
+  AFile& file = *fits_->file();
   const int64 size = file.GetFileSize();
   constexpr char kStart[] = {'S', 'I', 'M', 'P', 'L', 'E', ' ', ' ', '='};
   char start[sizeof kStart];
   if (size >= kFITSCard && ReadWhole(file, start, sizeof start) && std::memcmp(start, kStart, sizeof start) != 0) {
     return Refuse("not a FITS file: it does not begin with a SIMPLE card");
   }
-  if (!file.Seek(0)) return Refuse("cannot be read");
-  const bool isRead = fits_.ReadHeaders();
-  const AFITSmain& main = *fits_.main();
+  file.Seek(0);
+  const bool isRead = fits_->ReadHeaders();
+  const AFITSmain& main = *fits_->main();
   if (main.headerEnd() == 0) {
     return Refuse("the primary header has no END card before the file ends at byte " + std::to_string(size));
   }
@@ -112,7 +113,7 @@ AResult UVFITSInput::ReadHeaders() {
 
 std::optional<std::string> UVFITSInput::Find(const std::string& key) const {
   ParseFITSstr card;
-  if (!fits_.main()->FindCard(key, card)) return std::nullopt;
+  if (!fits_->main()->FindCard(key, card)) return std::nullopt;
   return card.strPar();
 }
 
@@ -127,12 +128,12 @@ bool UVFITSInput::IsImage() const {
 }
 
 AResult UVFITSInput::CheckFormat() const {
-  const AFITSmain& main = *const_cast<AFITS&>(fits_).main();
+  const AFITSmain& main = *fits_->main();
   const bool claimsGroups = ClaimsGroups();
   const bool randomGroups = claimsGroups && main.naxis() >= 1 && main.AxisLength(1) == 0;
   if (randomGroups) return AResult::Ok();
 
-  AFITS& fits = const_cast<AFITS&>(fits_);
+  AFITS& fits = *fits_;
   // The primary header of FITS-IDI says GROUPS = T and has no axes.
   if (fits.HasExtTable("UV_DATA") || (claimsGroups && main.naxis() == 0)) {
     return Refuse(
@@ -153,7 +154,7 @@ AResult UVFITSInput::CheckFormat() const {
 }
 
 AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
-  AFITSmain& main = *fits_.main();
+  AFITSmain& main = *fits_->main();
   const int bytes = main.valueBytes();
   if (bytes != 2 && bytes != 4 && bytes != -4) {
     const std::optional<std::string> bitpix = Find("BITPIX");
@@ -191,16 +192,16 @@ AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
 }
 
 AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
-  AFITSmain& main = *fits_.main();
-  const int64 size = fits_.file()->GetFileSize();
+  AFITSmain& main = *fits_->main();
+  const int64 size = fits_->file()->GetFileSize();
   if (main.dataStart() + int64{main.groupBytes()} * main.gcount() > size) {
     const int64 whole = std::max<int64>(0, size - main.dataStart()) / main.groupBytes();
     return Refuse("the file ends at byte " + std::to_string(size) + ", in group " + std::to_string(whole + 1) + " of " +
                   std::to_string(main.gcount()));
   }
   int64 end = main.nextHeader();
-  for (int i = 0; i < fits_.tables().count(); ++i) {
-    AFITSxtbl& table = *fits_.tables()(i);
+  for (int i = 0; i < fits_->tables().count(); ++i) {
+    AFITSxtbl& table = *fits_->tables()(i);
     if (table.CardCount() < 1) {
       return Refuse("the header of the table " + Quoted(table.extname()) + kTooLong);
     }
@@ -216,8 +217,8 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
   }
   if (end >= size) return AResult::Ok();
   char start[8] = {};
-  fits_.file()->Seek(end);
-  fits_.file()->Read(start, sizeof start);
+  fits_->file()->Seek(end);
+  fits_->file()->Read(start, sizeof start);
   if (std::memcmp(start, "XTENSION", sizeof start) == 0) {
     return Refuse("the extension header at byte " + std::to_string(end) + " cannot be read");
   }
@@ -227,7 +228,7 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
 }
 
 AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
-  AFITSmain& main = *fits_.main();
+  AFITSmain& main = *fits_->main();
   if (main.pcount() > main.Parameters()) {
     return Refuse("the card PCOUNT = " + std::to_string(main.pcount()) + " is beyond the 999 that FITS allows");
   }
@@ -263,7 +264,7 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
 }
 
 void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
-  AFITSmain& main = *fits_.main();
+  AFITSmain& main = *fits_->main();
   const std::optional<std::string> epoch = Find("EPOCH");
   const std::optional<std::string> given = epoch ? epoch : Find("EQUINOX");
   const std::string text = given ? *given : "";
@@ -276,7 +277,7 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
   if (Trimmed(main.instrume()).empty()) {
     if (const auto telescope = Find("TELESCOP")) main.instrume() = *telescope;
   }
-  header_ = AUVXHeader(fits_);
+  header_ = AUVXHeader(*fits_);
   if (header_.stokes.count() < 1) {
     header_.stokes.SetCount(1);
     header_.stokes(0) = 1;

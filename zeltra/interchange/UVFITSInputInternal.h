@@ -3,10 +3,12 @@
 #ifndef ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
 #define ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AResult.h"
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/uvx/AUVXHeader.h"
@@ -19,13 +21,13 @@ namespace zeltra {
 class UVFITSInput {
  public:
   /// @param remarks  receives a sentence for all that is doubtful or not carried
-  AResult Open(const std::string& path, std::vector<std::string>& remarks);
+  AResult Open(std::unique_ptr<AInputFile> file, std::vector<std::string>& remarks);
 
-  AFITS& fits() { return fits_; }
-  const std::string& path() const { return path_; }
+  AFITS& fits() { return *fits_; }
+  const AInputFile& file() const { return *file_; }
   /// The UVX header of the file; its ranges are empty.
   const AUVXHeader& header() const { return header_; }
-  int groups() const { return fits_.main()->gcount(); }
+  int groups() const { return fits_->main()->gcount(); }
   /// Bytes of a group before its visibilities.
   int parameterBytes() const { return parameterBytes_; }
   /// Whether ANTENNA1 and ANTENNA2 stand in place of a BASELINE.
@@ -39,7 +41,7 @@ class UVFITSInput {
   bool claimsTimeBaseline() const { return claimsTimeBaseline_; }
 
   /// A sentence about this file.
-  AResult Refuse(const std::string& sentence) const { return AResult::Fail(path_ + ": " + sentence); }
+  AResult Refuse(const std::string& sentence) const { return AResult::Fail(file_->name() + ": " + sentence); }
 
  private:
   AResult ReadHeaders();
@@ -55,8 +57,8 @@ class UVFITSInput {
   void ReadHistory(const std::string& line);
   void RemarkOnHistory(std::vector<std::string>& remarks);
 
-  AFITS fits_;
-  std::string path_;
+  std::unique_ptr<AFITS> fits_;
+  AInputFile* file_ = nullptr;  // that `fits_` owns
   int64 historyCards_ = 0;
   std::string sortOrder_, weightScale_;  // as the history tells
   AUVXHeader header_;

@@ -98,7 +98,7 @@ AResult AUVXFluxes::Create(AUVXInput& input, const JobOptions& options) {
     if (record.group.flag == 0) baseline.Add(record.values, values);
     return true;
   });
-  if (!result) return result;
+  if (result = input.Settle(result); !result) return result;
   for (const BaseLine& baseline : table.Sorted()) {
     baselines_.Add(baseline.item);
     for (const Amplitudes& amplitudes : baseline.amplitudes) items_.push_back(amplitudes.Result());

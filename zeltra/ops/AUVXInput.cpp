@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "zeltra/core/AFile.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/interchange/ImportUVFITS.h"
 #include "zeltra/interchange/InputKindInternal.h"
@@ -31,7 +30,7 @@ std::string CodeOf(const AUVXTableItem& item) {
 
 }  // namespace
 
-AUVXInput::AUVXInput() = default;
+AUVXInput::AUVXInput() : file_(std::make_unique<AInputFile>()) {}
 
 AUVXInput::~AUVXInput() {
   uvx_.Close();
@@ -40,19 +39,33 @@ AUVXInput::~AUVXInput() {
 
 AResult AUVXInput::Open(const std::string& path, const JobOptions& options) {
   path_ = path;
-  contents_.reset();
-  if (!PathExists(path)) return AResult::Fail(path + ": no such file");
   if (const std::string sentence = WhyNoInput(path); !sentence.empty()) return AResult::Fail(path + ": " + sentence);
-  AFile file;
-  if (!file.Open(path.c_str(), AFile::Binary)) return AResult::Fail(path + ": cannot be opened");
+  auto file = std::make_unique<AInputFile>();
+  AResult result = file->Open(path);
+  return result ? Open(std::move(file), options) : result;
+}
+
+AResult AUVXInput::Open(std::unique_ptr<AInputFile> file, const JobOptions& options) {
+  // It borrows the file that goes now.
+  uvx_.Close();
+  uvx_ = AUVXFile();
+  if (!temporary_.empty()) RemoveFile(temporary_);
+  temporary_.clear();
+  file_ = std::move(file);
+  path_ = file_->name();
+  contents_.reset();
   char start[8] = {};
-  file.Read(start, sizeof start);
-  file.Close();
+  file_->ReadAt(0, start, sizeof start);
   if (std::memcmp(start, "SIMPLE  ", sizeof start) == 0) return Import(options);
+  if (const std::string sentence = WhyNoInput(*file_); !sentence.empty()) {
+    return AResult::Fail(path_ + ": " + sentence);
+  }
   int32_t magic;
   std::memcpy(&magic, start, sizeof magic);
-  if (magic != kCommitted) return AResult::Fail(path + ": not a UVX file, or one whose writer did not finish");
-  return OpenUVX(path);
+  if (magic != kCommitted) {
+    return Settle(AResult::Fail(path_ + ": not a UVX file, or one whose writer did not finish"));
+  }
+  return Settle(OpenUVX());
 }
 
 AResult AUVXInput::Import(const JobOptions& options) {
@@ -60,15 +73,18 @@ AResult AUVXInput::Import(const JobOptions& options) {
   ImportSummary summary;
   JobOptions unsynced = options;
   unsynced.sync = false;
-  AResult result = ImportUVFITS(path_, temporary_, unsynced, &summary);
+  AResult result = ImportUVFITS(std::move(file_), temporary_, unsynced, &summary);
+  file_ = std::make_unique<AInputFile>();
   remarks_ = std::move(summary.remarks);
   if (result.code() == AResult::Cancelled) return AResult::Cancel(path_ + ": the import was cancelled");
-  return result ? OpenUVX(temporary_) : result;
+  if (result) result = file_->Open(temporary_, path_);
+  // Where an open file may lose its name, nothing is left of it whatever happens.
+  if (RemoveFile(temporary_)) temporary_.clear();
+  return result ? Settle(OpenUVX()) : result;
 }
 
-AResult AUVXInput::OpenUVX(const std::string& path) {
-  if (!file_.Open(path.c_str(), AFile::Binary)) return AResult::Fail(path_ + ": cannot be opened");
-  if (!uvx_.Attach(&file_, 0, 0)) {
+AResult AUVXInput::OpenUVX() {
+  if (!uvx_.Attach(file_.get(), 0, 0)) {
     return AResult::Fail(path_ + ": damaged or cut short, it does not hold what its first 481 bytes promise");
   }
   const int held = uvx_.HeldRecords();
@@ -83,7 +99,7 @@ AResult AUVXInput::OpenUVX(const std::string& path) {
 bool AUVXInput::ReadTime(int record, double& julianDate) {
   const int64 position =
       uvx_.DataOffset() + int64{record} * uvx_.recSize() + static_cast<int64>(offsetof(AUVXGroup, date));
-  return file_.ReadAt(position, &julianDate, sizeof julianDate) == int64{sizeof julianDate};
+  return file_->ReadAt(position, &julianDate, sizeof julianDate) == int64{sizeof julianDate};
 }
 
 const AUVXContents& AUVXInput::contents() {
@@ -114,12 +130,13 @@ AResult AUVXInput::FindTable(const std::string& code, int version, std::unique_p
     codes += (i == 0 ? "" : ", ") + present;
     if (!IsSameWord(present, code) || ++found != version) continue;
     table = Table(directory(i));
-    return table ? AResult::Ok() : DamagedTable(directory(i));
+    return Settle(table ? AResult::Ok() : DamagedTable(directory(i)));
   }
   if (found > 0) {
     return AResult::Fail(path_ + ": no version " + std::to_string(version) + " of table " + code +
                          ", the last one is " + std::to_string(found));
   }
+  if (AResult result = Check(); !result) return result;
   return AResult::Fail(path_ + ": no table " + code + "; there " + (codes.empty() ? "are none" : "are " + codes));
 }
 

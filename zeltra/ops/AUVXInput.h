@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zeltra/core/AFile.h"
+#include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobOptions.h"
 #include "zeltra/uvx/AUVXFile.h"
@@ -29,12 +29,19 @@ class ZELTRA_API AUVXInput {
   /// @param options  progress and cancel flag of the import; `overwrite` does not matter
   /// @return a failure that tells what is wrong with the file: it must hold every record that it promises
   AResult Open(const std::string& path, const JobOptions& options = {});
+  /// The same of a file that is open already.
+  AResult Open(std::unique_ptr<AInputFile> file, const JobOptions& options = {});
 
   /// The name given to Open, by which sentences name the file.
   const std::string& path() const { return path_; }
   AUVXFile& uvx() { return uvx_; }
-  /// The open file itself, for AFile::ReadAt.
-  AFile& file() { return file_; }
+  /// The open file itself.
+  AInputFile& file() { return *file_; }
+  /// @return a failure if anything of the file could not be read, or if it was changed meanwhile. What a failed read
+  ///         should have given looks empty until then: whoever reads asks before the result counts as whole.
+  AResult Check() const { return file_->Check(); }
+  /// The result of a job that reads the file: the failure of Check() if there is one, which may be why the job failed.
+  AResult Settle(const AResult& result) const { return file_->Settle(result); }
   /// What the import remarked; empty for a UVX file.
   const std::vector<std::string>& remarks() const { return remarks_; }
 
@@ -61,14 +68,14 @@ class ZELTRA_API AUVXInput {
   AResult NothingSelected();
 
  private:
-  AResult OpenUVX(const std::string& path);
+  AResult OpenUVX();
   AResult Import(const JobOptions& options);
   AResult DamagedTable(const AUVXTableItem& item) const;
 
   std::string path_;
   std::string temporary_;  // the imported file, if any
   std::vector<std::string> remarks_;
-  AFile file_;
+  std::unique_ptr<AInputFile> file_;
   AUVXFile uvx_;
   std::unique_ptr<AUVXContents> contents_;
 };

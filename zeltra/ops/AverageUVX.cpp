@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/ops/AverageUVX.h"
 
+#include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 #include "zeltra/ops/CopiedTablesInternal.h"
@@ -60,12 +62,15 @@ AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const AAr
   if (AResult result = from.CheckRecordSize(); !result) return result;
   IntervalWalk walk(from, options);
   if (AResult result = walk.Open(); !result) return result;
+  std::vector<int> points(static_cast<size_t>(std::max(from.uvx().IFs(), 1) * from.uvx().channels()));
+  std::iota(points.begin(), points.end(), 0);
   const ValueChoice choice = options.mix == AverageMix::Stored
                                  ? ValueChoice(from.uvx())
-                                 : ValueChoice(from.uvx(), mixes, options.mean == MeanKind::Weighted);
+                                 : ValueChoice(from.uvx(), points, {mixes.lpArray(), mixes.lpArray() + mixes.count()},
+                                               options.mean == MeanKind::Weighted);
   SendProgressText(options.progress, "Averaging...");
   return walk.Run(
-      choice, IntervalWalk::Pieces::Allowed,
+      choice, {},
       [&](const Interval& interval, std::vector<char>& bytes) { AppendRecords(interval, choice.count(), bytes); },
       [&](const std::vector<char>& bytes) { return TakeIntervals(bytes, RecordBytes(choice.count()), take); });
 }
@@ -80,6 +85,25 @@ AResult ChangePolarisations(const AArray<AStokesMix>& mixes, const std::string& 
     header.stokes(i) = i < mixes.count() ? mixes(i).GetStokesID() : 0;
   }
   return AResult::Ok();
+}
+
+AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptions& options) {
+  AArray<AStokesMix> mixes;
+  AUVXHeader header(from.uvx());
+  if (AResult result = from.CheckTables(); !result) return result;
+  if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
+  if (AResult result = ChangePolarisations(mixes, to, header); !result) return result;
+  AUVXWriter writer;
+  if (AResult result = writer.Create(to, header, options, from.path()); !result) return result;
+  const AUVXPosition& scans = from.contents().scans();
+  AResult result = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
+    writer.BeginScan(head.scan, scans(head.scan).subarray);
+    return writer.Append(records, head.records);
+  });
+  if (!result) return result;
+  if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");
+  if (result = CopyTables(from, writer); !result) return result;
+  return writer.Finish();
 }
 
 }  // namespace
@@ -115,7 +139,7 @@ AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSin
   if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
   AUVXGroup group;
   AUVXVisibility values;
-  return AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
+  AResult averaged = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
     if (values.count() == 0) values.GrowBy(from.uvx().IFs(), from.uvx().channels(), mixes.count());
     char* record = const_cast<char*>(records);
     for (int i = 0; i < head.records; ++i) {
@@ -124,25 +148,12 @@ AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSin
     }
     return AResult::Ok();
   });
+  return from.Settle(averaged);
 }
 
 AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options) {
-  AArray<AStokesMix> mixes;
-  AUVXHeader header(from.uvx());
-  if (AResult result = from.CheckTables(); !result) return result;
-  if (AResult result = AveragedPolarisations(from, options.mix, mixes); !result) return result;
-  if (AResult result = ChangePolarisations(mixes, to, header); !result) return result;
-  AUVXWriter writer;
-  if (AResult result = writer.Create(to, header, options, from.path()); !result) return result;
-  const AUVXPosition& scans = from.contents().scans();
-  AResult result = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
-    writer.BeginScan(head.scan, scans(head.scan).subarray);
-    return writer.Append(records, head.records);
-  });
-  if (!result) return result;
-  if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");
-  if (result = CopyTables(from, writer); !result) return result;
-  return writer.Finish();
+  AResult result = WriteAverages(from, to, options);
+  return result ? result : from.Settle(result);
 }
 
 }  // namespace zeltra

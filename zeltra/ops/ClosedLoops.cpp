@@ -91,9 +91,7 @@ std::string Partners(const ABaseLine& baselines, int antenna) {
   return list.empty() ? "none" : list;
 }
 
-}  // namespace
-
-AResult FindClosedLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChain>& chains) {
+AResult FindLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChain>& chains) {
   const AUVXContents& contents = from.contents();
   std::optional<int> source;
   if (!options.source.empty()) {
@@ -130,6 +128,12 @@ AResult FindClosedLoops(AUVXInput& from, const LoopOptions& options, std::vector
     for (int k = 0; k < numbers.count(); ++k) chain.push_back(search.Directed(numbers(k)));
   }
   return AResult::Ok();
+}
+
+}  // namespace
+
+AResult FindClosedLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChain>& chains) {
+  return from.Settle(FindLoops(from, options, chains));
 }
 
 }  // namespace zeltra

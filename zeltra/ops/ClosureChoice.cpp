@@ -5,10 +5,6 @@ namespace zeltra {
 
 AResult SettleClosure(SelectedVisibilities& data, ClosureOptions& closure) {
   UVXSelection& selection = closure.selection;
-  if (selection.stokes.empty()) {
-    if (AResult result = data.Select(selection, SelectedVisibilities::ParallelHands); !result) return result;
-    selection.stokes = {data.mixes()(0).asShortString()};
-  }
   if (AResult result = data.Select(selection, SelectedVisibilities::ParallelHands); !result) return result;
   if (!selection.antennas.empty()) return AResult::Ok();
   int antenna = -1;

@@ -9,9 +9,7 @@
 
 namespace zeltra {
 
-/// Settle what `closure` leaves open: the polarisation, the first parallel hand that is stored, since antennas shift
-/// the phases of the two hands differently and closure holds for each alone; and the antenna, the one that most of the
-/// visibilities are of.
+/// Settle the antenna that `closure` leaves open: the one that most of the visibilities are of.
 /// @param data  selects the visibilities of the closure phases
 /// @return a failure of the selection, or that it leaves no valid visibility
 ZELTRA_API AResult SettleClosure(SelectedVisibilities& data, ClosureOptions& closure);

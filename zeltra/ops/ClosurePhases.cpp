@@ -2,20 +2,30 @@
 #include "zeltra/ops/ClosurePhases.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <optional>
+#include <utility>
 #include <vector>
 
-#include "zeltra/analysis/TriangleWalkInternal.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
+#include "zeltra/ops/ClosureTermsInternal.h"
+#include "zeltra/ops/IndependentClosuresInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
 
 namespace zeltra {
 namespace {
+
+constexpr int kRR = -1, kLL = -2, kXX = -5, kYY = -6, kI = 1;
+
+// Closures are handed on in pieces of this size.
+constexpr size_t kPieceBytes = 1 << 20;
+// What the bispectra of all values take while they are averaged over time stamps.
+constexpr int64 kMostTermBytes = 64 << 20;
 
 /// The polarisation that the conjugate of `code` has when the antennas are exchanged.
 int Exchanged(int code) {
@@ -33,133 +43,236 @@ int Exchanged(int code) {
   }
 }
 
-// Phases of the baselines of an interval, from the lower antenna to the higher one as signed bytes.
-class Phases {
- public:
-  explicit Phases(const IntervalSums& sums) : sums_(sums) {
-    for (int place = 0; place < sums.count(); ++place) {
-      AUVXGroup group;
-      AUVXComplex value;
-      sums.Mean(place, group, &value);
-      const bool isUsable = value.weight > 0 && group.ant1 != group.ant2;
-      phases_.push_back(isUsable ? std::atan2(double{value.im}, double{value.re}) : kNone);
-      antennas_.insert(antennas_.end(), {group.tlsc1(), group.tlsc2()});
-    }
-    std::sort(antennas_.begin(), antennas_.end());
-    antennas_.erase(std::unique(antennas_.begin(), antennas_.end()), antennas_.end());
-  }
-
-  /// Ascending, each once.
-  const std::vector<int>& antennas() const { return antennas_; }
-  /// NaN for a baseline without a valid value.
-  double operator()(int a, int b) const {
-    const int place = sums_.PlaceOf(static_cast<int8_t>(a), static_cast<int8_t>(b));
-    return place < 0 ? kNone : phases_[static_cast<size_t>(place)];
-  }
-
- private:
-  static constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-
-  const IntervalSums& sums_;
-  std::vector<double> phases_;
-  std::vector<int> antennas_;
+// A closure on its way from the threads.
+struct ClosureRow {
+  double time;
+  double value, sigma;
+  std::int32_t source, place;
+  std::uint8_t antennas[4];
 };
 
-void AppendClosure(double time, const int (&antennas)[3], double phase, std::vector<char>& bytes) {
-  AClosurePhase closure;
-  closure.time = time;
-  closure.phase = phase;
-  std::transform(antennas, antennas + 3, closure.antennas, [](int antenna) { return static_cast<uint8_t>(antenna); });
-  // Numbers above 127 stand before the others here; turning a triangle leaves its phase as it is.
-  std::rotate(closure.antennas, std::min_element(closure.antennas, closure.antennas + 3), closure.antennas + 3);
-  const char* image = reinterpret_cast<const char*>(&closure);
-  bytes.insert(bytes.end(), image, image + sizeof closure);
-}
-
-// The closure phases of the triangles of an interval, one value of each baseline, in the order of the antennas.
-void AppendClosures(const Interval& interval, std::optional<int> wanted, std::vector<char>& bytes) {
-  const Phases phases(interval.sums);
-  const std::vector<int>& antennas = phases.antennas();
-  for (size_t i = 0; i < antennas.size(); ++i) {
-    for (size_t j = i + 1; j < antennas.size(); ++j) {
-      const int a = antennas[i], b = antennas[j];
-      const double first = phases(a, b);
-      if (std::isnan(first)) continue;
-      for (size_t k = j + 1; k < antennas.size(); ++k) {
-        const int c = antennas[k];
-        if (wanted && a != *wanted && b != *wanted && c != *wanted) continue;
-        const double phase = ClosureOf(first, phases(b, c), -phases(a, c));
-        if (!std::isnan(phase)) AppendClosure(interval.time, {a, b, c}, phase, bytes);
-      }
-    }
-  }
-}
+struct ClosureState : IntervalState {
+  ClosureTerms terms;
+};
 
 class Closer {
  public:
-  Closer(AUVXInput& from, const ClosureOptions& options) : from_(from), options_(options), walk_(from, options) {}
+  Closer(AUVXInput& from, const ClosureOptions& options)
+      : from_(from), options_(Settled(options)), walk_(from, options_) {}
 
-  AResult Run(const ClosureSink& sink);
+  AResult Run(const ClosureSink& sink, AClosureCounts* counts);
 
  private:
+  static ClosureOptions Settled(ClosureOptions options);
   AResult LookUp();
+  AResult FindPolarisations();
+  AResult FindStored(const std::string& name, AStokesItem& item) const;
+  void Close(const Interval& interval, std::vector<char>& bytes);
+  bool Append(const Interval& interval, const ClosureTerms& terms, std::vector<char>& bytes);
+  bool AppendValue(const Interval& interval, ClosureTerms& terms, std::vector<char>& bytes);
+  void Describe(int place, AClosure& closure) const;
+  int MostValues() const;
+  AResult Refusal() const;
 
   AUVXInput& from_;
   const ClosureOptions options_;
   IntervalWalk walk_;
-  std::optional<int> antenna_;
-  std::optional<ValueChoice> choice_;
+  ClosureShape shape_;
+  std::vector<int> IFs_, channels_;
+  std::vector<AStokesItem> polarisations_;  // in the order of the file
+  std::atomic<bool> hasTooMany_ = false;    // antennas
+  std::atomic<int64> formed_ = 0, weak_ = 0;
 };
+
+ClosureOptions Closer::Settled(ClosureOptions options) {
+  options.complexMean = true;
+  options.mean = MeanKind::Weighted;
+  return options;
+}
 
 AResult Closer::LookUp() {
   const AUVXContents& contents = from_.contents();
   const UVXSelection& selection = options_.selection;
-  if (!selection.antennas.empty()) {
-    int number = 0;
-    if (AResult result = contents.FindAntenna(selection.antennas.front(), number); !result) return result;
-    antenna_ = SignedAntenna(number);
+  shape_.amplitudes = options_.amplitudes;
+  for (const std::string& antenna : selection.antennas) {
+    if (AResult result = contents.FindAntenna(antenna, shape_.antennas.emplace_back()); !result) return result;
   }
-  AUVXFile& uvx = from_.uvx();
-  std::vector<int> IFs, channels;
-  const std::string& path = from_.path();
-  AResult result = SettlePlaces(path, "IF", selection.IFs, std::max(uvx.IFs(), 1), IFs);
-  if (result) result = SettlePlaces(path, "channel", selection.channels, uvx.channels(), channels);
-  if (!result) return result;
-  if (uvx.stokes() < 1) return AResult::Fail(from_.path() + ": its records hold no polarisations");
-  const std::string first = AStokesItem(0, contents.header().stokes(0)).asShortString();
-  const std::string name = selection.stokes.empty() ? first : selection.stokes.front();
-  AStokesMix mix, reverse;
-  if (result = contents.FindPolarisation(name, mix); !result) return result;
-  const AStokesItem exchanged(0, Exchanged(mix.GetStokesID()));
-  std::optional<AStokesMix> back;
-  if (contents.FindPolarisation(exchanged.asShortString(), reverse)) back = reverse;
-  const int point = IFs[0] * uvx.channels() + channels[0];
-  choice_.emplace(uvx, point, mix, back, options_.mean == MeanKind::Weighted);
-  return AResult::Ok();
+  const AUVXFile& uvx = from_.uvx();
+  AResult result = SettlePlaces(from_.path(), "IF", selection.IFs, std::max(uvx.IFs(), 1), IFs_);
+  if (result) result = SettlePlaces(from_.path(), "channel", selection.channels, uvx.channels(), channels_);
+  if (result) result = FindPolarisations();
+  shape_.each = options_.each;
+  return result;
 }
 
-AResult Closer::Run(const ClosureSink& sink) {
+AResult Closer::FindStored(const std::string& name, AStokesItem& item) const {
+  AStokesMix mix;
+  if (AResult result = from_.contents().FindPolarisation(name, mix); !result) return result;
+  item = mix.item1;
+  if (mix.id == 0) return AResult::Ok();
+  std::string names;
+  for (const std::string& stored : from_.contents().polarisations()) names += (names.empty() ? "" : ", ") + stored;
+  return AResult::Fail(from_.path() + ": closures are of polarisations as they are stored, " + names + ", and not of " +
+                       mix.asString());
+}
+
+AResult Closer::FindPolarisations() {
+  const AUVXStokes& stored = from_.contents().header().stokes;
+  if (stored.count() < 1) return AResult::Fail(from_.path() + ": its records hold no polarisations");
+  const auto take = [&](int index) { polarisations_.emplace_back(index, stored(index)); };
+  std::vector<bool> isWanted(static_cast<size_t>(stored.count()));
+  for (const std::string& name : options_.selection.stokes) {
+    AStokesItem item;
+    if (AResult result = FindStored(name, item); !result) return result;
+    isWanted[static_cast<size_t>(item.index)] = true;
+  }
+  for (int i = 0; i < stored.count(); ++i) {
+    const int code = stored(i);
+    const bool isHand = code == kRR || code == kLL || code == kXX || code == kYY;
+    if (options_.selection.stokes.empty() ? isHand : isWanted[static_cast<size_t>(i)]) take(i);
+  }
+  int total = 0;
+  if (polarisations_.empty() && stored.FindStokes(kI, total)) take(total);
+  if (!polarisations_.empty()) return AResult::Ok();
+  return AResult::Fail(from_.path() + ": it holds neither parallel hands nor I; of " +
+                       from_.contents().polarisations().front() +
+                       " and others closures are formed where they are named");
+}
+
+AResult Closer::Run(const ClosureSink& sink, AClosureCounts* counts) {
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = LookUp(); !result) return result;
   if (AResult result = walk_.Open(); !result) return result;
-  SendProgressText(options_.progress, "Forming closure phases...");
-  return walk_.Run(
-      *choice_, IntervalWalk::Pieces::Whole,
-      [this](const Interval& interval, std::vector<char>& bytes) { AppendClosures(interval, antenna_, bytes); },
-      [&](const std::vector<char>& bytes) {
-        for (size_t at = 0; at < bytes.size(); at += sizeof(AClosurePhase)) {
-          AClosurePhase closure;
-          std::memcpy(&closure, bytes.data() + at, sizeof closure);
-          if (AResult result = sink(closure); !result) return result;
-        }
-        return AResult::Ok();
-      });
+  const AUVXFile& uvx = from_.uvx();
+  std::vector<int> points;
+  for (const int i : IFs_) {
+    for (const int channel : channels_) points.push_back(i * uvx.channels() + channel);
+  }
+  std::vector<AStokesMix> mixes;
+  std::vector<std::optional<AStokesMix>> reverse;
+  for (const AStokesItem& item : polarisations_) {
+    mixes.emplace_back(0, item, AStokesItem());
+    int index = 0;
+    const bool isStored = from_.contents().header().stokes.FindStokes(Exchanged(item.code), index);
+    reverse.push_back(isStored ? std::optional(AStokesMix(0, AStokesItem(index, Exchanged(item.code)), AStokesItem()))
+                               : std::nullopt);
+  }
+  ValueChoice choice(uvx, points, mixes, true);
+  choice.TurnBaselines(std::move(reverse));
+  SendProgressText(options_.progress,
+                   options_.amplitudes ? "Forming closure amplitudes..." : "Forming closure phases...");
+  const auto take = [&](const std::vector<char>& bytes) {
+    for (size_t at = 0; at < bytes.size(); at += sizeof(ClosureRow)) {
+      ClosureRow row;
+      std::memcpy(&row, bytes.data() + at, sizeof row);
+      AClosure closure;
+      closure.time = row.time;
+      closure.source = row.source;
+      Describe(row.place, closure);
+      std::copy(row.antennas, row.antennas + 4, closure.antennas);
+      closure.value = row.value;
+      closure.sigma = row.sigma;
+      if (AResult result = sink(closure); !result) return result;
+    }
+    return Refusal();
+  };
+  const IntervalWalk::Shape shape = {IntervalWalk::Pieces::Values, options_.incoherent, MostValues()};
+  AResult result = walk_.Run(
+      choice, shape, [this](const Interval& interval, std::vector<char>& bytes) { Close(interval, bytes); }, take);
+  if (counts) *counts = {formed_, weak_};
+  return result ? Refusal() : result;
+}
+
+AResult Closer::Refusal() const {
+  if (!hasTooMany_) return AResult::Ok();
+  return AResult::Fail(from_.path() + ": an interval has more than " + std::to_string(kMostForBasis) + " antennas, " +
+                       (options_.amplitudes ? "too many for closure amplitudes"
+                                            : "too many for an independent set where baselines are missing") +
+                       "; choose some of them");
+}
+
+// The bispectra of so many values are kept at a time while time stamps are averaged.
+int Closer::MostValues() const {
+  if (!options_.each || !options_.incoherent) return std::numeric_limits<int>::max();
+  const int64 antennas = std::max<int64>(from_.contents().antennas().count(), 3);
+  const int64 triangles = antennas * (antennas - 1) * (antennas - 2) / 6;
+  // Those of all time stamps, those of one, and both together.
+  return static_cast<int>(
+      std::max<int64>(kMostTermBytes / (3 * triangles * static_cast<int64>(sizeof(ClosureTerm))), 1));
+}
+
+// Which IF, channel and polarisation a value is of.
+void Closer::Describe(int place, AClosure& closure) const {
+  const auto all = static_cast<size_t>(options_.each ? place : 0);
+  const size_t hands = polarisations_.size(), channels = channels_.size();
+  if (options_.each || hands == 1) closure.stokes = polarisations_[all % hands].code;
+  if (options_.each || channels == 1) closure.channel = channels_[all / hands % channels];
+  if (options_.each || IFs_.size() == 1) closure.IF = IFs_[all / hands / channels];
+}
+
+void Closer::Close(const Interval& interval, std::vector<char>& bytes) {
+  if (!interval.state) interval.state = std::make_unique<ClosureState>();
+  ClosureTerms& sums = static_cast<ClosureState&>(*interval.state).terms;
+  ClosureFormer former(shape_, interval.sums);
+  if (options_.amplitudes && former.antennas() > ClosureFormer::kMostForQuadrangles) hasTooMany_ = true;
+  ClosureTerms fresh;
+  former.Form(interval.firstValue, [&](ClosureTerms& terms) {
+    if (options_.each && !options_.incoherent) return Append(interval, terms, bytes);
+    fresh.insert(fresh.end(), terms.begin(), terms.end());
+    return true;
+  });
+  formed_ += former.counts().formed;
+  weak_ += former.counts().weak;
+  if (!fresh.empty()) MergeTerms(sums, fresh);
+  const Interval::Complete last = options_.each ? Interval::Values : Interval::All;
+  if (interval.complete >= last) Append(interval, std::exchange(sums, {}), bytes);
+}
+
+// Append the closures of terms of ascending values.
+bool Closer::Append(const Interval& interval, const ClosureTerms& terms, std::vector<char>& bytes) {
+  for (size_t first = 0; first < terms.size();) {
+    size_t end = first;
+    while (end < terms.size() && terms[end].value() == terms[first].value()) ++end;
+    ClosureTerms own(terms.begin() + static_cast<std::ptrdiff_t>(first),
+                     terms.begin() + static_cast<std::ptrdiff_t>(end));
+    if (!AppendValue(interval, own, bytes)) return false;
+    first = end;
+  }
+  return true;
+}
+
+bool Closer::AppendValue(const Interval& interval, ClosureTerms& terms, std::vector<char>& bytes) {
+  if (options_.set == ClosureSet::Independent) {
+    if (options_.amplitudes) {
+      KeepIndependentQuadrangles(terms);
+    } else if (!KeepIndependentTriangles(terms)) {
+      hasTooMany_ = true;
+      return false;
+    }
+  }
+  const int corners = options_.amplitudes ? 4 : 3;
+  for (const ClosureTerm& term : terms) {
+    ClosureRow row = {};
+    row.time = interval.time;
+    row.source = interval.stream.source;
+    row.place = term.value();
+    for (int i = 0; i < corners; ++i) row.antennas[i] = static_cast<std::uint8_t>(term.Antenna(i));
+    row.value = options_.amplitudes ? term.re / term.weight : std::atan2(term.im, term.re);
+    const double error = std::sqrt(term.weight) / std::hypot(term.re, term.im);
+    row.sigma = options_.amplitudes ? 1 / std::sqrt(term.weight) : std::min(error, kPi / std::sqrt(3.0));
+    const char* image = reinterpret_cast<const char*>(&row);
+    bytes.insert(bytes.end(), image, image + sizeof row);
+  }
+  return bytes.size() < kPieceBytes || interval.handOn(bytes);
 }
 
 }  // namespace
 
-AResult ClosurePhases(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink) {
-  return Closer(from, options).Run(sink);
+AResult FormClosures(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink, AClosureCounts* counts) {
+  if (options.amplitudes && options.incoherent) {
+    return AResult::Fail(from.path() + ": amplitudes are not averaged incoherently");
+  }
+  return from.Settle(Closer(from, options).Run(sink, counts));
 }
 
 }  // namespace zeltra

@@ -1,4 +1,4 @@
-// Closure phases of the antenna triangles of a file.
+// Closure phases and closure amplitudes of a file.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_CLOSUREPHASES_H_
 #define ZELTRA_OPS_CLOSUREPHASES_H_
@@ -13,28 +13,59 @@
 
 namespace zeltra {
 
-/// Of the antennas that are selected the first one counts, whose triangles are formed; of the polarisations, IFs and
-/// channels the first ones, those of the file where none are selected.
-struct ClosureOptions : IntervalOptions {};
-
-/// A closure phase: phase(1-2) + phase(2-3) - phase(1-3) of the mean visibilities of an interval.
-struct AClosurePhase {
-  double time = 0;       ///< Julian date: the weighted mean of the records' times in the interval
-  int antennas[3] = {};  ///< ascending
-  double phase = 0;      ///< radians, -pi to pi
+enum class ClosureSet {
+  All,          ///< of all triangles, or of all quadrangles in their three forms
+  Independent,  ///< as many as are independent of each other in an interval
 };
 
-using ClosureSink = std::function<AResult(const AClosurePhase&)>;
+/// Polarisations are such as are stored: where none is selected, the parallel hands, or I in a file without them. Of
+/// the antennas that are selected a single one has the closures through it, several have those among them. Means are
+/// complex and weighted, whatever `complexMean` and `mean` say: errors come from the weights.
+struct ClosureOptions : IntervalOptions {
+  /// Amplitudes instead of phases.
+  bool amplitudes = false;
+  /// Closures of each IF, channel and polarisation by itself, instead of their mean.
+  bool each = false;
+  /// Phases: average the bispectra of the time stamps, not the visibilities, over an interval.
+  bool incoherent = false;
+  ClosureSet set = ClosureSet::All;
+};
 
-/// Form closure phases in time order, within an interval in the order of the antennas; each source and setup by itself.
+/// A closure phase, arg(V12 V23 conj(V13)), or a closure amplitude, log(|V12| |V34| / (|V13| |V24|)). What is a mean of
+/// several IFs, channels or polarisations has none of its own.
+struct AClosure {
+  double time = 0;  ///< Julian date: the weighted mean of the records' times in the interval
+  int source = 0;
+  int stokes = 0;        ///< polarisation code; 0: a mean
+  int IF = -1;           ///< from 0; -1: a mean
+  int channel = -1;      ///< from 0; -1: a mean
+  int antennas[4] = {};  ///< phases: three, ascending
+  double value = 0;      ///< phase in radians, -pi to pi; or the logarithm
+  double sigma = 0;      ///< its standard deviation, that of a phase at most pi / sqrt(3)
+};
+
+using ClosureSink = std::function<AResult(const AClosure&)>;
+
+/// Closure amplitudes before they are averaged.
+struct AClosureCounts {
+  int64 formed = 0;
+  int64 weak = 0;  ///< not taken, since a baseline has a ratio of signal and noise of 3 or less
+};
+
+/// Form closures in time order; each source and setup by itself. Within an interval the order is that of IFs, channels,
+/// polarisations, then antennas. docs/closures.md has the formulas.
 ///
-/// A triangle is left out where one of its baselines has no valid value in the interval, see Average. Baselines that
-/// are stored from the higher antenna to the lower one count in reverse, with complex conjugate values: RL is then
-/// taken from LR, XY from YX.
+/// A closure is left out where one of its baselines has no valid value in the interval, see Average. Baselines that are
+/// stored from the higher antenna to the lower one count in reverse, with complex conjugate values: RL is then taken
+/// from LR, XY from YX.
 ///
-/// Memory: some MiB for each thread, and some 70 bytes a scan.
-/// @param sink  a failure of it ends the job
-ZELTRA_API AResult ClosurePhases(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink);
+/// Memory: below 256 MiB for arrays of up to 60 antennas. Where the sums of an interval do not fit, its records are
+/// read several times. Refused are closure amplitudes of more than 64 antennas, and independent sets of more where
+/// baselines are missing.
+/// @param sink    a failure of it ends the job
+/// @param counts  receives what there was of closure amplitudes; may be null
+ZELTRA_API AResult FormClosures(AUVXInput& from, const ClosureOptions& options, const ClosureSink& sink,
+                                AClosureCounts* counts = nullptr);
 
 /// What a person may tell the job, and what it gives.
 ZELTRA_API const AJobDescription& ClosureDescription();

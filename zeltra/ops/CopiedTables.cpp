@@ -31,7 +31,7 @@ AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::function<void(AUV
   }
   if (result && directory.HasTable(index) < 0) result = to.AddIndex();
   if (result && directory.HasTable(baseLines) < 0) result = to.AddBaseLines();
-  return result;
+  return result ? from.Check() : result;
 }
 
 void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines) {

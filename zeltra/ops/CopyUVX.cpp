@@ -184,7 +184,8 @@ AResult Copier::NothingSelected() {
 
 AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary) {
   CopySummary unseen;
-  return Copier(from, to, options, summary ? *summary : unseen).Run();
+  AResult result = Copier(from, to, options, summary ? *summary : unseen).Run();
+  return result ? result : from.Settle(result);
 }
 
 }  // namespace zeltra

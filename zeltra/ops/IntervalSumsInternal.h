@@ -84,11 +84,15 @@ class IntervalSums {
   void Add(const AUVXGroup& group, const char* values, double weight);
 
   int count() const { return static_cast<int>(baselines_.size()); }
+  /// Values of a baseline.
+  int values() const { return pool_.form().values; }
   /// Mark the places of KeyOf that baselines have.
   void MarkPresent(std::vector<bool>& present) const;
   /// The baselines in the order of fnBLItemCompare: antennas ascend as signed bytes.
   /// @return their places
   const std::vector<int>& InOrder();
+  /// The sums of the baseline at a place, its antennas and its planes of sums.
+  const BaselineSums& Sums(int place) const { return *baselines_[static_cast<size_t>(place)]; }
   /// The mean of the baseline at a place.
   /// @param group   receives the antennas and the mean u, v, w; the rest stays
   /// @param values  receives as many complexes as a record has values. One without a value that counts is the first of

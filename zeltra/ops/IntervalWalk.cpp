@@ -18,6 +18,9 @@ namespace {
 
 // What the threads hold together: blocks of records, sums, and what is made of them.
 constexpr int64 kMostBytes = 128 << 20;
+// Sums of intervals whose baselines stay together, of one thread. What does not fit depends on this and on the file,
+// not on the number of threads: so do the results.
+constexpr int64 kTogetherBytes = 32 << 20;
 // A block of records.
 constexpr int64 kBlockBytes = 1 << 19;
 // Streams that a thread has intervals of at one time, each with a table of its own.
@@ -32,6 +35,7 @@ struct WalkShape {
   const IntervalPlan& plan;
   const ValueChoice& choice;
   const MeanForm form;
+  const IntervalWalk::Shape& shape;
   const IntervalWalk::Finish& finish;
   int64 sumBytes;  // of one thread
   std::atomic<bool>& hasInterval;
@@ -49,10 +53,18 @@ struct OpenInterval {
   double weight = 0, weightedDays = 0, days = 0;
   int64 count = 0;
   int firstRecord = 0, lastRecord = 0;
-  bool isWhole = true;        // whether all its baselines fit
+  bool isWhole = true;        // whether its sums fit
   std::vector<bool> present;  // baselines, by IntervalSums::KeyOf, where they do not
   IntervalSums sums;
+  std::unique_ptr<IntervalState> state;
 
+  void BeginPieces() {
+    isWhole = false;
+    state.reset();
+    present.assign(IntervalSums::kKeys, false);
+    sums.MarkPresent(present);
+    sums.Clear();
+  }
   double Time(bool weighted) const {
     if (weighted && weight > 0) return reference + weightedDays / weight;
     return reference + days / static_cast<double>(count);
@@ -80,6 +92,9 @@ struct ScanTimes {
   double first = kNever, last = kNever;
 };
 
+// Adds a record that is read again.
+using AddRead = std::function<void(AUVXGroup& group, const char* stored)>;
+
 class IntervalWorker : public PartWorker {
  public:
   explicit IntervalWorker(const WalkShape& shape)
@@ -104,9 +119,13 @@ class IntervalWorker : public PartWorker {
   void AddRecord(OpenInterval& interval, AUVXGroup& group, const char* stored, int record);
   AResult EndBefore(double cell);
   AResult End(StreamState& state);
-  AResult MakeWhole(OpenInterval& interval, double time);
+  void Make(OpenInterval& interval, double time, IntervalSums& sums, int firstValue = 0,
+            Interval::Complete complete = Interval::All);
+  void MakeTimeStamp(OpenInterval& interval, IntervalSums& sums, int firstValue = 0);
   AResult MakeInPieces(OpenInterval& interval, double time);
-  AResult AddAgain(const OpenInterval& interval, const std::vector<bool>& wanted, IntervalSums& sums);
+  AResult MakeInGroups(OpenInterval& interval, double time);
+  int GroupOf(const OpenInterval& interval) const;
+  AResult AddAgain(const OpenInterval& interval, const AddRead& add);
   void Keep(double time, size_t stream, std::vector<char> bytes);
   bool Release();
   bool HandOn(bool all);
@@ -213,6 +232,9 @@ AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
   StreamState& state = states_[static_cast<size_t>(stream_)];
   const bool isInOrder = ticks >= state.lastTicks && ticks >= part_->begin && ticks < part_->end;
   if (!isInOrder) return shape_.plan.GoesBack(record);
+  if (shape_.shape.byTimeStamp && state.open && state.open->isWhole && ticks > state.lastTicks) {
+    MakeTimeStamp(*state.open, state.open->sums);
+  }
   const bool endsScan = isNewScan_ && EndsScan(state, ticks);
   if (endsScan || state.scan < 0) state.firstScan = scan_;
   ScanTimes& times = recent_[scan_ % std::ssize(recent_)];
@@ -273,6 +295,8 @@ AResult IntervalWorker::Begin(StreamState& state, int record, const AUVXGroup& g
   interval.count = 0;
   interval.firstRecord = record;
   interval.isWhole = true;
+  interval.state.reset();
+  if (shape_.choice.count() > shape_.shape.mostValues) interval.BeginPieces();
   return AResult::Ok();
 }
 
@@ -287,10 +311,7 @@ void IntervalWorker::AddRecord(OpenInterval& interval, AUVXGroup& group, const c
   const char* values = shape_.choice.Pick(group, stored, room_.data());
   if (interval.isWhole && interval.sums.IsNew(group) && !pool_.HasRoom()) {
     // From here on its baselines are noted, and its records read again when all are known.
-    interval.isWhole = false;
-    interval.present.assign(IntervalSums::kKeys, false);
-    interval.sums.MarkPresent(interval.present);
-    interval.sums.Clear();
+    interval.BeginPieces();
   }
   if (interval.isWhole) {
     interval.sums.Add(group, values, weight);
@@ -314,19 +335,38 @@ AResult IntervalWorker::End(StreamState& state) {
   OpenInterval& interval = *std::exchange(state.open, nullptr);
   open_.erase(std::find(open_.begin(), open_.end(), &interval));
   const double time = interval.Time(shape_.form.weighted);
-  AResult result = interval.isWhole ? MakeWhole(interval, time) : MakeInPieces(interval, time);
+  AResult result = AResult::Ok();
+  if (interval.isWhole) {
+    Make(interval, time, interval.sums);
+  } else {
+    const bool keepsBaselines = shape_.shape.pieces == IntervalWalk::Pieces::Values;
+    result = keepsBaselines ? MakeInGroups(interval, time) : MakeInPieces(interval, time);
+  }
   interval.sums.Clear();
+  interval.state.reset();
   idle_.push_back(&interval);
   if (isInOrder_) Release();
   return result;
 }
 
-AResult IntervalWorker::MakeWhole(OpenInterval& interval, double time) {
+void IntervalWorker::Make(OpenInterval& interval, double time, IntervalSums& sums, int firstValue,
+                          Interval::Complete complete) {
   shape_.hasInterval = true;
   std::vector<char> bytes;
-  shape_.finish({shape_.plan.streams()[interval.stream], interval.scan, time, interval.sums}, bytes);
-  Keep(time, interval.stream, std::move(bytes));
-  return AResult::Ok();
+  const std::function<bool(std::vector<char>&)> handOn = [&](std::vector<char>& made) {
+    Keep(time, interval.stream, std::exchange(made, {}));
+    // Pieces are large: where nothing earlier can come they are handed on one by one.
+    return !isInOrder_ || !open_.empty() || Release();
+  };
+  const IntervalStream& stream = shape_.plan.streams()[interval.stream];
+  shape_.finish({stream, interval.scan, time, sums, firstValue, complete, interval.state, handOn}, bytes);
+  if (!bytes.empty()) Keep(time, interval.stream, std::move(bytes));
+}
+
+void IntervalWorker::MakeTimeStamp(OpenInterval& interval, IntervalSums& sums, int firstValue) {
+  if (sums.count() == 0) return;
+  Make(interval, 0, sums, firstValue, Interval::TimeStamp);
+  sums.Clear();
 }
 
 // Read the records of an interval again for as many of its baselines at a time as fit.
@@ -343,9 +383,12 @@ AResult IntervalWorker::MakeInPieces(OpenInterval& interval, double time) {
     }
     if (count == 0 || (count < pool_.most() && !isLast)) continue;
     interval.sums.Clear();
-    if (AResult result = AddAgain(interval, wanted, interval.sums); !result) return result;
-    if (AResult result = MakeWhole(interval, time); !result) return result;
-    // Pieces are large: where nothing earlier can come they are handed on one by one.
+    AResult result = AddAgain(interval, [&](AUVXGroup& group, const char* stored) {
+      const char* values = shape_.choice.Pick(group, stored, room_.data());
+      if (wanted[IntervalSums::KeyOf(group)]) interval.sums.Add(group, values, shape_.choice.Weight(stored));
+    });
+    if (!result) return result;
+    Make(interval, time, interval.sums);
     if (isInOrder_ && open_.empty() && !Release()) return AResult::Ok();
     wanted.clear();
     count = 0;
@@ -353,7 +396,41 @@ AResult IntervalWorker::MakeInPieces(OpenInterval& interval, double time) {
   return AResult::Ok();
 }
 
-AResult IntervalWorker::AddAgain(const OpenInterval& interval, const std::vector<bool>& wanted, IntervalSums& sums) {
+// The values whose sums of all baselines fit.
+int IntervalWorker::GroupOf(const OpenInterval& interval) const {
+  MeanForm form = shape_.form;
+  form.values = 0;
+  const int64 fixed = SumPool::BaselineBytes(form);
+  form.values = 1;
+  const int64 value = SumPool::BaselineBytes(form) - fixed;
+  const auto baselines = std::count(interval.present.begin(), interval.present.end(), true);
+  const int64 fit = (kTogetherBytes / std::max<int64>(baselines, 1) - fixed) / value;
+  return static_cast<int>(std::clamp<int64>(fit, 1, std::min(shape_.shape.mostValues, shape_.choice.count())));
+}
+
+// Read the records of an interval again for as many values at a time as fit.
+AResult IntervalWorker::MakeInGroups(OpenInterval& interval, double time) {
+  const int group = GroupOf(interval), all = shape_.choice.count();
+  for (int first = 0; first < all; first += group) {
+    MeanForm form = shape_.form;
+    form.values = std::min(group, all - first);
+    SumPool pool(form, std::numeric_limits<int64>::max());
+    IntervalSums sums(pool);
+    double ticks = kNever;
+    AResult result = AddAgain(interval, [&](AUVXGroup& record, const char* stored) {
+      const double now = clock_.Ticks(record.date);
+      if (shape_.shape.byTimeStamp && now != std::exchange(ticks, now)) MakeTimeStamp(interval, sums, first);
+      const char* values = shape_.choice.Pick(record, stored, room_.data());
+      sums.Add(record, values + static_cast<size_t>(first) * sizeof(AUVXComplex), shape_.choice.Weight(stored));
+    });
+    if (!result) return result;
+    Make(interval, time, sums, first, first + group < all ? Interval::Values : Interval::All);
+    if (isInOrder_ && open_.empty() && !Release()) return AResult::Ok();
+  }
+  return AResult::Ok();
+}
+
+AResult IntervalWorker::AddAgain(const OpenInterval& interval, const AddRead& add) {
   const IntervalStream& stream = shape_.plan.streams()[interval.stream];
   RecordReader reader(shape_.input);
   for (int first = interval.firstRecord; first <= interval.lastRecord;) {
@@ -366,9 +443,7 @@ AResult IntervalWorker::AddAgain(const OpenInterval& interval, const std::vector
       std::memcpy(static_cast<void*>(&group), bytes, AUVXGroup::kBytes);
       if (group.sourceNo() != stream.source || group.freqSel() != stream.setup || group.flag != 0) continue;
       if (!clock_.IsSelected(clock_.Ticks(group.date))) continue;
-      const char* stored = bytes + AUVXGroup::kBytes;
-      const char* values = shape_.choice.Pick(group, stored, room_.data());
-      if (wanted[IntervalSums::KeyOf(group)]) sums.Add(group, values, shape_.choice.Weight(stored));
+      add(group, bytes + AUVXGroup::kBytes);
     }
     first += count;
   }
@@ -408,25 +483,28 @@ bool IntervalWorker::HandOn(bool all) {
 
 }  // namespace
 
-AResult IntervalWalk::Run(const ValueChoice& choice, Pieces pieces, const Finish& finish, const Take& take) {
+AResult IntervalWalk::Run(const ValueChoice& choice, const Shape& shape, const Finish& finish, const Take& take) {
   const int parts = static_cast<int>(plan_.parts().size());
   const MeanForm form = {choice.count(), options_.complexMean, options_.mean == MeanKind::Weighted};
-  // A thread needs a block of records, the record that a mean becomes, and the sums of a baseline at least. How the
-  // rest is shared out changes what is read again, and no result.
+  // A thread needs a block of records, the record that a mean becomes, and the sums of a baseline at least, or those of
+  // all baselines twice. How the rest is shared out changes what is read again, and no result.
+  const bool keepsBaselines = shape.pieces == Pieces::Values;
   const int64 baselineBytes = SumPool::BaselineBytes(form);
   const int64 otherBytes = kBlockBytes + 4 * int64{input_.uvx().recSize()};
+  const int64 antennas = contents().antennas().count();
+  const int64 allBytes = 2 * std::min(kTogetherBytes, antennas * antennas / 2 * baselineBytes);
+  const int64 leastBytes = otherBytes + (keepsBaselines ? allBytes : baselineBytes);
   JobOptions options = options_;
-  options.threads =
-      static_cast<int>(std::clamp<int64>(kMostBytes / (otherBytes + baselineBytes), 1, ThreadsFor(parts, options_)));
-  const int64 sumBytes = pieces == Pieces::Whole ? std::numeric_limits<int64>::max()
-                                                 : std::max(kMostBytes / options.threads - otherBytes, baselineBytes);
+  options.threads = static_cast<int>(std::clamp<int64>(kMostBytes / leastBytes, 1, ThreadsFor(parts, options_)));
+  const int64 sumBytes =
+      keepsBaselines ? kTogetherBytes : std::max(kMostBytes / options.threads - otherBytes, baselineBytes);
   std::atomic<bool> hasInterval = false;
-  const WalkShape shape = {input_, plan_, choice, form, finish, sumBytes, hasInterval};
+  const WalkShape walk = {input_, plan_, choice, form, shape, finish, sumBytes, hasInterval};
   PartJob job;
   job.name = input_.path();
   job.parts = parts;
   job.work = plan_.records();
-  job.worker = [&] { return std::make_unique<IntervalWorker>(shape); };
+  job.worker = [&] { return std::make_unique<IntervalWorker>(walk); };
   job.take = take;
   if (AResult result = RunParts(job, options); !result) return result;
   const bool isBounded = options_.selection.start || options_.selection.stop;

@@ -4,6 +4,8 @@
 #define ZELTRA_OPS_INTERVALWALKINTERNAL_H_
 
 #include <functional>
+#include <limits>
+#include <memory>
 #include <vector>
 
 #include "zeltra/core/AResult.h"
@@ -15,12 +17,26 @@
 
 namespace zeltra {
 
-/// A whole interval of one stream, or some of its baselines where not all of them fit the memory.
+/// What a job keeps of an interval until it is complete.
+struct IntervalState {
+  virtual ~IntervalState() = default;
+};
+
+/// Sums of one stream: a whole interval, some of its baselines or of its values, or one of its time stamps.
 struct Interval {
+  /// What ends with these sums: a time stamp, an interval for these values, or the interval.
+  enum Complete { TimeStamp, Values, All };
+
   IntervalStream stream;
   int scan;     ///< place in the index of the scan that it lies in, or where that goes on later, of its first records
-  double time;  ///< Julian date: the mean of the records' times with their weights, plain where all are 0
+  double time;  ///< Julian date: the mean of the records' times with their weights, plain where all are 0; not of a
+                ///< time stamp
   IntervalSums& sums;
+  int firstValue;  ///< place in a record of the first value of the sums
+  Complete complete;
+  std::unique_ptr<IntervalState>& state;  ///< null with the first sums of an interval
+  /// Takes bytes away where there are many, and leaves none. @return false if the job has ended
+  const std::function<bool(std::vector<char>& bytes)>& handOn;
 };
 
 /// Reads the selected records part by part and adds them up interval by interval, each source and setup by itself.
@@ -33,9 +49,15 @@ struct Interval {
 /// lie between its records at the same time stamps. Flagged records do not count.
 class IntervalWalk {
  public:
-  /// Whether an interval whose baselines do not fit the memory may be finished piece by piece, baselines ascending.
-  enum class Pieces { Allowed, Whole };
-  /// Turns an interval, or a piece of one, into bytes, on any thread.
+  /// How an interval is finished whose sums do not fit the memory: some baselines at a time, ascending, with all their
+  /// values; or some values at a time, of all baselines.
+  enum class Pieces { Baselines, Values };
+  struct Shape {
+    Pieces pieces = Pieces::Baselines;
+    bool byTimeStamp = false;                          ///< Pieces::Values: also each time stamp by itself
+    int mostValues = std::numeric_limits<int>::max();  ///< Pieces::Values: the most that are taken at a time
+  };
+  /// Turns sums into bytes, on any thread.
   using Finish = std::function<void(const Interval&, std::vector<char>& bytes)>;
   /// Takes these bytes on the caller's thread, in the order of the intervals' times, then of streams.
   using Take = std::function<AResult(const std::vector<char>& bytes)>;
@@ -47,7 +69,7 @@ class IntervalWalk {
   const AUVXContents& contents() const { return plan_.contents(); }
 
   /// @return a failure also if bounds of time leave no interval
-  AResult Run(const ValueChoice& choice, Pieces pieces, const Finish& finish, const Take& take);
+  AResult Run(const ValueChoice& choice, const Shape& shape, const Finish& finish, const Take& take);
 
  private:
   AUVXInput& input_;

@@ -20,6 +20,8 @@ AJobDescription DescribeAverage() {
   job.Input(UVXInputFile());
   job.Output({"OUT.uvx", "write a UVX file instead of the table", "output", 'o', {}});
   DescribeIntervals(job);
+  DescribeMeans(job);
+  job.Threads();
   job.Choice<AverageMix AverageOptions::*, AverageMix>(
          "mix", &AverageOptions::mix,
          {{"all", AverageMix::All}, {"rl", AverageMix::Parallel}, {"cross", AverageMix::Cross}},
@@ -38,31 +40,52 @@ AJobDescription DescribeAverage() {
 
 AJobDescription DescribeClosure() {
   AJobDescriber<ClosureOptions> job(
-      "closure", "Form closure phases",
-      "A line an interval and triangle of antennas whose three baselines have valid values, in time order, each source "
-      "and setup by itself.");
+      "closure", "Form closure phases or closure amplitudes",
+      "A line an interval and triangle of antennas, or quadrangle, whose baselines have valid values, in time order, "
+      "each source and setup by itself. Visibilities are averaged over the interval first, those of each IF, channel "
+      "and polarisation by themselves; then their closures are averaged.");
   job.Input(UVXInputFile());
   DescribeIntervals(job);
   job.Option(
          "antenna", [](ClosureOptions & o) -> auto& { return o.selection.antennas; },
-         "only the triangles through this antenna, a number or a name")
-      .Form("N|NAME")
-      .Otherwise("all triangles");
+         "numbers or names of antennas, separated by commas: closures through a single one, or among several")
+      .Form("N|NAME[,...]")
+      .Otherwise("all");
   job.Option(
-         "stokes", [](ClosureOptions & o) -> auto& { return o.selection.stokes; }, "polarisation, as in RR or I")
-      .Otherwise("the first one of the file");
+         "stokes", [](ClosureOptions & o) -> auto& { return o.selection.stokes; },
+         "polarisations that are stored, as in RR,LL")
+      .Otherwise("the parallel hands, or I in a file without them");
   job.Option(
-         "if", [](ClosureOptions & o) -> auto& { return o.selection.IFs; }, "number of the IF")
-      .CountedFrom(1);
+         "if", [](ClosureOptions & o) -> auto& { return o.selection.IFs; }, "numbers of IFs, as in 1,3-4")
+      .CountedFrom(1)
+      .Otherwise("all");
   job.Option(
-         "channel", [](ClosureOptions & o) -> auto& { return o.selection.channels; }, "number of the channel")
-      .CountedFrom(1);
+         "channel", [](ClosureOptions & o) -> auto& { return o.selection.channels; }, "numbers of channels, as in 8-15")
+      .CountedFrom(1)
+      .Otherwise("all");
+  job.Option("each", &ClosureOptions::each, "a line for each IF, channel and polarisation, instead of their mean");
+  job.Option("incoherent", &ClosureOptions::incoherent,
+             "average the bispectra of the time stamps over an interval, not the visibilities, where intervals are "
+             "longer than the coherence time")
+      .Excludes("amplitudes");
+  job.Choice<ClosureSet ClosureOptions::*, ClosureSet>(
+      "set", &ClosureOptions::set, {{"all", ClosureSet::All}, {"independent", ClosureSet::Independent}},
+      "all closures, or as many as are independent of each other");
+  job.Option("amplitudes", &ClosureOptions::amplitudes, "closure amplitudes instead of closure phases");
+  job.Threads();
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
-  job.Column("ant1", "", "number of antenna a, the lowest of the three");
-  job.Column("ant2", "", "number of antenna b");
-  job.Column("ant3", "", "number of antenna c, the highest");
-  job.Column("phase", "radians", "phase(a-b) + phase(b-c) - phase(a-c), from -pi to pi");
+  job.Column("source", "", "number of the source");
+  job.Column("stokes", "", "polarisation; empty for a mean of several");
+  job.Column("if", "", "number of the IF, from 1; empty for a mean of several");
+  job.Column("channel", "", "number of the channel, from 1; empty for a mean of several");
+  job.Column("ant1", "", "number of antenna 1, the lowest");
+  job.Column("ant2", "", "number of antenna 2");
+  job.Column("ant3", "", "number of antenna 3, of a triangle the highest");
+  job.Column("ant4", "", "number of antenna 4; with --amplitudes");
+  job.Column("phase", "radians", "phase(1-2) + phase(2-3) - phase(1-3), from -pi to pi; without --amplitudes");
+  job.Column("log_amplitude", "", "natural logarithm of |V12| |V34| / (|V13| |V24|); with --amplitudes");
+  job.Column("sigma", "radians", "standard deviation of the phase, or of the logarithm, from the weights");
   return job.Finish();
 }
 

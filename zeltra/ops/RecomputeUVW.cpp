@@ -87,10 +87,7 @@ void UVWCopy::FinishDifference() {
   for (double& rms : difference_.rms) rms = difference_.records > 0 ? std::sqrt(rms / difference_.records) : 0;
 }
 
-}  // namespace
-
-AResult RecomputeUVW(AUVXInput& from, const std::string& to, const JobOptions& options, UVWDifference& difference) {
-  difference = UVWDifference();
+AResult CopyWithUVW(AUVXInput& from, const std::string& to, const JobOptions& options, UVWDifference& difference) {
   if (AResult result = from.contents().CheckLists(); !result) return result;
   if (AResult result = from.CheckTables(); !result) return result;
   if (AResult result = from.CheckRecordSize(); !result) return result;
@@ -99,6 +96,14 @@ AResult RecomputeUVW(AUVXInput& from, const std::string& to, const JobOptions& o
   }
   if (AResult result = FindUVWFrame(from, difference.frame); !result) return result;
   return UVWCopy(from, options, difference).Run(to);
+}
+
+}  // namespace
+
+AResult RecomputeUVW(AUVXInput& from, const std::string& to, const JobOptions& options, UVWDifference& difference) {
+  difference = UVWDifference();
+  AResult result = CopyWithUVW(from, to, options, difference);
+  return result ? result : from.Settle(result);
 }
 
 }  // namespace zeltra

@@ -22,7 +22,7 @@ class RecordReader {
   const char* records() const { return block_.get(); }
 
  private:
-  const AFile& file_;
+  const AInputFile& file_;
   const int64 dataOffset_;
   const int recordBytes_;
   const int capacity_;  // records in a block

@@ -55,13 +55,17 @@ void DescribeIntervals(AJobDescriber<Options>& job) {
       .Otherwise("each by itself");
   DescribeInterval(job, &Options::interval).Required();
   DescribeTimes(job);
+}
+
+/// --mode and --mean.
+template <typename Options>
+void DescribeMeans(AJobDescriber<Options>& job) {
   job.template Choice<bool IntervalOptions::*, bool>(
       "mode", &IntervalOptions::complexMean, {{"complex", true}, {"amphase", false}},
       "average real and imaginary parts, or amplitudes and unwrapped phases");
   job.template Choice<MeanKind IntervalOptions::*, MeanKind>(
       "mean", &IntervalOptions::mean, {{"weighted", MeanKind::Weighted}, {"plain", MeanKind::Plain}},
       "the mean weighted by the weights, which then add up, or the plain mean, with the mean weight");
-  job.Threads();
 }
 
 }  // namespace zeltra

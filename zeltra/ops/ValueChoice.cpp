@@ -16,6 +16,12 @@ int PointsOf(const AUVXFile& uvx) {
   return std::max(uvx.IFs(), 1) * uvx.channels();
 }
 
+// Copy the values of a frequency point from a record, at any address.
+void LoadPoint(const char* stored, int point, int stokes, AUVXComplex* values) {
+  const size_t bytes = static_cast<size_t>(stokes) * sizeof(AUVXComplex);
+  std::memcpy(static_cast<void*>(values), stored + static_cast<size_t>(point) * bytes, bytes);
+}
+
 }  // namespace
 
 AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* values, int stokes, bool weighted) {
@@ -32,72 +38,103 @@ AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* values, int stoke
 }
 
 ValueChoice::ValueChoice(const AUVXFile& uvx)
-    : stokes_(uvx.stokes()), points_(PointsOf(uvx)), count_(points_ * stokes_) {}
+    : stokes_(uvx.stokes()), count_(PointsOf(uvx) * stokes_), runs_{{0, PointsOf(uvx)}} {}
 
-ValueChoice::ValueChoice(const AUVXFile& uvx, const AArray<AStokesMix>& mixes, bool weighted)
+ValueChoice::ValueChoice(const AUVXFile& uvx, const std::vector<int>& points, std::vector<AStokesMix> mixes,
+                         bool weighted)
     : stokes_(uvx.stokes()),
-      points_(PointsOf(uvx)),
-      count_(points_ * mixes.count()),
+      count_(static_cast<int>(points.size() * mixes.size())),
       weighted_(weighted),
-      mixes_(mixes.lpArray(), mixes.lpArray() + mixes.count()) {}
+      mixes_(std::move(mixes)) {
+  for (const int point : points) {
+    if (!runs_.empty() && runs_.back().first + runs_.back().count == point) {
+      ++runs_.back().count;
+    } else {
+      runs_.push_back({point, 1});
+    }
+  }
+  const bool isStored = std::all_of(mixes_.begin(), mixes_.end(),
+                                    [](const AStokesMix& mix) { return mix.id == 0 && mix.item1.IsPresent(); });
+  if (isStored) ListPlaces();
+}
 
-ValueChoice::ValueChoice(const AUVXFile& uvx, int point, const AStokesMix& mix,
-                         const std::optional<AStokesMix>& reverse, bool weighted)
-    : stokes_(uvx.stokes()),
-      first_(point),
-      points_(1),
-      count_(1),
-      isSingle_(true),
-      weighted_(weighted),
-      mixes_{mix},
-      reverse_(reverse) {}
+void ValueChoice::ListPlaces() {
+  for (const Run& run : runs_) {
+    for (int point = run.first; point < run.first + run.count; ++point) {
+      for (const AStokesMix& mix : mixes_) places_.push_back(point * stokes_ + mix.item1.index);
+    }
+  }
+  isOnePiece_ = !places_.empty();
+  for (size_t i = 1; i < places_.size(); ++i) isOnePiece_ &= places_[i] == places_[i - 1] + 1;
+}
+
+void ValueChoice::TurnBaselines(std::vector<std::optional<AStokesMix>> reverse) {
+  isTurned_ = true;
+  reverse_ = std::move(reverse);
+}
 
 const char* ValueChoice::Pick(AUVXGroup& group, const char* stored, AUVXComplex* room) const {
   if (mixes_.empty()) return stored;
-  if (isSingle_ && group.ant1 <= group.ant2 && mixes_[0].id == 0) {
-    return stored + static_cast<size_t>(first_ * stokes_ + mixes_[0].item1.index) * sizeof(AUVXComplex);
-  }
-  const size_t bytes = static_cast<size_t>(stokes_) * sizeof(AUVXComplex);
-  const bool isReversed = isSingle_ && group.ant1 > group.ant2;
-  if (isReversed) std::swap(group.ant1, group.ant2);
-  AUVXComplex values[AUVXStokes::kLargestCount];
-  AUVXComplex* to = room;
-  for (int point = first_; point < first_ + points_; ++point) {
-    std::memcpy(static_cast<void*>(values), stored + static_cast<size_t>(point) * bytes, bytes);
-    for (const AStokesMix& mix : mixes_) {
-      if (!isReversed) {
-        *to++ = Combined(mix, values, stokes_, weighted_);
-        continue;
+  constexpr size_t kBytes = sizeof(AUVXComplex);
+  if (isTurned_ && group.ant1 > group.ant2) {
+    std::swap(group.ant1, group.ant2);
+    PickReversed(stored, room);
+  } else if (isOnePiece_) {
+    return stored + static_cast<size_t>(places_[0]) * kBytes;
+  } else if (!places_.empty()) {
+    for (size_t i = 0; i < places_.size(); ++i) {
+      std::memcpy(static_cast<void*>(room + i), stored + static_cast<size_t>(places_[i]) * kBytes, kBytes);
+    }
+  } else {
+    AUVXComplex values[AUVXStokes::kLargestCount];
+    AUVXComplex* to = room;
+    for (const Run& run : runs_) {
+      for (int point = run.first; point < run.first + run.count; ++point) {
+        LoadPoint(stored, point, stokes_, values);
+        for (const AStokesMix& mix : mixes_) *to++ = Combined(mix, values, stokes_, weighted_);
       }
-      *to = reverse_ ? Combined(*reverse_, values, stokes_, weighted_) : AUVXComplex(0, 0, 0);
-      to->im = -to->im;
-      ++to;
     }
   }
   return reinterpret_cast<const char*>(room);
 }
 
+void ValueChoice::PickReversed(const char* stored, AUVXComplex* to) const {
+  AUVXComplex values[AUVXStokes::kLargestCount];
+  for (const Run& run : runs_) {
+    for (int point = run.first; point < run.first + run.count; ++point) {
+      LoadPoint(stored, point, stokes_, values);
+      for (const std::optional<AStokesMix>& mix : reverse_) {
+        *to = mix ? Combined(*mix, values, stokes_, weighted_) : AUVXComplex(0, 0, 0);
+        to->im = -to->im;
+        ++to;
+      }
+    }
+  }
+}
+
 double ValueChoice::Weight(const char* stored) const {
   constexpr float kLargest = std::numeric_limits<float>::max();
   constexpr int kBytes = sizeof(AUVXComplex);
-  int left = points_ * stokes_;
-  const char* from = stored + int64{first_} * stokes_ * kBytes;
   // Four sums side by side, added in a fixed order at the end.
   const Float4 none = {};
   Double2 low = {}, high = {};
-  for (; left >= 4; left -= 4, from += 4 * kBytes) {
-    Float4 weights = LoadWeights(from);
-    weights = Select((weights > none) & (weights <= All<Float4>(kLargest)), weights, none);
-    low = low + Convert<Double2>(Shuffle<0, 1>(weights, weights));
-    high = high + Convert<Double2>(Shuffle<2, 3>(weights, weights));
+  double rest = 0;
+  for (const Run& run : runs_) {
+    int left = run.count * stokes_;
+    const char* from = stored + int64{run.first} * stokes_ * kBytes;
+    for (; left >= 4; left -= 4, from += 4 * kBytes) {
+      Float4 weights = LoadWeights(from);
+      weights = Select((weights > none) & (weights <= All<Float4>(kLargest)), weights, none);
+      low = low + Convert<Double2>(Shuffle<0, 1>(weights, weights));
+      high = high + Convert<Double2>(Shuffle<2, 3>(weights, weights));
+    }
+    for (; left > 0; --left, from += kBytes) {
+      AUVXComplex value;
+      std::memcpy(static_cast<void*>(&value), from, sizeof value);
+      if (value.weight > 0 && value.weight <= kLargest) rest += double{value.weight};
+    }
   }
-  double sum = (low[0] + low[1]) + (high[0] + high[1]);
-  for (; left > 0; --left, from += kBytes) {
-    AUVXComplex value;
-    std::memcpy(static_cast<void*>(&value), from, sizeof value);
-    if (value.weight > 0 && value.weight <= kLargest) sum += double{value.weight};
-  }
-  return sum;
+  return (low[0] + low[1]) + (high[0] + high[1]) + rest;
 }
 
 }  // namespace zeltra

@@ -3,6 +3,7 @@
 #ifndef ZELTRA_PLATFORM_SYSTEM_H_
 #define ZELTRA_PLATFORM_SYSTEM_H_
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -17,8 +18,19 @@ namespace zeltra {
 /// The arguments of this process without the program's name, as file names are written.
 ZELTRA_API std::vector<std::string> CommandLineArguments(int argc, char** argv);
 
+/// The system's words for a value of errno, as the end of a sentence: "permission denied".
+ZELTRA_API std::string ReasonOf(int error);
+
 /// Write standard output byte for byte, so that a table is the same on every system.
 ZELTRA_API void UseBinaryStandardOutput();
+
+/// The number of the signal of a pipe that nobody reads any more, on systems that have it.
+inline constexpr int kPipeSignal = 13;
+
+/// Let each signal that asks a process to end (Ctrl-C, the end of its terminal or of the system, a pipe that nobody
+/// reads any more) set `number` to its own instead; a second one ends the process at once. What whoever started the
+/// process has it ignore stays ignored. A file that grows beyond what is allowed becomes a write that fails.
+ZELTRA_API void CatchSignals(std::atomic<int>& number);
 
 /// Whether standard error is a terminal that a person looks at.
 ZELTRA_API bool IsErrorTerminal();

@@ -13,6 +13,8 @@ namespace zeltra::platform {
 /// Open flags, the values of AFile's; anything else in a mode is ignored.
 enum OpenMode : int { kWriteOnly = 0x1, kReadWrite = 0x2, kCreate = 0x100, kTruncate = 0x200, kBinary = 0x8000 };
 
+// What fails sets errno, on every system; 0 there means that no call failed, but that the file ended.
+
 /// Open with the flags of AFile::Open, sharing denied to nobody. @return the descriptor, or -1
 int OpenDescriptor(const char* path, int mode);
 bool CloseDescriptor(int descriptor);
@@ -26,6 +28,14 @@ int64 WriteDescriptor(int descriptor, const void* buffer, int64 count);
 int64 SeekDescriptor(int descriptor, int64 position);
 int64 TellDescriptor(int descriptor);
 int64 DescriptorSize(int descriptor);
+/// What tells whether a file has been changed.
+struct FileStamp {
+  int64 size = -1;
+  int64 modified = 0;  ///< in the system's own unit, since its own zero
+  bool operator==(const FileStamp&) const = default;
+};
+/// @return false if the system does not tell
+bool StampOf(int descriptor, FileStamp& stamp);
 /// @return 0 for success, else the system's error number
 int TruncateDescriptor(int descriptor, int64 size);
 
@@ -42,7 +52,8 @@ int PermissionsOf(const std::string& path);
 /// @return false if the file has other permissions
 bool SetPermissions(int descriptor, int permissions);
 
-enum class FileKind { Missing, Regular, Other };
+/// Unknown: the system does not tell.
+enum class FileKind { Missing, Regular, Other, Unknown };
 /// What stands under a name; a symbolic link is Other.
 FileKind KindOf(const std::string& path);
 /// The name at the end of the symbolic links that `path` begins, of a file that need not be there; `path` itself where

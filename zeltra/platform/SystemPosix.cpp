@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
@@ -22,6 +23,14 @@ constexpr int kMostLinks = 40;
 
 // Linux moves at most 0x7ffff000 bytes a call.
 constexpr int64 kLargestTransfer = 0x40000000;
+
+std::atomic<int>* caught = nullptr;
+
+extern "C" void CatchSignal(int signal) {
+  caught->store(signal, std::memory_order_relaxed);
+  // A pipe says so at every write.
+  if (signal != SIGPIPE) std::signal(signal, SIG_DFL);
+}
 
 int SystemFlags(int mode) {
   int flags = O_CLOEXEC;
@@ -42,6 +51,7 @@ int64 MoveAll(int64 count, Call call) {
   while (moved < count) {
     const ssize_t step = call(moved, static_cast<size_t>(std::min(count - moved, kLargestTransfer)));
     if (step < 0 && errno == EINTR) continue;
+    if (step == 0) errno = 0;
     if (step <= 0) return moved > 0 || step == 0 ? moved : -1;
     moved += step;
   }
@@ -59,6 +69,7 @@ int OpenDescriptor(const char* path, int mode) {
   // A folder opens for reading, and has a size, but no bytes. It is no file on any system.
   if (descriptor >= 0 && IsFolder(descriptor)) {
     ::close(descriptor);
+    errno = EISDIR;
     return -1;
   }
   return descriptor;
@@ -95,6 +106,18 @@ int64 DescriptorSize(int descriptor) {
   return ::fstat(descriptor, &status) == 0 ? int64{status.st_size} : -1;
 }
 
+bool StampOf(int descriptor, FileStamp& stamp) {
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0) return false;
+#ifdef __APPLE__
+  const timespec& modified = status.st_mtimespec;
+#else
+  const timespec& modified = status.st_mtim;
+#endif
+  stamp = {status.st_size, int64{modified.tv_sec} * 1000000000 + modified.tv_nsec};
+  return true;
+}
+
 int TruncateDescriptor(int descriptor, int64 size) {
   return ::ftruncate(descriptor, size) == 0 ? 0 : errno;
 }
@@ -114,7 +137,9 @@ bool SyncFolderOf(const std::string& path) {
   const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor < 0) return true;
   const bool isDone = SyncDescriptor(descriptor);
+  const int error = errno;
   ::close(descriptor);
+  errno = error;
   return isDone;
 }
 
@@ -133,7 +158,9 @@ bool SetPermissions(int descriptor, int permissions) {
 
 FileKind KindOf(const std::string& path) {
   struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0) return FileKind::Missing;
+  if (::lstat(path.c_str(), &status) != 0) {
+    return errno == ENOENT || errno == ENOTDIR ? FileKind::Missing : FileKind::Unknown;
+  }
   return S_ISREG(status.st_mode) ? FileKind::Regular : FileKind::Other;
 }
 
@@ -173,6 +200,16 @@ void ShowMessage(const char* text) {
 
 std::vector<std::string> CommandLineArguments(int argc, char** argv) {
   return std::vector<std::string>(argv + std::min(argc, 1), argv + argc);
+}
+
+static_assert(kPipeSignal == SIGPIPE);
+
+void CatchSignals(std::atomic<int>& number) {
+  platform::caught = &number;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+    if (std::signal(signal, platform::CatchSignal) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void UseBinaryStandardOutput() {}
@@ -215,13 +252,26 @@ bool IsSameFile(const std::string& a, const std::string& b) {
 
 int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) {
   if (replace) return ::rename(from.c_str(), to.c_str()) == 0;
-  // A hard link is refused where the name exists, in one step. File systems without links get the plain check.
+#ifdef RENAME_NOREPLACE
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 1;
+  // Not every file system knows it.
+  if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP && errno != EPERM) return 0;
+#endif
+  // A hard link is refused where the name exists, in one step, as well.
   if (::link(from.c_str(), to.c_str()) == 0) {
     ::unlink(from.c_str());
     return 1;
   }
-  if (errno == EEXIST || PathExists(to)) return 0;
-  return ::rename(from.c_str(), to.c_str()) == 0;
+  if (errno == EEXIST) return 0;
+  // Where there are no links either, an empty file takes the name for this one.
+  const int holder = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (holder < 0) return 0;
+  ::close(holder);
+  if (::rename(from.c_str(), to.c_str()) == 0) return 1;
+  const int error = errno;
+  ::unlink(to.c_str());
+  errno = error;
+  return 0;
 }
 
 std::string TemporaryFolder() {

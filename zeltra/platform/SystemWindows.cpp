@@ -8,7 +8,10 @@
 #include <shellapi.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <iterator>
+#include <system_error>
 
 #include "zeltra/platform/System.h"
 #include "zeltra/platform/SystemInternal.h"
@@ -20,6 +23,23 @@ namespace {
 
 // The runtime counts a transfer in 32-bit signed integers.
 constexpr int64 kLargestTransfer = 0x40000000;
+
+std::atomic<int>* caught = nullptr;
+
+// A second signal finds the runtime's own way, which it takes up again by itself.
+extern "C" void CatchSignal(int signal) {
+  caught->store(signal, std::memory_order_relaxed);
+}
+
+// What the system's own functions report becomes the errno that those of the runtime set.
+bool Told(bool isDone) {
+  if (!isDone) {
+    const std::error_code error(static_cast<int>(GetLastError()), std::system_category());
+    const std::error_condition condition = error.default_error_condition();
+    errno = condition.category() == std::generic_category() ? condition.value() : EIO;
+  }
+  return isDone;
+}
 
 int SystemFlags(int mode) {
   int flags = mode & kReadWrite ? _O_RDWR : mode & kWriteOnly ? _O_WRONLY : _O_RDONLY;
@@ -34,6 +54,7 @@ int64 MoveAll(int64 count, Call call) {
   int64 moved = 0;
   while (moved < count) {
     const int step = call(moved, static_cast<unsigned>(std::min(count - moved, kLargestTransfer)));
+    if (step == 0) errno = 0;
     if (step <= 0) return moved > 0 || step == 0 ? moved : -1;
     moved += step;
   }
@@ -104,8 +125,10 @@ std::string Narrow(const wchar_t* wide) {
 
 int OpenDescriptor(const char* path, int mode) {
   int descriptor = -1;
-  if (_wsopen_s(&descriptor, Wide(path).c_str(), SystemFlags(mode), _SH_DENYNO, _S_IREAD | _S_IWRITE) != 0) return -1;
-  return descriptor;
+  const int error = _wsopen_s(&descriptor, Wide(path).c_str(), SystemFlags(mode), _SH_DENYNO, _S_IREAD | _S_IWRITE);
+  if (error == 0) return descriptor;
+  errno = error;
+  return -1;
 }
 
 bool CloseDescriptor(int descriptor) {
@@ -125,7 +148,7 @@ int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count
     place.OffsetHigh = static_cast<DWORD>((position + done) >> 32);
     DWORD moved = 0;
     if (ReadFile(handle, static_cast<char*>(buffer) + done, n, &moved, &place)) return static_cast<int>(moved);
-    return GetLastError() == ERROR_HANDLE_EOF ? 0 : -1;
+    return GetLastError() == ERROR_HANDLE_EOF || Told(false) ? 0 : -1;
   });
 }
 
@@ -143,12 +166,21 @@ int64 TellDescriptor(int descriptor) {
 int64 DescriptorSize(int descriptor) {
   return _filelengthi64(descriptor);
 }
+bool StampOf(int descriptor, FileStamp& stamp) {
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+  BY_HANDLE_FILE_INFORMATION info = {};
+  if (!Told(GetFileInformationByHandle(handle, &info) != 0)) return false;
+  const auto joined = [](DWORD high, DWORD low) { return static_cast<int64>(uint64_t{high} << 32 | low); };
+  stamp = {joined(info.nFileSizeHigh, info.nFileSizeLow),
+           joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime)};
+  return true;
+}
 int TruncateDescriptor(int descriptor, int64 size) {
   return _chsize_s(descriptor, size);
 }
 
 bool SyncDescriptor(int descriptor) {
-  return FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor))) != 0;
+  return Told(FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor))) != 0);
 }
 // A file is moved into place with its folder's entry on the disk.
 bool SyncFolderOf(const std::string&) {
@@ -165,7 +197,10 @@ bool SetPermissions(int, int) {
 
 FileKind KindOf(const std::string& path) {
   const DWORD attributes = GetFileAttributesW(Wide(path).c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::Missing;
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    Told(false);
+    return errno == ENOENT || errno == ENOTDIR ? FileKind::Missing : FileKind::Unknown;
+  }
   const bool isOther = (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) || IsLink(path);
   return isOther ? FileKind::Other : FileKind::Regular;
 }
@@ -228,6 +263,11 @@ std::vector<std::string> CommandLineArguments(int, char**) {
   return arguments;
 }
 
+void CatchSignals(std::atomic<int>& number) {
+  platform::caught = &number;
+  std::signal(SIGINT, platform::CatchSignal);
+}
+
 void UseBinaryStandardOutput() {
   _setmode(_fileno(stdout), _O_BINARY);
 }
@@ -269,9 +309,11 @@ int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) 
       replace && attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
   if (isReadOnly) SetFileAttributesW(name.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
   const DWORD flags = MOVEFILE_WRITE_THROUGH | (replace ? MOVEFILE_REPLACE_EXISTING : 0);
-  const bool isMoved = MoveFileExW(platform::Wide(from).c_str(), name.c_str(), flags) != 0;
+  const bool isMoved = platform::Told(MoveFileExW(platform::Wide(from).c_str(), name.c_str(), flags) != 0);
+  const int error = errno;
   // Whichever file has the name now.
   if (isReadOnly) SetFileAttributesW(name.c_str(), attributes);
+  errno = error;
   return isMoved;
 }
 

@@ -247,6 +247,7 @@ AResult AUVXWriter::EndRecords() {
 AResult AUVXWriter::EndHeader(int64 recordsEnd) {
   if (AResult result = WriteHeader(); !result) return result;
   const AUVXFile& uvx = output_->uvx;
+  if (!output_->file.file().good()) return output_->file.WriteError();
   if (recordsEnd == uvx.DataOffset() + int64{records_} * uvx.recSize()) return AResult::Ok();
   Discard();
   return AResult::Fail(path_ + ": its records are not complete, or not of the shape that its header tells");

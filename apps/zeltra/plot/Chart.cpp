@@ -19,6 +19,8 @@ constexpr int kPlacesPerPixel = 2;
 constexpr size_t kCrowd = 60000;
 constexpr double kSmallestDot = 2, kLargestDot = 5;  // pixels
 constexpr double kSpread = 2;                        // pixels between the dots of the first and the last series
+constexpr double kBar = 0.6;                         // pixels, the width of an error bar
+constexpr double kHalfPlace = 0.5 / kPlacesPerPixel;
 constexpr const char* kGrid = "#e0e0e0";
 constexpr const char* kSmallPrint = "#555555";
 
@@ -42,7 +44,7 @@ size_t LayerOf(int column, int line) {
 Chart::Chart(const ChartAxis& x, const ChartAxis& y, const std::vector<std::string>& names, bool isSquare)
     : x_(x), y_(y), width_(isSquare ? kPlotSide : kPlotWidth), height_(isSquare ? kPlotSide : kPlotHeight) {
   const size_t places = static_cast<size_t>(width_) * static_cast<size_t>(height_) * kPlacesPerPixel * kPlacesPerPixel;
-  for (const std::string& name : names) series_.push_back({name, std::vector<bool>(places)});
+  for (const std::string& name : names) series_.push_back({name, std::vector<bool>(places), {}});
 }
 
 void Chart::Add(size_t series, double x, double y) {
@@ -51,7 +53,23 @@ void Chart::Add(size_t series, double x, double y) {
   const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
   const int column = std::min(static_cast<int>(right * columns), columns - 1);
   const int line = std::min(static_cast<int>((1 - up) * lines), lines - 1);
-  series_[series].places[static_cast<size_t>(line) * static_cast<size_t>(columns) + static_cast<size_t>(column)] = true;
+  series_[series].places[PlaceOf(column, line)] = true;
+}
+
+void Chart::AddBar(size_t series, double x, double low, double high) {
+  const double right = (x - x_.low) / (x_.high - x_.low), scale = y_.high - y_.low;
+  if (!(right >= 0 && right <= 1 && high >= y_.low && low <= y_.high)) return;
+  std::vector<bool>& bars = series_[series].bars;
+  bars.resize(series_[series].places.size());
+  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
+  const int column = std::min(static_cast<int>(right * columns), columns - 1);
+  const int top = static_cast<int>(std::clamp((y_.high - high) / scale, 0.0, 1.0) * lines);
+  const int bottom = static_cast<int>(std::clamp((y_.high - low) / scale, 0.0, 1.0) * lines);
+  for (int line = top; line < std::min(bottom + 1, lines); ++line) bars[PlaceOf(column, line)] = true;
+}
+
+size_t Chart::PlaceOf(int column, int line) const {
+  return static_cast<size_t>(line) * static_cast<size_t>(width_ * kPlacesPerPixel) + static_cast<size_t>(column);
 }
 
 size_t Chart::Marked() const {
@@ -78,7 +96,7 @@ Chart::Layers Chart::Paths(const Series& series, int step) const {
       bool isMarked = false;
       for (int i = line; i < std::min(line + step, lines); ++i) {
         for (int j = column; j < std::min(column + step, columns); ++j) {
-          isMarked |= series.places[static_cast<size_t>(i) * static_cast<size_t>(columns) + static_cast<size_t>(j)];
+          isMarked |= series.places[PlaceOf(j, i)];
         }
       }
       if (!isMarked) continue;
@@ -89,11 +107,16 @@ Chart::Layers Chart::Paths(const Series& series, int step) const {
   return paths;
 }
 
+// How far from their places the dots and bars of a series are drawn, so that those of one place are seen side by side.
+double Chart::Aside(size_t series) const {
+  if (Coloured() < 2 || series >= Coloured()) return 0;
+  return kSpread * (static_cast<double>(series) / static_cast<double>(Coloured() - 1) - 0.5);
+}
+
 // What series have in common is seen of all of them: their dots are drawn in layers, every dot in one that its place
-// settles as if by chance, and series take turns at being on top of a layer. They lie a little aside from each other,
-// too, so that dots of one place are seen side by side.
+// settles as if by chance, and series take turns at being on top of a layer.
 void Chart::DrawDots(SVG& svg) const {
-  const size_t marked = Marked(), coloured = std::min<size_t>(series_.size(), kColours);
+  const size_t marked = Marked(), coloured = Coloured();
   const int step = Step(marked);
   const double dot = std::clamp(7 - std::log10(static_cast<double>(marked + 1)), kSmallestDot, kLargestDot);
   const double middle = kTop + step / 2.0 / kPlacesPerPixel;
@@ -101,15 +124,29 @@ void Chart::DrawDots(SVG& svg) const {
   for (const Series& series : series_) paths.push_back(Paths(series, step));
   const auto draw = [&](size_t i, size_t layer) {
     if (paths[i][layer].empty()) return;
-    const double aside = coloured < 2 || i >= coloured
-                             ? 0
-                             : kSpread * (static_cast<double>(i) / static_cast<double>(coloured - 1) - 0.5);
-    svg.Dots(middle - kTop + kLeft + aside, middle, 1.0 / kPlacesPerPixel, paths[i][layer], ColourOf(i), dot);
+    svg.Dots(middle - kTop + kLeft + Aside(i), middle, 1.0 / kPlacesPerPixel, paths[i][layer], ColourOf(i), dot);
   };
   for (size_t layer = 0; layer < kLayers && series_.size() > coloured; ++layer) draw(coloured, layer);
   for (size_t layer = 0; layer < kLayers; ++layer) {
     for (size_t i = 0; i < coloured; ++i) draw((i + layer) % coloured, layer);
   }
+}
+
+// The lines that bars make of one column after the other.
+std::string Chart::BarPath(const Series& series) const {
+  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
+  std::string path;
+  for (int column = 0; column < columns && !series.bars.empty(); ++column) {
+    for (int line = 0; line < lines; ++line) {
+      if (!series.bars[PlaceOf(column, line)]) continue;
+      int end = line;
+      while (end < lines && series.bars[PlaceOf(column, end)]) ++end;
+      path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line));
+      path.append("v").append(std::to_string(end - line));
+      line = end;
+    }
+  }
+  return path;
 }
 
 std::string Chart::Draw(const std::string& title, const std::string& note) const {
@@ -129,6 +166,11 @@ std::string Chart::Draw(const std::string& title, const std::string& note) const
     const double y = bottom - (tick.value - y_.low) / (y_.high - y_.low) * height_;
     svg.Line(kLeft, y, right, y, kGrid);
     svg.Text(kLeft - 8, y + 5, tick.label, SVG::End);
+  }
+  for (size_t i = series_.size(); i-- > 0;) {
+    const std::string bars = BarPath(series_[i]);
+    if (bars.empty()) continue;
+    svg.Dots(kLeft + kHalfPlace + Aside(i), kTop, 1.0 / kPlacesPerPixel, bars, ColourOf(i), kBar);
   }
   DrawDots(svg);
   svg.Frame(kLeft, kTop, width_, height_);

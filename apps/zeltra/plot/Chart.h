@@ -3,6 +3,7 @@
 #ifndef ZELTRA_APPS_PLOT_CHART_H_
 #define ZELTRA_APPS_PLOT_CHART_H_
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <vector>
@@ -47,6 +48,8 @@ class Chart {
   static constexpr int kColours = 10;
 
   void Add(size_t series, double x, double y);
+  /// Add an error bar, from `low` to `high`; bars are drawn below all points.
+  void AddBar(size_t series, double x, double low, double high);
 
   /// The drawing as an SVG file.
   /// @param title  above the plot
@@ -57,15 +60,20 @@ class Chart {
   struct Series {
     std::string name;
     std::vector<bool> places;
+    std::vector<bool> bars;  // as many, or none
   };
 
   static constexpr size_t kLayers = 4;
   using Layers = std::array<std::string, kLayers>;
 
   bool IsLegendDrawn() const { return series_.size() > 1; }
+  size_t PlaceOf(int column, int line) const;
   size_t Marked() const;
   int Step(size_t marked) const;
+  size_t Coloured() const { return std::min<size_t>(series_.size(), kColours); }
+  double Aside(size_t series) const;
   Layers Paths(const Series& series, int step) const;
+  std::string BarPath(const Series& series) const;
   void DrawDots(SVG& svg) const;
 
   ChartAxis x_, y_;

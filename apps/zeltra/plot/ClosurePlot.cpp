@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <numeric>
 #include <optional>
+#include <vector>
 
 #include "apps/zeltra/plot/Plot.h"
 #include "zeltra/core/Units.h"
@@ -22,12 +24,14 @@ class ClosurePlot {
  private:
   AResult LookUp();
   AResult ForEachPoint(const PlotTaker& take);
+  std::string Averaged() const;
   std::string NameOf(int key) const;
 
   AUVXInput& input_;
   const PlotOptions options_;
   SelectedVisibilities data_;
   ClosureOptions closure_;
+  std::vector<int> IFs_, channels_;
   int antenna_ = -1;
   std::optional<double> midnight_;  // before the first closure phase, a Julian date
 };
@@ -42,40 +46,59 @@ AResult ClosurePlot::Run(std::string& svg) {
                          " has no triangle with valid visibilities on all sides");
   }
   const PlotSeries series(survey, [this](int key) { return NameOf(key); });
-  Chart chart(TimeAxis(survey.x, *midnight_, data_.contents().timeScale()), PhaseAxis("Closure phase"), series.names());
-  AResult result = points([&](const PlotPoint& point) { chart.Add(series(point.key), point.x, point.y); });
+  Chart chart(TimeAxis(survey.x, *midnight_, data_.contents().timeScale()), PhaseAxis("Closure phase", survey.y),
+              series.names());
+  AResult result = points([&](const PlotPoint& point) {
+    chart.AddBar(series(point.key), point.x, point.y - point.error, point.y + point.error);
+    chart.Add(series(point.key), point.x, point.y);
+  });
   if (!result) return result;
   const AUVXFreqs frequencies(input_.uvx(), data_.contents().scans().FreqSelForSrc(data_.source().id));
-  std::string note = Grouped(survey.count) + " closure phases of " + Grouped(static_cast<int64>(survey.counts.size())) +
-                     " triangles with " + AntennaName(data_.contents(), antenna_) + ", IF " +
-                     std::to_string(closure_.selection.IFs[0] + 1) + ", channel " +
-                     std::to_string(closure_.selection.channels[0] + 1);
-  note += closure_.interval > 0 ? ", averages over " + RoundedText(closure_.interval) + " s" : ", every time stamp";
-  svg = chart.Draw(PlotTitle(data_, frequencies(closure_.selection.channels[0], closure_.selection.IFs[0]), *midnight_),
-                   note);
+  const int IF = IFs_.front(), channel = channels_.front();
+  const std::string note = Grouped(survey.count) + " closure phases of " +
+                           Grouped(static_cast<int64>(survey.counts.size())) + " triangles with " +
+                           AntennaName(data_.contents(), antenna_) + ", " + Averaged();
+  svg = chart.Draw(PlotTitle(data_, frequencies(channel, IF), *midnight_), note);
   return AResult::Ok();
 }
 
 AResult ClosurePlot::LookUp() {
-  const UVXSelection& selection = options_.selection;
-  if (selection.stokes.size() > 1) return AResult::Fail(input_.path() + ": closure phases are of one polarisation");
   JobOptions& job = closure_;
   job = options_;
-  closure_.selection = selection;
+  closure_.selection = options_.selection;
   if (!options_.antenna.empty()) closure_.selection.antennas = {options_.antenna};
-  for (std::vector<int>* places : {&closure_.selection.IFs, &closure_.selection.channels}) {
-    if (places->empty()) *places = {0};
-  }
   closure_.interval = options_.interval;
   if (AResult result = SettleClosure(data_, closure_); !result) return result;
+  const auto places = [](const std::vector<int>& chosen, int count) {
+    std::vector<int> all(static_cast<size_t>(count));
+    std::iota(all.begin(), all.end(), 0);
+    return chosen.empty() ? all : chosen;
+  };
+  IFs_ = places(closure_.selection.IFs, std::max(input_.uvx().IFs(), 1));
+  channels_ = places(closure_.selection.channels, input_.uvx().channels());
   return data_.contents().FindAntenna(closure_.selection.antennas.front(), antenna_);
 }
 
+// What the closure phases are means of.
+std::string ClosurePlot::Averaged() const {
+  const auto part = [](const std::string& name, const std::vector<int>& places) {
+    std::string text = places.size() == 1 ? name : std::to_string(places.size());
+    text += ' ';
+    return places.size() == 1 ? text.append(std::to_string(places[0] + 1)) : text.append(name).append("s");
+  };
+  std::string text = IFs_.size() * channels_.size() * static_cast<size_t>(data_.mixes().count()) > 1 ? "means of " : "";
+  text += part("IF", IFs_) + ", " + part("channel", channels_);
+  if (data_.mixes().count() > 1) text += ", " + std::to_string(data_.mixes().count()) + " polarisations";
+  return text +
+         (closure_.interval > 0 ? "; averages over " + RoundedText(closure_.interval) + " s" : "; every time stamp");
+}
+
 AResult ClosurePlot::ForEachPoint(const PlotTaker& take) {
-  return ClosurePhases(input_, closure_, [&](const AClosurePhase& closure) {
+  return FormClosures(input_, closure_, [&](const AClosure& closure) {
     if (!midnight_) midnight_ = MidnightBefore(closure.time);
     const int key = (closure.antennas[0] << 16) + (closure.antennas[1] << 8) + closure.antennas[2];
-    take({key, (closure.time - *midnight_) * kSecondsPerDay, closure.phase * kDegreesPerRadian});
+    take({key, (closure.time - *midnight_) * kSecondsPerDay, closure.value * kDegreesPerRadian,
+          closure.sigma * kDegreesPerRadian});
     return AResult::Ok();
   });
 }

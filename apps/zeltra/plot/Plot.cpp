@@ -12,7 +12,8 @@ namespace zeltra::app {
 AResult PlotSurvey::Look(const PlotPoints& points) {
   return points([this](const PlotPoint& point) {
     x.Add(point.x);
-    y.Add(point.y);
+    y.Add(point.y - point.error);
+    y.Add(point.y + point.error);
     ++counts[point.key];
     ++count;
   });
@@ -44,6 +45,16 @@ ChartAxis PhaseAxis(const std::string& title) {
   for (int degrees = -180; degrees <= 180; degrees += 60)
     axis.ticks.push_back({1.0 * degrees, std::to_string(degrees)});
   return axis;
+}
+
+ChartAxis PhaseAxis(const std::string& title, const ValueRange& degrees) {
+  for (const double step : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0, 20.0}) {
+    const double half = step / 2, low = half * std::floor(degrees.low / half);
+    const double high = std::max(half * std::ceil(degrees.high / half), low + step);
+    if (high - low > 9 * step || low < -180 || high > 180) continue;
+    return {title + " (degrees)", low, high, RoundTicks(low, high, 10)};
+  }
+  return PhaseAxis(title);
 }
 
 std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate) {

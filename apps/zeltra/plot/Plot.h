@@ -33,6 +33,7 @@ struct PlotOptions : JobOptions {
 struct PlotPoint {
   int key;
   double x, y;
+  double error = 0;  ///< standard deviation of y
 };
 
 /// Gives all points of a plot, as often as asked: first to see their ranges, then to draw them. So nothing is kept of
@@ -42,7 +43,7 @@ using PlotPoints = std::function<AResult(const PlotTaker& take)>;
 
 /// What a first look at all points tells.
 struct PlotSurvey {
-  ValueRange x, y;
+  ValueRange x, y;              ///< y with its errors
   std::map<int, int64> counts;  ///< of each key
   int64 count = 0;
 
@@ -68,6 +69,8 @@ class PlotSeries {
 ChartAxis TimeAxis(const ValueRange& seconds, double midnight, const std::string& timeScale);
 /// An axis of degrees from -180 to 180.
 ChartAxis PhaseAxis(const std::string& title);
+/// An axis of degrees that begins and ends at round numbers around these, within -180 and 180.
+ChartAxis PhaseAxis(const std::string& title, const ValueRange& degrees);
 
 /// What stands above a plot: source, polarisations, frequency and date, as far as they are known.
 std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate);

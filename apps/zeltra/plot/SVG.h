@@ -24,7 +24,8 @@ class SVG {
             const char* colour = "#000000");
   /// Text that runs upward along x, its middle at y.
   void TextUpward(double x, double y, const std::string& text);
-  /// Dots where `path` has pieces of no length ("M x y h 0"), in units of `unit` pixels from (x, y).
+  /// Dots where `path` has pieces of no length ("M x y h 0"), lines where it has others, in units of `unit` pixels from
+  /// (x, y).
   void Dots(double x, double y, double unit, const std::string& path, const char* colour, double diameter);
 
   /// A PNG file in a rectangle; most viewers interpolate between its pixels.

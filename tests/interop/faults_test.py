@@ -1,0 +1,101 @@
+"""Let every system call of every job fail in turn: a job ends with a sentence, or with the output that it would have made.
+
+usage: faults_test.py ZELTRA_COMMAND PRELOADED_LIBRARY [--all] [unittest arguments]
+"""
+# SPDX-License-Identifier: MIT
+import errno
+import os
+import random
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ZELTRA, LIBRARY = map(os.path.abspath, (sys.argv.pop(1), sys.argv.pop(1)))
+ALL = "--all" in sys.argv and not sys.argv.remove("--all")
+# Of each kind of call of each job so many fail, unless all do.
+SAMPLES = 2
+
+CALLS = {"open": [errno.EIO, errno.EMFILE], "read": [errno.EIO, 0, -1], "write": [errno.ENOSPC, 0, -1]}
+CALLS.update((call, [errno.EIO]) for call in ("seek", "stat", "sync", "rename", "close", "truncate", "chmod"))
+
+
+class Faults(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.work = os.path.join(self.folder, "work")
+        os.mkdir(self.work)
+        self.uvx, self.uvfits = (os.path.join(self.work, name) for name in ("in.uvx", "in.uvfits"))
+        simulate = ["simulate", self.uvx, "--antennas", "5", "--minutes", "6", "--integration", "20", "--channels", "3"]
+        for job in (simulate, ["export", self.uvx, self.uvfits]):
+            subprocess.run([ZELTRA, *job, "-q"], check=True)
+
+    def run_job(self, job, fault=None, counts=""):
+        """Exit code, what was printed, and the files that are there afterwards beside the inputs, which are taken away."""
+        environment = dict(os.environ, TMPDIR=self.work)
+        if fault:
+            call, number, error = fault
+            environment.update(LD_PRELOAD=LIBRARY, FAULT_FOLDER=self.work, FAULT_CALL=call, FAULT_NUMBER=str(number),
+                               FAULT_ERROR=str(error), FAULT_COUNTS=counts)
+        if "--force" in job:
+            with open(os.path.join(self.work, "out"), "w") as old:
+                old.write("old")
+        command = [ZELTRA, *job, "--threads", "1"] if job[0] in ("average", "closure", "plot") else [ZELTRA, *job]
+        done = subprocess.run(command, cwd=self.work, env=environment, capture_output=True, timeout=60)
+        left = {}
+        for name in os.listdir(self.work):
+            path = os.path.join(self.work, name)
+            if path in (self.uvx, self.uvfits):
+                continue
+            with open(path, "rb") as file:
+                left[name] = file.read()
+            os.remove(path)
+        return done.returncode, done.stdout, left, done.stderr.decode()
+
+    def check(self, job, right, fault):
+        code, printed, left, told = self.run_job(job, fault)
+        about = " ".join(map(str, (job, fault, code, told[:300], sorted(left))))
+        if code == 0:
+            self.assertEqual((printed, left), right, about)
+            return
+        self.assertEqual(code, 1, about)
+        self.assertRegex(told, "zeltra: error: .*(in\\.|out|zeltra).*cannot be (read|written|created)", about)
+        for name, content in left.items():
+            self.assertIn(content, (right[1].get(name), b"old"), about)
+
+    def counts(self, job):
+        """How many calls of each kind a job makes."""
+        path = os.path.join(self.folder, "counts")
+        self.run_job(job, ("none", 0, 0), path)
+        with open(path) as file:
+            return {kind: int(count) for kind, count in map(str.split, file)}
+
+    def test_no_call_fails_unnoticed(self):
+        random.seed(1)
+        uvx, fits, out = "in.uvx", "in.uvfits", os.path.join(self.work, "out")
+        jobs = [["info", "--json", "--baselines"], ["records", "--csv"], ["table", "AN", "--csv"], ["loops", "1-2"],
+                ["copy", out], ["copy", out, "--force"], ["average", "-o", out, "--interval", "60"],
+                ["average", "--interval", "60", "--csv"], ["closure", "--csv", "--interval", "60"], ["uvw", out],
+                ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".png", "--size", "32", "--source", "1"],
+                ["plot", "amplitude", out + ".svg", "--source", "1"], ["plot", "closure", out + ".svg", "--source", "1", "--interval", "60"]]
+        jobs = [[name, self.uvx, *others] for name, *others in jobs]
+        jobs += [["import", self.uvfits, out], ["info", self.uvfits], ["copy", self.uvfits, out]]
+        tried = 0
+        for job in jobs:
+            code, printed, left, told = self.run_job(job)
+            self.assertEqual(code, 0, (job, told))
+            counts = self.counts(job)
+            for call, errors in CALLS.items():
+                numbers = range(1, counts[call] + 1)
+                for number in numbers if ALL else random.sample(numbers, min(SAMPLES, len(numbers))):
+                    for error in errors:
+                        with self.subTest(job=job, fault=(call, number, error)):
+                            self.check(job, (printed, left), (call, number, error))
+                        tried += 1
+        print(tried, "faults")
+
+
+if __name__ == "__main__":
+    unittest.main()
