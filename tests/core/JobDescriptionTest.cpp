@@ -59,6 +59,10 @@ TEST(JobDescription, ReadsTextsIntoTheOptions) {
   EXPECT_EQ(options.start->JulianDate(100), 101.25);
   EXPECT_TRUE(options.overwrite);
   EXPECT_TRUE(options.sync);
+  EXPECT_EQ(job.Command(options),
+            "zeltra bake --size 20 --layers 1 --oven -2 --nuts pecan,hazel,pine --tins 2-3,9 --taste salty "
+            "--start +1/06:00:00.000");
+  EXPECT_EQ(job.Command(BakeOptions()), "zeltra bake");
   EXPECT_TRUE(job.Set(options, "size", "-1") && job.Set(options, "force", "false") && job.Set(options, "no-sync", ""));
   EXPECT_FALSE(options.overwrite || options.sync);
 }

@@ -60,6 +60,35 @@ class Interop(Case):
             start = hdus.fileinfo(0)["datLoc"]
         return header, np.fromfile(path, group, header["GCOUNT"], offset=start)
 
+    def kept_cards(self, path):
+        """Cards of the primary header that tell neither the layout of the file nor a field of a UVX file."""
+        made = ("SIMPLE", "BITPIX", "EXTEND", "BLOCKED", "GROUPS", "PCOUNT", "GCOUNT", "BSCALE", "BZERO", "BLANK", "BUNIT",
+                "EPOCH", "EQUINOX", "DATE-OBS", "DATE-MAP", "DATE")
+        series = ("NAXIS", "PTYPE", "PSCAL", "PZERO", "CTYPE", "CRVAL", "CDELT", "CRPIX", "CROTA", "CUNIT")
+        with open(path, "rb") as file:
+            raw = file.read(1 << 22)
+        cards = [raw[i:i + 80] for i in range(0, len(raw), 80)]
+        cards = cards[:cards.index(b"END".ljust(80))]
+        keys = [card[:8].decode("latin-1").strip() for card in cards]
+        return [card for card, key in zip(cards, keys)
+                if card.strip() and key not in made and key.rstrip("0123456789") not in series]
+
+    def check_integrations(self, path, file):
+        header, groups = self.raw_groups(path)
+        given = parameter(header, groups["par"].astype(float), ("INTTIM",))
+        tables = [table for table in file.tables if table.code == "IT"]
+        self.assertEqual(len(tables), given is not None)
+        for table in tables:
+            self.assertEqual(table.keywords["RECORDS"], (str(file.count), 1))
+            first = table.column(0)[:, 0]
+            self.assertEqual(first[0], 1)
+            runs = np.diff(np.append(first, file.count + 1))
+            order = np.arange(file.count)
+            time = parameter(header, groups["par"].astype(float), ("DATE", "_DATE"))
+            if np.any(np.diff(time) < 0):
+                order = np.lexsort((order, parameter(header, groups["par"].astype(float), ("BASELINE",)), time))
+            np.testing.assert_array_equal(np.repeat(table.column(1)[:, 0], runs), given[order].astype("f4"))
+
     def check_groups(self, path, file):
         header, groups = self.raw_groups(path)
         raw = groups["par"].astype(float)
@@ -170,9 +199,11 @@ class Interop(Case):
         stokes = header["CRVAL3"] + (np.arange(1, header["NAXIS3"] + 1) - header["CRPIX3"]) * header["CDELT3"]
         np.testing.assert_array_equal(stokes, file.stokes)
         self.assertEqual(header["CRVAL4"] + (1 - header["CRPIX4"]) * header["CDELT4"], file.freq0)
+        self.check_integrations(path, file)
+        tables = [table for table in file.tables if table.code not in ("HD", "IT")]
         with fits.open(path) as hdus:
-            self.assertEqual(len(hdus) - 1, len(file.tables))
-            for hdu, table in zip(hdus[1:], file.tables):
+            self.assertEqual(len(hdus) - 1, len(tables))
+            for hdu, table in zip(hdus[1:], tables):
                 family = "ZELTRA " if table.id & 0x10000 else "AIPS "
                 self.assertEqual(hdu.header["EXTNAME"], family + table.code)
                 self.check_table(hdu, table)
@@ -189,15 +220,26 @@ class Interop(Case):
         zeltra("import", path, first)
         file = uvx.File(first)
         self.check_groups(path, file)
+        self.check_integrations(path, file)
         self.check_tables(path, file)
         self.check_whole(file)
         zeltra("export", first, back)
         self.check_export(file, back)
+        commands = [b"HISTORY zeltra import".ljust(80), b"HISTORY zeltra export".ljust(80)]
+        cards = file.table("HD").column(0)
+        self.assertEqual([card.ljust(80) for card in cards], self.kept_cards(path) + commands[:1])
+        # What is no card of FITS comes back as a comment, and the object after the others.
+        back_cards = self.kept_cards(back)
+        sound = [card for card in self.kept_cards(path) if card[:8] in (b"HISTORY ", b"TELESCOP", b"INSTRUME", b"RESTFREQ")]
+        self.assertEqual([card for card in back_cards[:-2] if card in sound], sound)
+        self.assertEqual(back_cards[-2:], commands)
         zeltra("import", back, second)
         again = uvx.File(second)
         self.assertEqual(file.records.tobytes(), again.records.tobytes())
         self.assertEqual([t.code for t in file.tables], [t.code for t in again.tables])
         for one, other in zip(file.tables, again.tables):
+            if one.code == "HD":
+                continue
             self.assertEqual(one.data, other.data, one.code)
             self.assertEqual(one.columns, other.columns)
             for key, value in one.keywords.items():
@@ -213,6 +255,33 @@ class Interop(Case):
                 path = self.path("in.uvfits")
                 synthetic.write(path, **options)
                 self.check_file(path)
+
+    def test_provenance(self):
+        cards = [("OBJECT", "A SOURCE WITH A NAME OF 33 LETTERS"), ("TELESCOP", "VLBA"), ("INSTRUME", "VLBA correlator"),
+                 ("OBSERVER", "SOMEBODY OF MORE LETTERS"), ("RESTFREQ", 1.420405752e9), ("SPECSYS", "TOPOCENT"),
+                 ("LAT", 34.5)]
+        cards += [("HISTORY", "line %d" % i) for i in range(5000)]
+        source, path, averaged, back = (self.path(name) for name in ("in.uvfits", "in.uvx", "mean.uvx", "mean.uvfits"))
+        synthetic.write(source, extra=["INTTIM"], tables=[synthetic.antenna_table()], more_cards=cards)
+        zeltra("import", source, path, "--threads", "1")
+        # Five stamps of 30 s, 1080 s apart.
+        zeltra("average", path, "--interval", "2400", "--mode", "amphase", "-o", averaged, "--threads", "2")
+        zeltra("export", averaged, back)
+        header, groups = self.raw_groups(back)
+        for key, value in cards[:7]:
+            self.assertEqual(header[key], value, key)
+        self.assertEqual(list(header["HISTORY"]), [value for key, value in cards if key == "HISTORY"] + [
+            "zeltra import", "zeltra average --interval 2400 --mode amphase", "zeltra export"])
+        times = parameter(header, groups["par"].astype(float), ("DATE",))
+        stamps = [np.sum(np.floor((np.arange(5) * 0.0125 + 0.25) * 36) == cell)
+                  for cell in np.unique(np.floor((times - synthetic.JD0) * 36))]
+        np.testing.assert_array_equal(parameter(header, groups["par"], ("INTTIM",)), np.repeat(30.0 * np.array(stamps), 6))
+        zeltra("copy", path, self.path("part.uvx"), "--if", "2", "--channel", "1,2-3", "--no-sync")
+        self.assertEqual(uvx.File(self.path("part.uvx")).table("HD").column(0)[-1], b"HISTORY zeltra copy --if 2 --channel 1-3")
+        zeltra("image", path, self.path("out.map"), "--fits", self.path("out.fits"), "--size", "32", "--cell", "1e3")
+        image = fits.getheader(self.path("out.fits"))
+        self.assertEqual([image[key] for key in ("OBJECT", "TELESCOP")], [cards[0][1], "VLBA"])
+        self.assertIn("zeltra image --size 32 --cell 1000", list(image["HISTORY"])[5001])
 
     def test_a3dtable(self):
         path = self.path("in.uvfits")

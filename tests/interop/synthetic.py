@@ -64,7 +64,7 @@ def odd_table():
 
 
 def write(path, stokes=(-1, -1, 4), channels=3, ifs=2, if_axis=True, bitpix=-32, bscale=1.0, bzero=0.0, scaled=False,
-          sources=0, setups=0, unsorted=False, split_date=True, extra=(), tables=()):
+          sources=0, setups=0, unsorted=False, split_date=True, extra=(), tables=(), more_cards=()):
     """Write random groups of all baselines of four antennas at five times."""
     rng = np.random.default_rng(7)
     pairs = [(a, b) for a in range(1, 5) for b in range(a + 1, 5)]
@@ -122,6 +122,8 @@ def write(path, stokes=(-1, -1, 4), channels=3, ifs=2, if_axis=True, bitpix=-32,
         cards += [("CTYPE%d" % i, name), ("CRVAL%d" % i, value), ("CDELT%d" % i, step), ("CRPIX%d" % i, 1.0)]
     cards += [("BSCALE", bscale), ("BZERO", bzero), ("OBJECT", "3C273"), ("TELESCOP", "TEST"), ("INSTRUME", "TEST"),
               ("OBSERVER", "NOBODY"), ("DATE-OBS", "2000-01-02"), ("BUNIT", "JY"), ("EPOCH", 2000.0)]
+    given = {key for key, _ in more_cards}
+    cards = [(k, v) for k, v in cards if k not in given] + list(more_cards)
     header = "".join(fits.Card(k, v).image for k, v in cards) + "END".ljust(80)
     with open(path, "wb") as out:
         out.write(header.ljust(-(-len(header) // 2880) * 2880).encode())

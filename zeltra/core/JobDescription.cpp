@@ -3,15 +3,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "zeltra/core/Text.h"
+#include "zeltra/core/Units.h"
 
 namespace zeltra {
 namespace {
 
-std::string Joined(const std::vector<std::string>& words) {
+std::string Joined(const std::vector<std::string>& words, const char* separator = ", ") {
   std::string list;
-  for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
+  for (const std::string& word : words) list.append(list.empty() ? "" : separator).append(word);
   return list;
 }
 
@@ -41,21 +43,49 @@ struct KindOfTarget {
   Kind operator()(const AParsedTarget&) const { return {AOptionKind::Text, "TEXT"}; }
 };
 
-// The text of a member as it is.
+std::string TimeText(const ATime& time) {
+  if (!time.isRelative) return valToStr(time.value);
+  const std::int64_t milliseconds = std::llround(time.value * kSecondsPerDay * 1000), seconds = milliseconds / 1000;
+  char text[80];
+  std::snprintf(text, sizeof text, "+%d/%02d:%02d:%02d.%03d", static_cast<int>(seconds / 86400),
+                static_cast<int>(seconds / 3600 % 24), static_cast<int>(seconds / 60 % 60),
+                static_cast<int>(seconds % 60), static_cast<int>(milliseconds % 1000));
+  return text;
+}
+
+// Numbers as in 1,4-7.
+/// @param first  of what counts as 0 in the list
+std::string ListText(const std::vector<int>& numbers, int first) {
+  std::string text;
+  for (size_t i = 0; i < numbers.size();) {
+    size_t last = i;
+    while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) ++last;
+    text.append(i == 0 ? "" : ",").append(std::to_string(numbers[i] + first));
+    if (last > i) text.append("-").append(std::to_string(numbers[last] + first));
+    i = last + 1;
+  }
+  return text;
+}
+
+// The text that sets a member to what it is; empty for a flag that is not given, and for what is absent.
 struct TextOfTarget {
   const AJobOption& option;
 
+  std::string operator()(const bool* flag) const { return *flag != option.clears ? "true" : ""; }
   std::string operator()(const int* number) const { return std::to_string(*number); }
   std::string operator()(const std::uint64_t* number) const { return std::to_string(*number); }
-  std::string operator()(const double* number) const { return valToStr(*number / option.scale); }
+  std::string operator()(const double* number) const {
+    return option.scale == 1 ? valToStr(*number) : ReadableNumber(*number / option.scale);
+  }
   std::string operator()(const std::string* word) const { return *word; }
   std::string operator()(const std::optional<int>* number) const { return *number ? std::to_string(**number) : ""; }
   std::string operator()(const AChoiceTarget& choice) const {
     return choice.chosen < option.choices.size() ? option.choices[choice.chosen] : "";
   }
+  std::string operator()(const std::optional<ATime>* time) const { return *time ? TimeText(**time) : ""; }
+  std::string operator()(const std::vector<std::string>* words) const { return Joined(*words, ","); }
+  std::string operator()(const std::vector<int>* numbers) const { return ListText(*numbers, option.first); }
   std::string operator()(const AParsedTarget& member) const { return member.text; }
-  // Flags are not set, times and lists are absent.
-  std::string operator()(const void*) const { return ""; }
 };
 
 }  // namespace
@@ -164,6 +194,25 @@ std::string AJobDescription::DefaultOf(const AJobOption& option) const {
   if (option.isRequired || !option.otherwise.empty()) return option.otherwise;
   const std::shared_ptr<JobOptions> defaults = makeOptions();
   return std::visit(TextOfTarget{option}, option.target(*defaults));
+}
+
+std::string AJobDescription::Command(const JobOptions& given) const {
+  const std::shared_ptr<JobOptions> defaults = makeOptions();
+  // Targets are only looked at here.
+  auto& target = const_cast<JobOptions&>(given);
+  std::string command = "zeltra " + name;
+  for (const AJobOption& option : options) {
+    if (option.keepsResult) continue;
+    const TextOfTarget textOf{option};
+    const std::string text = std::visit(textOf, option.target(target));
+    const bool isDefault = !option.isRequired && text == std::visit(textOf, option.target(*defaults));
+    if (text.empty() || isDefault) continue;
+    if (!option.isWord) command.append(" --").append(option.name);
+    if (option.kind == AOptionKind::Flag) continue;
+    const char* quote = text.find(' ') == text.npos ? "" : "\"";
+    command.append(" ").append(quote).append(text).append(quote);
+  }
+  return command;
 }
 
 AResult AJobDescription::Set(JobOptions& target, const std::string& option, const std::string& text) const {

@@ -63,7 +63,8 @@ class ZELTRA_API AJobOption {
   char letter = 0;                    ///< short name on a command line, 0 without one
   bool isWord = false;                ///< stands on a command line without its name
   bool isRequired = false;
-  std::string excludes;  ///< name of an option that cannot be given as well
+  bool keepsResult = false;  ///< what the job makes is the same whatever the value
+  std::string excludes;      ///< name of an option that cannot be given as well
   std::function<AOptionTarget(JobOptions&)> target;
 
   // For those who describe a job.
@@ -80,6 +81,7 @@ class ZELTRA_API AJobOption {
   AJobOption& Letter(char character) { return letter = character, *this; }
   AJobOption& Word() { return isWord = isRequired = true, *this; }
   AJobOption& Required() { return isRequired = true, *this; }
+  AJobOption& KeepsResult() { return keepsResult = true, *this; }
   AJobOption& Excludes(std::string other) { return excludes = std::move(other), *this; }
 
   /// Read a text into the member of `options`, which are of the type that the job takes. A list grows by the text's
@@ -143,6 +145,10 @@ struct ZELTRA_API AJobDescription {
   const AJobOption* Find(const std::string& option) const;
   /// What holds where an option is not given, as a text that Set would take or in words; empty: nothing to tell.
   std::string DefaultOf(const AJobOption& option) const;
+  /// The command that makes the same of the same input: the name of the job and the options that change what it makes,
+  /// where they differ from their defaults, as in "zeltra average --interval 60". It names no file.
+  /// @param given  of the type that the job takes
+  std::string Command(const JobOptions& given) const;
   /// Set an option by its name. @return a failure that names the option
   AResult Set(JobOptions& target, const std::string& option, const std::string& text) const;
 };
@@ -205,13 +211,14 @@ class AJobDescriber {
 
   /// What every job with outputs takes: whether they replace files, and whether it waits for the disk.
   void Overwrite() {
-    Option("force", &Options::overwrite, "replace an output that exists").Letter('f');
-    Option("no-sync", &Options::sync, "do not wait until the output is on the disk").Clears();
+    Option("force", &Options::overwrite, "replace an output that exists").Letter('f').KeepsResult();
+    Option("no-sync", &Options::sync, "do not wait until the output is on the disk").Clears().KeepsResult();
   }
   void Threads() {
     Option("threads", &Options::threads, "threads that work at the same time; the result is the same for any number")
         .Range(0, 1024)
-        .Otherwise("one a processor");
+        .Otherwise("one a processor")
+        .KeepsResult();
   }
 
   AJobDescription Finish() { return std::move(job_); }

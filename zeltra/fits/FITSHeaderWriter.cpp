@@ -68,6 +68,10 @@ void FITSHeaderWriter::AddDay(const std::string& key, double julianDate) {
   AddText(key, text);
 }
 
+void FITSHeaderWriter::AddCard(const std::string& card) {
+  PrintableText(card).copy(NewCard(), kFITSCard);
+}
+
 void FITSHeaderWriter::AddHistory(const std::string& text) {
   constexpr size_t kRoom = 70;
   const std::string printable = PrintableText(text);

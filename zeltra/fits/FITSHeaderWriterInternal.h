@@ -28,6 +28,8 @@ class FITSHeaderWriter {
   void AddKnownText(const std::string& key, const std::string& value);
   /// The day as YYYY-MM-DD, unless there is none: a Julian date that is not positive.
   void AddDay(const std::string& key, double julianDate);
+  /// A card as it stands, of up to 80 characters.
+  void AddCard(const std::string& card);
   /// As many HISTORY cards as the text needs, one at least.
   void AddHistory(const std::string& text);
 

@@ -91,6 +91,7 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
     header.AddRoundedNumber("BMIN", image.shape.minor * kDegreesPerRadian);
     header.AddRoundedNumber("BPA", image.shape.angle);
   }
+  for (int i = 0; i < image.history.count(); ++i) header.AddCard(std::string(image.history(i)));
   // NOISE is what published images call the noise that the weights promise.
   header.AddRoundedNumber("NOISE", image.noise);
   header.AddRoundedNumber("RMS", image.rms);

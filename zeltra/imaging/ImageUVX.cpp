@@ -170,7 +170,8 @@ AResult Imager::NothingGridded(double longest) const {
 void Imager::Describe() {
   const AUVXSourceItem& source = data_.source();
   const AUVXHeader& header = data_.contents().header();
-  image_.source = source.Name();
+  const AUVXHeaderCards& cards = data_.contents().cards();
+  image_.source = cards.ObjectOf(source.Name());
   const SkyPosition position = data_.contents().PositionOf(source);
   image_.ra = position.ra;
   image_.dec = position.dec;
@@ -180,9 +181,13 @@ void Imager::Describe() {
   image_.frequency = (lowest_ + highest_) / 2;
   image_.bandwidth = highest_ - lowest_;
   image_.dateObs = header.info.dateObs;
-  image_.telescope = FieldText(header.info.telescope, sizeof header.info.telescope);
+  image_.telescope = cards.Find("TELESCOP").value_or(FieldText(header.info.telescope, sizeof header.info.telescope));
   image_.observer = FieldText(header.info.observer, sizeof header.info.observer);
   image_.weighting = options_.weighting;
+  for (int i = 0; i < cards.count(); ++i) {
+    if (KeywordOf(cards(i)) == "HISTORY") image_.history.Add(cards(i));
+  }
+  image_.history.AddHistory(ImageDescription().Command(options_));
   image_.shape = sums_.Shape();
   image_.noise = sums_.Noise();
   image_.rms = RMS(image_.map);

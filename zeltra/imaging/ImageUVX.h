@@ -15,6 +15,7 @@
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/SelectedVisibilities.h"
 #include "zeltra/uvx/AStokesMix.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
 
 namespace zeltra {
 
@@ -49,6 +50,7 @@ struct DirtyImage {
   double dateObs = 0;    ///< Julian date of 0 h UTC of the observation date, 0 if unknown
   std::string telescope;
   std::string observer;
+  AUVXHeaderCards history;  ///< HISTORY of the file, and of this image
   WeightingOptions weighting;
 
   int64 visibilities = 0;            ///< number of those used

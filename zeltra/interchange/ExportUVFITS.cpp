@@ -17,6 +17,9 @@
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXGroupInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
+#include "zeltra/uvx/AUVXIntegrations.h"
+#include "zeltra/uvx/AUVXTable.h"
 
 namespace zeltra {
 namespace {
@@ -37,6 +40,15 @@ void SplitTime(double time, double zero, float& first, float& second) {
   }
 }
 
+// Header cards and integration times go out in other places. Baselines name no subarray, so the index names none.
+bool IsExported(AUVXTable& table) {
+  const int subarray = table.Code() == "NX" ? table.FindColumn("SUBARRAY") : -1;
+  for (int row = 0; row < table.rows() && subarray >= 0; ++row) {
+    if (table.Number(row, subarray) > 1) table.SetNumber(row, subarray, 0, 1);
+  }
+  return !AUVXTable::IsProvenance(table.ID());
+}
+
 class Exporter {
  public:
   Exporter(const std::string& from, const std::string& to, const JobOptions& options)
@@ -47,6 +59,7 @@ class Exporter {
   AResult Export();
   enum class Pass { Whole, ParameterMissing, Stopped };
 
+  void ReadProvenance();
   AResult WriteHeader();
   Pass WriteGroups(AResult& result);
   bool LacksParameter(const AUVXGroup& group);
@@ -60,8 +73,9 @@ class Exporter {
   OutputFile output_;
   char firstCard_[kFITSCard] = {};
   double dateZero_ = 0;
-  bool withSource_ = false;
-  bool withFlag_ = false;
+  AUVXFITSForm form_;
+  AUVXHeaderCards cards_;
+  AUVXIntegrations integrations_;
 };
 
 AResult Exporter::Run() {
@@ -83,7 +97,8 @@ AResult Exporter::Export() {
   const AUVXHeader header(uvx_);
   if (uvx_.channels() < 1 || header.stokes.count() < 1) return AResult::Fail(from_ + ": its records hold no values");
   dateZero_ = std::isfinite(header.info.dateObs) ? double{header.info.dateObs} : 0;
-  withSource_ = uvx_.NeedsSourceAndFreqSel();
+  form_.withSourceAndFreqSel = uvx_.NeedsSourceAndFreqSel();
+  ReadProvenance();
 
   AResult result = AResult::Ok();
   Pass pass = Pass::ParameterMissing;
@@ -94,7 +109,7 @@ AResult Exporter::Export() {
   if (!result) return result;
   CheckedFile& file = output_.file();
   if (!PadFITSData(file, file.Tell())) return output_.WriteError();
-  if (!uvx_.ToFITSTables(file)) {
+  if (!uvx_.ToFITSTables(file, IsExported)) {
     return file.good() ? AResult::Fail(from_ + ": a table is damaged") : output_.WriteError();
   }
   if (result = input_.Check(); !result) return result;
@@ -103,10 +118,21 @@ AResult Exporter::Export() {
   return output_.Commit();
 }
 
+// A table that is damaged fails where all tables are written.
+void Exporter::ReadProvenance() {
+  if (const std::unique_ptr<AUVXTable> cards(uvx_.GetTable("HD")); cards) cards_ = AUVXHeaderCards(*cards);
+  if (const std::unique_ptr<AUVXTable> times(uvx_.GetTable("IT")); times) {
+    integrations_ = AUVXIntegrations(*times, uvx_.count());
+  }
+  cards_.AddHistory(ExportDescription().Command(options_));
+  form_.cards = &cards_;
+  form_.withIntegration = integrations_.IsKnown();
+}
+
 // The first card comes last: without it no program takes what a killed export leaves for a FITS file.
 AResult Exporter::WriteHeader() {
   CheckedFile& file = output_.file();
-  if (!file.Seek(0) || !uvx_.ToFITSHeader(file, withSource_, withFlag_)) {
+  if (!file.Seek(0) || !uvx_.ToFITSHeader(file, form_)) {
     return file.good() ? AResult::Fail(from_ + ": its polarisations do not form an axis of constant steps")
                        : output_.WriteError();
   }
@@ -122,6 +148,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
   BlockReader reader(input_);
   BlockWriter writer(output_.file(), options_.threads);
   reader.Seek(uvx_.DataOffset());
+  AUVXIntegrationCursor integrations(integrations_);
   int lastPercent = -1;
   for (int i = 0; i < uvx_.count(); ++i) {
     if (IsCancelled(options_)) {
@@ -132,8 +159,10 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
     AUVXGroup group;
     if (record) group.load(record);
     if (record && LacksParameter(group)) return Pass::ParameterMissing;
-    float parameters[9];
-    const int bytes = EncodeParameters(group, FormOf(group), parameters);
+    ParameterForm form = FormOf(group);
+    form.integration = integrations.Stored(i);
+    float parameters[10];
+    const int bytes = EncodeParameters(group, form, parameters);
     char* to = record ? writer.Reserve(bytes) : nullptr;
     if (to) std::memcpy(to, parameters, static_cast<size_t>(bytes));
     if (!to || !CopyValues(reader, writer)) {
@@ -152,9 +181,9 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
 // no table mentions. From then on the parameter is there, and the export begins again.
 bool Exporter::LacksParameter(const AUVXGroup& group) {
   const bool source = group.source != 1 || group.frqsel != 1, flag = group.flag != 0;
-  const bool lacks = (source && !withSource_) || (flag && !withFlag_);
-  withSource_ |= source;
-  withFlag_ |= flag;
+  const bool lacks = (source && !form_.withSourceAndFreqSel) || (flag && !form_.withFlag);
+  form_.withSourceAndFreqSel |= source;
+  form_.withFlag |= flag;
   return lacks;
 }
 
@@ -162,8 +191,9 @@ ParameterForm Exporter::FormOf(const AUVXGroup& group) const {
   ParameterForm form = {};
   form.baseline = static_cast<float>(static_cast<uint8_t>(group.ant1) * 256 + static_cast<uint8_t>(group.ant2));
   SplitTime(group.date, dateZero_, form.date1, form.date2);
-  form.withSourceAndFreqSel = withSource_;
-  form.withFlag = withFlag_;
+  form.withSourceAndFreqSel = form_.withSourceAndFreqSel;
+  form.withFlag = form_.withFlag;
+  form.withIntegration = form_.withIntegration;
   return form;
 }
 

@@ -13,14 +13,23 @@ namespace {
 ParameterRole RoleOfName(const std::string& name) {
   if (name == "ANTENNA1") return ParameterRole::Antenna1;
   if (name == "ANTENNA2") return ParameterRole::Antenna2;
+  if (name == "INTTIM") return ParameterRole::Integration;
   return name == kSubarrayParameter ? ParameterRole::Subarray : RoleOf(name.c_str());
 }
 
-// The form of BASELINE. Its fraction tells subarrays as long as it does not round up.
-double BaselineOfAntennas(const GroupParameters& group) {
+// What a BASELINE parameter tells: subarrays by hundredths, which 32-bit floats round.
+void SplitBaseline(GroupParameters& group) {
+  const double raised = group.baseline + 0.005;
+  const int whole = raised >= 257 && raised < 65536 ? static_cast<int>(raised) : 0;
+  group.antennas = (whole & 0xFF) != 0 ? whole : 0;
+  group.subarray = whole == 0 || whole == group.baseline ? 1 : std::round((group.baseline - whole) * 100) + 1;
+}
+
+void JoinAntennas(GroupParameters& group) {
   const double first = std::round(group.antenna1), second = std::round(group.antenna2);
-  if (!(first >= 1 && first <= 255 && second >= 1 && second <= 255)) return 0;
-  return 256 * first + second + 0.01 * std::clamp(std::round(group.subarray) - 1, -49.0, 49.0);
+  const bool isBaseline = first >= 1 && first <= 255 && second >= 1 && second <= 255;
+  group.antennas = isBaseline ? static_cast<int>(256 * first + second) : 0;
+  group.subarray = std::round(group.subarray);
 }
 
 }  // namespace
@@ -62,7 +71,7 @@ void GroupReader::Decode(const char* raw, int count) {
   end_ = first_ + count;
   std::fill_n(decoded_, count, start_);
   WithParameterType(valueBytes_, [&](auto type) { DecodeNumbers<decltype(type)>(raw, count); });
-  for (int i = 0; hasAntennas_ && i < count; ++i) decoded_[i].baseline = BaselineOfAntennas(decoded_[i]);
+  for (int i = 0; i < count; ++i) hasAntennas_ ? JoinAntennas(decoded_[i]) : SplitBaseline(decoded_[i]);
 }
 
 template <typename Number>
@@ -105,6 +114,9 @@ void GroupReader::DecodeNumbers(const char* raw, int count) {
         break;
       case ParameterRole::Subarray:
         forEach([](GroupParameters& group, double value) { group.subarray += value; });
+        break;
+      case ParameterRole::Integration:
+        forEach([](GroupParameters& group, double value) { group.integration += value; });
         break;
       default:
         forEach([](GroupParameters& group, double value) { group.flag = static_cast<int8_t>(IntegerForm(value)); });

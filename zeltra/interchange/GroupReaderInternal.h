@@ -19,11 +19,13 @@ inline constexpr char kSubarrayParameter[] = "ARRAY";
 struct GroupParameters {
   float u, v, w;
   double date;                ///< days
-  double baseline;            ///< 256 x antenna 1 + antenna 2 + 0.01 x (subarray - 1); 0 for antennas other than 1..255
+  double baseline;            ///< 256 x antenna 1 + antenna 2 + 0.01 x (subarray - 1)
   double antenna1, antenna2;  ///< where parameters of their own tell them
-  double subarray;            ///< beside them; 1 where the file has none
+  double subarray;            ///< from 1; of the baseline where that tells it
+  int antennas;               ///< 256 x antenna 1 + antenna 2; 0 for what is no baseline of antennas 1 to 255
   double source;              ///< 1 where the file has none
   double freqSel;             ///< 1 where the file has none
+  double integration;         ///< seconds, 0 where the file has none
   int8_t flag;                ///< as AUVXGroup::load gives it
 };
 

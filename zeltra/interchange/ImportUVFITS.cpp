@@ -12,6 +12,7 @@
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/interchange/GroupReaderInternal.h"
 #include "zeltra/interchange/InputKindInternal.h"
+#include "zeltra/interchange/SubarraysInternal.h"
 #include "zeltra/interchange/UVFITSInputInternal.h"
 #include "zeltra/interchange/UVFITSTablesInternal.h"
 #include "zeltra/uvx/AUVXAntenns.h"
@@ -28,6 +29,7 @@ namespace {
 // An observation of a night may begin on the day after its date.
 constexpr double kMostDaysAfterDate = 2;
 constexpr int kSetups = 128;
+constexpr int kLargestVersion = 10000;
 
 std::string Number(int64 n) {
   return std::to_string(n);
@@ -36,8 +38,7 @@ std::string Number(int64 n) {
 // What the groups turn out to hold.
 struct Findings {
   int64 blanks = 0;
-  int64 subarrays = 0;     // groups of another subarray than the first
-  int64 withoutSetup = 0;  // groups with a setup or source number below 1
+  int64 withoutSetup = 0;  // groups with a setup, source or subarray number below 1
   int64 zeroTimes = 0;
   int64 noCoordinates = 0;    // groups with u, v or w that is NaN or infinite
   bool setups[kSetups] = {};  // numbers that occur
@@ -55,15 +56,10 @@ struct SortKey {
   double time;
   int32_t group;
   uint16_t baseline;
+  uint8_t subarray;
 };
 
-// 256 x antenna 1 + antenna 2 of a BASELINE parameter; 0 if that is no baseline. Ranges are checked before a number is
-// cut to the width of its field.
-int RoundedBaseline(double value) {
-  const double rounded = value + 0.5;
-  return rounded >= 257 && rounded < 65536 ? static_cast<int>(rounded) : 0;
-}
-
+// Ranges are checked before a number is cut to the width of its field.
 bool IsSource(double value) {
   return value >= -32768.5 && value < 32767.5;
 }
@@ -77,6 +73,18 @@ const char* KeyColumn(const std::string& code) {
   if (code == "AN") return "NOSTA";
   if (code == "SU") return "ID";
   return code == "FQ" ? "FRQSEL" : nullptr;
+}
+
+// EXTVER, which is 1 where it is not there (FITS standard 4.0, section 4.4.2.6).
+int VersionOf(const AFITSxtbl& extension) {
+  ParseFITSstr card;
+  const double version = extension.FindCard("EXTVER", card) ? ParseNumber(card.strPar()) : 1;
+  return version >= 1 && version <= kLargestVersion ? static_cast<int>(version) : 0;
+}
+
+// Large tables are not looked into before their time.
+bool MayHoldAntennas(const std::string& name) {
+  return name.find(" AN") != std::string::npos || name == "ARRAY_GEOMETRY";
 }
 
 int BaselineOf(const AUVXGroup& group) {
@@ -102,14 +110,19 @@ class Importer {
   AResult Run(std::unique_ptr<AInputFile> from);
 
  private:
-  enum class Pass { Whole, OutOfOrder, Stopped };
+  enum class Pass { Whole, OutOfOrder, OtherSubarray, Stopped };
 
   AResult Import();
   void SettleDate();
+  template <typename Take>
+  AResult ForEachGroup(const Take& take);
   AResult ReadKeys();
+  AResult Survey();
+  AResult JoinArrays();
   AResult WriteRecords();
   Pass WritePass(AResult& result);
   Pass WriteGroup(GroupReader& reader, int number, AResult& result);
+  bool IsSelected(const GroupParameters& parameters) const;
   bool MakeHead(const GroupParameters& parameters, AUVXGroup& group);
   AResult Unstorable(const GroupParameters& parameters, int number) const;
   bool CopyValues(GroupReader& reader, int number, AResult& result);
@@ -117,6 +130,7 @@ class Importer {
   AResult WriteTables();
   std::unique_ptr<AUVXTable> SetupFromAxis();
   bool IndexAgrees(AUVXTable& table);
+  bool IsInTheList(AFITSxtbl& extension);
   void RemarkOnFindings();
   void RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups);
   AResult Broken(int group) const { return input_.Refuse("cannot be read in group " + Number(group + 1)); }
@@ -129,8 +143,10 @@ class Importer {
   AUVXWriter writer_;
   Findings findings_;
   std::vector<SortKey> keys_;  // empty while the groups are in time order
-  bool isDateTaken_ = false;   // the observation date is that of the first group
-  bool plainFloats_ = false;   // values are copied as they are
+  Subarrays subarrays_;
+  bool isSurveyed_ = false;   // subarrays other than the first are known
+  bool isDateTaken_ = false;  // the observation date is that of the first group
+  bool plainFloats_ = false;  // values are copied as they are
   Predecessor before_;
 };
 
@@ -156,16 +172,17 @@ AResult Importer::Import() {
   return result ? writer_.Finish() : result;
 }
 
-// Group by group in the order of the file, or in time order where that differs.
+// Group by group in the order of the file, or in time order where that differs. Most files have neither subarrays nor
+// need to be sorted: what they need is found out when the first group says so.
 AResult Importer::WriteRecords() {
-  AResult result = AResult::Ok();
-  if (WritePass(result) == Pass::OutOfOrder) {
-    if (result = ReadKeys(); !result) return result;
-    summary_.sorted = true;
-    if (isDateTaken_) writer_.header().info.dateObs = MidnightBefore(keys_.front().time);
-    if (result = writer_.Rewind(); result) WritePass(result);
-    keys_ = {};
+  AResult result = options_.subarray > 0 ? Survey() : AResult::Ok();
+  while (result) {
+    const Pass pass = WritePass(result);
+    if (pass == Pass::Whole || pass == Pass::Stopped) break;
+    result = pass == Pass::OtherSubarray ? Survey() : ReadKeys();
+    if (result) result = writer_.Rewind();
   }
+  keys_ = {};
   return result;
 }
 
@@ -175,7 +192,7 @@ Importer::Pass Importer::WritePass(AResult& result) {
   findings_ = Findings();
   SendProgressText(options_.progress, "Writing data into output file...");
   GroupReader reader(input_.fits());
-  const int groups = input_.groups();
+  const int groups = keys_.empty() ? input_.groups() : static_cast<int>(keys_.size());
   int lastPercent = -1;
   for (int i = 0; i < groups; ++i) {
     if (IsCancelled(options_)) {
@@ -192,6 +209,8 @@ Importer::Pass Importer::WritePass(AResult& result) {
 /// @param result  touched only by a failure: there are many groups
 Importer::Pass Importer::WriteGroup(GroupReader& reader, int number, AResult& result) {
   const GroupParameters* parameters = reader.Parameters(number);
+  if (parameters && parameters->subarray > 1 && !isSurveyed_) return Pass::OtherSubarray;
+  if (parameters && !IsSelected(*parameters)) return Pass::Whole;
   AUVXGroup* group = parameters ? writer_.BeginRecord() : nullptr;
   if (!group) {
     result = parameters ? writer_.Why() : Broken(number);
@@ -201,6 +220,8 @@ Importer::Pass Importer::WriteGroup(GroupReader& reader, int number, AResult& re
     result = Unstorable(*parameters, number);
     return Pass::Stopped;
   }
+  writer_.SetIntegration(static_cast<float>(parameters->integration));
+  if (subarrays_.IsMerged()) writer_.SetSubarray(static_cast<int>(parameters->subarray));
   const int baseline = BaselineOf(*group);
   if (writer_.records() > 0) {
     if (group->date < before_.time) return Pass::OutOfOrder;
@@ -210,26 +231,87 @@ Importer::Pass Importer::WriteGroup(GroupReader& reader, int number, AResult& re
   return CopyValues(reader, number, result) ? Pass::Whole : Pass::Stopped;
 }
 
-AResult Importer::ReadKeys() {
-  SendProgressText(options_.progress, "Sorting data...");
+template <typename Take>
+AResult Importer::ForEachGroup(const Take& take) {
   const int groups = input_.groups();
-  keys_.reserve(static_cast<size_t>(groups));
   GroupReader reader(input_.fits());
   int lastPercent = -1;
   for (int i = 0; i < groups; ++i) {
     if (IsCancelled(options_)) return Stopped();
     const GroupParameters* parameters = reader.Parameters(i);
-    if (!parameters) return input_.Refuse("cannot be read in group " + Number(i + 1));
-    AUVXGroup group;
-    if (!MakeHead(*parameters, group)) return Unstorable(*parameters, i);
-    keys_.push_back({group.date, i, static_cast<uint16_t>(BaselineOf(group))});
+    if (!parameters) return Broken(i);
+    if (!take(*parameters, i)) return Unstorable(*parameters, i);
     SendProgress(options_.progress, i + 1, groups, lastPercent);
   }
+  return AResult::Ok();
+}
+
+AResult Importer::ReadKeys() {
+  SendProgressText(options_.progress, "Sorting data...");
+  summary_.sorted = true;
+  keys_.clear();
+  keys_.reserve(static_cast<size_t>(input_.groups()));
+  AResult result = ForEachGroup([this](const GroupParameters& parameters, int number) {
+    if (!IsSelected(parameters)) return true;
+    AUVXGroup group;
+    if (!MakeHead(parameters, group)) return false;
+    const auto subarray = static_cast<uint8_t>(std::max(parameters.subarray, 1.0));
+    keys_.push_back({group.date, number, static_cast<uint16_t>(BaselineOf(group)), subarray});
+    return true;
+  });
+  if (!result) return result;
   std::sort(keys_.begin(), keys_.end(), [](const SortKey& a, const SortKey& b) {
     if (a.time != b.time) return a.time < b.time;
+    if (a.subarray != b.subarray) return a.subarray < b.subarray;
     return a.baseline != b.baseline ? a.baseline < b.baseline : a.group < b.group;
   });
+  if (isDateTaken_) writer_.header().info.dateObs = MidnightBefore(keys_.front().time);
   return AResult::Ok();
+}
+
+// Find out which subarrays there are, and make one list of their antennas.
+AResult Importer::Survey() {
+  SendProgressText(options_.progress, "Reading subarrays...");
+  isSurveyed_ = true;
+  summary_.sorted = false;
+  keys_.clear();
+  AResult result = ForEachGroup([this](const GroupParameters& parameters, int) {
+    if (!(parameters.subarray <= Subarrays::kMost)) return false;
+    subarrays_.Count(static_cast<int>(std::max(parameters.subarray, 1.0)), parameters.date);
+    return true;
+  });
+  if (!result) return result;
+  if (options_.subarray > 0 && (options_.subarray > Subarrays::kMost || !subarrays_.Has(options_.subarray))) {
+    std::string numbers;
+    for (const int number : subarrays_.Present()) numbers.append(numbers.empty() ? "" : ", ").append(Number(number));
+    return input_.Refuse("no group is of subarray " + Number(options_.subarray) + "; there are " + numbers);
+  }
+  if (result = JoinArrays(); !result) {
+    return input_.Refuse(result.message() + "; zeltra import --subarray N imports a single one");
+  }
+  const double dateObs = isDateTaken_ ? 0 : writer_.header().info.dateObs;
+  subarrays_.Settle(dateObs, options_.subarray, summary_.remarks);
+  return AResult::Ok();
+}
+
+AResult Importer::JoinArrays() {
+  std::vector<std::string> unused;  // the tables are converted again, with remarks
+  for (const int subarray : subarrays_.Present()) {
+    if (options_.subarray > 0 && subarray != options_.subarray) continue;
+    for (int i = 0; i < input_.fits().tables().count(); ++i) {
+      AFITSxtbl& extension = *input_.fits().tables()(i);
+      if (VersionOf(extension) != subarray || !MayHoldAntennas(extension.extname())) continue;
+      const std::unique_ptr<AUVXTable> table = ConvertTable(extension, unused);
+      if (!table || table->Code() != "AN" || table->FindColumn("NOSTA") < 0) continue;
+      if (AResult result = subarrays_.AddArray(subarray, *table, summary_.remarks); !result) return result;
+      break;
+    }
+  }
+  return AResult::Ok();
+}
+
+bool Importer::IsSelected(const GroupParameters& parameters) const {
+  return options_.subarray == 0 || std::max(parameters.subarray, 1.0) == options_.subarray;
 }
 
 /// @return false for a group that cannot be stored: see Unstorable
@@ -244,19 +326,20 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
   if (!std::isfinite(double{parameters.u} + parameters.v + parameters.w)) [[unlikely]]
     ++findings_.noCoordinates;
 
-  // The fraction of a baseline tells the subarray.
-  const int antennas = RoundedBaseline(parameters.baseline);
-  if (std::fabs(parameters.baseline - antennas) > 0.005) [[unlikely]]
-    ++findings_.subarrays;
-  group.ant1 = static_cast<int8_t>(antennas >> 8);
-  group.ant2 = static_cast<int8_t>(antennas & 0xFF);
+  const bool hasSubarray = parameters.subarray <= Subarrays::kMost;
+  const int subarray = hasSubarray ? static_cast<int>(std::max(parameters.subarray, 1.0)) : 1;
+  const int first = subarrays_.NumberOf(subarray, parameters.antennas >> 8);
+  const int second = subarrays_.NumberOf(subarray, parameters.antennas & 0xFF);
+  group.ant1 = static_cast<int8_t>(first);
+  group.ant2 = static_cast<int8_t>(second);
+  group.date -= subarrays_.DaysAhead(subarray);
 
-  const bool storable = std::isfinite(parameters.date) && (antennas & 0xFF) != 0 && IsSource(parameters.source) &&
-                        IsSetup(parameters.freqSel);
+  const bool storable = std::isfinite(parameters.date) && first != 0 && second != 0 && hasSubarray &&
+                        IsSource(parameters.source) && IsSetup(parameters.freqSel);
   if (!storable) return false;
   // Numbers below 1 stand for "any".
   const int source = static_cast<int>(parameters.source + 0.5), setup = static_cast<int>(parameters.freqSel + 0.5);
-  if (source < 1 || setup < 1) [[unlikely]]
+  if (source < 1 || setup < 1 || parameters.subarray < 1) [[unlikely]]
     ++findings_.withoutSetup;
   group.source = static_cast<int16_t>(std::max(source, 1));
   group.frqsel = static_cast<int8_t>(std::max(setup, 1));
@@ -268,7 +351,12 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
 AResult Importer::Unstorable(const GroupParameters& parameters, int number) const {
   std::string what = " has FREQSEL " + valToStr(parameters.freqSel) + ", beyond 8 bits";
   if (!IsSource(parameters.source)) what = " has SOURCE " + valToStr(parameters.source) + ", beyond 16 bits";
-  if ((RoundedBaseline(parameters.baseline) & 0xFF) == 0) {
+  if (!(parameters.subarray <= Subarrays::kMost)) {
+    what = " has SUBARRAY " + valToStr(parameters.subarray) + ", beyond " + Number(Subarrays::kMost);
+  } else if (parameters.antennas != 0 && isSurveyed_) {
+    what = " has an antenna that is not in the table AN of subarray " + valToStr(parameters.subarray);
+  }
+  if (parameters.antennas == 0) {
     what = " has BASELINE " + valToStr(parameters.baseline) +
            ", which is not 256 x antenna 1 + antenna 2 with antennas 1 to 255";
     if (input_.hasAntennas()) {
@@ -349,12 +437,20 @@ AResult Importer::WriteTables() {
                                  "\" is left out: it has no column " + column);
       continue;
     }
-    if (code == "BL") {
-      // The code is that of the list of baselines, which is made anew. An export of it comes back here.
+    if (code == "BL" || code == "HD" || code == "IT") {
+      // The code is that of a table that is made anew. An export of the list of baselines comes back here.
       const std::string& name = input_.fits().tables()(i)->extname();
-      if (name != "ZELTRA BL")
-        summary_.remarks.push_back("table \"" + name + "\" is left out: its place is that of the baseline list");
+      if (name != "ZELTRA BL") {
+        summary_.remarks.push_back("table \"" + name + "\" is left out: a UVX file has another table " + code);
+      }
       continue;
+    }
+    if (code == "AN" && subarrays_.HasTable()) {
+      if (!IsInTheList(*input_.fits().tables()(i))) continue;
+      *table = subarrays_.table();
+      if (antennas) continue;
+    } else if (subarrays_.IsMerged() && code != "NX") {
+      subarrays_.Renumber(*table);
     }
     if (code == "NX") {
       if (indexed) summary_.remarks.push_back("an index table behind the first one is left out");
@@ -384,8 +480,9 @@ AResult Importer::WriteTables() {
   for (const auto& table : tables) {
     if (AResult result = table ? writer_.AddTable(*table) : writer_.AddIndex(); !result) return result;
   }
-  summary_.tables = static_cast<int>(tables.size()) + 1;
-  return writer_.AddBaseLines();
+  if (AResult result = writer_.AddBaseLines(); !result) return result;
+  summary_.tables = static_cast<int>(tables.size()) + 2 + writer_.integrations().IsKnown();
+  return writer_.AddProvenance(input_.cards(), ImportDescription().Command(options_));
 }
 
 // The one setup of a file without a frequency table: every IF begins at freq0, channels as the FREQ axis tells. Two
@@ -409,11 +506,13 @@ std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
 
 // Whether an index table of the file says of every record which scan holds it, and the truth.
 bool Importer::IndexAgrees(AUVXTable& table) {
-  if (summary_.sorted || options_.scanGap > 0) return false;
+  const bool isWhole = options_.subarray == 0 && !subarrays_.IsSetBack();
+  if (summary_.sorted || !isWhole || options_.scanGap > 0) return false;
   const AUVXPosition index(writer_.index());
   const AUVXPosition given(table);
   const auto isOf = [&](int run, const AUVXPositionItem& scan) {
-    return run < index.count() && scan.sourceId == index(run).sourceId && scan.freqId == index(run).freqId;
+    return run < index.count() && scan.sourceId == index(run).sourceId && scan.freqId == index(run).freqId &&
+           (!subarrays_.IsMerged() || scan.subarray == index(run).subarray);
   };
   int next = 1, run = 0;
   bool agrees = true;
@@ -430,6 +529,17 @@ bool Importer::IndexAgrees(AUVXTable& table) {
   return agrees;
 }
 
+// Whether the table of antennas of an extension has become a part of the common list.
+bool Importer::IsInTheList(AFITSxtbl& extension) {
+  const int version = VersionOf(extension);
+  const bool isWanted = options_.subarray == 0 || version == options_.subarray;
+  const bool isIn = version >= 1 && version <= Subarrays::kMost && subarrays_.Has(version) && isWanted;
+  if (!isIn && isWanted) {
+    summary_.remarks.push_back("the table AN of subarray " + Number(version) + " is left out: no group is of it");
+  }
+  return isIn;
+}
+
 void Importer::RemarkOnFindings() {
   const auto remark = [this](int64 count, const char* what) {
     if (count > 0) summary_.remarks.push_back(Number(count) + " " + what);
@@ -444,10 +554,13 @@ void Importer::RemarkOnFindings() {
   remark(odd.infiniteWeights, "weights are infinite");
   remark(odd.weightsNotNumbers, "weights are not numbers; such values count as valid");
   remark(findings_.blanks, "blank values are flagged");
-  remark(findings_.subarrays, "groups belong to another subarray than the first, which a UVX file has no place for");
-  remark(findings_.withoutSetup, "groups have a source or setup number below 1, taken as 1");
+  remark(findings_.withoutSetup, "groups have a source, setup or subarray number below 1, taken as 1");
   remark(findings_.zeroTimes, "groups have the time 0");
   remark(findings_.noCoordinates, "groups have u, v or w that is not a finite number");
+  if (writer_.integrations().IsGivenUp()) {
+    summary_.remarks.push_back("the integration times (INTTIM) are left out, since they change more than " +
+                               Number(AUVXIntegrations::kMostRuns) + " times");
+  }
 }
 
 void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups) {

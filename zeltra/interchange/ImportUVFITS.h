@@ -19,6 +19,8 @@ struct ImportOptions : JobOptions {
   ImportOptions() = default;
   ImportOptions(const JobOptions& options) : JobOptions(options) {}  // NOLINT: whoever has no wishes
 
+  /// The number of the only subarray to import, from 1; 0: all of them, as one list of antennas.
+  int subarray = 0;
   /// Seconds between time stamps from which on a scan ends, whatever their spacing; 0: as AUVXWriter makes scans where
   /// the file has no list of them.
   double scanGap = 0;
@@ -40,6 +42,10 @@ struct ImportSummary {
 /// longer than 1; BITPIX other than 16, 32, -32; more than 8 polarisations; data shorter than GCOUNT promises; a group
 /// without a baseline of two antenna numbers 1..255, from BASELINE or, where there is none, ANTENNA1 and ANTENNA2; a
 /// number that a card states and that cannot be read.
+///
+/// Subarrays become one list of antennas, which are the same where name and position (1 m) are; then groups get the
+/// numbers of that list and keep the order of their two antennas. Antennas of one name at different places are refused.
+/// Where the times of a subarray are ahead by 5 days for each one before it, as AIPS has them, they are set back.
 ///
 /// Groups in time order keep their order; others are sorted by time, then baseline. The output always has the tables
 /// "NX", "FQ", "AN", "SU" and "BL". An "NX" of the file is kept where it describes the groups as they lie. Values are

@@ -14,6 +14,9 @@ AJobDescription DescribeImport() {
                                    "baseline. What a UVX file has no place for is told.");
   job.Input({"IN.uvfits", "the file to import", "", 0, {}});
   job.Output({"OUT.uvx", "the file to make", "", 0, {}});
+  job.Option("subarray", &ImportOptions::subarray, "import this subarray alone")
+      .Range(1, 100)
+      .Otherwise("all, as one list of antennas");
   DescribeScanGap(job);
   job.Threads();
   job.Overwrite();

@@ -15,6 +15,8 @@
 namespace zeltra {
 namespace {
 
+// Twenty times what is found in the field.
+constexpr int kMostCards = 100000;
 constexpr char kTooLong[] = " is longer than the 64 MiB that an import takes";
 static_assert(kFITSMostHeaderBytes == 64 << 20);
 
@@ -26,6 +28,22 @@ std::string Joined(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
   return text;
+}
+
+// Cards that tell the layout of the file, or that an export makes of the fields of a UVX file, of its own date, or
+// anew.
+constexpr std::string_view kMadeByExport[] = {
+    "SIMPLE", "BITPIX", "EXTEND",  "BLOCKED",  "GROUPS",   "PCOUNT", "GCOUNT", "BSCALE",   "BZERO",  "BLANK",
+    "BUNIT",  "EPOCH",  "EQUINOX", "DATE-OBS", "DATE-MAP", "DATE",   "END",    "CHECKSUM", "DATASUM"};
+// The same with a number after them, or without.
+constexpr std::string_view kMadeSeries[] = {"NAXIS", "PTYPE", "PSCAL", "PZERO", "CTYPE",
+                                            "CRVAL", "CDELT", "CRPIX", "CROTA", "CUNIT"};
+
+bool IsMadeByExport(std::string_view keyword) {
+  if (std::find(std::begin(kMadeByExport), std::end(kMadeByExport), keyword) != std::end(kMadeByExport)) return true;
+  return std::any_of(std::begin(kMadeSeries), std::end(kMadeSeries), [keyword](std::string_view series) {
+    return keyword.starts_with(series) && keyword.find_first_not_of("0123456789", series.size()) == keyword.npos;
+  });
 }
 
 // The words of a parameter name: blanks are written as dashes, as in UU---SIN or UU-L-SIN.
@@ -50,7 +68,7 @@ std::string KnownParameter(const std::vector<std::string>& words) {
     if (name == coordinate) return name;
   }
   if (name == "_DATE") return "DATE";
-  for (const char* known : {"BASELINE", "DATE", "SOURCE", "FREQSEL", "FLAG"}) {
+  for (const char* known : {"BASELINE", "DATE", "SOURCE", "FREQSEL", "FLAG", "INTTIM"}) {
     if (name == known && words.size() == 1) return name;
   }
   return {};
@@ -82,6 +100,7 @@ AResult UVFITSInput::Open(std::unique_ptr<AInputFile> file, std::vector<std::str
   if (AResult result = CheckExtent(remarks); !result) return result;
   if (AResult result = PrepareParameters(remarks); !result) return result;
   PrepareHeader(remarks);
+  KeepCards(remarks);
   RemarkOnHistory(remarks);
   return AResult::Ok();
 }
@@ -296,8 +315,27 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
   if (hasBlank_) blank_ = static_cast<int>(value);
 }
 
+// What the header says beyond the fields of a UVX file.
+void UVFITSInput::KeepCards(std::vector<std::string>& remarks) {
+  const AFITSmain& main = *fits_->main();
+  int left = 0;
+  bool isKept = false;
+  for (int i = 0; i + 1 < main.CardCount(); ++i) {  // the last one is END
+    const std::string_view card = main.CardText(i), keyword = KeywordOf(card);
+    if (card.find_first_not_of(' ') == card.npos) continue;
+    // A text that goes on goes with the card that begins it.
+    if (keyword != "CONTINUE") isKept = !IsMadeByExport(keyword);
+    if (isKept && cards_.count() == kMostCards) ++left;
+    if (isKept && cards_.count() < kMostCards) cards_.Add(card);
+  }
+  if (left > 0) {
+    remarks.push_back(std::to_string(left) +
+                      " cards of the header, HISTORY among them, are left out: a UVX file keeps " +
+                      std::to_string(kMostCards));
+  }
+}
+
 void UVFITSInput::ReadHistory(const std::string& line) {
-  ++historyCards_;
   // The last card of a kind holds.
   for (auto [label, value] : {std::pair{"SORT ORDER", &sortOrder_}, std::pair{"WTSCAL", &weightScale_}}) {
     const size_t at = line.find(label);
@@ -312,9 +350,6 @@ void UVFITSInput::RemarkOnHistory(std::vector<std::string>& remarks) {
   if (const auto card = Find("SORTORD"); card && sortOrder_.empty()) claimsTimeBaseline_ = *card == "TB";
   const double scale = weightScale_.empty() ? 1.0 : ParseNumber(weightScale_);
   if (scale != 1.0) remarks.push_back("the history gives a weight scale of " + weightScale_ + ", which is not applied");
-  if (historyCards_ > 0) {
-    remarks.push_back(std::to_string(historyCards_) + " HISTORY cards, which a UVX file has no place for");
-  }
 }
 
 }  // namespace zeltra

@@ -12,6 +12,7 @@
 #include "zeltra/core/AResult.h"
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
 
 namespace zeltra {
 
@@ -27,6 +28,8 @@ class UVFITSInput {
   const AInputFile& file() const { return *file_; }
   /// The UVX header of the file; its ranges are empty.
   const AUVXHeader& header() const { return header_; }
+  /// The cards of the header that the export of such a file would not make itself.
+  const AUVXHeaderCards& cards() const { return cards_; }
   int groups() const { return fits_->main()->gcount(); }
   /// Bytes of a group before its visibilities.
   int parameterBytes() const { return parameterBytes_; }
@@ -54,12 +57,13 @@ class UVFITSInput {
   AResult CheckExtent(std::vector<std::string>& remarks);
   AResult PrepareParameters(std::vector<std::string>& remarks);
   void PrepareHeader(std::vector<std::string>& remarks);
+  void KeepCards(std::vector<std::string>& remarks);
   void ReadHistory(const std::string& line);
   void RemarkOnHistory(std::vector<std::string>& remarks);
 
   std::unique_ptr<AFITS> fits_;
   AInputFile* file_ = nullptr;  // that `fits_` owns
-  int64 historyCards_ = 0;
+  AUVXHeaderCards cards_;
   std::string sortOrder_, weightScale_;  // as the history tells
   AUVXHeader header_;
   int parameterBytes_ = 0;

@@ -93,6 +93,8 @@ void AUVXContents::ReadTables(AUVXInput& input) {
     const auto isFirst = [&](const char* code) { return directory.HasTable(code) == i; };
     if (isFirst("NX")) scans_->Init(*table);
     if (isFirst("SU")) sources_.Init(*table);
+    if (isFirst("HD")) cards_ = AUVXHeaderCards(*table);
+    if (isFirst("IT")) integrations_ = AUVXIntegrations(*table, records_);
     if (isFirst("AN")) {
       antennas_.Init(*table);
       hasAntennaTable_ = true;

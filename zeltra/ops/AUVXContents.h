@@ -15,6 +15,8 @@
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXFqTbl.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
+#include "zeltra/uvx/AUVXIntegrations.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
 
@@ -67,6 +69,10 @@ class ZELTRA_API AUVXContents {
   const std::string& timeScale() const { return timeScale_; }
   /// The frequencies of each setup.
   const AUVXFqTbl& setups() const { return setups_; }
+  /// What the header of the first input says beyond the fields of a UVX file, and what became of it: "HD".
+  const AUVXHeaderCards& cards() const { return cards_; }
+  /// The integration times of the records, from "IT"; none of a file whose times are not known.
+  const AUVXIntegrations& integrations() const { return integrations_; }
   /// The tables in the order of the directory.
   const std::vector<UVXTableSummary>& tables() const { return tables_; }
   /// A sentence for each table that is damaged.
@@ -125,6 +131,8 @@ class ZELTRA_API AUVXContents {
   bool hasAntennaTable_ = false;
   std::string timeScale_ = "UTC";
   AUVXFqTbl setups_;
+  AUVXHeaderCards cards_;
+  AUVXIntegrations integrations_;
   std::vector<UVXTableSummary> tables_;
 };
 

@@ -22,6 +22,7 @@ size_t RecordBytes(int values) {
 struct IntervalHead {
   int scan;  // place in the index of the input
   int records;
+  float integration;  // seconds, 0 if not known
 };
 
 // Averages as records of a UVX file, in the order of baselines.
@@ -33,7 +34,7 @@ void AppendRecords(const Interval& interval, int values, std::vector<char>& byte
   group.source = static_cast<int16_t>(interval.stream.source);
   group.frqsel = static_cast<int8_t>(interval.stream.setup);
   group.date = interval.time;
-  const IntervalHead head = {interval.scan, static_cast<int>(places.size())};
+  const IntervalHead head = {interval.scan, static_cast<int>(places.size()), interval.seconds};
   bytes.resize(sizeof head + places.size() * recordBytes);
   std::memcpy(bytes.data(), &head, sizeof head);
   char* record = bytes.data() + sizeof head;
@@ -98,11 +99,12 @@ AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptio
   const AUVXPosition& scans = from.contents().scans();
   AResult result = AverageRecords(from, options, mixes, [&](const IntervalHead& head, const char* records) {
     writer.BeginScan(head.scan, scans(head.scan).subarray);
+    writer.SetIntegration(head.integration);
     return writer.Append(records, head.records);
   });
   if (!result) return result;
   if (writer.records() == 0) return AResult::Fail(from.path() + ": no record is selected that is not flagged");
-  if (result = CopyTables(from, writer); !result) return result;
+  if (result = CopyTables(from, writer, AverageDescription().Command(options)); !result) return result;
   return writer.Finish();
 }
 

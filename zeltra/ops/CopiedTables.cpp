@@ -2,6 +2,7 @@
 #include <memory>
 #include <string>
 
+#include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 
@@ -18,12 +19,14 @@ AResult CopyTable(AUVXInput& from, const AUVXTableItem& item, AUVXWriter& to,
 
 }  // namespace
 
-AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::function<void(AUVXTable&)>& change) {
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
+                   const std::function<void(AUVXTable&)>& change) {
   const AUVXTableHeader directory(from.uvx());
   const int index = AUVXTable::toHash("NX", 0), baseLines = AUVXTable::toHash("BL", 0);
   AResult result = AResult::Ok();
   for (int i = 0; i < directory.count() && result; ++i) {
     const int code = directory(i).ID & 0xFFFF;
+    if (AUVXTable::IsProvenance(directory(i).ID)) continue;
     // An index may be large: the old one is not read.
     result = code == index       ? to.AddIndex()
              : code == baseLines ? to.AddBaseLines()
@@ -31,6 +34,7 @@ AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::function<void(AUV
   }
   if (result && directory.HasTable(index) < 0) result = to.AddIndex();
   if (result && directory.HasTable(baseLines) < 0) result = to.AddBaseLines();
+  if (result) result = to.AddProvenance(from.contents().cards(), command);
   return result ? from.Check() : result;
 }
 

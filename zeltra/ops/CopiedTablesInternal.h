@@ -4,6 +4,7 @@
 #define ZELTRA_OPS_COPIEDTABLESINTERNAL_H_
 
 #include <functional>
+#include <string>
 
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/uvx/AUVXWriter.h"
@@ -11,9 +12,11 @@
 namespace zeltra {
 
 /// Add the tables of `from` to `to` in their order. Index and baseline list are those of the records of `to`, each in
-/// its place, or at the end where `from` has none.
-/// @param change  may change every other table before it is added
-AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::function<void(AUVXTable&)>& change = {});
+/// its place, or at the end where `from` has none. Header cards and integration times come last.
+/// @param command  what made `to` of `from`: see AJobDescription::Command
+/// @param change   may change every other table before it is added
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
+                   const std::function<void(AUVXTable&)>& change = {});
 
 /// Take out the rows of antennas and sources that have no records.
 void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines);

@@ -83,7 +83,7 @@ bool RecordChoice::Keeps(const AUVXVisibility& values) const {
 class Copier {
  public:
   Copier(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary& summary)
-      : from_(from), to_(to), options_(options), summary_(summary) {}
+      : from_(from), to_(to), options_(options), summary_(summary), integrations_(from.contents().integrations()) {}
 
   AResult Run();
 
@@ -98,6 +98,7 @@ class Copier {
   const std::string to_;
   const CopyOptions options_;
   CopySummary& summary_;
+  AUVXIntegrationCursor integrations_;
   RecordChoice choice_;
   ChannelSelection channels_;
   AUVXVisibility read_, kept_;
@@ -151,6 +152,7 @@ AResult Copier::CheckFrequencies() {
 
 AResult Copier::CopyRecord(const WalkedRecord& record) {
   if (!choice_.Keeps(record.group)) return AResult::Ok();
+  writer_.SetIntegration(integrations_.Stored(record.index));
   scans_->Enter(record.index);
   if (channels_.IsWhole() && !options_.dropFlagged) return writer_.Append(record.group, record.values);
   std::copy_n(record.values, read_.count(), read_.lpArray());
@@ -161,7 +163,7 @@ AResult Copier::CopyRecord(const WalkedRecord& record) {
 
 AResult Copier::CopyTables() {
   std::string others;
-  AResult result = zeltra::CopyTables(from_, writer_, [&](AUVXTable& table) {
+  AResult result = zeltra::CopyTables(from_, writer_, CopyDescription().Command(options_), [&](AUVXTable& table) {
     DropUnusedRows(table, writer_.baseLines());
     if (channels_.KeepsFrequencies() || channels_.Reduce(table)) return;
     others += (others.empty() ? "" : ", ") + table.Code();

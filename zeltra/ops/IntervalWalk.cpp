@@ -52,6 +52,8 @@ struct OpenInterval {
   double reference = 0;  // Julian date of its first record; times are added up as distances from it
   double weight = 0, weightedDays = 0, days = 0;
   int64 count = 0;
+  double seconds = 0, stampSeconds = 0;  // integration times of the time stamps before the last one, and of that
+  double stamp = kNever;                 // ticks
   int firstRecord = 0, lastRecord = 0;
   bool isWhole = true;        // whether its sums fit
   std::vector<bool> present;  // baselines, by IntervalSums::KeyOf, where they do not
@@ -103,6 +105,7 @@ class IntervalWorker : public PartWorker {
         scans_(shape.plan.contents().scans()),
         reader_(shape.input),
         room_(static_cast<size_t>(shape.choice.count())),
+        integrations_(shape.plan.contents().integrations()),
         pool_(shape.form, shape.sumBytes),
         states_(shape.plan.streams().size()) {}
 
@@ -138,6 +141,7 @@ class IntervalWorker : public PartWorker {
   const AUVXPosition& scans_;
   RecordReader reader_;
   std::vector<AUVXComplex> room_;
+  AUVXIntegrationCursor integrations_;
   SumPool pool_;
   std::vector<StreamState> states_;
   const IntervalPart* part_ = nullptr;
@@ -293,6 +297,8 @@ AResult IntervalWorker::Begin(StreamState& state, int record, const AUVXGroup& g
   interval.reference = group.date;
   interval.weight = interval.weightedDays = interval.days = 0;
   interval.count = 0;
+  interval.seconds = interval.stampSeconds = 0;
+  interval.stamp = kNever;
   interval.firstRecord = record;
   interval.isWhole = true;
   interval.state.reset();
@@ -307,6 +313,12 @@ void IntervalWorker::AddRecord(OpenInterval& interval, AUVXGroup& group, const c
   interval.weightedDays += weight * days;
   interval.days += days;
   ++interval.count;
+  if (const double ticks = states_[interval.stream].lastTicks; ticks != interval.stamp) {
+    interval.seconds += std::exchange(interval.stampSeconds, 0);
+    interval.stamp = ticks;
+  }
+  // Baselines may have been integrated for different times: the longest one covers the others.
+  interval.stampSeconds = std::max<double>(interval.stampSeconds, integrations_.Usable(record));
   interval.lastRecord = record;
   const char* values = shape_.choice.Pick(group, stored, room_.data());
   if (interval.isWhole && interval.sums.IsNew(group) && !pool_.HasRoom()) {
@@ -359,7 +371,8 @@ void IntervalWorker::Make(OpenInterval& interval, double time, IntervalSums& sum
     return !isInOrder_ || !open_.empty() || Release();
   };
   const IntervalStream& stream = shape_.plan.streams()[interval.stream];
-  shape_.finish({stream, interval.scan, time, sums, firstValue, complete, interval.state, handOn}, bytes);
+  const auto seconds = static_cast<float>(interval.seconds + interval.stampSeconds);
+  shape_.finish({stream, interval.scan, time, seconds, sums, firstValue, complete, interval.state, handOn}, bytes);
   if (!bytes.empty()) Keep(time, interval.stream, std::move(bytes));
 }
 

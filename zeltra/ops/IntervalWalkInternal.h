@@ -28,9 +28,10 @@ struct Interval {
   enum Complete { TimeStamp, Values, All };
 
   IntervalStream stream;
-  int scan;     ///< place in the index of the scan that it lies in, or where that goes on later, of its first records
-  double time;  ///< Julian date: the mean of the records' times with their weights, plain where all are 0; not of a
-                ///< time stamp
+  int scan;       ///< place in the index of the scan that it lies in, or where that goes on later, of its first records
+  double time;    ///< Julian date: the mean of the records' times with their weights, plain where all are 0; not of a
+                  ///< time stamp
+  float seconds;  ///< that its records cover: the sum of the integration times of its time stamps; 0 if not known
   IntervalSums& sums;
   int firstValue;  ///< place in a record of the first value of the sums
   Complete complete;

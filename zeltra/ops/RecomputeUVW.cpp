@@ -18,7 +18,11 @@ namespace {
 class UVWCopy {
  public:
   UVWCopy(AUVXInput& from, const JobOptions& options, UVWDifference& difference)
-      : from_(from), options_(options), difference_(difference), model_(from.contents(), difference.frame) {}
+      : from_(from),
+        options_(options),
+        difference_(difference),
+        integrations_(from.contents().integrations()),
+        model_(from.contents(), difference.frame) {}
 
   AResult Run(const std::string& to);
 
@@ -30,6 +34,7 @@ class UVWCopy {
   AUVXInput& from_;
   const JobOptions& options_;
   UVWDifference& difference_;
+  AUVXIntegrationCursor integrations_;
   UVWModel model_;
   double given_[3] = {};  // sums of squares of the coordinates in the file
   AUVXWriter writer_;
@@ -49,7 +54,8 @@ AResult UVWCopy::Run(const std::string& to) {
   if (!copied) return copied;
   if (!result) return result;
   FinishDifference();
-  result = CopyTables(from_, writer_, [&](AUVXTable& table) { DropUnusedRows(table, writer_.baseLines()); });
+  result = CopyTables(from_, writer_, UVWDescription().Command(options_),
+                      [&](AUVXTable& table) { DropUnusedRows(table, writer_.baseLines()); });
   return result ? writer_.Finish() : result;
 }
 
@@ -61,6 +67,7 @@ AResult UVWCopy::CopyRecord(const WalkedRecord& record) {
   group.vv = static_cast<float>(uvw.y);
   group.ww = static_cast<float>(uvw.z);
   Compare(record.group, group);
+  writer_.SetIntegration(integrations_.Stored(record.index));
   scans_->Enter(record.index);
   return writer_.Append(group, record.values);
 }

@@ -131,6 +131,7 @@ AResult Simulator::Run() {
     return AResult::Fail(to_ + ": " + std::to_string(records_) + " records are more than a UVX file counts");
   }
   if (AResult result = writer_.Create(to_, Header(), options_); !result) return result;
+  writer_.SetIntegration(static_cast<float>(options_.integration));
   if (AResult result = WriteRecords(); !result) return result;
   if (AResult result = WriteTables(); !result) return result;
   return writer_.Finish();
@@ -245,7 +246,8 @@ AResult Simulator::WriteTables() {
   for (auto table : {&Simulator::Frequencies, &Simulator::Antennas, &Simulator::Sources}) {
     if (result) result = writer_.AddTable(*(this->*table)());
   }
-  return result ? writer_.AddBaseLines() : result;
+  if (result) result = writer_.AddBaseLines();
+  return result ? writer_.AddProvenance({}, SimulateDescription().Command(options_)) : result;
 }
 
 std::unique_ptr<AUVXTable> Simulator::Antennas() const {

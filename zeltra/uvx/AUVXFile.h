@@ -4,6 +4,7 @@
 #define ZELTRA_UVX_AUVXFILE_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -11,8 +12,20 @@
 
 namespace zeltra {
 
+class AUVXHeaderCards;
 class AUVXTable;
 struct AUVXHeader;
+
+/// What of the primary header of a UV FITS file is a matter of choice.
+struct AUVXFITSForm {
+  bool withSourceAndFreqSel = false;  ///< parameters SOURCE and FREQSEL behind the two dates
+  bool withFlag = false;              ///< FLAG, which holds the flag byte of a record
+  bool withIntegration = false;       ///< INTTIM
+  /// Cards that follow those made here, whose TELESCOP, INSTRUME and OBSERVER hold in place of the fields of the file,
+  /// and whose OBJECT tells the name of a single source in full; null for none. What is no card of FITS becomes a
+  /// COMMENT.
+  const AUVXHeaderCards* cards = nullptr;
+};
 
 /// A container of visibility records.
 ///
@@ -113,12 +126,14 @@ class ZELTRA_API AUVXFile {
   /// those of the first source.
   /// @return 0 if a write fails, if the records hold no values, or if the polarisation codes have no constant step
   int ToFITSHeader(ABFile& file);
-  /// The same with a choice of the parameters behind the two dates: SOURCE and FREQSEL, and FLAG, which holds the flag
-  /// byte of a record.
-  int ToFITSHeader(ABFile& file, bool withSourceAndFreqSel, bool withFlag);
+  /// The same with a choice.
+  int ToFITSHeader(ABFile& file, const AUVXFITSForm& form);
   /// Write every table as a FITS extension at the current position of `file`, EXTVER counted for each code.
   /// @return 0 if a write fails, or a table is not as the directory describes it
   int ToFITSTables(ABFile& file);
+  /// The same with a choice.
+  /// @param choose  may change a table; one that it turns down is left out
+  int ToFITSTables(ABFile& file, const std::function<bool(AUVXTable&)>& choose);
   /// Whether records have to be written with SOURCE and FREQSEL, since not all of them are of source 1 and setup 1, as
   /// the tables tell; true also where the index does not cover all records.
   bool NeedsSourceAndFreqSel();

@@ -105,8 +105,8 @@ int AUVXGroup::ToFITS(AFile& file, int withSourceAndFreqSel) {
   std::swap(ant1, ant2);
   const double coarse = std::trunc(date * 100) * 0.01;
   const ParameterForm form = {static_cast<float>(baseline), static_cast<float>(coarse),
-                              static_cast<float>(date - coarse), withSourceAndFreqSel != 0, false};
-  float values[9];
+                              static_cast<float>(date - coarse), withSourceAndFreqSel != 0};
+  float values[10];
   return WriteWhole(file, values, EncodeParameters(*this, form, values));
 }
 
@@ -118,6 +118,7 @@ int EncodeParameters(const AUVXGroup& group, const ParameterForm& form, float* t
     *next++ = group.frqsel;
   }
   if (form.withFlag) *next++ = group.flag;
+  if (form.withIntegration) *next++ = form.integration;
   const auto count = static_cast<size_t>(next - to);
   Swap32(to, to, count);
   return static_cast<int>(count * sizeof(float));

@@ -19,8 +19,22 @@ inline int IntegerForm(double value) {
   return static_cast<int32_t>(value < kLargest ? value : kLargest);
 }
 
-/// What a random parameter tells of a group. No first letter tells the last three.
-enum class ParameterRole { None, U, V, W, Date, Baseline, Source, FreqSel, Flag, Antenna1, Antenna2, Subarray };
+/// What a random parameter tells of a group. No first letter tells the last four.
+enum class ParameterRole {
+  None,
+  U,
+  V,
+  W,
+  Date,
+  Baseline,
+  Source,
+  FreqSel,
+  Flag,
+  Antenna1,
+  Antenna2,
+  Subarray,
+  Integration
+};
 
 /// The role of a parameter by the first letters of its name.
 inline ParameterRole RoleOf(const char* name) {
@@ -48,12 +62,15 @@ inline ParameterRole RoleOf(const char* name) {
 struct ParameterForm {
   float baseline;
   float date1, date2;  ///< the two parts of the date
-  bool withSourceAndFreqSel, withFlag;
+  bool withSourceAndFreqSel;
+  bool withFlag = false;
+  bool withIntegration = false;
+  float integration = 0;  ///< seconds
 };
 
 /// Encode the parameters of a group as big-endian floats: u, v, w, the baseline, the date in two parts and, where asked
-/// for, source and setup, and the flag.
-/// @param to  room for nine numbers
+/// for, source and setup, the flag, and the integration time.
+/// @param to  room for ten numbers
 /// @return bytes in use of `to`
 int EncodeParameters(const AUVXGroup& group, const ParameterForm& form, float* to);
 

@@ -150,6 +150,10 @@ class ZELTRA_API AUVXTable {
   /// bit 16 set if `own`.
   static int toHash(const std::string& name, int own);
 
+  /// Whether a table with this ID is one of this library's own that tells where the data come from: "HD", the cards of
+  /// a header, or "IT", integration times.
+  static bool IsProvenance(int id) { return IsOwn(id, "HD") || IsOwn(id, "IT"); }
+
   AArray<AUVXTableKeyWord>& keywords() { return keywords_; }
   const AArray<AUVXTableKeyWord>& keywords() const { return keywords_; }
   AArray<AUVXTableManual>& columns() { return columns_; }
@@ -213,6 +217,7 @@ class ZELTRA_API AUVXTable {
   int ToFITS(ABFile& file, int version = 1);
 
  private:
+  static bool IsOwn(int id, const char* code) { return (id & (kOwnFamily | 0xFFFF)) == toHash(code, 1); }
   const char* Cell(int row, int column, int element, AXTblFormat& format) const;
   void LoadKeyWords(AFITSxtbl& extension);
   int LoadImage(ABFile& file);

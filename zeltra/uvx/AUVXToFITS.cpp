@@ -16,6 +16,7 @@
 #include "zeltra/fits/FITSTextInternal.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -97,10 +98,11 @@ int StokesStep(const AUVXStokes& stokes, int& step) {
   return 1;
 }
 
-std::vector<const char*> ParameterNames(bool withSourceAndFreqSel, bool withFlag) {
+std::vector<const char*> ParameterNames(const AUVXFITSForm& form) {
   std::vector<const char*> names = {"UU", "VV", "WW", "BASELINE", "DATE", "DATE"};
-  if (withSourceAndFreqSel) names.insert(names.end(), {"SOURCE", "FREQSEL"});
-  if (withFlag) names.push_back("FLAG");
+  if (form.withSourceAndFreqSel) names.insert(names.end(), {"SOURCE", "FREQSEL"});
+  if (form.withFlag) names.push_back("FLAG");
+  if (form.withIntegration) names.push_back("INTTIM");
   return names;
 }
 
@@ -125,18 +127,58 @@ void AddAxis(FITSHeaderWriter& cards, int axis, const char* type, double value, 
   cards.AddValue(Numbered("CROTA", axis), kFITSAxisZero);
 }
 
-void AddInfo(FITSHeaderWriter& cards, const AUVXInfoHeader& info, const std::string& object) {
+void AddInfo(FITSHeaderWriter& cards, const AUVXInfoHeader& info, const std::string& object,
+             const AUVXHeaderCards& kept) {
   const std::string telescope = FieldText(info.telescope, sizeof info.telescope);
-  cards.AddKnownText("OBJECT", object);
-  cards.AddKnownText("TELESCOP", telescope);
-  cards.AddKnownText("INSTRUME", telescope);
-  cards.AddKnownText("OBSERVER", FieldText(info.observer, sizeof info.observer));
+  const auto addUnlessKept = [&](const char* key, const std::string& text) {
+    if (!kept.Find(key)) cards.AddKnownText(key, text);
+  };
+  cards.AddKnownText("OBJECT", kept.ObjectOf(object));
+  addUnlessKept("TELESCOP", telescope);
+  addUnlessKept("INSTRUME", telescope);
+  addUnlessKept("OBSERVER", FieldText(info.observer, sizeof info.observer));
   cards.AddDay("DATE-OBS", info.dateObs);
   cards.AddText("DATE-MAP", FormatCardDate(std::time(nullptr)));
   cards.AddValue("BSCALE", kFITSScaleOne);
   cards.AddValue("BZERO", kFITSScaleZero);
   cards.AddKnownText("BUNIT", FieldText(info.bunit, sizeof info.bunit));
   if (info.epoch != 0) cards.AddNumber("EPOCH", info.epoch);
+}
+
+/// Whether the value of a card, what stands after "= ", is one of FITS.
+bool HasFITSValue(std::string_view text) {
+  const std::string value = Trimmed(text);
+  if (value.starts_with('(')) return true;  // a complex number
+  if (!value.starts_with('\'')) {
+    const std::string number = Trimmed(value.substr(0, value.find('/')));
+    return number.empty() || IsFITSValue(number);
+  }
+  size_t end = value.find('\'', 1);
+  while (end != value.npos && value.substr(end, 2) == "''") end = value.find('\'', end + 2);
+  if (end == value.npos) return false;
+  const std::string rest = Trimmed(value.substr(end + 1));
+  return rest.empty() || rest.starts_with('/');
+}
+
+bool IsFITSCard(std::string_view card) {
+  const std::string key(KeywordOf(card));
+  const bool hasValue = card.substr(kFITSKeyword, 2) == "= " && key != "HISTORY" && key != "COMMENT" && !key.empty();
+  return FITSKey(key) == key && (!hasValue || HasFITSValue(card.substr(kFITSKeyword + 2)));
+}
+
+void AddKept(FITSHeaderWriter& cards, const AUVXHeaderCards& kept) {
+  for (int i = 0; i < kept.count(); ++i) {
+    const std::string card(kept(i));
+    if (KeywordOf(card) == "OBJECT") continue;
+    if (IsFITSCard(card)) {
+      cards.AddCard(card);
+    } else {
+      cards.AddCard("COMMENT " + card.substr(0, kFITSCard - kFITSKeyword));
+      if (const std::string rest = Trimmed(card.substr(kFITSCard - kFITSKeyword)); !rest.empty()) {
+        cards.AddCard("COMMENT " + rest);
+      }
+    }
+  }
 }
 
 // Tables
@@ -233,10 +275,12 @@ bool AUVXFile::NeedsSourceAndFreqSel() {
 }
 
 int AUVXFile::ToFITSHeader(ABFile& file) {
-  return ToFITSHeader(file, NeedsSourceAndFreqSel(), false);
+  AUVXFITSForm form;
+  form.withSourceAndFreqSel = NeedsSourceAndFreqSel();
+  return ToFITSHeader(file, form);
 }
 
-int AUVXFile::ToFITSHeader(ABFile& file, bool withSourceAndFreqSel, bool withFlag) {
+int AUVXFile::ToFITSHeader(ABFile& file, const AUVXFITSForm& form) {
   if (!file_) return 0;
   const AUVXHeader header(*this);
   int stokesStep = 0;
@@ -254,7 +298,7 @@ int AUVXFile::ToFITSHeader(ABFile& file, bool withSourceAndFreqSel, bool withFla
   for (int axis = 1; axis <= static_cast<int>(std::size(lengths)); ++axis) {
     cards.AddInteger(Numbered("NAXIS", axis), lengths[axis - 1]);
   }
-  const std::vector<const char*> parameters = ParameterNames(withSourceAndFreqSel, withFlag);
+  const std::vector<const char*> parameters = ParameterNames(form);
   cards.AddLogical("EXTEND");
   cards.AddLogical("GROUPS");
   cards.AddInteger("PCOUNT", static_cast<int64>(parameters.size()));
@@ -266,11 +310,17 @@ int AUVXFile::ToFITSHeader(ABFile& file, bool withSourceAndFreqSel, bool withFla
   AddAxis(cards, 5, "IF", 1, 1);
   AddAxis(cards, 6, "RA", source.ra, 1);
   AddAxis(cards, 7, "DEC", source.dec, 1);
-  AddInfo(cards, header.info, source.object);
+  const AUVXHeaderCards none, &kept = form.cards ? *form.cards : none;
+  AddInfo(cards, header.info, source.object, kept);
+  AddKept(cards, kept);
   return cards.Write(file);
 }
 
 int AUVXFile::ToFITSTables(ABFile& file) {
+  return ToFITSTables(file, [](AUVXTable&) { return true; });
+}
+
+int AUVXFile::ToFITSTables(ABFile& file, const std::function<bool(AUVXTable&)>& choose) {
   const AUVXTableHeader directory(*this);
   std::map<int, int> versions;  // of each family and code
   for (int i = 0; i < directory.count(); ++i) {
@@ -278,6 +328,7 @@ int AUVXFile::ToFITSTables(ABFile& file) {
     if (!Seek(int64{item.position})) return 0;
     AUVXTable table(*file_);
     if (table.ID() != item.ID || table.GetSize() != item.size) return 0;
+    if (!choose(table)) continue;
     if (!table.ToFITS(file, ++versions[item.ID & (AUVXTable::kOwnFamily | 0xFFFF)])) return 0;
   }
   return 1;

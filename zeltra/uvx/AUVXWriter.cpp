@@ -81,6 +81,8 @@ void AUVXWriter::ForgetRecords() {
   index_->Clear();
   givenScan_ = -1;
   baseLines_ = AUVXBaseLines();
+  integrations_ = AUVXIntegrations();
+  integration_ = 0;
   std::fill(seen_.begin(), seen_.end(), SeenPair());
   odd_ = OddValues();
   before_ = Predecessor();
@@ -131,6 +133,10 @@ void AUVXWriter::SetScanGap(double seconds) {
   index_->SetGap(seconds);
 }
 
+void AUVXWriter::SetSubarray(int number) {
+  index_->SetSubarray(number);
+}
+
 void AUVXWriter::BeginScan(int number, int subarray) {
   if (number == givenScan_) return;
   TakePending();
@@ -172,6 +178,7 @@ inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
 inline void AUVXWriter::TakeGroup(double seconds) {
   group_->check(ranges_);
   Register(*group_, seconds);
+  integrations_.Append(integration_);
   ++records_;
   group_ = nullptr;
 }
@@ -277,6 +284,13 @@ AResult AUVXWriter::AddIndex() {
 
 AResult AUVXWriter::AddBaseLines() {
   return AddTable(*std::unique_ptr<AUVXTable>(baseLines_.ToUVXTable()));
+}
+
+AResult AUVXWriter::AddProvenance(AUVXHeaderCards cards, const std::string& command) {
+  cards.AddHistory(command);
+  AResult result = AddTable(*std::unique_ptr<AUVXTable>(cards.ToUVXTable()));
+  if (!result || !integrations_.IsKnown()) return result;
+  return AddTable(*std::unique_ptr<AUVXTable>(integrations_.ToUVXTable()));
 }
 
 AResult AUVXWriter::Finish() {

@@ -15,6 +15,8 @@
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
+#include "zeltra/uvx/AUVXHeaderCards.h"
+#include "zeltra/uvx/AUVXIntegrations.h"
 #include "zeltra/uvx/AUVXTable.h"
 
 namespace zeltra {
@@ -29,11 +31,12 @@ class ScanIndex;
 ///   Finish()
 /// A file that is not finished is removed, at the latest with the object.
 ///
-/// While records pass, the writer makes what follows from them: their number, the ranges of the header, the index and
-/// the list of baselines. Records are written in large blocks, by a second thread where one may be used.
+/// While records pass, the writer makes what follows from them: their number, the ranges of the header, the index, the
+/// list of baselines and that of integration times. Records are written in large blocks, by a second thread where one
+/// may be used.
 ///
-/// A scan ends where source or setup change, or where successive time stamps are further apart than 60 s and than 8
-/// times the median spacing of the stamps of that source and setup, of which successive ones within a run of its
+/// A scan ends where source, setup or subarray change, or where successive time stamps are further apart than 60 s and
+/// than 8 times the median spacing of the stamps of that source and setup, of which successive ones within a run of its
 /// records count. Or it ends where a list that is kept says so: see BeginScan.
 class ZELTRA_API AUVXWriter {
  public:
@@ -92,6 +95,10 @@ class ZELTRA_API AUVXWriter {
   /// @param count  at most kMostReserved
   /// @return room for them, until the next call; null after a failure
   AUVXComplex* Reserve(int count);
+  /// Set the integration time of the record that has been begun, and of those that follow; seconds, 0 if not known.
+  void SetIntegration(float seconds) { integration_ = seconds; }
+  /// Set the subarray of that record and of those that follow, for the index; 1 if nobody says.
+  void SetSubarray(int number);
   /// Why a call gave null.
   AResult Why() const;
 
@@ -116,6 +123,11 @@ class ZELTRA_API AUVXWriter {
   AResult AddIndex();
   /// Append the table "BL" of the records.
   AResult AddBaseLines();
+  /// Append the table "HD", and "IT" where integration times are known.
+  /// @param cards    of the input
+  /// @param command  what made this file of it: see AJobDescription::Command
+  AResult AddProvenance(AUVXHeaderCards cards, const std::string& command);
+  const AUVXIntegrations& integrations() const { return integrations_; }
 
   /// Complete the file and give it its name.
   AResult Finish();
@@ -148,6 +160,8 @@ class ZELTRA_API AUVXWriter {
   std::unique_ptr<ScanIndex> index_;
   int givenScan_ = -1;  // the one that was begun last
   AUVXBaseLines baseLines_;
+  AUVXIntegrations integrations_;
+  float integration_ = 0;
   OddValues odd_;
   int records_ = 0;
   int valuesPerRecord_ = 0;

@@ -88,11 +88,12 @@ void ScanIndex::Take(int record, double seconds, int source, int setup) {
   const bool isSame = source == scan_.sourceId && setup == scan_.freqId;
   // Julian dates are good for 0.04 ms.
   const double gap = isSame ? std::round(std::fabs(seconds - stamp_) * 1e4) / 1e4 : 0;
+  const bool isEnded = isBegun_ || subarray_ != scan_.subarray;
   const bool mayEnd = isGiven_ ? isBegun_ : gap > (gap_ > 0 ? gap_ : kLeastGap);
   if (isSame && !isGiven_ && gap > 0 && std::isfinite(gap)) Count(StreamOf(source, setup), gap);
-  if (!isOpen_ || !isSame || mayEnd) {
+  if (!isOpen_ || !isSame || mayEnd || isEnded) {
     EndScan(record);
-    if (isSame) gaps_.push_back(isBegun_ ? std::numeric_limits<float>::infinity() : static_cast<float>(gap));
+    if (isSame) gaps_.push_back(isEnded ? std::numeric_limits<float>::infinity() : static_cast<float>(gap));
     scan_ = {seconds, 0, source, subarray_, record + 1, 0, setup};
     end_ = seconds;
     isOpen_ = true;

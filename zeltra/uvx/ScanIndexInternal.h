@@ -51,6 +51,8 @@ class ScanIndex {
   /// Forget all records; the gap stays.
   void Clear();
 
+  /// The records that follow are of this subarray, which ends a scan of another one.
+  void SetSubarray(int subarray) { subarray_ = subarray; }
   /// The next record begins a scan of a given list.
   void BeginGiven(int subarray);
   /// Take a record that begins a given scan, or differs from the one before in its time stamp, source or setup.

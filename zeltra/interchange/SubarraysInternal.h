@@ -1,0 +1,90 @@
+// The subarrays of a UV FITS file, which become one list of antennas.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_INTERCHANGE_SUBARRAYSINTERNAL_H_
+#define ZELTRA_INTERCHANGE_SUBARRAYSINTERNAL_H_
+
+#include <array>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/uvx/AUVXAntenns.h"
+#include "zeltra/uvx/AUVXTable.h"
+
+namespace zeltra {
+
+/// The subarrays that the groups of a file belong to, their antennas and times.
+///
+/// Order of calls:
+///   Count     for each group
+///   AddArray  for each table "AN" of a subarray that has groups, ascending
+///   Settle    when all of them are known
+class Subarrays {
+ public:
+  /// The largest number of a subarray: hundredths of a baseline tell them.
+  static constexpr int kMost = 100;
+  /// Antennas this close to each other are the same one if they have one name, metres.
+  static constexpr double kSamePlace = 1;
+
+  void Count(int subarray, double time);
+  const std::vector<int>& Present() const { return present_; }
+  bool Has(int subarray) const { return groups_[static_cast<size_t>(subarray)].count > 0; }
+
+  /// Join the antennas of a table to the list: those of a name and place that the list has get its number, others keep
+  /// theirs, or get the lowest free one where it is taken. The first table keeps its numbers. Positions become absolute
+  /// where the centres or frames of the arrays differ.
+  /// @return a failure, without the name of the file, where antennas contradict each other or do not fit
+  AResult AddArray(int subarray, const AUVXTable& table, std::vector<std::string>& remarks);
+  /// Settle the numbers of subarrays without a table, and by how much times are set back.
+  /// @param dateObs  Julian date of the observation, 0 if it is not known
+  /// @param only     the only subarray that matters; 0: all do
+  void Settle(double dateObs, int only, std::vector<std::string>& remarks);
+
+  /// Whether several tables have become one.
+  bool IsMerged() const { return arrays_ > 1; }
+  /// Whether there is a table of the list.
+  bool HasTable() const { return arrays_ > 0; }
+  AUVXTable& table() { return table_; }
+  /// The number in the list; 0 for an antenna that is not in the table of its subarray.
+  int NumberOf(int subarray, int antenna) const {
+    return IsMerged() ? numbers_[static_cast<size_t>(subarray)][static_cast<size_t>(antenna)] : antenna;
+  }
+  /// The days that the times of a subarray are ahead.
+  double DaysAhead(int subarray) const { return groups_[static_cast<size_t>(subarray)].daysAhead; }
+  bool IsSetBack() const;
+  /// Give antennas of another table, which tells their subarray, the numbers of the list.
+  void Renumber(AUVXTable& table) const;
+
+ private:
+  struct Groups {
+    int64 count = 0;
+    double first = std::numeric_limits<double>::infinity(), last = -first;  // Julian dates
+    double daysAhead = 0;
+  };
+  struct Antenna {
+    std::string name;
+    double position[3];  // metres
+    int number, subarray;
+  };
+
+  AResult AddAntenna(int subarray, const Antenna& antenna, const AUVXTable& table, int row, int& number);
+  void MakeAbsolute();
+  void AppendRow(const Antenna& antenna, const AUVXTable& table, int row);
+  int FreeNumber(int wanted) const;
+
+  std::array<Groups, kMost + 1> groups_;
+  std::vector<int> present_;  // ascending
+  std::array<std::array<int, 256>, kMost + 1> numbers_ = {};
+  AUVXTable table_;
+  std::vector<Antenna> antennas_;
+  int arrays_ = 0;
+  int firstArray_ = 0;
+  bool isAbsolute_ = false;
+  std::array<double, 3> center_ = {};
+  std::string frame_, hand_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_INTERCHANGE_SUBARRAYSINTERNAL_H_
