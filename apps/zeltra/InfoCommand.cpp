@@ -381,7 +381,7 @@ void Page::PrintBaselines(const AUVXFluxes& fluxes) {
 void Page::Line(const char* what, const std::string& text) {
   std::string head = std::string("  ") + what;
   head.resize(14, ' ');
-  if (!text.empty()) out_.Append(head + Printable(text) + "\n");
+  if (!text.empty()) out_.Append(head + PlainText(text) + "\n");
 }
 
 TablePrinter Page::Section(const std::string& title, std::vector<PrintedColumn> columns) {

@@ -4,8 +4,8 @@
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/UVXInput.h"
+#include "apps/zeltra/plot/PictureFile.h"
 #include "apps/zeltra/plot/Plot.h"
-#include "apps/zeltra/plot/SVGToPNG.h"
 #include "zeltra/core/WriteWholeFile.h"
 #include "zeltra/ops/SharedOptionsInternal.h"
 #include "zeltra/platform/System.h"
@@ -13,34 +13,31 @@
 namespace zeltra::app {
 namespace {
 
+constexpr double kClosureInterval = 60;  // s
+
 struct Arguments {
   std::string from, to;
   PlotOptions options;
 };
 
-bool EndsWith(const std::string& text, const std::string& end) {
-  return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 AResult Plot(Arguments& arguments, Session& session) {
   const std::string& to = arguments.to;
-  if (!arguments.options.overwrite && PathExists(to))
-    return AResult::Fail(to + ": exists already and is not replaced unasked");
-  if (IsSameFile(to, arguments.from)) return AResult::Fail(to + ": is the file that is read");
-  const bool isPNG = EndsWith(to, ".png");
-  if (isPNG && !CanMakePNG()) {
-    return AResult::Fail(to + ": this program was built without librsvg, which draws plots as PNG; name it .svg");
-  }
   PlotOptions& options = arguments.options;
+  if (options.isLogarithmic && options.kind != PlotKind::Amplitude) {
+    throw CLI::ValidationError("--log", "is for amplitudes alone");
+  }
+  if (!options.overwrite && PathExists(to)) return AResult::Fail(to + ": exists already and is not replaced unasked");
+  if (IsSameFile(to, arguments.from)) return AResult::Fail(to + ": is the file that is read");
+  if (AResult result = CheckPicture(to); !result) return result;
+  if (options.kind == PlotKind::Closure && options.interval == 0) options.interval = kClosureInterval;
   UVXInput input;
   if (AResult result = input.Open(arguments.from, options.selection, session); !result) return result;
   std::string picture;
   AResult result = options.kind == PlotKind::Closure ? PlotClosure(input, options, picture)
                                                      : PlotVisibilities(input, options, picture);
   if (result = input.Settle(result); !result) return result;
-  if (isPNG) picture = SVGToPNG(picture);
-  if (picture.empty()) return AResult::Fail(to + ": the plot cannot be turned into pixels; name it .svg");
-  result = WriteWholeFile(to, picture, options.overwrite, options.sync);
+  result = FinishPicture(to, picture);
+  if (result) result = WriteWholeFile(to, picture, options.overwrite, options.sync);
   if (result) session.Report(to + ": drawn");
   return result;
 }
@@ -51,7 +48,7 @@ AJobDescription DescribePlot() {
       "uv shows where the visibilities lie in the u, v plane; amplitude and phase are drawn over the distance from its "
       "origin, or over time; closure draws closure phases over time.");
   job.Input(UVXInputFile());
-  job.Output({"OUT", "the picture to make, .svg or .png", "", 0, {".svg", ".png"}});
+  job.Output({"OUT", "the picture to make, .svg or .png", "", 0, kPictureEndings});
   job.Choice<PlotKind PlotOptions::*, PlotKind>("kind", &PlotOptions::kind,
                                                 {{"uv", PlotKind::UV},
                                                  {"amplitude", PlotKind::Amplitude},
@@ -65,7 +62,10 @@ AJobDescription DescribePlot() {
       "flagged", [](PlotOptions & o) -> auto& { return o.selection.flagged; },
       "draw flagged visibilities too, as a series of their own");
   job.Option("time", &PlotOptions::overTime, "amplitude, phase: over time");
-  DescribeInterval(job, &PlotOptions::interval).help = "closure: length of the averages, -1 for every time stamp";
+  job.Option("log", &PlotOptions::isLogarithmic, "amplitude: logarithmic axis");
+  AJobOption& interval = DescribeInterval(job, &PlotOptions::interval);
+  interval.help = "average first, over intervals of this length; -1 for every time stamp";
+  interval.Otherwise("60 for closure, else nothing is averaged");
   job.Threads();
   job.Overwrite();
   return job.Finish();

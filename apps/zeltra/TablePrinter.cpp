@@ -59,7 +59,7 @@ void TablePrinter::Text(std::string_view text) {
   BeginCell();
   switch (format_) {
     case TableFormat::Text:
-      collected_.back().push_back(Printable(text));
+      collected_.back().push_back(PlainText(text));
       break;
     case TableFormat::CSV:
       out_.Append(CSVText(text));
@@ -116,7 +116,9 @@ void TablePrinter::PrintNames() {
   if (namesPrinted_) return;
   namesPrinted_ = true;
   std::vector<std::string> names;
-  for (const PrintedColumn& column : columns_) names.push_back(Printable(column.name));
+  for (const PrintedColumn& column : columns_) {
+    names.push_back(format_ == TableFormat::Text ? PlainText(column.name) : Printable(column.name));
+  }
   if (format_ == TableFormat::Text) return PrintLine(names);
   for (size_t i = 0; i < names.size(); ++i) {
     if (i > 0) out_.Append(",");
@@ -195,6 +197,12 @@ std::string Printable(std::string_view text) {
     text.remove_prefix(character.size());
   }
   return printable;
+}
+
+std::string PlainText(std::string_view text) {
+  std::string plain(text);
+  for (char& c : plain) c = c >= ' ' && c <= '~' ? c : '?';
+  return plain;
 }
 
 std::string JSONString(std::string_view text) {

@@ -66,6 +66,9 @@ class TablePrinter {
 /// 8 bits are among them, as single bytes and as UTF-8 has them; other characters stay, and bytes that are no UTF-8.
 std::string Printable(std::string_view text);
 
+/// `text` in ASCII, with question marks for all else: text from a file may hold any bytes.
+std::string PlainText(std::string_view text);
+
 /// `text` as a JSON string with its quotes, in ASCII; bytes that are not UTF-8 become replacement characters.
 std::string JSONString(std::string_view text);
 

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "apps/zeltra/plot/Chart.h"
+#include "apps/zeltra/plot/Contours.h"
 #include "apps/zeltra/plot/SVG.h"
 #include "apps/zeltra/plot/Ticks.h"
 #include "tests/support/RunZeltra.h"
@@ -14,6 +15,7 @@ namespace zeltra::test {
 namespace {
 
 using app::Tick;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -33,6 +35,14 @@ TEST(Ticks, AreRoundNumbers) {
   EXPECT_THAT(Labels(app::RoundTicks(1, 1, 4)), ElementsAre());
   EXPECT_THAT(Labels(app::RoundTicks(0, INFINITY, 4)), ElementsAre());
   EXPECT_THAT(Labels(app::RoundTicks(0, NAN, 4)), ElementsAre());
+}
+
+TEST(Ticks, OfDecadesLeaveOutWhatHasNoRoom) {
+  const auto logarithm = [](double x) { return std::log10(x); };
+  EXPECT_THAT(Labels(app::DecadeTicks(0.03, 3, 0, 14, logarithm)), ElementsAre("1", "0.1", "2", "0.2", "0.5", "0.05"));
+  EXPECT_THAT(Labels(app::DecadeTicks(3e-5, 3, 0, 7, logarithm)), ElementsAre("1", "0.1", "0.01", "0.001", "0.0001"));
+  const auto asinh = [](double x) { return std::asinh(x); };
+  EXPECT_THAT(Labels(app::DecadeTicks(-2, 20, 1, 8, asinh)), ElementsAre("0", "10", "1", "-1", "20", "5"));
 }
 
 TEST(Ticks, OfTimesAreRoundOnTheClock) {
@@ -86,6 +96,36 @@ TEST(Chart, KeepsOutliersOfACrowd) {
   EXPECT_EQ(svg.find("<circle"), std::string::npos) << "a single series needs no legend";
 }
 
+TEST(Chart, ShowsSeriesThatLieOnEachOther) {
+  app::Chart chart(UnitAxis("x"), UnitAxis("y"), {"RR", "LL"});
+  for (int i = 0; i < 200; ++i) chart.Add(0, i / 200.0, 0.5), chart.Add(1, i / 200.0, 0.5);
+  const std::string svg = chart.Draw("", "");
+  EXPECT_EQ(CountDots(svg), 400u);
+  const size_t lastBlue = svg.rfind("stroke=\"#3f90da\""), lastOrange = svg.rfind("stroke=\"#ffa90e\"");
+  EXPECT_LT(svg.find("stroke=\"#3f90da\""), lastOrange);
+  EXPECT_LT(svg.find("stroke=\"#ffa90e\""), lastBlue);
+  EXPECT_THAT(svg, AllOf(HasSubstr("translate(89.25 "), HasSubstr("translate(91.25 ")));
+}
+
+TEST(Contours, PassBetweenPixels) {
+  std::vector<float> pixels(16);
+  pixels[5] = 2;
+  const auto loop = app::Contours(pixels, 4, 0.5);
+  ASSERT_EQ(loop.size(), 1u);
+  ASSERT_EQ(loop[0].size(), 5u);
+  for (const app::ContourPoint& point : loop[0]) {
+    EXPECT_DOUBLE_EQ(std::hypot(point.column - 1, point.line - 1), 0.75);
+  }
+  pixels[10] = 2;  // on the other side of a saddle
+  EXPECT_EQ(app::Contours(pixels, 4, 0.9).size(), 1u);
+  EXPECT_EQ(app::Contours(pixels, 4, 1.1).size(), 2u);
+  for (size_t i = 0; i < 16; i += 4) pixels[i] = pixels[i + 1] = 4, pixels[i + 2] = pixels[i + 3] = 0;
+  const auto line = app::Contours(pixels, 4, 1);
+  ASSERT_EQ(line.size(), 1u);
+  EXPECT_EQ(line[0].size(), 4u);
+  for (const app::ContourPoint& point : line[0]) EXPECT_DOUBLE_EQ(point.column, 1.75);
+}
+
 // A simulated observation of a few minutes.
 class Pictures : public testing::Test {
  protected:
@@ -108,7 +148,7 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
   EXPECT_THAT(Fails({"image", uvx_.path(), out.path()}), HasSubstr("1 (3C273), 2 (3C279)"));
   EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--source", "1", "--size", "101"}), HasSubstr("even numbers"));
   EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1"}), HasSubstr("exists already"));
-  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--png", uvx_.path(), "--source", "1", "--force"}),
+  EXPECT_THAT(Fails({"image", uvx_.path(), out.path(), "--fits", uvx_.path(), "--source", "1", "--force"}),
               HasSubstr("named twice"));
   const size_t name = uvx_.path().find_last_of("/\\") + 1;
   const std::string otherSpelling = uvx_.path().substr(0, name) + "./" + uvx_.path().substr(name);
@@ -116,8 +156,8 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
     EXPECT_THAT(Fails({command, uvx_.path(), otherSpelling, "--force"}), HasSubstr("is the file that is read"));
   }
   EXPECT_THAT(Fails({"image", uvx_.path(), otherSpelling, "--source", "1", "--force"}), HasSubstr("named twice"));
-  EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1", "--png", out.path() + "/none.png", "--force"}),
-              HasSubstr("none.png: cannot be created"));
+  EXPECT_THAT(Fails({"image", uvx_.path(), kept.path(), "--source", "1", "--png", out.path() + "/none.svg", "--force"}),
+              HasSubstr("none.svg: cannot be created"));
   EXPECT_THAT(
       Fails({"image", uvx_.path(), out.path(), "--source", "1", "--fits", std::string(out.path()).insert(name, "./")}),
       HasSubstr("named twice"));
@@ -127,7 +167,10 @@ TEST_F(Pictures, AreNotMadeOfNonsense) {
               HasSubstr("no antenna XY"));
   Fails({"image", uvx_.path(), out.path(), "--cell", "-1"}, 2);
   Fails({"image", uvx_.path(), out.path(), "--weight", "robust"}, 2);
+  Fails({"image", uvx_.path(), out.path(), "--source", "1", "--contours"}, 2);
+  Fails({"image", uvx_.path(), "--source", "1", "--png", out.path() + ".svg", "--clip", "0.5,-0.1"}, 2);
   EXPECT_THAT(Fails({"plot", uvx_.path(), "uv", out.path()}, 2), HasSubstr(".svg"));
+  Fails({"plot", uvx_.path(), "phase", out.path() + ".svg", "--source", "1", "--log"}, 2);
   Fails({"plot", uvx_.path(), "colour", out.path() + ".svg"}, 2);
   EXPECT_FALSE(out.exists());
   EXPECT_EQ(kept.Bytes(), "kept");
@@ -152,6 +195,8 @@ TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
   EXPECT_THAT(uv, HasSubstr(">v (Mλ)<"));
   EXPECT_EQ(CountDots(uv) % 2, 0u) << "every point has its conjugate";
   const std::string amplitude = plot({"amplitude"});
+  const std::string means = plot({"amplitude", "--interval", "60", "--log"});
+  EXPECT_THAT(means, HasSubstr(">576 averages over 60 s;"));
   for (const char* text : {">Amplitude (Jy)<", ">uv distance (Mλ)<", ">RR<", ">LL<"}) {
     EXPECT_THAT(amplitude, HasSubstr(text));
   }
@@ -161,7 +206,7 @@ TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
   const TempFile map("map"), fits("fits");
   const Finished run =
       RunZeltra({"image", uvx_.path(), map.path(), "--fits", fits.path(), "--source", "3C273", "--size", "32"});
-  EXPECT_THAT(run.out + run.err, testing::AllOf(HasSubstr(", peak "), Not(HasSubstr("/beam")), Not(HasSubstr("  "))));
+  EXPECT_THAT(run.out + run.err, AllOf(HasSubstr(", peak "), Not(HasSubstr("/beam")), Not(HasSubstr("  "))));
   EXPECT_THAT(fits.Bytes(), Not(HasSubstr("BUNIT")));
   const std::string phase = plot({"phase", "--time", "--antenna", "hn", "--stokes", "I", "--if", "1"});
   for (const char* text : {">Phase (degrees)<", "Time on 2020-03-20", ">HN-BR<", ">HN-KP<", "· I · 8.4"}) {
@@ -172,6 +217,21 @@ TEST_F(Pictures, OfVisibilitiesTellWhatTheyShow) {
   for (const char* text : {">Closure phase (degrees)<", ">BR-FD-HN<", ">BR-HN-KP<",
                            "3 triangles with BR, means of 2 IFs, 4 channels, 2 polarisations"}) {
     EXPECT_THAT(closure, HasSubstr(text));
+  }
+}
+
+TEST_F(Pictures, OfSkiesTellWhatTheyShow) {
+  const TempFile out("svg");
+  const std::string svg = out.path() + ".svg";
+  const Finished run = RunZeltra({"image", uvx_.path(), "--png", svg, "--source", "3C273", "--size", "64", "--contours",
+                                  "--log", "--clip", "-0.1,0.5"});
+  EXPECT_EQ(run.code, 0) << run.err;
+  MoveIntoPlace(svg, out.path(), true);
+  for (const char* text :
+       {"3C273 · I · 8.414 GHz · 2020-03-20", "data:image/png;base64,iVBORw0KGgo", ">Relative declination (mas)<",
+        ">Jy/beam<", "<ellipse ", " times the rms<", ">beam ", " pixels lie above the colours", ">contours at 1 times ",
+        ">colours by asinh: linear below the rms of "}) {
+    EXPECT_NE(out.Bytes().find(text), std::string::npos) << text;
   }
 }
 

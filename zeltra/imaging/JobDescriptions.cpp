@@ -29,7 +29,7 @@ AJobDescription DescribeImage() {
   job.Input(UVXInputFile());
   job.Output({"OUT.map", "the map file to make", "", 0, {}, true});
   job.Output({"OUT.fits", "make a FITS image", "fits", 0, {}});
-  job.Output({"OUT.png", "make a picture", "png", 0, {}});
+  job.Output({"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}});
   job.Output({"BEAM.map", "make a map file of the dirty beam", "beam", 0, {}});
   DescribeSelection(job, {.sources = "the only one",
                           .stokes = "I, or the first one where there is no I",

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "zeltra/core/Text.h"
+#include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXFreqs.h"
@@ -31,6 +32,12 @@ AResult SelectedVisibilities::Select(const UVXSelection& selection, Preference p
   takesFlagged_ = selection.flagged;
   if (AResult result = SelectSource(); !result) return result;
   if (AResult result = SelectStokes(selection.stokes, preference); !result) return result;
+  records_ = selection;
+  records_.sources = {std::to_string(source_.id)};
+  records_.stokes.clear();
+  records_.IFs.clear();
+  records_.channels.clear();
+  records_.uvRange = {};  // which is of visibilities, at their own frequencies
   return SelectFrequencies(selection);
 }
 
@@ -78,6 +85,7 @@ AResult SelectedVisibilities::SelectFrequencies(const UVXSelection& selection) {
 
 // The frequencies of a setup and, of each IF, the width of its channels.
 struct SelectedVisibilities::Setup {
+  int number;
   AUVXFreqs frequencies;
   std::vector<double> widths;
 };
@@ -93,19 +101,34 @@ std::vector<double> SelectedVisibilities::WidthsOf(int setup) const {
   return widths;
 }
 
+void SelectedVisibilities::LookUp(int number, std::optional<Setup>& setup) const {
+  if (setup && setup->number == number) return;
+  setup = Setup{number, AUVXFreqs(input_.uvx(), number), WidthsOf(number)};
+}
+
 AResult SelectedVisibilities::ForEach(const JobOptions& options, const char* step, const Visitor& visit) {
   SendProgressText(options.progress, step);
   std::optional<Setup> setup;
-  int number = 0;  // of the setup
   return WalkRecords(input_, options, choice_, [&](const WalkedRecord& record) {
     const AUVXGroup& group = record.group;
     if ((group.flag != 0 && !takesFlagged_) || group.ant1 == group.ant2) return true;
-    if (!setup || number != group.freqSel()) {
-      number = group.freqSel();
-      setup = Setup{AUVXFreqs(input_.uvx(), number), WidthsOf(number)};
-    }
+    LookUp(group.freqSel(), setup);
     Visit(record, *setup, visit);
     return true;
+  });
+}
+
+AResult SelectedVisibilities::ForEachMean(const JobOptions& options, double interval, const Visitor& visit) {
+  AverageOptions averages;
+  static_cast<JobOptions&>(averages) = options;
+  averages.selection = records_;
+  averages.interval = interval;
+  std::optional<Setup> setup;
+  return Average(input_, averages, [&](AUVXGroup& group, AUVXVisibility& values) {
+    if (group.ant1 == group.ant2) return AResult::Ok();
+    LookUp(group.freqSel(), setup);
+    Visit({0, group, values.lpArray()}, *setup, visit);
+    return AResult::Ok();
   });
 }
 

@@ -4,6 +4,7 @@
 #define ZELTRA_OPS_SELECTEDVISIBILITIES_H_
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,10 @@ class ZELTRA_API SelectedVisibilities {
   /// @return that the job was cancelled, or that a record cannot be read
   AResult ForEach(const JobOptions& options, const char* step, const Visitor& visit);
 
+  /// Visit the means over intervals of `interval` seconds, or over every time stamp where that is negative, in time
+  /// order; see Average. They are means of what is stored, of which polarisations are formed then.
+  AResult ForEachMean(const JobOptions& options, double interval, const Visitor& visit);
+
   /// Find the antenna that most of the visibilities are of, among those that the file lists.
   /// @param antenna  its number; -1 where there is no visibility
   AResult FindBusiestAntenna(const JobOptions& options, int& antenna);
@@ -82,6 +87,7 @@ class ZELTRA_API SelectedVisibilities {
   AResult SelectStokes(const std::vector<std::string>& wanted, Preference preference);
   AResult SelectFrequencies(const UVXSelection& selection);
   std::vector<double> WidthsOf(int setup) const;
+  void LookUp(int number, std::optional<Setup>& setup) const;
   void Visit(const WalkedRecord& record, const Setup& setup, const Visitor& visit) const;
 
   AUVXInput& input_;
@@ -89,6 +95,7 @@ class ZELTRA_API SelectedVisibilities {
   RecordChoice choice_;
   ARange uvRange_;
   bool takesFlagged_ = false;
+  UVXSelection records_;  // of the source, with all their values
   AUVXSourceItem source_;
   std::vector<PolarisationChoice> polarisations_;
   std::vector<int> IFs_, channels_;

@@ -2,7 +2,9 @@
 #include "apps/zeltra/plot/Chart.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 
 #include "apps/zeltra/plot/SVG.h"
 
@@ -15,8 +17,9 @@ constexpr int kLetter = 9;  // pixels, the width of a letter of a legend
 // Places are half a pixel apart, or a power of two of that in a crowded chart.
 constexpr int kPlacesPerPixel = 2;
 constexpr size_t kCrowd = 60000;
-constexpr double kDot = 3;    // pixels
-constexpr double kBar = 0.6;  // pixels, the width of an error bar
+constexpr double kSmallestDot = 2, kLargestDot = 5;  // pixels
+constexpr double kSpread = 2;                        // pixels between the dots of the first and the last series
+constexpr double kBar = 0.6;                         // pixels, the width of an error bar
 constexpr double kHalfPlace = 0.5 / kPlacesPerPixel;
 constexpr const char* kGrid = "#e0e0e0";
 constexpr const char* kSmallPrint = "#555555";
@@ -28,6 +31,12 @@ constexpr const char* kPalette[Chart::kColours + 1] = {"#3f90da", "#ffa90e", "#b
 
 const char* ColourOf(size_t series) {
   return kPalette[std::min<size_t>(series, Chart::kColours)];
+}
+
+// The layer of the dots at a place: the upper bits of a product with a large odd number.
+size_t LayerOf(int column, int line) {
+  const std::uint32_t place = static_cast<std::uint32_t>(line) * 4099U + static_cast<std::uint32_t>(column);
+  return place * 2654435769U >> 30;
 }
 
 }  // namespace
@@ -63,20 +72,25 @@ size_t Chart::PlaceOf(int column, int line) const {
   return static_cast<size_t>(line) * static_cast<size_t>(width_ * kPlacesPerPixel) + static_cast<size_t>(column);
 }
 
-// How many places make one dot, along each axis.
-int Chart::Step() const {
+size_t Chart::Marked() const {
   size_t marked = 0;
   for (const Series& series : series_) {
     marked += static_cast<size_t>(std::count(series.places.begin(), series.places.end(), true));
   }
+  return marked;
+}
+
+// How many places make one dot, along each axis.
+int Chart::Step(size_t marked) const {
   int step = 1;
-  for (size_t crowd = kCrowd; marked > crowd && step < kDot * kPlacesPerPixel / 2; crowd *= 4) step *= 2;
+  for (size_t crowd = kCrowd; marked > crowd && step < kSmallestDot * kPlacesPerPixel; crowd *= 4) step *= 2;
   return step;
 }
 
-std::string Chart::Path(const Series& series, int step) const {
+// The paths of a series, one a layer.
+Chart::Layers Chart::Paths(const Series& series, int step) const {
   const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
-  std::string path;
+  Layers paths;
   for (int line = 0; line < lines; line += step) {
     for (int column = 0; column < columns; column += step) {
       bool isMarked = false;
@@ -85,11 +99,37 @@ std::string Chart::Path(const Series& series, int step) const {
           isMarked |= series.places[PlaceOf(j, i)];
         }
       }
-      if (isMarked)
-        path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line)).append("h0");
+      if (!isMarked) continue;
+      std::string& path = paths[LayerOf(column, line)];
+      path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line)).append("h0");
     }
   }
-  return path;
+  return paths;
+}
+
+// How far from their places the dots and bars of a series are drawn, so that those of one place are seen side by side.
+double Chart::Aside(size_t series) const {
+  if (Coloured() < 2 || series >= Coloured()) return 0;
+  return kSpread * (static_cast<double>(series) / static_cast<double>(Coloured() - 1) - 0.5);
+}
+
+// What series have in common is seen of all of them: their dots are drawn in layers, every dot in one that its place
+// settles as if by chance, and series take turns at being on top of a layer.
+void Chart::DrawDots(SVG& svg) const {
+  const size_t marked = Marked(), coloured = Coloured();
+  const int step = Step(marked);
+  const double dot = std::clamp(7 - std::log10(static_cast<double>(marked + 1)), kSmallestDot, kLargestDot);
+  const double middle = kTop + step / 2.0 / kPlacesPerPixel;
+  std::vector<Layers> paths;
+  for (const Series& series : series_) paths.push_back(Paths(series, step));
+  const auto draw = [&](size_t i, size_t layer) {
+    if (paths[i][layer].empty()) return;
+    svg.Dots(middle - kTop + kLeft + Aside(i), middle, 1.0 / kPlacesPerPixel, paths[i][layer], ColourOf(i), dot);
+  };
+  for (size_t layer = 0; layer < kLayers && series_.size() > coloured; ++layer) draw(coloured, layer);
+  for (size_t layer = 0; layer < kLayers; ++layer) {
+    for (size_t i = 0; i < coloured; ++i) draw((i + layer) % coloured, layer);
+  }
 }
 
 // The lines that bars make of one column after the other.
@@ -127,15 +167,12 @@ std::string Chart::Draw(const std::string& title, const std::string& note) const
     svg.Line(kLeft, y, right, y, kGrid);
     svg.Text(kLeft - 8, y + 5, tick.label, SVG::End);
   }
-  const int step = Step();
-  const double shift = step / 2.0 / kPlacesPerPixel;
   for (size_t i = series_.size(); i-- > 0;) {
     const std::string bars = BarPath(series_[i]);
-    if (!bars.empty()) svg.Dots(kLeft + kHalfPlace, kTop, 1.0 / kPlacesPerPixel, bars, ColourOf(i), kBar);
+    if (bars.empty()) continue;
+    svg.Dots(kLeft + kHalfPlace + Aside(i), kTop, 1.0 / kPlacesPerPixel, bars, ColourOf(i), kBar);
   }
-  for (size_t i = series_.size(); i-- > 0;) {
-    svg.Dots(kLeft + shift, kTop + shift, 1.0 / kPlacesPerPixel, Path(series_[i], step), ColourOf(i), kDot);
-  }
+  DrawDots(svg);
   svg.Frame(kLeft, kTop, width_, height_);
   svg.Text(kLeft + width_ / 2.0, bottom + 48, x_.title, SVG::Middle);
   svg.TextUpward(25, kTop + height_ / 2.0, y_.title);

@@ -3,7 +3,8 @@
 #ifndef ZELTRA_APPS_PLOT_CHART_H_
 #define ZELTRA_APPS_PLOT_CHART_H_
 
-#include <cstdint>
+#include <algorithm>
+#include <array>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,8 @@
 #include "zeltra/platform/Types.h"
 
 namespace zeltra::app {
+
+class SVG;
 
 /// An axis from `low` to `high`, low < high.
 struct ChartAxis {
@@ -33,7 +36,7 @@ struct ValueRange {
 
 /// Draws points as they come, without keeping them: however many there are, only those places are remembered that a
 /// pixel can tell apart. A chart of many points is drawn with fewer of those, never closer than the dots are wide, and
-/// outliers stay.
+/// outliers stay. The fewer there are, the larger are the dots. Series that lie on each other are all seen.
 class Chart {
  public:
   /// A series of points, drawn in one colour and named in the legend.
@@ -41,7 +44,7 @@ class Chart {
   /// @param isSquare  whether the plot is as wide as it is high
   Chart(const ChartAxis& x, const ChartAxis& y, const std::vector<std::string>& names, bool isSquare = false);
 
-  /// The most series that have a colour of their own; another one is grey and drawn below the others.
+  /// The most series that have a colour of their own; another one is grey and drawn below them.
   static constexpr int kColours = 10;
 
   void Add(size_t series, double x, double y);
@@ -60,11 +63,18 @@ class Chart {
     std::vector<bool> bars;  // as many, or none
   };
 
+  static constexpr size_t kLayers = 4;
+  using Layers = std::array<std::string, kLayers>;
+
   bool IsLegendDrawn() const { return series_.size() > 1; }
   size_t PlaceOf(int column, int line) const;
-  std::string Path(const Series& series, int step) const;
+  size_t Marked() const;
+  int Step(size_t marked) const;
+  size_t Coloured() const { return std::min<size_t>(series_.size(), kColours); }
+  double Aside(size_t series) const;
+  Layers Paths(const Series& series, int step) const;
   std::string BarPath(const Series& series) const;
-  int Step() const;
+  void DrawDots(SVG& svg) const;
 
   ChartAxis x_, y_;
   std::vector<Series> series_;

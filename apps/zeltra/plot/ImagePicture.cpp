@@ -5,21 +5,29 @@
 #include <cmath>
 #include <cstdio>
 
-#include "apps/zeltra/plot/Canvas.h"
+#include "apps/zeltra/plot/Contours.h"
+#include "apps/zeltra/plot/PalettePNG.h"
+#include "apps/zeltra/plot/Plot.h"
+#include "apps/zeltra/plot/SVG.h"
 #include "apps/zeltra/plot/Ticks.h"
 #include "zeltra/core/AngleUnit.h"
-#include "zeltra/core/Dates.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 
 namespace zeltra::app {
 namespace {
 
-constexpr int kLeastSide = 512, kMostSide = 2048;
-constexpr Colour kBlack = {0, 0, 0}, kWhite = {255, 255, 255};
+constexpr int kMostPixels = 2048;
+// A PNG file has two pixels for one of the drawing, and a whole number of them for one of the image.
+constexpr int kLeastSide = 512;
+constexpr double kLeft = 90, kTop = 55, kBottom = 62, kNoteHeight = 18;
+constexpr double kBarGap = 24, kBarWidth = 20, kBarLetter = 9;
+constexpr double kTick = 5;
+constexpr double kContourStep = 3;  // times the rms
+constexpr size_t kMostListed = 8;   // levels of contours
 
 // Green 2011, eqs. 1 and 2, with his default parameters: start 0.5, -1.5 rotations, hue 1, gamma 1.
 Colour CubeHelix(double fraction) {
-  fraction = fraction > 0 ? std::min(fraction, 1.0) : 0.0;  // what is not a number too
   const double angle = 2 * kPi * (0.5 / 3 + 1 - 1.5 * fraction);
   const double swing = fraction * (1 - fraction) / 2;
   const auto level = [&](double cosine, double sine) {
@@ -29,160 +37,242 @@ Colour CubeHelix(double fraction) {
   return {level(-0.14861, 1.78277), level(-0.29227, -0.90649), level(1.97294, 0.0)};
 }
 
+Palette CubeHelixPalette() {
+  Palette palette;
+  for (size_t i = 0; i < palette.size(); ++i) palette[i] = CubeHelix(static_cast<double>(i) / 255);
+  return palette;
+}
+
+// What colour, from 0 to 1, a value has.
+struct ColourScale {
+  double low = 0, high = 1;
+  double softening = 0;  // of the inverse hyperbolic sine; 0: linear
+
+  double Stretched(double value) const { return softening > 0 ? std::asinh(value / softening) : value; }
+  double operator()(double value) const {
+    const double part = (Stretched(value) - Stretched(low)) / (Stretched(high) - Stretched(low));
+    return part > 0 ? std::min(part, 1.0) : 0.0;  // what is not a number too
+  }
+  std::vector<Tick> Ticks() const {
+    if (softening == 0) return RoundTicks(low, high, 9);
+    return DecadeTicks(low, high, softening, 16, [this](double value) { return Stretched(value); });
+  }
+};
+
 class Picture {
  public:
-  explicit Picture(const DirtyImage& image);
+  Picture(const DirtyImage& image, const PictureOptions& options);
   std::string Draw();
 
  private:
-  float Pixel(int x, int y) const;
+  void TakePixels();
+  void SettleScale();
+  void SettleLevels();
+  std::vector<std::string> Notes() const;
+  std::string WithUnit(double value) const;
   double XOf(double east) const;
   double YOf(double north) const;
-  void DrawPixels();
-  void DrawAxes();
-  void DrawBar();
-  void DrawBeam();
-  void DrawTitle();
+  bool DrawPixels(SVG& svg) const;
+  void DrawContours(SVG& svg) const;
+  void DrawBeam(SVG& svg) const;
+  void DrawAxes(SVG& svg) const;
+  bool DrawBar(SVG& svg) const;
 
   const DirtyImage& image_;
-  const int size_;
-  const int bin_;   // pixels of the image in one of the picture
-  const int zoom_;  // pixels of the picture for one of the image
-  const int side_;  // of the image in the picture
-  const int text_;  // scale of text
-  const int left_, top_;
+  const PictureOptions options_;
+  const int bin_;       // pixels of the image in one of the picture
+  const int pixels_;    // of the picture, a line
+  const double side_;   // of the picture in the drawing
+  const double scale_;  // of the drawing, for one pixel of the image
   const AngleUnit unit_;
-  float least_ = 0, greatest_ = 0;
-  Canvas canvas_;
+  const std::string brightness_;  // its unit
+  const Palette palette_ = CubeHelixPalette();
+  std::vector<float> values_;  // line after line from the north, each from the east
+  ValueRange range_;
+  ColourScale colours_;
+  std::vector<int> levels_;  // of contours, in steps
 };
 
-int Margin(int text, int letters) {
-  return Canvas::WidthOf(std::string(static_cast<size_t>(letters), '0'), text);
-}
-
-Picture::Picture(const DirtyImage& image)
+Picture::Picture(const DirtyImage& image, const PictureOptions& options)
     : image_(image),
-      size_(image.map.Lines()),
-      bin_((size_ + kMostSide - 1) / kMostSide),
-      zoom_(std::max(kLeastSide / size_, 1)),
-      side_(size_ / bin_ * zoom_),
-      text_(std::max(side_ / 400, 2)),
-      left_(Margin(text_, 9)),
-      top_(Canvas::HeightOf(text_) * 5),
-      unit_(AngleUnitFor(size_ / 2 * image.cell)),
-      canvas_(left_ + side_ + Margin(text_, 17), top_ + side_ + Canvas::HeightOf(text_) * 6) {
-  const auto [least, greatest] =
-      std::minmax_element(image.map.Line(0), image.map.Line(0) + static_cast<std::ptrdiff_t>(size_) * size_);
-  least_ = *least;
-  greatest_ = *greatest;
-}
+      options_(options),
+      bin_((image.map.Lines() + kMostPixels - 1) / kMostPixels),
+      pixels_(image.map.Lines() / bin_),
+      side_((2 * kLeastSide + pixels_ - 1) / pixels_ * pixels_ / 2.0),
+      scale_(side_ / pixels_ / bin_),
+      unit_(AngleUnitFor(image.map.Lines() / 2 * image.cell)),
+      brightness_(PlainText(image.unit)) {}
 
 std::string Picture::Draw() {
-  DrawPixels();
-  DrawBeam();
-  DrawAxes();
-  DrawBar();
-  DrawTitle();
-  return canvas_.PNG();
+  TakePixels();
+  SettleScale();
+  SettleLevels();
+  const std::vector<std::string> notes = Notes();
+  size_t longest = 0;
+  for (const Tick& tick : colours_.Ticks()) longest = std::max(longest, tick.label.size());
+  const double width = kLeft + side_ + kBarGap + kBarWidth + kBarLetter * static_cast<double>(longest) + 45;
+  const double foot = kTop + side_ + kBottom;
+  SVG svg(static_cast<int>(width), static_cast<int>(foot + kNoteHeight * static_cast<double>(notes.size()) + 4));
+  svg.Text(kLeft, 32, PictureTitle(image_.source, image_.polarisation, image_.frequency, image_.dateObs), SVG::Start,
+           17);
+  if (!DrawPixels(svg) || !DrawBar(svg)) return {};
+  DrawContours(svg);
+  DrawBeam(svg);
+  DrawAxes(svg);
+  svg.TextUpward(width - 14, kTop + side_ / 2, brightness_);
+  for (size_t i = 0; i < notes.size(); ++i) {
+    svg.Text(kLeft, foot + kNoteHeight * static_cast<double>(i) + 8, notes[i], SVG::Start, 12, "#555555");
+  }
+  return svg.Finish();
 }
 
-// The mean of the image's pixels at a place of the picture, counted from the upper left corner of the image.
-float Picture::Pixel(int x, int y) const {
-  const int line0 = ((side_ - 1 - y) / zoom_) * bin_, element0 = x / zoom_ * bin_;
-  double sum = 0;
-  for (int i = 0; i < bin_; ++i) {
-    for (int j = 0; j < bin_; ++j) sum += image_.map(line0 + i, element0 + j);
+void Picture::TakePixels() {
+  for (int y = pixels_ - 1; y >= 0; --y) {
+    for (int x = 0; x < pixels_; ++x) {
+      double sum = 0;
+      for (int i = 0; i < bin_ * bin_; ++i) sum += image_.map(y * bin_ + i / bin_, x * bin_ + i % bin_);
+      values_.push_back(static_cast<float>(sum / bin_ / bin_));
+      range_.Add(values_.back());
+    }
   }
-  return static_cast<float>(sum / bin_ / bin_);
+}
+
+void Picture::SettleScale() {
+  colours_.low = options_.clip ? options_.clip->low : range_.low;
+  colours_.high = options_.clip ? options_.clip->high : range_.high;
+  if (!(colours_.high > colours_.low)) colours_.high = colours_.low + std::max(std::fabs(colours_.low), 1.0);
+  if (options_.isCompressed) colours_.softening = image_.rms;
+}
+
+void Picture::SettleLevels() {
+  const double step = kContourStep * image_.rms;
+  if (!options_.contours || !(step > 0)) return;
+  if (range_.low < -step) levels_.push_back(-1);
+  for (int level = 1; level * step < range_.high && level < 1 << 30; level *= 2) levels_.push_back(level);
+}
+
+std::string Picture::WithUnit(double value) const {
+  return RoundedNumber(value, 4) + (brightness_.empty() ? "" : " " + brightness_);
+}
+
+// What stands below the picture.
+std::vector<std::string> Picture::Notes() const {
+  std::vector<std::string> notes = {image_.shape.major > 0 ? "beam " + BeamText(image_.shape) : "no beam"};
+  if (options_.contours) {
+    const std::string step = WithUnit(kContourStep * image_.rms);
+    std::string list;
+    for (size_t i = 0; i < levels_.size(); ++i) {
+      if (levels_.size() <= kMostListed || i < kMostListed - 2 || i + 1 == levels_.size()) {
+        list += (i == 0 ? "" : ", ") + std::to_string(levels_[i]);
+      } else if (i + 2 == levels_.size()) {
+        list += ", ...";
+      }
+    }
+    notes.push_back(list.empty() ? "no contours: nothing reaches 3 times the rms, " + step
+                                 : "contours at " + list + " times " + step + ", which is 3 times the rms");
+  }
+  if (colours_.softening > 0) {
+    notes.push_back("colours by asinh: linear below the rms of " + WithUnit(image_.rms) + ", logarithmic above");
+  }
+  const auto below = std::count_if(values_.begin(), values_.end(), [&](float v) { return v < colours_.low; });
+  const auto above = std::count_if(values_.begin(), values_.end(), [&](float v) { return v > colours_.high; });
+  if (below > 0) notes.push_back(Grouped(below) + " pixels lie below the colours, down to " + WithUnit(range_.low));
+  if (above > 0) notes.push_back(Grouped(above) + " pixels lie above the colours, up to " + WithUnit(range_.high));
+  return notes;
 }
 
 // Where the centre of a pixel that lies so far east, or north, is drawn.
 double Picture::XOf(double east) const {
-  return left_ + (size_ / 2 - east / image_.cell + 0.5) * zoom_ / bin_;
+  return kLeft + (image_.map.Lines() / 2 - east / image_.cell + 0.5) * scale_;
 }
 double Picture::YOf(double north) const {
-  return top_ + side_ - (size_ / 2 + north / image_.cell + 0.5) * zoom_ / bin_;
+  return kTop + side_ - (image_.map.Lines() / 2 + north / image_.cell + 0.5) * scale_;
 }
 
-void Picture::DrawPixels() {
-  const double range = greatest_ > least_ ? greatest_ - least_ : 1.0;
-  for (int y = 0; y < side_; y += zoom_) {
-    for (int x = 0; x < side_; x += zoom_) {
-      canvas_.Fill(left_ + x, top_ + y, zoom_, zoom_, CubeHelix((Pixel(x, y) - least_) / range));
-    }
-  }
+bool Picture::DrawPixels(SVG& svg) const {
+  std::vector<std::uint8_t> bytes;
+  for (const float value : values_) bytes.push_back(static_cast<std::uint8_t>(std::lround(255 * colours_(value))));
+  const std::string png = PalettePNG(pixels_, bytes, palette_);
+  if (!png.empty()) svg.Image(kLeft, kTop, side_, side_, png);
+  return !png.empty();
 }
 
-void Picture::DrawAxes() {
-  const int gap = 2 * text_, tick = 3 * text_, height = Canvas::HeightOf(text_);
-  canvas_.Frame(left_ - text_, top_ - text_, side_ + 2 * text_, side_ + 2 * text_, text_, kBlack);
-  const double half = size_ / 2.0 * image_.cell / unit_.radians;
-  for (const Tick& mark : RoundTicks(-half, half, 7)) {
-    const int x = static_cast<int>(XOf(mark.value * unit_.radians));
-    const int y = static_cast<int>(YOf(mark.value * unit_.radians));
-    const int width = Canvas::WidthOf(mark.label, text_);
-    if (x >= left_ && x < left_ + side_) {
-      canvas_.Fill(x - text_ / 2, top_ + side_ + text_, text_, tick, kBlack);
-      canvas_.Text(x - width / 2, top_ + side_ + text_ + tick + gap, text_, mark.label, kBlack);
+void Picture::DrawContours(SVG& svg) const {
+  const double pixel = side_ / pixels_;
+  for (const int level : levels_) {
+    const double value = level * kContourStep * image_.rms;
+    std::string path;
+    for (const auto& contour : Contours(values_, pixels_, value)) {
+      char text[60];
+      for (size_t i = 0; i < contour.size(); ++i) {
+        std::snprintf(text, sizeof text, "%c%.1f %.1f", i == 0 ? 'M' : 'L', kLeft + (contour[i].column + 0.5) * pixel,
+                      kTop + (contour[i].line + 0.5) * pixel);
+        path += text;
+      }
     }
-    if (y >= top_ && y < top_ + side_) {
-      canvas_.Fill(left_ - text_ - tick, y - text_ / 2, tick, text_, kBlack);
-      canvas_.Text(left_ - text_ - tick - gap - width, y - height / 2, text_, mark.label, kBlack);
-    }
+    svg.Outline(path, colours_(value) > 0.6 ? "#000000" : "#ffffff", level < 0);
   }
-  const std::string across = std::string("Relative right ascension (") + unit_.name + ")";
-  const std::string up = std::string("Relative declination (") + unit_.name + ")";
-  canvas_.Text(left_ + (side_ - Canvas::WidthOf(across, text_)) / 2, top_ + side_ + height * 7 / 2, text_, across,
-               kBlack);
-  canvas_.TextUpward(text_ * 3, top_ + (side_ + Canvas::WidthOf(up, text_)) / 2, text_, up, kBlack);
-}
-
-void Picture::DrawBar() {
-  const int height = Canvas::HeightOf(text_), x = left_ + side_ + 3 * height, width = 2 * height;
-  for (int y = 0; y < side_; ++y) canvas_.Fill(x, top_ + y, width, 1, CubeHelix(1 - (y + 0.5) / side_));
-  canvas_.Frame(x - text_, top_ - text_, width + 2 * text_, side_ + 2 * text_, text_, kBlack);
-  for (const Tick& mark : RoundTicks(least_, greatest_, 9)) {
-    const double part = (mark.value - least_) / (static_cast<double>(greatest_) - least_);
-    const int y = top_ + static_cast<int>((1 - part) * (side_ - 1));
-    canvas_.Fill(x + width + text_, y - text_ / 2, 3 * text_, text_, kBlack);
-    canvas_.Text(x + width + 6 * text_, y - height / 2, text_, mark.label, kBlack);
-  }
-  canvas_.Text(x, top_ - 2 * height, text_, image_.unit, kBlack);
 }
 
 // The ellipse of half power in the lower left corner, unless it fills the picture.
-void Picture::DrawBeam() {
-  const double major = image_.shape.major / 2, minor = image_.shape.minor / 2;
-  const double scale = zoom_ / image_.cell / bin_;
-  if (!(major > 0) || major * scale > side_ / 4.0) return;
-  const double margin = major * scale + 6 * text_;
-  const double x0 = left_ + margin, y0 = top_ + side_ - margin;
-  const double angle = image_.shape.angle * kPi / 180;
-  const int steps = static_cast<int>(20 * major * scale) + 100;
-  for (int k = 0; k < steps; ++k) {
-    const double turn = 2 * kPi * k / steps;
-    const double along = major * std::cos(turn) * scale, across = minor * std::sin(turn) * scale;
-    const double east = along * std::sin(angle) + across * std::cos(angle);
-    const double north = along * std::cos(angle) - across * std::sin(angle);
-    canvas_.Fill(static_cast<int>(x0 - east), static_cast<int>(y0 - north), text_, text_, kWhite);
-  }
+void Picture::DrawBeam(SVG& svg) const {
+  const double major = image_.shape.major / 2 / image_.cell * scale_;
+  const double minor = image_.shape.minor / 2 / image_.cell * scale_;
+  if (!(major > 0) || major > side_ / 4) return;
+  const double x = kLeft + major + 10, y = kTop + side_ - major - 10;
+  // A dark rim, for a corner that is bright.
+  svg.Ellipse(x, y, minor, major, -image_.shape.angle, "#000000", 3.5);
+  svg.Ellipse(x, y, minor, major, -image_.shape.angle, "#ffffff", 1.5);
 }
 
-void Picture::DrawTitle() {
-  char frequency[40];
-  std::snprintf(frequency, sizeof frequency, "%.4g %s", image_.frequency / (image_.frequency < 1e9 ? 1e6 : 1e9),
-                image_.frequency < 1e9 ? "MHz" : "GHz");
-  std::string title = image_.source;
-  for (const std::string& part : {image_.polarisation, std::string(frequency), DateText(image_.dateObs)}) {
-    if (!part.empty()) title += (title.empty() ? "" : "   ") + part;
+void Picture::DrawAxes(SVG& svg) const {
+  const double right = kLeft + side_, bottom = kTop + side_;
+  svg.Frame(kLeft, kTop, side_, side_);
+  const double half = image_.map.Lines() / 2 * image_.cell / unit_.radians;
+  for (const Tick& tick : RoundTicks(-half, half, 7)) {
+    const double x = XOf(tick.value * unit_.radians), y = YOf(tick.value * unit_.radians);
+    if (x >= kLeft && x <= right) {
+      svg.Line(x, bottom, x, bottom + kTick, "#000000");
+      svg.Text(x, bottom + 20, tick.label, SVG::Middle);
+    }
+    if (y >= kTop && y <= bottom) {
+      svg.Line(kLeft - kTick, y, kLeft, y, "#000000");
+      svg.Text(kLeft - kTick - 4, y + 5, tick.label, SVG::End);
+    }
   }
-  canvas_.Text(left_, Canvas::HeightOf(text_) * 3 / 2, text_, title, kBlack);
+  const std::string unit = std::string(" (") + unit_.name + ")";
+  svg.Text(kLeft + side_ / 2, bottom + 44, "Relative right ascension" + unit, SVG::Middle);
+  svg.TextUpward(25, kTop + side_ / 2, "Relative declination" + unit);
+}
+
+bool Picture::DrawBar(SVG& svg) const {
+  const double x = kLeft + side_ + kBarGap;
+  std::vector<std::uint8_t> bytes;
+  for (int i = 255; i >= 0; --i) bytes.push_back(static_cast<std::uint8_t>(i));
+  const std::string png = PalettePNG(1, bytes, palette_);
+  if (png.empty()) return false;
+  svg.Image(x, kTop, kBarWidth, side_, png);
+  svg.Frame(x, kTop, kBarWidth, side_);
+  for (const Tick& tick : colours_.Ticks()) {
+    const double y = kTop + (1 - colours_(tick.value)) * side_;
+    svg.Line(x + kBarWidth, y, x + kBarWidth + kTick, y, "#000000");
+    svg.Text(x + kBarWidth + kTick + 4, y + 5, tick.label);
+  }
+  return true;
 }
 
 }  // namespace
 
-std::string ImagePicture(const DirtyImage& image) {
-  return Picture(image).Draw();
+std::string ImagePicture(const DirtyImage& image, const PictureOptions& options) {
+  return Picture(image, options).Draw();
+}
+
+std::string BeamText(const ABeamShape& shape) {
+  const AngleUnit unit = AngleUnitFor(shape.major);
+  char angle[24];
+  std::snprintf(angle, sizeof angle, " at %.1f degrees", shape.angle);
+  return RoundedNumber(shape.major / unit.radians, 4) + " x " + RoundedNumber(shape.minor / unit.radians, 4) + " " +
+         unit.name + angle;
 }
 
 }  // namespace zeltra::app

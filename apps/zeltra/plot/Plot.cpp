@@ -58,12 +58,16 @@ ChartAxis PhaseAxis(const std::string& title, const ValueRange& degrees) {
 }
 
 std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate) {
+  return PictureTitle(data.source().Name(), data.PolarisationNames(), frequency, julianDate);
+}
+
+std::string PictureTitle(const std::string& source, const std::string& polarisations, double frequency,
+                         double julianDate) {
   char number[40];
   std::snprintf(number, sizeof number, frequency < 1e9 ? "%.5g MHz" : "%.5g GHz",
                 frequency / (frequency < 1e9 ? 1e6 : 1e9));
   std::string title;
-  for (const std::string& part :
-       {PlainText(data.source().Name()), data.PolarisationNames(), std::string(number), DateText(julianDate)}) {
+  for (const std::string& part : {PlainText(source), polarisations, std::string(number), DateText(julianDate)}) {
     if (!part.empty()) title += (title.empty() ? "" : " · ") + part;
   }
   return title;
@@ -71,11 +75,6 @@ std::string PlotTitle(const SelectedVisibilities& data, double frequency, double
 
 std::string AntennaName(const AUVXContents& contents, int number) {
   return PlainText(contents.AntennaName(number));
-}
-
-std::string PlainText(std::string text) {
-  for (char& c : text) c = c >= ' ' && c <= '~' ? c : '?';
-  return text;
 }
 
 std::string RoundedText(double number) {

@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 
+#include "apps/zeltra/TablePrinter.h"
 #include "apps/zeltra/plot/Chart.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/JobOptions.h"
@@ -20,8 +21,10 @@ enum class PlotKind { UV, Amplitude, Phase, Closure };
 struct PlotOptions : JobOptions {
   PlotKind kind = PlotKind::UV;
   UVXSelection selection;
-  bool overTime = false;  ///< amplitude and phase over time, not over the distance from the u, v origin
-  double interval = 60;   ///< closure: seconds that are averaged; negative: every time stamp by itself
+  bool overTime = false;       ///< amplitude and phase over time, not over the distance from the u, v origin
+  bool isLogarithmic = false;  ///< the axis of amplitudes
+  double interval =
+      0;  ///< seconds that are averaged; negative: every time stamp; 0: nothing, which closure does not take
 };
 
 /// A point of a plot; points of one key belong together.
@@ -69,12 +72,12 @@ ChartAxis PhaseAxis(const std::string& title, const ValueRange& degrees);
 
 /// What stands above a plot: source, polarisations, frequency and date, as far as they are known.
 std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate);
+std::string PictureTitle(const std::string& source, const std::string& polarisations, double frequency,
+                         double julianDate);
 
 /// The name of an antenna, or its number where it has none, in ASCII.
 std::string AntennaName(const AUVXContents& contents, int number);
 
-/// `text` in ASCII, with question marks for all else: text from a file may hold any bytes.
-std::string PlainText(std::string text);
 /// A number with its thousands apart.
 std::string Grouped(int64 number);
 /// A number with as many digits as it needs, six at most.

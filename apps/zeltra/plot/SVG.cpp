@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "apps/zeltra/plot/SVG.h"
 
+#include <cstdint>
 #include <cstdio>
 
 namespace zeltra::app {
@@ -35,6 +36,18 @@ std::string Escaped(const std::string& text) {
     }
   }
   return escaped;
+}
+
+std::string Base64(const std::string& bytes) {
+  static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (size_t at = 0; at < bytes.size(); at += 3) {
+    unsigned group = 0;
+    for (size_t i = at; i < at + 3; ++i) group = group << 8 | (i < bytes.size() ? static_cast<uint8_t>(bytes[i]) : 0U);
+    for (int shift = 18; shift >= 0; shift -= 6) text += kDigits[group >> shift & 63];
+  }
+  for (size_t i = 0; i < (3 - bytes.size() % 3) % 3; ++i) text[text.size() - 1 - i] = '=';
+  return text;
 }
 
 }  // namespace
@@ -77,6 +90,25 @@ void SVG::Dots(double x, double y, double unit, const std::string& path, const c
   text_ += "<path" + Attribute("transform", "translate(" + N(x) + " " + N(y) + ") scale(" + N(unit) + ")") +
            Attribute("stroke", colour) + Attribute("stroke-width", N(diameter / unit)) +
            " stroke-linecap=\"round\" fill=\"none\"" + Attribute("d", path) + "/>\n";
+}
+
+void SVG::Image(double x, double y, double width, double height, const std::string& png) {
+  text_ +=
+      "<image" + Attribute("x", N(x)) + Attribute("y", N(y)) + Attribute("width", N(width)) +
+      Attribute("height", N(height)) +
+      " preserveAspectRatio=\"none\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" xlink:href=\"data:image/png;base64," +
+      Base64(png) + "\"/>\n";
+}
+
+void SVG::Outline(const std::string& path, const char* colour, bool isDashed) {
+  text_ += "<path fill=\"none\"" + Attribute("stroke", colour) + (isDashed ? " stroke-dasharray=\"4 3\"" : "") +
+           Attribute("d", path) + "/>\n";
+}
+
+void SVG::Ellipse(double x, double y, double across, double up, double angle, const char* colour, double width) {
+  text_ += "<ellipse fill=\"none\"" + Attribute("rx", N(across)) + Attribute("ry", N(up)) +
+           Attribute("transform", "translate(" + N(x) + " " + N(y) + ") rotate(" + N(angle) + ")") +
+           Attribute("stroke", colour) + Attribute("stroke-width", N(width)) + "/>\n";
 }
 
 }  // namespace zeltra::app

@@ -28,6 +28,14 @@ class SVG {
   /// (x, y).
   void Dots(double x, double y, double unit, const std::string& path, const char* colour, double diameter);
 
+  /// A PNG file in a rectangle; most viewers interpolate between its pixels.
+  void Image(double x, double y, double width, double height, const std::string& png);
+  /// A thin line along `path`.
+  void Outline(const std::string& path, const char* colour, bool isDashed);
+  /// The outline of an ellipse whose half axis `up` points upward before it is turned.
+  /// @param angle  degrees, clockwise
+  void Ellipse(double x, double y, double across, double up, double angle, const char* colour, double width);
+
   /// The whole file.
   std::string Finish() const { return text_ + "</svg>\n"; }
 

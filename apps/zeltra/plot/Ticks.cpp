@@ -34,6 +34,22 @@ std::vector<double> Multiples(double low, double high, double step) {
   return values;
 }
 
+// 0, then the decades of both signs, then what lies between them.
+std::vector<double> DecadeCandidates(double low, double high, double least) {
+  std::vector<double> candidates = {0};
+  const double largest = std::max(std::fabs(low), std::fabs(high));
+  const double smallest = std::max(low > 0 ? low : 0, std::max(least, largest * 1e-30));
+  const int first = static_cast<int>(std::floor(std::log10(smallest)));
+  const int last = static_cast<int>(std::floor(std::log10(largest)));
+  for (const int factor : {1, 2, 5}) {
+    for (int decade = last; decade >= first; --decade) {
+      const double value = factor * std::pow(10.0, decade);
+      if (value >= smallest * (1 - 1e-9)) candidates.insert(candidates.end(), {value, -value});
+    }
+  }
+  return candidates;
+}
+
 bool IsRange(double low, double high) {
   return std::isfinite(high - low) && high > low;
 }
@@ -57,6 +73,23 @@ std::vector<Tick> RoundTicks(double low, double high, int most) {
     ticks.push_back({value, label});
   }
   return ticks;
+}
+
+std::vector<Tick> DecadeTicks(double low, double high, double least, int most,
+                              const std::function<double(double)>& place) {
+  std::vector<Tick> ticks;
+  if (!IsRange(low, high)) return ticks;
+  const double gap = (place(high) - place(low)) / most;
+  for (const double value : DecadeCandidates(low, high, least)) {
+    const bool isNear = std::any_of(ticks.begin(), ticks.end(), [&](const Tick& tick) {
+      return std::fabs(place(tick.value) - place(value)) < gap;
+    });
+    if (value < low || value > high || isNear) continue;
+    char label[40];
+    std::snprintf(label, sizeof label, "%g", value);
+    ticks.push_back({value, label});
+  }
+  return ticks.size() > 3 ? ticks : RoundTicks(low, high, most / 2);
 }
 
 std::vector<Tick> ClockTicks(double low, double high, int most) {

@@ -11,7 +11,7 @@
 namespace zeltra::app {
 namespace {
 
-constexpr double kHeadRoom = 1.04, kFootRoom = 0.02;
+constexpr double kHeadRoom = 1.04, kFootRoom = 0.02, kLogRoom = 0.04;
 
 // The key of what is flagged.
 constexpr int kFlagged = -1;
@@ -32,17 +32,27 @@ LengthUnit UnitFor(double wavelengths) {
 ChartAxis LengthAxis(const std::string& title, double low, double high) {
   const LengthUnit unit = UnitFor(high);
   ChartAxis axis = {title + " (" + unit.name + ")", low, high,
-                    RoundTicks(low / unit.wavelengths, high / unit.wavelengths, 8)};
+                    RoundTicks(low / unit.wavelengths, high / unit.wavelengths, 10)};
   for (Tick& tick : axis.ticks) tick.value *= unit.wavelengths;
   return axis;
 }
 
-// Points in wavelengths, seconds, degrees, and the unit of the visibilities.
 // An axis has a length even where all values are 0.
 double OrOne(double largest) {
   return largest > 0 ? largest : 1;
 }
 
+// An axis of decimal logarithms that is labelled with the numbers themselves.
+ChartAxis LogAxis(const std::string& title, const ValueRange& logarithms) {
+  const double margin = std::max(kLogRoom * (logarithms.high - logarithms.low), 0.01);
+  ChartAxis axis = {title, logarithms.low - margin, logarithms.high + margin, {}};
+  axis.ticks =
+      DecadeTicks(std::pow(10, axis.low), std::pow(10, axis.high), 0, 14, [](double x) { return std::log10(x); });
+  for (Tick& tick : axis.ticks) tick.value = std::log10(tick.value);
+  return axis;
+}
+
+// Points in wavelengths, seconds, degrees, and the unit of the visibilities or its decimal logarithm.
 class VisibilityPlot {
  public:
   VisibilityPlot(AUVXInput& input, const PlotOptions& options) : options_(options), data_(input) {}
@@ -52,7 +62,9 @@ class VisibilityPlot {
   int KeyOf(const SelectedVisibility& visibility) const;
   PlotPoint PointOf(const SelectedVisibility& visibility) const;
   AResult ForEachPoint(const PlotTaker& take);
+  void Take(const SelectedVisibility& visibility, const PlotTaker& take);
   std::string NameOf(int key) const;
+  std::string Note() const;
   ChartAxis Across() const;
   ChartAxis Up() const;
 
@@ -62,6 +74,7 @@ class VisibilityPlot {
   ValueRange frequencies_;
   std::optional<double> midnight_;  // before the first visibility, a Julian date
   PlotSurvey survey_;
+  int64 zeros_ = 0;  // that a logarithmic axis has no place for
 };
 
 AResult VisibilityPlot::Run(std::string& svg) {
@@ -82,10 +95,18 @@ AResult VisibilityPlot::Run(std::string& svg) {
     if (isUV) chart.Add(series(point.key), -point.x, -point.y);
   });
   if (!result) return result;
-  const std::string note = Grouped(survey_.count) + " visibilities" + (isUV ? " and their conjugates" : "") +
-                           "; those that fall on one spot are drawn once";
-  svg = chart.Draw(PlotTitle(data_, (frequencies_.low + frequencies_.high) / 2, *midnight_), note);
+  svg = chart.Draw(PlotTitle(data_, (frequencies_.low + frequencies_.high) / 2, *midnight_), Note());
   return AResult::Ok();
+}
+
+std::string VisibilityPlot::Note() const {
+  std::string note = Grouped(survey_.count);
+  if (options_.interval == 0) note += " visibilities";
+  if (options_.interval > 0) note += " averages over " + RoundedText(options_.interval) + " s";
+  if (options_.interval < 0) note += " averages of every time stamp";
+  if (options_.kind == PlotKind::UV) note += " and their conjugates";
+  note += "; those that fall on one spot are drawn once";
+  return note + (zeros_ > 0 ? "; " + Grouped(zeros_) + " of amplitude 0 are not shown" : "");
 }
 
 // The other antenna where one is chosen, else the polarisation, which has no place of its own in the u, v plane.
@@ -110,20 +131,27 @@ PlotPoint VisibilityPlot::PointOf(const SelectedVisibility& visibility) const {
   if (options_.kind == PlotKind::UV) return {key, visibility.u, visibility.v};
   const double x = options_.overTime ? (visibility.group->date - *midnight_) * kSecondsPerDay
                                      : std::hypot(visibility.u, visibility.v);
-  const AUVXComplex& value = visibility.value;
-  return {key, x, options_.kind == PlotKind::Amplitude ? value.ampl() : value.phase() * kDegreesPerRadian};
+  if (options_.kind == PlotKind::Phase) return {key, x, visibility.value.phase() * kDegreesPerRadian};
+  const double amplitude = visibility.value.ampl();
+  return {key, x, options_.isLogarithmic ? std::log10(amplitude) : amplitude};
 }
 
 AResult VisibilityPlot::ForEachPoint(const PlotTaker& take) {
-  return data_.ForEach(options_, "Reading visibilities...", [&](const SelectedVisibility& visibility) {
-    if (!std::isfinite(visibility.group->date)) return;
-    if (!midnight_) midnight_ = MidnightBefore(visibility.group->date);
-    const PlotPoint point = PointOf(visibility);
-    // The amplitude of finite parts may be too large for a float, a finite date too far away to count in seconds.
-    if (!std::isfinite(point.x) || !std::isfinite(point.y)) return;
-    frequencies_.Add(visibility.frequency);
-    take(point);
-  });
+  zeros_ = 0;
+  const auto visit = [&](const SelectedVisibility& visibility) { Take(visibility, take); };
+  return options_.interval != 0 ? data_.ForEachMean(options_, options_.interval, visit)
+                                : data_.ForEach(options_, "Reading visibilities...", visit);
+}
+
+void VisibilityPlot::Take(const SelectedVisibility& visibility, const PlotTaker& take) {
+  if (!std::isfinite(visibility.group->date)) return;
+  if (!midnight_) midnight_ = MidnightBefore(visibility.group->date);
+  const PlotPoint point = PointOf(visibility);
+  zeros_ += options_.isLogarithmic && visibility.value.re == 0 && visibility.value.im == 0;
+  // The amplitude of finite parts may be too large for a float, a finite date too far away to count in seconds.
+  if (!std::isfinite(point.x) || !std::isfinite(point.y)) return;
+  frequencies_.Add(visibility.frequency);
+  take(point);
 }
 
 ChartAxis VisibilityPlot::Across() const {
@@ -133,7 +161,9 @@ ChartAxis VisibilityPlot::Across() const {
   }
   if (options_.overTime) return TimeAxis(survey_.x, *midnight_, data_.contents().timeScale());
   const double longest = OrOne(survey_.x.high);
-  return LengthAxis("uv distance", -kFootRoom * longest, kHeadRoom * longest);
+  // Dots of antennas of one site would lie on the frame.
+  const double room = kFootRoom * longest;
+  return LengthAxis("uv distance", survey_.x.low < room ? -room : 0, kHeadRoom * longest);
 }
 
 ChartAxis VisibilityPlot::Up() const {
@@ -143,10 +173,11 @@ ChartAxis VisibilityPlot::Up() const {
     return axis;
   }
   if (options_.kind == PlotKind::Phase) return PhaseAxis("Phase");
-  const double largest = OrOne(survey_.y.high);
-  const double low = -kFootRoom * largest, high = kHeadRoom * largest;
   const std::string unit = data_.unit();
-  return {unit.empty() ? "Amplitude" : "Amplitude (" + PlainText(unit) + ")", low, high, RoundTicks(low, high, 8)};
+  const std::string title = unit.empty() ? "Amplitude" : "Amplitude (" + PlainText(unit) + ")";
+  if (options_.isLogarithmic) return LogAxis(title, survey_.y);
+  const double high = kHeadRoom * OrOne(survey_.y.high);
+  return {title, 0, high, RoundTicks(0, high, 8)};
 }
 
 }  // namespace
