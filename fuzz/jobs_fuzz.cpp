@@ -4,6 +4,7 @@
 
 #include "tests/support/TempFile.h"
 #include "zeltra/imaging/ImageUVX.h"
+#include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/ops/AUVXFluxes.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
@@ -23,8 +24,15 @@ void Combine(AUVXInput& input) {
     (void)Average(input, average, [](AUVXGroup&, AUVXVisibility&) { return AResult::Ok(); });
   }
   ClosureOptions closure;
-  closure.interval = -1;
-  (void)FormClosures(input, closure, [](const AClosure&) { return AResult::Ok(); });
+  for (const double interval : {-1.0, 60.0}) {
+    closure.interval = interval;
+    closure.amplitudes = interval < 0;
+    closure.incoherent = closure.each = interval > 0;
+    for (const ClosureSet set : {ClosureSet::All, ClosureSet::Independent}) {
+      closure.set = set;
+      (void)FormClosures(input, closure, [](const AClosure&) { return AResult::Ok(); });
+    }
+  }
   LoopOptions loops;
   loops.baseline = "1-2";
   std::vector<AChain> chains;
@@ -45,11 +53,12 @@ void Rewrite(AUVXInput& input, const std::string& to) {
   average.sync = false;
   average.interval = 60;
   (void)AverageUVX(input, to, average);
-  UVWOptions uvw;
+  JobOptions uvw;
   uvw.overwrite = true;
   uvw.sync = false;
   UVWDifference difference;
   (void)RecomputeUVW(input, to, uvw, difference);
+  (void)ExportUVFITS(input.path(), to, uvw);
 }
 
 void Picture(AUVXInput& input) {

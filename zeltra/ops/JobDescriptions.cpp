@@ -47,7 +47,7 @@ AJobDescription DescribeClosure() {
       "each source and setup by itself. Visibilities are averaged over the interval first, those of each IF, channel "
       "and polarisation by themselves; then their closures are averaged.");
   job.Input(UVXInputFile());
-  DescribeIntervals(job, {.leftOut = kAntennas | kFrequencies | kStokes, .sources = "each by itself"});
+  DescribeIntervals(job, {.leftOut = kAntennas | kStokes, .sources = "each by itself"});
   job.Option(
          "antenna", [](ClosureOptions & o) -> auto& { return o.selection.antennas; },
          "numbers or names of antennas, separated by commas: closures through a single one, or among several")
@@ -57,14 +57,6 @@ AJobDescription DescribeClosure() {
          "stokes", [](ClosureOptions & o) -> auto& { return o.selection.stokes; },
          "polarisations that are stored, as in RR,LL")
       .Otherwise("the parallel hands, or I in a file without them");
-  job.Option(
-         "if", [](ClosureOptions & o) -> auto& { return o.selection.IFs; }, "numbers of IFs, as in 1,3-4")
-      .CountedFrom(1)
-      .Otherwise("all");
-  job.Option(
-         "channel", [](ClosureOptions & o) -> auto& { return o.selection.channels; }, "numbers of channels, as in 8-15")
-      .CountedFrom(1)
-      .Otherwise("all");
   job.Option("each", &ClosureOptions::each, "a line for each IF, channel and polarisation, instead of their mean");
   job.Option("incoherent", &ClosureOptions::incoherent,
              "average the bispectra of the time stamps over an interval, not the visibilities, where intervals are "
