@@ -66,8 +66,9 @@ AResult PrintClosures(Arguments& arguments, Session& session) {
                  " closure amplitudes of single IFs, channels and polarisations are left out, where a baseline has a "
                  "ratio of signal and noise of 3 or less");
   } else if (closures == 0) {
-    session.Note(arguments.options.amplitudes ? "no four antennas have valid baselines at any time"
-                                              : "no triangle has three valid baselines at any time");
+    session.Note(arguments.options.amplitudes
+                     ? "no four of the antennas selected have valid baselines at any time"
+                     : "no triangle of the baselines selected has three valid ones at any time");
   }
   return out.Flush();
 }

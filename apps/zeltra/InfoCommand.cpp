@@ -165,7 +165,7 @@ std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const 
   info["records"] = uvx.count();
   info["stokes"] = codes;
   info["stokes_names"] = contents.polarisations();
-  info["ifs"] = uvx.IFs();
+  info["ifs"] = std::max(uvx.IFs(), 1);
   info["channels"] = uvx.channels();
   info["freq0_hz"] = uvx.freq0();
   info["epoch"] = double{header.info.epoch};

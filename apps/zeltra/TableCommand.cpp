@@ -75,7 +75,7 @@ AResult Print(AUVXTable& table, const Arguments& arguments, Session& session) {
     columns.push_back({i, format.type, elements});
     for (int k = 0; k < elements; ++k) {
       const bool isArray = !isText && format.count > 1;
-      printed.push_back({isArray ? name + "[" + std::to_string(k) + "]" : name, isText || format.type == 'L'});
+      printed.push_back({isArray ? name + "[" + std::to_string(k + 1) + "]" : name, isText || format.type == 'L'});
     }
   }
 

@@ -244,10 +244,10 @@ TEST(TableCommand, PrintsRows) {
   const Given file(SyntheticUVX().Tables());
   const std::vector<std::string> lines = Lines(RunZeltra({"table", file.path(), "AN", "--csv"}).out);
   ASSERT_EQ(lines.size(), 4u);
-  EXPECT_THAT(lines[0], HasSubstr("STABXYZ[0],STABXYZ[1],STABXYZ[2]"));
+  EXPECT_THAT(lines[0], HasSubstr("STABXYZ[1],STABXYZ[2],STABXYZ[3]"));
   EXPECT_THAT(lines[2], HasSubstr("ANT2,200,20,2"));
   EXPECT_THAT(RunZeltra({"table", file.path(), "an"}).out, HasSubstr("ANT2"));
-  EXPECT_EQ(json::parse(RunZeltra({"table", file.path(), "AN", "--json"}).out)[1]["STABXYZ[1]"], 20);
+  EXPECT_EQ(json::parse(RunZeltra({"table", file.path(), "AN", "--json"}).out)[1]["STABXYZ[2]"], 20);
   const Finished none = RunZeltra({"table", file.path(), "XX"});
   EXPECT_EQ(none.code, 1);
   for (const char* code : {"AN", "SU", "FQ", "NX"}) EXPECT_THAT(none.err, HasSubstr(code));
@@ -268,7 +268,7 @@ TEST(TableCommand, PrintsEveryKindOfColumn) {
   const Finished run = RunZeltra({"table", file.path(), "ZZ", "--csv"});
   ASSERT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(run.out,
-            "TEXT,FLAG[0],FLAG[1],BITS,SHORT,LONG,SINGLE,DOUBLE\n"
+            "TEXT,FLAG[1],FLAG[2],BITS,SHORT,LONG,SINGLE,DOUBLE\n"
             "\"a,\"\"b\"\"\",T,F,0x80,-7,2147483647,0.10000000149011612,0.1\n");
   EXPECT_EQ(RunZeltra({"table", file.path(), "ZZ", "--version", "3"}).code, 1);
   EXPECT_EQ(RunZeltra({"table", file.path(), "ZZ", "--version", "2", "--json"}).out, "[]\n");

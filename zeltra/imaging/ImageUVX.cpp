@@ -26,12 +26,24 @@ double RoundedDown(double value) {
   return std::floor(value / unit / step * (1 + 1e-12)) * step * unit;
 }
 
-double RMS(const AMatrix<float>& map) {
+// Whether direction cosines are of a direction: the corners of the widest fields lie beyond the horizon.
+bool IsOnSky(double l, double m) {
+  return l * l + m * m < 1;
+}
+
+double RMS(const AMatrix<float>& map, double cell) {
+  const int size = map.Lines();
   double sum = 0;
-  for (int i = 0; i < map.Lines(); ++i) {
-    for (const float* pixel = map.Line(i); pixel < map.Line(i + 1); ++pixel) sum += double{*pixel} * *pixel;
+  int64 pixels = 0;
+  for (int i = 0; i < size; ++i) {
+    const float* line = map.Line(i);
+    for (int j = 0; j < size; ++j) {
+      if (!IsOnSky((size / 2 - j) * cell, (i - size / 2) * cell)) continue;
+      sum += double{line[j]} * line[j];
+      ++pixels;
+    }
   }
-  return std::sqrt(sum / map.Lines() / map.LineLength());
+  return std::sqrt(sum / static_cast<double>(pixels));
 }
 
 class Imager {
@@ -62,7 +74,7 @@ class Imager {
   GriddingWeights weights_;
   BeamSums sums_;
   double lowest_ = HUGE_VAL, highest_ = 0;  // edges of the channels used, Hz
-  double largestW_ = 0;                     // wavelengths
+  double largestW_ = 0, longest_ = 0;       // wavelengths
 };
 
 AResult Imager::Run() {
@@ -154,6 +166,7 @@ AResult Imager::FillGrid() {
     sums_.Add(u, v, weight, visibility.value.weight);
     ++image_.visibilities;
     if (std::isfinite(w)) largestW_ = std::max(largestW_, std::fabs(w));
+    longest_ = std::max(longest_, std::hypot(u, v));
     lowest_ = std::min(lowest_, visibility.frequency - visibility.width / 2);
     highest_ = std::max(highest_, visibility.frequency + visibility.width / 2);
   });
@@ -191,13 +204,15 @@ void Imager::Describe() {
   image_.history.AddHistory(ImageDescription().Command(options_));
   image_.shape = sums_.Shape();
   image_.noise = sums_.Noise();
-  image_.rms = RMS(image_.map);
+  image_.rms = RMS(image_.map, image_.cell);
 }
 
 void Imager::Remark() {
   if (!(image_.shape.major > 0)) {
     image_.remarks.push_back("there is no beam: all visibilities lie on one line through the origin of the u, v plane");
   }
+  // Some programs leave w at 0; it may be as long as a baseline.
+  if (largestW_ == 0) largestW_ = longest_;
   const auto phase = [this](double l) { return kTwoPi * largestW_ * (1 - std::sqrt(1 - l * l)); };
   const double atEdge = phase(options_.size / 2 * image_.cell);
   if (!(atEdge > kSuspiciousPhase)) return;
@@ -226,10 +241,16 @@ std::string MemoryText(double bytes) {
 ImagePeak FindPeak(const DirtyImage& image) {
   const int size = image.map.Lines();
   if (size == 0) return {};
-  const float* first = image.map.Line(0);
-  const float* peak = std::max_element(first, first + static_cast<std::ptrdiff_t>(size) * size);
-  const auto place = static_cast<int>(peak - first);
-  return {*peak, (size / 2 - place % size) * image.cell, (place / size - size / 2) * image.cell};
+  ImagePeak peak = {image.map.Line(size / 2)[size / 2], 0, 0};
+  for (int i = 0; i < size; ++i) {
+    const float* line = image.map.Line(i);
+    const double m = (i - size / 2) * image.cell;
+    for (int j = 0; j < size; ++j) {
+      const double l = (size / 2 - j) * image.cell;
+      if (line[j] > peak.value && IsOnSky(l, m)) peak = {line[j], std::asin(l), std::asin(m)};
+    }
+  }
+  return peak;
 }
 
 }  // namespace zeltra

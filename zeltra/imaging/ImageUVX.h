@@ -62,8 +62,8 @@ struct DirtyImage {
 /// The brightest pixel of a map.
 struct ImagePeak {
   float value = 0;   ///< in the unit of the map
-  double east = 0;   ///< of the phase centre, radians
-  double north = 0;  ///< radians
+  double east = 0;   ///< of the phase centre, radians: the arc sine of the direction cosine l
+  double north = 0;  ///< the same of m
 };
 
 ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);

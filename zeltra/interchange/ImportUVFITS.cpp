@@ -75,6 +75,12 @@ const char* KeyColumn(const std::string& code) {
   return code == "FQ" ? "FRQSEL" : nullptr;
 }
 
+// Columns without which the table tells nothing of what it is there for.
+std::vector<const char*> ExpectedColumns(const std::string& code) {
+  if (code == "AN") return {"STABXYZ"};
+  return code == "FQ" ? std::vector<const char*>{"IF FREQ", "CH WIDTH"} : std::vector<const char*>();
+}
+
 // EXTVER, which is 1 where it is not there (FITS standard 4.0, section 4.4.2.6).
 int VersionOf(const AFITSxtbl& extension) {
   ParseFITSstr card;
@@ -221,7 +227,7 @@ Importer::Pass Importer::WriteGroup(GroupReader& reader, int number, AResult& re
     return Pass::Stopped;
   }
   writer_.SetIntegration(static_cast<float>(parameters->integration));
-  if (subarrays_.IsMerged()) writer_.SetSubarray(static_cast<int>(parameters->subarray));
+  if (subarrays_.EndScans()) writer_.SetSubarray(static_cast<int>(parameters->subarray));
   const int baseline = BaselineOf(*group);
   if (writer_.records() > 0) {
     if (group->date < before_.time) return Pass::OutOfOrder;
@@ -437,6 +443,10 @@ AResult Importer::WriteTables() {
                                  "\" is left out: it has no column " + column);
       continue;
     }
+    for (const char* column : ExpectedColumns(code)) {
+      if (table->FindColumn(column) >= 0) continue;
+      summary_.remarks.push_back("the table " + code + " has no column " + column + ": zeros stand in its place");
+    }
     if (code == "BL" || code == "HD" || code == "IT") {
       // The code is that of a table that is made anew. An export of the list of baselines comes back here.
       const std::string& name = input_.fits().tables()(i)->extname();
@@ -512,7 +522,7 @@ bool Importer::IndexAgrees(AUVXTable& table) {
   const AUVXPosition given(table);
   const auto isOf = [&](int run, const AUVXPositionItem& scan) {
     return run < index.count() && scan.sourceId == index(run).sourceId && scan.freqId == index(run).freqId &&
-           (!subarrays_.IsMerged() || scan.subarray == index(run).subarray);
+           (!subarrays_.EndScans() || scan.subarray == index(run).subarray);
   };
   int next = 1, run = 0;
   bool agrees = true;

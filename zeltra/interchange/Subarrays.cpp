@@ -175,6 +175,21 @@ void Subarrays::Settle(double dateObs, int only, std::vector<std::string>& remar
     remarks.push_back("the times of subarray " + std::to_string(subarray) + " are set back by " + valToStr(days) +
                       " days");
   }
+  endScans_ = IsMerged() && AreApart();
+}
+
+// Whether no two subarrays observe at the same time.
+bool Subarrays::AreApart() const {
+  std::vector<std::pair<double, double>> ranges;
+  for (const int subarray : present_) {
+    const Groups& groups = groups_[static_cast<size_t>(subarray)];
+    ranges.emplace_back(groups.first - groups.daysAhead, groups.last - groups.daysAhead);
+  }
+  std::sort(ranges.begin(), ranges.end());
+  for (size_t i = 1; i < ranges.size(); ++i) {
+    if (!(ranges[i].first > ranges[i - 1].second)) return false;
+  }
+  return true;
 }
 
 bool Subarrays::IsSetBack() const {

@@ -53,6 +53,9 @@ class Subarrays {
   /// The days that the times of a subarray are ahead.
   double DaysAhead(int subarray) const { return groups_[static_cast<size_t>(subarray)].daysAhead; }
   bool IsSetBack() const;
+  /// Whether subarrays end scans: those that observe one after the other. The records of several that observe at once
+  /// lie among each other, and are those of one array.
+  bool EndScans() const { return endScans_; }
   /// Give antennas of another table, which tells their subarray, the numbers of the list.
   void Renumber(AUVXTable& table) const;
 
@@ -70,6 +73,7 @@ class Subarrays {
 
   AResult AddAntenna(int subarray, const Antenna& antenna, const AUVXTable& table, int row, int& number);
   void MakeAbsolute();
+  bool AreApart() const;
   void AppendRow(const Antenna& antenna, const AUVXTable& table, int row);
   int FreeNumber(int wanted) const;
 
@@ -81,6 +85,7 @@ class Subarrays {
   int arrays_ = 0;
   int firstArray_ = 0;
   bool isAbsolute_ = false;
+  bool endScans_ = false;
   std::array<double, 3> center_ = {};
   std::string frame_, hand_;
 };

@@ -190,6 +190,11 @@ void RemarkOnCutTexts(AFITSxtbl& extension, const std::string& label, std::vecto
   }
 }
 
+std::string Capitals(std::string text) {
+  for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  return text;
+}
+
 }  // namespace
 
 std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::string>& remarks) {
@@ -233,6 +238,13 @@ std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::s
   if (!isAsStored) RenumberKeyWords(*table, order);
   // Converters give tables with columns of FITS-IDI the names of AIPS.
   const std::string code = table->Code();
+  const bool isList = code == "FQ" || code == "AN" || code == "SU" || code == "NX";
+  // Names of columns are the same in small letters (FITS standard 4.0, section 7.2.2); readers of UVX look for
+  // capitals.
+  for (int i = 0; i < table->columnCount() && isList; ++i) {
+    AUVXTableManual& column = table->columns()(i);
+    SetFieldText(column.name, sizeof column.name, Capitals(column.Name()));
+  }
   if (!StartsWith(given, "AIPS ") || code == "FQ" || code == "AN" || code == "SU") table->CorrectIDI_FTS();
   return table;
 }

@@ -310,6 +310,7 @@ AResult AUVXContents::FindPolarisation(const std::string& text, AStokesMix& mix)
     names.push_back(mix.asShortString());
     if (IsSameWord(names.back(), text)) return AResult::Ok();
   }
+  names.push_back("PI");
   return AResult::Fail(path_ + ": no polarisation " + text + "; there are " + Joined(names));
 }
 
@@ -352,13 +353,22 @@ AResult AUVXContents::FindValues(const UVXSelection& selection, ValuesChoice& va
   return result ? FindPolarisations(selection.stokes, values.polarisations) : result;
 }
 
+// 0 h of the day that times of day count from: that of the first record where DATE-OBS is of another observation.
+double AUVXContents::FirstDay() const {
+  AUVXMinMax range = header_.range;
+  const double first = range.time().minimum, date = header_.info.dateObs;
+  constexpr double kDays = 2;  // an observation may begin on the day after
+  const bool isOther = CalendarDate(first).year != 0 && !(first >= date && first < date + kDays);
+  return isOther ? MidnightBefore(first) : date;
+}
+
 AResult AUVXContents::SettleTimes(std::optional<ATime>& start, std::optional<ATime>& stop) const {
   for (std::optional<ATime>* time : {&start, &stop}) {
     if (!*time || !(*time)->isRelative) continue;
     if (CalendarDate(header_.info.dateObs).year == 0) {
       return AResult::Fail(path_ + ": has no observation date, so times need a date");
     }
-    *time = (*time)->JulianDate(header_.info.dateObs);
+    *time = (*time)->JulianDate(FirstDay());
   }
   return AResult::Ok();
 }

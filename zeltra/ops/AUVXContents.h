@@ -135,6 +135,7 @@ class ZELTRA_API AUVXContents {
 
  private:
   void ReadTables(AUVXInput& input);
+  double FirstDay() const;
   std::string Damaged(const UVXTableSummary& table) const;
   std::string AntennaList() const;
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "zeltra/core/Units.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/ClosureTermsInternal.h"
@@ -121,15 +122,20 @@ AResult Closer::FindPolarisations() {
   if (stored.count() < 1) return AResult::Fail(from_.path() + ": its records hold no polarisations");
   const auto take = [&](int index) { polarisations_.emplace_back(index, stored(index)); };
   std::vector<bool> isWanted(static_cast<size_t>(stored.count()));
+  bool takesHands = options_.selection.stokes.empty();
   for (const std::string& name : options_.selection.stokes) {
     AStokesItem item;
+    if (IsSameWord(name, "PI")) {
+      takesHands = true;
+      continue;
+    }
     if (AResult result = FindStored(name, item); !result) return result;
     isWanted[static_cast<size_t>(item.index)] = true;
   }
   for (int i = 0; i < stored.count(); ++i) {
     const int code = stored(i);
     const bool isHand = code == kRR || code == kLL || code == kXX || code == kYY;
-    if (options_.selection.stokes.empty() ? isHand : isWanted[static_cast<size_t>(i)]) take(i);
+    if ((isHand && takesHands) || isWanted[static_cast<size_t>(i)]) take(i);
   }
   int total = 0;
   if (polarisations_.empty() && stored.FindStokes(kI, total)) take(total);

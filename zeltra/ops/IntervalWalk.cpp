@@ -37,7 +37,8 @@ struct WalkShape {
   const MeanForm form;
   const IntervalWalk::Shape& shape;
   const IntervalWalk::Finish& finish;
-  int64 sumBytes;  // of one thread
+  int64 sumBytes;   // of one thread
+  double interval;  // seconds; negative: every time stamp
   std::atomic<bool>& hasInterval;
 };
 
@@ -373,8 +374,12 @@ void IntervalWorker::Make(OpenInterval& interval, double time, IntervalSums& sum
     return !isInOrder_ || !open_.empty() || Release();
   };
   const IntervalStream& stream = shape_.plan.streams()[interval.stream];
-  const auto seconds = static_cast<float>(interval.seconds + interval.stampSeconds);
-  shape_.finish({stream, interval.scan, time, seconds, sums, firstValue, complete, interval.state, handOn}, bytes);
+  // Time stamps that overlap cover no more than the interval.
+  double seconds = interval.seconds + interval.stampSeconds;
+  if (shape_.interval > 0 && interval.seconds > 0) seconds = std::min(seconds, shape_.interval);
+  shape_.finish(
+      {stream, interval.scan, time, static_cast<float>(seconds), sums, firstValue, complete, interval.state, handOn},
+      bytes);
   if (!bytes.empty()) Keep(time, interval.stream, std::move(bytes));
 }
 
@@ -515,7 +520,7 @@ AResult IntervalWalk::Run(const ValueChoice& choice, const Shape& shape, const F
   const int64 sumBytes =
       keepsBaselines ? kTogetherBytes : std::max(kMostBytes / options.threads - otherBytes, baselineBytes);
   std::atomic<bool> hasInterval = false;
-  const WalkShape walk = {input_, plan_, choice, form, shape, finish, sumBytes, hasInterval};
+  const WalkShape walk = {input_, plan_, choice, form, shape, finish, sumBytes, options_.interval, hasInterval};
   PartJob job;
   job.name = input_.path();
   job.parts = parts;

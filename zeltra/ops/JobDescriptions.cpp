@@ -109,7 +109,11 @@ AJobDescription DescribeCopy() {
       "Frequencies stay right where IFs or channels are left out.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
-  DescribeSelection(job);
+  DescribeSelection(job, {.leftOut = kStokes});
+  job.Option(
+         "stokes", [](CopyOptions & o) -> auto& { return o.selection.stokes; },
+         "polarisations that are stored, as in RR,LL")
+      .Otherwise("all");
   job.Option("drop-flagged", &CopyOptions::dropFlagged,
              "leave out records that are flagged or keep no value with a weight above 0");
   DescribeScanGap(job);

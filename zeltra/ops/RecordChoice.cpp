@@ -221,7 +221,7 @@ AResult RecordChoice::NothingSelected(AUVXInput& input, const JobOptions& option
   if (!survey.hasTime || hasAll) {
     const std::string sources = wantedSources_.empty() ? "" : " of source " + contents.SourceList(wantedSources_);
     sentence += "; the times of the records" + sources + " are " + DateAndTime(survey.first) + " to " +
-                DateAndTime(survey.last);
+                DateAndTime(survey.last) + " " + contents.timeScale();
   }
   if (!survey.hasBaseline) {
     std::string list;
