@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <new>
 #include <numeric>
 #include <utility>
@@ -87,7 +88,12 @@ int Run(std::vector<std::string> arguments) {
     std::reverse(arguments.begin(), arguments.end());
     app.parse(std::move(arguments));
   } catch (const CLI::ParseError& e) {
-    return app.exit(e) == 0 ? kDone : kWrongUsage;
+    const bool isHelp = app.exit(e) == 0;
+    if (isHelp && !std::cout.flush()) {
+      PrintError("standard output cannot be written");
+      return kFailed;
+    }
+    return isHelp ? kDone : kWrongUsage;
   }
   return session.Finish();
 }

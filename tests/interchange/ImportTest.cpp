@@ -156,7 +156,7 @@ TEST(Import, CountsWhatIsDoubtful) {
   EXPECT_TRUE(file.Remarks("1 values have a part that is not a finite number"));
   EXPECT_TRUE(file.Remarks("4 weights are infinite"));
   EXPECT_TRUE(file.Remarks("5 groups break the order time, then baseline, that the history claims"));
-  EXPECT_TRUE(file.Remarks("4 bytes behind the last table"));
+  EXPECT_TRUE(file.Remarks("4 bytes after the last table"));
   EXPECT_TRUE(std::isnan(file.Visibility(1)(0, 0, 0).Re()));
 }
 
@@ -226,7 +226,7 @@ TEST(Import, CarriesColumnsBesideThoseItCannot) {
   EXPECT_EQ(table->Number(0, 0), 7);
   EXPECT_EQ(table->Text(0, 1), "A");
   EXPECT_EQ(table->Number(0, 2, 1), -2.5);
-  for (const char* remark : {"COUNT (1K), REAL 1 (40000E), HEAP (1PE(3))", "bytes behind the end of 1 texts",
+  for (const char* remark : {"COUNT (1K), REAL 1 (40000E), HEAP (1PE(3))", "bytes after the end of 1 texts",
                              "the column that TSCAL1 scales", "table \"AIPS BL\" is left out"}) {
     EXPECT_TRUE(file.Remarks(remark)) << remark;
   }

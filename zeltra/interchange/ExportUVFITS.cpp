@@ -13,6 +13,7 @@
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/fits/FITSCards.h"
 #include "zeltra/fits/FITSHeaderWriterInternal.h"
+#include "zeltra/interchange/InputKindInternal.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXGroupInternal.h"
@@ -80,8 +81,11 @@ class Exporter {
 
 AResult Exporter::Run() {
   SendProgressRange(options_.progress);
+  if (const std::string sentence = WhyNoInput(from_); !sentence.empty()) return AResult::Fail(from_ + ": " + sentence);
   AResult result = input_.Open(from_);
-  if (result) result = Export();
+  if (!result) return result;
+  if (const std::string sentence = WhyNoInput(input_); !sentence.empty()) return AResult::Fail(from_ + ": " + sentence);
+  result = Export();
   return result ? result : input_.Settle(result);
 }
 

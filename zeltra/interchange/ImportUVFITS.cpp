@@ -463,7 +463,7 @@ AResult Importer::WriteTables() {
       subarrays_.Renumber(*table);
     }
     if (code == "NX") {
-      if (indexed) summary_.remarks.push_back("an index table behind the first one is left out");
+      if (indexed) summary_.remarks.push_back("an index table after the first one is left out");
       if (indexed || !IndexAgrees(*table)) continue;
       indexed = true;
     }

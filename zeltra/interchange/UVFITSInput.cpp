@@ -187,7 +187,7 @@ AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
   if (!freq) return Refuse("there is no axis FREQ");
   // Axes are found by parts of their names, so that one axis may seem to be several.
   const bool inOrder = freq > 2 && (!stokes || (stokes > 2 && stokes < freq)) && (!ifs || ifs > freq);
-  if (!inOrder) return Refuse("the axes STOKES, FREQ, IF are not in that order behind COMPLEX");
+  if (!inOrder) return Refuse("the axes STOKES, FREQ, IF are not in that order after COMPLEX");
   for (int axis = 3; axis <= main.naxis(); ++axis) {
     const int length = main.AxisLength(axis);
     if (length < 1) return Refuse("axis " + std::to_string(axis) + " has length " + std::to_string(length));
@@ -241,7 +241,7 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
   if (std::memcmp(start, "XTENSION", sizeof start) == 0) {
     return Refuse("the extension header at byte " + std::to_string(end) + " cannot be read");
   }
-  remarks.push_back(std::to_string(size - end) + " bytes behind the last table, from byte " + std::to_string(end) +
+  remarks.push_back(std::to_string(size - end) + " bytes after the last table, from byte " + std::to_string(end) +
                     " on, are not FITS and are left out");
   return AResult::Ok();
 }

@@ -232,7 +232,7 @@ std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::s
     return nullptr;
   }
   if (const int cleaned = CleanTexts(*table)) {
-    remarks.push_back(label + "bytes behind the end of " + std::to_string(cleaned) + " texts were cleared");
+    remarks.push_back(label + "bytes after the end of " + std::to_string(cleaned) + " texts were cleared");
   }
   AddKeyWords(extension, *table, label, remarks);
   if (!isAsStored) RenumberKeyWords(*table, order);

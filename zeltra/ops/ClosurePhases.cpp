@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "zeltra/core/Units.h"
 #include "zeltra/core/Text.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/ClosureTermsInternal.h"
@@ -98,6 +98,11 @@ AResult Closer::LookUp() {
   for (const std::string& antenna : selection.antennas) {
     if (AResult result = contents.FindAntenna(antenna, shape_.antennas.emplace_back()); !result) return result;
   }
+  const size_t named = shape_.antennas.size(), corners = options_.amplitudes ? 4 : 3;
+  if (named > 1 && named < corners) {
+    return AResult::Fail(from_.path() + ": a closure takes " + std::to_string(corners) + " antennas, and " +
+                         std::to_string(named) + " are selected");
+  }
   const AUVXFile& uvx = from_.uvx();
   AResult result = SettlePlaces(from_.path(), "IF", selection.IFs, std::max(uvx.IFs(), 1), IFs_);
   if (result) result = SettlePlaces(from_.path(), "channel", selection.channels, uvx.channels(), channels_);
@@ -108,13 +113,13 @@ AResult Closer::LookUp() {
 
 AResult Closer::FindStored(const std::string& name, AStokesItem& item) const {
   AStokesMix mix;
-  if (AResult result = from_.contents().FindPolarisation(name, mix); !result) return result;
+  const bool isThere = static_cast<bool>(from_.contents().FindPolarisation(name, mix));
   item = mix.item1;
-  if (mix.id == 0) return AResult::Ok();
+  if (isThere && mix.id == 0) return AResult::Ok();
   std::string names;
   for (const std::string& stored : from_.contents().polarisations()) names += (names.empty() ? "" : ", ") + stored;
-  return AResult::Fail(from_.path() + ": closures are of polarisations as they are stored, " + names + ", and not of " +
-                       mix.asString());
+  return AResult::Fail(from_.path() + ": closures are of polarisations as they are stored, " + names +
+                       ", PI, and not of " + name);
 }
 
 AResult Closer::FindPolarisations() {
