@@ -415,9 +415,9 @@ TEST(FormClosures, ClosesTheTrianglesOfAntennas) {
   EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("no antenna ANT9; there are 1 (ANT1)"));
   options = ClosureOptions();
   options.selection.stokes = {"RL"};
-  EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("no polarisation RL; there are RR, LL, I, V"));
+  EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("as they are stored, RR, LL, or PI, and not of RL"));
   options.selection.stokes = {"I"};
-  EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("as they are stored, RR, LL, and not of I"));
+  EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("as they are stored, RR, LL, or PI, and not of I"));
   options.selection.stokes.clear();
   options.selection.channels = {2};
   EXPECT_THAT(Error(FormClosures(file, options, sink)), HasSubstr("no channel 3; there are 2"));

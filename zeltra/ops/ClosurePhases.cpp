@@ -119,7 +119,7 @@ AResult Closer::FindStored(const std::string& name, AStokesItem& item) const {
   std::string names;
   for (const std::string& stored : from_.contents().polarisations()) names += (names.empty() ? "" : ", ") + stored;
   return AResult::Fail(from_.path() + ": closures are of polarisations as they are stored, " + names +
-                       ", PI, and not of " + name);
+                       ", or PI, and not of " + name);
 }
 
 AResult Closer::FindPolarisations() {
