@@ -211,7 +211,10 @@ AResult strToTime(std::string_view text, ATime& time) {
   } else if (!ReadDateAndTime(whole, time.value)) {
     time.isRelative = ReadRelativeTime(whole, time.value);
     if (!time.isRelative) {
-      return IsNo(text, "a time like 2020-03-20T07:30:00, a Julian date, or a time of the first day like 07:30");
+      return IsNo(text,
+                  "a time like 2020-03-20T07:30:00, a Julian date or a modified one, or a time of the first day like "
+                  "07:30, of the "
+                  "next like +1/07:30");
     }
   }
   if (time.isRelative || CalendarDate(time.value).year > 0) return AResult::Ok();

@@ -72,6 +72,7 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
   header.AddKnownText("TELESCOP", image.telescope);
   header.AddKnownText("OBSERVER", image.observer);
   header.AddDay("DATE-OBS", image.dateObs);
+  header.AddKnownText("TIMESYS", image.timeScale);
   if (image.dateObs > 0) header.AddRoundedNumber("MJD-OBS", image.dateObs - kModifiedZero);
   header.AddKnownText("BUNIT", image.unit);
   const double center = size / 2 + 1;

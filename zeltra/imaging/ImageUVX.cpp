@@ -195,6 +195,7 @@ void Imager::Describe() {
   image_.frequency = (lowest_ + highest_) / 2;
   image_.bandwidth = highest_ - lowest_;
   image_.dateObs = header.info.dateObs;
+  image_.timeScale = data_.contents().timeScale();
   image_.telescope = cards.Find("TELESCOP").value_or(FieldText(header.info.telescope, sizeof header.info.telescope));
   image_.observer = FieldText(header.info.observer, sizeof header.info.observer);
   image_.weighting = options_.weighting;

@@ -48,7 +48,8 @@ struct DirtyImage {
   std::string polarisation;  ///< its name, as in "I" or "PI"
   double frequency = 0;      ///< middle of the band of the channels used, Hz
   double bandwidth = 0;  ///< from the lower edge of the lowest of them to the upper edge of the highest, Hz; 0: unknown
-  double dateObs = 0;    ///< Julian date of 0 h UTC of the observation date, 0 if unknown
+  std::string timeScale;  ///< of dateObs, as in "UTC"
+  double dateObs = 0;     ///< Julian date of 0 h UTC of the observation date, 0 if unknown
   std::string telescope;
   std::string observer;
   AUVXHeaderCards history;  ///< HISTORY of the file, and of this image
