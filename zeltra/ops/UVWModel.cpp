@@ -145,7 +145,12 @@ AResult FindUVWFrame(AUVXInput& from, UVWFrame& frame) {
   // Some programs leave w at 0.
   const double given = uv + w;
   double least = std::numeric_limits<double>::infinity();
-  for (const Misfit& misfit : misfits) least = std::min(least, misfit.Relative(given, w > 0));
+  for (const Misfit& misfit : misfits) {
+    // What comes of positions that are no numbers is not less than anything.
+    if (const double relative = misfit.Relative(given, w > 0); relative < least) least = relative;
+  }
+  if (std::isinf(least))
+    return AResult::Fail(from.path() + ": the positions of its antennas or sources are no numbers");
   const auto fits = [&](const Misfit& misfit) { return misfit.Relative(given, w > 0) <= least * kTie; };
   const Misfit& best = *std::find_if(misfits.begin(), misfits.end(), fits);
   frame = best.model.frame();

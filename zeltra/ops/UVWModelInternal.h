@@ -3,6 +3,7 @@
 #ifndef ZELTRA_OPS_UVWMODELINTERNAL_H_
 #define ZELTRA_OPS_UVWMODELINTERNAL_H_
 
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -31,7 +32,7 @@ class UVWModel {
 
  private:
   struct DatedSource {
-    double day = 0;  // that the position is of
+    double day = std::numeric_limits<double>::quiet_NaN();  // that the position is of
     ASkyPosition position = {};
   };
 
