@@ -62,7 +62,7 @@ AXTblFormat AXTblFormat::Parse(const std::string& tform) {
   return format;
 }
 
-AFITSxtbl::AFITSxtbl(AFile* file) : AFITSbase(file) {}
+AFITSxtbl::AFITSxtbl(AFile* file) : AFITSbase(file, true) {}
 
 AFITSxtbl::~AFITSxtbl() = default;
 
