@@ -170,6 +170,26 @@ TEST(ObjArray, KeepsConstructedElements) {
   EXPECT_FALSE(b.Load(file));
 }
 
+// Takes one byte of a file and far more of memory.
+struct Large {
+  Large() { ++made; }
+  int Load(AFile& f) { return f.Read(&bytes[0], 1); }
+  inline static int made = 0;
+  char bytes[100];
+};
+
+TEST(ObjArray, LoadsInLinearTimeWithinTheBytesOfTheFile) {
+  TempFile temp;
+  temp.Put(std::string("\xe8\3\0\0", 4) + std::string(1000, 'x'));
+  AFile file;
+  ASSERT_TRUE(file.Open(temp.c_str(), AFile::Binary));
+  AObjArray<Large> a(0, 0, 1);
+  ASSERT_TRUE(a.Load(file));
+  EXPECT_EQ(a.count(), 1000);
+  EXPECT_EQ(a(999).bytes[0], 'x');
+  EXPECT_LT(Large::made, 8000) << "with the elements moved at each step it is half a million";
+}
+
 TEST(Matrix, IsLineMajorOnDisk) {
   TempFile temp;
   AFile file;

@@ -161,6 +161,15 @@ TEST(StreamFile, BuffersAndOpensOnceInItsLife) {
   EXPECT_EQ(stream.GetFileSize(), 5) << "the stream opened by the refused call stays";
 }
 
+TEST(StreamFile, EmptiesNoFileWithoutABuffer) {
+  TempFile temp;
+  temp.Put("kept");
+  AStreamFile stream;
+  for (const int size : {0, -1}) EXPECT_FALSE(stream.Open(temp.c_str(), "wb+", size));
+  EXPECT_EQ(temp.Bytes(), "kept");
+  EXPECT_FALSE(stream.Close()) << "nothing was opened";
+}
+
 TEST(StreamFile, CopiesShareOneStreamAndOneBuffer) {
   TempFile temp;
   char text[] = "hello";

@@ -221,6 +221,18 @@ TEST(FITSWalk, FindsExtensionsInFileOrder) {
   EXPECT_EQ(file.fits.tables()(2)->nextHeader(), file.fits.file()->GetFileSize() - 100);
 }
 
+TEST(FITSWalk, TakesTablesOfZeroWidthForEmpty) {
+  for (const char* card : {"NAXIS1  = 0", "NAXIS   = 0"}) {
+    SyntheticFITS made = Plain().Table(FrequencyTable().Heap(std::string(1, 'h'))).Table(FrequencyTable("AIPS SU"));
+    made.ReplaceCard("NAXIS2", "NAXIS2  = 2880", 1);
+    made.ReplaceCard(std::string(card).substr(0, std::string(card).find(' ')), card, 1);
+    ReadFITS file(made);
+    ASSERT_EQ(file.fits.tables().count(), 2) << card;
+    EXPECT_EQ(file.fits.tables()(0)->groupBytes(), 1) << "PCOUNT";
+    EXPECT_EQ(file.fits.tables()(1)->extname(), "AIPS SU");
+  }
+}
+
 TEST(FITSWalk, EndsAtAnExtensionThatCannotBeRead) {
   const SyntheticFITS whole = Plain().Table(FrequencyTable()).Table(FrequencyTable("AIPS SU")).Table(FrequencyTable());
   for (const char* card :

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -13,6 +15,7 @@ namespace {
 using test::SyntheticCard;
 using test::SyntheticFITS;
 using test::SyntheticTable;
+using test::TempFile;
 
 // The first extension of a file.
 struct ReadTable : test::OpenFITS {
@@ -211,6 +214,31 @@ TEST(TableData, NeverLeavesItsRowsOrItsFile) {
   EXPECT_EQ(empty->IsEmptyData(), 1);
   empty->AllocData();
   EXPECT_EQ(empty->data(), nullptr);
+}
+
+// Reads no more than `largest` bytes at a time, as a failing disk does.
+class ShortFile : public AFile {
+ public:
+  int Read(void* buf, int n) override { return AFile::Read(buf, std::min(n, largest)); }
+  int largest = INT_MAX;
+};
+
+TEST(TableData, IsNotThereAfterAShortRead) {
+  TempFile path;
+  path.Put(SyntheticFITS::UV(1, 1, 1).Table(Mixed()).Bytes());
+  auto* file = new ShortFile;
+  ASSERT_TRUE(file->Open(path.c_str(), AFile::Binary));
+  AFITS fits(file);
+  ASSERT_TRUE(fits.ReadHeaders() && fits.tables().count() == 1);
+  AFITSxtbl& table = *fits.tables()(0);
+  file->largest = 3;
+  table.AllocData();
+  EXPECT_EQ(table.data(), nullptr);
+  EXPECT_EQ(table.asString(1, 1), "") << "three bytes of four";
+  file->largest = 52;
+  table.AllocData();
+  EXPECT_NE(table.data(), nullptr);
+  EXPECT_FALSE(file->Seek(0) && fits.ReadHeaders()) << "cards are short as well";
 }
 
 TEST(TableData, EndsWithATruncatedFile) {

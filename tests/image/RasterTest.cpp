@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -72,7 +74,28 @@ TEST(PtInLine, TellsWhetherAPixelHits) {
   EXPECT_EQ(APtInLine(5, 5, -1, 9).PtInLine(0, 5, 10, 5), 0) << "no rectangle";
 }
 
+TEST(PtInLine, HitsThePixelsThatAreDrawn) {
+  for (int x = -7; x <= 7; ++x) {
+    for (int y = -7; y <= 7; ++y) {
+      const Pixels pixels = LinePixels(1, -1, 1 + x, -1 + y).pixels;
+      for (int i = 0; i < 15 * 15 * 6; ++i) {
+        const int x0 = i % 15 - 6, y0 = i / 15 % 15 - 8, dx = i / 225 % 3, dy = i / 675 * 2;
+        const bool hits = std::any_of(pixels.begin(), pixels.end(), [&](auto pixel) {
+          return std::abs(pixel.first - x0) <= dx && std::abs(pixel.second - y0) <= dy;
+        });
+        ASSERT_EQ(APtInLine(x0, y0, dx, dy).PtInLine(1, -1, 1 + x, -1 + y), hits) << x << ' ' << y << ' ' << i;
+      }
+    }
+  }
+}
+
 TEST(PtInLine, TakesCoordinatesOfAnySize) {
+  // Pixel by pixel each of these walks takes seconds.
+  const auto start = std::chrono::steady_clock::now();
+  for (const int y : {0, INT_MAX}) EXPECT_EQ(APtInLine(0, -1, INT_MAX, 0).PtInLine(INT_MIN, 0, INT_MAX, y), 0);
+  EXPECT_EQ(APtInLine(INT_MAX, INT_MAX, 0, 0).PtInLine(INT_MIN, INT_MIN, INT_MAX, INT_MAX), 1);
+  EXPECT_EQ(APtInLine(0, 0, 0, 0).PtInLine(INT_MAX, INT_MIN, INT_MIN, INT_MAX), 0) << "x + y is -1";
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
   EXPECT_EQ(APtInLine(INT_MIN, INT_MIN, 0, 0).PtInLine(INT_MIN, INT_MIN, INT_MAX, INT_MAX), 1);
   EXPECT_EQ(APtInLine(INT_MIN, 0, INT_MAX, 0).PtInLine(INT_MAX, 0, INT_MAX - 3, 0), 0);
 }

@@ -157,6 +157,10 @@ TEST(Import, CountsWhatIsDoubtful) {
   EXPECT_TRUE(file.Remarks("4 weights are infinite"));
   EXPECT_TRUE(file.Remarks("5 groups break the order time, then baseline, that the history claims"));
   EXPECT_TRUE(file.Remarks("4 bytes after the last table"));
+  SyntheticFITS unnamed = Small().Table(SyntheticTable("AIPS XX").Columns({{"X", "1J"}}));
+  const std::string at = std::to_string(unnamed.Bytes().find("XTENSION"));
+  const Imported told(unnamed.ReplaceCard("XTENSION", "COMMENT"));
+  EXPECT_TRUE(told.Remarks("the extension header at byte " + at + " does not begin with the card XTENSION"));
   EXPECT_TRUE(std::isnan(file.Visibility(1)(0, 0, 0).Re()));
 }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <climits>
 #include <memory>
 #include <vector>
@@ -136,6 +137,23 @@ TEST(FrequencyTable, IsReducedToTheSetupsOfASource) {
   EXPECT_EQ(Ids(TableOf(content, -1)), (std::vector<int>{1, 2, 3}));
   EXPECT_EQ(Ids(TableOf(content, 5)), std::vector<int>{});
   EXPECT_EQ(Ids(TableOf(Base(2).Table(Frequencies({1, 2})), 7)), (std::vector<int>{1, 2})) << "nothing is known";
+}
+
+TEST(FrequencyTable, IsReducedQuicklyWhateverItsSize) {
+  SyntheticUVXTable setups{"FQ"}, scans = Index({});
+  setups.columns = {{"FRQSEL", "", "1J"}};
+  setups.rows = scans.rows = 200000;
+  for (int i = 0; i < setups.rows; ++i) {
+    Append(setups.data, i / 2);
+    Append(scans.data, 7);
+    Append(scans.data, i + 100);
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const AUVXFqTbl table = TableOf(Base(0).Table(setups).Table(scans), 7);
+  // A search of all setups for each scan takes 10 s, this a tenth of one.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_EQ(table.GetFreqSels(), 99900) << "the first of two rows with the same identifier";
+  EXPECT_EQ(table.GetFreqSelID(1), 101);
 }
 
 TEST(FrequencyTable, KeepsItsImageInAFile) {

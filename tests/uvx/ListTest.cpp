@@ -104,6 +104,16 @@ TEST(AUVXAntenns, AreReadFromTheirTable) {
   EXPECT_EQ(extended(0).offset[2], 0) << "beyond the repeat count";
 }
 
+TEST(AUVXAntenns, TakeDERXYZBeforeNOSTA) {
+  AUVXTable table;
+  table.AddColumn("NOSTADERXYZ", "", "3E");
+  table.SetRows(1);
+  for (int i = 0; i < 3; ++i) table.SetNumber(0, 0, i, 4 + i);
+  AUVXAntennsEx extended(table);
+  EXPECT_EQ((std::vector{extended(0).dx, extended(0).dz, double(extended(0).id)}), (std::vector{4.0, 6.0, 0.0}));
+  EXPECT_EQ(AUVXAntenns(table)(0).id, 6) << "the short list knows no DERXYZ";
+}
+
 TEST(AUVXAntenns, AnEmptyListGivesAnEmptyItem) {
   AUVXAntenns antennas;
   antennas.ForID(1).id = 7;

@@ -137,7 +137,9 @@ TEST(UVXFileWriting, GeometryFollowsTheHeader) {
   EXPECT_TRUE(uvx.SeekUVGroup(2000000000) && uvx.GetPos() == 481 + 2000000000LL * 1562);
   EXPECT_FALSE(uvx.SeekUVGroup(-1));
 
-  header = HeaderOf(8, 1, 1, 9);
+  const int16_t nine = 9;
+  header = HeaderOf(8, 1, 1, 8);
+  std::memcpy(static_cast<void*>(&header.stokes), &nine, sizeof nine);
   EXPECT_FALSE(uvx.Write(header)) << "nine polarisations";
   file.largest = 200;
   header = HeaderOf(8, 1, 1, 1);
@@ -266,7 +268,12 @@ TEST(UVXHeader, APolarisationCountOutOfBoundsIsCut) {
   test::Append(bytes, int16_t{300});
   MemoryFile file(bytes + std::string(16, '\1'));
   EXPECT_EQ(AUVXStokes(file).count(), 8);
-  EXPECT_EQ(AUVXStokes(file).count(), 0) << "nothing is left to read";
+  AUVXStokes stokes(file);
+  EXPECT_EQ(stokes.count(), 0) << "nothing is left to read";
+  stokes.SetCount(300);
+  EXPECT_EQ(stokes.count(), 8);
+  stokes.SetCount(-1);
+  EXPECT_EQ(stokes.count(), 0);
 }
 
 TEST(JulianDate, ReadsTheDatesOfFITSHeaders) {

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <new>
+#include <utility>
 
 #include "zeltra/platform/SystemInternal.h"
 
@@ -24,12 +25,17 @@ AStreamFile::~AStreamFile() {
 }
 
 int AStreamFile::Open(const char* path, const char* mode, int bufSize) {
+  // Opening may empty the file, so there must be a buffer first.
+  if (bufSize < 1) return 0;
+  const auto bytes = static_cast<size_t>(bufSize);
+  std::unique_ptr<char[]> buffer(new (std::nothrow) char[bytes]);
+  if (!buffer) return 0;
   AStreamFile::Close();
   if (!shared_) shared_ = std::make_shared<Shared>();
   shared_->stream = platform::OpenStream(path, mode);
-  if (!Stream() || shared_->buffer || bufSize < 1) return 0;
-  shared_->buffer.reset(new (std::nothrow) char[static_cast<size_t>(bufSize)]);
-  return shared_->buffer && std::setvbuf(Stream(), shared_->buffer.get(), _IOFBF, static_cast<size_t>(bufSize)) == 0;
+  if (!Stream() || shared_->buffer) return 0;
+  shared_->buffer = std::move(buffer);
+  return std::setvbuf(Stream(), shared_->buffer.get(), _IOFBF, bytes) == 0;
 }
 
 int AStreamFile::Close() {

@@ -22,8 +22,9 @@ class ZELTRA_API AStreamFile : public ABFile {
   ~AStreamFile() override;
 
   /// Open as fopen does, fully buffered with `bufSize` bytes. A stream that is still open is closed first.
-  /// @return 0 if the file cannot be opened, the buffer not be installed, or the object was opened before. In that last
-  ///         case the stream just opened stays in place, although the result says 0.
+  /// @return 0 with nothing changed, in the file either, if `bufSize` is below 1 or there is no memory for the buffer;
+  ///         0 with the object closed if the file cannot be opened; 0 with the stream just opened in place if the
+  ///         object was opened before or the runtime refuses the buffer
   int Open(const char* path, const char* mode, int bufSize);
 
   int Close() override;

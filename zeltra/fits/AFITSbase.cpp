@@ -16,7 +16,9 @@ constexpr auto Hash = ParseFITSstr::Hash;
 
 }  // namespace
 
-AFITSbase::AFITSbase(AFile* file) : file_(file) {}
+AFITSbase::AFITSbase(AFile* file) : AFITSbase(file, false) {}
+
+AFITSbase::AFITSbase(AFile* file, bool isExtension) : file_(file), isExtension_(isExtension) {}
 
 AFITSbase::~AFITSbase() = default;
 
@@ -174,12 +176,12 @@ int AFITSbase::ArraySize() {
 
 int AFITSbase::LocateData() {
   if (isRefused_ || pcount_ < 0 || gcount_ < 0) return 0;
-  int64 elements = 1;
+  int64 elements = isExtension_ && naxis_ == 0 ? 0 : 1;
   for (int axis = 1; axis <= naxis_; ++axis) {
     const int length = AxisLength(axis);
     if (length < 0) return 0;
     // Random groups have NAXIS1 = 0. More elements than an int counts are refused below, unless a zero follows.
-    if (axis > 1 || length != 0) elements = std::min(elements * length, int64{INT_MAX} + 1);
+    if (isExtension_ || axis > 1 || length != 0) elements = std::min(elements * length, int64{INT_MAX} + 1);
   }
   const int64 bytes = std::abs(int64{valueBytes_}) * (pcount_ + elements);
   if (bytes > INT_MAX) return 0;

@@ -61,7 +61,8 @@ class ZELTRA_API AFITSbase {
   int pcount() const { return pcount_; }
   /// GCOUNT: the number of groups, 0 if there was no such card.
   int gcount() const { return gcount_; }
-  /// Bytes of one group: its random parameters and its data array.
+  /// Bytes of one group: its random parameters and its data array; of an extension those of its data, NAXIS1 x NAXIS2
+  /// of a table, and the PCOUNT bytes after them.
   int groupBytes() const { return groupBytes_; }
   /// BITPIX / 8: negative for floating-point values.
   int valueBytes() const { return valueBytes_; }
@@ -87,6 +88,8 @@ class ZELTRA_API AFITSbase {
   int64 nextHeader() const { return nextHeader_; }    ///< file position after the data; -1 until a header was read
 
  protected:
+  /// @param isExtension  whether NAXIS1 = 0 means that there are no data, as it does not where there are random groups
+  AFITSbase(AFile* file, bool isExtension);
   /// The card that a handler is called for.
   const ParseFITSstr& card() const { return card_; }
   /// Release what the header holds about random parameters, which an extension has none of.
@@ -101,6 +104,7 @@ class ZELTRA_API AFITSbase {
 
   ParseFITSstr card_;
   AFile* file_;
+  const bool isExtension_;
   int naxis_ = 0;
   int pcount_ = 0;
   int gcount_ = 0;

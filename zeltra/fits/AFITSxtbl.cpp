@@ -62,7 +62,7 @@ AXTblFormat AXTblFormat::Parse(const std::string& tform) {
   return format;
 }
 
-AFITSxtbl::AFITSxtbl(AFile* file) : AFITSbase(file) {}
+AFITSxtbl::AFITSxtbl(AFile* file) : AFITSbase(file, true) {}
 
 AFITSxtbl::~AFITSxtbl() = default;
 
@@ -181,7 +181,7 @@ int64 AFITSxtbl::GetPosInTable(int row, int column, int& field) const {
 }
 
 bool AFITSxtbl::ReadCell(int64 position, void* out, int bytes) const {
-  return file() && file()->Seek(position) && HasBytes(*file(), bytes) && file()->Read(out, bytes);
+  return file() && file()->Seek(position) && ReadWhole(*file(), out, bytes);
 }
 
 std::string AFITSxtbl::asString(int row, int column) const {
@@ -250,7 +250,7 @@ void AFITSxtbl::AllocData() {
   if (data_ || bytes == 0 || !file() || !file()->Seek(dataStart()) || !HasBytes(*file(), bytes)) return;
   data_.reset(new (std::nothrow) char[static_cast<size_t>(bytes)]);
   if (!data_) return;
-  if (!file()->ReadL(data_.get(), bytes)) return FreeData();
+  if (!ReadWhole(*file(), data_.get(), bytes)) return FreeData();
   ConvertRows();
 }
 

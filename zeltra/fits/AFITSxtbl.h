@@ -65,7 +65,7 @@ class ZELTRA_API AFITSxtbl : public AFITSbase {
   std::string asStringName(int column) const;
 
   /// Read the rows into data(), numbers in machine order. Does nothing if they are there. data() stays null if the
-  /// table is empty, the file is shorter than the header says, or there is no memory.
+  /// table is empty, the file is shorter than the header says or cannot be read, or there is no memory.
   void AllocData();
   void FreeData();
   /// 1 when NAXIS1 x NAXIS2 is 0, else 0.

@@ -224,6 +224,10 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
     if (table.CardCount() < 1) {
       return Refuse("the header of the table " + Quoted(table.extname()) + kTooLong);
     }
+    if (!StartsWith(std::string(table.CardText(0)), "XTENSION")) {
+      remarks.push_back("the extension header at byte " + std::to_string(table.headerStart()) +
+                        " does not begin with the card XTENSION");
+    }
     if (const std::string sentence = UnreadableCount(table); !sentence.empty()) {
       return Refuse("table " + Quoted(table.extname()) + ": " + sentence);
     }

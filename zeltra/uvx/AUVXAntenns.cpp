@@ -15,14 +15,25 @@ template class AArray<AUVXTlscItemEx>;
 
 namespace {
 
-/// The columns that only the extended list has.
+// The columns that only the extended list has. Names match by their parts and the first match wins, so DERXYZ is asked
+// for before NOSTA and the others after it.
+
+bool ReadDerivative(const AUVXTable& table, const ListColumn& column, AUVXTlscItemEx* items) {
+  using Item = AUVXTlscItemEx;
+  if (!column.Names("DERXYZ")) return false;
+  ReadField(table, column, items, &Item::dx, 0);
+  ReadField(table, column, items, &Item::dy, 1);
+  ReadField(table, column, items, &Item::dz, 2);
+  return true;
+}
+
+bool ReadDerivative(const AUVXTable&, const ListColumn&, AUVXTlscItem*) {
+  return false;
+}
+
 void ReadExtended(const AUVXTable& table, const ListColumn& column, AUVXTlscItemEx* items) {
   using Item = AUVXTlscItemEx;
-  if (column.Names("DERXYZ")) {
-    ReadField(table, column, items, &Item::dx, 0);
-    ReadField(table, column, items, &Item::dy, 1);
-    ReadField(table, column, items, &Item::dz, 2);
-  } else if (column.Names("MNTSTA")) {
+  if (column.Names("MNTSTA")) {
     ReadField(table, column, items, &Item::mount, column.count - 1);
   } else if (column.Names("STAXOF")) {
     for (int row = 0; row < table.rows(); ++row) {
@@ -44,6 +55,8 @@ void ReadColumn(const AUVXTable& table, const ListColumn& column, Item* items) {
     ReadField(table, column, items, &Item::x, 0);
     ReadField(table, column, items, &Item::y, 1);
     ReadField(table, column, items, &Item::z, 2);
+  } else if (ReadDerivative(table, column, items)) {
+    return;
   } else if (column.Names("NOSTA")) {
     ReadField(table, column, items, &Item::id, column.count - 1);
     for (int row = 0; row < table.rows(); ++row) {

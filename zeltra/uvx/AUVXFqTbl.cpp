@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "zeltra/uvx/AUVXFile.h"
@@ -114,14 +115,14 @@ void AUVXFqTbl::SqForSource(AUVXFile& file, int source) {
   const std::unique_ptr<AUVXTable> index(file.GetTable("NX"));
   if (!index) return;
   const AUVXPosition scans(*index);
-  std::vector<bool> used(static_cast<size_t>(ids_.count()), false);
+  std::unordered_set<int> used;  // identifiers
   for (int i = 0; i < scans.count(); ++i) {
-    const int row = source < 0 || scans(i).sourceId == source ? GetFreqSelNum(scans(i).freqId) : -1;
-    if (row >= 0) used[static_cast<size_t>(row)] = true;
+    if (source < 0 || scans(i).sourceId == source) used.insert(scans(i).freqId);
   }
-  AArray<int> rows;
+  AArray<int> rows(0, ids_.count(), 1);
   for (int row = 0; row < ids_.count(); ++row) {
-    if (used[static_cast<size_t>(row)]) rows.Add(row);
+    // Of rows with the same identifier only the first one is found.
+    if (used.erase(ids_(row)) > 0) rows.Add(row);
   }
   if (rows.count() < ids_.count()) KeepRows(rows);
 }

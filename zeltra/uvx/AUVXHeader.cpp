@@ -67,7 +67,7 @@ AUVXStokes::AUVXStokes(AFITS& fits) : AUVXStokes() {
   AFITSmain* header = fits.main();
   const int axis = header ? header->FindAxis("STOKES") : 0;
   if (axis == 0) return;
-  SetCount(std::min(header->AxisLength(axis), kLargestCount));
+  SetCount(header->AxisLength(axis));
   for (int i = 0; i < count(); ++i) {
     const double code = ValueAtPixel(*header, axis, i + 1);
     if (std::abs(code) <= std::numeric_limits<int16_t>::max()) codes_[i] = static_cast<int>(code);
@@ -90,7 +90,7 @@ int AUVXStokes::Load(AUVXFile& uvx) {
 int AUVXStokes::Load(ABFile& file) {
   const int read = ReadWhole(file, this, sizeof *this);
   if (!read) *this = AUVXStokes();
-  SetCount(std::clamp(count(), 0, kLargestCount));
+  SetCount(count());
   return read;
 }
 

@@ -3,6 +3,7 @@
 #ifndef ZELTRA_UVX_AUVXHEADER_H_
 #define ZELTRA_UVX_AUVXHEADER_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -88,8 +89,8 @@ class ZELTRA_API AUVXStokes {
   explicit AUVXStokes(AFITS& fits);
 
   int count() const { return count_; }
-  /// @param count  at most 8
-  void SetCount(int count) { count_ = static_cast<int16_t>(count); }
+  /// Set the number of codes; one outside 0..8 is moved to the nearer end.
+  void SetCount(int count) { count_ = static_cast<int16_t>(std::clamp(count, 0, kLargestCount)); }
 
   /// Code i; no range check.
   AUVXStokesCode& operator()(int i) { return codes_[i]; }
