@@ -259,6 +259,23 @@ TEST(RecomputeUVW, TakesTheFrameThatFits) {
   EXPECT_FALSE(none.exists());
 }
 
+TEST(RecomputeUVW, RefusesPositionsThatAreNoNumbers) {
+  SyntheticUVXTable antennas{"AN"}, sources{"SU"};
+  antennas.columns = {{"STABXYZ", "", "1D"}, {"NOSTA", "", "1J"}};
+  antennas.rows = 4;
+  for (int32_t number = 1; number <= 4; ++number) {
+    test::Append(antennas.data, std::nan(""));
+    test::Append(antennas.data, number);
+  }
+  sources.columns = {{"ID. NO.", "", "1J"}};
+  sources.rows = 1;
+  test::Append(sources.data, int32_t{1});
+  Source file(SyntheticUVX().Table(antennas).Table(sources));
+  TempFile out("uvx");
+  UVWDifference difference;
+  EXPECT_THAT(Error(RecomputeUVW(file, out.path(), {}, difference)), HasSubstr("are no numbers"));
+}
+
 TEST(RecomputeUVW, NamesWhatIsMissing) {
   TempFile out("uvx");
   UVWDifference difference;
