@@ -160,7 +160,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
       result = AResult::Cancel(to_ + ": the export was cancelled");
       return Pass::Stopped;
     }
-    char* record = reader.Take(sizeof(AUVXGroup));
+    char* record = reader.Next(sizeof(AUVXGroup));
     AUVXGroup group;
     if (record) group.load(record);
     if (record && LacksParameter(group)) return Pass::ParameterMissing;
@@ -205,7 +205,7 @@ ParameterForm Exporter::FormOf(const AUVXGroup& group) const {
 bool Exporter::CopyValues(BlockReader& reader, BlockWriter& writer) const {
   for (int left = uvx_.recSize() - static_cast<int>(sizeof(AUVXGroup)); left > 0;) {
     const int bytes = std::min(left, kBytesPerStep);
-    const char* from = reader.Take(bytes);
+    const char* from = reader.Next(bytes);
     char* to = from ? writer.Reserve(bytes) : nullptr;
     if (!to) return false;
     Swap32(to, from, static_cast<size_t>(bytes) / 4);

@@ -61,7 +61,7 @@ bool GroupReader::DecodeFrom(int group) {
   first_ = end_ = group;
   for (; count > 0 && end_ == group; count /= 2) {
     reader_.Seek(Position(group));
-    const char* raw = reader_.Take((count - 1) * groupBytes_ + parameterBytes_);
+    const char* raw = reader_.Next((count - 1) * groupBytes_ + parameterBytes_);
     if (raw) Decode(raw, count);
   }
   return end_ > group;

@@ -44,7 +44,7 @@ class GroupReader {
   }
   /// The next `n` bytes of the data array of that group, at most kBlockBytes, as they stand in the file; null if they
   /// cannot be read.
-  const char* TakeValues(int n) { return reader_.Take(n); }
+  const char* NextValues(int n) { return reader_.Next(n); }
 
  private:
   // Enough to spread the cost of each parameter, few enough to stay in the processor's inner cache.

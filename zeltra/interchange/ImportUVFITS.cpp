@@ -379,7 +379,7 @@ bool Importer::CopyValues(GroupReader& reader, int number, AResult& result) {
   const int valueBytes = 3 * std::abs(input_.fits().main()->valueBytes());
   for (int left = input_.values(); left > 0;) {
     const int count = std::min(left, AUVXWriter::kMostReserved);
-    const char* raw = reader.TakeValues(count * valueBytes);
+    const char* raw = reader.NextValues(count * valueBytes);
     AUVXComplex* values = raw ? writer_.Reserve(count) : nullptr;
     if (!values) {
       result = raw ? writer_.Why() : Broken(number);
@@ -413,7 +413,7 @@ void Importer::FlagBlanks(const char* raw, AUVXComplex* values, int count) {
 void Importer::DateFromFirstGroup() {
   BlockReader reader(*input_.fits().file());
   reader.Seek(input_.fits().main()->dataStart());
-  char* parameters = reader.Take(input_.parameterBytes());
+  char* parameters = reader.Next(input_.parameterBytes());
   if (!parameters) return;
   AUVXGroup first;
   first.load(input_.fits(), parameters);

@@ -166,7 +166,7 @@ AResult AUVXContents::CheckIndex(AUVXInput& input, const ScanVisitor& visit) con
     for (int k = 0; k < 2; ++k) {
       const int record = (k == 0 ? scan.startVis : scan.endVis) - 1;
       reader.Seek(uvx.DataOffset() + int64{record} * uvx.recSize());
-      char* bytes = reader.Take(AUVXGroup::kBytes);
+      char* bytes = reader.Next(AUVXGroup::kBytes);
       if (!bytes) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record + 1));
       ends[k].load(bytes);
       if (ends[k].sourceNo() != scan.sourceId || ends[k].freqSel() != scan.freqId) return IndexDenies(record, ends[k]);

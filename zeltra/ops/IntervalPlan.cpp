@@ -131,7 +131,7 @@ AResult IntervalPlan::GoesBack(int record) const {
 }
 
 // Times of records at even distances, which tell how many records lie between two times.
-std::vector<IntervalPlan::Sample> IntervalPlan::TakeSamples() const {
+std::vector<IntervalPlan::Sample> IntervalPlan::SampleTimes() const {
   const int step = static_cast<int>(std::max<int64>(kPartBytes / kSamplesPerPart / input_.uvx().recSize(), 1));
   std::vector<Sample> samples;
   for (const Stretch& stretch : stretches_) {
@@ -149,7 +149,7 @@ std::vector<IntervalPlan::Sample> IntervalPlan::TakeSamples() const {
 std::vector<double> IntervalPlan::Bounds() const {
   std::vector<double> bounds;
   int64 bytes = 0;
-  for (const Sample& sample : TakeSamples()) {
+  for (const Sample& sample : SampleTimes()) {
     if (bytes >= kPartBytes) {
       double bound = clock_.Begin(clock_.Cell(sample.ticks));
       const double before = bounds.empty() ? std::numeric_limits<double>::lowest() : bounds.back();

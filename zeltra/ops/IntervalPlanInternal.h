@@ -104,7 +104,7 @@ class IntervalPlan {
   void FindStreams();
   AResult SetClock();
   AResult FindStretches();
-  std::vector<Sample> TakeSamples() const;
+  std::vector<Sample> SampleTimes() const;
   std::vector<double> Bounds() const;
   void Cut(const std::vector<double>& bounds);
   int FirstFrom(const Stretch& stretch, int from, double bound) const;

@@ -97,7 +97,7 @@ int64 SumPool::BaselineBytes(const MeanForm& form) {
   return static_cast<int64>(sizeof(BaselineSums) + static_cast<size_t>(form.values) * value);
 }
 
-std::unique_ptr<BaselineSums> SumPool::Take() {
+std::unique_ptr<BaselineSums> SumPool::Borrow() {
   std::unique_ptr<BaselineSums> sums;
   if (free_.empty()) {
     sums = std::make_unique<BaselineSums>();
@@ -135,7 +135,7 @@ void IntervalSums::Clear() {
 
 BaselineSums& IntervalSums::NewBaseline(const AUVXGroup& group, const char* values) {
   places_[KeyOf(group)] = static_cast<int32_t>(baselines_.size());
-  baselines_.push_back(pool_.Take());
+  baselines_.push_back(pool_.Borrow());
   BaselineSums& baseline = *baselines_.back();
   baseline.ant1 = group.ant1;
   baseline.ant2 = group.ant2;

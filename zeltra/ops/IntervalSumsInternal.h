@@ -52,7 +52,7 @@ class SumPool {
   int64 most() const { return most_; }
   bool HasRoom() const { return inUse_ < most_; }
   /// Sums that are 0.
-  std::unique_ptr<BaselineSums> Take();
+  std::unique_ptr<BaselineSums> Borrow();
   void Return(std::unique_ptr<BaselineSums> sums);
 
  private:
