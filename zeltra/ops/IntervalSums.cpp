@@ -10,7 +10,7 @@
 namespace zeltra {
 namespace {
 
-// The planes of a baseline from some value on.
+// The planes of a baseline, starting at some value.
 struct Planes {
   double *re, *im, *share, *weight;
 
@@ -41,12 +41,12 @@ ZELTRA_INLINE Double2 High(Float4 v) {
   return Convert<Double2>(Shuffle<2, 3>(v, v));
 }
 
-// Add four values at any address, each in a lane of its own: the same bits as AddOne for each of them.
+// Add four values at any address, each in its own lane, with the same bits as AddOne for each of them.
 template <bool weighted>
 ZELTRA_INLINE void AddFour(Planes& to, const char* from) {
   const FourComplexes values = LoadComplexes(from);
   const Float4 none = {};
-  // A number minus itself is 0, unless it is infinite or none.
+  // A number minus itself is 0 unless it is infinite or NaN.
   const Float4 odd = (values.re - values.re) + (values.im - values.im) + (values.weight - values.weight);
   const auto counts = (values.weight > none) & (odd == none);
   const Float4 re = Select(counts, values.re, none), im = Select(counts, values.im, none);

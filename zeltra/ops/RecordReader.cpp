@@ -6,8 +6,8 @@
 namespace zeltra {
 namespace {
 
-// Large enough that requests do not count, small enough that the records are still in the processor's cache when they
-// are looked at.
+// Large enough to make the cost of requests negligible, small enough for the records to stay in the processor's cache
+// until they are used.
 constexpr int kBlockBytes = 1 << 19;
 
 }  // namespace
