@@ -102,7 +102,7 @@ AJobDescription Description() {
       "picture: contours at -1, 1, 2, 4, 8 ... times three times the rms of the map; negative ones are dashed");
   pictures.Option(
       "log", [](Options & o) -> auto& { return o.picture.isCompressed; },
-      "picture: colours by asinh(value / rms), which is linear below the rms and logarithmic above, also for negative "
+      "picture: colours by asinh(value / rms), which is linear below the rms and logarithmic above, for negative "
       "values too");
   pictures
       .Parsed(
