@@ -49,7 +49,7 @@ std::string NoCommand(const CLI::App& app, const std::vector<std::string>& argum
 
 int Run(std::vector<std::string> arguments) {
   Session session;
-  CLI::App app("Radio-interferometry visibility data: import, look at, average, close, copy, export", "zeltra");
+  CLI::App app("Radio-interferometry visibility data: import, inspect, average, close, copy, export", "zeltra");
   app.set_version_flag("--version", "zeltra " ZELTRA_VERSION);
   AddOptions(app, ToolDescription(), session.options);
   app.require_subcommand(1);

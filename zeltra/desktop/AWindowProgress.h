@@ -1,4 +1,4 @@
-// Progress shown by a window of Windows.
+// Progress shown by a Windows control.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_DESKTOP_AWINDOWPROGRESS_H_
 #define ZELTRA_DESKTOP_AWINDOWPROGRESS_H_

@@ -38,7 +38,7 @@ ZELTRA_API ARegistration RegisterFileType(const AFileType& type);
 ///
 /// @param withIcon   non-zero to give the type an icon
 /// @param ext        extension, dot included; empty for none
-/// @param iconFile   file that holds the icon; empty for the program itself, which holds icons on Windows alone
+/// @param iconFile   file that holds the icon; empty for the program itself, which has icons only on Windows
 /// @param iconIndex  which icon of the file; used only on Windows
 ZELTRA_API void ARegisterShellFileTypes(int withIcon, const std::string& ext, const std::string& typeId,
                                         const std::string& iconFile, int iconIndex);

@@ -20,7 +20,7 @@
 namespace zeltra {
 
 struct ImageOptions : JobOptions {
-  UVXSelection selection;  ///< with at most one polarisation; if none is named I, or the first one where there is no I
+  UVXSelection selection;  ///< with at most one polarisation; by default I, or the first one if there is no I
   int size = 512;          ///< pixels in a line and number of lines: an even number from 16 to 8192
   double cell = 0;         ///< size of a pixel, radians; 0: a fifth of the narrowest fringe, rounded down to two digits
   WeightingOptions weighting;

@@ -42,8 +42,8 @@ class GroupReader {
     reader_.Seek(Position(group) + parameterBytes_);
     return &decoded_[group - first_];
   }
-  /// The next `n` bytes of the data array of that group, at most kBlockBytes, as they stand in the file; null if they
-  /// cannot be read.
+  /// The next `n` bytes of the data array of that group, at most kBlockBytes, as in the file; null if they cannot be
+  /// read.
   const char* NextValues(int n) { return reader_.Next(n); }
 
  private:

@@ -9,8 +9,8 @@
 
 namespace zeltra {
 
-/// What `path` is if it is not a file: a folder, which may be a Measurement Set, a pipe or a device. Opens nothing,
-/// since opening a pipe would wait for its writer.
+/// What `path` is if it is not a file: a folder (possibly a Measurement Set), a pipe or a device. Opens nothing, since
+/// opening a pipe would wait for its writer.
 /// @return a sentence without the path; empty for a file that may hold visibilities, and if there is no such file
 std::string WhyNoInput(const std::string& path);
 /// The same for a file: says if it is compressed.

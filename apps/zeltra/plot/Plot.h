@@ -24,7 +24,7 @@ struct PlotOptions : JobOptions {
   bool overTime = false;       ///< amplitude and phase over time, not over the distance from the u, v origin
   bool isLogarithmic = false;  ///< whether the axis of amplitudes is
   double interval =
-      0;  ///< seconds that are averaged; negative: every time stamp; 0: nothing, which closure does not take
+      0;  ///< seconds to average over; negative: each time stamp; 0: no averaging, which closure does not accept
 };
 
 /// A point of a plot; points with the same key form a series.
