@@ -19,8 +19,8 @@ ZELTRA_API int random(int n);
 /// Seed the generator with the time in seconds.
 ZELTRA_API void randomize();
 
-/// Normally distributed numbers with mean `a` x `b` and standard deviation `b`. The mean is not `a`, since the offset
-/// is added before scaling, as programs that pass `a` in units of `b` expect.
+/// Normally distributed numbers with mean `a` x `b` and standard deviation `b`. The mean is not `a`: the offset is
+/// added before scaling, and programs rely on that.
 ///
 /// By the polar method (G. Marsaglia and T. A. Bray, SIAM Review 6, 260, 1964), which yields two independent numbers at
 /// a time: every other call returns the second of a pair and draws nothing.

@@ -89,7 +89,7 @@ class ZELTRA_API RecordChoice {
   std::vector<int> sources_;
   std::vector<int> wantedSources_;  // ascending; none: all
   std::optional<int> freqSel_;
-  std::vector<Stretch> stretches_;  // of the selected scans, ascending; none: all
+  std::vector<Stretch> stretches_;  // of the scans selected by place, ascending; none: all
   bool hasTimes_ = false;
   double first_ = 0, last_ = 0;
   std::optional<ATime> start_, stop_;
