@@ -149,6 +149,9 @@ TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   EXPECT_EQ(copy.count(), 3);
   EXPECT_TRUE(copy.IsRight());
   EXPECT_EQ(copy.ArrayX(), 0);
+  AUVXAntenns source(table), moved(std::move(source));
+  EXPECT_EQ(moved.ArrayX() + moved.count(), -1.6e6 + 3) << "a move takes all of it";
+  EXPECT_EQ(source.count(), 0);
   AUVXAntenns assigned;
   assigned = list;
   EXPECT_EQ(assigned.count(), 3);
