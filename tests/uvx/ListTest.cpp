@@ -5,6 +5,8 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "tests/support/MemoryFile.h"
@@ -137,6 +139,12 @@ TEST(AUVXAntenns, KnowTheirFrameFromKeywords) {
   EXPECT_FALSE(AUVXAntenns().IsRight());
   EXPECT_TRUE(AUVXAntennsEx().IsRight());
 }
+
+template <typename... Lists>
+constexpr bool kMoveWithoutAllocating = ((std::is_nothrow_move_constructible_v<Lists> &&
+                                          std::is_nothrow_move_assignable_v<Lists>)&&...);
+static_assert(kMoveWithoutAllocating<AUVXVisibility, AUVXFreqs, AUVXPosition, AUVXBaseLines, AUVXSources, AUVXTable>);
+static_assert(std::is_nothrow_move_constructible_v<AUVXAntenns> && !std::is_nothrow_move_assignable_v<AUVXAntenns>);
 
 TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   AUVXTable table = AntennaTable();

@@ -23,8 +23,6 @@ namespace zeltra {
 /// block that cannot be had is not detected.
 template <typename T>
 class AArray {
-  static_assert(std::is_trivially_copyable_v<T>, "AArray moves its elements as raw bytes: AObjArray holds objects");
-
  protected:
   /// Storage for `n` elements, uninitialised.
   virtual T* AMALLOC(int n) { return static_cast<T*>(std::malloc(static_cast<size_t>(n) * sizeof(T))); }
@@ -120,6 +118,7 @@ class AArray {
 
 template <typename T>
 AArray<T>::~AArray() {
+  static_assert(std::is_trivially_copyable_v<T>, "AArray moves its elements as raw bytes: AObjArray holds objects");
   AArray::AFREE(data_);
   count_ = 0;
 }

@@ -19,7 +19,7 @@ AFile::AFile(AFile&& other) noexcept : ABFile(other), descriptor_(std::exchange(
 
 AFile& AFile::operator=(AFile&& other) noexcept {
   if (this == &other) return *this;
-  AFile::Close();
+  if (descriptor_ != other.descriptor_) AFile::Close();
   descriptor_ = std::exchange(other.descriptor_, -1);
   return *this;
 }

@@ -26,7 +26,7 @@ class ZELTRA_API AFile : public ABFile {
   AFile& operator=(const AFile&) = default;
   /// Take over the descriptor of `other`, which is closed then.
   AFile(AFile&& other) noexcept;
-  /// The same, after closing what was open here.
+  /// The same, after closing what was open here, unless the two share it.
   AFile& operator=(AFile&& other) noexcept;
   ~AFile() override;
 

@@ -108,14 +108,14 @@ class ZELTRA_API AUVXTIRead_RL : public AUVXTIRead {
  public:
   /// @param mix  the combinations, not owned; null leaves records as they are. A combination of polarisations that the
   ///             records lack gives flagged zeros.
-  AUVXTIRead_RL(AUVXRead* reader, double startTime, double stopTime, double interval, AArray<AStokesMix>* mix,
+  AUVXTIRead_RL(AUVXRead* reader, double startTime, double stopTime, double interval, const AArray<AStokesMix>* mix,
                 int complexMean);
   ~AUVXTIRead_RL() override;
 
   void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override;
 
  private:
-  AArray<AStokesMix>* mix_;
+  const AArray<AStokesMix>* mix_;
 };
 
 }  // namespace zeltra

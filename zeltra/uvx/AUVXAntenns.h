@@ -71,8 +71,9 @@ class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
 
   /// Place of the first antenna with this number, or -1.
   int IndexForID(int id) const;
-  /// The antenna with this number, deliberately the first one if there is none such. A list without items gives an
-  /// empty item that is overwritten by the next such call.
+  /// The antenna with this number, deliberately the first one if there is none such: a record's antenna is asked for by
+  /// AUVXGroup::antenna1(), since tlsc1() is negative above 127. A list without items gives an empty item that is
+  /// overwritten by the next such call.
   AUVXTlscItem& ForID(int id);
   bool IsRight() const { return frame_.isRight; }
   /// Centre of the array, metres.

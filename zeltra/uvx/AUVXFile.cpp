@@ -64,7 +64,7 @@ AUVXFile::AUVXFile(AUVXFile&& other) noexcept : AUVXFile(std::as_const(other)) {
 
 AUVXFile& AUVXFile::operator=(AUVXFile&& other) noexcept {
   if (this == &other) return *this;
-  AUVXFile::Close();
+  if (file_ != other.file_) AUVXFile::Close();
   *this = std::as_const(other);
   other.Forget();
   return *this;

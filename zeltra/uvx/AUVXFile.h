@@ -56,7 +56,7 @@ class ZELTRA_API AUVXFile {
   AUVXFile& operator=(const AUVXFile&) = default;
   /// Take over the file of `other`, which has none then.
   AUVXFile(AUVXFile&& other) noexcept;
-  /// The same, after Close.
+  /// The same, after Close, unless the two share the file.
   AUVXFile& operator=(AUVXFile&& other) noexcept;
   /// Close, which commits a file that this object created.
   virtual ~AUVXFile();
