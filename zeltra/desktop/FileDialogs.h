@@ -22,9 +22,8 @@ namespace zeltra {
 /// @param open        true to open a file, false to save one
 /// @param defExt      extension given to a name that is typed without one; empty for none
 /// @param flags       OFN_ flags of the Windows file dialog, except those for hooks, templates and several files.
-/// Without
-///                    OFN_NOCHANGEDIR (8) the current folder follows the dialog there. OFN_OVERWRITEPROMPT (2) is the
-///                    one that counts elsewhere too
+///                    Without OFN_NOCHANGEDIR (8) the current folder follows the dialog there. OFN_OVERWRITEPROMPT (2)
+///                    is the one that counts elsewhere too
 /// @return true if a file was chosen
 ZELTRA_API bool fnFileDialog1(std::string& path, const std::string& filter, const std::string& initialDir, bool open,
                               const std::string& defExt, unsigned long flags);

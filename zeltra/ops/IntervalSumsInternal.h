@@ -96,8 +96,7 @@ class IntervalSums {
   /// The mean of the baseline at a place.
   /// @param group   receives the antennas and the mean u, v, w; the rest stays
   /// @param values  receives as many complexes as a record has values. One without a value that counts is the first of
-  /// the baseline with its
-  ///                weight, 0 where that is not finite
+  ///                the baseline with its weight, 0 where that is not finite
   void Mean(int place, AUVXGroup& group, AUVXComplex* values) const;
 
   static constexpr size_t kKeys = 1 << 16;

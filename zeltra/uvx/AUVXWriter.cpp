@@ -260,7 +260,7 @@ AResult AUVXWriter::EndHeader(int64 recordsEnd) {
   return AResult::Fail(path_ + ": its records are not complete, or not of the shape that its header tells");
 }
 
-AResult AUVXWriter::AddTable(AUVXTable& table) {
+AResult AUVXWriter::AddTable(const AUVXTable& table) {
   if (!output_) return Why();
   AUVXFile& uvx = output_->uvx;
   if (tablesEnd_ == 0) {

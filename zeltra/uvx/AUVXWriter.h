@@ -118,7 +118,7 @@ class ZELTRA_API AUVXWriter {
   OddValues oddValues();
 
   /// Append a table. @return a failure for the 129th, and where not all of it could be written
-  AResult AddTable(AUVXTable& table);
+  AResult AddTable(const AUVXTable& table);
   /// Append the table index().
   AResult AddIndex();
   /// Append the table "BL" of the records.
