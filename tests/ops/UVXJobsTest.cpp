@@ -176,7 +176,8 @@ TEST(CopyUVX, ReducesColumnsThatAreAboutIFs) {
   CopySummary summary;
   ASSERT_TRUE(CopyUVX(source, copy.path(), options, &summary));
   ASSERT_EQ(summary.remarks.size(), 1u);
-  EXPECT_THAT(summary.remarks[0], HasSubstr("left out, which are about IFs or channels that are not there any more, or may be: XX"));
+  EXPECT_THAT(summary.remarks[0],
+              HasSubstr("left out, which are about IFs or channels that are not there any more, or may be: XX"));
   copy.Look();
   const auto made = copy.Table("SU"), array = copy.Table("AN");
   EXPECT_EQ(made->Text(0, 1), "ABC");

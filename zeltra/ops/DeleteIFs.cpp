@@ -35,8 +35,7 @@ AResult DeleteIFs(AUVXInput& from, const std::string& to, const DeleteIFsOptions
   }
   const int count = std::max(from.uvx().IFs(), 1);
   std::vector<int> named;
-  AResult result =
-      SettlePlaces(from.path(), "IF", options.kept.empty() ? options.deleted : options.kept, count, named);
+  AResult result = SettlePlaces(from.path(), "IF", options.kept.empty() ? options.deleted : options.kept, count, named);
   if (!result) return result;
   CopyOptions copy;
   static_cast<JobOptions&>(copy) = options;

@@ -44,12 +44,13 @@ struct FrequencyChange {
   int IFs = 1;  ///< of the input, at least 1
   int channels = 0;
   std::vector<std::vector<int>> parts;  ///< for each IF of the output the IFs, ascending, that it is made of
-  bool isStacked = false;  ///< IFs of a part are averaged channel by channel; otherwise their channels follow each other
-  int first = 0;           ///< the first channel of an IF that is used
-  int used = 0;            ///< channels of an IF that are used, from there
-  int step = 1;            ///< from one channel of the output to the next
-  int width = 1;           ///< channels that a channel of the output is made of
-  int count = 0;           ///< channels of an IF of the output
+  bool isStacked =
+      false;      ///< IFs of a part are averaged channel by channel; otherwise their channels follow each other
+  int first = 0;  ///< the first channel of an IF that is used
+  int used = 0;   ///< channels of an IF that are used, from there
+  int step = 1;   ///< from one channel of the output to the next
+  int width = 1;  ///< channels that a channel of the output is made of
+  int count = 0;  ///< channels of an IF of the output
 
   /// Everything as it is.
   static FrequencyChange None(const AUVXHeader& header);

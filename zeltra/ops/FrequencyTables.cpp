@@ -53,7 +53,7 @@ bool FrequencyTables::Change(AUVXTable& table) {
   const std::string code = table.Code();
   const bool isKept = code == "FG" ? TranslateFlags(table) : ChangeColumns(table);
   if (code == "AN") FollowReference(table);
-  if (!isKept) leftOut_ += (leftOut_.empty() ? "" : ", ") + code;
+  if (!isKept) LeaveOut(table);
   return isKept;
 }
 
@@ -110,7 +110,8 @@ bool FrequencyTables::AreAlike(const AUVXTable& table) const {
   for (int column = 0; column < table.columnCount(); ++column) {
     const int elements = ElementsOfIF(table, column, change_.IFs), offset = table.ColumnOffset(column);
     if (elements == 0) continue;
-    const auto bytes = static_cast<size_t>(elements) * static_cast<size_t>(ElementBytes(table.ParseFormat(column).type));
+    const auto bytes =
+        static_cast<size_t>(elements) * static_cast<size_t>(ElementBytes(table.ParseFormat(column).type));
     for (int row = 0; row < table.rows(); ++row) {
       for (const std::vector<int>& part : change_.parts) {
         for (const int i : part) {

@@ -20,10 +20,10 @@ bool FindFlagColumns(const AUVXTable& flags, int& ifs, int& channels);
 
 /// Edits the tables of a file.
 ///
-/// "FQ" gets the new frequencies; columns about IFs lose those that are left out; ranges of IFs and channels in "FG" are
-/// translated. Where IFs are joined, "SU" has the means of what it had for each, the polarisation terms of "AN" stay
-/// where all are alike and else are left out, and other tables that are about IFs are left out. So are tables about
-/// channels where these change, and unknown tables with columns whose lengths are multiples of the number of IFs.
+/// "FQ" gets the new frequencies; columns about IFs lose those that are left out; ranges of IFs and channels in "FG"
+/// are translated. Where IFs are joined, "SU" has the means of what it had for each, the polarisation terms of "AN"
+/// stay where all are alike and else are left out, and other tables that are about IFs are left out. So are tables
+/// about channels where these change, and unknown tables with columns whose lengths are multiples of the number of IFs.
 class FrequencyTables {
  public:
   /// @param freq0   of the header of the input
@@ -32,6 +32,8 @@ class FrequencyTables {
 
   /// Edit a table. @return false if it is to be left out
   bool Change(AUVXTable& table);
+  /// Remember a table that is left out.
+  void LeaveOut(const AUVXTable& table) { leftOut_ += (leftOut_.empty() ? "" : ", ") + table.Code(); }
   /// What a person should know of the tables.
   std::vector<std::string> Remarks() const;
 

@@ -31,8 +31,8 @@ const KnownTable* FindKnown(const std::string& code) {
       {"CD", {"TCAL"}},
       {"SY", {"POWER", "POST"}},
   };
-  const auto* found = std::find_if(std::begin(tables), std::end(tables),
-                                   [&](const KnownTable& table) { return table.code == code; });
+  const auto* found =
+      std::find_if(std::begin(tables), std::end(tables), [&](const KnownTable& table) { return table.code == code; });
   return found == std::end(tables) ? nullptr : found;
 }
 
