@@ -19,6 +19,9 @@
 namespace zeltra {
 namespace {
 
+// Scans up to this length are read once, longer ones once for each new setup.
+constexpr int kBlockBytes = 1 << 27;
+
 AJobDescription DescribeUnfold() {
   AJobDescriber<UnfoldOptions> job(
       "unfold", "Make a record of its own of every IF, or of every channel",
@@ -110,7 +113,7 @@ AResult Unfolder::Create() {
   AUVXHeader header(from_.uvx());
   if (setups_.byIF && header.IFs > 0) header.IFs = 1;
   if (setups_.byChannel) header.channels = 1;
-  reader_.emplace(from_);
+  reader_.emplace(from_, kBlockBytes);
   pointBytes_ = static_cast<size_t>(from_.uvx().stokes()) * sizeof(AUVXComplex);
   return writer_.Create(to_, header, options_, from_.path());
 }
@@ -138,7 +141,6 @@ AResult Unfolder::UnfoldRecords() {
 AResult Unfolder::UnfoldScan(int first, int end, int element) {
   for (int next = first; next < end; next += readCount_) {
     if (IsCancelled(options_)) return AResult::Cancel(from_.path() + ": cancelled before its last record");
-    // A short scan is read but once.
     if (readFirst_ != next || readCount_ != end - first) {
       readFirst_ = next;
       readCount_ = reader_->Read(next, end);
