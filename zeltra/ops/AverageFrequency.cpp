@@ -156,7 +156,7 @@ AResult FrequencyPlan::Group(FrequencyChange& change) const {
   if (left == 0) return AResult::Ok();
   const std::string rest =
       "of the " + name + " " + std::to_string(left) + " remain where " + std::to_string(wanted) + " become one";
-  if (!options_.dropsRemainder) return AResult::Fail(path_ + ": " + rest + "; a remainder can be dropped");
+  if (!options_.dropsRemainder) return AResult::Fail(path_ + ": " + rest + "; --remainder drop leaves them out");
   remarks_.push_back(rest + "; the last ones are left out");
   return AResult::Ok();
 }

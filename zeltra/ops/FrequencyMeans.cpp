@@ -128,7 +128,7 @@ AUVXComplex FrequencyMeans::FlaggedMean(const AUVXComplex* values, const Place& 
   const Sums& sums = weighted.weight > 0 ? weighted : plain;
   if (sums.weight == 0) return AUVXComplex(0, 0, 0);
   return AUVXComplex(static_cast<float>(sums.re / sums.weight), static_cast<float>(sums.im / sums.weight),
-                     -LimitedWeight(weighted.weight));
+                     0 - LimitedWeight(weighted.weight));
 }
 
 std::string FrequencyMeans::Remark() const {
