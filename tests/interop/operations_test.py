@@ -126,7 +126,9 @@ class Operations(Case):
         if tolerance == 0:
             np.testing.assert_array_equal(made.vis.view("u4"), expected.vis.view("u4"))
         else:
-            np.testing.assert_allclose(made.vis, expected.vis, rtol=tolerance, atol=tolerance * np.nanmax(np.abs(expected.vis)))
+            for part in (slice(0, 2), slice(2, 3)):  # values, weights
+                wanted = expected.vis[..., part]
+                np.testing.assert_allclose(made.vis[..., part], wanted, tolerance, tolerance * np.nanmax(np.abs(wanted)))
         self.assertEqual(made.stokes, expected.stokes)
         self.assertEqual(made.frequencies.keys(), expected.frequencies.keys())
         for number, setup in expected.frequencies.items():

@@ -113,7 +113,7 @@ TEST(AverageFrequency, TranslatesTables) {
 TEST(AverageFrequency, JoinsIFsThatFollowEachOther) {
   const auto files = [](const char* keyword, float other) {
     SyntheticUVXTable antennas = TableOf<float>("AN", {{"POLCALA", "", "4E"}}, 1, {5, 6, 5, other});
-    antennas.keywords.push_back({keyword, "1", true});
+    antennas.keywords.insert(antennas.keywords.end(), {{keyword, "1", true}, {"FREQ", "1.4D9", true}});
     return SyntheticUVX()
         .Antennas(2)
         .Times(1)
@@ -142,6 +142,7 @@ TEST(AverageFrequency, JoinsIFsThatFollowEachOther) {
   EXPECT_THAT(Numbers(out, "SU"), ElementsAre(2.5));
   EXPECT_EQ(out.Table("AN")->columns()(0).Format(), "0E");
   EXPECT_EQ(out.Table("AN")->keywords()(1).Value(), "0");
+  EXPECT_EQ(out.Table("AN")->keywords()(2).Value(), "1424500000");
   EXPECT_THAT(Numbers(out, "FG"), ElementsAre(1, 1, 1, 3, 4, 1, 0, 0, 1, 1, 1, 0, 0, 3, 3));
   const auto error = [&](const SyntheticUVXTable& table) {
     Source other(files("NOPCAL", 6).Table(table));
@@ -197,7 +198,7 @@ TEST(Squeeze, TakesTheSetupsOfASource) {
               {1, 1, 1, 6, 2, 2, 7, 12})));
   SqueezeOptions options;
   options.source = "2";
-  Made out, channels;
+  Made out, channels, both;
   CopySummary summary;
   ASSERT_TRUE(SQFromIF(two, out.path(), options, &summary));
   EXPECT_THAT(Together(summary), HasSubstr("setup 2, from 1899.5 MHz to 2110.5 MHz"));
@@ -211,6 +212,10 @@ TEST(Squeeze, TakesTheSetupsOfASource) {
   channels.Look();
   EXPECT_EQ(channels.uvx().channels(), 1);
   EXPECT_DOUBLE_EQ(AUVXFqTbl(channels.uvx()).GetFreq(0, 1, 0), 1.4e9 + 7e8 + 1.5 * 3e6);
+  ASSERT_TRUE(SQFromChannel(two, both.path(), {}));
+  both.Look();
+  EXPECT_DOUBLE_EQ(both.uvx().freq0(), 1.4e9 + 1.5e6);
+  EXPECT_DOUBLE_EQ(AUVXFqTbl(both.uvx()).GetFreq(0, 1, 1), 1.4e9 + 7e8 + 1.5 * 3e6);
 }
 
 TEST(Unfold, GivesTablesARowForEverySetup) {

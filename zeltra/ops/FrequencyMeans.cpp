@@ -136,8 +136,10 @@ std::string FrequencyMeans::Remark() const {
   const auto share = [](int64 part, int64 whole) {
     return RoundedNumber(100.0 * static_cast<double>(part) / static_cast<double>(whole), 3) + " %";
   };
-  return share(partial_, means_) + " of the means lack values that are flagged: of theirs " + share(counted_, points_) +
-         " are there, so that their frequencies are not quite those of the channels";
+  const std::string means = share(partial_, means_) + " of the means ";
+  if (needsAll_) return means + "are flagged, since not all of their values are valid";
+  return means + "lack flagged values: " + share(counted_, points_) +
+         " of theirs are there, so that their frequencies are not quite those of the channels";
 }
 
 }  // namespace zeltra

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -97,6 +98,9 @@ AResult Unfolder::FindSetups() {
   setups_.byChannel = options_.channels;
   places_.fill(-1);
   const SetupFrequencies frequencies(*table);
+  if (!std::isfinite(table->Number(0, frequencies.idColumn))) {
+    return AResult::Fail(from_.path() + ": its table FQ does not number the frequency setups");
+  }
   for (int row = 0; row < table->rows(); ++row) {
     const int number = frequencies.Id(row), place = number + kNumbers / 2;
     if (place < 0 || place >= kNumbers || places_[static_cast<size_t>(place)] >= 0) continue;
@@ -113,7 +117,8 @@ AResult Unfolder::Create() {
   AUVXHeader header(from_.uvx());
   if (setups_.byIF && header.IFs > 0) header.IFs = 1;
   if (setups_.byChannel) header.channels = 1;
-  reader_.emplace(from_, kBlockBytes);
+  const int64 bytes = int64{from_.uvx().count()} * from_.uvx().recSize();
+  reader_.emplace(from_, static_cast<int>(std::min<int64>(kBlockBytes, bytes)));
   pointBytes_ = static_cast<size_t>(from_.uvx().stokes()) * sizeof(AUVXComplex);
   return writer_.Create(to_, header, options_, from_.path());
 }

@@ -12,13 +12,15 @@
 namespace zeltra {
 namespace {
 
+// Of several columns the last one, as in AUVXFqTbl. -1 if there is none.
 int FindSetupColumn(const AUVXTable& table) {
+  int found = -1;
   for (int i = 0; i < table.columnCount(); ++i) {
     const std::string name = table.columns()(i).Name();
     const bool isNumber = std::isfinite(table.Number(0, i)) && table.ParseFormat(i).type != 'L';
-    if (isNumber && (FqColumnOf(name) == FqColumn::Id || name.find("FREQ ID") != std::string::npos)) return i;
+    if (isNumber && (FqColumnOf(name) == FqColumn::Id || name.find("FREQ ID") != std::string::npos)) found = i;
   }
-  return -1;
+  return found;
 }
 
 // All IFs, or all channels, over each other: what stays of tables that are about no setup.
