@@ -14,6 +14,11 @@ import time
 # Name, command and options; IN and OUT stand for the files.
 OPERATIONS = [
     ("copy one IF", "copy IN OUT --if 1"),
+    ("delete one IF", "delete-if IN OUT --if 1"),
+    ("average 4 channels", "average-frequency IN OUT --channels 4"),
+    ("squeeze the IFs", "squeeze IN OUT --ifs"),
+    ("squeeze the channels", "squeeze IN OUT --channels"),
+    ("unfold the IFs", "unfold IN OUT --ifs"),
     ("average 60 s", "average IN --interval 60 -o OUT"),
 ]
 

@@ -6,11 +6,15 @@
 #include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/ops/AUVXFluxes.h"
+#include "zeltra/ops/AverageFrequency.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/CopyUVX.h"
+#include "zeltra/ops/DeleteIFs.h"
 #include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/SqueezeUVX.h"
+#include "zeltra/ops/UnfoldUVX.h"
 
 namespace {
 
@@ -61,6 +65,26 @@ void Rewrite(AUVXInput& input, const std::string& to) {
   (void)ExportUVFITS(input.path(), to, uvw);
 }
 
+template <typename Options>
+Options Replacing(void (*change)(Options&)) {
+  Options options;
+  options.overwrite = true;
+  options.sync = false;
+  change(options);
+  return options;
+}
+
+void ChangeFrequencies(AUVXInput& input, const std::string& to) {
+  (void)DeleteIFs(input, to, Replacing<DeleteIFsOptions>([](auto& o) { o.deleted = {0}; }));
+  (void)AverageFrequency(input, to, Replacing<AverageFrequencyOptions>([](auto& o) {
+                           o.channels = 2;
+                           o.joinIFs = o.dropsRemainder = true;
+                         }));
+  (void)SaveAndSQ(input, to, Replacing<SqueezeOptions>([](auto& o) { o.IFs = o.channels = true; }));
+  (void)UnfoldUVX(input, to, Replacing<UnfoldOptions>([](auto& o) { o.IFs = true; }));
+  (void)UnfoldUVX(input, to, Replacing<UnfoldOptions>([](auto& o) { o.channels = true; }));
+}
+
 void Picture(AUVXInput& input) {
   ImageOptions options;
   options.size = 16;
@@ -79,6 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!input.Open(file.path())) return 0;
   Combine(input);
   Rewrite(input, output.path());
+  ChangeFrequencies(input, output.path());
   Picture(input);
   return 0;
 }

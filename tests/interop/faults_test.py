@@ -78,6 +78,7 @@ class Faults(unittest.TestCase):
         jobs = [["info", "--json", "--baselines"], ["records", "--csv"], ["table", "AN", "--csv"], ["loops", "1-2"],
                 ["copy", out], ["copy", out, "--force"], ["average", "-o", out, "--interval", "60"],
                 ["average", "--interval", "60", "--csv"], ["closure", "--csv", "--interval", "60"], ["uvw", out],
+                ["average-frequency", out, "--channels", "all"], ["unfold", out, "--ifs"],
                 ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".png", "--size", "32", "--source", "1"],
                 ["plot", "amplitude", out + ".svg", "--source", "1"], ["plot", "closure", out + ".svg", "--source", "1", "--interval", "60"]]
         jobs = [[name, self.uvx, *others] for name, *others in jobs]
