@@ -61,6 +61,7 @@
 #include "zeltra/ops/ClosureChoice.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/CopyUVX.h"
+#include "zeltra/ops/FlagUVX.h"
 #include "zeltra/ops/IntervalOptions.h"
 #include "zeltra/ops/PolarisationChoice.h"
 #include "zeltra/ops/RecomputeUVW.h"

@@ -95,6 +95,7 @@ void AddAverageCommand(CLI::App& app, Session& session);
 void AddClosureCommand(CLI::App& app, Session& session);
 void AddCopyCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);
+void AddFlagCommand(CLI::App& app, Session& session);
 void AddImageCommand(CLI::App& app, Session& session);
 void AddImportCommand(CLI::App& app, Session& session);
 void AddInfoCommand(CLI::App& app, Session& session);
