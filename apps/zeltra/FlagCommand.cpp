@@ -22,7 +22,8 @@ void PrintCounts(TablePrinter& printer, const FlagCounts& counts) {
   printer.Integer(counts.before);
   for (const int64 count : counts.causes) printer.Integer(count);
   printer.Integer(counts.after);
-  printer.Real(counts.values > 0 ? 100 * static_cast<double>(counts.after) / static_cast<double>(counts.values) : 0);
+  const double values = static_cast<double>(counts.values);
+  printer.Real(static_cast<float>(values > 0 ? 100 * static_cast<double>(counts.after) / values : 0));
   printer.EndRow();
 }
 

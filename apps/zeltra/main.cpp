@@ -73,6 +73,7 @@ int Run(std::vector<std::string> arguments) {
   AddCopyCommand(app, session);
   AddUVWCommand(app, session);
   AddFlagCommand(app, session);
+  AddShiftCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);

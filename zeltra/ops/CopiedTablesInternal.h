@@ -17,6 +17,9 @@ namespace zeltra {
 /// @param change   may change every other table before it is added
 AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
                    const std::function<void(AUVXTable&)>& change = {});
+/// The same with header cards that are not those of `from` any more.
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const AUVXHeaderCards& cards, const std::string& command,
+                   const std::function<void(AUVXTable&)>& change);
 
 /// Take out the rows of antennas and sources that have no records.
 void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines);

@@ -95,8 +95,8 @@ class Flagger {
   std::vector<bool> isOut_;  // of the uv distances, in the record
   std::vector<AUVXComplex> values_;
   std::map<int, AUVXFreqs> frequencies_;  // by setup
-  bool isTaken_ = false;                                  // the record
-  int scan_ = 0;                                          // of the record, where subarrays matter
+  bool isTaken_ = false;                  // the record
+  int scan_ = 0;                          // of the record, where subarrays matter
   int64 turned_ = 0, turnedRecords_ = 0;
 };
 
