@@ -14,6 +14,8 @@ import time
 # Name, command and options; IN and OUT stand for the files.
 OPERATIONS = [
     ("copy one IF", "copy IN OUT --if 1"),
+    ("flag clip and trim", "flag IN OUT --clip 4 --trim 10%"),
+    ("shift", "shift IN OUT --ra 3 --dec -2 --source 1,2"),
     ("average 60 s", "average IN --interval 60 -o OUT"),
 ]
 

@@ -10,7 +10,10 @@
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/CopyUVX.h"
+#include "zeltra/ops/FlagUVX.h"
+#include "zeltra/ops/PlanParts.h"
 #include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/ShiftUVX.h"
 
 namespace {
 
@@ -61,6 +64,27 @@ void Rewrite(AUVXInput& input, const std::string& to) {
   (void)ExportUVFITS(input.path(), to, uvw);
 }
 
+void Change(AUVXInput& input, const std::string& to) {
+  FlagOptions flag;
+  flag.overwrite = true;
+  flag.sync = false;
+  flag.trim = 10;
+  flag.clip = 1;
+  (void)FlagUVX(input, to, flag, nullptr);
+  flag.table = "FG";
+  (void)FlagUVX(input, to, flag, nullptr);
+  ShiftOptions shift;
+  shift.overwrite = true;
+  shift.sync = false;
+  shift.ra = shift.dec = 1e-8;
+  shift.sources = {"1"};
+  (void)ShiftUVX(input, to, shift, nullptr);
+  PlanOptions plan;
+  plan.interval = 60;
+  std::vector<PlannedPart> parts;
+  (void)PlanParts(input, plan, parts);
+}
+
 void Picture(AUVXInput& input) {
   ImageOptions options;
   options.size = 16;
@@ -79,6 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!input.Open(file.path())) return 0;
   Combine(input);
   Rewrite(input, output.path());
+  Change(input, output.path());
   Picture(input);
   return 0;
 }

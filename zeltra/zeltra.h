@@ -63,6 +63,8 @@
 #include "zeltra/ops/CopyUVX.h"
 #include "zeltra/ops/FlagUVX.h"
 #include "zeltra/ops/IntervalOptions.h"
+#include "zeltra/ops/JoinParts.h"
+#include "zeltra/ops/PlanParts.h"
 #include "zeltra/ops/PolarisationChoice.h"
 #include "zeltra/ops/RecomputeUVW.h"
 #include "zeltra/ops/RecordChoice.h"

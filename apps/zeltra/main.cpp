@@ -74,6 +74,8 @@ int Run(std::vector<std::string> arguments) {
   AddUVWCommand(app, session);
   AddFlagCommand(app, session);
   AddShiftCommand(app, session);
+  AddPlanCommand(app, session);
+  AddJoinCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);

@@ -113,7 +113,8 @@ class Robustness(unittest.TestCase):
         jobs = [["info", "--baselines"], ["records", "--csv"], ["table", "AN"], ["table", "NX", "--json"], ["export", out],
                 ["average", "--interval", "60", "--csv"], ["average", "--interval", "60", "-o", out, "--mode", "amphase"],
                 ["closure", "--interval", "60"], ["loops", "1-2"], ["copy", out], ["copy", out, "--channel", "1"],
-                ["uvw", out], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
+                ["uvw", out], ["flag", out, "--clip", "1"], ["shift", out, "--ra", "1", "--dec", "1", *source],
+                ["plan", "--interval", "60"], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
         for number, content in enumerate(broken):
             path = self.path("sim.broken.uvx")
             with open(path, "wb") as file:
