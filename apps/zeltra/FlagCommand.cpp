@@ -65,7 +65,7 @@ AResult Flag(Arguments& arguments, Session& session) {
 void AddFlagCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
   AddCommand(app, session, FlagDescription(),
-             {arguments->options, {&arguments->from, &arguments->options.file, &arguments->to}, &arguments->format},
+             {arguments->options, {&arguments->from, &arguments->to}, &arguments->format},
              [arguments, &session] { return Flag(*arguments, session); });
 }
 

@@ -125,7 +125,6 @@ AResult AddPartList(AUVXInput& from, const AverageOptions& options, PartList& li
   AUVXHeaderCards cards = from.contents().cards();
   cards.AddHistory(AverageDescription().Command(options));
   list.share = *options.share;
-  list.input = HashOf(from);
   list.cards = HashOf(cards);
   AUVXTable table;
   if (!list.Store(table)) return AResult::Fail(from.path() + ": has too many intervals for one part of the work");
@@ -158,6 +157,7 @@ AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptio
     return writer.Append(records, head.records);
   };
   if (result = AverageRecords(from, options, averaged, take, &list.parts); !result) return result;
+  if (options.share) list.input = HashOf(from);
   std::string others;
   result = CopyTables(from, writer, AverageDescription().Command(options),
                       [&](AUVXTable& table) { channels.ReduceOrTell(table, others); });

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zeltra/core/Dates.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/fits/TableRowsInternal.h"
 #include "zeltra/ops/FlagEntriesInternal.h"
@@ -69,7 +70,9 @@ AResult FlagTableReader::Check(const std::string& path) const {
     return AResult::Fail(path + ": its table " + table_.Code() + " is no table of flags: it lacks a column " + name +
                          " of enough elements");
   }
-  return AResult::Ok();
+  if (table_.rows() == 0 || CalendarDate(date_).year > 0) return AResult::Ok();
+  return AResult::Fail(path + ": the times of its table " + table_.Code() +
+                       " count from an observation date that is not known");
 }
 
 // An element above 0, else what holds otherwise.

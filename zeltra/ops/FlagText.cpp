@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "zeltra/core/AInputFile.h"
@@ -114,6 +115,7 @@ class FlagTextReader {
   std::set<int> antennas_, partners_, sources_;
   std::set<Pair> baselines_;
   std::set<std::string> unknown_;
+  std::map<std::string, std::optional<int>> knownSources_;
 };
 
 AResult FlagTextReader::Run() {
@@ -175,7 +177,7 @@ AResult FlagTextReader::ApplyNumber(const std::string& key, const std::vector<Fl
     const int only = key == "dtimrang" ? 1 : 0;
     return whole == only ? AResult::Ok() : Fail(key + " other than " + std::to_string(only) + " is not understood");
   }
-  const std::map<std::string, std::pair<int FlagEntry::*, int>> places = {
+  static const std::map<std::string, std::pair<int FlagEntry::*, int>> places = {
       {"bif", {&FlagEntry::firstIF, 1}},        {"eif", {&FlagEntry::lastIF, 1}},
       {"bchan", {&FlagEntry::firstChannel, 1}}, {"echan", {&FlagEntry::lastChannel, 1}},
       {"freqid", {&FlagEntry::setup, 0}},       {"subarray", {&FlagEntry::subarray, 0}}};
@@ -260,9 +262,13 @@ void FlagTextReader::ApplySources(const std::vector<FlagWord>& values) {
   for (const FlagWord& value : values) {
     if (value.text.empty() || (!value.isQuoted && value.text == "0")) continue;
     namesSources_ = true;
+    // The index is looked through for each new name alone.
+    const std::string name = (value.isQuoted ? "=" : "") + value.text;
+    const auto [known, isNew] = knownSources_.emplace(name, std::nullopt);
     int number = 0;
-    if (contents_.FindSource((value.isQuoted ? "=" : "") + value.text, number)) {
-      sources_.insert(number);
+    if (isNew && contents_.FindSource(name, number)) known->second = number;
+    if (known->second) {
+      sources_.insert(*known->second);
     } else {
       NoteUnknown("source", value.text);
     }

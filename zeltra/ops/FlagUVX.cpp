@@ -300,7 +300,7 @@ void Flagger::MarkAmplitudes() {
 int Flagger::SubarrayOf(int record) {
   const AUVXPosition& scans = contents_.scans();
   while (scan_ + 1 < scans.count() && scans(scan_).endVis <= record) ++scan_;
-  return scan_ < scans.count() ? scans(scan_).subarray : 1;
+  return scan_ < scans.count() ? std::max(int{scans(scan_).subarray}, 1) : 1;
 }
 
 // Turn the weights of what is marked, and set or clear the flag of a record all of which is.
@@ -359,7 +359,6 @@ AJobDescription DescribeFlag() {
       "what is flagged by what, a line an antenna and one for the file; a value of several causes counts for the first "
       "of them, in the order of the columns.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
-  job.Input({"FLAGS", "flag what this text says, as correlators hand it out (UVFLG of AIPS)", "file", 0, {}});
   job.Output(UVXOutputFile());
   DescribeSelection(job, {.leftOut = kStokes, .isByVisibility = true});
   job.Option(
@@ -384,6 +383,12 @@ AJobDescription DescribeFlag() {
   job.Option("table", &FlagOptions::table, "flag what a table of the file says, as in FG, or FG:2 for the second one")
       .Form("CODE[:N]")
       .Otherwise("none");
+  // A HISTORY line has the name without the path: see Run.
+  job.Option("file", &FlagOptions::file,
+             "flag what this text says, as correlators hand it out for the task UVFLG of AIPS (docs/flags.md)")
+      .Form("FLAGS")
+      .Otherwise("none")
+      .KeepsResult();
   job.Option("records", &FlagOptions::records, "set the flag of a record too where all of its values are meant");
   job.Option("unflag", &FlagOptions::unflag, "let what is meant count again");
   job.Overwrite();
