@@ -24,10 +24,16 @@ namespace {
 constexpr ASuffix kPercent[] = {{"%", 1}};
 constexpr size_t kMostNamed = 20;
 
-// What flags a value, in a byte; 0: nothing.
+// What flags a value, in a byte.
 using Mark = uint8_t;
+constexpr Mark kFree = 0;        // nothing so far
+constexpr Mark kOutside = 0xFF;  // nothing, since it is not selected
 constexpr Mark MarkOf(FlagCause cause) {
   return static_cast<Mark>(static_cast<int>(cause) + 1);
+}
+
+constexpr bool IsCause(Mark mark) {
+  return mark != kFree && mark != kOutside;
 }
 
 bool IsParallel(int code) {
@@ -89,10 +95,8 @@ class Flagger {
   RecordChoice choice_;
   FlagEntries tableEntries_, fileEntries_;
   // By the places of values in a record.
-  std::vector<bool> isSelected_;
-  std::vector<Mark> begin_;  // marks that every record taken has
+  std::vector<Mark> begin_;  // what every record taken begins with
   std::vector<Mark> marks_;  // those of the record
-  std::vector<bool> isOut_;  // of the uv distances, in the record
   std::vector<AUVXComplex> values_;
   std::map<int, AUVXFreqs> frequencies_;  // by setup
   bool isTaken_ = false;                  // the record
@@ -140,10 +144,7 @@ AResult Flagger::SelectValues() {
 void Flagger::PlaceMarks(const std::vector<int>& IFs, const std::vector<int>& channels,
                          const std::vector<bool>& stokes) {
   const auto count = static_cast<size_t>(IFs_) * static_cast<size_t>(channels_) * static_cast<size_t>(stokes_);
-  isSelected_.assign(count, false);
-  begin_.assign(count, 0);
-  marks_.assign(count, 0);
-  isOut_.assign(count, false);
+  begin_.assign(count, kOutside);
   values_.resize(count);
   const int trimmed = static_cast<int>(std::floor(options_.trim / 100 * channels_ + 0.5));
   for (const int i : IFs) {
@@ -152,8 +153,7 @@ void Flagger::PlaceMarks(const std::vector<int>& IFs, const std::vector<int>& ch
       for (int s = 0; s < stokes_; ++s) {
         if (!stokes[static_cast<size_t>(s)]) continue;
         const auto place = static_cast<size_t>((i * channels_ + channel) * stokes_ + s);
-        isSelected_[place] = true;
-        if (!HasCriterion(options_)) begin_[place] = MarkOf(FlagCause::Selection);
+        begin_[place] = HasCriterion(options_) ? kFree : MarkOf(FlagCause::Selection);
         if (options_.trim > 0 && isEdge) begin_[place] = MarkOf(FlagCause::Trim);
       }
     }
@@ -244,7 +244,7 @@ void Flagger::MarkRecord(const WalkedRecord& record) {
   if (hasAmplitudes_) MarkAmplitudes();
 }
 
-// Note which values are out of the range of uv distances, each at its own frequency.
+// Leave out the values out of the range of uv distances, each at its own frequency.
 void Flagger::MarkDistances(const AUVXGroup& group) {
   const auto found = frequencies_.find(group.freqSel());
   const AUVXFreqs& frequencies =
@@ -257,8 +257,7 @@ void Flagger::MarkDistances(const AUVXGroup& group) {
     const double frequency = static_cast<int>(point) < frequencies.count() ? frequencies(static_cast<int>(point)) : 0;
     const bool isOut = !options_.selection.uvRange.Holds(seconds * frequency);
     for (size_t i = point * stokes; i < (point + 1) * stokes; ++i) {
-      isOut_[i] = isOut;
-      if (isOut) marks_[i] = 0;
+      if (isOut) marks_[i] = kOutside;
     }
   }
 }
@@ -275,8 +274,7 @@ void Flagger::MarkEntry(const FlagEntry& entry, Mark mark) {
     for (int channel = entry.firstChannel; channel <= lastChannel; ++channel) {
       auto place = static_cast<size_t>((i * channels_ + channel) * stokes_);
       for (int s = 0; s < stokes_; ++s, ++place) {
-        const bool isMeant = (entry.polarisations >> s & 1) && isSelected_[place] && !isOut_[place];
-        if (isMeant && marks_[place] == 0) marks_[place] = mark;
+        if ((entry.polarisations >> s & 1) && marks_[place] == kFree) marks_[place] = mark;
       }
     }
   }
@@ -287,7 +285,7 @@ void Flagger::MarkAmplitudes() {
   const double most = options_.clip * options_.clip, least = options_.below * options_.below;
   const bool isClipped = options_.clip < std::numeric_limits<double>::infinity();
   for (size_t i = 0; i < values_.size(); ++i) {
-    if (marks_[i] != 0 || !isSelected_[i] || isOut_[i]) continue;
+    if (marks_[i] != kFree) continue;
     const double re = values_[i].re, im = values_[i].im, square = re * re + im * im;
     if (isClipped && !(square <= most)) {
       marks_[i] = MarkOf(FlagCause::Clip);
@@ -308,7 +306,7 @@ void Flagger::Turn(AUVXGroup& group, const WalkedRecord& record) {
   bool isWhole = !marks_.empty();
   for (size_t i = 0; i < values_.size(); ++i) {
     const float weight = record.values[i].weight;
-    if (marks_[i] == 0) {
+    if (!IsCause(marks_[i])) {
       isWhole = false;
     } else if (options_.unflag ? weight < 0 : weight > 0) {
       values_[i].weight = -weight;
@@ -329,7 +327,7 @@ void Flagger::Count(const AUVXGroup& before, const AUVXGroup& after, const Walke
     const bool isFlagged = after.flag != 0 || !(values_[i].weight > 0);
     counts.before += wasFlagged;
     counts.after += isFlagged;
-    if (isTaken_ && marks_[i] != 0) counts.causes[marks_[i] - 1u] += wasFlagged != isFlagged;
+    if (isTaken_ && IsCause(marks_[i])) counts.causes[marks_[i] - 1u] += wasFlagged != isFlagged;
   }
   const auto one = static_cast<uint8_t>(before.ant1), two = static_cast<uint8_t>(before.ant2);
   FlagCounts* places[] = {&summary_.all, &summary_.antennas[one], one == two ? nullptr : &summary_.antennas[two]};
