@@ -3,15 +3,11 @@
 #include <cmath>
 
 #include "zeltra/core/Dates.h"
-#include "zeltra/core/Units.h"
 #include "zeltra/fits/TableRowsInternal.h"
 #include "zeltra/ops/FlagEntriesInternal.h"
 
 namespace zeltra {
 namespace {
-
-// Records this close to a bound of time, days, are inside: a Julian date in double precision is good for 0.04 ms.
-constexpr double kTimeTolerance = 5e-5 / kSecondsPerDay;
 
 // The columns of a table of flags, by the beginnings of their names; -1 where there is none.
 struct FlagColumns {
@@ -86,8 +82,8 @@ bool FlagTableReader::ReadTimes(int row, FlagEntry& entry) const {
   if (begin == 0 && end == 0) return true;
   // Days in single precision are good for some ms.
   const double rounding = table_.ParseFormat(columns_.times).type == 'E' ? 0x1p-24 : 0;
-  entry.begin = date_ + begin - std::fabs(begin) * rounding - kTimeTolerance;
-  entry.end = date_ + end + std::fabs(end) * rounding + kTimeTolerance;
+  entry.begin = date_ + begin - std::fabs(begin) * rounding - FlagEntry::kTimeTolerance;
+  entry.end = date_ + end + std::fabs(end) * rounding + FlagEntry::kTimeTolerance;
   return entry.begin <= entry.end;
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -20,6 +21,8 @@ namespace zeltra {
 /// What one entry of a list flags: the values of its IFs, channels and polarisations in the records that it is about.
 struct FlagEntry {
   static constexpr int kAll = -1;
+  /// Records this close to a bound of time, days, are inside: a Julian date in double precision is good for 0.04 ms.
+  static constexpr double kTimeTolerance = 5e-5 / kSecondsPerDay;
 
   double begin = std::numeric_limits<double>::lowest();  ///< Julian dates, both included
   double end = std::numeric_limits<double>::max();

@@ -15,7 +15,6 @@ namespace zeltra {
 namespace {
 
 constexpr int64 kMostBytes = 256 << 20;
-constexpr double kTimeTolerance = 5e-5 / kSecondsPerDay;
 
 struct FlagWord {
   std::string text;
@@ -202,9 +201,11 @@ AResult FlagTextReader::ApplyTimes(const std::vector<FlagWord>& values) {
   if (values.size() != 8) return Fail("timerang is day, hour, minute, second of the beginning and of the end");
   if (AResult result = DateOf(numbers, 0, entry_.begin); !result) return result;
   if (AResult result = DateOf(numbers, 4, entry_.end); !result) return result;
+  // A range that begins before the observation date and ends on it or later is of one year.
+  if (entry_.end < entry_.begin && numbers[0] < firstDay_) entry_.begin -= nextYear_ - newYear_;
   if (entry_.end < entry_.begin) return Fail("timerang ends before it begins");
-  entry_.begin -= kTimeTolerance;
-  entry_.end += kTimeTolerance;
+  entry_.begin -= FlagEntry::kTimeTolerance;
+  entry_.end += FlagEntry::kTimeTolerance;
   return AResult::Ok();
 }
 

@@ -230,6 +230,7 @@ AResult Flagger::Run(const std::string& to) {
   if (!result) return result;
   if (!isAnyTaken && from_.uvx().count() > 0) return choice_.NothingSelected(from_, options_);
   std::string command = FlagDescription().Command(options_);
+  // Of the text of flags, its name without the path.
   if (!options_.file.empty()) command += " --file " + options_.file.substr(options_.file.find_last_of("/\\") + 1);
   if (result = CopyTables(from_, writer, command); !result) return result;
   Remark(scans);
@@ -342,9 +343,9 @@ void Flagger::Count(const AUVXGroup& before, const AUVXGroup& after, const Walke
 
 void Flagger::Remark(const KeptScans& scans) {
   if (options_.unflag && turned_ + turnedRecords_ > 0) {
-    std::string sentence = std::to_string(turned_) + " flagged weights have come back";
-    if (turnedRecords_ > 0) sentence += ", and " + std::to_string(turnedRecords_) + " records";
-    summary_.remarks.push_back(sentence + ", also those that were flagged before and by others");
+    std::string sentence = std::to_string(turned_) + " weights";
+    if (turnedRecords_ > 0) sentence += " and " + std::to_string(turnedRecords_) + " records";
+    summary_.remarks.push_back(sentence + " that the input had flagged are so no more, whoever flagged them");
   }
   if (const std::string remark = scans.Remark(); !remark.empty()) summary_.remarks.push_back(remark);
 }

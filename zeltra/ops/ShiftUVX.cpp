@@ -90,7 +90,7 @@ class Shifter {
   AResult AddSource(int number);
   const std::vector<ChannelGrid>& GridsOf(int setup);
   bool Shift(AUVXGroup& group);
-  void MoveSources(AUVXTable& table) const;
+  void MoveSources(AUVXTable& table);
   AUVXHeaderCards MovedCards() const;
 
   AUVXInput& from_;
@@ -229,7 +229,11 @@ AResult Shifter::Run(const std::string& to) {
   return writer.Finish();
 }
 
-void Shifter::MoveSources(AUVXTable& table) const {
+void Shifter::MoveSources(AUVXTable& table) {
+  for (const char* column : {"GEODELAY", "GDELAY"}) {
+    if (table.FindColumn(column) < 0) continue;
+    summary_.remarks.push_back("the delays of the table " + table.Code() + " are still those of the old phase centre");
+  }
   if (table.Code() != "SU") return;
   const AUVXSources sources(table);
   for (const auto& [ra, dec] : {std::pair("RAEPO", "DECEPO"), std::pair("RAAPP", "DECAPP")}) {
