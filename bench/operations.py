@@ -19,6 +19,8 @@ OPERATIONS = [
     ("squeeze the IFs", "squeeze IN OUT --ifs"),
     ("squeeze the channels", "squeeze IN OUT --channels"),
     ("unfold the IFs", "unfold IN OUT --ifs"),
+    ("flag clip and trim", "flag IN OUT --clip 4 --trim 10%"),
+    ("shift", "shift IN OUT --ra 3 --dec -2 --source 1,2"),
     ("average 60 s", "average IN --interval 60 -o OUT"),
 ]
 

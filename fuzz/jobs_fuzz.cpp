@@ -15,6 +15,10 @@
 #include "zeltra/ops/RecomputeUVW.h"
 #include "zeltra/ops/SqueezeUVX.h"
 #include "zeltra/ops/UnfoldUVX.h"
+#include "zeltra/ops/FlagUVX.h"
+#include "zeltra/ops/PlanParts.h"
+#include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/ShiftUVX.h"
 
 namespace {
 
@@ -85,6 +89,27 @@ void ChangeFrequencies(AUVXInput& input, const std::string& to) {
   (void)UnfoldUVX(input, to, Replacing<UnfoldOptions>([](auto& o) { o.channels = true; }));
 }
 
+void Change(AUVXInput& input, const std::string& to) {
+  FlagOptions flag;
+  flag.overwrite = true;
+  flag.sync = false;
+  flag.trim = 10;
+  flag.clip = 1;
+  (void)FlagUVX(input, to, flag, nullptr);
+  flag.table = "FG";
+  (void)FlagUVX(input, to, flag, nullptr);
+  ShiftOptions shift;
+  shift.overwrite = true;
+  shift.sync = false;
+  shift.ra = shift.dec = 1e-8;
+  shift.sources = {"1"};
+  (void)ShiftUVX(input, to, shift, nullptr);
+  PlanOptions plan;
+  plan.interval = 60;
+  std::vector<PlannedPart> parts;
+  (void)PlanParts(input, plan, parts);
+}
+
 void Picture(AUVXInput& input) {
   ImageOptions options;
   options.size = 16;
@@ -104,6 +129,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Combine(input);
   Rewrite(input, output.path());
   ChangeFrequencies(input, output.path());
+  Change(input, output.path());
   Picture(input);
   return 0;
 }

@@ -73,6 +73,10 @@ int Run(std::vector<std::string> arguments) {
   AddCopyCommand(app, session);
   AddFrequencyCommands(app, session);
   AddUVWCommand(app, session);
+  AddFlagCommand(app, session);
+  AddShiftCommand(app, session);
+  AddPlanCommand(app, session);
+  AddJoinCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);

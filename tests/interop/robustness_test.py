@@ -114,7 +114,9 @@ class Robustness(unittest.TestCase):
                 ["average", "--interval", "60", "--csv"], ["average", "--interval", "60", "-o", out, "--mode", "amphase"],
                 ["closure", "--interval", "60"], ["loops", "1-2"], ["copy", out], ["copy", out, "--channel", "1"],
                 ["delete-if", out, "--if", "1"], ["average-frequency", out, "--channels", "2", "--ifs"],
-                ["squeeze", out, "--ifs"], ["unfold", out, "--ifs", "--channels"], ["uvw", out], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
+                ["squeeze", out, "--ifs"], ["unfold", out, "--ifs", "--channels"],
+                ["uvw", out], ["flag", out, "--clip", "1"], ["shift", out, "--ra", "1", "--dec", "1", *source],
+                ["plan", "--interval", "60"], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
         for number, content in enumerate(broken):
             path = self.path("sim.broken.uvx")
             with open(path, "wb") as file:

@@ -154,8 +154,8 @@ class ZELTRA_API AUVXTable {
   static int toHash(const std::string& name, int own);
 
   /// Whether a table with this ID is one of this library's own that tells where the data come from: "HD", the cards of
-  /// a header, or "IT", integration times.
-  static bool IsProvenance(int id) { return IsOwn(id, "HD") || IsOwn(id, "IT"); }
+  /// a header, "IT", integration times, or "PT", what part of a run they are.
+  static bool IsProvenance(int id) { return IsOwn(id, "HD") || IsOwn(id, "IT") || IsOwn(id, "PT"); }
 
   AArray<AUVXTableKeyWord>& keywords() { return keywords_; }
   const AArray<AUVXTableKeyWord>& keywords() const { return keywords_; }

@@ -288,6 +288,10 @@ AResult AUVXWriter::AddBaseLines() {
 
 AResult AUVXWriter::AddProvenance(AUVXHeaderCards cards, const std::string& command) {
   cards.AddHistory(command);
+  return AddProvenance(cards);
+}
+
+AResult AUVXWriter::AddProvenance(const AUVXHeaderCards& cards) {
   AResult result = AddTable(*std::unique_ptr<AUVXTable>(cards.ToUVXTable()));
   if (!result || !integrations_.IsKnown()) return result;
   return AddTable(*std::unique_ptr<AUVXTable>(integrations_.ToUVXTable()));

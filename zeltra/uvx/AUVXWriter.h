@@ -127,6 +127,8 @@ class ZELTRA_API AUVXWriter {
   /// @param cards    of the input
   /// @param command  what made this file of it: see AJobDescription::Command
   AResult AddProvenance(AUVXHeaderCards cards, const std::string& command);
+  /// The same with cards that tell of the job already.
+  AResult AddProvenance(const AUVXHeaderCards& cards);
   const AUVXIntegrations& integrations() const { return integrations_; }
 
   /// Complete the file and give it its name.
