@@ -219,8 +219,10 @@ AResult Shifter::Run(const std::string& to) {
   });
   if (!copied) return copied;
   if (!result) return result;
-  result = CopyTables(from_, writer, MovedCards(), ShiftDescription().Command(options_),
-                      [this](AUVXTable& table) { MoveSources(table); });
+  result = CopyTables(from_, writer, MovedCards(), ShiftDescription().Command(options_), [this](AUVXTable& table) {
+    MoveSources(table);
+    return true;
+  });
   if (!result) return result;
   if (without_ > 0) {
     summary_.remarks.push_back(std::to_string(without_) + " records whose u, v, w are no numbers stay as they are");
