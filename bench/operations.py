@@ -1,4 +1,4 @@
-"""Measure operations on files beside `cp` of the same file: operations.py ZELTRA_COMMAND [FOLDER] [GB] [NAME...]
+"""Time operations on files against `cp` of the same file: operations.py ZELTRA_COMMAND [FOLDER] [GB] [NAME...]
 
 Prints the time and memory of each operation, and the ratio of its time to that of the copies just before and after it.
 All outputs are written with --no-sync, as `cp` does.
@@ -26,7 +26,7 @@ OPERATIONS = [
 
 
 def run(words):
-    """Seconds, and KiB of memory at most."""
+    """Seconds, and peak memory in KiB."""
     begin = time.monotonic()
     process = subprocess.Popen(words)
     _, status, usage = os.wait4(process.pid, 0)
@@ -39,7 +39,7 @@ def main(zeltra, folder=None, size="1", *names):
     folder = tempfile.mkdtemp(dir=folder)
     try:
         given, copied, out = (os.path.join(folder, name) for name in ("in.uvx", "cp.uvx", "out.uvx"))
-        # 45 baselines a second of 8 IFs of 16 channels and 4 polarisations are 278,730 bytes.
+        # One second of 45 baselines with 8 IFs, 16 channels and 4 polarisations takes 278,730 bytes.
         minutes = float(size) * 1e9 / 278730 / 60
         run([zeltra, "simulate", given, "--integration", "1", "--ifs", "8", "--channels", "16", "--minutes", str(minutes)])
         print("%.2f GB" % (os.path.getsize(given) / 1e9))

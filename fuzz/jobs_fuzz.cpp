@@ -12,13 +12,12 @@
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/CopyUVX.h"
 #include "zeltra/ops/DeleteIFs.h"
-#include "zeltra/ops/RecomputeUVW.h"
-#include "zeltra/ops/SqueezeUVX.h"
-#include "zeltra/ops/UnfoldUVX.h"
 #include "zeltra/ops/FlagUVX.h"
 #include "zeltra/ops/PlanParts.h"
 #include "zeltra/ops/RecomputeUVW.h"
 #include "zeltra/ops/ShiftUVX.h"
+#include "zeltra/ops/SqueezeUVX.h"
+#include "zeltra/ops/UnfoldUVX.h"
 
 namespace {
 

@@ -18,7 +18,7 @@ struct Arguments {
   ClosureOptions options;
 };
 
-// Those of phases or those of amplitudes.
+// The columns for phases or for amplitudes.
 std::vector<PrintedColumn> Columns(const Arguments& arguments) {
   std::vector<PrintedColumn> columns = PrintedColumns(ClosureDescription(), arguments.format);
   std::erase_if(columns, [&](const PrintedColumn& column) {
@@ -65,8 +65,8 @@ AResult PrintClosures(Arguments& arguments, Session& session) {
   printer.Finish();
   if (counts.weak > 0) {
     session.Note(std::to_string(counts.weak) + " of " + std::to_string(counts.formed) +
-                 " closure amplitudes of single IFs, channels and polarisations are left out, where a baseline has a "
-                 "ratio of signal and noise of 3 or less");
+                 " closure amplitudes of single IFs, channels and polarisations are left out, since a baseline has a "
+                 "signal-to-noise ratio of 3 or less");
   } else if (closures == 0 && !arguments.options.share) {
     session.Note(arguments.options.amplitudes
                      ? "no four of the antennas selected have valid baselines at any time"

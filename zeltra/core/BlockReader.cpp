@@ -7,7 +7,7 @@
 namespace zeltra {
 
 bool BlockReader::Fill(int n) {
-  // What is left moves to the front, so that a run of bytes never straddles two blocks.
+  // Unused bytes move to the front, so that a run of bytes never straddles two blocks.
   std::memmove(block_.get(), block_.get() + used_, static_cast<size_t>(filled_ - used_));
   start_ += used_;
   filled_ -= used_;

@@ -17,7 +17,7 @@
 namespace zeltra {
 namespace {
 
-// Equinoxes before this year are of the FK4 system (FITS standard 4.0, section 8.3).
+// Equinoxes before this year belong to the FK4 system (FITS standard 4.0, section 8.3).
 constexpr double kFirstFK5Year = 1984;
 
 AMapHeader HeaderOf(const DirtyImage& image) {
@@ -35,7 +35,7 @@ bool StorePrologue(const DirtyImage& image, AMapFile& file) {
   const int size = image.map.Lines();
   const double first = -size / 2 * image.cell, last = (size / 2 - 1) * image.cell;
   TMinMax ranges;
-  ranges.range[0] = {-last, -first};  // elements begin in the east
+  ranges.range[0] = {-last, -first};  // elements run from east to west
   ranges.range[1] = {first, last};
   return header.Store(file) && file.PutMinMax(ranges);
 }
@@ -51,7 +51,7 @@ void AddAxis(FITSHeaderWriter& header, int axis, const std::string& type, double
   const std::string number = std::to_string(axis);
   header.AddText("CTYPE" + number, type);
   header.AddRoundedNumber("CRVAL" + number, value);
-  if (delta != 0) header.AddRoundedNumber("CDELT" + number, delta);  // a width of 0 would make no axis
+  if (delta != 0) header.AddRoundedNumber("CDELT" + number, delta);  // 0: the width is unknown, and CDELT must not be 0
   header.AddRoundedNumber("CRPIX" + number, pixel);
 }
 
@@ -90,7 +90,7 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
     header.AddRoundedNumber("BPA", image.shape.angle);
   }
   for (int i = 0; i < image.history.count(); ++i) header.AddCard(std::string(image.history(i)));
-  // NOISE is what published images call the noise that the weights promise.
+  // NOISE is the usual keyword of published images for the noise expected from the weights.
   header.AddRoundedNumber("NOISE", image.noise);
   header.AddRoundedNumber("RMS", image.rms);
   header.AddHistory("zeltra: dirty image, " + WeightingText(image.weighting));

@@ -1,4 +1,4 @@
-// Four complexes of a record, part by part.
+// Splits four complexes of a record into real parts, imaginary parts and weights.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_FOURCOMPLEXESINTERNAL_H_
 #define ZELTRA_OPS_FOURCOMPLEXESINTERNAL_H_
@@ -7,18 +7,18 @@
 
 namespace zeltra {
 
-/// The real parts, imaginary parts and weights of four values, a value a lane.
+/// The real parts, imaginary parts and weights of four values, one value per lane.
 struct FourComplexes {
   Float4 re, im, weight;
 };
 
-/// The weights of four complexes at any address.
+/// Load the weights of four complexes at any address.
 ZELTRA_INLINE Float4 LoadWeights(const char* from) {
   const auto a = Load<Float4>(from), b = Load<Float4>(from + 16), c = Load<Float4>(from + 32);
   return Shuffle<0, 1, 4, 7>(Shuffle<2, 5, 5, 5>(a, b), c);
 }
 
-/// Four complexes at any address.
+/// Load four complexes at any address.
 ZELTRA_INLINE FourComplexes LoadComplexes(const char* from) {
   const auto a = Load<Float4>(from), b = Load<Float4>(from + 16), c = Load<Float4>(from + 32);
   return {Shuffle<0, 1, 2, 5>(Shuffle<0, 3, 6, 6>(a, b), c), Shuffle<0, 1, 2, 6>(Shuffle<1, 4, 7, 7>(a, b), c),

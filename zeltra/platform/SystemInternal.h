@@ -10,10 +10,10 @@
 
 namespace zeltra::platform {
 
-/// Open flags, the values of AFile's; anything else in a mode is ignored.
+/// Open flags, with the values of AFile's; other bits of a mode are ignored.
 enum OpenMode : int { kWriteOnly = 0x1, kReadWrite = 0x2, kCreate = 0x100, kTruncate = 0x200, kBinary = 0x8000 };
 
-// What fails sets errno, on every system; 0 there means that no call failed, but that the file ended.
+// Functions that fail set errno, on every system; 0 there means that no call failed but the file ended.
 
 /// Read and write for the owner alone.
 inline constexpr int kOwnerOnly = 0600;
@@ -37,18 +37,18 @@ int64 WriteDescriptor(int descriptor, const void* buffer, int64 count);
 int64 SeekDescriptor(int descriptor, int64 position);
 int64 TellDescriptor(int descriptor);
 int64 DescriptorSize(int descriptor);
-/// What tells whether a file has been changed.
+/// Shows whether a file has been changed.
 struct FileStamp {
   int64 size = -1;
-  int64 modified = 0;  ///< in the system's own unit, since its own zero
+  int64 modified = 0;  ///< in the system's own unit and epoch
   bool operator==(const FileStamp&) const = default;
 };
-/// @return false if the system does not tell
+/// @return false if the system does not say
 bool StampOf(int descriptor, FileStamp& stamp);
 /// @return 0 for success, else the system's error number
 int TruncateDescriptor(int descriptor, int64 size);
 
-/// Wait until the disk holds what was written to a file. @return false if not all of it has arrived there
+/// Wait until the disk holds what was written to a file. @return false if some of it did not get there
 bool SyncDescriptor(int descriptor);
 /// The same for the names in the folder of `path`. A folder that the system cannot synchronise, or may not read, counts
 /// as done.
@@ -56,17 +56,17 @@ bool SyncFolderOf(const std::string& path);
 
 /// Who may read, write and run an existing file: its POSIX permission bits; -1 where the system has none.
 int PermissionsOf(const std::string& path);
-/// @return false if the file has other permissions
+/// @return false if the file ends up with other permissions
 bool SetPermissions(int descriptor, int permissions);
 
-/// Unknown: the system does not tell.
+/// Unknown: the system does not say.
 enum class FileKind { Missing, Regular, Other, Unknown };
-/// What stands under a name; a symbolic link is Other.
+/// What a name refers to; a symbolic link is Other.
 FileKind KindOf(const std::string& path);
-/// The name at the end of the symbolic links that `path` begins, of a file that need not be there; `path` itself where
-/// it is no link.
+/// The name at the end of a chain of symbolic links that starts at `path`, whether or not that file exists; `path`
+/// itself if it is not a link.
 std::string LinkTarget(const std::string& path);
-/// Whether two names, both within one folder, are those of one file.
+/// Whether two names in one folder refer to the same file.
 bool IsSameName(const std::string& a, const std::string& b);
 
 std::FILE* OpenStream(const char* path, const char* mode);

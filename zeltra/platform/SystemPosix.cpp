@@ -18,7 +18,7 @@ namespace platform {
 namespace {
 
 constexpr int kPermissions = 0777;
-// More are a circle, as for the system itself.
+// More links than this are taken for a loop, as the system does.
 constexpr int kMostLinks = 40;
 
 // What Linux moves in one call at most.
@@ -28,7 +28,7 @@ std::atomic<int>* caught = nullptr;
 
 extern "C" void CatchSignal(int signal) {
   caught->store(signal, std::memory_order_relaxed);
-  // A pipe says so at every write.
+  // SIGPIPE comes again with every write.
   if (signal != SIGPIPE) std::signal(signal, SIG_DFL);
 }
 
@@ -69,7 +69,7 @@ int OpenDescriptor(const char* path, int mode, int permissions) {
   do {
     descriptor = ::open(path, SystemFlags(mode), static_cast<mode_t>(permissions));
   } while (descriptor < 0 && errno == EINTR);
-  // A folder opens for reading, and has a size, but no bytes. It is no file on any system.
+  // A folder opens for reading and has a size, but no bytes. Refuse it as a file, on every system.
   if (descriptor >= 0 && IsFolder(descriptor)) {
     ::close(descriptor);
     errno = EISDIR;
@@ -131,7 +131,7 @@ bool SyncDescriptor(int descriptor) {
   do {
     result = ::fsync(descriptor);
   } while (result != 0 && errno == EINTR);
-  // A file system that has no disk behind it may not know the call.
+  // A file system without a disk may not know the call.
   return result == 0 || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
 }
 
@@ -154,7 +154,7 @@ int PermissionsOf(const std::string& path) {
 
 bool SetPermissions(int descriptor, int permissions) {
   struct stat status {};
-  // File systems that have the same permissions for all files refuse every change.
+  // File systems with one set of permissions for all files refuse every change.
   const bool hasThem =
       ::fstat(descriptor, &status) == 0 && static_cast<int>(status.st_mode & kPermissions) == permissions;
   return hasThem || ::fchmod(descriptor, static_cast<mode_t>(permissions)) == 0;
@@ -225,7 +225,7 @@ int ProcessorCount() {
 }
 
 int64 FreeMemory() {
-  // Linux counts what it keeps of files, which gives way, in MemAvailable alone; kB.
+  // Only MemAvailable, in kB, counts the file cache, which Linux gives up on demand.
   if (std::FILE* file = std::fopen("/proc/meminfo", "re")) {
     char line[128];
     long long available = 0;
@@ -258,10 +258,10 @@ int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) 
   if (replace) return ::rename(from.c_str(), to.c_str()) == 0;
 #ifdef RENAME_NOREPLACE
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 1;
-  // Not every file system knows it.
+  // Not every file system knows the call.
   if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP && errno != EPERM) return 0;
 #endif
-  // A hard link is refused where the name exists, in one step, as well.
+  // link() also refuses, in one step, if the name exists.
   if (::link(from.c_str(), to.c_str()) == 0) {
     ::unlink(from.c_str());
     return 1;
