@@ -72,6 +72,8 @@ int Run(std::vector<std::string> arguments) {
   AddLoopsCommand(app, session);
   AddCopyCommand(app, session);
   AddUVWCommand(app, session);
+  AddGainsCommand(app, session);
+  AddApplyCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);

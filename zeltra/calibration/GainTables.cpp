@@ -235,10 +235,10 @@ void TableReader::ReadGain(int row, const Hand& hand, int i, AGainArrayItem item
 class TableWriter {
  public:
   TableWriter(const AGains& gains, AUVXTable& table) : gains_(gains), table_(table) {
-    bool hasSecond = false;
-    for (int i = 0; i < gains.list.count(); ++i) hasSecond |= gains.list(i).hand != 0;
+    bool hasFirst = false, hasSecond = false;
+    for (int i = 0; i < gains.list.count(); ++i) (gains.list(i).hand == 0 ? hasFirst : hasSecond) = true;
     // A file of LL alone has a table of one polarisation, too.
-    const bool isSecondAlone = gains.header.hands == 1 && HandOf(gains.header.codes[0]) == 1;
+    const bool isSecondAlone = !hasFirst && gains.header.hands == 1 && HandOf(gains.header.codes[0]) == 1;
     if (isSecondAlone) hands_ = {1};
     if (!isSecondAlone && (hasSecond || gains.header.hands == 2)) hands_ = {0, 1};
   }
@@ -323,6 +323,7 @@ void TableWriter::AddHand(const std::string& number, bool isCL) {
 
 void TableWriter::AddKeyWords(bool isCL) {
   int largest = 0;
+  for (const AGainAntenna& antenna : gains_.antennas) largest = std::max<int>(largest, antenna.number);
   for (int i = 0; i < gains_.list.count(); ++i) largest = std::max<int>(largest, gains_.list(i).antenna);
   table_.AddKeyWord("REVISION", isCL ? "10" : "11", true);
   table_.AddKeyWord("NO_POL", std::to_string(hands_.size()), true);

@@ -140,8 +140,10 @@ AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptio
   });
   if (!result) return result;
   std::string others;
-  result = CopyTables(from, writer, AverageDescription().Command(options),
-                      [&](AUVXTable& table) { channels.ReduceOrTell(table, others); });
+  result = CopyTables(from, writer, AverageDescription().Command(options), [&](AUVXTable& table) {
+    channels.ReduceOrTell(table, others);
+    return true;
+  });
   if (!result) return result;
   if (summary) {
     summary->records = writer.records();

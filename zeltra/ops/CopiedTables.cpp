@@ -10,17 +10,16 @@ namespace zeltra {
 namespace {
 
 AResult CopyTable(AUVXInput& from, const AUVXTableItem& item, AUVXWriter& to,
-                  const std::function<void(AUVXTable&)>& change) {
+                  const std::function<bool(AUVXTable&)>& change) {
   const std::unique_ptr<AUVXTable> table = from.Table(item);
   if (!table) return AResult::Fail(from.path() + ": a table cannot be read any more");
-  if (change) change(*table);
-  return to.AddTable(*table);
+  return !change || change(*table) ? to.AddTable(*table) : AResult::Ok();
 }
 
 }  // namespace
 
 AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
-                   const std::function<void(AUVXTable&)>& change) {
+                   const std::function<bool(AUVXTable&)>& change) {
   const AUVXTableHeader directory(from.uvx());
   const int index = AUVXTable::toHash("NX", 0), baseLines = AUVXTable::toHash("BL", 0);
   AResult result = AResult::Ok();

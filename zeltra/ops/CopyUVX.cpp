@@ -96,6 +96,7 @@ AResult Copier::CopyTables() {
   AResult result = zeltra::CopyTables(from_, writer_, CopyDescription().Command(options_), [&](AUVXTable& table) {
     DropUnusedRows(table, writer_.baseLines());
     channels_.ReduceOrTell(table, others);
+    return true;
   });
   if (!others.empty()) summary_.remarks.push_back(ChannelSelection::RemarkOn(others));
   if (const std::string remark = scans_->Remark(); !remark.empty()) summary_.remarks.push_back(remark);
