@@ -144,7 +144,9 @@ AResult Perform(Arguments& arguments, AUVXInput* input, AGains& gains, Session& 
 
 AResult LookIntoGains(Arguments& arguments, Session& session) {
   AGains gains;
-  if (IsGainFile(arguments.path)) {
+  bool isGainFile = false;
+  if (AResult result = FindGainFile(arguments.path, isGainFile); !result) return result;
+  if (isGainFile) {
     if (!arguments.options.table.empty()) throw CLI::ValidationError("--table", "is for files of visibilities");
     if (AResult result = LoadGains(arguments.path, gains); !result) return result;
     return Perform(arguments, nullptr, gains, session);

@@ -211,11 +211,14 @@ AResult StoreGains(const std::string& path, const AGains& gains, const JobOption
   return output.Commit();
 }
 
-bool IsGainFile(const std::string& path) {
+AResult FindGainFile(const std::string& path, bool& isOne) {
   AInputFile file;
   int32_t magic = 0;
-  return WhyNoInput(path).empty() && file.Open(path) && HasBytes(file, sizeof magic) &&
-         ReadWhole(file, &magic, sizeof magic) && magic == AGainFileHdr::kMagic;
+  isOne = false;
+  if (!WhyNoInput(path).empty()) return AResult::Ok();
+  if (AResult result = file.Open(path); !result) return result;
+  isOne = HasBytes(file, sizeof magic) && ReadWhole(file, &magic, sizeof magic) && magic == AGainFileHdr::kMagic;
+  return file.Check();
 }
 
 }  // namespace zeltra

@@ -112,8 +112,9 @@ ZELTRA_API AResult LoadGains(const std::string& path, AGains& gains);
 /// Write a gain file, which appears when it is complete. The counts of the header are those of the lists.
 ZELTRA_API AResult StoreGains(const std::string& path, const AGains& gains, const JobOptions& options);
 
-/// Whether a file begins as gain files do.
-ZELTRA_API bool IsGainFile(const std::string& path);
+/// Find out whether a file begins as gain files do.
+/// @return a failure if it cannot be read
+ZELTRA_API AResult FindGainFile(const std::string& path, bool& isOne);
 
 }  // namespace zeltra
 
