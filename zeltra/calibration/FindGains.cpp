@@ -36,7 +36,7 @@ AResult FindTableGains(AUVXInput& input, const std::string& code, int version, A
   return GainsOfTable(*table, gains, remarks);
 }
 
-// A list as one text for each of its numbers.
+// The name of a number in a list, empty where it has none.
 template <typename Entry>
 std::string NameOf(const std::vector<Entry>& list, int number) {
   for (const Entry& entry : list) {
@@ -93,7 +93,12 @@ AResult FindGains(AUVXInput& input, const std::string& name, AGains& gains, std:
   AGains ours;
   if (AResult result = LoadGains(text, gains); !result) return result;
   if (AResult result = DescribeGains(input, ours); !result) return result;
-  return CheckFit(gains, ours, input.path());
+  if (AResult result = CheckFit(gains, ours, input.path()); !result) return result;
+  // A gain file need not tell what the visibilities tell as well.
+  if (gains.antennas.empty()) gains.antennas = ours.antennas;
+  if (gains.sources.empty()) gains.sources = ours.sources;
+  if (gains.frequencies.empty()) gains.frequencies = ours.frequencies;
+  return AResult::Ok();
 }
 
 AResult CopyWithGains(AUVXInput& from, const std::string& to, const AGains& gains, const JobOptions& options,
