@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "tests/support/TempFile.h"
+#include "zeltra/calibration/ApplyGains.h"
 #include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/ops/AUVXFluxes.h"
@@ -66,6 +67,13 @@ void Rewrite(AUVXInput& input, const std::string& to) {
   UVWDifference difference;
   (void)RecomputeUVW(input, to, uvw, difference);
   (void)ExportUVFITS(input.path(), to, uvw);
+  ApplyOptions apply;
+  apply.overwrite = true;
+  apply.sync = false;
+  for (const char* table : {"SN", "CL"}) {
+    apply.gains = table;
+    (void)ApplyGains(input, to, apply, nullptr);
+  }
 }
 
 template <typename Options>

@@ -77,6 +77,8 @@ int Run(std::vector<std::string> arguments) {
   AddShiftCommand(app, session);
   AddPlanCommand(app, session);
   AddJoinCommand(app, session);
+  AddGainsCommand(app, session);
+  AddApplyCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);
