@@ -90,7 +90,13 @@ AResult AverageIntoFile(UVXInput& input, const Arguments& arguments, Session& se
   return result;
 }
 
+std::string OutputName(const Arguments& arguments) {
+  const std::optional<PartShare>& share = arguments.options.share;
+  return share ? share->FileName(arguments.output) : arguments.output;
+}
+
 AResult RunAverage(Arguments& arguments, Session& session) {
+  if (arguments.options.share && arguments.output.empty()) throw CLI::RequiredError("-o, with --part,");
   // The lists of the input are freed before those of the output are read: either may have millions of scans.
   {
     UVXInput input;
@@ -98,7 +104,7 @@ AResult RunAverage(Arguments& arguments, Session& session) {
     if (arguments.output.empty()) return input.Settle(PrintAverages(input, arguments, session));
     if (AResult result = AverageIntoFile(input, arguments, session); !result) return result;
   }
-  ReportUVX(session, arguments.output);
+  ReportUVX(session, OutputName(arguments));
   return AResult::Ok();
 }
 

@@ -91,18 +91,25 @@ void AddOptions(CLI::App& command, const AJobDescription& description, JobOption
 /// @param count  how many; negative: all
 std::vector<PrintedColumn> PrintedColumns(const AJobDescription& description, TableFormat format, int count = -1);
 
+void AddApplyCommand(CLI::App& app, Session& session);
 void AddAverageCommand(CLI::App& app, Session& session);
 void AddClosureCommand(CLI::App& app, Session& session);
 void AddCopyCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);
+void AddFrequencyCommands(CLI::App& app, Session& session);
+void AddFlagCommand(CLI::App& app, Session& session);
+void AddGainsCommand(CLI::App& app, Session& session);
 void AddImageCommand(CLI::App& app, Session& session);
 void AddImportCommand(CLI::App& app, Session& session);
 void AddInfoCommand(CLI::App& app, Session& session);
+void AddJoinCommand(CLI::App& app, Session& session);
 void AddLoopsCommand(CLI::App& app, Session& session);
 void AddManualCommand(CLI::App& app, Session& session);
+void AddPlanCommand(CLI::App& app, Session& session);
 void AddPlotCommand(CLI::App& app, Session& session);
 void AddRecordsCommand(CLI::App& app, Session& session);
 void AddRegisterCommand(CLI::App& app, Session& session);
+void AddShiftCommand(CLI::App& app, Session& session);
 void AddSimulateCommand(CLI::App& app, Session& session);
 void AddTableCommand(CLI::App& app, Session& session);
 void AddUVWCommand(CLI::App& app, Session& session);

@@ -15,6 +15,10 @@ void CheckedFile::Note(bool isDone) {
   error_ = errno;
 }
 
+int CheckedFile::Create(const char* path) {
+  return OpenWith(path, AFile::Create | AFile::ReadWrite | AFile::Binary, platform::kEverybody);
+}
+
 int CheckedFile::Seek(const int64& pos) {
   const int result = AFile::Seek(pos);
   Note(result || descriptor() < 0);
@@ -99,7 +103,7 @@ AResult OutputFile::Create(const std::string& path, const JobOptions& options, c
   if (!overwrite_ && isThere) return AResult::Fail(path + ": exists already and is not replaced unasked");
   if (!input.empty() && IsSameFile(path, input)) return AResult::Fail(path + ": is the file that is read");
   const std::string temporary = TemporaryNameFor(target_);
-  if (!file_.Open(temporary.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary)) {
+  if (!file_.Create(temporary.c_str())) {
     return AResult::Fail(path + ": cannot be created: " + ReasonOf(errno));
   }
   temporary_ = temporary;

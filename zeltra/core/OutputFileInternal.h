@@ -15,10 +15,13 @@ namespace zeltra {
 /// elsewhere, and the classes that write headers and tables do not report failures.
 class CheckedFile : public AFile {
  public:
+  /// Create a file, or empty one, as programs mostly do: for everybody whom the process's mask lets through.
+  int Create(const char* path);
   int Seek(const int64& pos) override;
   int64 Tell() override;
   int Read(void* buf, int n) override;
   int Write(void* buf, int n) override;
+  using AFile::Write;
   int64 GetFileSize() override;
   int Trunc() override;
   /// Wait until the disk holds what was written, if AtClose asked for that. @return false if it does not

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <numbers>
 
+#include "zeltra/image/FFT.h"
 #include "zeltra/platform/VectorsInternal.h"
 
 // The textbook transform (bit reversal, then radix-2 butterflies with growing half-size h) does the same arithmetic on

@@ -9,9 +9,6 @@
 
 namespace zeltra {
 
-/// Whether MT_FFT_Matr_D transforms lines of n values.
-bool IsFFTLength(int n);
-
 /// The factors exp(i dir pi k / h), k = 0 .. h-1, for every stage of a transform of n values. The h factors for the
 /// stage that combines transforms of h values into those of 2h begin at index h - 1.
 std::vector<std::complex<double>> FFTTwiddles(int n, int dir);

@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 #include "zeltra/core/BlockWriterInternal.h"
@@ -26,15 +25,13 @@ AMapHeader HeaderOf(const DirtyImage& image) {
   SetFieldText(header.source, sizeof header.source, image.source);
   SetFieldText(header.unit, sizeof header.unit, image.unit);
   header.stokes = image.stokes;
-  const double beam[4] = {image.shape.major, image.shape.minor, image.shape.angle, 0};
-  static_assert(sizeof beam == sizeof header.beam.data);
-  std::memcpy(header.beam.data, beam, sizeof beam);
+  header.beam.SetShape(image.shape);
   return header;
 }
 
 // Everything but the pixels and their range.
 bool StorePrologue(const DirtyImage& image, AMapFile& file) {
-  AMapHeader header = HeaderOf(image);
+  const AMapHeader header = HeaderOf(image);
   const int size = image.map.Lines();
   const double first = -size / 2 * image.cell, last = (size / 2 - 1) * image.cell;
   TMinMax ranges;
@@ -158,7 +155,8 @@ AResult ImageFiles::Store(const DirtyImage& image, const std::string& picture) {
   if (result && outputs->beam) result = WriteMap(image, image.beam, *outputs->beam);
   if (result && outputs->fits) result = WriteFITSImage(image, *outputs->fits);
   if (result && outputs->picture) {
-    WriteWhole(outputs->picture->file(), picture.data(), static_cast<int64>(picture.size()));
+    const auto bytes = static_cast<int64>(picture.size());
+    if (!WriteWhole(outputs->picture->file(), picture.data(), bytes)) result = outputs->picture->WriteError();
   }
   return result ? outputs->files.Commit() : result;
 }

@@ -48,7 +48,7 @@ int Exchanged(int code) {
 struct ClosureRow {
   double time;
   double value, sigma;
-  std::int32_t source, place;
+  std::int32_t part, source, place;
   std::uint8_t antennas[4];
 };
 
@@ -177,6 +177,7 @@ AResult Closer::Run(const ClosureSink& sink, AClosureCounts* counts) {
       ClosureRow row;
       std::memcpy(&row, bytes.data() + at, sizeof row);
       AClosure closure;
+      closure.part = row.part;
       closure.time = row.time;
       closure.source = row.source;
       Describe(row.place, closure);
@@ -264,6 +265,7 @@ bool Closer::AppendValue(const Interval& interval, ClosureTerms& terms, std::vec
   const int corners = options_.amplitudes ? 4 : 3;
   for (const ClosureTerm& term : terms) {
     ClosureRow row = {};
+    row.part = interval.part;
     row.time = interval.time;
     row.source = interval.stream.source;
     row.place = term.value();

@@ -34,6 +34,7 @@ struct ClosureOptions : IntervalOptions {
 /// A closure phase, arg(V12 V23 conj(V13)), or a closure amplitude, log(|V12| |V34| / (|V13| |V24|)). IF, channel and
 /// polarisation are unset for a mean over several.
 struct AClosure {
+  int part = 0;     ///< place in the plan of parts (PlanParts), from 0
   double time = 0;  ///< Julian date: the weighted mean of the records' times in the interval
   int source = 0;
   int stokes = 0;        ///< polarisation code; 0: a mean

@@ -25,6 +25,14 @@ ZELTRA_INLINE FourComplexes LoadComplexes(const char* from) {
           Shuffle<0, 1, 4, 7>(Shuffle<2, 5, 5, 5>(a, b), c)};
 }
 
+/// The lanes of values that count: their weight is above 0 and their numbers are finite.
+ZELTRA_INLINE auto CountingLanes(const FourComplexes& values) {
+  const Float4 none = {};
+  // A number minus itself is 0, unless it is infinite or none.
+  const Float4 odd = (values.re - values.re) + (values.im - values.im) + (values.weight - values.weight);
+  return (values.weight > none) & (odd == none);
+}
+
 }  // namespace zeltra
 
 #endif  // ZELTRA_OPS_FOURCOMPLEXESINTERNAL_H_

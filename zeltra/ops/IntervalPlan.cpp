@@ -183,9 +183,12 @@ void IntervalPlan::Cut(const std::vector<double>& bounds) {
   std::erase_if(parts_, [this](const IntervalPart& part) {
     return part.ranges.empty() || !clock_.MaySelect(part.begin, part.end);
   });
-  for (const IntervalPart& part : parts_) {
-    for (const RecordRange& range : part.ranges) records_ += range.end - range.first;
-  }
+}
+
+int64 IntervalPlan::RecordsOf(int part) const {
+  int64 records = 0;
+  for (const RecordRange& range : parts_[static_cast<size_t>(part)].ranges) records += range.end - range.first;
+  return records;
 }
 
 // The first record of a stretch, from `from` on, that is not earlier than a time.

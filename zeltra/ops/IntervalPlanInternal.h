@@ -81,8 +81,8 @@ class IntervalPlan {
   const IntervalClock& clock() const { return clock_; }
   const std::vector<IntervalPart>& parts() const { return parts_; }
   const std::vector<IntervalStream>& streams() const { return streams_; }
-  /// Number of records in all parts.
-  int64 records() const { return records_; }
+  /// Records of a part.
+  int64 RecordsOf(int part) const;
   /// Index in streams() for the records of a scan, given by its place in the index; -1 if it is not selected.
   int StreamOf(int scan) const;
   /// Time of a record, a Julian date; NaN if it cannot be read.
@@ -118,7 +118,6 @@ class IntervalPlan {
   IntervalClock clock_;
   std::vector<Stretch> stretches_;
   std::vector<IntervalPart> parts_;
-  int64 records_ = 0;
 };
 
 }  // namespace zeltra

@@ -46,9 +46,7 @@ template <bool weighted>
 ZELTRA_INLINE void AddFour(Planes& to, const char* from) {
   const FourComplexes values = LoadComplexes(from);
   const Float4 none = {};
-  // A number minus itself is 0 unless it is infinite or NaN.
-  const Float4 odd = (values.re - values.re) + (values.im - values.im) + (values.weight - values.weight);
-  const auto counts = (values.weight > none) & (odd == none);
+  const auto counts = CountingLanes(values);
   const Float4 re = Select(counts, values.re, none), im = Select(counts, values.im, none);
   const Float4 weight = Select(counts, values.weight, none);
   const Float4 share = weighted ? weight : Select(counts, All<Float4>(1), none);

@@ -12,7 +12,11 @@ namespace zeltra {
 /// Reads runs of records. Each thread has a reader of its own; they share the open file.
 class RecordReader {
  public:
-  explicit RecordReader(AUVXInput& input);
+  /// Large enough that requests do not count, small enough that the records are still in the processor's cache when
+  /// they are looked at.
+  static constexpr int kBlockBytes = 1 << 19;
+
+  explicit RecordReader(AUVXInput& input, int blockBytes = kBlockBytes);
 
   int recordBytes() const { return recordBytes_; }
   /// Read records from `first` on, as many as the block holds, stopping before `end`.

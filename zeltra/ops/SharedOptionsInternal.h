@@ -128,6 +128,27 @@ void DescribeIntervals(AJobDescriber<Options>& job, const SelectionForm& form) {
   DescribeInterval(job, &Options::interval).Required();
 }
 
+/// --part.
+template <typename Options>
+void DescribeShare(AJobDescriber<Options>& job, const std::string& help) {
+  job.Parsed(
+         "part",
+         [](const std::string& text, Options& o) {
+           const size_t slash = text.find('/');
+           PartShare& share = o.share.emplace();
+           const bool isRead = slash != std::string::npos && strToVal(text.substr(0, slash), share.number) &&
+                               strToVal(text.substr(slash + 1), share.count);
+           if (isRead && share.number >= 1 && share.number <= share.count && share.count <= PartShare::kMost) {
+             return AResult::Ok();
+           }
+           return AResult::Fail(text + ": not K/N with K from 1 to N and N up to " + std::to_string(PartShare::kMost));
+         },
+         [](const Options&) { return std::string(); }, help)
+      .Form("K/N")
+      .Otherwise("all parts")
+      .KeepsResult();
+}
+
 /// --mode and --mean.
 template <typename Options>
 void DescribeMeans(AJobDescriber<Options>& job) {

@@ -15,14 +15,23 @@ enum OpenMode : int { kWriteOnly = 0x1, kReadWrite = 0x2, kCreate = 0x100, kTrun
 
 // Functions that fail set errno, on every system; 0 there means that no call failed but the file ended.
 
-/// Open with the flags of AFile::Open, without locking others out. @return the descriptor, or -1
-int OpenDescriptor(const char* path, int mode);
+/// Read and write for the owner alone.
+inline constexpr int kOwnerOnly = 0600;
+/// The same for everybody whom the process's mask lets through, as programs mostly create files.
+inline constexpr int kEverybody = 0666;
+
+/// Open with the flags of AFile::Open, sharing denied to nobody.
+/// @param permissions  POSIX permission bits of a file that is created, before the process's mask
+/// @return the descriptor, or -1
+int OpenDescriptor(const char* path, int mode, int permissions);
 bool CloseDescriptor(int descriptor);
-/// @return bytes moved, fewer than `count` only at the end of the file or on a full disk; -1 if none could be moved
+/// Ask the system once, and again only where it has cut a request that was too large for it.
+/// @return bytes moved, as many as came; -1 if none could be moved
 int64 ReadDescriptor(int descriptor, void* buffer, int64 count);
-/// The same from a given position, from any number of threads at once; the descriptor's own position is undefined
-/// afterwards.
+/// Read from a position on, by any number of threads at once; the descriptor's own position is undefined afterwards.
+/// @return bytes moved, fewer than `count` only at the end of the file; -1 if none could be moved
 int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count);
+/// @return bytes moved, fewer than `count` only where the system refuses more; -1 if none could be moved
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count);
 /// @return the new position, or -1
 int64 SeekDescriptor(int descriptor, int64 position);
@@ -45,9 +54,7 @@ bool SyncDescriptor(int descriptor);
 /// as done.
 bool SyncFolderOf(const std::string& path);
 
-/// Read and write for the owner alone.
-inline constexpr int kOwnerOnly = 0600;
-/// Who may read, write and run an existing file: its POSIX permission bits; -1 if the system has none.
+/// Who may read, write and run an existing file: its POSIX permission bits; -1 where the system has none.
 int PermissionsOf(const std::string& path);
 /// @return false if the file ends up with other permissions
 bool SetPermissions(int descriptor, int permissions);

@@ -21,8 +21,8 @@ constexpr int kPermissions = 0777;
 // More links than this are taken for a loop, as the system does.
 constexpr int kMostLinks = 40;
 
-// Linux moves at most 0x7ffff000 bytes a call.
-constexpr int64 kLargestTransfer = 0x40000000;
+// What Linux moves in one call at most.
+constexpr int64 kLargestTransfer = 0x7ffff000;
 
 std::atomic<int>* caught = nullptr;
 
@@ -45,26 +45,29 @@ bool IsFolder(int descriptor) {
   return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+enum class ShortStep { Ends, GoesOn };
+
 template <typename Call>
-int64 MoveAll(int64 count, Call call) {
+int64 Move(int64 count, ShortStep shortStep, Call call) {
   int64 moved = 0;
   while (moved < count) {
-    const ssize_t step = call(moved, static_cast<size_t>(std::min(count - moved, kLargestTransfer)));
+    const int64 wanted = std::min(count - moved, kLargestTransfer);
+    const ssize_t step = call(moved, static_cast<size_t>(wanted));
     if (step < 0 && errno == EINTR) continue;
     if (step == 0) errno = 0;
     if (step <= 0) return moved > 0 || step == 0 ? moved : -1;
     moved += step;
+    if (step < wanted && shortStep == ShortStep::Ends) break;
   }
   return moved;
 }
 
 }  // namespace
 
-int OpenDescriptor(const char* path, int mode) {
-  // Read and write for everybody whom the process's mask lets through, as other programs create files.
+int OpenDescriptor(const char* path, int mode, int permissions) {
   int descriptor = -1;
   do {
-    descriptor = ::open(path, SystemFlags(mode), 0666);
+    descriptor = ::open(path, SystemFlags(mode), static_cast<mode_t>(permissions));
   } while (descriptor < 0 && errno == EINTR);
   // A folder opens for reading and has a size, but no bytes. Refuse it as a file, on every system.
   if (descriptor >= 0 && IsFolder(descriptor)) {
@@ -80,18 +83,19 @@ bool CloseDescriptor(int descriptor) {
 }
 
 int64 ReadDescriptor(int descriptor, void* buffer, int64 count) {
-  return MoveAll(count, [=](int64 done, size_t n) { return ::read(descriptor, static_cast<char*>(buffer) + done, n); });
+  return Move(count, ShortStep::Ends,
+              [=](int64 done, size_t n) { return ::read(descriptor, static_cast<char*>(buffer) + done, n); });
 }
 
 int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count) {
-  return MoveAll(count, [=](int64 done, size_t n) {
+  return Move(count, ShortStep::GoesOn, [=](int64 done, size_t n) {
     return ::pread(descriptor, static_cast<char*>(buffer) + done, n, position + done);
   });
 }
 
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count) {
-  return MoveAll(count,
-                 [=](int64 done, size_t n) { return ::write(descriptor, static_cast<const char*>(buffer) + done, n); });
+  return Move(count, ShortStep::GoesOn,
+              [=](int64 done, size_t n) { return ::write(descriptor, static_cast<const char*>(buffer) + done, n); });
 }
 
 int64 SeekDescriptor(int descriptor, int64 position) {
@@ -263,8 +267,8 @@ int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) 
     return 1;
   }
   if (errno == EEXIST) return 0;
-  // Without links an empty file reserves the name.
-  const int holder = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  // Where there are no links either, an empty file takes the name for this one.
+  const int holder = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, platform::kEverybody);
   if (holder < 0) return 0;
   ::close(holder);
   if (::rename(from.c_str(), to.c_str()) == 0) return 1;

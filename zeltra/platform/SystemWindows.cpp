@@ -22,7 +22,7 @@ namespace platform {
 namespace {
 
 // The runtime counts a transfer in 32-bit signed integers.
-constexpr int64 kLargestTransfer = 0x40000000;
+constexpr int64 kLargestTransfer = 0x7ffff000;
 
 std::atomic<int>* caught = nullptr;
 
@@ -49,14 +49,18 @@ int SystemFlags(int mode) {
   return flags | _O_NOINHERIT;
 }
 
+enum class ShortStep { Ends, GoesOn };
+
 template <typename Call>
-int64 MoveAll(int64 count, Call call) {
+int64 Move(int64 count, ShortStep shortStep, Call call) {
   int64 moved = 0;
   while (moved < count) {
-    const int step = call(moved, static_cast<unsigned>(std::min(count - moved, kLargestTransfer)));
+    const int64 wanted = std::min(count - moved, kLargestTransfer);
+    const int step = call(moved, static_cast<unsigned>(wanted));
     if (step == 0) errno = 0;
     if (step <= 0) return moved > 0 || step == 0 ? moved : -1;
     moved += step;
+    if (step < wanted && shortStep == ShortStep::Ends) break;
   }
   return moved;
 }
@@ -123,7 +127,8 @@ std::string Narrow(const wchar_t* wide) {
   return text;
 }
 
-int OpenDescriptor(const char* path, int mode) {
+// Of POSIX permissions the system knows read-only alone, which no file that is created gets.
+int OpenDescriptor(const char* path, int mode, int) {
   int descriptor = -1;
   const int error = _wsopen_s(&descriptor, Wide(path).c_str(), SystemFlags(mode), _SH_DENYNO, _S_IREAD | _S_IWRITE);
   if (error == 0) return descriptor;
@@ -136,13 +141,13 @@ bool CloseDescriptor(int descriptor) {
 }
 
 int64 ReadDescriptor(int descriptor, void* buffer, int64 count) {
-  return MoveAll(count,
-                 [=](int64 done, unsigned n) { return _read(descriptor, static_cast<char*>(buffer) + done, n); });
+  return Move(count, ShortStep::Ends,
+              [=](int64 done, unsigned n) { return _read(descriptor, static_cast<char*>(buffer) + done, n); });
 }
 
 int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count) {
   const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
-  return MoveAll(count, [=](int64 done, unsigned n) {
+  return Move(count, ShortStep::GoesOn, [=](int64 done, unsigned n) {
     OVERLAPPED place = {};
     place.Offset = static_cast<DWORD>(position + done);
     place.OffsetHigh = static_cast<DWORD>((position + done) >> 32);
@@ -153,8 +158,8 @@ int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count
 }
 
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count) {
-  return MoveAll(
-      count, [=](int64 done, unsigned n) { return _write(descriptor, static_cast<const char*>(buffer) + done, n); });
+  return Move(count, ShortStep::GoesOn,
+              [=](int64 done, unsigned n) { return _write(descriptor, static_cast<const char*>(buffer) + done, n); });
 }
 
 int64 SeekDescriptor(int descriptor, int64 position) {

@@ -36,6 +36,9 @@ class SVG {
   /// @param angle  degrees, clockwise
   void Ellipse(double x, double y, double across, double up, double angle, const char* colour, double width);
 
+  /// Two drawings as one, the second below the first.
+  static std::string Stacked(const std::string& first, const std::string& second);
+
   /// The whole file.
   std::string Finish() const { return text_ + "</svg>\n"; }
 
