@@ -8,6 +8,7 @@
 #include "zeltra/analysis/ABaseLine.h"
 #include "zeltra/analysis/AClosePhaseArray.h"
 #include "zeltra/analysis/AUVXTimeMeanArray.h"
+#include "zeltra/calibration/AGainArray.h"
 #include "zeltra/calibration/ComponentModel.h"
 #include "zeltra/calibration/ModelPrediction.h"
 #include "zeltra/core/AArray.h"
