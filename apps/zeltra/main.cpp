@@ -72,6 +72,7 @@ int Run(std::vector<std::string> arguments) {
   AddLoopsCommand(app, session);
   AddCopyCommand(app, session);
   AddUVWCommand(app, session);
+  AddSolveCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);

@@ -69,6 +69,13 @@ struct ZELTRA_API SolveReport {
 /// @param gains  receives them, sorted; those that could not be found have a weight of 0
 ZELTRA_API AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGainArray& gains, SolveReport& report);
 
+/// The same with an output: a gain file where the name ends in ".gain", else a UVX file with the records and tables of the
+/// input and one more table "SN".
+ZELTRA_API AResult SolveGains(AUVXInput& from, const std::string& to, const SolveOptions& options, SolveReport& report);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& SolveDescription();
+
 /// Why an antenna has no gain, as people say it.
 ZELTRA_API std::string FaultText(GainFault fault);
 
