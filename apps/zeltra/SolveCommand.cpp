@@ -26,8 +26,9 @@ AResult PrintCounts(const Arguments& arguments, const AUVXContents& contents, co
   for (const auto& [antenna, counts] : report.antennas) {
     printer.Integer(antenna);
     printer.Text(contents.AntennaName(antenna));
-    for (const GainFault fault : {GainFault::None, GainFault::NoData, GainFault::TooFewAntennas, GainFault::NotConnected,
-                                  GainFault::Undetermined, GainFault::LowSNR, GainFault::NotConverged}) {
+    for (const GainFault fault :
+         {GainFault::None, GainFault::NoData, GainFault::TooFewAntennas, GainFault::NotConnected,
+          GainFault::Undetermined, GainFault::LowSNR, GainFault::NotConverged}) {
       const auto found = counts.find(fault);
       printer.Integer(found == counts.end() ? 0 : found->second);
     }
@@ -39,10 +40,12 @@ AResult PrintCounts(const Arguments& arguments, const AUVXContents& contents, co
 
 void ReportFit(const SolveReport& report, const std::string& to, Session& session) {
   const int64 solved = report.solved(), all = solved + report.failed();
-  std::string sentence = to + ": " + std::to_string(solved) + " of " + std::to_string(all) + " gains in " + std::to_string(report.intervals) + " intervals";
+  std::string sentence = to + ": " + std::to_string(solved) + " of " + std::to_string(all) + " gains in " +
+                         std::to_string(report.intervals) + " intervals";
   if (report.visibilities > 0) {
     const double count = 2 * static_cast<double>(report.visibilities);
-    sentence += "; chi^2/2N of " + std::to_string(report.visibilities) + " visibilities " + RoundedNumber(report.chi2Before / count, 4) + ", with gains " +
+    sentence += "; chi^2/2N of " + std::to_string(report.visibilities) + " visibilities " +
+                RoundedNumber(report.chi2Before / count, 4) + ", with gains " +
                 RoundedNumber(report.chi2After / count, 4);
   }
   if (report.unsolved > 0) sentence += "; " + std::to_string(report.unsolved) + " visibilities without gains";
@@ -63,7 +66,8 @@ AResult Solve(Arguments& arguments, Session& session) {
 
 void AddSolveCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  AddCommand(app, session, SolveDescription(), {arguments->options, {&arguments->from, &arguments->to}, &arguments->format},
+  AddCommand(app, session, SolveDescription(),
+             {arguments->options, {&arguments->from, &arguments->to}, &arguments->format},
              [arguments, &session] { return Solve(*arguments, session); });
 }
 

@@ -9,13 +9,19 @@ namespace {
 AJobDescription DescribeSolve() {
   AJobDescriber<SolveOptions> job(
       "solve", "Solve for the gains of antennas with a model of the source",
-      "The gains g of V = g_p M conj(g_q), M being what the model says of a baseline, for every interval, source, setup, IF and "
-      "hand. The two parallel hands are solved, or Stokes I in a file without hands; autocorrelations and flagged values do not "
-      "count. A UVX file of gains has the records and tables of the input and one more table SN; zeltra apply corrects records by "
+      "The gains g of V = g_p M conj(g_q), M being what the model says of a baseline, for every interval, source, "
+      "setup, IF and "
+      "hand. The two parallel hands are solved, or Stokes I in a file without hands; autocorrelations and flagged "
+      "values do not "
+      "count. A UVX file of gains has the records and tables of the input and one more table SN; zeltra apply corrects "
+      "records by "
       "it. OUT.gain holds the gains alone.\n\n"
-      "A line an antenna tells how many gains it has, and why it lacks others: in an interval there are too few antennas with "
-      "visibilities of each other (--min-antennas), it is not connected with the others, the amplitudes are not determined, the "
-      "signal-to-noise ratio is low (--snr), or the solution has not converged after 1000 iterations. Gains that were not found "
+      "A line an antenna tells how many gains it has, and why it lacks others: in an interval there are too few "
+      "antennas with "
+      "visibilities of each other (--min-antennas), it is not connected with the others, the amplitudes are not "
+      "determined, the "
+      "signal-to-noise ratio is low (--snr), or the solution has not converged after 1000 iterations. Gains that were "
+      "not found "
       "have weight 0. Chi^2 is that of the visibilities whose two antennas have gains, over twice their number.\n\n"
       "The phase of the reference antenna is 0 in both hands, so the difference of its two phases is lost.");
   job.Input(UVXInputFile());
@@ -24,7 +30,8 @@ AJobDescription DescribeSolve() {
   job.Output(out);
   // The name of a file says nothing to whoever reads the history of the output elsewhere.
   job.Option("model", &SolveOptions::model,
-             "a list of components (.mod), a FITS image with a table AIPS CC, point or point=JY, or visibilities with the same records")
+             "a list of components (.mod), a FITS image with a table AIPS CC, point or point=JY, or visibilities with "
+             "the same records")
       .Form("MODEL")
       .Required()
       .KeepsResult();
@@ -33,7 +40,8 @@ AJobDescription DescribeSolve() {
       "phases (p), amplitudes and phases (ap), or the amplitudes of such gains (a)");
   DescribeInterval(job, &SolveOptions::interval);
   DescribeSelection(job, {.leftOut = kStokes, .sources = "each by itself"});
-  job.Option("refant", &SolveOptions::references, "antennas, numbers or names, of which the first that has a gain has phase 0")
+  job.Option("refant", &SolveOptions::references,
+             "antennas, numbers or names, of which the first that has a gain has phase 0")
       .Form("N|NAME[,...]")
       .Otherwise("the antenna with the most gains");
   job.Option("min-antennas", &SolveOptions::minAntennas, "antennas that an interval needs")
@@ -45,9 +53,10 @@ AJobDescription DescribeSolve() {
   job.Choice<bool SolveOptions::*, bool>("pols", &SolveOptions::handsTogether, {{"apart", false}, {"together", true}},
                                          "a gain for each hand, or one for both");
   using Normalization = SolveOptions::Normalization;
-  job.Choice<Normalization SolveOptions::*, Normalization>(
-         "normalize", &SolveOptions::normalization, {{"all", Normalization::All}, {"none", Normalization::None}},
-         "make the geometric mean of the amplitudes of each hand and IF 1, so that the flux stays, or leave them as they are")
+  job.Choice<Normalization SolveOptions::*, Normalization>("normalize", &SolveOptions::normalization,
+                                                           {{"all", Normalization::All}, {"none", Normalization::None}},
+                                                           "make the geometric mean of the amplitudes of each hand and "
+                                                           "IF 1, so that the flux stays, or leave them as they are")
       .Otherwise("all, unless --mode p");
   job.Option("robust", &SolveOptions::robust,
              "leave out baselines that lie far off, in passes whose bound falls from 7 to 2.2 times the rms");

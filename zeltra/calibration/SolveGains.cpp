@@ -6,9 +6,14 @@
 #include <cstring>
 #include <utility>
 
+#include "zeltra/calibration/GainTables.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
+#include "zeltra/ops/KeptScansInternal.h"
+#include "zeltra/ops/RecordWalk.h"
+#include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
@@ -17,6 +22,7 @@ using Complex = std::complex<double>;
 
 // An interval is at least this long, seconds, so that the times of its records lie within it whatever their last bits.
 constexpr double kShortest = 0.01;
+constexpr std::string_view kGainEnding = ".gain";
 
 // The values of a record that are solved for.
 struct SolvedValues {
@@ -149,8 +155,14 @@ struct ChiSums {
 
 class Solver {
  public:
-  Solver(AUVXInput& from, const SolveOptions& options, AGainArray& gains, SolveReport& report)
-      : from_(from), contents_(from.contents()), options_(options), model_(from), gains_(gains), report_(report) {}
+  Solver(AUVXInput& from, const SolveOptions& options, AGains& gains, SolveReport& report)
+      : from_(from),
+        contents_(from.contents()),
+        options_(options),
+        model_(from),
+        header_(gains.header),
+        gains_(gains.list),
+        report_(report) {}
 
   AResult Run();
 
@@ -174,6 +186,7 @@ class Solver {
   void Normalize();
   void Report();
   size_t SharedGroup(size_t group) const;
+  bool isNormalized() const;
   GainSolver::Options SolverOptions() const;
 
   AUVXInput& from_;
@@ -185,6 +198,7 @@ class Solver {
   std::vector<std::map<int, SolvedGain>> last_;  // of each group, by antenna
   std::vector<ChiSums> chi_;                     // of each group
   std::vector<Span> spans_;
+  AGainFileHdr& header_;
   AGainArray& gains_;
   SolveReport& report_;
 };
@@ -213,6 +227,8 @@ AResult Solver::Run() {
   if (!result) return result;
   if (gains_.count() == 0)
     return AResult::Fail(from_.path() + ": no visibility of two antennas counts, so there are no gains to solve for");
+  header_.mode = options_.mode == GainMode::Phase ? 0 : 1;
+  header_.normalised = isNormalized() ? 1 : 0;
   Refer();
   Normalize();
   Report();
@@ -338,7 +354,7 @@ void Solver::Keep(const SolveHead& head, size_t group, const std::vector<int>& a
     item.subarray = static_cast<int16_t>(head.subarray);
     item.antenna = static_cast<uint8_t>(antennas[i]);
     item.ifIndex = static_cast<int16_t>(values_.IFs[group / hands]);
-    item.hand = static_cast<int8_t>(group % hands);
+    item.hand = static_cast<int8_t>(HandOf(contents_.header().stokes(values_.hands[group % hands])));
     const bool isGood = solved[i].fault == GainFault::None;
     item.weight = isGood ? static_cast<float>(solved[i].snr) : 0;
     if (isGood) item.SetGain(solved[i].gain);
@@ -412,10 +428,14 @@ void Solver::Refer() {
   }
 }
 
+bool Solver::isNormalized() const {
+  using Normalization = SolveOptions::Normalization;
+  const bool hasAmplitudes = options_.mode != GainMode::Phase;
+  return options_.normalization == Normalization::All ||
+         (options_.normalization == Normalization::Auto && hasAmplitudes);
+}
+
 void Solver::Normalize() {
-  const bool isWanted =
-      options_.normalization == SolveOptions::Normalization::All ||
-      (options_.normalization == SolveOptions::Normalization::Auto && options_.mode != GainMode::Phase);
   std::map<std::pair<int, int>, std::pair<double, int64>> logarithms;  // of each IF and hand
   for (int i = 0; i < gains_.count(); ++i) {
     const AGainArrayItem& item = gains_(i);
@@ -426,14 +446,15 @@ void Solver::Normalize() {
   }
   std::map<std::pair<int, int>, double> factors;
   for (const auto& [key, sum] : logarithms)
-    factors[key] = isWanted ? std::exp(-sum.first / static_cast<double>(sum.second)) : 1;
+    factors[key] = isNormalized() ? std::exp(-sum.first / static_cast<double>(sum.second)) : 1;
   for (int i = 0; i < gains_.count(); ++i) {
     AGainArrayItem& item = gains_(i);
     if (item.isValid()) item.SetGain(factors[{item.ifIndex, item.hand}] * item.gain());
   }
   const size_t hands = values_.hands.size();
   for (size_t group = 0; group < chi_.size(); ++group) {
-    const auto factor = factors.find({values_.IFs[group / hands], static_cast<int>(group % hands)});
+    const auto factor =
+        factors.find({values_.IFs[group / hands], HandOf(contents_.header().stokes(values_.hands[group % hands]))});
     report_.chi2Before += chi_[group].Before();
     report_.chi2After += chi_[group].After(factor == factors.end() ? 1 : factor->second);
     report_.visibilities += chi_[group].count;
@@ -446,6 +467,28 @@ void Solver::Report() {
         "the reference antenna has phase 0 in both hands, so the difference of their phases is lost");
   }
   if (report_.solved() == 0) report_.remarks.push_back("no gain could be found");
+}
+
+// The records and tables of the input, and one table more.
+AResult CopyWithTable(AUVXInput& from, const std::string& to, const SolveOptions& options, const AGains& gains) {
+  AUVXTable table;
+  if (AResult result = TableOfGains(gains, "SN", table); !result) return result;
+  if (AResult result = from.CheckTables(); !result) return result;
+  AUVXWriter writer;
+  if (AResult result = writer.Create(to, AUVXHeader(from.uvx()), options, from.path()); !result) return result;
+  KeptScans scans(from, writer, 0);
+  AUVXIntegrationCursor integrations(from.contents().integrations());
+  AResult written = AResult::Ok();
+  AResult result = WalkRecords(from, options, 0, from.uvx().count(), [&](const WalkedRecord& record) {
+    writer.SetIntegration(integrations.Stored(record.index));
+    scans.Enter(record.index);
+    written = writer.Append(record.group, record.values);
+    return static_cast<bool>(written);
+  });
+  if (!written) return written;
+  if (result) result = CopyTables(from, writer, SolveDescription().Command(options));
+  if (result) result = writer.AddTable(table);
+  return result ? writer.Finish() : result;
 }
 
 }  // namespace
@@ -487,9 +530,18 @@ std::string FaultText(GainFault fault) {
   return "";
 }
 
-AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGainArray& gains, SolveReport& report) {
+AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGains& gains, SolveReport& report) {
+  if (AResult result = DescribeGains(from, gains); !result) return from.Settle(result);
   AResult result = Solver(from, options, gains, report).Run();
   return from.Settle(result);
+}
+
+AResult SolveGains(AUVXInput& from, const std::string& to, const SolveOptions& options, SolveReport& report) {
+  AGains gains;
+  if (AResult result = SolveGains(from, options, gains, report); !result) return result;
+  const bool isGainFile =
+      std::string_view(to).substr(to.size() - std::min(to.size(), kGainEnding.size())) == kGainEnding;
+  return isGainFile ? StoreGains(to, gains, options) : from.Settle(CopyWithTable(from, to, options, gains));
 }
 
 }  // namespace zeltra

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zeltra/calibration/AGainArray.h"
+#include "zeltra/calibration/AGainFileHdr.h"
 #include "zeltra/calibration/GainSolver.h"
 #include "zeltra/calibration/VisibilityModel.h"
 #include "zeltra/core/AResult.h"
@@ -66,11 +66,11 @@ struct ZELTRA_API SolveReport {
 ///
 /// Phases of the reference antenna are 0 in both hands, so that the difference of their phases is lost. Where another
 /// antenna has to take its place, that one keeps the phase that it had last.
-/// @param gains  receives them, sorted; those that could not be found have a weight of 0
-ZELTRA_API AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGainArray& gains, SolveReport& report);
+/// @param gains  receives them, sorted, with their observation; those that could not be found have a weight of 0
+ZELTRA_API AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGains& gains, SolveReport& report);
 
-/// The same with an output: a gain file where the name ends in ".gain", else a UVX file with the records and tables of the
-/// input and one more table "SN".
+/// The same with an output: a gain file where the name ends in ".gain", else a UVX file with the records and tables of
+/// the input and one more table "SN".
 ZELTRA_API AResult SolveGains(AUVXInput& from, const std::string& to, const SolveOptions& options, SolveReport& report);
 
 /// What a person may tell the job, and what it gives.
