@@ -79,6 +79,7 @@ int Run(std::vector<std::string> arguments) {
   AddJoinCommand(app, session);
   AddGainsCommand(app, session);
   AddApplyCommand(app, session);
+  AddSolveCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);

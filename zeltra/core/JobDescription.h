@@ -117,10 +117,11 @@ struct ZELTRA_API AJobFile {
   std::vector<std::string> endings;  ///< the name must have one of them; empty: any name will do
 
   bool isOptional = false;  ///< given without an option, but may be left out
+  bool isNeeded = false;    ///< given by an option, but must be named, beside the table if the job prints one
 
   bool isWord() const { return option.empty(); }
   /// A file without an option must normally be named.
-  bool isRequired() const { return isWord() && !isOptional; }
+  bool isRequired() const { return isNeeded || (isWord() && !isOptional); }
   /// @return a failure if the name has none of the endings
   AResult Check(const std::string& path) const;
 };
