@@ -31,7 +31,7 @@ struct AverageFrequencyOptions : JobOptions {
 
 /// Average adjacent channels. Values are weighted by their weights, which are summed; flagged values and those that are
 /// not finite do not count. A mean of flagged values only is flagged: its weight is minus the sum of their absolute
-/// weights, so that it can be restored. With `needsAll` the same applies to a mean that lacks a channel.
+/// weights, so that it can be restored. With `needsAll` a mean that lacks a channel is flagged too.
 ///
 /// Frequencies do not depend on flags: N channels become one at f + (N - 1)/2 x width, of N times the width. IFs are
 /// joined if each begins where the one before it ends, with the same signed width, in every setup. Flags in "FG" are
