@@ -68,6 +68,7 @@
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/ops/SelectedVisibilities.h"
 #include "zeltra/ops/SimulateUVX.h"
+#include "zeltra/ops/SortUVX.h"
 #include "zeltra/ops/UVXSelection.h"
 #include "zeltra/platform/Export.h"
 #include "zeltra/platform/MessageBox.h"

@@ -71,6 +71,7 @@ int Run(std::vector<std::string> arguments) {
   AddClosureCommand(app, session);
   AddLoopsCommand(app, session);
   AddCopyCommand(app, session);
+  AddSortCommand(app, session);
   AddUVWCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
