@@ -11,10 +11,13 @@ import sys
 import tempfile
 import time
 
-# Name, command and options; IN and OUT stand for the files.
+# Name, command and options; IN, SHUFFLED, which is IN in another order, and OUT stand for the files.
 OPERATIONS = [
     ("copy one IF", "copy IN OUT --if 1"),
     ("average 60 s", "average IN --interval 60 -o OUT"),
+    ("sort, in order", "sort IN OUT"),
+    ("sort, shuffled", "sort SHUFFLED OUT"),
+    ("sort, shuffled, 16 MiB", "sort SHUFFLED OUT --memory 16"),
 ]
 
 
@@ -31,7 +34,8 @@ def run(words):
 def main(zeltra, folder=None, size="1", *names):
     folder = tempfile.mkdtemp(dir=folder)
     try:
-        given, copied, out = (os.path.join(folder, name) for name in ("in.uvx", "cp.uvx", "out.uvx"))
+        names_of = ("in.uvx", "shuffled.uvx", "cp.uvx", "out.uvx")
+        given, shuffled, copied, out = (os.path.join(folder, name) for name in names_of)
         # 45 baselines a second of 8 IFs of 16 channels and 4 polarisations are 278,730 bytes.
         minutes = float(size) * 1e9 / 278730 / 60
         run([zeltra, "simulate", given, "--integration", "1", "--ifs", "8", "--channels", "16", "--minutes", str(minutes)])
@@ -39,8 +43,10 @@ def main(zeltra, folder=None, size="1", *names):
         for name, words in OPERATIONS:
             if names and name not in names:
                 continue
+            if "SHUFFLED" in words and not os.path.exists(shuffled):
+                run([zeltra, "sort", given, shuffled, "--order", "UV", "--no-sync", "--quiet"])
             before = run(["cp", given, copied])[0]
-            places = {"IN": given, "OUT": out}
+            places = {"IN": given, "SHUFFLED": shuffled, "OUT": out}
             seconds, memory = run([zeltra] + [places.get(word, word) for word in words.split()] + ["-f", "--no-sync", "--quiet"])
             after = run(["cp", given, copied])[0]
             print("%-24s %6.2f s  %5.2f x cp  %7.1f MiB" % (name, seconds, 2 * seconds / (before + after), memory / 1024),

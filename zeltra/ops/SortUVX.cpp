@@ -25,7 +25,9 @@ constexpr int kCachedRequest = 1 << 12;
 constexpr int kDiskRequest = 1 << 17;
 // Runs on the disk are written, which takes longer than reading them, and read again.
 constexpr int kPassesOfRuns = 4;
-constexpr int kLeastMemory = 1 << 20;
+// Of the memory: blocks, lists and the program itself; but half of it is left for the records.
+constexpr double kOtherMemory = 20 << 20;
+constexpr double kLeastMemory = 1 << 20;
 constexpr int kLeastRecords = 4;
 
 AUVXGroup GroupAt(const char* record) {
@@ -96,7 +98,8 @@ Sorter::Sorter(AUVXInput& from, const std::string& to, const SortOptions& option
       summary_(summary),
       count_(from.uvx().count()),
       recordBytes_(from.uvx().recSize()),
-      memory_(std::max({options.memory, double{kLeastMemory}, double{kLeastRecords} * recordBytes_})),
+      memory_(std::max(
+          {options.memory - kOtherMemory, options.memory / 2, kLeastMemory, double{kLeastRecords} * recordBytes_})),
       bytes_(static_cast<double>(int64{recordBytes_} * count_)),
       keepsKeys_(double{sizeof(SortKey)} * count_ <= memory_ / 2),
       requestBytes_(bytes_ < static_cast<double>(FreeMemory()) / 2 ? kCachedRequest : kDiskRequest),
