@@ -95,6 +95,7 @@ void AddAverageCommand(CLI::App& app, Session& session);
 void AddClosureCommand(CLI::App& app, Session& session);
 void AddCopyCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);
+void AddFrequencyCommands(CLI::App& app, Session& session);
 void AddImageCommand(CLI::App& app, Session& session);
 void AddImportCommand(CLI::App& app, Session& session);
 void AddInfoCommand(CLI::App& app, Session& session);
@@ -105,6 +106,7 @@ void AddRecordsCommand(CLI::App& app, Session& session);
 void AddRegisterCommand(CLI::App& app, Session& session);
 void AddSimulateCommand(CLI::App& app, Session& session);
 void AddSortCommand(CLI::App& app, Session& session);
+void AddSplitCommand(CLI::App& app, Session& session);
 void AddTableCommand(CLI::App& app, Session& session);
 void AddUVWCommand(CLI::App& app, Session& session);
 

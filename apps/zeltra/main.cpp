@@ -72,6 +72,8 @@ int Run(std::vector<std::string> arguments) {
   AddLoopsCommand(app, session);
   AddCopyCommand(app, session);
   AddSortCommand(app, session);
+  AddSplitCommand(app, session);
+  AddFrequencyCommands(app, session);
   AddUVWCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);

@@ -8,6 +8,7 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/FrequencyTablesInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXWriter.h"
@@ -127,7 +128,7 @@ AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptio
   AResult result = channels.Open(from.path(), header, selection.IFs, selection.channels, {});
   if (!result) return result;
   const std::unique_ptr<AUVXTable> setups = from.Table("FQ");
-  if (result = channels.CheckFrequencies(from.path(), setups.get()); !result) return result;
+  if (result = CheckSetups(from.path(), channels.Frequencies(), setups.get()); !result) return result;
   channels.Change(header, setups.get());
   if (result = ChangePolarisations(averaged.polarisations, to, header); !result) return result;
   AUVXWriter writer;
@@ -139,13 +140,13 @@ AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptio
     return writer.Append(records, head.records);
   });
   if (!result) return result;
-  std::string others;
+  FrequencyTables tables(channels.Frequencies(), from.uvx().freq0(), setups.get());
   result = CopyTables(from, writer, AverageDescription().Command(options),
-                      [&](AUVXTable& table) { channels.ReduceOrTell(table, others); });
+                      [&](AUVXTable& table) { return tables.Change(table); });
   if (!result) return result;
   if (summary) {
     summary->records = writer.records();
-    if (!others.empty()) summary->remarks.push_back(ChannelSelection::RemarkOn(others));
+    summary->remarks = tables.Remarks();
   }
   return writer.Finish();
 }

@@ -24,7 +24,6 @@ constexpr KnownColumn kKnown[] = {
     {"AN", "NOSTA", Antenna, 1, true},
     {"SU", "IDNO", Source, 1, false},
     {"SU", "SOURCEID", Source, 1, false},
-    {"FQ", "FRQSEL", Setup, 1, true},
     {"FG", "SOURCE", Source, 1, true},
     {"FG", "ANTS", Antenna, 2, true},
     {"FG", "TIMERANGE", Times, 2, true},
@@ -40,7 +39,8 @@ constexpr KnownColumn kKnown[] = {
 };
 
 // Beginnings of names of columns that have numbers of the same kinds.
-constexpr std::string_view kSuspects[] = {"SOURCE", "ANT", "REFANT", "BASELINE", "FREQID", "SUBARRAY", "ARRAY", "TIMER"};
+constexpr std::string_view kSuspects[] = {"SOURCE", "ANT",      "REFANT", "BASELINE",
+                                          "FREQID", "SUBARRAY", "ARRAY",  "TIMER"};
 
 std::string PlainName(const std::string& name) {
   std::string plain;

@@ -23,7 +23,7 @@ enum class RowNumber {
   Times,     ///< first and last time, both 0: all times
 };
 
-/// The columns of a table whose code is known: "AN", "SU", "FQ" and the tables that are about records, "FG", "SN",
+/// The columns of a table whose code is known: "AN", "SU" and the tables that are about records, "FG", "SN",
 /// "CL", "TY" and "BP". Names are told without blanks, dots and underscores.
 class RowNumbers {
  public:
