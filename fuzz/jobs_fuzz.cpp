@@ -10,7 +10,9 @@
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/CopyUVX.h"
+#include "zeltra/ops/JoinUVX.h"
 #include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/SortUVX.h"
 
 namespace {
 
@@ -61,6 +63,21 @@ void Rewrite(AUVXInput& input, const std::string& to) {
   (void)ExportUVFITS(input.path(), to, uvw);
 }
 
+void Reorder(AUVXInput& input, const std::string& to) {
+  SortOptions sort;
+  sort.overwrite = true;
+  sort.sync = false;
+  sort.memory = 1 << 20;
+  for (const char* order : {"TB", "PX"}) {
+    sort.order = order;
+    (void)ResortUVXFile(input, to, sort, nullptr);
+  }
+  JoinOptions join;
+  join.overwrite = true;
+  join.sync = false;
+  (void)JoinUVX({input.path(), input.path()}, to, join, nullptr);
+}
+
 void Picture(AUVXInput& input) {
   ImageOptions options;
   options.size = 16;
@@ -79,6 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!input.Open(file.path())) return 0;
   Combine(input);
   Rewrite(input, output.path());
+  Reorder(input, output.path());
   Picture(input);
   return 0;
 }

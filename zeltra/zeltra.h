@@ -63,6 +63,7 @@
 #include "zeltra/ops/CopyUVX.h"
 #include "zeltra/ops/DeleteIFs.h"
 #include "zeltra/ops/IntervalOptions.h"
+#include "zeltra/ops/JoinUVX.h"
 #include "zeltra/ops/PolarisationChoice.h"
 #include "zeltra/ops/RecomputeUVW.h"
 #include "zeltra/ops/RecordChoice.h"

@@ -76,6 +76,8 @@ struct CommandTargets {
   JobOptions& options;              ///< of the type that the description is of
   std::vector<std::string*> files;  ///< the names of the inputs, then of the outputs
   TableFormat* format = nullptr;    ///< of a command that prints a table
+  /// Of a command that takes several inputs: their names, then that of the output. `files` is empty then.
+  std::vector<std::string>* list = nullptr;
 };
 
 /// Add a command with the arguments, options and help that a description tells. --csv and --json are added for a table;
@@ -99,6 +101,7 @@ void AddFrequencyCommands(CLI::App& app, Session& session);
 void AddImageCommand(CLI::App& app, Session& session);
 void AddImportCommand(CLI::App& app, Session& session);
 void AddInfoCommand(CLI::App& app, Session& session);
+void AddJoinCommand(CLI::App& app, Session& session);
 void AddLoopsCommand(CLI::App& app, Session& session);
 void AddManualCommand(CLI::App& app, Session& session);
 void AddPlotCommand(CLI::App& app, Session& session);

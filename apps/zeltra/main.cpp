@@ -73,6 +73,7 @@ int Run(std::vector<std::string> arguments) {
   AddCopyCommand(app, session);
   AddSortCommand(app, session);
   AddSplitCommand(app, session);
+  AddJoinCommand(app, session);
   AddFrequencyCommands(app, session);
   AddUVWCommand(app, session);
   AddImageCommand(app, session);

@@ -61,7 +61,7 @@ class Faults(unittest.TestCase):
             self.assertEqual((printed, left), right, about)
             return
         self.assertEqual(code, 1, about)
-        self.assertRegex(told, "zeltra: error: .*(in\\.|out|zeltra).*cannot be (read|written|created)", about)
+        self.assertRegex(told, "zeltra: error: .*(in\\.|out|zeltra|work).*cannot be (read|written|created)", about)
         for name, content in left.items():
             self.assertIn(content, (right[1].get(name), b"old"), about)
 
@@ -78,10 +78,11 @@ class Faults(unittest.TestCase):
         jobs = [["info", "--json", "--baselines"], ["records", "--csv"], ["table", "AN", "--csv"], ["loops", "1-2"],
                 ["copy", out], ["copy", out, "--force"], ["average", "-o", out, "--interval", "60"],
                 ["average", "--interval", "60", "--csv"], ["closure", "--csv", "--interval", "60"], ["uvw", out],
+                ["sort", out], ["sort", out, "--order", "UV"], ["sort", out, "--order", "UV", "--memory", "1"], ["split", self.work],
                 ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".png", "--size", "32", "--source", "1"],
                 ["plot", "amplitude", out + ".svg", "--source", "1"], ["plot", "closure", out + ".svg", "--source", "1", "--interval", "60"]]
         jobs = [[name, self.uvx, *others] for name, *others in jobs]
-        jobs += [["import", self.uvfits, out], ["info", self.uvfits], ["copy", self.uvfits, out]]
+        jobs += [["join", self.uvx, self.uvfits, out], ["import", self.uvfits, out], ["info", self.uvfits], ["copy", self.uvfits, out]]
         tried = 0
         for job in jobs:
             code, printed, left, told = self.run_job(job)

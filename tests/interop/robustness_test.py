@@ -113,7 +113,8 @@ class Robustness(unittest.TestCase):
         jobs = [["info", "--baselines"], ["records", "--csv"], ["table", "AN"], ["table", "NX", "--json"], ["export", out],
                 ["average", "--interval", "60", "--csv"], ["average", "--interval", "60", "-o", out, "--mode", "amphase"],
                 ["closure", "--interval", "60"], ["loops", "1-2"], ["copy", out], ["copy", out, "--channel", "1"],
-                ["uvw", out], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
+                ["uvw", out], ["sort", out, "--order", "XY"], ["split", out + ".parts"], ["join", self.path("sim.uvx"), out],
+                ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
         for number, content in enumerate(broken):
             path = self.path("sim.broken.uvx")
             with open(path, "wb") as file:

@@ -117,6 +117,7 @@ struct ZELTRA_API AJobFile {
   std::vector<std::string> endings;  ///< one of which the name has; empty: any name will do
 
   bool isOptional = false;  ///< stands by itself, but may be left out
+  bool isList = false;      ///< several of them follow each other
 
   bool isWord() const { return option.empty(); }
   /// A file without an option has to be named, as a rule.
