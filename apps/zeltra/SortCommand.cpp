@@ -21,7 +21,7 @@ AResult Sort(Arguments& arguments, Session& session) {
   SortSummary summary;
   AResult result = ResortUVXFile(input, arguments.to, arguments.options, &summary);
   for (const std::string& remark : summary.remarks) session.Note(remark);
-  if (result) ReportUVX(session, arguments.to, summary.wasSorted ? ", which were in order" : "");
+  if (result) ReportUVX(session, arguments.to, summary.wasSorted ? ", in order already" : "");
   return result;
 }
 

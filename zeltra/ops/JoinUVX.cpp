@@ -136,7 +136,7 @@ AResult Joiner::Look(Input& input) {
   if (AResult result = open.CheckTables(); !result) return open.Settle(result);
   input.header = open.contents().header();
   if (&input == &inputs_.front()) timeScale_ = open.contents().timeScale();
-  if (AResult result = CheckAgreement(open); !result) return result;
+  if (AResult result = CheckAgreement(open); !result) return open.Settle(result);
   const double date = input.header.info.dateObs;
   if (date > 0 && (date_ == 0 || date < date_)) {
     date_ = date;
