@@ -5,19 +5,22 @@ All outputs are written with --no-sync, as `cp` does.
 """
 # SPDX-License-Identifier: MIT
 import os
+import re
 import shutil
 import subprocess
 import sys
 import tempfile
 import time
 
-# Name, command and options; IN, SHUFFLED, which is IN in another order, and OUT stand for the files.
+# Name, command and options; IN, SHUFFLED, which is IN in another order, OUT and the folder PARTS stand for the files.
 OPERATIONS = [
     ("copy one IF", "copy IN OUT --if 1"),
     ("average 60 s", "average IN --interval 60 -o OUT"),
     ("sort, in order", "sort IN OUT"),
     ("sort, shuffled", "sort SHUFFLED OUT"),
     ("sort, shuffled, 16 MiB", "sort SHUFFLED OUT --memory 16"),
+    ("split", "split IN PARTS"),
+    ("join", "join PARTS/3C273.uvx PARTS/3C279.uvx OUT"),
 ]
 
 
@@ -46,8 +49,9 @@ def main(zeltra, folder=None, size="1", *names):
             if "SHUFFLED" in words and not os.path.exists(shuffled):
                 run([zeltra, "sort", given, shuffled, "--order", "UV", "--no-sync", "--quiet"])
             before = run(["cp", given, copied])[0]
-            places = {"IN": given, "SHUFFLED": shuffled, "OUT": out}
-            seconds, memory = run([zeltra] + [places.get(word, word) for word in words.split()] + ["-f", "--no-sync", "--quiet"])
+            places = {"IN": given, "SHUFFLED": shuffled, "OUT": out, "PARTS": os.path.join(folder, "parts")}
+            words = [re.sub("^[A-Z]+", lambda name: places.get(name[0], name[0]), word) for word in words.split()]
+            seconds, memory = run([zeltra] + words + ["-f", "--no-sync", "--quiet"])
             after = run(["cp", given, copied])[0]
             print("%-24s %6.2f s  %5.2f x cp  %7.1f MiB" % (name, seconds, 2 * seconds / (before + after), memory / 1024),
                   flush=True)
