@@ -1,10 +1,13 @@
-// zeltra delete-if: files with other IFs or channels.
+// zeltra delete-if, average-frequency, squeeze, unfold: files with other IFs or channels.
 // SPDX-License-Identifier: MIT
 #include <memory>
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/UVXInput.h"
+#include "zeltra/ops/AverageFrequency.h"
 #include "zeltra/ops/DeleteIFs.h"
+#include "zeltra/ops/SqueezeUVX.h"
+#include "zeltra/ops/UnfoldUVX.h"
 
 namespace zeltra::app {
 namespace {
@@ -42,6 +45,9 @@ void AddJob(CLI::App& app, Session& session, const AJobDescription& description,
 
 void AddFrequencyCommands(CLI::App& app, Session& session) {
   AddJob<DeleteIFsOptions>(app, session, DeleteIFsDescription(), DeleteIFs);
+  AddJob<AverageFrequencyOptions>(app, session, AverageFrequencyDescription(), AverageFrequency);
+  AddJob<SqueezeOptions>(app, session, SqueezeDescription(), SaveAndSQ);
+  AddJob<UnfoldOptions>(app, session, UnfoldDescription(), UnfoldUVX);
 }
 
 }  // namespace zeltra::app

@@ -21,6 +21,11 @@ AResult CopyTable(AUVXInput& from, const AUVXTableItem& item, AUVXWriter& to,
 
 AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
                    const std::function<bool(AUVXTable&)>& change) {
+  return CopyTables(from, to, from.contents().cards(), command, change);
+}
+
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const AUVXHeaderCards& cards, const std::string& command,
+                   const std::function<bool(AUVXTable&)>& change) {
   const AUVXTableHeader directory(from.uvx());
   const int index = AUVXTable::toHash("NX", 0), baseLines = AUVXTable::toHash("BL", 0);
   AResult result = AResult::Ok();
@@ -34,7 +39,7 @@ AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
   }
   if (result && directory.HasTable(index) < 0) result = to.AddIndex();
   if (result && directory.HasTable(baseLines) < 0) result = to.AddBaseLines();
-  if (result) result = to.AddProvenance(from.contents().cards(), command);
+  if (result) result = to.AddProvenance(cards, command);
   return result ? from.Check() : result;
 }
 

@@ -53,7 +53,7 @@ bool FrequencyTables::Change(AUVXTable& table) {
   const std::string code = table.Code();
   const bool isKept = code == "FG" ? TranslateFlags(table) : ChangeColumns(table);
   if (code == "AN") FollowReference(table);
-  if (!isKept) leftOut_ += (leftOut_.empty() ? "" : ", ") + code;
+  if (!isKept) LeaveOut(table);
   return isKept;
 }
 
@@ -99,8 +99,10 @@ void FrequencyTables::MoveFrequencies(const AUVXTable& from, AUVXTable& setups) 
 void FrequencyTables::FollowReference(AUVXTable& antennas) const {
   for (int i = 0; i < antennas.keywords().count(); ++i) {
     const AUVXTableKeyWord& keyWord = antennas.keywords()(i);
-    if (keyWord.Key() != "FREQ" || std::fabs(keyWord.Number() - freq0_) > 0.5) continue;
-    SetKeyWord(antennas, "FREQ", valToStr(freq0_ + shift_));
+    if (shift_ == 0 || keyWord.Key() != "FREQ" || std::fabs(keyWord.Number() - freq0_) > 0.5) continue;
+    std::string number = valToStr(freq0_ + shift_);
+    std::replace(number.begin(), number.end(), 'e', 'E');
+    SetKeyWord(antennas, "FREQ", number);
     return;
   }
 }

@@ -32,6 +32,8 @@ class FrequencyTables {
 
   /// Edit a table. @return false if it is to be left out
   bool Change(AUVXTable& table);
+  /// Remember a table that is left out.
+  void LeaveOut(const AUVXTable& table) { leftOut_ += (leftOut_.empty() ? "" : ", ") + table.Code(); }
   /// What a person should know of the tables.
   std::vector<std::string> Remarks() const;
 

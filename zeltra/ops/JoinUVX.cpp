@@ -325,14 +325,19 @@ AResult Joiner::AddJoined(const std::string& code) {
 
 AJobDescription DescribeJoin() {
   AJobDescriber<JoinOptions> job(
-      "join", "Join UVX files",
+      "join", "Join UVX files, or the parts of an output",
       "Records follow each other in the order of the inputs, which agree in polarisations, IFs, channels and unit. The "
       "same sources (by name, within 1 mas), antennas (by name, within 1 m) and setups (within 1 kHz) get one number; "
       "others keep theirs where they are free. Tables of flags and of calibration are joined, other tables are those "
       "of "
-      "the first input. Times stay as they are. Lists of scans and baselines are made anew.");
+      "the first input. Times stay as they are. Lists of scans and baselines are made anew.\n\n"
+      "With --parts, OUT.uvx is named alone: it is made of OUT.uvx.1-of-N to OUT.uvx.N-of-N, as zeltra average --part "
+      "K/N "
+      "-o OUT.uvx writes them, byte for byte as zeltra average -o OUT.uvx. The parts stay. Files of another run, of "
+      "another input or with other options are refused.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first; several of them", "", 0, {}, false, true});
   job.Output(UVXOutputFile());
+  job.Option("parts", &JoinOptions::parts, "join the parts of OUT.uvx, of which no name is given").KeepsResult();
   job.Overwrite();
   return job.Finish();
 }

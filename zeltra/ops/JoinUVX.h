@@ -16,6 +16,8 @@
 namespace zeltra {
 
 struct JoinOptions : JobOptions {
+  /// Whether the parts of an output are meant, which JoinParts joins.
+  bool parts = false;
   /// Opens an input by its name; AUVXInput::Open where it is empty. Inputs may be opened twice.
   std::function<AResult(const std::string& path, std::unique_ptr<AUVXInput>& input)> open;
 };

@@ -151,7 +151,7 @@ AResult Sorter::ReadKeys(int first) {
   for (int record = first; record < count_; ++record) {
     if (record % 4096 == 0 && IsCancelled(options_)) return Cancelled();
     reader.Seek(from_.uvx().DataOffset() + int64{record} * recordBytes_);
-    const char* bytes = reader.Take(AUVXGroup::kBytes);
+    const char* bytes = reader.Next(AUVXGroup::kBytes);
     if (!bytes) return CannotRead(record);
     IsNext(GroupAt(bytes), record);
   }
