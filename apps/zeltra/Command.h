@@ -106,6 +106,7 @@ void AddPlotCommand(CLI::App& app, Session& session);
 void AddRecordsCommand(CLI::App& app, Session& session);
 void AddRegisterCommand(CLI::App& app, Session& session);
 void AddSimulateCommand(CLI::App& app, Session& session);
+void AddSolveCommand(CLI::App& app, Session& session);
 void AddTableCommand(CLI::App& app, Session& session);
 void AddUVWCommand(CLI::App& app, Session& session);
 

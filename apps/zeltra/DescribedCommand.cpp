@@ -115,7 +115,7 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
   if (targets.format) {
     AddFormat(command, *targets.format);
     for (const AJobFile& file : description.outputs) {
-      if (!file.isWord()) ReplaceTable(command, file);
+      if (!file.isWord() && !file.isNeeded) ReplaceTable(command, file);
     }
   }
   session.Describe(description);

@@ -72,6 +72,7 @@ int Run(std::vector<std::string> arguments) {
   AddLoopsCommand(app, session);
   AddCopyCommand(app, session);
   AddUVWCommand(app, session);
+  AddSolveCommand(app, session);
   AddGainsCommand(app, session);
   AddApplyCommand(app, session);
   AddImageCommand(app, session);

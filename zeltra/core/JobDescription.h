@@ -117,10 +117,11 @@ struct ZELTRA_API AJobFile {
   std::vector<std::string> endings;  ///< one of which the name has; empty: any name will do
 
   bool isOptional = false;  ///< stands by itself, but may be left out
+  bool isNeeded = false;    ///< has an option, but has to be named, beside the table if the job gives one
 
   bool isWord() const { return option.empty(); }
   /// A file without an option has to be named, as a rule.
-  bool isRequired() const { return isWord() && !isOptional; }
+  bool isRequired() const { return isNeeded || (isWord() && !isOptional); }
   /// @return a failure where the name has none of the endings
   AResult Check(const std::string& path) const;
 };

@@ -109,7 +109,9 @@ class IntervalWorker : public PartWorker {
         room_(static_cast<size_t>(shape.choice.count())),
         integrations_(shape.plan.contents().integrations()),
         pool_(shape.form, shape.sumBytes),
-        states_(shape.plan.streams().size()) {}
+        states_(shape.plan.streams().size()) {
+    if (shape.shape.adder) add_ = shape.shape.adder();
+  }
 
   AResult Run(int part, PartOutput& output) override;
 
@@ -145,6 +147,7 @@ class IntervalWorker : public PartWorker {
   RecordReader reader_;
   std::vector<AUVXComplex> room_;
   AUVXIntegrationCursor integrations_;
+  IntervalWalk::Add add_;
   SumPool pool_;
   std::vector<StreamState> states_;
   const IntervalPart* part_ = nullptr;
@@ -323,6 +326,7 @@ void IntervalWorker::AddRecord(OpenInterval& interval, AUVXGroup& group, const c
   // Baselines may have been integrated for different times: the longest one covers the others.
   interval.stampSeconds = std::max<double>(interval.stampSeconds, integrations_.Usable(record));
   interval.lastRecord = record;
+  if (add_) return add_(interval.state, group, stored, record);
   const char* values = shape_.choice.Pick(group, stored, room_.data());
   if (interval.isWhole && interval.sums.IsNew(group) && !pool_.HasRoom()) {
     // From here on its baselines are noted, and its records read again when all are known.

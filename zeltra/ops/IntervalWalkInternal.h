@@ -53,10 +53,15 @@ class IntervalWalk {
   /// How an interval is finished whose sums do not fit the memory: some baselines at a time, ascending, with all their
   /// values; or some values at a time, of all baselines.
   enum class Pieces { Baselines, Values };
+  /// Adds a record to what a job keeps of its interval, in place of the sums.
+  /// @param stored  its values as they stand in the file, at any address
+  using Add = std::function<void(std::unique_ptr<IntervalState>& state, const AUVXGroup& group, const char* stored,
+                                 int record)>;
   struct Shape {
     Pieces pieces = Pieces::Baselines;
     bool byTimeStamp = false;                          ///< Pieces::Values: also each time stamp by itself
     int mostValues = std::numeric_limits<int>::max();  ///< Pieces::Values: the most that are taken at a time
+    std::function<Add()> adder = {};  ///< makes one for each thread; empty: records are added to the sums
   };
   /// Turns sums into bytes, on any thread.
   using Finish = std::function<void(const Interval&, std::vector<char>& bytes)>;
