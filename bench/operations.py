@@ -1,4 +1,4 @@
-"""Measure operations on files beside `cp` of the same file: operations.py ZELTRA_COMMAND [FOLDER] [GB] [NAME...]
+"""Time operations on files against `cp` of the same file: operations.py ZELTRA_COMMAND [FOLDER] [GB] [NAME...]
 
 Prints the time and memory of each operation, and the ratio of its time to that of the copies just before and after it.
 All outputs are written with --no-sync, as `cp` does.
@@ -15,13 +15,20 @@ import time
 # Name, command and options; IN, OUT and GAINS stand for the files.
 OPERATIONS = [
     ("copy one IF", "copy IN OUT --if 1"),
+    ("delete one IF", "delete-if IN OUT --if 1"),
+    ("average 4 channels", "average-frequency IN OUT --channels 4"),
+    ("squeeze the IFs", "squeeze IN OUT --ifs"),
+    ("squeeze the channels", "squeeze IN OUT --channels"),
+    ("unfold the IFs", "unfold IN OUT --ifs"),
+    ("flag clip and trim", "flag IN OUT --clip 4 --trim 10%"),
+    ("shift", "shift IN OUT --ra 3 --dec -2 --source 1,2"),
     ("average 60 s", "average IN --interval 60 -o OUT"),
     ("apply gains", "apply IN OUT --gains GAINS"),
 ]
 
 
 def run(words):
-    """Seconds, and KiB of memory at most."""
+    """Seconds, and peak memory in KiB."""
     begin = time.monotonic()
     process = subprocess.Popen(words)
     _, status, usage = os.wait4(process.pid, 0)
@@ -52,7 +59,7 @@ def main(zeltra, folder=None, size="1", *names):
     folder = tempfile.mkdtemp(dir=folder)
     try:
         given, copied, out, gains = (os.path.join(folder, name) for name in ("in.uvx", "cp.uvx", "out.uvx", "a.gain"))
-        # 45 baselines a second of 8 IFs of 16 channels and 4 polarisations are 278,730 bytes.
+        # One second of 45 baselines with 8 IFs, 16 channels and 4 polarisations takes 278,730 bytes.
         minutes = float(size) * 1e9 / 278730 / 60
         run([zeltra, "simulate", given, "--integration", "1", "--ifs", "8", "--channels", "16", "--minutes", str(minutes)])
         write_gains(given, gains)

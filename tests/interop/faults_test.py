@@ -30,9 +30,13 @@ class Faults(unittest.TestCase):
         os.mkdir(self.work)
         self.uvx, self.uvfits = (os.path.join(self.work, name) for name in ("in.uvx", "in.uvfits"))
         simulate = ["simulate", self.uvx, "--antennas", "5", "--minutes", "6", "--integration", "20", "--channels", "3"]
-        for job in (simulate, ["export", self.uvx, self.uvfits]):
+        self.parts = os.path.join(self.work, "out.whole")
+        parts = [["average", self.uvx, "-o", self.parts, "--interval", "60", "--part", share] for share in ("1/2", "2/2")]
+        self.inputs = (self.uvx, self.uvfits, self.parts + ".1-of-2", self.parts + ".2-of-2")
+        for job in (simulate, ["export", self.uvx, self.uvfits], *parts):
             subprocess.run([ZELTRA, *job, "-q"], check=True)
         self.gains = os.path.join(self.work, "in.gain")
+        self.inputs += (self.gains,)
         with open(self.gains, "wb") as file:  # one gain of antenna 1 for all times: docs/gain-format.md
             file.write(struct.pack("<iiddi5h2hBB8s16si", 0x4E41475A, 1, 2458928.5, 8.4e9, 1, 0, 0, 0, 2, 2, -1, -2, 1, 0, b"", b"", 1))
             file.write(struct.pack("<dfhbhBBhbfdddd", 2458928.8, 9e5, 0, 0, 0, 1, 1, 0, 0, 9, 1, 1, 0, 0))
@@ -52,7 +56,7 @@ class Faults(unittest.TestCase):
         left = {}
         for name in os.listdir(self.work):
             path = os.path.join(self.work, name)
-            if path in (self.uvx, self.uvfits, self.gains):
+            if path in self.inputs:
                 continue
             with open(path, "rb") as file:
                 left[name] = file.read()
@@ -83,10 +87,14 @@ class Faults(unittest.TestCase):
         jobs = [["info", "--json", "--baselines"], ["records", "--csv"], ["table", "AN", "--csv"], ["loops", "1-2"],
                 ["copy", out], ["copy", out, "--force"], ["average", "-o", out, "--interval", "60"],
                 ["average", "--interval", "60", "--csv"], ["closure", "--csv", "--interval", "60"], ["uvw", out],
+                ["average-frequency", out, "--channels", "all"], ["unfold", out, "--ifs"],
+                ["flag", out, "--antenna", "1"], ["shift", out, "--ra", "1", "--dec", "1", "--source", "1"],
+                ["plan", "--interval", "60"], ["average", "-o", out, "--interval", "60", "--part", "1/2"],
                 ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".png", "--size", "32", "--source", "1"],
                 ["plot", "amplitude", out + ".svg", "--source", "1"], ["plot", "closure", out + ".svg", "--source", "1", "--interval", "60"]]
         jobs += [["gains", "average", out, "--table", self.gains, "--interval", "60"]]
         jobs = [[name, self.uvx, *others] for name, *others in jobs]
+        jobs += [["join", "--parts", self.parts]]
         jobs += [["gains", self.gains, "csv"], ["gains", self.gains, "average", out + ".gain", "--interval", "60"]]
         jobs += [["import", self.uvfits, out], ["info", self.uvfits], ["copy", self.uvfits, out]]
         tried = 0

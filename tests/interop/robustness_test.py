@@ -117,13 +117,16 @@ class Robustness(unittest.TestCase):
         jobs = [["info", "--baselines"], ["records", "--csv"], ["table", "AN"], ["table", "NX", "--json"], ["export", out],
                 ["average", "--interval", "60", "--csv"], ["average", "--interval", "60", "-o", out, "--mode", "amphase"],
                 ["closure", "--interval", "60"], ["loops", "1-2"], ["copy", out], ["copy", out, "--channel", "1"],
-                ["uvw", out], ["apply", out, "--gains", gains], ["gains", "average", out, "--table", gains, "--interval", "60"],
-                ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
+                ["delete-if", out, "--if", "1"], ["average-frequency", out, "--channels", "2", "--ifs"],
+                ["squeeze", out, "--ifs"], ["unfold", out, "--ifs", "--channels"],
+                ["uvw", out], ["flag", out, "--clip", "1"], ["shift", out, "--ra", "1", "--dec", "1", *source],
+                ["apply", out, "--gains", gains], ["gains", "average", out, "--table", gains, "--interval", "60"],
+                ["plan", "--interval", "60"], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
         for number, content in enumerate(broken):
             path = self.path("sim.broken.uvx")
             with open(path, "wb") as file:
                 file.write(content)
-            for job in random.sample(jobs, 6):
+            for job in random.sample(jobs, 8):
                 force = ["--force"] if any(a.startswith(out) for a in job) else []
                 done = subprocess.run([ZELTRA, job[0], path, *job[1:], *force], capture_output=True, text=True, timeout=20)
                 self.assertIn(done.returncode, (0, 1), (number, job, done.stderr))

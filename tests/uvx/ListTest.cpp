@@ -5,6 +5,8 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "tests/support/MemoryFile.h"
@@ -138,6 +140,12 @@ TEST(AUVXAntenns, KnowTheirFrameFromKeywords) {
   EXPECT_TRUE(AUVXAntennsEx().IsRight());
 }
 
+template <typename... Lists>
+constexpr bool kMoveWithoutAllocating = ((std::is_nothrow_move_constructible_v<Lists> &&
+                                          std::is_nothrow_move_assignable_v<Lists>)&&...);
+static_assert(kMoveWithoutAllocating<AUVXVisibility, AUVXFreqs, AUVXPosition, AUVXBaseLines, AUVXSources, AUVXTable>);
+static_assert(std::is_nothrow_move_constructible_v<AUVXAntenns> && !std::is_nothrow_move_assignable_v<AUVXAntenns>);
+
 TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   AUVXTable table = AntennaTable();
   table.AddKeyWord("ARRAYX", "-1.6E+06", true);
@@ -149,6 +157,9 @@ TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   EXPECT_EQ(copy.count(), 3);
   EXPECT_TRUE(copy.IsRight());
   EXPECT_EQ(copy.ArrayX(), 0);
+  AUVXAntenns source(table), moved(std::move(source));
+  EXPECT_EQ(moved.ArrayX() + moved.count(), -1.6e6 + 3) << "a move takes all of it";
+  EXPECT_EQ(source.count(), 0);
   AUVXAntenns assigned;
   assigned = list;
   EXPECT_EQ(assigned.count(), 3);

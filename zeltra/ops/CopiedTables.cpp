@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -20,6 +21,11 @@ AResult CopyTable(AUVXInput& from, const AUVXTableItem& item, AUVXWriter& to,
 
 AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
                    const std::function<bool(AUVXTable&)>& change) {
+  return CopyTables(from, to, from.contents().cards(), command, change);
+}
+
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const AUVXHeaderCards& cards, const std::string& command,
+                   const std::function<bool(AUVXTable&)>& change) {
   const AUVXTableHeader directory(from.uvx());
   const int index = AUVXTable::toHash("NX", 0), baseLines = AUVXTable::toHash("BL", 0);
   AResult result = AResult::Ok();
@@ -33,7 +39,7 @@ AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
   }
   if (result && directory.HasTable(index) < 0) result = to.AddIndex();
   if (result && directory.HasTable(baseLines) < 0) result = to.AddBaseLines();
-  if (result) result = to.AddProvenance(from.contents().cards(), command);
+  if (result) result = to.AddProvenance(cards, command);
   return result ? from.Check() : result;
 }
 
@@ -43,7 +49,10 @@ void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines) {
     const std::unique_ptr<AArray<int>> unused(AUVXAntenns(table).GetDeleteRows(present));
     table.DeleteRows(*unused);
   } else {
+    // Source 0 stands for all of them.
     const std::unique_ptr<AArray<short>> sources(baseLines.getSourceMap());
+    const short* begin = sources->lpArray();
+    sources->InsertAt(static_cast<int>(std::lower_bound(begin, begin + sources->count(), short{0}) - begin), 0);
     table.CheckSources(sources.get());
   }
 }

@@ -28,6 +28,7 @@ struct Interval {
   enum Complete { TimeStamp, Values, All };
 
   IntervalStream stream;
+  int part;       ///< place in the plan
   int scan;       ///< place in the index of the scan that it lies in, or where that goes on later, of its first records
   double time;    ///< Julian date: the mean of the records' times with their weights, plain where all are 0; not of a
                   ///< time stamp
@@ -74,6 +75,8 @@ class IntervalWalk {
   /// @param leftOut  what of the selection the job sees to itself, a sum of RecordChoice::LeftOut
   AResult Open(unsigned leftOut = RecordChoice::Nothing) { return plan_.Open(leftOut); }
   const AUVXContents& contents() const { return plan_.contents(); }
+  /// Parts of the plan, whichever of them are done.
+  int parts() const { return static_cast<int>(plan_.parts().size()); }
 
   /// @return a failure also if no record is left
   AResult Run(const ValueChoice& choice, const Shape& shape, const Finish& finish, const Take& take);

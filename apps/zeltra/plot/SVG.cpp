@@ -10,7 +10,7 @@
 namespace zeltra::app {
 namespace {
 
-// A coordinate to a hundredth of a pixel.
+// A coordinate, to a hundredth of a pixel.
 std::string N(double value) {
   char text[40];
   std::snprintf(text, sizeof text, "%.2f", value);
