@@ -20,6 +20,7 @@
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
 #include "zeltra/uvx/AUVXTable.h"
+#include "zeltra/uvx/AUVXVisibility.h"
 
 namespace zeltra {
 namespace {
