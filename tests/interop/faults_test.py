@@ -6,14 +6,10 @@ usage: faults_test.py ZELTRA_COMMAND PRELOADED_LIBRARY [--all] [unittest argumen
 import errno
 import os
 import random
-import shutil
-import subprocess
-import sys
-import tempfile
 import unittest
 
-ZELTRA, LIBRARY = map(os.path.abspath, (sys.argv.pop(1), sys.argv.pop(1)))
-ALL = "--all" in sys.argv and not sys.argv.remove("--all")
+from command import ALL, SHARED as LIBRARY, Case, contents, put, run, zeltra
+
 # Of each kind of call of each job so many fail, unless all do.
 SAMPLES = 2
 
@@ -21,16 +17,14 @@ CALLS = {"open": [errno.EIO, errno.EMFILE], "read": [errno.EIO, 0, -1], "write":
 CALLS.update((call, [errno.EIO]) for call in ("seek", "stat", "sync", "rename", "close", "truncate", "chmod"))
 
 
-class Faults(unittest.TestCase):
+class Faults(Case):
     def setUp(self):
-        self.folder = tempfile.mkdtemp()
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.work = os.path.join(self.folder, "work")
+        super().setUp()
+        self.work = self.path("work")
         os.mkdir(self.work)
         self.uvx, self.uvfits = (os.path.join(self.work, name) for name in ("in.uvx", "in.uvfits"))
-        simulate = ["simulate", self.uvx, "--antennas", "5", "--minutes", "6", "--integration", "20", "--channels", "3"]
-        for job in (simulate, ["export", self.uvx, self.uvfits]):
-            subprocess.run([ZELTRA, *job, "-q"], check=True)
+        zeltra("simulate", self.uvx, "--antennas", "5", "--minutes", "6", "--integration", "20", "--channels", "3")
+        zeltra("export", self.uvx, self.uvfits)
 
     def run_job(self, job, fault=None, counts=""):
         """Exit code, what was printed, and the files that are there afterwards beside the inputs, which are taken away."""
@@ -40,19 +34,15 @@ class Faults(unittest.TestCase):
             environment.update(LD_PRELOAD=LIBRARY, FAULT_FOLDER=self.work, FAULT_CALL=call, FAULT_NUMBER=str(number),
                                FAULT_ERROR=str(error), FAULT_COUNTS=counts)
         if "--force" in job:
-            with open(os.path.join(self.work, "out"), "w") as old:
-                old.write("old")
-        command = [ZELTRA, *job, "--threads", "1"] if job[0] in ("average", "closure", "plot") else [ZELTRA, *job]
-        done = subprocess.run(command, cwd=self.work, env=environment, capture_output=True, timeout=60)
+            put(os.path.join(self.work, "out"), b"old")
+        threads = ["--threads", "1"] if job[0] in ("average", "closure", "plot") else []
+        done = run(*job, *threads, cwd=self.work, env=environment, timeout=60)
         left = {}
-        for name in os.listdir(self.work):
+        for name in set(os.listdir(self.work)) - {"in.uvx", "in.uvfits"}:
             path = os.path.join(self.work, name)
-            if path in (self.uvx, self.uvfits):
-                continue
-            with open(path, "rb") as file:
-                left[name] = file.read()
+            left[name] = contents(path)
             os.remove(path)
-        return done.returncode, done.stdout, left, done.stderr.decode()
+        return done.returncode, done.stdout, left, done.stderr
 
     def check(self, job, right, fault):
         code, printed, left, told = self.run_job(job, fault)
@@ -67,10 +57,8 @@ class Faults(unittest.TestCase):
 
     def counts(self, job):
         """How many calls of each kind a job makes."""
-        path = os.path.join(self.folder, "counts")
-        self.run_job(job, ("none", 0, 0), path)
-        with open(path) as file:
-            return {kind: int(count) for kind, count in map(str.split, file)}
+        self.run_job(job, ("none", 0, 0), self.path("counts"))
+        return {kind.decode(): int(count) for kind, count in map(bytes.split, contents(self.path("counts")).splitlines())}
 
     def test_no_call_fails_unnoticed(self):
         random.seed(1)
@@ -78,7 +66,7 @@ class Faults(unittest.TestCase):
         jobs = [["info", "--json", "--baselines"], ["records", "--csv"], ["table", "AN", "--csv"], ["loops", "1-2"],
                 ["copy", out], ["copy", out, "--force"], ["average", "-o", out, "--interval", "60"],
                 ["average", "--interval", "60", "--csv"], ["closure", "--csv", "--interval", "60"], ["uvw", out],
-                ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".png", "--size", "32", "--source", "1"],
+                ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".svg", "--size", "32", "--source", "1"],
                 ["plot", "amplitude", out + ".svg", "--source", "1"], ["plot", "closure", out + ".svg", "--source", "1", "--interval", "60"]]
         jobs = [[name, self.uvx, *others] for name, *others in jobs]
         jobs += [["import", self.uvfits, out], ["info", self.uvfits], ["copy", self.uvfits, out]]
