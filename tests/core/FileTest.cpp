@@ -7,10 +7,8 @@
 #include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AStreamFile.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::TempFile;
 
 constexpr int kUpdate = AFile::WriteOnly | AFile::Binary;
 constexpr int kCreate = AFile::WriteOnly | AFile::Create | AFile::Binary;
@@ -216,4 +214,4 @@ TEST(MoveIntoPlace, NeverReplacesUnlessTold) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

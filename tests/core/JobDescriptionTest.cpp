@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 using testing::ElementsAre;
@@ -83,4 +83,4 @@ TEST(JobDescription, ComplainsInOneSentence) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

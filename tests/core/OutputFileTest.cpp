@@ -9,11 +9,10 @@
 #include "tests/support/TempFile.h"
 #include "zeltra/core/WriteWholeFile.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::TempFile;
 
 TEST(OutputFile, StandsWhereLinksLead) {
   const TempFile link, middle, target;
@@ -48,4 +47,4 @@ TEST(OutputFile, ReplacesRegularFilesOnly) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

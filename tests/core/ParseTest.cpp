@@ -7,7 +7,7 @@
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 using testing::ElementsAre;
@@ -106,4 +106,4 @@ TEST(Parse, ReadsListsAndLines) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -11,10 +11,8 @@
 #include "zeltra/desktop/FileCopy.h"
 #include "zeltra/desktop/FileNames.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::TempFile;
 
 TEST(FileNames, SplitsDriveFoldersNameAndExtension) {
   struct Case {
@@ -102,7 +100,7 @@ std::string Noise(size_t size) {
 class FileCopy : public testing::Test {
  protected:
   TempFile from_{"from"}, to_{"to"};
-  test::Progress progress_;
+  Progress progress_;
 };
 
 TEST_F(FileCopy, MovesChunksAndSendsEveryPercentageOnce) {
@@ -165,4 +163,4 @@ TEST_F(FileCopy, OntoItselfLosesNothing) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

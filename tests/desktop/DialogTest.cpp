@@ -17,7 +17,7 @@
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/platform/System.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -211,4 +211,4 @@ TEST_F(Dialogs, AProgressBarReceivesRangePositionAndText) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

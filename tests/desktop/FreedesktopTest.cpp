@@ -12,11 +12,10 @@
 #include "zeltra/desktop/FileNames.h"
 #include "zeltra/desktop/FileTypes.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::TempFile;
 
 TEST(FileCopyToAFullDisk, FailsWhenOnlyAPartOfAChunkArrives) {
   TempFile from("from"), to("to");
@@ -274,4 +273,4 @@ TEST_F(FileDialogs, ChooseAFolderInAHostThatIgnoresItsChildren) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -9,7 +9,7 @@
 #include "zeltra/fits/FITSCards.h"
 #include "zeltra/fits/ParseFITSstr.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 ParseFITSstr Parsed(const std::string& card) {
@@ -135,4 +135,4 @@ TEST(CardWrite, ShortensExponentsAndDates) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

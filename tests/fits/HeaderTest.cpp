@@ -6,15 +6,10 @@
 
 #include "tests/support/OpenFITS.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::SyntheticCard;
-using test::SyntheticFITS;
-using test::SyntheticTable;
-using test::TempFile;
-
-struct ReadFITS : test::OpenFITS {
+struct ReadFITS : OpenFITS {
   using OpenFITS::OpenFITS;
   AFITSmain& main() { return *fits.main(); }
 };
@@ -290,4 +285,4 @@ TEST(FITSValues, OfUnsupportedSizesAreSteppedOver) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -9,16 +9,11 @@
 
 #include "tests/support/OpenFITS.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::SyntheticCard;
-using test::SyntheticFITS;
-using test::SyntheticTable;
-using test::TempFile;
-
 // The first extension of a file.
-struct ReadTable : test::OpenFITS {
+struct ReadTable : OpenFITS {
   explicit ReadTable(const SyntheticFITS& made) : OpenFITS(made) { EXPECT_TRUE(result && fits.tables().count() == 1); }
   explicit ReadTable(const SyntheticTable& table) : ReadTable(SyntheticFITS::UV(1, 1, 1).Table(table)) {}
   AFITSxtbl* operator->() { return fits.tables()(0); }
@@ -257,4 +252,4 @@ TEST(TableData, EndsWithATruncatedFile) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

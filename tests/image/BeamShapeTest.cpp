@@ -6,7 +6,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 TEST(BeamSums, GiveTheCurvatureOfTheBeamAndItsNoise) {
@@ -39,4 +39,4 @@ TEST(BeamSums, GiveNoBeamOfOneLineAndACircleOfACross) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

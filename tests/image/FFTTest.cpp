@@ -14,7 +14,7 @@
 
 #include "tests/support/PlainFFT.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 int Transform(AMatrix<std::complex<float>>& m, int dir, int threads) {
@@ -185,4 +185,4 @@ TEST(FFTLimits, AnEmptyMatrixAndValuesThatAreNotFiniteAreTaken) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

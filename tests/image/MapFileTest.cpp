@@ -12,10 +12,9 @@
 #include "tests/support/TempFile.h"
 #include "zeltra/core/Text.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::TempFile;
 using Complex = std::complex<float>;
 
 template <typename T>
@@ -250,4 +249,4 @@ TEST_F(MapFile, PlacesLinesBeyondFourGigabytes) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -14,7 +14,7 @@
 #include "zeltra/image/ALine.h"
 #include "zeltra/image/APtInLine.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 using Pixels = std::vector<std::pair<int, int>>;
@@ -129,4 +129,4 @@ TEST(Ellipse, CutsTowardsZeroAndAtTheRangeOfPixels) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -14,13 +14,10 @@
 #include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/imaging/ImageUVX.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 using std::numbers::pi;
-using test::SyntheticRecord;
-using test::SyntheticUVX;
-using test::TempFile;
 using testing::HasSubstr;
 using Complex = std::complex<double>;
 
@@ -349,4 +346,4 @@ TEST(ImageUVX, ShowsTheJetOfM87OnItsSide) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -26,12 +26,8 @@
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::SyntheticFITS;
-using test::SyntheticTable;
-using test::TempFile;
 
 constexpr double kDay = 2450000.5;
 
@@ -108,7 +104,7 @@ TEST(Import, NeverReplacesAFileUnasked) {
 }
 
 TEST(Import, ReportsItsStepsAndPercentages) {
-  test::Progress control;
+  Progress control;
   const TempFile in("uvfits"), out("uvx");
   in.Put(Small(3)
              .Groups(
@@ -509,4 +505,4 @@ TEST(ImportDamage, AbsurdNumbers) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

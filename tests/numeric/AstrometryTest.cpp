@@ -5,7 +5,7 @@
 
 #include "zeltra/core/Units.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 // Meeus, Astronomical Algorithms, examples 12.a and 12.b, whose constants have fewer digits.
@@ -32,4 +32,4 @@ TEST(Astrometry, ProjectsPositionsOnTheSource) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 constexpr int kDraws = 1000000;
@@ -77,4 +77,4 @@ TEST(Randomize, ReseedsTheGenerator) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

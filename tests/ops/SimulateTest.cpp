@@ -17,10 +17,9 @@
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::TempFile;
 using Complex = std::complex<double>;
 
 struct Record {
@@ -126,4 +125,4 @@ TEST(SimulateUVX, RefusesWhatCannotBe) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

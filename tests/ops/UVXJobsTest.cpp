@@ -20,13 +20,9 @@
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::SyntheticRecord;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
-using test::TempFile;
 using testing::HasSubstr;
 
 // A synthetic file that is open for jobs.
@@ -102,7 +98,7 @@ TEST(CopyUVX, LeavesRowsOfAntennasAndSourcesOut) {
   SyntheticUVXTable bySource{"TY"};
   bySource.columns = {{"SOURCE ID", "", "1J"}};
   bySource.rows = 2;
-  for (const int32_t number : {1, 2}) test::Append(bySource.data, number);
+  for (const int32_t number : {1, 2}) Append(bySource.data, number);
   Source source(SyntheticUVX().Antennas(4).Sources(2).Tables().Table(bySource));
   CopyOptions options;
   options.selection.antennas = {"1", "2", "3"};
@@ -158,15 +154,15 @@ TEST(CopyUVX, ReducesColumnsThatAreAboutIFs) {
   SyntheticUVXTable sources{"SU"}, antennas{"AN"}, gains{"GC"};
   sources.columns = {{"ID. NO.", "", "1J"}, {"SOURCE", "", "3A"}, {"FREQOFF", "HZ", "3E"}};
   sources.rows = 1;
-  test::Append(sources.data, int32_t{1});
+  Append(sources.data, int32_t{1});
   sources.data += "ABC";
-  for (const float offset : {1.f, 2.f, 3.f}) test::Append(sources.data, offset);
+  for (const float offset : {1.f, 2.f, 3.f}) Append(sources.data, offset);
   antennas.columns = {{"STABXYZ", "METERS", "3D"}, {"NOSTA", "", "1J"}, {"POLCALA", "", "6E"}};
   antennas.rows = 3;
   for (int32_t number = 1; number <= 3; ++number) {
-    for (const double x : {1., 2., 3.}) test::Append(antennas.data, x);
-    test::Append(antennas.data, number);
-    for (const float x : {10.f, 11.f, 20.f, 21.f, 30.f, 31.f}) test::Append(antennas.data, x);
+    for (const double x : {1., 2., 3.}) Append(antennas.data, x);
+    Append(antennas.data, number);
+    for (const float x : {10.f, 11.f, 20.f, 21.f, 30.f, 31.f}) Append(antennas.data, x);
   }
   gains.columns = {{"GAIN", "", "3E"}};
   Source source(SyntheticUVX().IFs(3).Table(sources).Table(antennas).Table(gains));
@@ -264,12 +260,12 @@ TEST(RecomputeUVW, RefusesPositionsThatAreNoNumbers) {
   antennas.columns = {{"STABXYZ", "", "1D"}, {"NOSTA", "", "1J"}};
   antennas.rows = 4;
   for (int32_t number = 1; number <= 4; ++number) {
-    test::Append(antennas.data, std::nan(""));
-    test::Append(antennas.data, number);
+    Append(antennas.data, std::nan(""));
+    Append(antennas.data, number);
   }
   sources.columns = {{"ID. NO.", "", "1J"}};
   sources.rows = 1;
-  test::Append(sources.data, int32_t{1});
+  Append(sources.data, int32_t{1});
   Source file(SyntheticUVX().Table(antennas).Table(sources));
   TempFile out("uvx");
   UVWDifference difference;
@@ -441,4 +437,4 @@ TEST(FormClosures, ClosesTheTrianglesOfAntennas) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -7,7 +7,7 @@
 #include <limits>
 #include <vector>
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 /// Same bits, where a NaN may have any.
@@ -74,4 +74,4 @@ TEST(Vectors, ConvertShuffleAndReverse) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

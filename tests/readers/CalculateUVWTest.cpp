@@ -10,7 +10,7 @@
 #include "zeltra/uvx/AUVXSources.h"
 #include "zeltra/uvx/AUVXTable.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 constexpr double kLightSecond = 299792500;  // metres, with the library's speed of light
@@ -84,4 +84,4 @@ TEST(CalculateUVW, LeavesAGroupOfUnknownAntennasAlone) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -13,13 +13,8 @@
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXTable.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::Append;
-using test::MemoryFile;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
 
 // A source in memory, a destination, and what can be read of it once it is committed.
 class CopyTest : public testing::Test {
@@ -166,4 +161,4 @@ TEST_F(CopyTest, SurvivesAFullDiskAndDamagedTables) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -6,23 +6,17 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/MemoryFile.h"
+#include "tests/support/OpenUVX.h"
 #include "tests/support/Progress.h"
-#include "tests/support/SyntheticUVX.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/readers/AUVXFastRead.h"
 #include "zeltra/readers/AUVXPosIndex.h"
 #include "zeltra/readers/AUVXRead.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::Append;
-using test::MemoryFile;
-using test::SyntheticRecord;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
 using Indices = std::vector<int>;
 
 std::vector<std::string> shown;
@@ -232,11 +226,11 @@ TEST_F(ReaderTest, TellsEveryWholePercentOnce) {
   EXPECT_EQ(kProgressPosition, 1026u);
   const SyntheticUVX content = SyntheticUVX().Antennas(2).Times(250).Tables();
   AUVXFile& uvx = Open(content);
-  const auto expectAll = [](const test::Progress& progress) {
+  const auto expectAll = [](const Progress& progress) {
     EXPECT_EQ(progress.ranges, Indices{100 << 16});
     EXPECT_EQ(progress.positions, Range(0, 101));
   };
-  test::Progress indexed, fast, listed;
+  Progress indexed, fast, listed;
   AUVXRead reader(&uvx, 1, &indexed);
   ReadAll(reader, content);
   expectAll(indexed);
@@ -282,4 +276,4 @@ TEST_F(ReaderTest, GivesTheFrequenciesOfTheLastRecord) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -8,21 +8,12 @@
 #include <memory>
 #include <vector>
 
-#include "tests/support/MemoryFile.h"
-#include "tests/support/SyntheticUVX.h"
+#include "tests/support/OpenUVX.h"
 #include "tests/support/TempFile.h"
-#include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXSkanList.h"
-#include "zeltra/uvx/AUVXTable.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::Append;
-using test::MemoryFile;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
-using test::TempFile;
 
 constexpr double kFreq0 = SyntheticUVX::kFreq0;
 
@@ -62,10 +53,8 @@ SyntheticUVX Base(int IFs) {
 
 // The table of a file, reduced to a source where one is given.
 AUVXFqTbl TableOf(const SyntheticUVX& content, int source = INT_MIN) {
-  MemoryFile file(content.Bytes());
-  AUVXFile uvx;
-  EXPECT_TRUE(uvx.Attach(&file, 0, 0));
-  return source == INT_MIN ? AUVXFqTbl(uvx) : AUVXFqTbl(uvx, source);
+  OpenUVX file(content);
+  return source == INT_MIN ? AUVXFqTbl(file.uvx) : AUVXFqTbl(file.uvx, source);
 }
 
 std::vector<int> Ids(const AUVXFqTbl& table) {
@@ -158,24 +147,19 @@ TEST(FrequencyTable, IsReducedQuicklyWhateverItsSize) {
 
 TEST(FrequencyTable, KeepsItsImageInAFile) {
   AUVXFqTbl table = TableOf(Base(2).Table(Frequencies({4, 7})));
-  TempFile file;
-  AFile f;
-  ASSERT_TRUE(f.Open(file.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary));
-  ASSERT_TRUE(table.Store(f));
+  OpenTempFile file;
+  ASSERT_TRUE(table.Store(file));
   const std::string bytes = file.Bytes();
   ASSERT_EQ(bytes.size(), 8 + 4 * 16 + 4 + 2 * 4 + 3 * 4U);
   EXPECT_EQ(bytes.substr(72), std::string("\2\0\0\0\4\0\0\0\7\0\0\0\2\0\0\0\2\0\0\0\20\0\0\0", 24));
   AUVXFqTbl loaded;
-  f.Seek(0);
-  ASSERT_TRUE(loaded.Load(f));
+  file.Seek(0);
+  ASSERT_TRUE(loaded.Load(file));
   EXPECT_EQ(Ids(loaded), Ids(table));
   EXPECT_EQ(loaded.GetFreq(19, 1), table.GetFreq(19, 1));
   for (size_t size = 0; size < bytes.size(); ++size) {
-    TempFile cut;
-    cut.Put(bytes.substr(0, size));
-    AFile c;
-    ASSERT_TRUE(c.Open(cut.c_str(), AFile::Binary));
-    EXPECT_FALSE(loaded.Load(c)) << size;
+    OpenTempFile cut(bytes.substr(0, size));
+    EXPECT_FALSE(loaded.Load(cut)) << size;
     EXPECT_EQ(loaded.GetFreqSels(), 0);
   }
 }
@@ -210,4 +194,4 @@ TEST(ScanList, IsATable) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -11,11 +11,8 @@
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::SyntheticUVX;
-using test::TempFile;
 
 AUVXHeader HeaderOf(int channels) {
   AUVXHeader header;
@@ -148,4 +145,4 @@ TEST(UVXWriter, RefusesMoreTablesThanTheDirectoryHolds) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test
