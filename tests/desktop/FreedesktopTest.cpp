@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include "tests/support/TempFile.h"
 #include "zeltra/desktop/FileCopy.h"
@@ -44,17 +45,13 @@ TEST(FileCopyToALink, OfTheSourceLosesNothing) {
 }
 
 std::string Text(const std::string& path) {
-  AFile file;
-  if (!file.Open(path.c_str(), AFile::Binary)) return "(no such file)";
-  std::string text(static_cast<size_t>(file.GetFileSize()), '\0');
-  return ReadWhole(file, text.data(), file.GetFileSize()) ? text : "(unreadable)";
+  std::ifstream file(path);
+  return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "(no such file)";
 }
 
 void Put(const std::string& path, const std::string& text) {
   fs::create_directories(getfPath(path));
-  AFile file;
-  ASSERT_TRUE(file.Open(path.c_str(), AFile::WriteOnly | AFile::Create | AFile::Binary));
-  ASSERT_TRUE(WriteWhole(file, text.data(), static_cast<int64>(text.size())));
+  std::ofstream(path) << text;
 }
 
 // A user of an otherwise empty system, who has no programs but those that a test installs.

@@ -107,18 +107,11 @@ TEST(TableCells, ReadAsText) {
     EXPECT_EQ(table->asString(row, column), "") << row << ", " << column;
   }
 
-  ReadTable other(
-      SyntheticTable("A")
-          .Columns(
-              {{"D", "1D"}, {"L", "1L"}, {"X8", "5X"}, {"X32", "32X"}, {"X24", "24X"}, {"TEXT", "200A"}, {"I", "1I"}})
-          .Row({0.1, 'T', 0x80, 0x89ABCDEF, 1, std::string(200, 't'), 5}));
-  EXPECT_EQ(other->asString(1, 1), "0.1");
-  EXPECT_EQ(other->asString(1, 2), "84");
-  EXPECT_EQ(other->asString(1, 3), "0x00000080");
-  EXPECT_EQ(other->asString(1, 4), "0x89ABCDEF");
-  EXPECT_EQ(other->asString(1, 5), "");
-  EXPECT_EQ(other->asString(1, 6), "'" + std::string(127, 't') + "'") << "cut, not fatal";
-  EXPECT_EQ(other->asString(1, 7), "Unknow");
+  ReadTable other(SyntheticTable("A")
+                      .Columns({{"D", "1D"}, {"L", "1L"}, {"X24", "24X"}, {"TEXT", "200A"}, {"I", "1I"}})
+                      .Row({0.1, 'T', 1, std::string(200, 't'), 5}));
+  const std::string texts[] = {"0.1", "84", "", "'" + std::string(127, 't') + "'", "Unknow"};
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(other->asString(1, i + 1), texts[i]);
 }
 
 TEST(TableCells, HaveNames) {

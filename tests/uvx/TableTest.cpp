@@ -322,7 +322,10 @@ TEST(AUVXTableDirectory, TellsCodesApartAndNothingElse) {
 
 TEST(AUVXTableDirectory, OfADamagedFileIsBounded) {
   const SyntheticUVX whole = SyntheticUVX().Tables();
-  const auto countAfter = [](const std::string& bytes) { return AUVXTableHeader(OpenUVX(bytes).uvx).count(); };
+  const auto countAfter = [](const std::string& bytes) {
+    OpenUVX file(bytes);
+    return AUVXTableHeader(file.uvx).count();
+  };
   const size_t offset = whole.DirectoryOffset();
   EXPECT_EQ(countAfter(whole.Bytes()), 4);
   EXPECT_EQ(countAfter(SyntheticUVX(whole).Put(offset, int16_t{-1}).Bytes()), 0);
