@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "tests/support/Elements.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/analysis/ABaseClosedSearch.h"
 #include "zeltra/analysis/ABaseLine.h"
 #include "zeltra/uvx/AUVXBaseLines.h"

@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <array>
-#include <numbers>
-#include <string>
-#include <vector>
-
 #include "tests/support/Elements.h"
+#include "tests/support/Test.h"
 #include "zeltra/analysis/A3Tlscs.h"
 #include "zeltra/analysis/ABaseLine.h"
 #include "zeltra/analysis/AClosePhaseArray.h"

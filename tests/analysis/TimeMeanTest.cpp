@@ -1,14 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <limits>
-#include <numbers>
-#include <vector>
-
 #include "tests/support/Elements.h"
+#include "tests/support/Test.h"
 #include "zeltra/analysis/AUVXTimeMeanArray.h"
 #include "zeltra/uvx/AUVXGroup.h"
 

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <limits>
 #include <numeric>
 
 #include "tests/support/Elements.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/AMatrix.h"
 #include "zeltra/core/AObjArray.h"
 #include "zeltra/core/APtrArray.h"

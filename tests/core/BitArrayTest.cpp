@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <limits>
-
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/ABitMatrix.h"
 
 namespace zeltra::test {

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AStreamFile.h"
 

@@ -2,7 +2,8 @@
 #include "zeltra/core/JobDescription.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
+
+#include "tests/support/Test.h"
 
 namespace zeltra::test {
 namespace {

@@ -1,12 +1,12 @@
 // What an output takes over from a file that it replaces, on systems with links and permissions.
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/WriteWholeFile.h"
 
 namespace zeltra::test {

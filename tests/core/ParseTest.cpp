@@ -2,8 +2,8 @@
 #include "zeltra/core/Parse.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include "tests/support/Test.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 

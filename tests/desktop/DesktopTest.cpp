@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
 
 #include "tests/support/Progress.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/desktop/FileCopy.h"
 #include "zeltra/desktop/FileNames.h"
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/desktop/FileCopy.h"
 #include "zeltra/desktop/FileDialogs.h"
 #include "zeltra/desktop/FileNames.h"
@@ -251,11 +250,11 @@ TEST_F(FileDialogs, FallBackToKDialog) {
 
 TEST_F(FileDialogs, ThatAreCancelledOrMissingChangeNothing) {
   std::string path = "unchanged";
-  EXPECT_FALSE(fnFileDialog1(path, "", "", true, "", 0));
-  EXPECT_FALSE(BrowseForFolder(nullptr, path, "", ""));
-  Install("zenity", "echo /data/x; exit 1");
-  EXPECT_FALSE(fnFileDialog1(path, "", "", true, "", 0));
-  EXPECT_FALSE(BrowseForFolder(nullptr, path, "", ""));
+  for (const bool isMissing : {true, false}) {
+    EXPECT_FALSE(fnFileDialog1(path, "", "", true, "", 0)) << isMissing;
+    EXPECT_FALSE(BrowseForFolder(nullptr, path, "", "")) << isMissing;
+    Install("zenity", "echo /data/x; exit 1");
+  }
   EXPECT_EQ(path, "unchanged");
 }
 

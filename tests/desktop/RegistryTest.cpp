@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 #include <stdio.h>
 
+#include "tests/support/Test.h"
 #include "zeltra/desktop/FileNames.h"
 #include "zeltra/desktop/FileTypes.h"
 

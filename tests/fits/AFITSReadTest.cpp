@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/fits/AFITSRead.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cmath>
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "tests/support/OpenFITS.h"
 #include "tests/support/Progress.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"

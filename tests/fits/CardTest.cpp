@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <climits>
 #include <clocale>
-#include <cmath>
-#include <string>
 
+#include "tests/support/Test.h"
 #include "zeltra/fits/FITSCards.h"
 #include "zeltra/fits/ParseFITSstr.h"
 

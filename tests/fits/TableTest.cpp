@@ -1,13 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <climits>
-#include <cmath>
-#include <cstring>
-#include <string>
-
 #include "tests/support/OpenFITS.h"
+#include "tests/support/Test.h"
 
 namespace zeltra::test {
 namespace {

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/image/BeamShape.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numbers>
+#include "tests/support/Test.h"
 
 namespace zeltra::test {
 namespace {

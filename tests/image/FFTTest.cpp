@@ -1,18 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/image/FFT.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cmath>
 #include <complex>
-#include <cstring>
-#include <limits>
-#include <numbers>
 #include <random>
-#include <utility>
 
 #include "tests/support/PlainFFT.h"
+#include "tests/support/Test.h"
 
 namespace zeltra::test {
 namespace {

@@ -1,15 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/image/AMapFile.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cmath>
-#include <limits>
-#include <memory>
-#include <vector>
-
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/Text.h"
 
 namespace zeltra::test {

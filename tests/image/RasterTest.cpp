@@ -1,15 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <chrono>
-#include <climits>
-#include <cmath>
-#include <cstdlib>
-#include <numbers>
-#include <utility>
-#include <vector>
 
+#include "tests/support/Test.h"
 #include "zeltra/image/AEllipse.h"
 #include "zeltra/image/ALine.h"
 #include "zeltra/image/APtInLine.h"

@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <complex>
-#include <limits>
 #include <map>
-#include <numbers>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/imaging/ImageUVX.h"
 

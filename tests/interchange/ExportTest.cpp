@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
 

@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <limits>
-#include <memory>
 
 #include "tests/support/Progress.h"
 #include "tests/support/SyntheticFITS.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/fits/AFITSRead.h"

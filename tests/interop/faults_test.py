@@ -14,7 +14,7 @@ from command import ALL, SHARED as LIBRARY, Case, contents, put, run, zeltra
 SAMPLES = 2
 
 CALLS = {"open": [errno.EIO, errno.EMFILE], "read": [errno.EIO, 0, -1], "write": [errno.ENOSPC, 0, -1]}
-CALLS.update((call, [errno.EIO]) for call in ("seek", "stat", "sync", "rename", "close", "truncate", "chmod"))
+CALLS.update((call, [errno.EIO]) for call in ("seek", "stat", "sync", "folder", "rename", "close", "truncate", "chmod"))
 
 
 class Faults(Case):
@@ -49,6 +49,7 @@ class Faults(Case):
         about = " ".join(map(str, (job, fault, code, told[:300], sorted(left))))
         if code == 0:
             self.assertEqual((printed, left), right, about)
+            self.assertNotIn(fault[0], ("sync", "folder"), "what a job reports is durable: " + about)
             return
         self.assertEqual(code, 1, about)
         self.assertRegex(told, "zeltra: error: .*(in\\.|out|zeltra).*cannot be (read|written|created)", about)
@@ -75,6 +76,7 @@ class Faults(Case):
             code, printed, left, told = self.run_job(job)
             self.assertEqual(code, 0, (job, told))
             counts = self.counts(job)
+            self.assertTrue(not left or counts["sync"] and counts["folder"], "outputs are durable: %s" % job)
             for call, errors in CALLS.items():
                 numbers = range(1, counts[call] + 1)
                 for number in numbers if ALL else random.sample(numbers, min(SAMPLES, len(numbers))):

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/numeric/Astrometry.h"
 
-#include <gtest/gtest.h>
-
+#include "tests/support/Test.h"
 #include "zeltra/core/Units.h"
 
 namespace zeltra::test {

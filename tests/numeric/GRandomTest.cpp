@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/numeric/GRandom.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdlib>
-#include <vector>
+#include "tests/support/Test.h"
 
 namespace zeltra::test {
 namespace {

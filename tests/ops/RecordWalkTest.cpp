@@ -2,12 +2,12 @@
 #include "zeltra/ops/RecordWalk.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/ops/AUVXFluxes.h"
 #include "zeltra/ops/RecordChoice.h"
 

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <complex>
-#include <memory>
-#include <vector>
 
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/ops/SimulateUVX.h"
 #include "zeltra/readers/CalculateUVW.h"
 #include "zeltra/uvx/AUVXAntenns.h"

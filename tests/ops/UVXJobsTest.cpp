@@ -2,13 +2,12 @@
 #include "zeltra/ops/CopyUVX.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <stdexcept>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
@@ -97,9 +96,7 @@ TEST(CopyUVX, KeepsTheRecordsThatAreSelected) {
 TEST(CopyUVX, LeavesRowsOfAntennasAndSourcesOut) {
   SyntheticUVXTable bySource{"TY"};
   bySource.columns = {{"SOURCE ID", "", "1J"}};
-  bySource.rows = 2;
-  for (const int32_t number : {1, 2}) Append(bySource.data, number);
-  Source source(SyntheticUVX().Antennas(4).Sources(2).Tables().Table(bySource));
+  Source source(SyntheticUVX().Antennas(4).Sources(2).Tables().Table(bySource.Row(1).Row(2)));
   CopyOptions options;
   options.selection.antennas = {"1", "2", "3"};
   options.selection.sources = {"2"};
@@ -153,17 +150,9 @@ TEST(CopyUVX, KeepsFrequenciesRight) {
 TEST(CopyUVX, ReducesColumnsThatAreAboutIFs) {
   SyntheticUVXTable sources{"SU"}, antennas{"AN"}, gains{"GC"};
   sources.columns = {{"ID. NO.", "", "1J"}, {"SOURCE", "", "3A"}, {"FREQOFF", "HZ", "3E"}};
-  sources.rows = 1;
-  Append(sources.data, int32_t{1});
-  sources.data += "ABC";
-  for (const float offset : {1.f, 2.f, 3.f}) Append(sources.data, offset);
+  sources.Row(1, std::string("ABC"), 1.f, 2.f, 3.f);
   antennas.columns = {{"STABXYZ", "METERS", "3D"}, {"NOSTA", "", "1J"}, {"POLCALA", "", "6E"}};
-  antennas.rows = 3;
-  for (int32_t number = 1; number <= 3; ++number) {
-    for (const double x : {1., 2., 3.}) Append(antennas.data, x);
-    Append(antennas.data, number);
-    for (const float x : {10.f, 11.f, 20.f, 21.f, 30.f, 31.f}) Append(antennas.data, x);
-  }
+  for (int number = 1; number <= 3; ++number) antennas.Row(1., 2., 3., number, 10.f, 11.f, 20.f, 21.f, 30.f, 31.f);
   gains.columns = {{"GAIN", "", "3E"}};
   Source source(SyntheticUVX().IFs(3).Table(sources).Table(antennas).Table(gains));
   CopyOptions options;
@@ -258,14 +247,9 @@ TEST(RecomputeUVW, TakesTheFrameThatFits) {
 TEST(RecomputeUVW, RefusesPositionsThatAreNoNumbers) {
   SyntheticUVXTable antennas{"AN"}, sources{"SU"};
   antennas.columns = {{"STABXYZ", "", "1D"}, {"NOSTA", "", "1J"}};
-  antennas.rows = 4;
-  for (int32_t number = 1; number <= 4; ++number) {
-    Append(antennas.data, std::nan(""));
-    Append(antennas.data, number);
-  }
+  for (int number = 1; number <= 4; ++number) antennas.Row(std::nan(""), number);
   sources.columns = {{"ID. NO.", "", "1J"}};
-  sources.rows = 1;
-  Append(sources.data, int32_t{1});
+  sources.Row(1);
   Source file(SyntheticUVX().Table(antennas).Table(sources));
   TempFile out("uvx");
   UVWDifference difference;

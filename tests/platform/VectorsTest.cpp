@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/platform/VectorsInternal.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
+#include "tests/support/Test.h"
 
 namespace zeltra::test {
 namespace {

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/readers/CalculateUVW.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "tests/support/MemoryFile.h"
 #include "tests/support/SyntheticUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/readers/AWork2UVX.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
@@ -50,8 +45,7 @@ class CopyTest : public testing::Test {
 SyntheticUVXTable Numbers(const std::string& code, const std::string& column, const std::vector<int32_t>& values) {
   SyntheticUVXTable table{code};
   table.columns = {{column, "", "1J"}};
-  table.rows = static_cast<int>(values.size());
-  for (const int32_t value : values) Append(table.data, value);
+  for (const int32_t value : values) table.Row(value);
   return table;
 }
 

@@ -1,13 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "tests/support/OpenUVX.h"
 #include "tests/support/Progress.h"
+#include "tests/support/Test.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/readers/AUVXFastRead.h"
 #include "zeltra/readers/AUVXPosIndex.h"
@@ -89,10 +83,7 @@ Indices operator+(Indices a, const Indices& b) {
 SyntheticUVXTable Index(const std::vector<std::array<int, 4>>& scans) {
   SyntheticUVXTable table{"NX"};
   table.columns = {{"START VIS", "", "1J"}, {"END VIS", "", "1J"}, {"SOURCE ID", "", "1J"}, {"FREQ ID", "", "1J"}};
-  for (const auto& scan : scans) {
-    for (const int32_t number : scan) Append(table.data, number);
-    ++table.rows;
-  }
+  for (const auto& scan : scans) table.Row(scan);
   return table;
 }
 
@@ -226,30 +217,23 @@ TEST_F(ReaderTest, TellsEveryWholePercentOnce) {
   EXPECT_EQ(kProgressPosition, 1026u);
   const SyntheticUVX content = SyntheticUVX().Antennas(2).Times(250).Tables();
   AUVXFile& uvx = Open(content);
-  const auto expectAll = [](const Progress& progress) {
-    EXPECT_EQ(progress.ranges, Indices{100 << 16});
-    EXPECT_EQ(progress.positions, Range(0, 101));
-  };
   Progress indexed, fast, listed;
   AUVXRead reader(&uvx, 1, &indexed);
   ReadAll(reader, content);
-  expectAll(indexed);
   AUVXFastRead fastReader(&uvx, &fast);
   ReadAll(fastReader, content);
-  expectAll(fast);
   AUVXPosIndex list(&uvx, 1, &listed);
   ListAll(list);
-  expectAll(listed);
+  for (const Progress* progress : {&indexed, &fast, &listed}) {
+    EXPECT_EQ(progress->ranges, Indices{100 << 16});
+    EXPECT_EQ(progress->positions, Range(0, 101));
+  }
 }
 
 TEST_F(ReaderTest, GivesTheFrequenciesOfTheLastRecord) {
-  SyntheticUVXTable frequencies{"FQ", 2};
+  SyntheticUVXTable frequencies{"FQ"};
   frequencies.columns = {{"FRQSEL", "", "1J"}, {"IF FREQ", "HZ", "1D"}, {"CH WIDTH", "HZ", "1E"}};
-  for (const int setup : {1, 2}) {
-    Append(frequencies.data, setup);
-    Append(frequencies.data, setup * 1e6);
-    Append(frequencies.data, 1e3F);
-  }
+  for (const int setup : {1, 2}) frequencies.Row(setup, setup * 1e6, 1e3F);
   // The builder's own "FQ" knows setup 1 only, so the tables are made one by one.
   const SyntheticUVX content = SyntheticUVX()
                                    .Times(10)

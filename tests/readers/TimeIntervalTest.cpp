@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <limits>
 #include <tuple>
-#include <vector>
 
 #include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/readers/AUVXTimeIntervalRead.h"
 
 namespace zeltra::test {

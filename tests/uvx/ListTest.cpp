@@ -1,15 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <limits>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "tests/support/Elements.h"
 #include "tests/support/OpenFITS.h"
 #include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXFreqs.h"
@@ -168,12 +161,7 @@ TEST(AUVXLists, PassOverLettersWithoutSize) {
   SyntheticUVXTable table{"AN"};
   table.columns = {
       {"BITS", "", "8X"}, {"BYTES", "", "2B"}, {"FLAG", "", "2L"}, {"NOSTA", "", "1I"}, {"STABXYZ", "", "9D"}};
-  table.rows = 1;
-  Append(table.data, int16_t{0});
-  Append(table.data, int16_t{5});
-  Append(table.data, 1.0);
-  Append(table.data, 2.0);
-  MemoryFile file(table.Image());
+  MemoryFile file(table.Row(int16_t{0}, int16_t{5}, 1.0, 2.0).Image());
   const AUVXAntenns list{AUVXTable(file)};
   ASSERT_EQ(list.count(), 1);
   EXPECT_EQ(list(0).id, 5);
@@ -377,12 +365,7 @@ TEST(AUVXBaseLines, ComeBackFromTheirTableInAnyOrder) {
 SyntheticUVXTable Setups() {
   SyntheticUVXTable table{"FQ"};
   table.columns = {{"FREQID", "", "1J"}, {"BANDFREQ", "HZ", "2D"}, {"CH_WIDTH", "HZ", "2E"}};
-  table.rows = 2;
-  for (int setup : {1, 3}) {
-    Append(table.data, int32_t{setup});
-    for (double offset : {0.0, 5e7}) Append(table.data, offset * setup);
-    for (float width : {1e6f, -2e6f}) Append(table.data, width);
-  }
+  for (int setup : {1, 3}) table.Row(setup, 0.0, 5e7 * setup, 1e6f, -2e6f);
   return table;
 }
 

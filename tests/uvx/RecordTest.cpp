@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <limits>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXVisibility.h"

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <vector>
-
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AStokesMix.h"
 
 namespace zeltra::test {

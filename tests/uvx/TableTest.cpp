@@ -1,16 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/uvx/AUVXTable.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "tests/support/OpenFITS.h"
 #include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXHeader.h"
 
 namespace zeltra::test {
@@ -22,18 +15,8 @@ SyntheticUVXTable EveryLetter() {
   table.keywords = {{"NO_POL", "2", true}, {"NAME", "it's", false}};
   table.columns = {{"SOURCE ID", "", "1J"}, {"NAME", "", "8A"},     {"TSYS", "KELVIN", "2E"}, {"BITS", "", "12X"},
                    {"SUBARRAY", "", "1I"},  {"TIME", "DAYS", "1D"}, {"USED", "", "1L"}};
-  table.rows = 2;
-  for (int row = 1; row <= 2; ++row) {
-    Append(table.data, int32_t{0x01020304 * row});
-    AppendText(table.data, row == 1 ? std::string(" AB\0CDEF", 8) : "LONGNAME", 8);
-    Append(table.data, 1.5f * static_cast<float>(row));
-    Append(table.data, -2.5f);
-    Append(table.data, uint16_t{0x0ABC});
-    Append(table.data, static_cast<int16_t>(-row));
-    Append(table.data, 0.125 * row);
-    table.data += row == 1 ? 'T' : 'F';
-  }
-  return table;
+  table.Row(0x01020304, std::string(" AB\0CDEF", 8), 1.5f, -2.5f, uint16_t{0x0ABC}, int16_t{-1}, 0.125, 'T');
+  return table.Row(0x02040608, std::string("LONGNAME"), 3.f, -2.5f, uint16_t{0x0ABC}, int16_t{-2}, 0.25, 'F');
 }
 
 AUVXTable Load(const std::string& image) {

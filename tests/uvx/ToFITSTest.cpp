@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "tests/support/OpenFITS.h"
 #include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 
 namespace zeltra::test {
 namespace {

@@ -1,15 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <limits>
-#include <memory>
-#include <string>
 
 #include "tests/support/OpenUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/uvx/AUVXComplex.h"

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
