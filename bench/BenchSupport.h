@@ -1,4 +1,4 @@
-// Timing of whole-file jobs beside a yardstick, alternating in one run.
+// Times whole-file jobs and a yardstick alternately in one run.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_BENCH_BENCHSUPPORT_H_
 #define ZELTRA_BENCH_BENCHSUPPORT_H_
@@ -15,12 +15,12 @@
 
 namespace zeltra::bench {
 
-/// The first touch of memory is dear on virtual machines: have the system hand out some GB before anything is timed.
+/// First access to memory is expensive on virtual machines: make the system hand out some GB before anything is timed.
 inline void TouchMemory(size_t gigabytes) {
   const size_t size = gigabytes << 30;
   std::unique_ptr<char[]> memory(new char[size]);
   for (size_t i = 0; i < size; i += 4096) memory[i] = 1;
-  // Read back, so that the compiler keeps the loop.
+  // Read back so that the compiler keeps the loop.
   if (memory[size / 2] > 1) std::abort();
 }
 

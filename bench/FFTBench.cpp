@@ -1,4 +1,4 @@
-// Times the two-dimensional transform beside its plain steps and, where it is installed, FFTW, all in one run.
+// Times the two-dimensional transform, its plain steps and, if installed, FFTW, all in one run.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <chrono>
@@ -21,7 +21,7 @@ namespace {
 
 using Matrix = AMatrix<std::complex<double>>;
 
-/// The shortest of several runs: what the machine can do when nothing else runs on it.
+/// The shortest of several runs: what the machine can do when idle otherwise.
 class Timer {
  public:
   template <typename Work>
@@ -50,7 +50,7 @@ Matrix Noise(int n) {
 }
 
 #ifdef ZELTRA_BENCH_FFTW
-/// FFTW in place, planned beforehand.
+/// FFTW in place, planned in advance.
 class Fftw {
  public:
   Fftw(int n, int threads) : n_(n), data_(fftw_alloc_complex(Count(n))) {

@@ -1,5 +1,5 @@
-// Reading every record of a UVX file beside `cat` of it, averages and closure phases beside a numpy program that forms
-// them: read_bench [FOLDER]
+// Times reading every record of a UVX file against `cat` of it, and averages and closure phases against a numpy program
+// that forms them: read_bench [FOLDER]
 // SPDX-License-Identifier: MIT
 #include <filesystem>
 
@@ -30,7 +30,7 @@ double Simulate(const std::string& path, int ifs, int channels) {
   options.channels = channels;
   options.integration = 1;
   const double recordBytes = AUVXGroup::kBytes + 12.0 * 4 * ifs * channels;
-  // A tenth of the time is spent between the sources.
+  // A tenth of the time is spent slewing between the sources.
   options.minutes = kFileBytes / recordBytes / 45 / 60 / 0.9;
   Check(SimulateUVX(path, options));
   return static_cast<double>(std::filesystem::file_size(path));

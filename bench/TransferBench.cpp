@@ -1,4 +1,4 @@
-// Import and export of UV FITS in MB/s beside `cp` of the same file, which does not wait for the disk:
+// Times import and export of UV FITS in MB/s against `cp` of the same file, which does not wait for the disk:
 //   transfer_bench [FOLDER]
 // SPDX-License-Identifier: MIT
 #include <filesystem>
@@ -52,7 +52,7 @@ void Measure(const std::string& folder, const std::string& title, double targetB
                      std::filesystem::remove(back);
                      Check(ExportUVFITS(uvx, back, options));
                    }}});
-  // By itself, since writing to the disk goes on in the background and would slow the others down.
+  // Run separately, since writing to the disk goes on in the background and would slow the others down.
   bench::Compare("  waiting for the disk", bytes, 3,
                  {{"import",
                    [&] {

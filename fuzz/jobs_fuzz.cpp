@@ -3,14 +3,22 @@
 #include <cstdint>
 
 #include "tests/support/TempFile.h"
+#include "zeltra/calibration/ApplyGains.h"
 #include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/ops/AUVXFluxes.h"
+#include "zeltra/ops/AverageFrequency.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
 #include "zeltra/ops/CopyUVX.h"
+#include "zeltra/ops/DeleteIFs.h"
+#include "zeltra/ops/FlagUVX.h"
+#include "zeltra/ops/PlanParts.h"
 #include "zeltra/ops/RecomputeUVW.h"
+#include "zeltra/ops/ShiftUVX.h"
+#include "zeltra/ops/SqueezeUVX.h"
+#include "zeltra/ops/UnfoldUVX.h"
 
 namespace {
 
@@ -59,6 +67,54 @@ void Rewrite(AUVXInput& input, const std::string& to) {
   UVWDifference difference;
   (void)RecomputeUVW(input, to, uvw, difference);
   (void)ExportUVFITS(input.path(), to, uvw);
+  ApplyOptions apply;
+  apply.overwrite = true;
+  apply.sync = false;
+  for (const char* table : {"SN", "CL"}) {
+    apply.gains = table;
+    (void)ApplyGains(input, to, apply, nullptr);
+  }
+}
+
+template <typename Options>
+Options Replacing(void (*change)(Options&)) {
+  Options options;
+  options.overwrite = true;
+  options.sync = false;
+  change(options);
+  return options;
+}
+
+void ChangeFrequencies(AUVXInput& input, const std::string& to) {
+  (void)DeleteIFs(input, to, Replacing<DeleteIFsOptions>([](auto& o) { o.deleted = {0}; }));
+  (void)AverageFrequency(input, to, Replacing<AverageFrequencyOptions>([](auto& o) {
+                           o.channels = 2;
+                           o.joinIFs = o.dropsRemainder = true;
+                         }));
+  (void)SaveAndSQ(input, to, Replacing<SqueezeOptions>([](auto& o) { o.IFs = o.channels = true; }));
+  (void)UnfoldUVX(input, to, Replacing<UnfoldOptions>([](auto& o) { o.IFs = true; }));
+  (void)UnfoldUVX(input, to, Replacing<UnfoldOptions>([](auto& o) { o.channels = true; }));
+}
+
+void Change(AUVXInput& input, const std::string& to) {
+  FlagOptions flag;
+  flag.overwrite = true;
+  flag.sync = false;
+  flag.trim = 10;
+  flag.clip = 1;
+  (void)FlagUVX(input, to, flag, nullptr);
+  flag.table = "FG";
+  (void)FlagUVX(input, to, flag, nullptr);
+  ShiftOptions shift;
+  shift.overwrite = true;
+  shift.sync = false;
+  shift.ra = shift.dec = 1e-8;
+  shift.sources = {"1"};
+  (void)ShiftUVX(input, to, shift, nullptr);
+  PlanOptions plan;
+  plan.interval = 60;
+  std::vector<PlannedPart> parts;
+  (void)PlanParts(input, plan, parts);
 }
 
 void Picture(AUVXInput& input) {
@@ -79,6 +135,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!input.Open(file.path())) return 0;
   Combine(input);
   Rewrite(input, output.path());
+  ChangeFrequencies(input, output.path());
+  Change(input, output.path());
   Picture(input);
   return 0;
 }

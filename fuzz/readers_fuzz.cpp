@@ -1,9 +1,12 @@
-// Reading, cutting into intervals, averaging and copying any bytes that open as a UVX file.
+// Reading, cutting into intervals, averaging and copying any bytes that open as a UVX file, or as a gain file.
 // SPDX-License-Identifier: MIT
 #include <memory>
 #include <string>
 
 #include "tests/support/MemoryFile.h"
+#include "tests/support/TempFile.h"
+#include "zeltra/calibration/AGainFileHdr.h"
+#include "zeltra/calibration/AGainMeanInfo.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/readers/AUVXPosIndex.h"
 #include "zeltra/readers/AUVXTimeIntervalRead.h"
@@ -12,8 +15,23 @@
 #include "zeltra/uvx/AUVXSkanList.h"
 #include "zeltra/uvx/AUVXTable.h"
 
+namespace {
+
+void ReadGains(const std::string& bytes) {
+  static const zeltra::test::TempFile file("gain");
+  file.Put(bytes);
+  zeltra::AGains gains;
+  if (!zeltra::LoadGains(file.path(), gains)) return;
+  zeltra::AArray<zeltra::AGainMeanInfo> info;
+  zeltra::GetGainMeanInfo(gains.list, info);
+  zeltra::GainAverrage(zeltra::AGainArray(gains.list), 60, gains.header.dateObs, gains.list);
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   zeltra::SetMessageSink([](const char*) {});
+  if (size > 4 && data[0] == 'Z') ReadGains(std::string(reinterpret_cast<const char*>(data), size));
   zeltra::test::MemoryFile input(std::string(reinterpret_cast<const char*>(data), size)), output;
   zeltra::AUVXFile uvx, copy;
   // A header may promise records of any size below 2 GiB; a host makes room for one once it knows that there is one.

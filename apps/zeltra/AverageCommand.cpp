@@ -12,9 +12,9 @@
 namespace zeltra::app {
 namespace {
 
-// A line of a text shows so many values of an average.
+// How many values of an average a line of text shows.
 constexpr int kShownValues = 2;
-// A table has room for an average of so many values, three columns each.
+// How many values of an average fit in a table, with three columns each.
 constexpr int kMostValues = 1 << 18;
 
 struct Arguments {
@@ -45,7 +45,7 @@ AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& sess
   const int64 values = averaged.count();
   if (values > kMostValues) {
     return AResult::Fail(arguments.path + ": averages of " + std::to_string(values) +
-                         " values do not fit a table, -o writes a UVX file");
+                         " values do not fit in a table, -o writes a UVX file");
   }
   const int all = static_cast<int>(values);
   const int shown = arguments.format == TableFormat::Text ? std::min(all, kShownValues) : all;
@@ -64,20 +64,20 @@ AResult PrintAverages(UVXInput& input, const Arguments& arguments, Session& sess
   result = out.Flush();
   if (result && shown < all) {
     session.Report("the first " + std::to_string(shown) + " of " + std::to_string(all) +
-                   " values are shown, --csv prints them all");
+                   " values are shown, --csv prints all");
   }
   if (result && !isValid) session.Note("all weights are 0 or negative");
   return result;
 }
 
-// Tell that the polarisations have no place in UV FITS, whose codes are evenly spaced.
+// Note polarisations that UV FITS cannot store, as its codes are evenly spaced.
 void NoteNoAxis(UVXInput& input, const AverageOptions& options, Session& session) {
   ValuesChoice values;
   if (!FindAveragedValues(input, options, values)) return;
   const auto code = [&](size_t i) { return values.polarisations[i].mix.GetStokesID(); };
   for (size_t i = 2; i < values.polarisations.size(); ++i) {
     if (code(i) - code(i - 1) == code(1) - code(0)) continue;
-    session.Note("no UV FITS file holds these polarisations side by side, so the output cannot be exported as it is");
+    session.Note("a UV FITS file cannot hold these polarisations together, so the output cannot be exported as it is");
     return;
   }
 }
@@ -90,15 +90,21 @@ AResult AverageIntoFile(UVXInput& input, const Arguments& arguments, Session& se
   return result;
 }
 
+std::string OutputName(const Arguments& arguments) {
+  const std::optional<PartShare>& share = arguments.options.share;
+  return share ? share->FileName(arguments.output) : arguments.output;
+}
+
 AResult RunAverage(Arguments& arguments, Session& session) {
-  // The lists of the input go before those of the output come: either may have millions of scans.
+  if (arguments.options.share && arguments.output.empty()) throw CLI::RequiredError("-o, with --part,");
+  // The lists of the input are freed before those of the output are read: either may have millions of scans.
   {
     UVXInput input;
     if (AResult result = input.Open(arguments.path, arguments.options.selection, session); !result) return result;
     if (arguments.output.empty()) return input.Settle(PrintAverages(input, arguments, session));
     if (AResult result = AverageIntoFile(input, arguments, session); !result) return result;
   }
-  ReportUVX(session, arguments.output);
+  ReportUVX(session, OutputName(arguments));
   return AResult::Ok();
 }
 

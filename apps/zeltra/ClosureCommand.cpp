@@ -18,13 +18,14 @@ struct Arguments {
   ClosureOptions options;
 };
 
-// Those of phases or those of amplitudes.
+// The columns for phases or for amplitudes.
 std::vector<PrintedColumn> Columns(const Arguments& arguments) {
   std::vector<PrintedColumn> columns = PrintedColumns(ClosureDescription(), arguments.format);
   std::erase_if(columns, [&](const PrintedColumn& column) {
     const bool isOfAmplitudes = column.name == "ant4" || column.name == "log_amplitude";
     return column.name == "phase" ? arguments.options.amplitudes : isOfAmplitudes && !arguments.options.amplitudes;
   });
+  if (!arguments.options.share) columns.erase(columns.begin());
   for (PrintedColumn& column : columns) column.isText |= column.name == "stokes";
   return columns;
 }
@@ -34,6 +35,7 @@ void PrintNumber(TablePrinter& printer, int place) {
 }
 
 void PrintClosure(TablePrinter& printer, const Arguments& arguments, const AClosure& closure) {
+  if (arguments.options.share) printer.Integer(closure.part + 1);
   PrintTime(printer, arguments.format, closure.time);
   printer.Integer(closure.source);
   closure.stokes == 0 ? printer.Nothing() : printer.Text(AStokesItem(0, closure.stokes).asShortString());
@@ -63,9 +65,9 @@ AResult PrintClosures(Arguments& arguments, Session& session) {
   printer.Finish();
   if (counts.weak > 0) {
     session.Note(std::to_string(counts.weak) + " of " + std::to_string(counts.formed) +
-                 " closure amplitudes of single IFs, channels and polarisations are left out, where a baseline has a "
-                 "ratio of signal and noise of 3 or less");
-  } else if (closures == 0) {
+                 " closure amplitudes of single IFs, channels and polarisations are left out, since a baseline has a "
+                 "signal-to-noise ratio of 3 or less");
+  } else if (closures == 0 && !arguments.options.share) {
     session.Note(arguments.options.amplitudes
                      ? "no four of the antennas selected have valid baselines at any time"
                      : "no triangle of the baselines selected has three valid ones at any time");

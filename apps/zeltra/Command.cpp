@@ -26,10 +26,9 @@ Session::Session() {
 
 const AJobDescription& ToolDescription() {
   static const AJobDescription description = [] {
-    AJobDescriber<ToolOptions> tool("zeltra", "Look at visibility data, and turn it into other data");
-    tool.Option("quiet", &ToolOptions::quiet, "no progress bar, notes and summary; only errors are told").Letter('q');
-    tool.Option("pause", &ToolOptions::pause,
-                "wait for Enter before the end, in a window that closes with the program");
+    AJobDescriber<ToolOptions> tool("zeltra", "Inspect visibility data, and convert it to other data");
+    tool.Option("quiet", &ToolOptions::quiet, "no progress bar, notes or summary, only errors").Letter('q');
+    tool.Option("pause", &ToolOptions::pause, "wait for Enter at the end, for a window that closes with the program");
     return tool.Finish();
   }();
   return description;

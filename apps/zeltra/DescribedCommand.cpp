@@ -1,4 +1,4 @@
-// A command line from the description of a job.
+// Builds a command line from the description of a job.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cassert>
@@ -57,14 +57,14 @@ void AddFormat(CLI::App& command, TableFormat& format) {
   csv->excludes(json);
 }
 
-// A file instead of the table.
+// Let a file replace the table.
 void ReplaceTable(CLI::App& command, const AJobFile& output) {
   CLI::Option* file = command.get_option("--" + output.option);
   for (const char* format : {"--csv", "--json"}) file->excludes(command.get_option(format));
   for (const char* option : {"--force", "--no-sync"}) command.get_option(option)->needs(file);
 }
 
-// `text` in lines of up to 100 characters; those that it has stay.
+// `text` in lines of up to 100 characters; existing line breaks are kept.
 std::string Wrapped(const std::string& text) {
   constexpr size_t kColumns = 100;
   std::string lines;
@@ -108,14 +108,14 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
   command.footer(Footer(description));
   assert(targets.files.size() == description.inputs.size() + description.outputs.size());
   auto path = targets.files.begin();
-  // Words come in the order of the lines that people type: inputs, what to do with them, outputs.
+  // Arguments without names come in the order in which they are typed: inputs, what to do with them, outputs.
   for (const AJobFile& file : description.inputs) AddFile(command, file, **path++);
   AddOptions(command, description, targets.options);
   for (const AJobFile& file : description.outputs) AddFile(command, file, **path++);
   if (targets.format) {
     AddFormat(command, *targets.format);
     for (const AJobFile& file : description.outputs) {
-      if (!file.isWord()) ReplaceTable(command, file);
+      if (!file.isWord() && !file.isNeeded) ReplaceTable(command, file);
     }
   }
   session.Describe(description);

@@ -1,4 +1,4 @@
-// Inputs that are compressed with gzip.
+// Inputs compressed with gzip.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_GUNZIP_H_
 #define ZELTRA_APPS_GUNZIP_H_
@@ -11,9 +11,9 @@
 
 namespace zeltra::app {
 
-/// Decompress a file that begins as gzip's do into a temporary one, which goes with the object and has the name of the
-/// compressed one in sentences. A program that was built without zlib decompresses nothing.
-/// @param plain  null for any other file, and where there is none
+/// Decompress a file that begins like a gzip file into a temporary one, which is removed with the object and goes by
+/// the name of the compressed one in messages. A program built without zlib decompresses nothing.
+/// @param plain  null for any other file, and if there is none
 AResult Gunzip(const std::string& path, const JobOptions& options, std::unique_ptr<AInputFile>& plain);
 
 }  // namespace zeltra::app

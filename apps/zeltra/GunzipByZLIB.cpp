@@ -15,7 +15,7 @@ namespace zeltra::app {
 namespace {
 
 constexpr int kBlock = 1 << 18;
-// What stays free for others in the folder of temporary files: so much, or a twentieth.
+// Space left free for others in the folder of temporary files: this much, or a twentieth.
 constexpr int64 kMargin = 64 << 20;
 constexpr int kWindowOfGzip = 15 + 16;
 
@@ -24,7 +24,7 @@ std::filesystem::path PathOf(const std::string& name) {
   return std::u8string(name.begin(), name.end());
 }
 
-// A file that is removed with the object; as soon as it is open, where the system lets an open file lose its name.
+// A file that is removed with the object, or as soon as it is open, on systems that can remove open files.
 class TemporaryFile : public AInputFile {
  public:
   ~TemporaryFile() override {
@@ -97,10 +97,10 @@ AResult Inflater::Run() {
 }
 
 AResult Inflater::TakeBlock() {
-  bool isFull = false;  // there may be more to come without further input
+  bool isFull = false;  // more output may come without further input
   while (stream_.avail_in > 0 || isFull) {
     if (isBetween_) {
-      // Tapes fill up with zeros.
+      // Tapes are padded with zeros.
       while (stream_.avail_in > 0 && *stream_.next_in == 0) ++stream_.next_in, --stream_.avail_in;
       if (stream_.avail_in == 0) break;
       inflateReset(&stream_);
@@ -111,7 +111,7 @@ AResult Inflater::TakeBlock() {
     stream_.avail_out = kBlock;
     const int status = inflate(&stream_, Z_NO_FLUSH);
     if (status != Z_OK && status != Z_STREAM_END && status != Z_BUF_ERROR) {
-      return Refuse("damaged: what is compressed before byte " + std::to_string(from_.Tell() - stream_.avail_in) +
+      return Refuse("damaged: the data before byte " + std::to_string(from_.Tell() - stream_.avail_in) +
                     " cannot be decompressed" + (stream_.msg ? std::string(": ") + stream_.msg : ""));
     }
     if (AResult result = Write(kBlock - static_cast<int64>(stream_.avail_out)); !result) return result;

@@ -16,7 +16,7 @@
 namespace zeltra::app {
 namespace {
 
-constexpr double kMuchMemory = 0.5e9;  // worth a word before it is taken
+constexpr double kMuchMemory = 0.5e9;  // worth a message before it is used
 
 struct Options : ImageOptions {
   PictureOptions picture;
@@ -28,7 +28,7 @@ struct Arguments {
   Options options;
 };
 
-// "NAME: " of the first output that is named.
+// "NAME: " for the first output that is named.
 std::string Label(const ImageNames& names) {
   for (const std::string& name : {names.map, names.fits, names.picture, names.beam}) {
     if (!name.empty()) return name + ": ";
@@ -60,7 +60,7 @@ std::string Summary(const DirtyImage& image) {
 AResult MakeImage(Arguments& arguments, Session& session) {
   const std::string label = Label(arguments.names);
   const double memory = static_cast<double>(ImageMemory(arguments.options));
-  if (memory >= kMuchMemory) session.Report(label + "takes " + MemoryText(memory) + " of memory");
+  if (memory >= kMuchMemory) session.Report(label + "needs " + MemoryText(memory) + " of memory");
   const std::string& name = arguments.names.picture;
   if (AResult result = CheckPicture(name); !result) return result;
   ImageFiles files;
@@ -78,7 +78,7 @@ AResult MakeImage(Arguments& arguments, Session& session) {
   if (AResult result = files.Store(image, picture); !result) return result;
   for (const std::string& remark : image.remarks) session.Note(remark);
   if (image.beyond > 0) {
-    session.Note(std::to_string(image.beyond) + " visibilities of baselines too long for the cell are left out");
+    session.Note(std::to_string(image.beyond) + " visibilities on baselines too long for the cell are left out");
   }
   session.Report(label + Summary(image));
   return AResult::Ok();
@@ -89,12 +89,12 @@ AResult ParseClip(const std::string& text, Options& options) {
   PictureOptions::Range clip = {};
   const bool isRange = comma != text.npos && strToVal(text.substr(0, comma), clip.low) &&
                        strToVal(text.substr(comma + 1), clip.high) && clip.low < clip.high;
-  if (!isRange) return AResult::Fail("'" + text + "' is not a smaller and a larger number, as in -0.01,0.5");
+  if (!isRange) return AResult::Fail("'" + text + "' is not two numbers, the smaller one first, as in -0.01,0.5");
   options.picture.clip = clip;
   return AResult::Ok();
 }
 
-// The job of the library with what its picture takes.
+// The library's job with the options of its picture.
 AJobDescription Description() {
   AJobDescriber<Options> pictures("", "");
   pictures.Option(
@@ -107,9 +107,9 @@ AJobDescription Description() {
   pictures
       .Parsed(
           "clip", ParseClip, [](const Options&) { return std::string(); },
-          "picture: colours from MIN to MAX, in the unit of the image; pixels beyond have the outermost colours")
+          "picture: colours from MIN to MAX, in the unit of the image; pixels beyond have the colours of the ends")
       .Form("MIN,MAX")
-      .Otherwise("from the least to the greatest pixel");
+      .Otherwise("from the lowest to the highest pixel");
   const AJobDescription more = pictures.Finish();
   AJobDescription description = ImageDescription();
   description.options.insert(description.options.end(), more.options.begin(), more.options.end());

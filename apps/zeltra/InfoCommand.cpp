@@ -1,4 +1,4 @@
-// zeltra info: what a UVX file holds, as a page or as one JSON object.
+// zeltra info: the contents of a UVX file, as a page or as one JSON object.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cmath>
@@ -20,9 +20,10 @@ namespace {
 
 using nlohmann::ordered_json;
 
-// A section of the page has so many lines at most.
+// The most lines in a section of the page.
 constexpr int kMostLines = 40;
-// JSON has the records' own times of so many scans, for which as many pairs of records are read; of more, the index's.
+// Up to this many scans JSON gives their records' own times, reading two records for each; above it, those of the
+// index.
 constexpr int kMostTimedScans = 100000;
 
 struct Arguments : JobOptions {
@@ -59,7 +60,7 @@ ordered_json TablesAsJSON(const AUVXContents& contents) {
   return list;
 }
 
-// What a file without a table of antennas tells of them is in its list of baselines.
+// If a file has no antenna table, its antennas appear only in its list of baselines.
 int ListedAntennas(const AUVXContents& contents) {
   return contents.HasAntennaTable() ? contents.antennas().count() : 0;
 }
@@ -138,7 +139,7 @@ ordered_json BaselinesAsJSON(const AUVXContents& contents, const AUVXFluxes& flu
   return list;
 }
 
-// The first scans with the times of their records.
+// The first scans, with the times of their records.
 AResult TimeScans(UVXInput& input, int most, std::vector<AUVXPositionItem>& timed) {
   const AUVXContents& contents = input.contents();
   AResult result = AResult::Ok();
@@ -150,8 +151,8 @@ AResult TimeScans(UVXInput& input, int most, std::vector<AUVXPositionItem>& time
 }
 
 // Numbers that are not finite become null.
-// @param scans   with the times of their records; empty for those of the index
-// @param fluxes  null without statistics of the baselines
+// @param scans   with the times of their records; empty: those of the index
+// @param fluxes  null if there are no statistics of the baselines
 std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const std::vector<AUVXPositionItem>& scans,
                        const AUVXFluxes* fluxes) {
   const AUVXHeader& header = contents.header();
@@ -193,7 +194,7 @@ class Page {
   Page(StandardOutput& out, const AUVXContents& contents, const AUVXFile& uvx)
       : out_(out), contents_(contents), header_(contents.header()), uvx_(uvx) {}
 
-  /// @param scans  those that are listed
+  /// @param scans  those to list
   void Print(const std::string& path, const std::vector<AUVXPositionItem>& scans);
   void PrintBaselines(const AUVXFluxes& fluxes);
 
@@ -208,7 +209,7 @@ class Page {
 
   void Line(const char* what, const std::string& text);
   TablePrinter Section(const std::string& title, std::vector<PrintedColumn> columns);
-  // A section that is too long ends with a word on how to see the rest.
+  // A section that is too long ends with a line that says how to see the rest.
   void EndSection(TablePrinter& printer, int lines, const char* code);
   std::string SourceName(int id);
 
@@ -334,7 +335,7 @@ void Page::PrintRanges() {
   for (const auto& [name, limits] : ranges) {
     printer.Text(name);
     for (const double limit : {double{limits.minimum}, double{limits.maximum}}) {
-      // The records hold 32-bit floats, of which more digits mean nothing.
+      // The records hold 32-bit floats, for which more digits are meaningless.
       char text[32];
       std::snprintf(text, sizeof text, "%.7g", limit);
       printer.Text(text);
@@ -418,7 +419,7 @@ AResult Info(const Arguments& arguments, Session& session) {
     if (AResult result = fluxes.Create(input, arguments.selection, options); !result) return result;
   }
   const bool isIndexTimed = arguments.json && contents.scans().count() > kMostTimedScans;
-  if (isIndexTimed) session.Note("the times of the scans, which are many, are those of the index");
+  if (isIndexTimed) session.Note("there are many scans, so their times are those of the index");
   std::vector<AUVXPositionItem> scans;
   const int most = isIndexTimed ? 0 : arguments.json ? kMostTimedScans : kMostLines;
   if (AResult result = TimeScans(input, most, scans); !result) return result;
@@ -434,15 +435,14 @@ AResult Info(const Arguments& arguments, Session& session) {
 }
 
 AJobDescription DescribeInfo() {
-  AJobDescriber<Arguments> job(
-      "info", "Tell what a UVX file holds",
-      "A page of what the header and the tables say: sources, scans, frequencies, antennas, ranges of values. What is "
-      "selected are the records that --baselines reads.");
+  AJobDescriber<Arguments> job("info", "Show what a UVX file contains",
+                               "A page of what the header and the tables say: sources, scans, frequencies, antennas, "
+                               "ranges of values. A selection applies to the records that --baselines reads.");
   job.Input(UVXInputFile());
   job.Option(
       "json", &Arguments::json,
-      "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, by their first and last "
-      "records or, where there are more than 100000 scans, by the index, their records numbered from 1");
+      "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, from their first and last "
+      "records or, where there are more than 100000 scans, from the index, with their records numbered from 1");
   job.Option("baselines", &Arguments::baselines,
              "read all records for the mean amplitude, its scatter and the number of valid values of every baseline "
              "and polarisation");

@@ -12,7 +12,7 @@ void NoteSources(UVXInput& input, const UVXSelection& chosen, Session& session) 
   if (!chosen.sources.empty()) return;
   RecordChoice choice;
   if (!choice.Open(input, chosen) || choice.sources().size() < 2) return;
-  session.Note("lines of several sources follow each other, --source chooses one: " +
+  session.Note("the table has lines of several sources, --source chooses one: " +
                input.contents().SourceList(choice.sources()));
 }
 

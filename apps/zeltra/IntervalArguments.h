@@ -1,4 +1,4 @@
-// What the commands over time intervals share.
+// Functions shared by the commands over time intervals.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_INTERVALARGUMENTS_H_
 #define ZELTRA_APPS_INTERVALARGUMENTS_H_
@@ -10,10 +10,10 @@ namespace zeltra::app {
 
 class UVXInput;
 
-/// Tell which sources a table mixes, where none was chosen and there are several.
+/// Note which sources a table mixes, if it has several and none was chosen.
 void NoteSources(UVXInput& input, const UVXSelection& chosen, Session& session);
 
-/// Print a Julian date: as a date and a time of day in a text.
+/// Print a Julian date; in text, as a date and a time of day.
 void PrintTime(TablePrinter& printer, TableFormat format, double julianDate);
 
 }  // namespace zeltra::app

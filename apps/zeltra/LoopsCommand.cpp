@@ -1,4 +1,4 @@
-// zeltra loops: the chains of baselines that close a baseline.
+// zeltra loops: the chains of baselines that close a loop with one baseline.
 // SPDX-License-Identifier: MIT
 #include <memory>
 

@@ -5,7 +5,7 @@
 namespace zeltra::app {
 namespace {
 
-// Text as roff takes it for text.
+// Text escaped for roff.
 std::string Plain(const std::string& text) {
   std::string plain;
   for (const char c : text) {
@@ -17,7 +17,7 @@ std::string Plain(const std::string& text) {
       plain += c;
     }
   }
-  // A line that begins so would be a request.
+  // A line that begins with these would be a request.
   return plain.starts_with('.') || plain.starts_with('\'') ? "\\&" + plain : plain;
 }
 
@@ -61,8 +61,8 @@ std::string ManPage(const Session& session, const CLI::App& app) {
       Bold("zeltra COMMAND FILE... [options]") + ".SH DESCRIPTION\n" +
       Plain(
           "Imports UV FITS into UVX files, reads, averages, copies, images and plots them. Tables go to standard "
-          "output, as CSV or JSON where asked; notes and errors go to standard error. Existing files are replaced only "
-          "with --force, and an output appears under its name when it is complete.") +
+          "output, as CSV or JSON if asked; notes and errors go to standard error. Existing files are replaced only "
+          "with --force, and an output appears under its name only when it is complete.") +
       "\n.SH COMMANDS\n";
   for (const AJobDescription* job : session.descriptions()) text += Section(*job, *app.get_subcommand(job->name));
   text += ".SH OPTIONS OF ALL COMMANDS\n";

@@ -1,4 +1,4 @@
-// What the pages of the manual share, whatever they are written in.
+// Functions shared by the pages of the manual in all their formats.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_MANUAL_H_
 #define ZELTRA_APPS_MANUAL_H_
@@ -15,7 +15,7 @@ std::string Synopsis(const AJobDescription& job);
 std::string OptionNames(const std::string& name, char letter, const std::string& form);
 /// The help of an option with its range.
 std::string HelpOf(const AJobOption& option);
-/// What holds where an option is not given.
+/// What holds if an option is not given.
 std::string DefaultOf(const AJobDescription& job, const AJobOption& option);
 
 /// The page for man, in roff with the macros of man(7).

@@ -24,7 +24,7 @@ AResult Plot(Arguments& arguments, Session& session) {
   const std::string& to = arguments.to;
   PlotOptions& options = arguments.options;
   if (options.isLogarithmic && options.kind != PlotKind::Amplitude) {
-    throw CLI::ValidationError("--log", "is for amplitudes alone");
+    throw CLI::ValidationError("--log", "applies only to amplitudes");
   }
   if (!options.overwrite && PathExists(to)) return AResult::Fail(to + ": exists already and is not replaced unasked");
   if (IsSameFile(to, arguments.from)) return AResult::Fail(to + ": is the file that is read");
@@ -60,12 +60,12 @@ AJobDescription DescribePlot() {
   DescribeSelection(job, {.sources = "the only one", .stokes = "the parallel hands", .isByVisibility = true});
   job.Option(
       "flagged", [](PlotOptions & o) -> auto& { return o.selection.flagged; },
-      "draw flagged visibilities too, as a series of their own");
-  job.Option("time", &PlotOptions::overTime, "amplitude, phase: over time");
+      "draw flagged visibilities too, as a separate series");
+  job.Option("time", &PlotOptions::overTime, "amplitude, phase: plot over time");
   job.Option("log", &PlotOptions::isLogarithmic, "amplitude: logarithmic axis");
   AJobOption& interval = DescribeInterval(job, &PlotOptions::interval);
-  interval.help = "average first, over intervals of this length; -1 for every time stamp";
-  interval.Otherwise("60 for closure, else nothing is averaged");
+  interval.help = "average first, over intervals of this length; -1 for each time stamp";
+  interval.Otherwise("60 for closure, else no averaging");
   job.Threads();
   job.Overwrite();
   return job.Finish();

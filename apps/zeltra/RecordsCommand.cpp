@@ -17,7 +17,7 @@
 namespace zeltra::app {
 namespace {
 
-// A line of a text shows so many values of a record.
+// How many values of a record a line of text shows.
 constexpr int kShownValues = 2;
 
 struct Arguments : JobOptions {
@@ -29,11 +29,11 @@ struct Arguments : JobOptions {
 };
 
 AJobDescription DescribeRecords() {
-  AJobDescriber<Arguments> job("records", "Print visibility records", "A line a record, in the order of the file.");
+  AJobDescriber<Arguments> job("records", "Print visibility records", "One line per record, in file order.");
   job.Input(UVXInputFile());
   DescribeSelection(job);
-  job.Option("from", &Arguments::from, "first record that is looked at; records count from 1").From(1);
-  job.Option("count", &Arguments::count, "number of records looked at").From(0).Otherwise("all that follow");
+  job.Option("from", &Arguments::from, "first record to consider, counted from 1").From(1);
+  job.Option("count", &Arguments::count, "number of records to consider").From(0).Otherwise("all up to the last one");
   job.Column("index", "", "number of the record, from 1");
   job.Column("time", "JD", "Julian date, in the time scale of the file");
   job.Column("ant1", "", "number of antenna 1");
@@ -93,7 +93,7 @@ AResult RecordPrinter::Print() {
   AResult result = out_.Flush();
   if (result && shown_ < all) {
     session_.Report("the first " + std::to_string(shown_) + " of " + std::to_string(all) +
-                    " values a record are shown, --csv prints them all");
+                    " values per record are shown, --csv prints all");
   }
   return result;
 }
@@ -113,7 +113,7 @@ AResult RecordPrinter::LookUp() {
 
 AResult RecordPrinter::PrintRecords(TablePrinter& printer) {
   JobOptions options = session_.Options();
-  options.progress = nullptr;  // the lines themselves show it
+  options.progress = nullptr;  // the lines show it
   bool any = false;
   AResult result = WalkRecords(input_, options, first_, end_, [&](const WalkedRecord& record) {
     if (!choice_.Takes(record.group, record.index)) return true;
@@ -123,8 +123,8 @@ AResult RecordPrinter::PrintRecords(TablePrinter& printer) {
   });
   if (!result || any || first_ >= end_) return result;
   if (first_ > 0 || end_ < input_.uvx().count()) {
-    return AResult::Fail(arguments_.path + ": no record is selected of those from " + std::to_string(first_ + 1) +
-                         " to " + std::to_string(end_));
+    return AResult::Fail(arguments_.path + ": no record from " + std::to_string(first_ + 1) + " to " +
+                         std::to_string(end_) + " is selected");
   }
   return choice_.NothingSelected(input_, options);
 }

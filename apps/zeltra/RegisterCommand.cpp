@@ -1,4 +1,4 @@
-// zeltra register: what opens when a UVX file is double-clicked.
+// zeltra register: sets what a double-click on a UVX file opens.
 // SPDX-License-Identifier: MIT
 #include <filesystem>
 #include <memory>
@@ -59,8 +59,7 @@ AResult Unregister(Session& session) {
 }
 
 AJobDescription DescribeRegister() {
-  AJobDescriber<Arguments> job("register", "Let the desktop open UVX files",
-                               "A double click on a UVX file then opens it.");
+  AJobDescriber<Arguments> job("register", "Make the desktop open UVX files", "UVX files then open on a double-click.");
   job.Option("program", &Arguments::program, "path of the program that opens UVX files")
       .Form("PROGRAM")
       .Otherwise("zeltra info");

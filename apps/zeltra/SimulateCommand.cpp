@@ -1,4 +1,4 @@
-// zeltra simulate: a UVX file of an observation that never was.
+// zeltra simulate: a UVX file of a simulated observation.
 // SPDX-License-Identifier: MIT
 #include <memory>
 

@@ -1,4 +1,4 @@
-// Standard output behind a buffer.
+// Buffered standard output.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_STANDARDOUTPUT_H_
 #define ZELTRA_APPS_STANDARDOUTPUT_H_
@@ -10,22 +10,22 @@
 
 namespace zeltra::app {
 
-/// Collects text and writes it in large pieces, byte for byte. What is still collected when the object goes is lost: a
-/// command that ends well calls Flush.
+/// Collects text and writes it in large pieces, byte for byte. Text not yet written is lost with the object: a command
+/// that succeeds calls Flush.
 class StandardOutput {
  public:
   void Append(std::string_view text);
 
-  /// Room for `n` characters at the end of the text, of which Used() takes the first ones.
+  /// Room for `n` characters at the end of the text; Used() says how far it has been filled.
   char* Room(size_t n) {
     if (buffer_.size() - used_ < n) MakeRoom(n);
     return buffer_.data() + used_;
   }
   void Used(const char* end) { used_ = static_cast<size_t>(end - buffer_.data()); }
 
-  /// Whether every byte written so far has been taken: a long table ends early when its reader has gone.
+  /// Whether every byte written so far was accepted: a long table stops early if its reader is gone.
   bool good() const { return good_; }
-  /// Write what is collected. @return a failure once any byte has not been taken
+  /// Write the collected text. @return a failure if any byte was not accepted
   AResult Flush();
 
  private:

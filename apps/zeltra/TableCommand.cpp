@@ -14,9 +14,9 @@
 namespace zeltra::app {
 namespace {
 
-// A column of a text shows so many of its elements.
+// How many elements of a column text shows.
 constexpr int kShownElements = 4;
-// A line of a table has room for so many cells. A table without rows may claim any number.
+// How many cells a line of a table may have. A table without rows may claim any number.
 constexpr int64 kMostCells = 1 << 20;
 
 struct Arguments : JobOptions {
@@ -26,7 +26,7 @@ struct Arguments : JobOptions {
   TableFormat format = TableFormat::Text;
 };
 
-// A column as it is printed.
+// A column to be printed.
 struct Column {
   int number;
   char letter;
@@ -70,7 +70,7 @@ AResult Print(AUVXTable& table, const Arguments& arguments, Session& session) {
       isCut = true;
     }
     if (static_cast<int64>(printed.size()) + elements > kMostCells) {
-      return AResult::Fail(arguments.path + ": the table " + table.Code() + " has more columns than fit a line");
+      return AResult::Fail(arguments.path + ": the table " + table.Code() + " has more columns than fit on a line");
     }
     columns.push_back({i, format.type, elements});
     for (int k = 0; k < elements; ++k) {
@@ -92,8 +92,7 @@ AResult Print(AUVXTable& table, const Arguments& arguments, Session& session) {
   printer.Finish();
   AResult result = out.Flush();
   if (result && isCut) {
-    session.Report("the first " + std::to_string(kShownElements) +
-                   " elements of a column are shown, --csv prints them all");
+    session.Report("the first " + std::to_string(kShownElements) + " elements of a column are shown, --csv prints all");
   }
   return result;
 }
@@ -107,11 +106,12 @@ AResult PrintTable(const Arguments& arguments, Session& session) {
 }
 
 AJobDescription DescribeTable() {
-  AJobDescriber<Arguments> job("table", "Print a table of a UVX file",
-                               "A line a row, a column an element, as in STABXYZ[1]; 'zeltra info' lists the tables.");
+  AJobDescriber<Arguments> job(
+      "table", "Print a table of a UVX file",
+      "One line per row, one column per element, as in STABXYZ[1]; 'zeltra info' lists the tables.");
   job.Input(UVXInputFile());
   job.Option("code", &Arguments::code, "the two characters that name the table, as in AN").Form("CODE").Word();
-  job.Option("version", &Arguments::version, "which of several tables of one code, from 1").From(1);
+  job.Option("version", &Arguments::version, "which of several tables with this code, from 1").From(1);
   return job.Finish();
 }
 

@@ -90,7 +90,7 @@ void TablePrinter::Finish() {
   if (format_ == TableFormat::JSON) out_.Append(row_ == 0 ? "[]\n" : "\n]\n");
 }
 
-// What stands in front of a cell.
+// Print what precedes a cell.
 void TablePrinter::BeginCell() {
   const bool first = cell_ == 0;
   switch (format_) {
@@ -127,7 +127,7 @@ void TablePrinter::PrintNames() {
   out_.Append("\n");
 }
 
-// Print the rows of a text that wait; the first time they settle the widths.
+// Print the waiting rows of a text, which first determine the widths.
 void TablePrinter::PrintCollected() {
   if (!namesPrinted_) {
     for (const PrintedColumn& column : columns_) widths_.push_back(column.name.size());
@@ -164,7 +164,7 @@ void TablePrinter::Exact(Number value) {
 
 namespace {
 
-// Bytes of the UTF-8 character that `text` begins with; 1 where it begins with none.
+// Bytes of the UTF-8 character that `text` begins with; 1 if it begins with none.
 size_t CharacterBytes(std::string_view text) {
   const auto byte = static_cast<unsigned char>(text[0]);
   const size_t bytes = byte >= 0xF0 && byte < 0xF8   ? 4

@@ -21,25 +21,26 @@ struct PrintedColumn {
 };
 
 /// Prints a table row by row, cell by cell from left to right, in any of the formats:
-///   Text  aligned columns for people: numbers rounded where no more digits mean anything
-///   CSV   a line of names, then a line a row; numbers read back to the same double (32-bit floats as doubles)
-///   JSON  an array of objects, one a line; numbers as in CSV, null for what is not finite
-/// Rows are not kept, except the first thousand of a text, which settle the widths of its columns.
+///   Text  aligned columns for people: numbers rounded to their significant digits
+///   CSV   a line of names, then one line per row; numbers read back to the same double (32-bit floats as doubles)
+///   JSON  an array of objects, one per line; numbers as in CSV, null if not finite
+/// Rows are not kept, except the first thousand of a text, which determine the widths of its columns.
 class TablePrinter {
  public:
-  /// @param indent  blanks in front of every line of a text
+  /// @param indent  blanks before every line of a text
   TablePrinter(StandardOutput& out, TableFormat format, std::vector<PrintedColumn> columns, int indent = 0);
 
   void Integer(int64 value);
   void Real(double value);
   void Real(float value);
-  /// Control characters become question marks, in JSON escapes, and bytes that are not UTF-8 replacement characters.
+  /// Control characters become question marks, or escapes in JSON; bytes that are not UTF-8 become replacement
+  /// characters.
   void Text(std::string_view text);
   /// A cell without a value: empty, null in JSON.
   void Nothing();
   void EndRow();
 
-  /// Print what is still to come: the end of the array, or the names of a table without rows.
+  /// Print the rest: the end of the array, or the names of a table without rows.
   void Finish();
 
  private:
@@ -54,19 +55,19 @@ class TablePrinter {
   const TableFormat format_;
   const std::vector<PrintedColumn> columns_;
   const int indent_;
-  std::vector<std::string> keys_;  // JSON: what stands in front of each cell
+  std::vector<std::string> keys_;  // JSON: the text before each cell
   size_t cell_ = 0;
   int64 row_ = 0;
   bool namesPrinted_ = false;
-  std::vector<std::vector<std::string>> collected_;  // text: rows that wait for the widths, the last one being filled
+  std::vector<std::vector<std::string>> collected_;  // text: rows waiting for the widths, the last one incomplete
   std::vector<size_t> widths_;
 };
 
-/// `text` with control characters replaced by question marks: text from a file must not command a terminal. Those of
-/// 8 bits are among them, as single bytes and as UTF-8 has them; other characters stay, and bytes that are no UTF-8.
+/// `text` with control characters replaced by question marks, since text from a file must not command a terminal. That
+/// includes 8-bit ones, as single bytes and in UTF-8; all other characters are kept, even bytes that are not UTF-8.
 std::string Printable(std::string_view text);
 
-/// `text` in ASCII, with question marks for all else: text from a file may hold any bytes.
+/// `text` in ASCII, with question marks for everything else: text from a file may contain any bytes.
 std::string PlainText(std::string_view text);
 
 /// `text` as a JSON string with its quotes, in ASCII; bytes that are not UTF-8 become replacement characters.

@@ -7,7 +7,7 @@
 namespace zeltra::app {
 namespace {
 
-// Together less than the 80 columns of the narrowest terminal, where a line that wraps could not be drawn over.
+// Together less than the 80 columns of the narrowest terminals: a line that wraps could not be redrawn.
 constexpr int kTextColumns = 36;
 constexpr int kBarColumns = 30;
 constexpr int kLineColumns = kTextColumns + kBarColumns + 9;

@@ -9,12 +9,12 @@
 
 namespace zeltra::app {
 
-/// Draws the current step and a bar in one line of standard error, over and over.
+/// Redraws the current step and a bar in one line of standard error.
 class TerminalProgress : public CProgressCtrl {
  public:
   std::intptr_t SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) override;
 
-  /// Take the bar away, so that other text begins at the start of an empty line.
+  /// Remove the bar, so that other text begins on an empty line.
   void Clear();
 
  private:

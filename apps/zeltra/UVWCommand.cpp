@@ -1,4 +1,4 @@
-// zeltra uvw: a UVX file with its coordinates u, v, w computed anew.
+// zeltra uvw: a UVX file with its u, v, w recomputed.
 // SPDX-License-Identifier: MIT
 #include <cstdio>
 #include <memory>

@@ -12,22 +12,22 @@ namespace zeltra::app {
 
 class Session;
 
-/// UVX, or UV FITS that is imported first.
+/// UVX, or UV FITS, which is imported first.
 class UVXInput : public AUVXInput {
  public:
-  /// Open the file, with the progress of the session and a note of each thing that the import remarks.
+  /// Open the file, showing the progress in the session and a note for each remark of the import.
   AResult Open(const std::string& path, Session& session);
-  /// The same with a note of each number of a selection that is a name too.
+  /// The same, with a note for each number in a selection that is also a name.
   AResult Open(const std::string& path, const UVXSelection& selection, Session& session);
 };
 
-/// Tell that a file of visibilities is made, with records, sources, tables and bytes.
-/// @param made  the UVX file, or that which it is made from
+/// Report that a file of visibilities has been made, with records, sources, tables and bytes.
+/// @param made  the UVX file, or the one that it was made from
 /// @param what  how the records were treated, as in ", sorted by time"; may be empty
-/// @param of    what the records are a part of, as in " of 12"; may be empty
+/// @param of    the total that the records are part of, as in " of 12"; may be empty
 void ReportVisibilities(Session& session, const std::string& path, AUVXInput& made, const std::string& what = {},
                         const std::string& of = {});
-/// The same of a UVX file that has its name.
+/// The same for a UVX file at `path`.
 void ReportUVX(Session& session, const std::string& path, const std::string& what = {}, const std::string& of = {});
 
 }  // namespace zeltra::app

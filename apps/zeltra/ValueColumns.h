@@ -1,4 +1,4 @@
-// The columns of the values of a record.
+// The columns for the values of a record.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_VALUECOLUMNS_H_
 #define ZELTRA_APPS_VALUECOLUMNS_H_

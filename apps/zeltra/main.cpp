@@ -1,4 +1,4 @@
-// The zeltra command: one subcommand a job, each in a source file of its own.
+// The zeltra command: one subcommand per job, each in its own source file.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cstdio>
@@ -14,7 +14,7 @@
 namespace zeltra::app {
 namespace {
 
-// How many letters have to be put in, left out or exchanged to turn one word into the other.
+// How many letters must be inserted, removed or replaced to turn one word into the other.
 size_t Distance(const std::string& a, const std::string& b) {
   std::vector<size_t> line(b.size() + 1);
   std::iota(line.begin(), line.end(), size_t{0});
@@ -29,7 +29,7 @@ size_t Distance(const std::string& a, const std::string& b) {
   return line.back();
 }
 
-// Why the first word names no command, with the one that may be meant; empty if it does, or if there is none.
+// Why the first word is not a command, with the one that may be meant; empty if it is one, or if there is no word.
 std::string NoCommand(const CLI::App& app, const std::vector<std::string>& arguments) {
   const auto word =
       std::find_if(arguments.begin(), arguments.end(), [](const auto& a) { return a.rfind('-', 0) != 0; });
@@ -49,12 +49,12 @@ std::string NoCommand(const CLI::App& app, const std::vector<std::string>& argum
 
 int Run(std::vector<std::string> arguments) {
   Session session;
-  CLI::App app("Radio-interferometry visibility data: import, look at, average, close, copy, export", "zeltra");
+  CLI::App app("Radio-interferometry visibility data: import, inspect, average, close, copy, export", "zeltra");
   app.set_version_flag("--version", "zeltra " ZELTRA_VERSION);
   AddOptions(app, ToolDescription(), session.options);
   app.require_subcommand(1);
   app.fallthrough();
-  // A file name may begin with a slash on Windows too.
+  // On Windows too, file names may begin with a slash.
   app.allow_windows_style_options(false);
   app.failure_message([](const CLI::App* parsed, const CLI::Error& e) {
     std::string name = "zeltra";
@@ -71,7 +71,15 @@ int Run(std::vector<std::string> arguments) {
   AddClosureCommand(app, session);
   AddLoopsCommand(app, session);
   AddCopyCommand(app, session);
+  AddFrequencyCommands(app, session);
   AddUVWCommand(app, session);
+  AddFlagCommand(app, session);
+  AddShiftCommand(app, session);
+  AddPlanCommand(app, session);
+  AddJoinCommand(app, session);
+  AddGainsCommand(app, session);
+  AddApplyCommand(app, session);
+  AddSolveCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);
@@ -84,7 +92,7 @@ int Run(std::vector<std::string> arguments) {
     return kWrongUsage;
   }
   try {
-    // The parser takes arguments from the back.
+    // The parser takes arguments from the end of the list.
     std::reverse(arguments.begin(), arguments.end());
     app.parse(std::move(arguments));
   } catch (const CLI::ParseError& e) {

@@ -55,6 +55,21 @@ TEST(Array, InsertsAndDeletesInPlace) {
   EXPECT_EQ(Elements(a), std::vector<int>{7});
 }
 
+TEST(Array, MovesItsBlockAndLeavesAnEmptyArray) {
+  takenSizes.clear();
+  TracingArray a;
+  a.Reserve(1000);
+  for (int i = 0; i < 700; ++i) a.Add(i);
+  TracingArray b(std::move(a)), c;
+  c = std::move(b);
+  EXPECT_EQ(takenSizes, (std::vector<int>{1000}));
+  EXPECT_EQ(std::accumulate(c.begin(), c.end(), 0), 699 * 350);
+  for (TracingArray* moved : {&a, &b}) {
+    EXPECT_EQ(moved->begin(), moved->end());
+    EXPECT_EQ(moved->Add(5), 0);
+  }
+}
+
 TEST(Array, FreeEmptiesAndTheArrayStaysUsable) {
   AArray<int> a = Counted(300);
   a.Free();
@@ -114,11 +129,15 @@ TEST(PtrArray, DeletesWhatItDropsUnlessToldOtherwise) {
     EXPECT_EQ(a.DeleteItems(0, 2), 4);
     EXPECT_EQ(alive, 3);
     APtrArray<Tracked*> shared(a);
-    EXPECT_EQ(shared.GetItemAutoDelete(), 1);
-    shared.SetItemAutoDelete(0);
+    EXPECT_EQ(shared.GetItemAutoDelete(), 0) << "a copy leaves its elements to the array that it was made from";
     shared.Free();
     EXPECT_EQ(alive, 3);
-    a.DeleteItems(1, 100);
+    APtrArray<Tracked*> other(0, 0, 2);
+    other.Add(new Tracked(&alive));
+    other = std::move(a);
+    EXPECT_EQ(alive, 3);
+    EXPECT_EQ(a.count(), 0);
+    other.DeleteItems(1, 100);
     EXPECT_EQ(alive, 1);
   }
   EXPECT_EQ(alive, 0);
@@ -200,6 +219,9 @@ TEST(Sorted, ListsOrderAndFindKeys) {
   EXPECT_FALSE(sorted.Search(1.5, index));
   EXPECT_EQ(index, 1);
   EXPECT_TRUE(sorted.Search(2, index));
+  ABSort<char, double> mixed;
+  EXPECT_EQ(mixed.Add('b', 0.5) + mixed.Add('a', 1.5), 0);
+  EXPECT_EQ(mixed.Value(0), 1.5);
 }
 
 TEST(Text, NumbersAreShortAndReadBack) {

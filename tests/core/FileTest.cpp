@@ -184,6 +184,24 @@ TEST(StreamFile, CopiesShareOneStreamAndOneBuffer) {
   EXPECT_EQ(temp.Bytes(), "hell");
 }
 
+TEST(FileMoves, KeepFilesOpenInAVector) {
+  const TempFile temps[2];
+  std::vector<AFile> files;
+  std::vector<AStreamFile> streams;
+  for (int i = 0; i < 2; ++i) {
+    AFile file;
+    AStreamFile stream;
+    ASSERT_TRUE(file.Open(temps[0].c_str(), kCreate) && stream.Open(temps[1].c_str(), "wb", 16));
+    files.push_back(std::move(file));
+    streams.push_back(std::move(stream));
+    EXPECT_FALSE(file.Close() || stream.Close());
+  }
+  for (int i = 0; i < 2; ++i) EXPECT_TRUE(files[i].Write("one", 3) && streams[i].Write("two", 3));
+  files.erase(files.begin());
+  EXPECT_TRUE(files[0].Close());
+  EXPECT_TRUE(streams[0].Open(temps[0].c_str(), "rb", 16) || streams[0].Close());
+}
+
 TEST(AInputFile, TellsThatItWasChanged) {
   const TempFile temp;
   temp.Put("0123456789");

@@ -1,4 +1,4 @@
-// What an output takes over from a file that it replaces, on systems with links and permissions.
+// Files on systems with links, permissions and pipes that have names.
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -7,6 +7,7 @@
 
 #include "tests/support/TempFile.h"
 #include "tests/support/Test.h"
+#include "zeltra/core/AFile.h"
 #include "zeltra/core/WriteWholeFile.h"
 
 namespace zeltra::test {
@@ -34,6 +35,29 @@ TEST(OutputFile, KeepsThePermissionsOfTheFileItReplaces) {
     ASSERT_TRUE(WriteWholeFile(file.path(), "new", true));
     EXPECT_EQ(static_cast<int>(fs::status(file.path()).permissions()), mode);
   }
+}
+
+TEST(OutputFile, IsForAllWhereAFileThatAHostCreatesIsForItsOwner) {
+  const TempFile output, hosts;
+  const auto mode = [](const TempFile& file) { return static_cast<int>(fs::status(file.path()).permissions()); };
+  const mode_t mask = umask(022);
+  AFile file;
+  EXPECT_TRUE(WriteWholeFile(output.path(), "text", false));
+  EXPECT_TRUE(file.Open(hosts.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary));
+  umask(mask);
+  EXPECT_EQ(mode(output), 0644);
+  EXPECT_EQ(mode(hosts), 0600);
+}
+
+TEST(FileTransfer, AReadFromAPipeTakesWhatIsThere) {
+  const TempFile fifo;
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  AFile pipe;
+  ASSERT_TRUE(pipe.Open(fifo.c_str(), AFile::ReadWrite | AFile::Binary));
+  ASSERT_TRUE(pipe.Write("abc", 3));
+  char bytes[8] = {};
+  EXPECT_TRUE(pipe.Read(bytes, 8)) << "which does not wait for more";
+  EXPECT_STREQ(bytes, "abc");
 }
 
 TEST(OutputFile, ReplacesRegularFilesOnly) {

@@ -35,6 +35,23 @@ TEST(FITSHeader, LocatesDataAndNextHeader) {
   EXPECT_EQ(header.nextHeader(), header.dataStart() + 14400);
   EXPECT_EQ(header.nextHeader(), file.fits.file()->GetFileSize());
   EXPECT_FALSE(header.SeekToNext()) << "the file ends with the data";
+  EXPECT_TRUE(file.fits.EndsCleanly());
+}
+
+TEST(FITSHeader, KeepsWhatItHoldsWhereAHandlerIsCalledWithoutACard) {
+  ReadFITS file(Plain().Table(FrequencyTable()));
+  AFITSmain& header = file.main();
+  AFITSxtbl& table = *file.fits.tables()(0);
+  for (const char* key :
+       {"BITPIX", "NAXIS", "PCOUNT", "GCOUNT", "PZERO", "CTYPE", "CRVAL", "TFIELDS", "EXTNAME", "XTENSION"}) {
+    EXPECT_EQ(header.Dispatch(ParseFITSstr::Hash(key)) + table.Dispatch(ParseFITSstr::Hash(key)), 2);
+  }
+  EXPECT_EQ(file.fits.GetRecords(), 100);
+  EXPECT_EQ(header.Parameters(), 6);
+  EXPECT_EQ(file.fits.Stokes() + 10 * file.fits.IFs(), 24);
+  EXPECT_EQ(header.valueBytes(), -4);
+  EXPECT_EQ(table.extname() + std::to_string(table.tfields()) + table.ttype(0), "AIPS FQ2FRQSEL");
+  EXPECT_EQ(table.tableKind(), 0x200000);
 }
 
 TEST(FITSHeader, GivesAbsentCardsTheirDefaults) {
@@ -155,18 +172,18 @@ TEST(FITSHeader, ReadsThousandsOfCardsAndStopsAfterEND) {
   EXPECT_FALSE(header.FindCard("NAXIS2  =", card));
 }
 
-/// 25000 blocks of blank cards, more than are kept. A read after the first `whole` bytes moves a single byte.
+/// 25000 blocks of blank cards, more than are kept. A single byte can be read after the first `whole`.
 class BlankCards : public AFile {
  public:
   explicit BlankCards(int64 whole, const char* last = "") : whole_(whole), last_(last) {}
   int Read(void* buf, int n) override {
     const bool isWhole = position_ + n <= whole_;
+    if (position_ > whole_) return 0;
     if (isWhole) std::memset(buf, ' ', static_cast<size_t>(n));
     position_ += isWhole ? n : 1;
     if (position_ == GetFileSize()) std::memcpy(static_cast<char*>(buf) + n - 80, last_.data(), last_.size());
     return 1;
   }
-  int ReadL(void* buf, int64 n) override { return Read(buf, static_cast<int>(n)); }
   int Seek(const int64& position) override { return position_ = position, 1; }
   int64 Tell() override { return position_; }
   int64 GetFileSize() override { return 25000 * 2880; }
@@ -200,6 +217,7 @@ TEST(FITSWalk, FindsExtensionsInFileOrder) {
                     .Append(std::string(100, 'j')));
   ASSERT_TRUE(file.result);
   ASSERT_EQ(file.fits.tables().count(), 3) << "the junk at the end is no header";
+  EXPECT_FALSE(file.fits.EndsCleanly());
   EXPECT_EQ(file.fits.HasExtTable("FQ"), file.fits.tables()(1));
   EXPECT_EQ(file.fits.HasExtTable("AIPS"), file.fits.tables()(0));
   EXPECT_EQ(file.fits.HasExtTable("FQX"), nullptr);
@@ -232,7 +250,9 @@ TEST(FITSWalk, EndsAtAnExtensionThatCannotBeRead) {
     ReadFITS file(damaged);
     EXPECT_TRUE(file.result) << card;
     EXPECT_EQ(file.fits.tables().count(), 1) << card;
+    EXPECT_FALSE(file.fits.EndsCleanly()) << card;
   }
+  EXPECT_TRUE(ReadFITS(whole).fits.EndsCleanly());
 }
 
 TEST(FITSOpen, FailsCleanly) {

@@ -195,6 +195,8 @@ TEST_F(MapFile, KeepsItsHeaderInTheFirst112Bytes) {
   SetFieldText(header.source, sizeof header.source, "3C 273");
   SetFieldText(header.unit, sizeof header.unit, "JY/BEAM");
   header.stokes = AStokesMix(1, AStokesItem(1, -2), AStokesItem(0, -1));
+  header.beam.SetShape({3e-3, 2e-3, -30});
+  EXPECT_EQ(header.beam.Shape().minor + header.beam.Shape().angle, 2e-3 - 30);
   header.beam.data[31] = 'b';
   EXPECT_TRUE(header.Store(map));
   EXPECT_EQ(temp.Bytes().substr(0, 7), std::string("3C 273\0", 7));

@@ -6,6 +6,7 @@ usage: faults_test.py ZELTRA_COMMAND PRELOADED_LIBRARY [--all] [unittest argumen
 import errno
 import os
 import random
+import struct
 import unittest
 
 from command import ALL, SHARED as LIBRARY, Case, contents, put, run, zeltra
@@ -25,6 +26,13 @@ class Faults(Case):
         self.uvx, self.uvfits = (os.path.join(self.work, name) for name in ("in.uvx", "in.uvfits"))
         zeltra("simulate", self.uvx, "--antennas", "5", "--minutes", "6", "--integration", "20", "--channels", "3")
         zeltra("export", self.uvx, self.uvfits)
+        self.parts, self.gains = (os.path.join(self.work, name) for name in ("out.whole", "in.gain"))
+        for share in ("1/2", "2/2"):
+            zeltra("average", self.uvx, "-o", self.parts, "--interval", "60", "--part", share)
+        # One gain of antenna 1 for all times: docs/gain-format.md
+        put(self.gains, struct.pack("<iiddi5h2hBB8s16si", 0x4E41475A, 1, 2458928.5, 8.4e9, 1, 0, 0, 0, 2, 2, -1, -2, 1, 0, b"", b"", 1)
+            + struct.pack("<dfhbhBBhbfdddd", 2458928.8, 9e5, 0, 0, 0, 1, 1, 0, 0, 9, 1, 1, 0, 0))
+        self.inputs = (self.uvx, self.uvfits, self.parts + ".1-of-2", self.parts + ".2-of-2", self.gains)
 
     def run_job(self, job, fault=None, counts=""):
         """Exit code, what was printed, and the files that are there afterwards beside the inputs, which are taken away."""
@@ -38,8 +46,10 @@ class Faults(Case):
         threads = ["--threads", "1"] if job[0] in ("average", "closure", "plot") else []
         done = run(*job, *threads, cwd=self.work, env=environment, timeout=60)
         left = {}
-        for name in set(os.listdir(self.work)) - {"in.uvx", "in.uvfits"}:
+        for name in os.listdir(self.work):
             path = os.path.join(self.work, name)
+            if path in self.inputs:
+                continue
             left[name] = contents(path)
             os.remove(path)
         return done.returncode, done.stdout, left, done.stderr
@@ -67,9 +77,15 @@ class Faults(Case):
         jobs = [["info", "--json", "--baselines"], ["records", "--csv"], ["table", "AN", "--csv"], ["loops", "1-2"],
                 ["copy", out], ["copy", out, "--force"], ["average", "-o", out, "--interval", "60"],
                 ["average", "--interval", "60", "--csv"], ["closure", "--csv", "--interval", "60"], ["uvw", out],
+                ["average-frequency", out, "--channels", "all"], ["unfold", out, "--ifs"],
+                ["flag", out, "--antenna", "1"], ["shift", out, "--ra", "1", "--dec", "1", "--source", "1"],
+                ["plan", "--interval", "60"], ["average", "-o", out, "--interval", "60", "--part", "1/2"],
                 ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".svg", "--size", "32", "--source", "1"],
                 ["plot", "amplitude", out + ".svg", "--source", "1"], ["plot", "closure", out + ".svg", "--source", "1", "--interval", "60"]]
+        jobs += [["gains", "average", out, "--table", self.gains, "--interval", "60"]]
         jobs = [[name, self.uvx, *others] for name, *others in jobs]
+        jobs += [["join", "--parts", self.parts]]
+        jobs += [["gains", self.gains, "csv"], ["gains", self.gains, "average", out + ".gain", "--interval", "60"]]
         jobs += [["import", self.uvfits, out], ["info", self.uvfits], ["copy", self.uvfits, out]]
         tried = 0
         for job in jobs:

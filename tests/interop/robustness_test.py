@@ -95,14 +95,21 @@ class Robustness(Case):
         for place in places + random.sample(range(directory, len(whole)), 40 if ALL else 8):
             for value in (b"\xff\xff\xff\x7f", b"\x00\x00\x00\x80"):
                 broken.append(whole[:place] + value + whole[place + len(value):])
-        out, source = self.path("sim.out"), ["--source", "1"]
+        out, source, gains = self.path("sim.out"), ["--source", "1"], self.path("sim.gain")
+        # Gains of antennas 1 and 2: docs/gain-format.md
+        put(gains, struct.pack("<iiddi5h2hBB8s16si", 0x4E41475A, 1, 2458928.5, 8.4e9, 2, 0, 0, 0, 2, 2, -1, -2, 1, 0, b"", b"", 2)
+            + b"".join(struct.pack("<dfhbhBBhbfdddd", 2458928.8, 9e5, 0, 0, 0, antenna, 1, 0, 0, 9, 1, 1, 0, 0) for antenna in (1, 2)))
         jobs = [["info", "--baselines"], ["records", "--csv"], ["table", "AN"], ["table", "NX", "--json"], ["export", out],
                 ["average", "--interval", "60", "--csv"], ["average", "--interval", "60", "-o", out, "--mode", "amphase"],
                 ["closure", "--interval", "60"], ["loops", "1-2"], ["copy", out], ["copy", out, "--channel", "1"],
-                ["uvw", out], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
+                ["delete-if", out, "--if", "1"], ["average-frequency", out, "--channels", "2", "--ifs"],
+                ["squeeze", out, "--ifs"], ["unfold", out, "--ifs", "--channels"],
+                ["uvw", out], ["flag", out, "--clip", "1"], ["shift", out, "--ra", "1", "--dec", "1", *source],
+                ["apply", out, "--gains", gains], ["gains", "average", out, "--table", gains, "--interval", "60"],
+                ["plan", "--interval", "60"], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
         for number, content in enumerate(broken):
             path = put(self.path("sim.broken.uvx"), content)
-            for job in jobs if ALL else random.sample(jobs, 4):
+            for job in jobs if ALL else random.sample(jobs, 6):
                 done = run(job[0], path, *job[1:], *(["--force"] if any(a.startswith(out) for a in job) else []), timeout=20)
                 self.assertIn(done.returncode, (0, 1), (number, job, done.stderr))
                 self.assertNotRegex(done.stderr, "Sanitizer|runtime error", (number, job))

@@ -7,6 +7,7 @@ import numpy as np
 GROUP = np.dtype([("flag", "i1"), ("frqsel", "i1"), ("source", "<i2"), ("u", "<f4"), ("v", "<f4"), ("w", "<f4"),
                   ("time", "<f8"), ("ant1", "u1"), ("ant2", "u1")])
 ELEMENT = {"I": "<i2", "J": "<i4", "E": "<f4", "D": "<f8"}
+STOKES = {1: "I", 2: "Q", 3: "U", 4: "V", -1: "RR", -2: "LL", -3: "RL", -4: "LR", -5: "XX", -6: "YY", -7: "XY", -8: "YX"}
 RANGES = ("u", "v", "w", "time", "re", "im", "weight")
 
 

@@ -1,5 +1,5 @@
-// The two-dimensional transform step by step, as plainly as it can be written: what MT_FFT_Matr_* must equal to the
-// bit. SPDX-License-Identifier: MIT
+// The two-dimensional transform step by step, as plain as can be: what MT_FFT_Matr_* must equal to the bit.
+// SPDX-License-Identifier: MIT
 #ifndef ZELTRA_TESTS_SUPPORT_PLAINFFT_H_
 #define ZELTRA_TESTS_SUPPORT_PLAINFFT_H_
 

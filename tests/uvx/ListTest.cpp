@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <type_traits>
+
 #include "tests/support/Elements.h"
 #include "tests/support/OpenFITS.h"
 #include "tests/support/OpenUVX.h"
@@ -9,6 +11,7 @@
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
+#include "zeltra/uvx/AUVXVisibility.h"
 
 namespace zeltra::test {
 namespace {
@@ -118,6 +121,12 @@ TEST(AUVXAntenns, KnowTheirFrameFromKeywords) {
   EXPECT_TRUE(AUVXAntennsEx().IsRight());
 }
 
+template <typename... Lists>
+constexpr bool kMoveWithoutAllocating = ((std::is_nothrow_move_constructible_v<Lists> &&
+                                          std::is_nothrow_move_assignable_v<Lists>)&&...);
+static_assert(kMoveWithoutAllocating<AUVXVisibility, AUVXFreqs, AUVXPosition, AUVXBaseLines, AUVXSources, AUVXTable>);
+static_assert(std::is_nothrow_move_constructible_v<AUVXAntenns> && !std::is_nothrow_move_assignable_v<AUVXAntenns>);
+
 TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   AUVXTable table = AntennaTable();
   table.AddKeyWord("ARRAYX", "-1.6E+06", true);
@@ -129,6 +138,9 @@ TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   EXPECT_EQ(copy.count(), 3);
   EXPECT_TRUE(copy.IsRight());
   EXPECT_EQ(copy.ArrayX(), 0);
+  AUVXAntenns source(table), moved(std::move(source));
+  EXPECT_EQ(moved.ArrayX() + moved.count(), -1.6e6 + 3) << "a move takes all of it";
+  EXPECT_EQ(source.count(), 0);
   AUVXAntenns assigned;
   assigned = list;
   EXPECT_EQ(assigned.count(), 3);

@@ -43,6 +43,8 @@ TEST(Records, ReadTheirImagesFromFilesAndFromMemory) {
   char* p = copied.load(other.load(image.data()));
   EXPECT_EQ(p - image.data(), uvx.recSize());
   EXPECT_EQ(std::memcmp(&other, &group, sizeof group), 0);
+  other.ant2 = -56;
+  EXPECT_EQ(other.antenna1() + 1000 * other.antenna2(), 200000 + other.tlsc1());
   EXPECT_EQ(std::memcmp(copied.lpArray(), vis.lpArray(), 24 * 12), 0);
   std::string stored(static_cast<size_t>(uvx.recSize()), '\0');
   EXPECT_EQ(vis.store(group.store(stored.data())) - stored.data(), uvx.recSize());

@@ -158,6 +158,10 @@ TEST(AUVXTableColumns, AreReadByTheirLetters) {
 TEST(AUVXTableColumns, ThatAreNotThereAreNoNumbers) {
   const AUVXTable table = Load(EveryLetter().Image());
   EXPECT_EQ(table.FindColumn("NOSTA"), -1);
+  AUVXTable near;
+  for (const char* name : {"TIME INTERVAL", "TIME    "}) near.AddColumn(name, "", "1D");
+  EXPECT_EQ(near.FindColumn("TIME"), 1) << "the name itself before one that contains it";
+  EXPECT_EQ(near.FindColumn("INT"), 0);
   EXPECT_TRUE(std::isnan(table.Number(0, -1)));
   EXPECT_TRUE(std::isnan(table.Number(0, 7)));
   EXPECT_TRUE(std::isnan(table.Number(2, 0)));
@@ -202,6 +206,8 @@ TEST(AUVXTableKeyWords, AreCutToTheirFields) {
   std::memset(static_cast<void*>(&unterminated), '7', sizeof unterminated);
   EXPECT_EQ(unterminated.Key(), std::string(10, '7'));
   EXPECT_EQ(unterminated.Value(), std::string(32, '7'));
+  ASSERT_NE(table.FindKeyWord("LONGERTHA"), nullptr);
+  EXPECT_EQ(table.FindKeyWord("LONG"), nullptr);
 }
 
 TEST(AUVXTableBytes, AreReversedByElement) {

@@ -5,6 +5,7 @@
 #include "tests/support/TempFile.h"
 #include "tests/support/Test.h"
 #include "zeltra/core/Dates.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/uvx/AUVXComplex.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -74,6 +75,27 @@ TEST(UVXFileWriting, AnUnfinishedFileDoesNotOpen) {
   EXPECT_TRUE(reader.Open(file.c_str(), 0));
   EXPECT_EQ(reader.recSize(), 38);
   EXPECT_FALSE(copy.SeekUVGroup(0)) << "the shared file has been closed";
+}
+
+TEST(UVXFileWriting, MovedFilesStayOpenAndDetachedOnesUncommitted) {
+  const TempFile temps[2];
+  std::vector<AUVXFile> files;
+  for (const TempFile& temp : temps) {
+    AUVXFile file;
+    ASSERT_TRUE(file.Open(temp.c_str(), 1));
+    files.push_back(std::move(file));
+    EXPECT_EQ(file.GetFile(), nullptr);
+  }
+  const AUVXHeader header = HeaderOf(0, 1, 1, 1);
+  for (AUVXFile& file : files) EXPECT_TRUE(file.Write(header));
+  EXPECT_FALSE(AUVXFile().Open(temps[0].c_str(), 0)) << "nothing has committed it";
+  std::shared_ptr<ABFile> object = files[1].Detach();
+  EXPECT_EQ(files[1].recSize(), 0);
+  files.clear();
+  EXPECT_EQ(object->GetFileSize(), 481) << "still open";
+  object.reset();
+  EXPECT_TRUE(AUVXFile().Open(temps[0].c_str(), 0));
+  EXPECT_FALSE(AUVXFile().Open(temps[1].c_str(), 0));
 }
 
 TEST(UVXFileWriting, AHostsFileIsClosedAndMayBeAttachedAgain) {
@@ -221,6 +243,8 @@ TEST(UVXHeader, StartsWithEmptyRangesOnlyWhenInitialised) {
   AUVXHeader header;
   const std::string zeros(sizeof header, '\0');
   EXPECT_EQ(std::memcmp(&header, zeros.data(), sizeof header), 0);
+  SetFieldText(header.info.bunit, sizeof header.info.bunit, "UNCALIB. ");
+  EXPECT_EQ(header.info.Bunit() + header.info.Observer(), "UNCALIB.");
   AUVXMinMax range;
   EXPECT_EQ(double{range.time().minimum}, 1e38);
   EXPECT_EQ(double{range.time().maximum}, -1e38);

@@ -35,8 +35,9 @@ static_assert(sizeof(ABL) == 2);
 
 /// A baseline with a flag: the key of the averaging and closure code.
 ///
-/// Antenna numbers are signed bytes, as they are sorted; numbers of 128 and more therefore read as negative. Three
-/// bytes without padding, also in files.
+/// Antenna numbers are signed bytes, as they are sorted; numbers of 128 and more therefore read as negative. What looks
+/// an antenna up by its number, as AUVXAntenns::ForID does, which quietly gives the first antenna for a number that it
+/// lacks, asks antenna1() and antenna2(). Three bytes without padding, also in files.
 struct ZELTRA_API ABaseLineItem {
   ABaseLineItem() = default;
   /// @param flag  true when the baseline is flagged, that is not to be used
@@ -47,6 +48,9 @@ struct ZELTRA_API ABaseLineItem {
 
   int tlsc1() const { return tlsc1_; }
   int tlsc2() const { return tlsc2_; }
+  /// The antenna numbers, 0 to 255.
+  int antenna1() const { return static_cast<uint8_t>(tlsc1_); }
+  int antenna2() const { return static_cast<uint8_t>(tlsc2_); }
   /// 1 when the baseline is not flagged.
   int isValid() const { return flag_ == 0; }
   /// The flag byte: 0 means valid.

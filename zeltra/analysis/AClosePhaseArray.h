@@ -34,8 +34,8 @@ ZELTRA_EXPORT_TEMPLATE(APtrArray<AClosePhaseItem*>);
 /// phases enter a closure, for instance those of a chosen polarisation:
 ///   GetPhasesForIndex   once per triangle and interval, during Add
 ///
-/// Items are owned and stand in the order of CompareTriangles. As with every APtrArray a copy holds the same items, so
-/// one of the two has to switch auto-delete off.
+/// Items are owned and stand in the order of CompareTriangles. As with every APtrArray a copy shows the items of the
+/// array that it was made from, as long as that one lives; a move takes them over.
 ///
 /// Series are told apart by AUVXTimeMeanArray::GetMeanTime, which is rounded to 0.01 of the unit of the times that were
 /// added there. Intervals whose middles round to the same time overwrite each other: with times in days that happens

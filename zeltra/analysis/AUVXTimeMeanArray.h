@@ -51,8 +51,8 @@ ZELTRA_EXPORT_TEMPLATE(APtrArray<AUVXTimeMeanItem*>);
 ///   CalculateMean   once, after the last Add
 ///   the others      then
 ///
-/// Items are owned and stand in the order of fnBLItemCompare. As with every APtrArray a copy holds the same items, so
-/// one of the two has to switch auto-delete off.
+/// Items are owned and stand in the order of fnBLItemCompare. As with every APtrArray a copy shows the items of the
+/// array that it was made from, as long as that one lives; a move takes them over.
 class ZELTRA_API AUVXTimeMeanArray : public APtrArray<AUVXTimeMeanItem*> {
  public:
   /// @param complexMean  non-zero: average real and imaginary parts; zero: average amplitude and unwrapped phase

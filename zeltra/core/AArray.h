@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 #include "zeltra/core/AFile.h"
 
@@ -17,7 +19,8 @@ namespace zeltra {
 ///
 /// The image in a file is an int32 count and the elements' bytes, little-endian. An array is used by one thread at a
 /// time. AMALLOC and AFREE serve every block, so a derived class can supply another allocator; inside a constructor or
-/// destructor of AArray itself the plain ones run. A block that cannot be had is not detected.
+/// destructor of AArray itself the plain ones run. A move takes the block over, so the two arrays must free alike. A
+/// block that cannot be had is not detected.
 template <typename T>
 class AArray {
  protected:
@@ -38,6 +41,8 @@ class AArray {
   AArray(T* p, int n, int growBy, unsigned char copy);
 
   AArray(const AArray& other);
+  /// Take over the elements of `other`, which is empty then.
+  AArray(AArray&& other) noexcept { TakeOver(other); }
 
   /// The image at the current position of `f`.
   explicit AArray(AFile& f) { Load(f); }
@@ -47,6 +52,16 @@ class AArray {
   /// Element i; no range check.
   T& operator()(int i) { return data_[i]; }
   const T& operator()(int i) const { return data_[i]; }
+
+  T* begin() { return data_; }
+  T* end() { return data_ + std::max(count_, 0); }
+  const T* begin() const { return data_; }
+  const T* end() const { return data_ + std::max(count_, 0); }
+
+  /// Make room for `capacity` elements in all; the elements in use stay.
+  void Reserve(int capacity) {
+    if (capacity > capacity_) Reallocate(capacity);
+  }
 
   int Add(const T& x) { return InsertAt(count_, x); }
 
@@ -68,15 +83,16 @@ class AArray {
   AArray& Free();
 
   void operator=(const AArray& other);
+  void operator=(AArray&& other) noexcept;
 
   /// Assign `x` to every element in use.
-  void operator=(const T& x) { std::fill(data_, data_ + std::max(count_, 0), T(x)); }
+  void operator=(const T& x) { std::fill(begin(), end(), T(x)); }
 
   /// Append the elements of `b`; storage that is too small grows to exactly the new count.
   void operator+=(const AArray& b);
 
   /// Write the image at the current position. @return non-zero once all is written
-  int Store(AFile& f);
+  int Store(AFile& f) const;
 
   /// Read an image at the current position.
   /// @return non-zero for success. A count that is negative or promises more than the file holds fails before memory is
@@ -92,6 +108,8 @@ class AArray {
   void Reallocate(int capacity);
 
  private:
+  void TakeOver(AArray& other) noexcept;
+
   int32_t count_ = 0;
   int32_t capacity_ = 0;
   int32_t growBy_ = 256;
@@ -100,6 +118,7 @@ class AArray {
 
 template <typename T>
 AArray<T>::~AArray() {
+  static_assert(std::is_trivially_copyable_v<T>, "AArray moves its elements as raw bytes: AObjArray holds objects");
   AArray::AFREE(data_);
   count_ = 0;
 }
@@ -180,6 +199,21 @@ void AArray<T>::operator=(const AArray& other) {
 }
 
 template <typename T>
+void AArray<T>::operator=(AArray&& other) noexcept {
+  if (this == &other) return;
+  AFREE(data_);
+  TakeOver(other);
+}
+
+template <typename T>
+void AArray<T>::TakeOver(AArray& other) noexcept {
+  growBy_ = other.growBy_;
+  count_ = std::exchange(other.count_, 0);
+  capacity_ = std::exchange(other.capacity_, 0);
+  data_ = std::exchange(other.data_, nullptr);
+}
+
+template <typename T>
 void AArray<T>::operator+=(const AArray& b) {
   const int added = b.count_;
   if (added < 1) return;
@@ -190,16 +224,15 @@ void AArray<T>::operator+=(const AArray& b) {
 }
 
 template <typename T>
-int AArray<T>::Store(AFile& f) {
-  int32_t n = count_;
-  const int written = f.Write(&n, sizeof n);
+int AArray<T>::Store(AFile& f) const {
+  const int written = f.Write(&count_, sizeof count_);
   return written && count_ >= 1 ? f.WriteL(data_, static_cast<int64>(Bytes(count_))) : written;
 }
 
 template <typename T>
 int AArray<T>::Load(AFile& f) {
   int32_t n = 0;
-  const int read = f.Read(&n, sizeof n);
+  const int read = ReadWhole(f, &n, sizeof n);
   const bool believed = read && n >= 0 && HasBytes(f, int64{n} * static_cast<int64>(sizeof(T)));
   if (!believed || n == 0) {
     Free();
@@ -207,7 +240,7 @@ int AArray<T>::Load(AFile& f) {
   }
   if (capacity_ < n) GrowBy(n);
   count_ = n;
-  return f.ReadL(data_, static_cast<int64>(Bytes(n)));
+  return ReadWhole(f, data_, static_cast<int64>(Bytes(n)));
 }
 
 template <typename T>

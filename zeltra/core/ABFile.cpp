@@ -45,13 +45,19 @@ bool HasBytes(ABFile& file, int64 n) {
 int ReadWhole(ABFile& file, void* buf, int64 n) {
   if (n < 1) return n == 0;
   const int64 start = file.Tell();
-  return file.ReadL(buf, n) && file.Tell() - start == n;
+  for (int64 done = 0; done < n;) {
+    if (!file.Read(static_cast<char*>(buf) + done, static_cast<int>(std::min(n - done, kLargestChunk)))) return 0;
+    const int64 moved = file.Tell() - start;
+    if (moved <= done || moved > n) return 0;
+    done = moved;
+  }
+  return 1;
 }
 
 int WriteWhole(ABFile& file, const void* buf, int64 n) {
   if (n < 1) return n == 0;
   const int64 start = file.Tell();
-  return file.WriteL(const_cast<void*>(buf), n) && file.Tell() - start == n;
+  return file.WriteL(buf, n) && file.Tell() - start == n;
 }
 
 }  // namespace zeltra

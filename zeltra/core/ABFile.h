@@ -29,6 +29,16 @@ class ZELTRA_API ABFile {
   virtual int Write(void* buf, int n) = 0;
   /// Write `n` bytes in chunks, as ReadL reads them.
   virtual int WriteL(void* buf, int64 n);
+  /// The same from what may not be changed, which no file does. A class that overrides the two above shows these by
+  /// `using ABFile::Write;` and `using ABFile::WriteL;`.
+  template <typename T>
+  int Write(const T* buf, int n) {
+    return Write(static_cast<void*>(const_cast<T*>(buf)), n);
+  }
+  template <typename T>
+  int WriteL(const T* buf, int64 n) {
+    return WriteL(static_cast<void*>(const_cast<T*>(buf)), n);
+  }
   /// Read text up to a delimiter; see the implementations, which differ.
   virtual int GetLine(char* buf, int n, char delim) = 0;
   /// Size of the file in bytes, -1 on failure.
@@ -49,8 +59,8 @@ class ZELTRA_API ABFile {
 /// held against this before memory is taken for it.
 ZELTRA_API bool HasBytes(ABFile& file, int64 n);
 
-/// Read `n` bytes, or fail: unlike ABFile::Read, a short read is a failure. @return non-zero once all bytes are in
-/// `buf`
+/// Read `n` bytes, or fail: unlike ABFile::Read it goes on after a short read, up to the end of the file.
+/// @return non-zero once all bytes are in `buf`; always 0 of a pipe, which has no positions
 ZELTRA_API int ReadWhole(ABFile& file, void* buf, int64 n);
 /// Write `n` bytes, or fail. @return non-zero once all bytes are written
 ZELTRA_API int WriteWhole(ABFile& file, const void* buf, int64 n);

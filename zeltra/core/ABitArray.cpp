@@ -17,6 +17,14 @@ ABitArray& ABitArray::operator=(const ABitArray& other) {
   return *this;
 }
 
+ABitArray& ABitArray::operator=(ABitArray&& other) noexcept {
+  if (this == &other) return *this;
+  bits_ = std::exchange(other.bits_, 0);
+  bytes_ = std::exchange(other.bytes_, 0);
+  buffer_ = std::move(other.buffer_);
+  return *this;
+}
+
 ABitArray& ABitArray::operator=(int v) {
   if (bytes_ > 0) std::memset(buffer_.get(), v & 1 ? 0xFF : 0, static_cast<size_t>(bytes_));
   return *this;
@@ -48,18 +56,17 @@ int ABitArray::GetMarks() const {
   return marks;
 }
 
-int ABitArray::Store(AFile& f) {
-  int32_t bits = bits_;
-  return WriteWhole(f, &bits, sizeof bits) && (bytes_ == 0 || WriteWhole(f, buffer_.get(), bytes_));
+int ABitArray::Store(AFile& f) const {
+  return WriteWhole(f, &bits_, sizeof bits_) && (bytes_ == 0 || WriteWhole(f, buffer_.get(), bytes_));
 }
 
 int ABitArray::Load(AFile& f) {
   reSize(0);
   int32_t bits = 0;
-  if (!HasBytes(f, sizeof bits) || !f.Read(&bits, sizeof bits)) return 0;
+  if (!HasBytes(f, sizeof bits) || !ReadWhole(f, &bits, sizeof bits)) return 0;
   if (bits < 0 || !HasBytes(f, BytesOfBits(bits))) return 0;
   reSize(bits);
-  if (bits_ == bits && (bytes_ == 0 || f.Read(buffer_.get(), bytes_))) return 1;
+  if (bits_ == bits && ReadWhole(f, buffer_.get(), bytes_)) return 1;
   reSize(0);
   return 0;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "zeltra/core/AFile.h"
 
@@ -34,11 +35,14 @@ class ZELTRA_API ABitArray {
   /// `n` flags, all clear.
   explicit ABitArray(int n) { reSize(n); }
   ABitArray(const ABitArray& other) { *this = other; }
+  /// Take over the flags of `other`, which is empty then.
+  ABitArray(ABitArray&& other) noexcept { *this = std::move(other); }
   /// The image at the current position of `f`.
   explicit ABitArray(AFile& f) { Load(f); }
   virtual ~ABitArray();
 
   ABitArray& operator=(const ABitArray& other);
+  ABitArray& operator=(ABitArray&& other) noexcept;
   /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. Only that bit counts, deliberately: 2 clears the array.
   ABitArray& operator=(int v);
 
@@ -62,7 +66,7 @@ class ZELTRA_API ABitArray {
   char* lpArray() const { return buffer_.get(); }
 
   /// Write the image at the current position. @return non-zero once all is written
-  int Store(AFile& f);
+  int Store(AFile& f) const;
   /// Read an image at the current position.
   /// @return non-zero for success. A size that is negative or promises more than the file holds fails before memory is
   ///         taken for it; the array is then empty.

@@ -15,6 +15,15 @@ ABitMatrix& ABitMatrix::operator=(const ABitMatrix& other) {
   return *this;
 }
 
+ABitMatrix& ABitMatrix::operator=(ABitMatrix&& other) noexcept {
+  if (this == &other) return *this;
+  rows_ = std::exchange(other.rows_, 0);
+  columns_ = std::exchange(other.columns_, 0);
+  rowBytes_ = std::exchange(other.rowBytes_, 0);
+  buffer_ = std::move(other.buffer_);
+  return *this;
+}
+
 ABitMatrix& ABitMatrix::operator=(int v) {
   if (buffer_) std::memset(buffer_.get(), v & 1 ? 0xFF : 0, static_cast<size_t>(Bytes()));
   return *this;
@@ -25,19 +34,19 @@ ABitMatrix& ABitMatrix::reSize(int rows, int columns) {
   return *this;
 }
 
-int ABitMatrix::Store(AFile& f) {
-  int32_t shape[2] = {rows_, columns_};
+int ABitMatrix::Store(AFile& f) const {
+  const int32_t shape[2] = {rows_, columns_};
   return WriteWhole(f, shape, sizeof shape) && WriteWhole(f, buffer_.get(), Bytes());
 }
 
 int ABitMatrix::Load(AFile& f) {
   Allocate(0, 0);
   int32_t shape[2];
-  if (!HasBytes(f, sizeof shape) || !f.Read(shape, sizeof shape)) return 0;
+  if (!HasBytes(f, sizeof shape) || !ReadWhole(f, shape, sizeof shape)) return 0;
   const auto [rows, columns] = shape;
   if (rows < 0 || columns < 0 || !HasBytes(f, int64{rows} * BytesOfBits(columns))) return 0;
   Allocate(rows, columns);
-  if (rows_ == rows && f.ReadL(buffer_.get(), Bytes())) return 1;
+  if (rows_ == rows && ReadWhole(f, buffer_.get(), Bytes())) return 1;
   Allocate(0, 0);
   return 0;
 }

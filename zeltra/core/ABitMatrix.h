@@ -16,11 +16,14 @@ class ZELTRA_API ABitMatrix {
   /// All flags are clear.
   ABitMatrix(int rows, int columns) { Allocate(rows, columns); }
   ABitMatrix(const ABitMatrix& other) { *this = other; }
+  /// Take over the flags of `other`, which is empty then.
+  ABitMatrix(ABitMatrix&& other) noexcept { *this = std::move(other); }
   /// The image at the current position of `f`.
   explicit ABitMatrix(AFile& f) { Load(f); }
   virtual ~ABitMatrix();
 
   ABitMatrix& operator=(const ABitMatrix& other);
+  ABitMatrix& operator=(ABitMatrix&& other) noexcept;
   /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. Only that bit counts, deliberately: 2 clears the matrix.
   ABitMatrix& operator=(int v);
 
@@ -42,7 +45,7 @@ class ZELTRA_API ABitMatrix {
   int Columns() const { return columns_; }
 
   /// Write the image at the current position. @return non-zero once all is written
-  int Store(AFile& f);
+  int Store(AFile& f) const;
   /// Read an image at the current position.
   /// @return non-zero for success. A shape that is negative or promises more than the file holds fails before memory is
   ///         taken for it; the matrix is then empty.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/core/AFile.h"
 
+#include <utility>
+
 #include "zeltra/platform/SystemInternal.h"
 
 namespace zeltra {
@@ -13,10 +15,23 @@ AFile::~AFile() {
   AFile::Close();
 }
 
+AFile::AFile(AFile&& other) noexcept : ABFile(other), descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+AFile& AFile::operator=(AFile&& other) noexcept {
+  if (this == &other) return *this;
+  if (descriptor_ != other.descriptor_) AFile::Close();
+  descriptor_ = std::exchange(other.descriptor_, -1);
+  return *this;
+}
+
 int AFile::Open(const char* path, int mode) {
+  return OpenWith(path, mode, platform::kOwnerOnly);
+}
+
+int AFile::OpenWith(const char* path, int mode, int permissions) {
   if (mode & WriteOnly) mode = (mode & ~WriteOnly) | ReadWrite;
   if (mode & Create) mode |= Truncate;
-  descriptor_ = platform::OpenDescriptor(path, mode);
+  descriptor_ = platform::OpenDescriptor(path, mode, permissions);
   return descriptor_ >= 0;
 }
 

@@ -9,7 +9,8 @@ namespace zeltra {
 
 /// A file over a system descriptor, without a buffer, so callers move whole records.
 ///
-/// A copy shares the descriptor: whichever closes first closes it for both.
+/// A copy shares the descriptor: whichever closes first, or is destroyed first, closes it for both, and the number that
+/// the other one keeps may soon be another file's. To pass a file on, or to keep files in a container, move them.
 class ZELTRA_API AFile : public ABFile {
  public:
   /// Flags of Open, the same values on every system.
@@ -21,10 +22,16 @@ class ZELTRA_API AFile : public ABFile {
 
   AFile() = default;
   AFile(const AFile&) = default;
+  /// What was open here stays open, as what the copies of this object share may.
   AFile& operator=(const AFile&) = default;
+  /// Take over the descriptor of `other`, which is closed then.
+  AFile(AFile&& other) noexcept;
+  /// The same, after closing what was open here, unless the two share it.
+  AFile& operator=(AFile&& other) noexcept;
   ~AFile() override;
 
-  /// Open a file that others may open as well.
+  /// Open a file that others may open as well. One that is created is for its owner alone, where the system has
+  /// permissions.
   /// @param mode  a set of the flags above. WriteOnly opens for reading too, so that what was written can be read back;
   ///              Create empties an existing file. Binary is the caller's to give.
   int Open(const char* path, int mode);
@@ -33,8 +40,12 @@ class ZELTRA_API AFile : public ABFile {
   int Close() override;
   int Seek(const int64& pos) override;
   int64 Tell() override;
+  /// Ask the system once for up to `n` bytes, and be content with what comes: from a pipe what is there. Where the
+  /// system cuts large requests (Linux above 0x7ffff000 bytes) the rest is asked for. ReadWhole reads all of a number.
   int Read(void* buf, int n) override;
+  /// Write until all `n` bytes are written or the system refuses more.
   int Write(void* buf, int n) override;
+  using ABFile::Write;
   /// Read bytes from `position` on, whatever the current position, which is undefined afterwards. Several threads may
   /// read from one open file in this way.
   /// @return the bytes that are now in `buf`, fewer than `n` only where the file ends; -1 if it cannot be read
@@ -50,6 +61,8 @@ class ZELTRA_API AFile : public ABFile {
  protected:
   /// The system's number of the file, -1 of one that is closed.
   int descriptor() const { return descriptor_; }
+  /// Open with permissions for a file that is created: POSIX bits, before the process's mask.
+  int OpenWith(const char* path, int mode, int permissions);
 
  private:
   int descriptor_ = -1;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <utility>
 
 #include "zeltra/platform/System.h"
 #include "zeltra/platform/SystemInternal.h"
@@ -19,8 +20,7 @@ AResult AInputFile::Open(const std::string& path, const std::string& name) {
 
 AResult AInputFile::Adopt(AFile& file, const std::string& name) {
   Close();
-  AFile::operator=(file);
-  file = AFile();
+  AFile::operator=(std::move(file));
   return Begin(name);
 }
 

@@ -26,7 +26,8 @@ class AMatrix {
   /// All elements are zero bytes. A shape that is negative or cannot be had leaves the matrix empty: lpArray() is null.
   AMatrix(int lines, int lineLength) { reSize(lines, lineLength); }
   AMatrix(const AMatrix& other) { *this = other; }
-  AMatrix(AMatrix&& other) noexcept { Swap(other); }
+  /// Take over the elements of `other`, which is empty then.
+  AMatrix(AMatrix&& other) noexcept { TakeOver(other); }
   explicit AMatrix(AFile& f) { Load(f); }
   virtual ~AMatrix() { std::free(data_); }
 
@@ -47,7 +48,7 @@ class AMatrix {
   int reSize(int lines, int lineLength);
 
   /// Write the image at the current position. @return non-zero once all is written
-  int Store(AFile& f);
+  int Store(AFile& f) const;
 
   /// Read an image at the current position.
   /// @return 0 if the file ends early or promises more than it holds; the matrix is then empty
@@ -57,7 +58,7 @@ class AMatrix {
   static constexpr int64 kLargestCount = PTRDIFF_MAX / static_cast<int64>(sizeof(T));
 
   size_t Bytes() const { return static_cast<size_t>(lines_) * static_cast<size_t>(lineLength_) * sizeof(T); }
-  void Swap(AMatrix& other);
+  void TakeOver(AMatrix& other) noexcept;
 
   T* data_ = nullptr;
   int32_t lines_ = 0;
@@ -74,7 +75,9 @@ AMatrix<T>& AMatrix<T>::operator=(const AMatrix& other) {
 
 template <typename T>
 AMatrix<T>& AMatrix<T>::operator=(AMatrix&& other) noexcept {
-  Swap(other);
+  if (this == &other) return *this;
+  std::free(data_);
+  TakeOver(other);
   return *this;
 }
 
@@ -92,15 +95,15 @@ int AMatrix<T>::reSize(int lines, int lineLength) {
 }
 
 template <typename T>
-int AMatrix<T>::Store(AFile& f) {
-  int32_t shape[2] = {lines_, lineLength_};
+int AMatrix<T>::Store(AFile& f) const {
+  const int32_t shape[2] = {lines_, lineLength_};
   return f.Write(shape, sizeof shape) && f.WriteL(data_, static_cast<int64>(Bytes()));
 }
 
 template <typename T>
 int AMatrix<T>::Load(AFile& f) {
   int32_t shape[2] = {0, 0};
-  if (f.Read(shape, sizeof shape) && shape[0] >= 0 && shape[1] >= 0) {
+  if (ReadWhole(f, shape, sizeof shape) && shape[0] >= 0 && shape[1] >= 0) {
     if (shape[0] == 0 || shape[1] == 0) {
       reSize(0, 0);
       return 1;
@@ -108,17 +111,17 @@ int AMatrix<T>::Load(AFile& f) {
     const int64 count = int64{shape[0]} * shape[1];
     const bool held =
         count <= INT64_MAX / static_cast<int64>(sizeof(T)) && HasBytes(f, count * static_cast<int64>(sizeof(T)));
-    if (held && reSize(shape[0], shape[1]) && f.ReadL(data_, static_cast<int64>(Bytes()))) return 1;
+    if (held && reSize(shape[0], shape[1]) && ReadWhole(f, data_, static_cast<int64>(Bytes()))) return 1;
   }
   reSize(0, 0);
   return 0;
 }
 
 template <typename T>
-void AMatrix<T>::Swap(AMatrix& other) {
-  std::swap(data_, other.data_);
-  std::swap(lines_, other.lines_);
-  std::swap(lineLength_, other.lineLength_);
+void AMatrix<T>::TakeOver(AMatrix& other) noexcept {
+  data_ = std::exchange(other.data_, nullptr);
+  lines_ = std::exchange(other.lines_, 0);
+  lineLength_ = std::exchange(other.lineLength_, 0);
 }
 
 ZELTRA_EXPORT_TEMPLATE(AMatrix<float>);

@@ -23,12 +23,24 @@ class AObjArray {
   /// The `n` elements at `p`; `copy` 0 adopts the block, which must come from array new.
   AObjArray(T* p, int n, int growBy, int copy);
   AObjArray(const AObjArray& other) : growBy_(other.growBy_) { *this += other; }
+  /// Take over the elements of `other`, which is empty then.
+  AObjArray(AObjArray&& other) noexcept { TakeOver(other); }
   virtual ~AObjArray() { delete[] data_; }
 
   int count() const { return count_; }
   T* lpArray() const { return data_; }
   T& operator()(int i) { return data_[i]; }
   const T& operator()(int i) const { return data_[i]; }
+
+  T* begin() { return data_; }
+  T* end() { return data_ + std::max(count_, 0); }
+  const T* begin() const { return data_; }
+  const T* end() const { return data_ + std::max(count_, 0); }
+
+  /// Make room for `capacity` elements in all; the elements in use stay.
+  void Reserve(int capacity) {
+    if (capacity > capacity_) Reallocate(capacity);
+  }
 
   int Add(const T& x) { return InsertAt(count_, x); }
 
@@ -47,12 +59,13 @@ class AObjArray {
   AObjArray& GrowBy(int n, int keep);
 
   AObjArray& operator=(const AObjArray& other);
+  AObjArray& operator=(AObjArray&& other) noexcept;
 
   /// Append the elements of `b`.
   void operator+=(const AObjArray& b);
 
   /// Write the count, then each element. @return 0 at the first failure
-  int Store(AFile& f);
+  int Store(AFile& f) const;
 
   /// Read what Store wrote; at least one byte an element is expected of the file.
   /// @return 0 at the first failure; the array then holds the elements read so far
@@ -60,6 +73,7 @@ class AObjArray {
 
  private:
   void Reallocate(int capacity);
+  void TakeOver(AObjArray& other) noexcept;
 
   int32_t count_ = 0;
   int32_t capacity_ = 0;
@@ -128,6 +142,22 @@ AObjArray<T>& AObjArray<T>::operator=(const AObjArray& other) {
 }
 
 template <typename T>
+AObjArray<T>& AObjArray<T>::operator=(AObjArray&& other) noexcept {
+  if (this == &other) return *this;
+  delete[] data_;
+  TakeOver(other);
+  return *this;
+}
+
+template <typename T>
+void AObjArray<T>::TakeOver(AObjArray& other) noexcept {
+  growBy_ = other.growBy_;
+  count_ = std::exchange(other.count_, 0);
+  capacity_ = std::exchange(other.capacity_, 0);
+  data_ = std::exchange(other.data_, nullptr);
+}
+
+template <typename T>
 void AObjArray<T>::operator+=(const AObjArray& b) {
   const int added = b.count_;
   if (added < 1) return;
@@ -138,9 +168,8 @@ void AObjArray<T>::operator+=(const AObjArray& b) {
 }
 
 template <typename T>
-int AObjArray<T>::Store(AFile& f) {
-  int32_t n = count_;
-  if (!f.Write(&n, sizeof n)) return 0;
+int AObjArray<T>::Store(AFile& f) const {
+  if (!f.Write(&count_, sizeof count_)) return 0;
   for (int i = 0; i < count_; ++i) {
     if (!data_[i].Store(f)) return 0;
   }
@@ -151,7 +180,7 @@ template <typename T>
 int AObjArray<T>::Load(AFile& f) {
   Free();
   int32_t n = 0;
-  if (!f.Read(&n, sizeof n) || n < 0 || !HasBytes(f, n)) return 0;
+  if (!ReadWhole(f, &n, sizeof n) || n < 0 || !HasBytes(f, n)) return 0;
   // Room is taken at once for what the file has bytes for. Elements that are smaller in the file than in memory get
   // more as they arrive, twice as much each time.
   const int64 atOnce = (f.GetFileSize() - f.Tell()) / static_cast<int64>(sizeof(T));

@@ -4,14 +4,15 @@
 #define ZELTRA_CORE_APTRARRAY_H_
 
 #include <type_traits>
+#include <utility>
 
 #include "zeltra/core/AArray.h"
 
 namespace zeltra {
 
-/// An array of pointers; `P` is a pointer type. While auto-delete is set, which it is after every constructor (a copy
-/// of an APtrArray takes its setting), dropped elements are deleted: by DeleteItems, Free and the destructor. A copy
-/// holds the same pointers, so one of the two has to switch auto-delete off.
+/// An array of pointers; `P` is a pointer type. While auto-delete is set, dropped elements are deleted: by DeleteItems,
+/// Free and the destructor. It is set after every constructor but that of a copy, which shows the elements of an
+/// APtrArray as long as that one lives and leaves them to it. A move takes elements and setting over.
 template <typename P>
 class APtrArray : public AArray<P> {
   static_assert(std::is_pointer_v<P>);
@@ -21,9 +22,12 @@ class APtrArray : public AArray<P> {
   APtrArray(int size, int capacity, int growBy) : AArray<P>(size, capacity, growBy) {}
   /// Adopt the block `p`, which must come from malloc.
   APtrArray(P* p, int n, int growBy) : AArray<P>(p, n, growBy, 0) {}
+  /// The pointers of `other`, which keeps them as well and must not delete them.
   explicit APtrArray(const AArray<P>& other) : AArray<P>(other) {}
-  APtrArray(const APtrArray&) = default;
-  APtrArray& operator=(const APtrArray&) = default;
+  APtrArray(const APtrArray& other) : AArray<P>(other), autoDelete_(0) {}
+  APtrArray(APtrArray&& other) noexcept : AArray<P>(std::move(other)), autoDelete_(other.autoDelete_) {}
+  APtrArray& operator=(const APtrArray&) = delete;
+  APtrArray& operator=(APtrArray&& other) noexcept;
   /// The image holds the pointers themselves, deliberately: it has no meaning to another process than the one that
   /// wrote it.
   explicit APtrArray(AFile& f) : AArray<P>(f) {}
@@ -41,6 +45,15 @@ class APtrArray : public AArray<P> {
 
   int autoDelete_ = 1;
 };
+
+template <typename P>
+APtrArray<P>& APtrArray<P>::operator=(APtrArray&& other) noexcept {
+  if (this == &other) return *this;
+  DeleteElements(0, this->count());
+  AArray<P>::operator=(std::move(other));
+  autoDelete_ = other.autoDelete_;
+  return *this;
+}
 
 template <typename P>
 int APtrArray<P>::DeleteItems(int first, int n) {

@@ -1,4 +1,4 @@
-// What a whole-file job tells about its end.
+// The outcome of a whole-file job.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_ARESULT_H_
 #define ZELTRA_CORE_ARESULT_H_
@@ -11,7 +11,7 @@
 namespace zeltra {
 
 /// Success, or a code and one sentence that names the file, what is wrong with it and where.
-/// (The members are exported one by one: compilers do not take [[nodiscard]] and an export mark on one class.)
+/// (The members are exported one by one: compilers reject [[nodiscard]] together with an export mark on a class.)
 class [[nodiscard]] AResult {
  public:
   enum Code { Done, Failed, Cancelled };

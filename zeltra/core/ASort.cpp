@@ -26,10 +26,22 @@ int ABSort<K, V>::Add(const K& key, const V& value) {
 }
 
 template class ASort<double, double>;
+template class ASort<double, char>;
+template class ASort<double, int>;
+template class ASort<char, double>;
 template class ASort<char, char>;
+template class ASort<char, int>;
+template class ASort<int, double>;
+template class ASort<int, char>;
 template class ASort<int, int>;
 template class ABSort<double, double>;
+template class ABSort<double, char>;
+template class ABSort<double, int>;
+template class ABSort<char, double>;
 template class ABSort<char, char>;
+template class ABSort<char, int>;
+template class ABSort<int, double>;
+template class ABSort<int, char>;
 template class ABSort<int, int>;
 
 }  // namespace zeltra

@@ -52,10 +52,22 @@ class ABSort : private ASort<K, V> {
 };
 
 ZELTRA_EXPORT_TEMPLATE(ASort<double, double>);
+ZELTRA_EXPORT_TEMPLATE(ASort<double, char>);
+ZELTRA_EXPORT_TEMPLATE(ASort<double, int>);
+ZELTRA_EXPORT_TEMPLATE(ASort<char, double>);
 ZELTRA_EXPORT_TEMPLATE(ASort<char, char>);
+ZELTRA_EXPORT_TEMPLATE(ASort<char, int>);
+ZELTRA_EXPORT_TEMPLATE(ASort<int, double>);
+ZELTRA_EXPORT_TEMPLATE(ASort<int, char>);
 ZELTRA_EXPORT_TEMPLATE(ASort<int, int>);
 ZELTRA_EXPORT_TEMPLATE(ABSort<double, double>);
+ZELTRA_EXPORT_TEMPLATE(ABSort<double, char>);
+ZELTRA_EXPORT_TEMPLATE(ABSort<double, int>);
+ZELTRA_EXPORT_TEMPLATE(ABSort<char, double>);
 ZELTRA_EXPORT_TEMPLATE(ABSort<char, char>);
+ZELTRA_EXPORT_TEMPLATE(ABSort<char, int>);
+ZELTRA_EXPORT_TEMPLATE(ABSort<int, double>);
+ZELTRA_EXPORT_TEMPLATE(ABSort<int, char>);
 ZELTRA_EXPORT_TEMPLATE(ABSort<int, int>);
 
 }  // namespace zeltra

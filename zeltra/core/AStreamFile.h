@@ -13,12 +13,15 @@ namespace zeltra {
 /// A file over a runtime stream, for sequential readers and writers.
 ///
 /// The buffer lives until the object is destroyed, so one object can be opened successfully only once. A copy shares
-/// the stream and the buffer: whichever closes first, or is destroyed first, closes the stream for both.
+/// the stream and the buffer: whichever closes first, or is destroyed first, closes the stream for both. To pass a
+/// stream on, or to keep streams in a container, move them: the source of a move is closed and as good as new.
 class ZELTRA_API AStreamFile : public ABFile {
  public:
   AStreamFile() = default;
   AStreamFile(const AStreamFile&) = default;
   AStreamFile& operator=(const AStreamFile&) = default;
+  AStreamFile(AStreamFile&&) noexcept = default;
+  AStreamFile& operator=(AStreamFile&&) noexcept = default;
   ~AStreamFile() override;
 
   /// Open as fopen does, fully buffered with `bufSize` bytes. A stream that is still open is closed first.
@@ -34,6 +37,8 @@ class ZELTRA_API AStreamFile : public ABFile {
   int ReadL(void* buf, int64 n) override;
   int Write(void* buf, int n) override;
   int WriteL(void* buf, int64 n) override;
+  using ABFile::Write;
+  using ABFile::WriteL;
   /// Read a line of at most n - 1 bytes; it ends at a newline, which is kept, whatever `delim` says.
   int GetLine(char* buf, int n, char delim) override;
   /// Size on disk: bytes that still wait in the buffer are not counted.

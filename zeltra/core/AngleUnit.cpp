@@ -10,7 +10,7 @@ namespace zeltra {
 
 AngleUnit AngleUnitFor(double radians) {
   const double arcseconds = std::fabs(radians) / kRadiansPerArcsecond;
-  // A tenth of a unit is said in it still, so that milliarcseconds reach up to a tenth of an arcsecond.
+  // A unit is used down to a tenth of it, so milliarcseconds extend up to a tenth of an arcsecond.
   if (arcseconds < 0.1e-3) return {"microarcsec", 1e-6 * kRadiansPerArcsecond};
   if (arcseconds < 0.1) return {"mas", kRadiansPerMas};
   if (arcseconds < 60) return {"arcsec", kRadiansPerArcsecond};

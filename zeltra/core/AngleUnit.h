@@ -1,4 +1,4 @@
-// Angles in the units that people would say them in.
+// Angles in convenient units.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_ANGLEUNIT_H_
 #define ZELTRA_CORE_ANGLEUNIT_H_
@@ -15,13 +15,14 @@ struct AngleUnit {
   double radians;
 };
 
-/// The unit for an angle, or for several of which this is the largest: microarcsec, mas, arcsec, arcmin or degrees.
+/// The unit to use for an angle, or for several of which this is the largest: microarcsec, mas, arcsec, arcmin or
+/// degrees.
 ZELTRA_API AngleUnit AngleUnitFor(double radians);
 
-/// An angle with its unit, as in "1.435 mas", of `digits` digits at most.
+/// An angle with its unit, as in "1.435 mas", with at most `digits` digits.
 ZELTRA_API std::string AngleText(double radians, int digits = 4);
 
-/// What may follow an angle that is in milliarcseconds otherwise.
+/// Suffixes of an angle that is in milliarcseconds otherwise.
 inline constexpr ASuffix kAngleSuffixes[] = {
     {"uas", 1e-3}, {"mas", 1}, {"arcsec", 1e3}, {"arcmin", 60e3}, {"deg", 3600e3}};
 

@@ -5,8 +5,8 @@
 
 namespace zeltra {
 
-/// Bytes moved at a time by the whole-file jobs. Large enough that system calls do not count, small enough to stay in
-/// the processor's outer cache between being read, converted and written.
+/// Bytes moved at a time by the whole-file jobs: large enough to make the cost of system calls negligible, small enough
+/// to stay in the processor's outer cache while they are read, converted and written.
 inline constexpr int kBlockBytes = 1 << 20;
 
 }  // namespace zeltra

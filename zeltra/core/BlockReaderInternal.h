@@ -25,8 +25,8 @@ class BlockReader {
       ahead_ = kFirstRead;
     }
   }
-  /// The next `n` bytes, at most kBlockBytes, valid until the next call; null when the file does not hold them.
-  char* Take(int n) {
+  /// The next `n` bytes, at most kBlockBytes, valid until the next call; null if the file ends before.
+  char* Next(int n) {
     if (filled_ - used_ < n && !Fill(n)) return nullptr;
     char* p = block_.get() + used_;
     used_ += n;
@@ -34,7 +34,7 @@ class BlockReader {
   }
 
  private:
-  // After a jump little is read, since another jump may follow, and twice as much each time while none does.
+  // After a jump only a little is read, since another jump may follow; each further read is twice as long.
   static constexpr int kFirstRead = 4096;
 
   bool Fill(int n);

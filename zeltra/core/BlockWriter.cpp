@@ -30,7 +30,7 @@ void BlockWriter::Clear() {
   used_ = 0;
 }
 
-// How a block fares that is handed over is known when the next one is full.
+// Whether the block handed over here is written is known only when the next one is full.
 bool BlockWriter::WriteBlock() {
   if (!HasThread()) return Flush();
   Wait();
@@ -46,12 +46,12 @@ bool BlockWriter::HasThread() {
   try {
     thread_ = std::thread([this] { WriteInBackground(); });
   } catch (const std::system_error&) {
-    // A system that has no thread left writes each block at once.
+    // If the system can start no thread, each block is written at once.
   }
   return thread_.joinable();
 }
 
-// The waiting functions of std::atomic would miss a wake-up now and then where the system has no futex.
+// Not the waiting functions of std::atomic: they may miss a wake-up on systems without futexes.
 
 void BlockWriter::HandOver(int bytes) {
   {
@@ -61,7 +61,7 @@ void BlockWriter::HandOver(int bytes) {
   changed_.notify_all();
 }
 
-// Until the thread has written what it was given.
+// Wait until the thread has written its block.
 void BlockWriter::Wait() {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [this] { return bytes_ == 0; });

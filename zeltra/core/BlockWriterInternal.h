@@ -13,30 +13,30 @@
 
 namespace zeltra {
 
-/// Collects output in a block and writes it in large pieces, noticing every byte that does not arrive.
+/// Collects output in a block and writes it in large pieces, noticing every byte that is lost.
 ///
-/// Where a second thread may be used, it writes one block while the next one is filled. The file may be touched by the
-/// caller before the first block is full, and after Flush or Clear.
+/// If a second thread may be used, it writes one block while the next one is filled. The caller may use the file before
+/// the first block is full, and after Flush or Clear.
 class BlockWriter {
  public:
-  /// @param threads  that the job may use, as in JobOptions
+  /// @param threads  how many the job may use, as in JobOptions
   explicit BlockWriter(CheckedFile& file, int threads = 1);
   BlockWriter(const BlockWriter&) = delete;
   BlockWriter& operator=(const BlockWriter&) = delete;
-  /// What has not been flushed is lost.
+  /// Whatever has not been flushed is lost.
   ~BlockWriter();
 
-  /// Room for `n` bytes, at most kBlockBytes, that count as written and are filled in before the next call; null once a
-  /// write has failed.
+  /// Room for `n` bytes, at most kBlockBytes, which count as written and must be filled in before the next call; null
+  /// once a write has failed.
   char* Reserve(int n) {
     if (kBlockBytes - used_ < n && !WriteBlock()) return nullptr;
     char* p = block_.get() + used_;
     used_ += n;
     return p;
   }
-  /// Write what the block holds. @return false once any byte has not arrived
+  /// Write what the block holds. @return false once any byte has been lost
   bool Flush();
-  /// Forget what the block holds.
+  /// Discard what the block holds.
   void Clear();
 
  private:
@@ -54,9 +54,9 @@ class BlockWriter {
   bool mayStartThread_;
   std::thread thread_;
   std::unique_ptr<char[]> handedOver_;  // the block that the thread writes
-  std::mutex mutex_;                    // guards the two that follow
+  std::mutex mutex_;                    // guards bytes_
   std::condition_variable changed_;
-  int bytes_ = 0;  // of the block; 0 once they are written
+  int bytes_ = 0;  // in the block; 0 once they are written
 };
 
 }  // namespace zeltra

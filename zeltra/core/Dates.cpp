@@ -20,7 +20,7 @@ constexpr double kJulianDateOf1970 = 2440587.5;
 
 struct Field {
   int value = 0;
-  size_t digits = 0;  ///< 0 if the text is no number
+  size_t digits = 0;  ///< 0 if the text is not a number
 };
 
 Field NumberOf(std::string_view text) {
@@ -34,7 +34,7 @@ Field NumberOf(std::string_view text) {
 
 constexpr int64 kTenthsPerDay = 864000;
 
-// `hh:mm:ss` and a fraction. The value is rounded first, as a whole number of the last digit's units, so that no field
+// `hh:mm:ss` and a fraction. The value is first rounded to a whole number of units of the last digit, so that no field
 // ever shows 60.
 std::string Sexagesimal(double value, int digits) {
   const int64 unit = std::llround(std::pow(10, digits));

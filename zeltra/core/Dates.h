@@ -1,4 +1,4 @@
-// Julian dates and calendar dates; dates, times and places on the sky as people read them.
+// Julian dates and calendar dates; text for dates, times and sky positions.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_DATES_H_
 #define ZELTRA_CORE_DATES_H_
@@ -19,15 +19,15 @@ struct ACalendarDate {
   int day = 0;    ///< 1..31
 };
 
-/// Julian date, days, of 0 h of a date as FITS files write it: `YYYY-MM-DD`, also with a time of day behind a `T`,
-/// which does not count, or `DD/MM/YY` of the years 1900 to 1999. `/` and `-` are the same.
-/// @return 0 if `text` is none of these, or no such day exists
+/// Julian date, days, of 0 h of a date in a FITS file: `YYYY-MM-DD`, optionally followed by `T` and a time of day,
+/// which is ignored, or `DD/MM/YY` in the years 1900 to 1999. `/` and `-` are interchangeable.
+/// @return 0 if `text` is neither, or there is no such day
 ZELTRA_API double JulianDateOf(const std::string& text);
 
-/// 0 h of the day that a Julian date falls on, as a Julian date.
+/// The Julian date of 0 h of the day that a Julian date falls on.
 ZELTRA_API double MidnightBefore(double jd);
 
-/// The day that `jd` falls on, for years 1 to 9999.
+/// The day that `jd` falls on, in the years 1 to 9999.
 ZELTRA_API ACalendarDate CalendarDate(double jd);
 
 /// `YYYY-MM-DD` of the day that `jd` falls on; empty outside the years 1 to 9999.
@@ -39,7 +39,7 @@ ZELTRA_API std::string DateAndTime(double jd);
 /// A time span, as in `7 h 59 min 40 s`, to a tenth of a second.
 ZELTRA_API std::string DurationText(double seconds);
 
-/// Right ascension as `hh:mm:ss.sssss`. @param degrees  any turn
+/// Right ascension as `hh:mm:ss.sssss`. @param degrees  any angle, reduced to one turn
 ZELTRA_API std::string RightAscensionText(double degrees);
 
 /// Declination as `+dd:mm:ss.ssss`.

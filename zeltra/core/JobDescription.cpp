@@ -17,7 +17,7 @@ std::string Joined(const std::vector<std::string>& words, const char* separator 
   return list;
 }
 
-// A bound of a range, as in 1000000000.
+// A bound of a range in plain digits, as in 1000000000.
 std::string Plain(double bound) {
   return RoundedNumber(bound, 10);
 }
@@ -54,8 +54,8 @@ std::string TimeText(const ATime& time) {
   return text;
 }
 
-// Numbers as in 1,4-7.
-/// @param first  of what counts as 0 in the list
+// A list as in 1,4-7.
+// @param first  the number shown for a 0 in the list
 std::string ListText(const std::vector<int>& numbers, int first) {
   std::string text;
   for (size_t i = 0; i < numbers.size();) {
@@ -68,7 +68,7 @@ std::string ListText(const std::vector<int>& numbers, int first) {
   return text;
 }
 
-// The text that sets a member to what it is; empty for a flag that is not given, and for what is absent.
+// The text that would set a member to its present value; empty for a flag that is off and for a value that is absent.
 struct TextOfTarget {
   const AJobOption& option;
 
@@ -163,7 +163,7 @@ AResult AJobOption::Store(const std::string& text, std::vector<std::string>* wor
   for (size_t begin = 0; begin <= text.size();) {
     const size_t end = std::min(text.find(',', begin), text.size());
     words->push_back(Trimmed(text.substr(begin, end - begin)));
-    if (words->back().empty()) return Complain(text, "has an item without text");
+    if (words->back().empty()) return Complain(text, "has an empty item");
     begin = end + 1;
   }
   return AResult::Ok();
@@ -190,7 +190,7 @@ AResult AJobOption::Store(const std::string& text, const AChoiceTarget& choice) 
 AResult AJobFile::Check(const std::string& path) const {
   const auto isEnding = [&path](const std::string& ending) { return path.ends_with(ending) && path != ending; };
   if (endings.empty() || std::any_of(endings.begin(), endings.end(), isEnding)) return AResult::Ok();
-  return AResult::Fail(path + " ends in none of " + Joined(endings));
+  return AResult::Fail(path + " does not end in any of " + Joined(endings));
 }
 
 // AJobDescription
@@ -209,7 +209,7 @@ std::string AJobDescription::DefaultOf(const AJobOption& option) const {
 
 std::string AJobDescription::Command(const JobOptions& given) const {
   const std::shared_ptr<JobOptions> defaults = makeOptions();
-  // Targets are only looked at here.
+  // Targets are only read here.
   auto& target = const_cast<JobOptions&>(given);
   std::string command = "zeltra " + name;
   for (const AJobOption& option : options) {

@@ -1,4 +1,4 @@
-// What a job takes and gives, from which the command line, the manual and other interfaces are made.
+// What a job takes and makes, from which the command line, the manual and other interfaces are generated.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_JOBDESCRIPTION_H_
 #define ZELTRA_CORE_JOBDESCRIPTION_H_
@@ -23,24 +23,24 @@
 
 namespace zeltra {
 
-/// A member that takes one of a few values, by their places in a list.
+/// A member that takes one of a few values, given by index.
 struct AChoiceTarget {
   size_t chosen = 0;
   std::function<void(size_t)> choose;
 };
 
-/// A member, or several, that a function reads from a text.
+/// A member, or several, read from text by a function.
 struct AParsedTarget {
   std::function<AResult(const std::string&)> parse;
-  std::string text;  ///< what they hold, as the function would take it; empty: nothing to tell
+  std::string text;  ///< the present value, in the form that the function reads; empty: none to show
 };
 
-/// The member of a job's options that an option sets. Its type settles how a text becomes a value.
+/// The member of a job's options that an option sets. Its type determines how text becomes a value.
 using AOptionTarget =
     std::variant<bool*, int*, std::optional<int>*, std::uint64_t*, double*, std::string*, std::optional<ATime>*,
                  ARange*, std::vector<std::string>*, std::vector<int>*, AChoiceTarget, AParsedTarget>;
 
-/// The types of AOptionTarget, for interfaces: a flag needs no value, a list takes several with commas between.
+/// The types of AOptionTarget, for interfaces: a flag needs no value, a list takes several separated by commas.
 enum class AOptionKind { Flag, Whole, Real, Text, Time, Range, TextList, NumberList, Choice };
 
 /// One option of a job.
@@ -49,25 +49,25 @@ class ZELTRA_API AJobOption {
   std::string name;  ///< as in "interval", on a command line --interval
   std::string help;
   AOptionKind kind = AOptionKind::Flag;
-  std::string form;                                         ///< what stands for the value, as in "N|NAME"
-  std::string unit;                                         ///< of the value; empty without one
+  std::string form;                                         ///< placeholder for the value, as in "N|NAME"
+  std::string unit;                                         ///< of the value; empty if it has none
   std::vector<std::string> choices;                         ///< Choice: all values
   double least = -std::numeric_limits<double>::infinity();  ///< Whole, Real: the range of values
   double greatest = std::numeric_limits<double>::infinity();
-  std::optional<double> special;      ///< Whole, Real: one more value, outside the range
-  std::string otherwise;              ///< what an absent option means, where no value says it
-  double scale = 1;                   ///< Real: the member over the value
-  std::span<const ASuffix> suffixes;  ///< Real: what may follow the value
-  int first = 0;                      ///< NumberList: the number of what the member counts as 0
+  std::optional<double> special;      ///< Whole, Real: one more allowed value, outside the range
+  std::string otherwise;              ///< what holds if the option is absent, where the default does not show it
+  double scale = 1;                   ///< Real: the member is the value times this
+  std::span<const ASuffix> suffixes;  ///< Real: suffixes that the value may have
+  int first = 0;                      ///< NumberList: the number that the member counts as 0
   bool clears = false;                ///< Flag: clears the member instead of setting it
-  char letter = 0;                    ///< short name on a command line, 0 without one
-  bool isWord = false;                ///< stands on a command line without its name
+  char letter = 0;                    ///< short name on a command line, 0 if there is none
+  bool isWord = false;                ///< given on a command line without its name
   bool isRequired = false;
-  bool keepsResult = false;  ///< what the job makes is the same whatever the value
-  std::string excludes;      ///< name of an option that cannot be given as well
+  bool keepsResult = false;  ///< the result of the job does not depend on the value
+  std::string excludes;      ///< name of an option that cannot be given together with this one
   std::function<AOptionTarget(JobOptions&)> target;
 
-  // For those who describe a job.
+  // Setters for describing a job.
   AJobOption& Form(std::string text) { return form = std::move(text), *this; }
   AJobOption& Unit(std::string text) { return unit = std::move(text), *this; }
   AJobOption& Range(double low, double high) { return least = low, greatest = high, *this; }
@@ -84,12 +84,12 @@ class ZELTRA_API AJobOption {
   AJobOption& KeepsResult() { return keepsResult = true, *this; }
   AJobOption& Excludes(std::string other) { return excludes = std::move(other), *this; }
 
-  /// Read a text into the member of `options`, which are of the type that the job takes. A list grows by the text's
-  /// items; an empty text means that a flag is given.
-  /// @return a failure that says what is wrong with the text; the member is undefined then
+  /// Read text into the member of `options`, which must be of the job's own type. Lists are extended; empty text means
+  /// that a flag is given.
+  /// @return a failure that says what is wrong with the text; the member is then undefined
   AResult Set(JobOptions& options, const std::string& text) const;
 
-  /// The range as in "from 2 to 1000"; empty without one.
+  /// The range as in "from 2 to 1000"; empty if there is none.
   std::string RangeText() const;
 
  private:
@@ -112,30 +112,31 @@ class ZELTRA_API AJobOption {
 struct ZELTRA_API AJobFile {
   std::string name;  ///< as in "OUT.uvx"
   std::string help;
-  std::string option;                ///< the option of a command line that names it; empty where it stands by itself
-  char letter = 0;                   ///< short name of that option, 0 without one
-  std::vector<std::string> endings;  ///< one of which the name has; empty: any name will do
+  std::string option;                ///< the command-line option that names it; empty if the name is given by itself
+  char letter = 0;                   ///< short name of that option, 0 if there is none
+  std::vector<std::string> endings;  ///< the name must have one of them; empty: any name will do
 
-  bool isOptional = false;  ///< stands by itself, but may be left out
+  bool isOptional = false;  ///< given without an option, but may be left out
+  bool isNeeded = false;    ///< given by an option, but must be named, beside the table if the job prints one
 
   bool isWord() const { return option.empty(); }
-  /// A file without an option has to be named, as a rule.
-  bool isRequired() const { return isWord() && !isOptional; }
-  /// @return a failure where the name has none of the endings
+  /// A file without an option must normally be named.
+  bool isRequired() const { return isNeeded || (isWord() && !isOptional); }
+  /// @return a failure if the name has none of the endings
   AResult Check(const std::string& path) const;
 };
 
-/// A column of the table that a job gives.
+/// A column of the table that a job produces.
 struct AJobColumn {
-  std::string name;  ///< capitals in it stand for numbers: "re_IF_CHANNEL_POLARISATION" is several columns
+  std::string name;  ///< capitals stand for numbers: "re_IF_CHANNEL_POLARISATION" is several columns
   std::string unit;
   std::string help;
 };
 
 struct ZELTRA_API AJobDescription {
   std::string name;     ///< as in "average"
-  std::string summary;  ///< a line
-  std::string details;  ///< some sentences; may be empty
+  std::string summary;  ///< one line
+  std::string details;  ///< a few sentences; may be empty
   std::vector<AJobFile> inputs, outputs;
   std::vector<AJobOption> options;
   std::vector<AJobColumn> columns;
@@ -144,11 +145,11 @@ struct ZELTRA_API AJobDescription {
 
   /// @return null if there is no such option
   const AJobOption* Find(const std::string& option) const;
-  /// What holds where an option is not given, as a text that Set would take or in words; empty: nothing to tell.
+  /// What holds if an option is not given, as text that Set accepts, or in words; empty: nothing to say.
   std::string DefaultOf(const AJobOption& option) const;
-  /// The command that makes the same of the same input: the name of the job and the options that change what it makes,
-  /// where they differ from their defaults, as in "zeltra average --interval 60". It names no file.
-  /// @param given  of the type that the job takes
+  /// The command that repeats the job on the same input: the name of the job and the options that affect its result,
+  /// where they differ from their defaults, as in "zeltra average --interval 60". It names no files.
+  /// @param given  of the job's own type
   std::string Command(const JobOptions& given) const;
   /// Set an option by its name. @return a failure that names the option
   AResult Set(JobOptions& target, const std::string& option, const std::string& text) const;
@@ -181,7 +182,7 @@ class AJobDescriber {
     });
   }
 
-  /// An option with a name for each of some values.
+  /// An option whose values have names.
   template <typename Access, typename Value>
   AJobOption& Choice(std::string name, Access access, std::vector<std::pair<std::string, Value>> values,
                      std::string help) {
@@ -201,7 +202,7 @@ class AJobDescriber {
   }
 
   /// An option that a function reads.
-  /// @param show  tells what holds in options made anew
+  /// @param show  gives the text of the default
   AJobOption& Parsed(std::string name, std::function<AResult(const std::string&, Options&)> parse,
                      std::function<std::string(const Options&)> show, std::string help) {
     return Add(std::move(name), std::move(help), [parse, show](JobOptions& options) -> AOptionTarget {
@@ -210,7 +211,7 @@ class AJobDescriber {
     });
   }
 
-  /// What every job with outputs takes: whether they replace files, and whether it waits for the disk.
+  /// The options of every job with outputs: whether to replace files, and whether to wait for the disk.
   void Overwrite() {
     Option("force", &Options::overwrite, "replace an output that exists").Letter('f').KeepsResult();
     Option("no-sync", &Options::sync, "do not wait until the output is on the disk").Clears().KeepsResult();
@@ -218,7 +219,7 @@ class AJobDescriber {
   void Threads() {
     Option("threads", &Options::threads, "threads that work at the same time; the result is the same for any number")
         .Range(0, 1024)
-        .Otherwise("one a processor")
+        .Otherwise("one per processor")
         .KeepsResult();
   }
 
@@ -230,7 +231,7 @@ class AJobDescriber {
   AJobDescription job_;
 };
 
-/// The kind of a target, and what stands for such a value.
+/// The kind of a target, and the placeholder for its value.
 ZELTRA_API std::pair<AOptionKind, std::string> OptionKindOf(const AOptionTarget& target);
 
 template <typename Options>

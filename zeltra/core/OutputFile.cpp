@@ -8,11 +8,15 @@
 
 namespace zeltra {
 
-// The first failure counts, whatever follows from it.
+// Only the first failure counts, since others may follow from it.
 void CheckedFile::Note(bool isDone) {
   if (!good_ || isDone) return;
   good_ = false;
   error_ = errno;
+}
+
+int CheckedFile::Create(const char* path) {
+  return OpenWith(path, AFile::Create | AFile::ReadWrite | AFile::Binary, platform::kEverybody);
 }
 
 int CheckedFile::Seek(const int64& pos) {
@@ -55,7 +59,7 @@ int CheckedFile::Trunc() {
 }
 
 int CheckedFile::Close() {
-  // A second Close finds nothing to close, which is no loss.
+  // The file is already closed, which is not a failure.
   if (descriptor() < 0) return 0;
   Note(permissions_ < 0 || platform::SetPermissions(descriptor(), permissions_));
   const bool isSettled = Sync();
@@ -72,7 +76,7 @@ bool CheckedFile::Sync() {
 void CheckedFile::AtClose(int permissions, bool sync) {
   permissions_ = permissions;
   sync_ = sync;
-  // Until then nobody sees what only some may see in the end.
+  // Until then only the owner may read it, since in the end perhaps not everybody may.
   if (permissions >= 0) platform::SetPermissions(descriptor(), platform::kOwnerOnly);
 }
 
@@ -99,7 +103,7 @@ AResult OutputFile::Create(const std::string& path, const JobOptions& options, c
   if (!overwrite_ && isThere) return AResult::Fail(path + ": exists already and is not replaced unasked");
   if (!input.empty() && IsSameFile(path, input)) return AResult::Fail(path + ": is the file that is read");
   const std::string temporary = TemporaryNameFor(target_);
-  if (!file_.Open(temporary.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary)) {
+  if (!file_.Create(temporary.c_str())) {
     return AResult::Fail(path + ": cannot be created: " + ReasonOf(errno));
   }
   temporary_ = temporary;
@@ -113,7 +117,7 @@ AResult OutputFile::Sync() {
 
 AResult OutputFile::Commit() {
   AResult result = Complete();
-  return result ? TakeName() : result;
+  return result ? Publish() : result;
 }
 
 AResult OutputFile::Complete() {
@@ -121,7 +125,7 @@ AResult OutputFile::Complete() {
   return file_.good() ? AResult::Ok() : WriteError();
 }
 
-AResult OutputFile::TakeName() {
+AResult OutputFile::Publish() {
   if (!MoveIntoPlace(temporary_, target_, overwrite_)) {
     const int error = errno;
     if (error == EEXIST) return AResult::Fail(path_ + ": exists already and is not replaced unasked");

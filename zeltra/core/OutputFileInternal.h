@@ -11,25 +11,28 @@
 
 namespace zeltra {
 
-/// A file that remembers whether any byte written to it did not arrive, or went to another place: a write that moved
-/// only a part counts as success, and the classes that write headers and tables do not tell.
+/// A file that remembers whether any byte written to it was lost or misplaced: a partial write counts as success
+/// elsewhere, and the classes that write headers and tables do not report failures.
 class CheckedFile : public AFile {
  public:
+  /// Create a file, or empty one, as programs mostly do: for everybody whom the process's mask lets through.
+  int Create(const char* path);
   int Seek(const int64& pos) override;
   int64 Tell() override;
   int Read(void* buf, int n) override;
   int Write(void* buf, int n) override;
+  using AFile::Write;
   int64 GetFileSize() override;
   int Trunc() override;
-  /// Wait until the disk holds what is written, where AtClose was told so. @return false if it does not
+  /// Wait until the disk holds what was written, if AtClose asked for that. @return false if it does not
   bool Sync();
   /// Give the file its permissions, synchronise and close it.
   int Close() override;
-  /// @param permissions  that the file gets, -1 for those that it has
+  /// @param permissions  for the file, -1 to leave them as they are
   /// @param sync         whether Sync and Close wait until the disk holds the file
   void AtClose(int permissions, bool sync);
   bool good() const { return good_; }
-  /// Why a file is not good, as in errno; 0 where the system does not tell.
+  /// Why a file is not good, as in errno; 0 if the system does not say.
   int error() const { return error_; }
 
  private:
@@ -41,9 +44,9 @@ class CheckedFile : public AFile {
   int permissions_ = -1;
 };
 
-/// A file written under a temporary name beside its final one. Unless it is committed it is removed again, and a
-/// process that is killed leaves the temporary name only. A file that it replaces is a regular one, at the end of
-/// symbolic links perhaps, whose permissions it takes over.
+/// A file written under a temporary name in the folder of its final one. It is removed unless it is committed, and a
+/// process that is killed leaves only the temporary name. It replaces regular files only, if need be at the end of
+/// symbolic links, and takes over their permissions.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -53,21 +56,21 @@ class OutputFile {
 
   /// Create the temporary file.
   /// @param options  whether the file may replace one, and whether it is synchronised with the disk
-  /// @param input    what the job reads, which it does not replace
+  /// @param input    the file that the job reads, which is never replaced
   /// @return a failure if `path` exists and may not be replaced, or cannot be written
   AResult Create(const std::string& path, const JobOptions& options, const std::string& input = {});
   CheckedFile& file() { return file_; }
-  /// The name that the file has until it is committed, for a class that opens its files itself.
+  /// The name of the file until it is committed, for a class that opens its files itself.
   const std::string& temporary() const { return temporary_; }
-  /// Synchronise what is written, before the mark that declares it whole: a job that is killed while it waits leaves
-  /// nothing that opens.
+  /// Synchronise what has been written, before writing the mark that declares it whole: a job that is killed during the
+  /// wait leaves nothing that opens.
   AResult Sync();
   /// Complete the file and give it its name.
   AResult Commit();
-  /// Synchronise and close the file. @return a failure if not every byte has arrived
+  /// Synchronise and close the file. @return a failure if any byte was lost
   AResult Complete();
-  /// Give the file, which is complete, its name, and synchronise the folder.
-  AResult TakeName();
+  /// Give the complete file its name and synchronise the folder.
+  AResult Publish();
   /// Close the file and remove it.
   void Discard();
   /// The failure of a write, with the system's reason.
@@ -78,7 +81,7 @@ class OutputFile {
  private:
   CheckedFile file_;
   std::string path_;
-  std::string target_;  // what `path_` leads to
+  std::string target_;  // where `path_` leads
   std::string temporary_;
   bool overwrite_ = false;
   bool sync_ = false;

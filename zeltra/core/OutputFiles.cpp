@@ -9,7 +9,7 @@
 namespace zeltra {
 namespace {
 
-// Whether two names are those of one file, which need not be there yet.
+// Whether two names refer to one file, which need not exist yet.
 bool IsOneName(const std::string& a, const std::string& b) {
   const auto split = [](const std::string& name) {
     const size_t end = name.find_last_of("/\\") + 1;
@@ -41,7 +41,7 @@ AResult OutputFiles::Commit() {
     if (result) result = file->Complete();
   }
   for (const auto& file : files_) {
-    if (result) result = file->TakeName();
+    if (result) result = file->Publish();
   }
   return result;
 }

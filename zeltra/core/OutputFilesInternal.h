@@ -11,23 +11,23 @@
 
 namespace zeltra {
 
-/// Files that are all complete, synchronised and closed without an error, before the first of them gets its name. What
-/// is not committed is removed with the object.
+/// Files that are all complete, synchronised and closed without an error before the first of them gets its name.
+/// Whatever is not committed is removed with the object.
 class OutputFiles {
  public:
-  /// @param input    what the job reads, which no output replaces
-  /// @param options  as of OutputFile::Create
+  /// @param input    the file that the job reads, which no output replaces
+  /// @param options  as for OutputFile::Create
   OutputFiles(const std::string& input, const JobOptions& options) : names_{input}, options_(options) {}
 
   /// Create one under a temporary name.
-  /// @param output  the new file, this object's
+  /// @param output  the new file, owned by this object
   /// @return a failure if two outputs have one name, or for the reasons of OutputFile::Create
   AResult Create(const std::string& path, OutputFile*& output);
   /// Complete all files and give them their names.
   AResult Commit();
 
  private:
-  std::vector<std::string> names_;  // that are taken
+  std::vector<std::string> names_;  // in use
   std::vector<std::unique_ptr<OutputFile>> files_;
   const JobOptions options_;
 };

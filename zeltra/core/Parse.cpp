@@ -28,7 +28,7 @@ size_t CountDigits(std::string_view text) {
   return std::min(text.find_first_not_of("0123456789"), text.size());
 }
 
-// Length of the decimal number without sign and exponent that `text` begins with, 0 if there is none.
+// Length of the decimal number, without sign and exponent, that `text` begins with; 0 if there is none.
 size_t DecimalLength(std::string_view text) {
   const size_t whole = CountDigits(text);
   if (whole == text.size() || text[whole] != '.') return whole;
@@ -58,12 +58,12 @@ AResult ReadWhole(std::string_view text, Whole& value) {
   const auto parsed = std::from_chars(digits.data(), end, value);
   if (digits.empty() || parsed.ptr != end) return IsNo(text, "a whole number");
   if (parsed.ec == std::errc()) return AResult::Ok();
-  return parsed.ec == std::errc::result_out_of_range ? IsNo(text, "within the range of whole numbers here")
+  return parsed.ec == std::errc::result_out_of_range ? IsNo(text, "within the range of whole numbers allowed here")
                                                      : IsNo(text, "a whole number");
 }
 
-// Up to three fields, each with a mark after it: the marks of a form, one set of characters a field. A form of colons
-// has them between the fields.
+// Up to three fields, each followed by a mark: for each field, the characters that serve as its mark. Colons come only
+// between fields.
 struct SexagesimalForm {
   const char* marks[3];
   bool marksEnd;  // whether a mark follows the last field too
@@ -72,8 +72,8 @@ constexpr SexagesimalForm kColons = {{":", ":", ""}, false};
 constexpr SexagesimalForm kHours = {{"h", "m", "s"}, true};
 constexpr SexagesimalForm kDegrees = {{"d", "m'", "s\""}, true};
 
-// Fields of digits, the last one with decimals perhaps, as a multiple of the first one's unit.
-// @param secondsEnd  what seconds are below
+// Read fields of digits, the last of which may have decimals, in units of the first field.
+// @param secondsEnd  limit that seconds must stay below
 bool ReadSexagesimal(std::string_view text, const SexagesimalForm& form, double secondsEnd, double& value) {
   double unit = 1;
   value = 0;
@@ -93,7 +93,7 @@ bool ReadSexagesimal(std::string_view text, const SexagesimalForm& form, double 
   return false;
 }
 
-// A time of day, days.
+// A time of day, in days.
 bool ReadTimeOfDay(std::string_view text, double& days) {
   const SexagesimalForm& form = text.find(':') != text.npos ? kColons : kHours;
   double hours = 0;
@@ -102,7 +102,7 @@ bool ReadTimeOfDay(std::string_view text, double& days) {
   return true;
 }
 
-// A date and perhaps a time of day. @return false if `text` begins with no date or goes on otherwise
+// A date, which a time of day may follow. @return false if `text` does not begin with a date or anything else follows
 bool ReadDateAndTime(std::string_view text, double& julianDate) {
   const std::string date(text.substr(0, 10));
   const bool isDate = date.size() == 10 && date[4] == '-' && date[7] == '-';
@@ -117,7 +117,7 @@ bool ReadDateAndTime(std::string_view text, double& julianDate) {
   return true;
 }
 
-// A time of day, after `+1/` where it is one of the next day.
+// A time of day, prefixed by `+1/` if it is on the next day.
 bool ReadRelativeTime(std::string_view text, double& days) {
   int day = 0;
   if (const size_t slash = text.find('/'); slash != text.npos) {
@@ -212,13 +212,12 @@ AResult strToTime(std::string_view text, ATime& time) {
     time.isRelative = ReadRelativeTime(whole, time.value);
     if (!time.isRelative) {
       return IsNo(text,
-                  "a time like 2020-03-20T07:30:00, a Julian date or a modified one, or a time of the first day like "
-                  "07:30, of the "
-                  "next like +1/07:30");
+                  "a time like 2020-03-20T07:30:00, a Julian date or modified Julian date, or a time of day like 07:30 "
+                  "on the first day or +1/07:30 on the next");
     }
   }
   if (time.isRelative || CalendarDate(time.value).year > 0) return AResult::Ok();
-  return IsNo(text, "a Julian date of the years 1 to 9999");
+  return IsNo(text, "a date in the years 1 to 9999");
 }
 
 AResult strToTime(std::string_view text, double dateObs, double& julianDate) {
@@ -226,7 +225,7 @@ AResult strToTime(std::string_view text, double dateObs, double& julianDate) {
   if (AResult result = strToTime(text, time); !result) return result;
   julianDate = time.JulianDate(dateObs);
   if (!time.isRelative || CalendarDate(dateObs).year > 0) return AResult::Ok();
-  return IsNo(text, "a whole date, and there is no observation date that it could count from");
+  return IsNo(text, "a complete date, and there is no observation date to count from");
 }
 
 AResult strToAngle(std::string_view text, double& radians) {
@@ -235,7 +234,7 @@ AResult strToAngle(std::string_view text, double& radians) {
   const bool isInHours = size.find('h') != size.npos;
   const SexagesimalForm& form = size.find(':') != size.npos ? kColons : isInHours ? kHours : kDegrees;
   double degrees = 0;
-  // A d stands for degrees here, not for an exponent.
+  // A d means degrees here, not an exponent.
   if (IsNumber(whole) && size.find_first_of("dD") == size.npos) {
     if (AResult result = strToVal(size, degrees); !result) return result;
   } else if (!ReadSexagesimal(size, form, 60, degrees)) {
@@ -248,7 +247,7 @@ AResult strToAngle(std::string_view text, double& radians) {
 AResult ALineParse(std::string_view line, std::vector<std::string>& words) {
   constexpr char kEnds[] = " \t\r\n,!#";
   words.clear();
-  bool isOpen = false;  // whether a comma has promised a word
+  bool isOpen = false;  // whether a word must follow a comma
   for (;;) {
     line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
     if (line.empty() || line[0] == '!' || line[0] == '#') break;
@@ -259,7 +258,7 @@ AResult ALineParse(std::string_view line, std::vector<std::string>& words) {
       if (end == line.npos) return AResult::Fail("a quote is not closed at " + std::string(line));
       after = end + 1;
       if (line.find_first_of(kEnds, after) != std::min(after, line.size()) && after < line.size()) {
-        return AResult::Fail("a word goes on after its quote at " + std::string(line));
+        return AResult::Fail("text follows a closing quote at " + std::string(line));
       }
     }
     words.emplace_back(line.substr(begin, std::min(end, line.size()) - begin));

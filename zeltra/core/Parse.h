@@ -1,4 +1,4 @@
-// Texts that people write become values.
+// Converts texts that users write to values.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_PARSE_H_
 #define ZELTRA_CORE_PARSE_H_
@@ -15,32 +15,32 @@
 
 namespace zeltra {
 
-// Each function takes the whole text, without the blanks around it, and fails with one sentence where anything of it is
-// left over; the value is undefined then. All are the same in every locale.
+// Each function reads the whole text, ignoring blanks around it, and fails with one sentence if part of it is left
+// over; the value is then undefined. None depends on the locale.
 
-/// Read a finite decimal number; an exponent is marked by E or D. Numbers too small for a double are 0.
+/// Read a finite decimal number; E or D marks an exponent. Numbers too small for a double are 0.
 ZELTRA_API AResult strToVal(std::string_view text, double& value);
 /// Read a whole number.
 ZELTRA_API AResult strToVal(std::string_view text, int& value);
 ZELTRA_API AResult strToVal(std::string_view text, std::uint64_t& value);
 
-/// A text that may follow a number, and what it multiplies it by.
+/// A suffix of a number, and the factor it stands for.
 struct ASuffix {
   std::string_view text;
   double factor;
 };
 inline constexpr ASuffix kThousands[] = {{"k", 1e3}, {"M", 1e6}, {"G", 1e9}};
 
-/// Read a finite decimal number that one of `suffixes` may follow.
+/// Read a finite decimal number, which one of `suffixes` may follow.
 ZELTRA_API AResult strToVal(std::string_view text, std::span<const ASuffix> suffixes, double& value);
 
 /// Whether `text` is a decimal number without an exponent: digits with at most one point, a sign before them allowed.
 ZELTRA_API bool IsSimpleFloatParse(std::string_view text);
 
-/// Read whole numbers from `first` on and ranges of them, as in `0,4-7`, in the order of the text, at most 2^24.
+/// Read a list of whole numbers from `first` up and ranges of them, as in `0,4-7`, in the order given, 2^24 at most.
 ZELTRA_API AResult strToList(std::string_view text, int first, std::vector<int>& numbers);
 
-/// Distances between two bounds, both included.
+/// A range of distances, both bounds included.
 struct ARange {
   double least = 0;
   double greatest = std::numeric_limits<double>::infinity();
@@ -49,15 +49,15 @@ struct ARange {
   bool IsLimited() const { return least > 0 || greatest < std::numeric_limits<double>::infinity(); }
 };
 
-/// Read a range of numbers from 0 on, as in `250k,10M`: k, M and G stand for 1e3, 1e6 and 1e9. A bound left out, as in
-/// `10M,`, does not limit the range.
+/// Read a range of numbers of at least 0, as in `250k,10M`: k, M and G stand for 1e3, 1e6 and 1e9. An omitted bound, as
+/// in `10M,`, sets no limit.
 ZELTRA_API AResult strToRange(std::string_view text, ARange& range);
 
-/// A time as a person gives it: a Julian date, or one that counts from the date of an observation, which is known when
-/// the file is open.
+/// A time as the user gives it: a Julian date, or one relative to the date of an observation, which is known once the
+/// file is open.
 struct ATime {
   double value = 0;         ///< days: a Julian date, or relative to 0 h of the observation date
-  bool isRelative = false;  ///< which of them
+  bool isRelative = false;  ///< whether it is the latter
 
   ATime() = default;
   ATime(double julianDate) : value(julianDate) {}
@@ -66,24 +66,24 @@ struct ATime {
   double JulianDate(double dateObs) const { return isRelative ? dateObs + value : value; }
 };
 
-/// Read a time, in whatever time scale, in the years 1 to 9999:
-///   - `2020-03-20`, `2020-03-20T07:30`, `2020-03-20T07:30:00.5`, a blank for the T and a Z at the end allowed;
-///   - a number: a Julian date, or below 1e6 a modified one (MJD);
-///   - a time of day alone, of the observation's first day; `+1/07:30` is one of the day after it.
-/// Times of day are `07:30`, `07:30:00` or `7h30m0s`, with decimals at the last place, and seconds below 61.
+/// Read a time in the years 1 to 9999, in any time scale:
+///   - `2020-03-20`, `2020-03-20T07:30`, `2020-03-20T07:30:00.5`; the T may be a blank, and a Z may end it;
+///   - a number: a Julian date, or below 1e6 a modified Julian date (MJD);
+///   - a time of day alone, on the observation's first day; `+1/07:30` is on the day after it.
+/// Times of day are `07:30`, `07:30:00` or `7h30m0s`; the last field may have decimals, and seconds are below 61.
 ZELTRA_API AResult strToTime(std::string_view text, ATime& time);
 
 /// Read a time and give its Julian date.
-/// @param dateObs  Julian date of 0 h of the observation date, 0 if unknown: times of day alone are a failure then
+/// @param dateObs  Julian date of 0 h of the observation date, 0 if unknown: times of day alone then fail
 ZELTRA_API AResult strToTime(std::string_view text, double dateObs, double& julianDate);
 
-/// Read an angle, radians: `-00:30:05.5` in degrees, arcminutes and arcseconds, `12d30'05"` or `12d30m5s` the same,
-/// `12h30m5s` in hours of 15 degrees, or a number of degrees, its exponent marked by E. Decimals stand at the last
-/// place; minutes and seconds are below 60.
+/// Read an angle, radians: `-00:30:05.5` is in degrees, arcminutes and arcseconds, as is `12d30'05"` or `12d30m5s`;
+/// `12h30m5s` is in hours of 15 degrees; a number is in degrees, E marks its exponent. The last field may have
+/// decimals; minutes and seconds are below 60.
 ZELTRA_API AResult strToAngle(std::string_view text, double& radians);
 
-/// Split a line at blanks and commas, up to a comment that `!` or `#` begins. A word that begins with a quote, single
-/// or double, ends at the next such quote and is kept together. A comma ends a word even where it is empty.
+/// Split a line at blanks and commas, up to a comment, which `!` or `#` begins. A word that begins with a single or
+/// double quote extends to the next such quote. Every comma ends a word, even an empty one.
 ZELTRA_API AResult ALineParse(std::string_view line, std::vector<std::string>& words);
 
 }  // namespace zeltra

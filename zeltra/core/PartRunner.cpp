@@ -19,7 +19,7 @@ namespace zeltra {
 namespace {
 
 constexpr size_t kMostWaiting = 32 << 20;  // bytes
-// How soon a cancel flag is seen while the parts hand nothing on.
+// How soon a cancel flag is noticed while no part delivers anything.
 constexpr auto kPatience = std::chrono::milliseconds(50);
 
 AResult Cancelled(const PartJob& job) {
@@ -30,7 +30,7 @@ AResult NoMemory(const PartJob& job) {
   return AResult::Fail(job.name + ": there is not enough memory for this job");
 }
 
-// @param worker  made for the first part that it runs
+// @param worker  created when it runs its first part
 AResult RunPart(std::unique_ptr<PartWorker>& worker, const PartJob& job, int part, PartOutput& output) {
   try {
     if (!worker) worker = job.worker();
@@ -40,11 +40,11 @@ AResult RunPart(std::unique_ptr<PartWorker>& worker, const PartJob& job, int par
   } catch (const std::exception& e) {
     return AResult::Fail(job.name + ": " + e.what());
   } catch (...) {
-    return AResult::Fail(job.name + ": failed for a reason that is not known");
+    return AResult::Fail(job.name + ": failed for an unknown reason");
   }
 }
 
-// All parts on the caller's thread.
+// Runs all parts on the caller's thread.
 class Alone : public PartOutput {
  public:
   Alone(const PartJob& job, const JobOptions& options) : job_(job), options_(options) {}
@@ -72,7 +72,7 @@ class Alone : public PartOutput {
  private:
   const PartJob& job_;
   const JobOptions& options_;
-  // What the host throws passes, unlike what the part does. @return false if the job has ended
+  // Exceptions of the host are rethrown, unlike those of a part. @return false if the job has ended
   template <typename Call>
   bool CallHost(const Call& call) {
     if (thrown_ || !taken_) return false;
@@ -90,18 +90,18 @@ class Alone : public PartOutput {
   int lastPercent_ = -1;
 };
 
-// Parts on threads. Each waits to hand on until there is room; the part whose turn it is may always have one piece
-// waiting, so that the others cannot hold it up.
+// Runs parts on threads. Each waits until there is room for what it delivers; the part whose turn it is may always have
+// one piece waiting, so that the others cannot hold it up.
 class Together {
  public:
   Together(const PartJob& job, const JobOptions& options)
       : job_(job), options_(options), parts_(static_cast<size_t>(job.parts)) {}
-  // The threads end however TakeAll does: the host's progress control may throw.
+  // Ends the threads even if DeliverAll throws, as the host's progress control may make it do.
   ~Together();
 
-  // @return false if the system has no thread left
+  // @return false if the system can start no thread
   bool Start(int threads);
-  AResult TakeAll();
+  AResult DeliverAll();
 
  private:
   struct Part {
@@ -125,16 +125,16 @@ class Together {
 
   void Work();
   bool Put(int part, std::vector<char> bytes);
-  AResult TakePart(Part& part);
+  AResult DeliverPart(Part& part);
 
   const PartJob& job_;
   const JobOptions& options_;
-  std::mutex mutex_;  // guards the four that follow
+  std::mutex mutex_;  // guards parts_ to next_
   std::condition_variable changed_;
   std::vector<Part> parts_;
   size_t waitingBytes_ = 0;
-  int turn_ = 0;  // the part that is being taken
-  int next_ = 0;  // the part that the next free thread begins
+  int turn_ = 0;  // the part being delivered
+  int next_ = 0;  // the part that the next free thread starts
   std::atomic<bool> stopped_ = false;
   std::atomic<int64> done_ = 0;
   int lastPercent_ = -1;
@@ -155,7 +155,7 @@ bool Together::Start(int threads) {
   try {
     for (int i = 0; i < threads; ++i) workers_.emplace_back([this] { Work(); });
   } catch (const std::system_error&) {
-    // The threads that there are do all parts.
+    // The threads that did start run all parts.
   }
   return !workers_.empty();
 }
@@ -192,19 +192,19 @@ bool Together::Put(int part, std::vector<char> bytes) {
   return true;
 }
 
-AResult Together::TakeAll() {
+AResult Together::DeliverAll() {
   for (int part = 0; part < job_.parts; ++part) {
     {
       const std::lock_guard lock(mutex_);
       turn_ = part;
     }
     changed_.notify_all();
-    if (AResult result = TakePart(parts_[static_cast<size_t>(part)]); !result) return result;
+    if (AResult result = DeliverPart(parts_[static_cast<size_t>(part)]); !result) return result;
   }
   return AResult::Ok();
 }
 
-AResult Together::TakePart(Part& part) {
+AResult Together::DeliverPart(Part& part) {
   std::unique_lock lock(mutex_);
   for (;;) {
     changed_.wait_for(lock, kPatience, [&] { return !part.waiting.empty() || part.result; });
@@ -238,7 +238,7 @@ AResult RunParts(const PartJob& job, const JobOptions& options) {
   try {
     if (threads > 1) {
       Together together(job, options);
-      if (together.Start(threads)) return together.TakeAll();
+      if (together.Start(threads)) return together.DeliverAll();
     }
     return Alone(job, options).Run();
   } catch (const std::bad_alloc&) {

@@ -19,12 +19,12 @@ std::string Shortest(Number value) {
   return std::string(text, end);
 }
 
-// What atof gives for a number that is too large or too small for a double.
+// What atof returns for a number too large or too small for a double.
 double OutOfRange(const std::string& number) {
   const size_t mantissaEnd = std::min(number.find_first_of("eE"), number.size());
   const size_t point = std::min(number.find('.'), mantissaEnd);
   const size_t first = number.find_first_of("123456789");
-  // The power of ten of the first digit that counts.
+  // The power of ten of the first significant digit.
   const std::string exponent = number.substr(std::min(mantissaEnd + 1, number.size()));
   const bool isNegative = !exponent.empty() && exponent[0] == '-';
   int64 power = 0;
@@ -68,7 +68,7 @@ std::string ReadableNumber(double value) {
 
 double ParseNumber(std::string_view text) {
   std::string number(text.substr(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size())));
-  // from_chars takes no plus sign.
+  // from_chars does not accept a plus sign.
   if (number.size() > 1 && number[0] == '+' && number[1] != '-') number.erase(0, 1);
   const size_t mantissaEnd = number.find_first_not_of("0123456789.-");
   if (mantissaEnd != std::string::npos && (number[mantissaEnd] == 'D' || number[mantissaEnd] == 'd')) {

@@ -15,24 +15,24 @@ ZELTRA_API std::string valToStr(double value);
 /// The same for a 32-bit float: the text reads back to the same float.
 ZELTRA_API std::string valToStr(float value);
 
-/// The number rounded to `digits` digits, without the zeros at their end: as printf writes it with "%.*g", but with a
-/// point in every locale.
+/// The number rounded to `digits` digits, without trailing zeros: as printf writes it with "%.*g", but with a point in
+/// every locale.
 ZELTRA_API std::string RoundedNumber(double value, int digits);
 
 /// A number of at least 0 rounded to four digits, with k, M or G for 1e3, 1e6 or 1e9, as in `10.25M`.
 ZELTRA_API std::string SuffixedNumber(double value);
 
-/// A number for people: at most 15 digits, so that 0.1 + 0.2 is 0.3.
+/// A number for display: at most 15 digits, so that 0.1 + 0.2 is shown as 0.3.
 ZELTRA_API std::string ReadableNumber(double value);
 
-/// The number that `text` begins with, 0 where it begins with none. The same on every system and in every locale; an
-/// exponent may be marked by D, as Fortran programs write it. Numbers too large for a double are infinite.
+/// The number that `text` begins with, or 0 if it does not begin with one. The same on every system and in every
+/// locale; D marks an exponent too, as in Fortran. Numbers too large for a double are infinite.
 ZELTRA_API double ParseNumber(std::string_view text);
 
-/// `text` without blanks (and tabs) at both ends.
+/// `text` without blanks and tabs at either end.
 ZELTRA_API std::string Trimmed(std::string_view text);
 
-/// Whether two texts are the same but for small letters and capitals, those of ASCII.
+/// Whether two texts are equal if the case of ASCII letters is ignored.
 ZELTRA_API bool IsSameWord(std::string_view a, std::string_view b);
 
 /// Text from a field of `width` bytes: up to its first zero byte, blanks trimmed from both ends.

@@ -1,4 +1,4 @@
-// A small file written at once.
+// Writes a small file in one call.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_WRITEWHOLEFILE_H_
 #define ZELTRA_CORE_WRITEWHOLEFILE_H_
@@ -10,7 +10,7 @@
 namespace zeltra {
 
 /// Write `bytes` as a file that appears under its name only when it is complete.
-/// @param overwrite  whether a file that has the name already gives way
+/// @param overwrite  whether to replace a file that already has the name
 /// @param sync       whether to wait until the disk holds the file
 ZELTRA_API AResult WriteWholeFile(const std::string& path, const std::string& bytes, bool overwrite, bool sync = true);
 

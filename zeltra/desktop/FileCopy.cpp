@@ -12,7 +12,7 @@ namespace {
 
 constexpr int64 kChunkBytes = 8192;
 
-// Sends the share copied so far when its whole percentage has changed.
+// Sends the percentage copied so far when its whole part has changed.
 class Percentage {
  public:
   Percentage(CProgressCtrl* progress, int64 size) : progress_(progress), size_(static_cast<double>(size)) {}
@@ -36,7 +36,7 @@ bool CopyBytes(AFile& from, AFile& to, bool* cancel, CProgressCtrl* progress) {
   Percentage percentage(progress, remaining);
   char buffer[kChunkBytes];
   while (remaining > 0) {
-    // Set from another thread, or by a window's message while a position is being sent.
+    // Set by another thread, or by a window's message while a position is being sent.
     if (CancelFlag(cancel)) return false;
     percentage.Send(remaining);
     const int64 chunk = std::min(remaining, kChunkBytes);
@@ -49,12 +49,12 @@ bool CopyBytes(AFile& from, AFile& to, bool* cancel, CProgressCtrl* progress) {
 }  // namespace
 
 bool fCopy(const std::string& src, const std::string& dst, bool* cancel, CProgressCtrl* progress) {
-  // Opening the destination empties it, and with it the source if they are one file.
+  // Opening the destination empties it, and the source too if they are one file.
   if (IsSameFile(src, dst)) return false;
   AFile from, to;
   if (!from.Open(src.c_str(), AFile::Binary)) return false;
   if (!to.Open(dst.c_str(), AFile::WriteOnly | AFile::Create | AFile::Binary)) return false;
-  // Some file systems tell only when a file is closed that they could not keep its bytes.
+  // Some file systems report only on closing a file that they could not keep its bytes.
   const bool copied = CopyBytes(from, to, cancel, progress);
   return to.Close() && copied;
 }

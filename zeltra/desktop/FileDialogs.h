@@ -1,4 +1,4 @@
-// Asking a person for a file or a folder.
+// Asks the user for a file or a folder.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_DESKTOP_FILEDIALOGS_H_
 #define ZELTRA_DESKTOP_FILEDIALOGS_H_
@@ -10,28 +10,27 @@
 
 namespace zeltra {
 
-// Windows shows its own dialogs. Elsewhere the program `zenity` or `kdialog` shows them, whichever is installed; where
-// there is none, or no desktop, nothing is shown and the result is false. Both calls return when the dialog is gone.
+// Windows shows its own dialogs. Elsewhere `zenity` or `kdialog` shows them, whichever is installed; without either, or
+// without a desktop, nothing is shown and the result is false. Both functions return when the dialog closes.
 
-/// Let a person choose a file.
+/// Let the user choose a file.
 ///
 /// @param path        in: the name proposed first; out: the full path that was chosen, unchanged if none was
-/// @param filter      kinds of files, a name and patterns each, as in `UVX files|*.uvx|Maps|*.map;*.cmap`. A last kind
+/// @param filter      kinds of files, each a name and patterns, as in `UVX files|*.uvx|Maps|*.map;*.cmap`. A last kind
 ///                    for all files is added
 /// @param initialDir  folder shown first, if longer than one character
 /// @param open        true to open a file, false to save one
 /// @param defExt      extension given to a name that is typed without one; empty for none
-/// @param flags       OFN_ flags of the Windows file dialog, except those for hooks, templates and several files.
-/// Without
-///                    OFN_NOCHANGEDIR (8) the current folder follows the dialog there. OFN_OVERWRITEPROMPT (2) is the
-///                    one that counts elsewhere too
+/// @param flags       OFN_ flags of the Windows file dialog, except those for hooks, templates and several files. On
+///                    Windows the current folder follows the dialog unless OFN_NOCHANGEDIR (8) is given. Elsewhere
+///                    only OFN_OVERWRITEPROMPT (2) has an effect
 /// @return true if a file was chosen
 ZELTRA_API bool fnFileDialog1(std::string& path, const std::string& filter, const std::string& initialDir, bool open,
                               const std::string& defExt, unsigned long flags);
 
-/// Let a person choose a folder of the file system.
+/// Let the user choose a folder of the file system.
 ///
-/// @param parent         window that the dialog belongs to, null for none; counts on Windows alone
+/// @param parent         window that the dialog belongs to, null for none; used only on Windows
 /// @param path           out: the folder, unchanged if none was chosen
 /// @param initialFolder  folder that is selected first; empty for none
 /// @param title          what the dialog says the folder is for

@@ -13,17 +13,17 @@ namespace {
 
 using Command = std::vector<std::string>;
 
-// The flag of the Windows dialog that asks before a file is replaced.
+// The flag of the Windows dialog that asks before replacing a file.
 constexpr unsigned long kOverwritePrompt = 2;
 
-// What the dialog starts with: a full path, which ends in a slash for a folder.
+// The path that the dialog starts with: a full path, ending in a slash if it is a folder.
 std::string StartPath(const std::string& path, const std::string& initialDir) {
   std::error_code error;
   const std::filesystem::path folder = initialDir.size() > 1 ? initialDir + "/" : "./";
   return std::filesystem::absolute(folder / path, error).lexically_normal().string();
 }
 
-// The patterns of a kind, separated by blanks; all files are `*` here, as a name need not hold a dot.
+// The patterns of a kind, separated by blanks; all files are `*` here, since a name need not contain a dot.
 std::string Patterns(const desktop::FileKind& kind) {
   if (kind.patterns == "*.*") return "*";
   std::string patterns = kind.patterns;
@@ -41,7 +41,7 @@ Command ZenityCommand(const std::string& start, const std::string& filter, bool 
   return command;
 }
 
-// kdialog, which always asks before a file is replaced, takes the patterns from the last parentheses of a name.
+// kdialog, which always asks before replacing a file, takes the patterns from the last parentheses of a name.
 Command KDialogCommand(const std::string& start, const std::string& filter, bool open) {
   std::string kinds;
   for (const desktop::FileKind& kind : desktop::FileKinds(filter)) {
@@ -53,7 +53,7 @@ Command KDialogCommand(const std::string& start, const std::string& filter, bool
   return {"kdialog", open ? "--getopenfilename" : "--getsavefilename", start, kinds};
 }
 
-// Run the first of the programs that is installed.
+// Run the first program that is installed.
 desktop::ProgramResult RunInstalled(const std::vector<Command>& programs) {
   for (const Command& command : programs) {
     desktop::ProgramResult result = desktop::RunProgram(command);

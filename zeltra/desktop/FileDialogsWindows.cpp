@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <windows.h>
-// windows.h stands first: the others need its types.
+// windows.h comes first: the others need its types.
 #include <commdlg.h>
 #include <shlobj.h>
 
@@ -15,9 +15,10 @@ namespace {
 
 using platform::Wide;
 
-// The longest path that the system knows, with its terminating zero.
+// The longest path that the system allows, with its terminating zero.
 constexpr size_t kLongestPath = 32768;
-// Flags that take a callback or a template, which are not there, and the one that makes the result a list.
+// Flags that need a callback or a template, which this interface does not pass, and the one that makes the result a
+// list.
 constexpr DWORD kForeignFlags =
     OFN_ENABLEHOOK | OFN_ENABLEINCLUDENOTIFY | OFN_ENABLETEMPLATE | OFN_ENABLETEMPLATEHANDLE | OFN_ALLOWMULTISELECT;
 
@@ -37,7 +38,7 @@ std::wstring FilterText(const std::string& filter) {
   return text;
 }
 
-// Selects the folder that `data` names once the dialog is there.
+// Select the folder that `data` names once the dialog exists.
 int CALLBACK SelectFolder(HWND window, UINT message, LPARAM, LPARAM data) {
   const auto* folder = reinterpret_cast<const std::wstring*>(data);
   if (message == BFFM_INITIALIZED && !folder->empty()) {

@@ -13,7 +13,7 @@ struct FileKind {
   std::string patterns;  ///< as in `*.uvx;*.uv`
 };
 
-/// The kinds of a filter such as `UVX files|*.uvx|Maps|*.map;*.cmap`, and at the end that of all files.
+/// The kinds in a filter such as `UVX files|*.uvx|Maps|*.map;*.cmap`, followed by the one for all files.
 std::vector<FileKind> FileKinds(const std::string& filter);
 
 }  // namespace zeltra::desktop

@@ -9,9 +9,9 @@
 
 namespace zeltra {
 
-// A path is an optional drive (one character and a colon), folders that end in / or \, a name, and an extension from
-// the last dot of the last component on. Both separators count on every system, so that a path stored on one system is
-// taken apart on another; concatenating the parts gives the path again.
+// A path is an optional drive (one character and a colon), folders that end in / or \, a name, and an extension that
+// starts at the last dot of the last component. Both separators count on every system, so that a path stored on one
+// system can be split on another; joining the parts gives the path again.
 
 /// Whether a file or folder of that name exists.
 ZELTRA_API bool IsFileExists(const std::string& path);
@@ -23,12 +23,13 @@ ZELTRA_API std::string getfName(const std::string& path);
 /// Drive and folders, trailing separator included: `C:\d\` of `C:\d\a.uvx`.
 ZELTRA_API std::string getfPath(const std::string& path);
 
-/// Folder of the running program, trailing separator included. On Windows it is what the command line of the process
-/// says, so it is empty for a program that was started by its bare name.
+/// Folder of the running program, trailing separator included. On Windows it is taken from the command line of the
+/// process, so it is empty for a program that was started by its bare name.
 ZELTRA_API std::string getExePath();
 
-/// Folder of the program that `commandLine` starts: of the text between its first two double quotes if it begins with
-/// one, else of the text before the first blank. A line without a blank, or beginning with one, is taken whole.
+/// Folder of the program that `commandLine` starts. If the line begins with a double quote, that program is the text up
+/// to the next one; else the text before the first blank. A line without a blank, or beginning with one, is taken
+/// whole.
 ZELTRA_API std::string ExePathOf(const std::string& commandLine);
 
 /// Full path of the running program, whatever its command line says.

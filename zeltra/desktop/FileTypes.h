@@ -1,4 +1,4 @@
-// Which program opens a file.
+// Associates file types with the programs that open them.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_DESKTOP_FILETYPES_H_
 #define ZELTRA_DESKTOP_FILETYPES_H_
@@ -10,22 +10,22 @@
 
 namespace zeltra {
 
-// On Windows a file type is a key under HKEY_CLASSES_ROOT, where writing takes an administrator. On freedesktop systems
-// it is a MIME type and a desktop entry in the user's data folder (XDG_DATA_HOME, else ~/.local/share). In both, an
-// extension that already belongs to another type is left alone, while the type itself is still written.
+// On Windows a file type is a key under HKEY_CLASSES_ROOT, which only an administrator can write. On freedesktop
+// systems it is a MIME type and a desktop entry in the user's data folder (XDG_DATA_HOME, else ~/.local/share). On
+// both, an extension that already belongs to another type is left alone, but the type itself is still written.
 
 /// A file type and the program that opens it.
 struct AFileType {
-  std::string ext;                   ///< extension, dot included; empty to give the type none
+  std::string ext;                   ///< extension, dot included; empty if the type is to have none
   std::string typeId;                ///< names the type, as in `ZELTRA.uvx`; not empty
   std::string icon;                  ///< icon file; on Windows a comma and an index may follow. Empty for none
-  std::vector<std::string> command;  ///< program and arguments; the file's name follows them
-  bool terminal = false;             ///< whether the program needs a terminal, where that has to be told
+  std::vector<std::string> command;  ///< program and arguments; the name of the file is appended
+  bool terminal = false;             ///< whether the program needs a terminal, where the system asks
 };
 
-/// How far a registration came.
+/// How far a registration got.
 enum class ARegistration {
-  Failed,    ///< the type is not written, or in part
+  Failed,    ///< the type is not written, or only in part
   TypeOnly,  ///< the type is written; the extension is empty or belongs to another type
   Complete,  ///< the type is written and has the extension
 };
@@ -34,18 +34,18 @@ enum class ARegistration {
 ZELTRA_API ARegistration RegisterFileType(const AFileType& type);
 
 /// Register the running program to open files of type `typeId`. Nothing is reported: a failure ends the registration
-/// with what is written by then.
+/// and leaves what has been written so far.
 ///
 /// @param withIcon   non-zero to give the type an icon
 /// @param ext        extension, dot included; empty for none
-/// @param iconFile   file that holds the icon; empty for the program itself, which holds icons on Windows alone
-/// @param iconIndex  which icon of the file; counts on Windows alone
+/// @param iconFile   file that holds the icon; empty for the program itself, which has icons only on Windows
+/// @param iconIndex  which icon of the file; used only on Windows
 ZELTRA_API void ARegisterShellFileTypes(int withIcon, const std::string& ext, const std::string& typeId,
                                         const std::string& iconFile, int iconIndex);
 
-/// Take back what ARegisterShellFileTypes or RegisterFileType wrote: the extension, if it is still the type's, and the
+/// Undo ARegisterShellFileTypes or RegisterFileType: remove the extension, if it still belongs to the type, and the
 /// type. What others added to either stays.
-/// @return true once nothing of the registration is left, also if there was none
+/// @return true once nothing of the registration is left, even if there was none
 ZELTRA_API bool AUnregisterShellFileTypes(const std::string& ext, const std::string& typeId);
 
 }  // namespace zeltra

@@ -20,7 +20,7 @@ void ARegisterShellFileTypes(int withIcon, const std::string& ext, const std::st
   RegisterFileType({ext, typeId, withIcon ? iconFile : "", {ProgramPath()}});
 }
 
-// The extension stands in the type's own package and goes with it.
+// The extension is part of the type's own package and is removed with it.
 bool AUnregisterShellFileTypes(const std::string&, const std::string& typeId) {
   const desktop::MIMEType mimeType(typeId);
   if (!mimeType.IsValid()) return false;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <windows.h>
-// windows.h stands first: shlobj.h needs its types.
+// windows.h comes first: shlobj.h needs its types.
 #include <shlobj.h>
 
 #include "zeltra/desktop/FileNames.h"
@@ -19,7 +19,7 @@ bool SetClass(const std::string& key, const std::string& value) {
   return RegSetValueW(HKEY_CLASSES_ROOT, Wide(key).c_str(), REG_SZ, text.c_str(), bytes) == ERROR_SUCCESS;
 }
 
-// The default value of a key under the classes root; empty if it has none, or none that fits.
+// The default value of a key under the classes root; empty if it has none, or one that is too long.
 std::string ClassValue(const std::string& key) {
   constexpr LONG kCharacters = 520;
   wchar_t value[kCharacters + 1] = {};  // a value may be stored without its closing zero
@@ -28,7 +28,7 @@ std::string ClassValue(const std::string& key) {
   return platform::Narrow(value);
 }
 
-// Remove a key that holds nothing any more.
+// Remove a key that is empty.
 void RemoveIfEmpty(const std::string& key) {
   HKEY handle = nullptr;
   if (RegOpenKeyExW(HKEY_CLASSES_ROOT, Wide(key).c_str(), 0, KEY_READ, &handle) != ERROR_SUCCESS) return;
@@ -39,7 +39,7 @@ void RemoveIfEmpty(const std::string& key) {
   if (status == ERROR_SUCCESS && keys == 0 && values == 0) RegDeleteKeyW(HKEY_CLASSES_ROOT, Wide(key).c_str());
 }
 
-// Remove the default value of a key, and the key with it if it holds nothing else. @return whether the value is gone
+// Remove the default value of a key, and the key too if it is then empty. @return whether the value is gone
 bool RemoveClass(const std::string& key) {
   HKEY handle = nullptr;
   LSTATUS status = RegOpenKeyExW(HKEY_CLASSES_ROOT, Wide(key).c_str(), 0, KEY_SET_VALUE, &handle);
@@ -51,7 +51,7 @@ bool RemoveClass(const std::string& key) {
   return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND;
 }
 
-// Let the shell draw the icons of files anew.
+// Make the shell redraw the icons of files.
 void TellShell() {
   SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNF_IDLIST, nullptr, nullptr);
 }
@@ -68,7 +68,7 @@ ARegistration BindExtension(const std::string& ext, const std::string& typeId) {
   return SetClass(ext, typeId) ? ARegistration::Complete : ARegistration::Failed;
 }
 
-// An empty type would be the classes root itself.
+// An empty type name would mean the classes root itself.
 ARegistration Register(const std::string& ext, const std::string& typeId, const std::string& icon,
                        const std::string& command) {
   if (typeId.empty() || !WriteType(typeId, icon, command)) return ARegistration::Failed;
@@ -89,8 +89,8 @@ ARegistration RegisterFileType(const AFileType& type) {
   return Register(type.ext, type.typeId, type.icon, command + "\"%1\"");
 }
 
-// The program stands without quotes even if its path holds blanks; the shell tries such a path blank by blank. Programs
-// look for this very text in the registry.
+// The program is not quoted even if its path contains blanks, since programs look for exactly this text in the
+// registry; the shell finds such a program by trying each part of the path that ends at a blank.
 void ARegisterShellFileTypes(int withIcon, const std::string& ext, const std::string& typeId,
                              const std::string& iconFile, int iconIndex) {
   const std::string program = getExePath() + getfName(ProgramPath()) + ".exe";

@@ -11,7 +11,7 @@
 #include "zeltra/desktop/FreedesktopInternal.h"
 #include "zeltra/platform/System.h"
 
-// After the Base Directory Specification 0.8 and the MIME Applications Associations 1.0 of freedesktop.org.
+// Follows the Base Directory Specification 0.8 and the MIME Applications Associations 1.0 of freedesktop.org.
 
 namespace zeltra::desktop {
 namespace {
@@ -36,7 +36,7 @@ std::string Joined(const Lines& lines) {
   return text;
 }
 
-// Where the entries of the default programs begin and end.
+// Where the entries for default programs begin and end.
 struct Defaults {
   explicit Defaults(Lines& lines) {
     const auto header = std::find(lines.begin(), lines.end(), kDefaults);
@@ -49,7 +49,7 @@ struct Defaults {
 }  // namespace
 
 std::string DataFolder() {
-  // Relative folders are to be ignored.
+  // That standard ignores relative folders.
   const std::string folder = Variable("XDG_DATA_HOME");
   if (IsAbsolute(folder)) return folder;
   const std::string home = Variable("HOME");
@@ -100,7 +100,7 @@ std::string LowerCase(std::string text) {
 }
 
 bool AddDefaultProgram(const std::string& list, const std::string& mimeType, const std::string& entry) {
-  // What cannot be read must not be replaced.
+  // A list that cannot be read must not be replaced.
   const std::optional<std::string> text = FileText(list);
   if (!text) return false;
   Lines lines = Split(*text, '\n');

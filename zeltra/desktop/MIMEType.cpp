@@ -12,7 +12,7 @@
 #include "zeltra/desktop/ProgramInternal.h"
 #include "zeltra/platform/System.h"
 
-// After the Shared MIME-info Database 0.21, Desktop Entry 1.5 and Icon Theme 0.13 specifications of freedesktop.org.
+// Follows the Shared MIME-info Database 0.21, Desktop Entry 1.5 and Icon Theme 0.13 of freedesktop.org.
 
 namespace zeltra::desktop {
 namespace {
@@ -48,7 +48,7 @@ std::string CommandWord(const std::string& word) {
   return EntryText(quoted + "\"");
 }
 
-// An icon is a file, or else the name of an icon of the desktop's theme.
+// An icon is either a file or the name of an icon in the desktop's theme.
 std::string IconValue(const std::string& icon) {
   std::error_code error;
   return PathExists(icon) ? std::filesystem::absolute(icon, error).string() : icon;
@@ -69,8 +69,8 @@ std::string Attribute(const std::string& text, size_t position, const std::strin
 MIMEType::MIMEType(const std::string& typeId) : typeId_(typeId), data_(DataFolder()), name_("x-") {
   constexpr char kDigits[] = "0123456789abcdef";
   for (const char c : LowerCase(typeId)) {
-    // Few characters may stand in the name of a MIME type, and none that means something in a path; others become
-    // their code.
+    // Only a few characters are allowed in the name of a MIME type, none of them special in a path; others are replaced
+    // by their code.
     const bool plain = (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '_' || c == '-';
     const auto code = static_cast<unsigned char>(c);
     name_ += plain ? std::string(1, c) : std::string{'+', kDigits[code >> 4], kDigits[code & 15]};
@@ -78,7 +78,7 @@ MIMEType::MIMEType(const std::string& typeId) : typeId_(typeId), data_(DataFolde
 }
 
 std::string MIMEType::IconPath(const std::string& extension) const {
-  // The theme has folders for fixed sizes; a picture of another size is scaled when it is shown.
+  // The theme's folders are for fixed sizes; a picture of another size is scaled when shown.
   const std::string size = extension == ".svg" ? "scalable" : "256x256";
   return data_ + "/icons/hicolor/" + size + "/mimetypes/" + FileName() + extension;
 }
@@ -97,7 +97,7 @@ bool MIMEType::IsOthers(const std::string& ext) const {
   return false;
 }
 
-// A package counts even if the database has not been made anew since it came.
+// A package counts even if the database has not been updated since it was added.
 bool MIMEType::IsBoundByPackage(const std::string& path, const std::string& pattern) const {
   const std::string text = LowerCase(FileText(path).value_or(""));
   for (size_t glob = text.find("<glob"); glob != std::string::npos; glob = text.find("<glob", glob + 1)) {
@@ -108,7 +108,7 @@ bool MIMEType::IsBoundByPackage(const std::string& path, const std::string& patt
   return false;
 }
 
-// The database lists a pattern a line, as in `50:application/x-uvx:*.uvx`.
+// The database has one pattern per line, as in `50:application/x-uvx:*.uvx`.
 bool MIMEType::IsBoundIn(const std::string& folder, const std::string& pattern) const {
   for (const std::string& line : Split(FileText(folder + "/mime/globs2").value_or(""), '\n')) {
     const std::vector<std::string> fields = Split(line, ':');
@@ -139,7 +139,7 @@ std::string MIMEType::Package(const AFileType& type, bool withExtension) const {
 std::string MIMEType::Entry(const AFileType& type) const {
   std::string command;
   for (const std::string& word : type.command) command += CommandWord(word) + " ";
-  // The entry serves files and has no place in a menu.
+  // The entry only opens files, so it is not shown in menus.
   std::string text =
       "[Desktop Entry]\nType=Application\nNoDisplay=true\nName=" + EntryText(getfName(type.command.front())) +
       "\nExec=" + command + "%f\nMimeType=" + MIMEName() + ";\n";
@@ -148,7 +148,7 @@ std::string MIMEType::Entry(const AFileType& type) const {
   return text;
 }
 
-// Themes hold pictures of two kinds; others are shown where the entry is, but not on files.
+// Themes hold only these two kinds of pictures; others appear with the entry, but not on files.
 void MIMEType::CopyIcon(const std::string& icon) const {
   const std::string extension = LowerCase(getfExt(icon));
   if (!PathExists(icon) || (extension != ".svg" && extension != ".png")) return;

@@ -14,21 +14,21 @@ namespace zeltra::desktop {
 ///   applications/NAME.desktop                              the program that opens it
 ///   applications/mimeapps.list                             one line, which makes that program the default
 ///   icons/hicolor/{scalable,256x256}/mimetypes/NAME.{svg,png}  the icon
-/// where NAME is `application-x-` and the type's name in lower case.
+/// where NAME is `application-x-` followed by the type's name in lower case.
 class MIMEType {
  public:
   explicit MIMEType(const std::string& typeId);
 
   bool IsValid() const { return !typeId_.empty() && !data_.empty(); }
 
-  /// Whether another type has the extension, for this user or for all.
+  /// Whether the extension belongs to another type, for this user or for all.
   bool IsOthers(const std::string& ext) const;
 
   bool Write(const AFileType& type, bool withExtension) const;
   /// @return whether all files are gone
   bool Remove() const;
 
-  /// Let the desktop take notice, where its programs for that are installed.
+  /// Notify the desktop, if its programs for that are installed.
   void UpdateDatabases() const;
 
  private:
@@ -47,7 +47,7 @@ class MIMEType {
 
   std::string typeId_;
   std::string data_;  // the user's data folder
-  std::string name_;  // the MIME type's, after the slash
+  std::string name_;  // of the MIME type, after the slash
 };
 
 }  // namespace zeltra::desktop

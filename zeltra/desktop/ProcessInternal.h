@@ -1,4 +1,4 @@
-// What the desktop helpers ask about the running process. One source per system implements it.
+// What the desktop helpers need to know about the running process. Each system has its own source.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_DESKTOP_PROCESSINTERNAL_H_
 #define ZELTRA_DESKTOP_PROCESSINTERNAL_H_
@@ -10,7 +10,7 @@ namespace zeltra::desktop {
 
 std::tm LocalTime();
 
-/// Number of the thread that runs `main`: of the thread that loaded the library, where the system does not tell.
+/// Number of the thread that runs `main`, or, if the system does not say, of the thread that loaded the library.
 std::uint32_t MainThread();
 
 /// Milliseconds since the system started, modulo 2^32.

@@ -34,7 +34,7 @@ std::string ProgramPath() {
   return std::filesystem::read_symlink("/proc/self/exe", error).string();
 }
 
-// A command line here holds the bare name of a program that was found on the search path: the system knows better.
+// The command line here has only the bare name of a program found on the search path, so ask the system.
 std::string getExePath() {
   return getfPath(ProgramPath());
 }

@@ -9,7 +9,7 @@ namespace zeltra {
 namespace desktop {
 namespace {
 
-// A program that links the library loads it on its first thread, which goes on to run `main`.
+// A program that links the library loads it on its first thread, which later runs `main`.
 const DWORD loadingThread = GetCurrentThreadId();
 
 }  // namespace
@@ -32,7 +32,7 @@ std::uint32_t Ticks() {
 }  // namespace desktop
 
 std::string ProgramPath() {
-  // The longest path that the system knows.
+  // The longest path that the system allows.
   std::wstring path(32768, L'\0');
   path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
   return platform::Narrow(path.c_str());

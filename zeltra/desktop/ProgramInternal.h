@@ -1,4 +1,4 @@
-// Starting another program and waiting for what it prints.
+// Starts another program and waits for its output.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_DESKTOP_PROGRAMINTERNAL_H_
 #define ZELTRA_DESKTOP_PROGRAMINTERNAL_H_
@@ -14,7 +14,8 @@ struct ProgramResult {
   std::string output;    ///< what it printed on standard output, up to 64 KiB
 };
 
-/// Run a program from the search path; no shell sees its arguments. Its input is empty, its complaints go nowhere.
+/// Run a program from the search path, without a shell. Its standard input is empty and its standard error is
+/// discarded.
 /// @param command  name of the program and its arguments
 ProgramResult RunProgram(const std::vector<std::string>& command);
 

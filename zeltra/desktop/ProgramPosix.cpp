@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t kLargestOutput = 0x10000;
 
-// Start the program with its standard output at the descriptor `output`.
+// Start the program with its standard output connected to the descriptor `output`.
 bool Start(const std::vector<std::string>& command, int output, pid_t& process) {
   std::vector<char*> arguments;
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
@@ -31,7 +31,7 @@ bool Start(const std::vector<std::string>& command, int output, pid_t& process) 
   return error == 0;
 }
 
-// All that comes from `input`, of which the beginning is kept.
+// Read `input` to its end and keep the beginning.
 std::string ReadAll(int input) {
   std::string text;
   char buffer[4096];
@@ -44,7 +44,8 @@ std::string ReadAll(int input) {
   }
 }
 
-// A program that ignores the end of its children never learns how they ended: then what was printed has to do.
+// A process that ignores SIGCHLD never learns how its children ended; success is then assumed, and the caller goes by
+// the output.
 bool Succeeded(pid_t process) {
   int status = 0;
   pid_t ended;

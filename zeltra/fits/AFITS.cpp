@@ -40,6 +40,15 @@ int AFITS::ReadHeaders() {
   return 1;
 }
 
+bool AFITS::EndsCleanly() const {
+  if (!main_ || !file_) return false;
+  const AFITSbase* last = main_.get();
+  if (tables_.count() > 0) last = tables_(tables_.count() - 1);
+  if (last->nextHeader() < 0) return false;
+  const int64 size = file_->GetFileSize();
+  return size >= last->dataStart() + int64{last->groupBytes()} * last->gcount() && size <= last->nextHeader();
+}
+
 AFITSxtbl* AFITS::HasExtTable(const std::string& name) const {
   for (int i = 0; i < tables_.count(); ++i) {
     if (tables_(i)->extname().find(name) != std::string::npos) return tables_(i);

@@ -17,6 +17,12 @@ ZELTRA_EXPORT_TEMPLATE(APtrArray<AFITSxtbl*>);
 
 /// A random-groups UV FITS file: Open(), ReadHeaders(), then any number of seeks and reads. Questions asked before
 /// ReadHeaders() are answered with 0 or null.
+///
+/// Every card of every header is there as it stands in the file, whether a class knows its keyword or not:
+///
+///     for (int i = 0; i < fits.main()->CardCount(); ++i) use(fits.main()->CardText(i));
+///     ParseFITSstr card;
+///     if (fits.tables()(0)->FindCard("EXTVER", card)) use(card.iPar());
 class ZELTRA_API AFITS {
  public:
   AFITS();
@@ -33,6 +39,11 @@ class ZELTRA_API AFITS {
   /// @return 0 if the primary header cannot be read. An extension header that cannot be read ends the walk with
   ///         success, and no table of it is kept.
   int ReadHeaders();
+
+  /// Whether ReadHeaders() came to the end of the file: all headers could be read, the data of each are in the file,
+  /// and nothing follows those of the last one but what fills up their block, which need not be full. False where the
+  /// file is cut short, where a header cannot be read, or where other bytes follow.
+  bool EndsCleanly() const;
 
   /// The first extension whose EXTNAME contains `name`, deliberately not only one that equals it; null if none.
   AFITSxtbl* HasExtTable(const std::string& name) const;

@@ -51,6 +51,11 @@ int AFITSRead::Refill() {
   return 1;
 }
 
+bool AFITSRead::Complete() const {
+  const AFITSmain* header = fits_->main();
+  return header && header->nextHeader() >= 0 && delivered_ == header->gcount();
+}
+
 int AFITSRead::GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& index) {
   if (delivered_ >= readCount_ && !Refill()) return 0;
   vis.load(*fits_, group.load(*fits_, cursor_));

@@ -43,9 +43,12 @@ class ZELTRA_API AFITSRead : public ABaseFITSRead {
   /// @param vis    has been sized for the file, as AUVXVisibility(AFITS&) does
   /// @param index  number of the group, from 0
   /// @return 0, with nothing changed, after the last group that is whole in the file. A damaged file may hold fewer
-  /// than
-  ///         GCOUNT says.
+  ///         than GCOUNT says, which looks the same: Complete() tells.
   int GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& index) override;
+
+  /// Whether as many groups were delivered as GCOUNT says. Asked after GetUVGVis has returned 0: false for a file that
+  /// is cut short, whose groups cannot be read, or whose primary header was refused.
+  bool Complete() const;
 
  private:
   int Refill();

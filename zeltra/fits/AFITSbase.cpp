@@ -50,11 +50,12 @@ int AFITSbase::Dispatch(int hash) {
 }
 
 int AFITSbase::BITPIX() {
-  valueBytes_ = card_.iPar() / 8;
+  if (isReading_) valueBytes_ = card_.iPar() / 8;
   return 1;
 }
 
 int AFITSbase::NAXIS() {
+  if (!isReading_) return 1;
   if (card_.GetNumber() == -1) {
     naxis_ = ArraySize();
     axisLength_.assign(static_cast<size_t>(naxis_), 0);
@@ -65,6 +66,7 @@ int AFITSbase::NAXIS() {
 }
 
 int AFITSbase::PCOUNT() {
+  if (!isReading_) return 1;
   pcount_ = card_.iPar();
   const auto parameters = static_cast<size_t>(std::clamp(pcount_, 0, kFITSMaxIndex));
   pscal_.assign(parameters, 1);
@@ -80,23 +82,19 @@ void AFITSbase::FreeParameters() {
 }
 
 int AFITSbase::GCOUNT() {
-  gcount_ = card_.iPar();
-  return 1;
+  return Take(gcount_);
 }
 
 int AFITSbase::PSCALE() {
-  if (IndexWithin(pscal_.size())) pscal(card_.GetNumber() - 1) = card_.dPar();
-  return 1;
+  return IndexWithin(pscal_.size()) ? Take(pscal(card_.GetNumber() - 1)) : 1;
 }
 
 int AFITSbase::PZERO() {
-  if (IndexWithin(pzero_.size())) pzero(card_.GetNumber() - 1) = card_.dPar();
-  return 1;
+  return IndexWithin(pzero_.size()) ? Take(pzero(card_.GetNumber() - 1)) : 1;
 }
 
 int AFITSbase::PTYPE() {
-  if (IndexWithin(ptype_.size())) ptype(card_.GetNumber() - 1) = card_.strPar();
-  return 1;
+  return IndexWithin(ptype_.size()) ? Take(ptype(card_.GetNumber() - 1)) : 1;
 }
 
 int AFITSbase::HISTORY() {
@@ -116,12 +114,21 @@ int AFITSbase::ReadHeader() {
   isRefused_ = false;
   largestCount_ = 0;
   cards_ = {};
-  if (!file_) return 0;
+  isReading_ = true;
+  const bool isRead = file_ && ReadCards();
+  isReading_ = false;
+  if (!isRead) return 0;
+  // Every axis and every field of a table has a card of its own, so larger counts are not to be believed.
+  const int64 room = WholeBlocks(headerEnd_ - headerStart_) / kFITSCard;
+  return largestCount_ <= room && file_->Seek(headerEnd_) && LocateData();
+}
+
+bool AFITSbase::ReadCards() {
   FITSCardReader reader(*file_);
   headerStart_ = reader.Position();
   std::string text, cards;
   do {
-    if (!reader.Next(text)) return 0;
+    if (!reader.Next(text)) return false;
     if (reader.Position() - headerStart_ <= kFITSMostHeaderBytes) {
       cards += text;
     } else {
@@ -133,9 +140,7 @@ int AFITSbase::ReadHeader() {
   cards.shrink_to_fit();
   cards_ = std::move(cards);
   headerEnd_ = reader.Position();
-  // Every axis and every field of a table has a card of its own, so larger counts are not to be believed.
-  const int64 room = WholeBlocks(headerEnd_ - headerStart_) / kFITSCard;
-  return largestCount_ <= room && file_->Seek(headerEnd_) && LocateData();
+  return true;
 }
 
 std::string_view AFITSbase::CardText(int i) const {
@@ -162,8 +167,23 @@ int AFITSbase::AxisLength(int axis) const {
   return axis >= 1 && axis <= naxis_ ? axisLength_[static_cast<size_t>(axis) - 1] : 0;
 }
 
+int AFITSbase::Take(int& field) const {
+  if (isReading_) field = card_.iPar();
+  return 1;
+}
+
+int AFITSbase::Take(double& field) const {
+  if (isReading_) field = card_.dPar();
+  return 1;
+}
+
+int AFITSbase::Take(std::string& field) const {
+  if (isReading_) field = card_.strPar();
+  return 1;
+}
+
 bool AFITSbase::IndexWithin(size_t size) const {
-  return card_.GetNumber() >= 1 && static_cast<size_t>(card_.GetNumber()) <= size;
+  return isReading_ && card_.GetNumber() >= 1 && static_cast<size_t>(card_.GetNumber()) <= size;
 }
 
 int AFITSbase::ArraySize() {
@@ -254,7 +274,7 @@ int AFITSmain::Dispatch(int hash) {
 
 int AFITSmain::NAXIS() {
   AFITSbase::NAXIS();
-  if (card().GetNumber() == -1) {
+  if (isReading() && card().GetNumber() == -1) {
     axes_.reSize(4, naxis());
     ctype_.assign(static_cast<size_t>(naxis()), std::string());
   }
@@ -262,18 +282,15 @@ int AFITSmain::NAXIS() {
 }
 
 int AFITSmain::BZERO() {
-  bzero_ = card().dPar();
-  return 1;
+  return Take(bzero_);
 }
 
 int AFITSmain::BSCALE() {
-  bscale_ = card().dPar();
-  return 1;
+  return Take(bscale_);
 }
 
 int AFITSmain::CTYPE() {
-  if (IndexWithin(ctype_.size())) ctype(card().GetNumber()) = card().strPar();
-  return 1;
+  return IndexWithin(ctype_.size()) ? Take(ctype(card().GetNumber())) : 1;
 }
 
 int AFITSmain::CRVAL() {
@@ -301,18 +318,15 @@ int AFITSmain::EXTEND() {
 }
 
 int AFITSmain::OBJECT() {
-  object_ = card().strPar();
-  return 1;
+  return Take(object_);
 }
 
 int AFITSmain::BUNIT() {
-  bunit_ = card().strPar();
-  return 1;
+  return Take(bunit_);
 }
 
 int AFITSmain::EPOCH() {
-  epoch_ = card().dPar();
-  return 1;
+  return Take(epoch_);
 }
 
 int AFITSmain::VELREF() {
@@ -340,18 +354,15 @@ int AFITSmain::TELESCOP() {
 }
 
 int AFITSmain::INSTRUME() {
-  instrume_ = card().strPar();
-  return 1;
+  return Take(instrume_);
 }
 
 int AFITSmain::OBSERVER() {
-  observer_ = card().strPar();
-  return 1;
+  return Take(observer_);
 }
 
 int AFITSmain::DATE_OBS() {
-  dateObs_ = card().strPar();
-  return 1;
+  return Take(dateObs_);
 }
 
 int AFITSmain::DATE_MAP() {
@@ -369,8 +380,7 @@ int AFITSmain::FindAxis(const char* name) const {
 }
 
 int AFITSmain::SetAxisValue(int line) {
-  if (IndexWithin(static_cast<size_t>(axes_.LineLength()))) axes_(line, card().GetNumber() - 1) = card().dPar();
-  return 1;
+  return IndexWithin(static_cast<size_t>(axes_.LineLength())) ? Take(axes_(line, card().GetNumber() - 1)) : 1;
 }
 
 }  // namespace zeltra

@@ -32,7 +32,8 @@ class ZELTRA_API AFITSbase {
   /// Call the handler of the keyword with this hash; a hash without a handler does nothing. @return 1
   virtual int Dispatch(int hash);
 
-  // Handlers: each reads the current card and returns 1.
+  // Handlers: each takes what the current card says and returns 1. Those of this library change nothing while no
+  // header is being read.
   virtual int BITPIX();
   virtual int NAXIS();
   virtual int PCOUNT();
@@ -92,17 +93,26 @@ class ZELTRA_API AFITSbase {
   AFITSbase(AFile* file, bool isExtension);
   /// The card that a handler is called for.
   const ParseFITSstr& card() const { return card_; }
+  /// Whether a header is being read, so that there is a current card.
+  bool isReading() const { return isReading_; }
+  /// Take the value of the current card into `field`, which stays where there is none. @return 1
+  int Take(int& field) const;
+  int Take(double& field) const;
+  int Take(std::string& field) const;
   /// Release what the header holds about random parameters, which an extension has none of.
   void FreeParameters();
-  /// Whether the card's index, which counts from 1, has an element in an array of `size`.
+  /// Whether the current card's index, which counts from 1, has an element in an array of `size`; false without a
+  /// current card.
   bool IndexWithin(size_t size) const;
   /// The current card's value, which sizes an array, if it lies in 0..999; else 0, and ReadHeader will fail.
   int ArraySize();
 
  private:
+  bool ReadCards();
   int LocateData();
 
   ParseFITSstr card_;
+  bool isReading_ = false;
   AFile* file_;
   const bool isExtension_;
   int naxis_ = 0;

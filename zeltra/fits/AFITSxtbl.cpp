@@ -95,26 +95,23 @@ int AFITSxtbl::PCOUNT() {
 }
 
 int AFITSxtbl::EXTNAME() {
-  extname_ = card().strPar();
-  return 1;
+  return Take(extname_);
 }
 
 int AFITSxtbl::TFORM() {
-  if (IndexWithin(tform_.size())) tform(card().GetNumber() - 1) = card().strPar();
-  return 1;
+  return IndexWithin(tform_.size()) ? Take(tform(card().GetNumber() - 1)) : 1;
 }
 
 int AFITSxtbl::TTYPE() {
-  if (IndexWithin(ttype_.size())) ttype(card().GetNumber() - 1) = card().strPar();
-  return 1;
+  return IndexWithin(ttype_.size()) ? Take(ttype(card().GetNumber() - 1)) : 1;
 }
 
 int AFITSxtbl::TUNIT() {
-  if (IndexWithin(tunit_.size())) tunit(card().GetNumber() - 1) = card().strPar();
-  return 1;
+  return IndexWithin(tunit_.size()) ? Take(tunit(card().GetNumber() - 1)) : 1;
 }
 
 int AFITSxtbl::TFIELDS() {
+  if (!isReading()) return 1;
   tfields_ = ArraySize();
   for (auto* texts : {&ttype_, &tform_, &tunit_}) texts->assign(static_cast<size_t>(tfields_), std::string());
   return 1;
@@ -125,6 +122,7 @@ int AFITSxtbl::EXTVER() {
 }
 
 int AFITSxtbl::XTENSION() {
+  if (!isReading()) return 1;
   const std::string& kind = card().strPar();
   const bool isBinary = kind.find("BIN") != std::string::npos;
   tableKind_ = kind.find("A3D") != std::string::npos ? kA3DTable : isBinary ? kBinTable : 0;

@@ -164,6 +164,18 @@ void ABeamPar::Init() {
   std::memset(data, 0, sizeof data);
 }
 
+ABeamShape ABeamPar::Shape() const {
+  double numbers[4];
+  static_assert(sizeof numbers == sizeof data);
+  std::memcpy(numbers, data, sizeof numbers);
+  return {numbers[0], numbers[1], numbers[2]};
+}
+
+void ABeamPar::SetShape(const ABeamShape& shape) {
+  const double numbers[4] = {shape.major, shape.minor, shape.angle, 0};
+  std::memcpy(data, numbers, sizeof numbers);
+}
+
 AMapHeader::AMapHeader() : source{}, unit{}, reserved1{}, reserved2{} {}
 
 std::string AMapHeader::Source() const {
@@ -181,7 +193,7 @@ int AMapHeader::Load(AMapFile& file) {
   return 1;
 }
 
-int AMapHeader::Store(AMapFile& file) {
+int AMapHeader::Store(AMapFile& file) const {
   return file.Seek(0) && WriteWhole(file, this, sizeof *this);
 }
 

@@ -12,19 +12,24 @@
 #include "zeltra/core/AArray.h"
 #include "zeltra/core/AFile.h"
 #include "zeltra/core/AMatrix.h"
+#include "zeltra/image/BeamShape.h"
 #include "zeltra/uvx/AStokesMix.h"
 
 namespace zeltra {
 
 class AMapFile;
 
-/// Beam of a map: 32 bytes whose meaning is agreed between the programs that write and read them.
+/// Beam of a map: 32 bytes whose meaning is agreed between the programs that write and read them. The maps of this
+/// library's own jobs hold four doubles: the widths of an ABeamShape in radians, its angle, and 0.
 struct ZELTRA_API ABeamPar {
   char data[32];
 
   /// All bytes zero.
   ABeamPar() { Init(); }
   void Init();
+  /// The bytes as this library's own jobs write them; all zero if the map has no beam.
+  ABeamShape Shape() const;
+  void SetShape(const ABeamShape& shape);
 };
 
 /// What a map shows: the first 112 bytes of a map file, stored as they are in memory.
@@ -45,7 +50,7 @@ struct ZELTRA_API AMapHeader {
   /// Read from the start of `file`. @return 0 if the file is shorter than a header, which then stays as it was
   int Load(AMapFile& file);
   /// Write to the start of `file`. @return non-zero once all is written
-  int Store(AMapFile& file);
+  int Store(AMapFile& file) const;
 };
 static_assert(sizeof(AMapHeader) == 112 && std::is_trivially_copyable_v<AMapHeader>);
 static_assert(offsetof(AMapHeader, unit) == 40 && offsetof(AMapHeader, stokes) == 56 &&

@@ -8,7 +8,8 @@
 namespace zeltra {
 namespace {
 
-// The square of the least ratio of axes. Single-precision coordinates scatter about a line by less.
+// The square of the smallest ratio of axes. The rounding of single-precision coordinates scatters points on a line by
+// less.
 constexpr double kLeastSquaredRatio = 1e-12;
 
 }  // namespace
@@ -26,7 +27,7 @@ ABeamShape BeamSums::Shape() const {
   const double f = std::hypot(difference, mixed);
   if (!(total - f > kLeastSquaredRatio * (total + f))) return {};
   const double scale = 2 * std::sqrt(2 * std::log(2.0)) / kPi;
-  // The sum with 0 makes 0 of -0.
+  // Adding 0 turns -0 into 0.
   const double angle = f > 0 ? -std::atan2(mixed, difference) / 2 * kDegreesPerRadian + 0.0 : 0.0;
   return {scale / std::sqrt(2 * (total - f)), scale / std::sqrt(2 * (total + f)), angle};
 }

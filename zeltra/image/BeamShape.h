@@ -1,4 +1,4 @@
-// The beam and the noise that the weights of visibilities give an image.
+// The beam and the noise of an image, as they follow from the weights of its visibilities.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_IMAGE_BEAMSHAPE_H_
 #define ZELTRA_IMAGE_BEAMSHAPE_H_
@@ -14,7 +14,7 @@ struct ABeamShape {
   double angle = 0;  ///< of the major axis, degrees from north through east, -90 to 90
 };
 
-/// Sums over the visibilities of an image, with the weights W that they are gridded with.
+/// Sums over the visibilities of an image, with their gridding weights W.
 class ZELTRA_API BeamSums {
  public:
   /// @param u       wavelengths, as v
@@ -22,14 +22,14 @@ class ZELTRA_API BeamSums {
   /// @param inverseVariance  1 / sigma^2 of the real and of the imaginary part
   void Add(double u, double v, double weight, double inverseVariance);
 
-  /// The Gaussian that curves as the dirty beam does at its centre; widths in radians. There is none where all
+  /// The Gaussian that has the curvature of the dirty beam at its centre; widths in radians. There is none if all
   /// visibilities lie on one line through the origin, as those of a single baseline at one time do.
   ///
-  /// With <> for the mean by W and f^2 = (<uu> - <vv>)^2 + 4 <uv>^2 the beam falls with the curvatures
-  /// 2 pi^2 (<uu> + <vv> -+ f), a Gaussian of full width b with 8 ln 2 / b^2.
+  /// With <> for the mean weighted by W and f^2 = (<uu> - <vv>)^2 + 4 <uv>^2 the beam falls with the curvatures 2 pi^2
+  /// (<uu> + <vv> -+ f), and a Gaussian of full width b with 8 ln 2 / b^2.
   ABeamShape Shape() const;
 
-  /// Standard deviation that the noise of the visibilities gives each pixel: sqrt(sum W^2 sigma^2) / sum W.
+  /// Standard deviation of a pixel due to the noise of the visibilities: sqrt(sum W^2 sigma^2) / sum W.
   double Noise() const;
 
   double sumOfWeights() const { return sum_; }

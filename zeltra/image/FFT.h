@@ -10,6 +10,9 @@
 
 namespace zeltra {
 
+/// Whether lines and columns of n values are transformed: see MT_FFT_Matr_F.
+ZELTRA_API bool IsFFTLength(int n);
+
 /// Transform a matrix in place: every line, then every column.
 ///
 /// Along a line or column of n values, with both sums over j = 0 .. n-1,
@@ -24,7 +27,8 @@ namespace zeltra {
 ///
 ///     2, 4, 16, 32, 256, 512, 1024, 2048, 32768, 65536, ... 2^23, 2^25, 2^27, 2^29, 2^30
 ///
-/// Lines, or columns, of any other length stay as they are. That is not an error and is not reported. Among the powers
+/// Lines, or columns, of any other length stay as they are. That is not an error and is not reported; IsFFTLength
+/// tells beforehand. Among the powers
 /// of two 8, 64, 128, 4096, 8192, 16384, 2^24, 2^26 and 2^28 are left out, deliberately and on every system: a matrix
 /// of 8 x 8 is returned unchanged, and of 16 lines of 8 only the columns are transformed. docs/fft.md tells why.
 ///

@@ -7,29 +7,31 @@
 #include <cstdint>
 #include <numbers>
 
+#include "zeltra/image/FFT.h"
 #include "zeltra/platform/VectorsInternal.h"
 
 // The textbook transform (bit reversal, then radix-2 butterflies with growing half-size h) does the same arithmetic on
-// every line. Here each lane of a vector register holds another line, so that a butterfly of the textbook is one of
-// vectors, operation by operation: nothing is reassociated, fused or left out, and a line's result has the bits that
-// the textbook gives. That includes factors that look trivial: cos(pi/2) is 6e-17, and a product with 1 + 0i can turn
-// -0 into 0.
+// every line. Here each lane of a vector register holds a different line, so that each butterfly of the textbook
+// becomes one of vectors, operation by operation: nothing is reassociated, fused or left out, and the result for a line
+// has the same bits as the textbook's. That includes factors that look trivial: cos(pi/2) is 6e-17, and a product with
+// 1 + 0i can turn -0 into 0.
 //
-// Speed comes from the order of the memory accesses alone:
+// Speed comes only from the order of the memory accesses:
 //   - lines are copied into a dense array of rows, one row for each position along the lines, and back once at the end;
 //   - two stages are done while four rows are in registers;
-//   - stages up to kRowsInCache rows are finished for one stretch of rows, which stays in the L1 cache, before the
-//   next.
+//   - stages of up to kRowsInCache rows are completed for one stretch of rows, which stays in the L1 cache, before the
+//     next.
 
 namespace zeltra {
 namespace {
 
 using Complex = std::complex<double>;
 
-/// 16 KiB of rows of Double4, half of a usual L1 cache.
+/// 16 KiB of rows of Double4, half of a typical L1 cache.
 constexpr int kRowsInCache = 256;
 
-/// Memory is asked for so many rows ahead: neighbours along a column may lie pages apart, which no processor foresees.
+/// How many rows ahead memory is prefetched: neighbours in a column may be pages apart, which processors do not
+/// predict.
 constexpr int kRowsAhead = 8;
 
 /// One value of each lane.
@@ -42,7 +44,7 @@ struct Row {
 template <typename Vector>
 constexpr int kLanes = sizeof(Vector) / sizeof(double);
 
-// Everything down to TransformRows is forced inline, to be compiled for the instruction set of its caller.
+// Everything from here to TransformRows is forced inline, so that it is compiled for the instruction set of its caller.
 
 ZELTRA_INLINE Double2 LoadPair(const std::complex<double>* from) {
   return Load<Double2>(from);
@@ -143,7 +145,7 @@ ZELTRA_INLINE void Stages(Row<Vector>* x, int n, int h, const Complex* twiddles)
   if (h < n) OneStage(x, n, h, twiddles);
 }
 
-/// Add 1 to a number whose highest bit is the one of n / 2 and whose bits are read in reverse.
+/// Add 1 to a number whose bits are read in reverse, the bit n / 2 being the lowest.
 inline int NextReversed(int j, int n) {
   int bit = n / 2;
   for (; j & bit; bit /= 2) j ^= bit;
@@ -155,7 +157,7 @@ ZELTRA_INLINE void TransformRows(const FFTLanes<Real>& lines, int n, double scal
                                  void* work) {
   constexpr int kWidth = kLanes<Vector>;
   const int groups = (lines.lanes + kWidth - 1) / kWidth;
-  // Lanes too many hold the last line once more: they compute and store the same values as its own lane.
+  // Unused lanes repeat the last line: they compute and store the same values as its own lane.
   std::complex<Real>* lane[kMostFFTLanes];
   for (int l = 0; l < groups * kWidth; ++l) {
     lane[l] = lines.first + std::min(l, lines.lanes - 1) * lines.laneStep;
@@ -195,9 +197,9 @@ template <typename Real>
 }  // namespace
 
 bool IsFFTLength(int n) {
-  // A length n passes if it is 2^m for m = ln(n) x 1.4426950408889634, in double precision and cut to an integer. With
-  // the logarithm rounded correctly the product falls just below the integer for these m. C libraries round logarithms
-  // differently, so the outcome is kept here and no library is asked.
+  // A length n passes if it is 2^m for m = ln(n) x 1.4426950408889634, in double precision and truncated to an integer.
+  // With a correctly rounded logarithm the product falls just below the integer for these m. C libraries round
+  // logarithms differently, so the outcome is tabulated here and does not depend on a library.
   constexpr uint32_t kFailing =
       1u << 3 | 1u << 6 | 1u << 7 | 1u << 12 | 1u << 13 | 1u << 14 | 1u << 24 | 1u << 26 | 1u << 28;
   if (n < 2 || !std::has_single_bit(static_cast<uint32_t>(n))) return false;
@@ -209,7 +211,7 @@ std::vector<std::complex<double>> FFTTwiddles(int n, int dir) {
   twiddles.reserve(static_cast<size_t>(n));
   for (int h = 1; h <= n / 2; h *= 2) {
     const double step = dir * std::numbers::pi / h;
-    double angle = 0;  // by repeated addition: its rounding is part of the result
+    double angle = 0;  // by repeated addition, whose rounding is part of the result
     for (int k = 0; k < h; ++k, angle += step) twiddles.emplace_back(std::cos(angle), std::sin(angle));
   }
   return twiddles;

@@ -9,14 +9,11 @@
 
 namespace zeltra {
 
-/// Whether MT_FFT_Matr_D transforms lines of n values.
-bool IsFFTLength(int n);
-
-/// The factors exp(i dir pi k / h), k = 0 .. h-1, of every stage of a transform of n values.
-/// The h factors of the stage that joins transforms of h values to those of 2h begin at index h - 1.
+/// The factors exp(i dir pi k / h), k = 0 .. h-1, for every stage of a transform of n values. The h factors for the
+/// stage that combines transforms of h values into those of 2h begin at index h - 1.
 std::vector<std::complex<double>> FFTTwiddles(int n, int dir);
 
-/// At most so many lines are transformed together.
+/// The largest number of lines that are transformed together.
 inline constexpr int kMostFFTLanes = 8;
 
 /// Lines that are transformed together: value i of line l is first[i * step + l * laneStep].
@@ -28,13 +25,13 @@ struct FFTLanes {
   int lanes;  ///< 1 .. kMostFFTLanes
 };
 
-/// Bytes that TransformLanes() needs to work in, a multiple of 64.
+/// Bytes of work space that TransformLanes() needs, a multiple of 64.
 std::size_t FFTWorkBytes(int n, int lanes);
 
 /// Transform each line in place.
-/// @param n         length of a line, a power of two from 2 on
-/// @param scale     every value is multiplied by it beforehand
-/// @param twiddles  of FFTTwiddles() for n
+/// @param n         length of a line, a power of two, at least 2
+/// @param scale     factor that every value is multiplied by first
+/// @param twiddles  from FFTTwiddles() for n
 /// @param work      FFTWorkBytes(n, lanes) bytes, on a 64-byte boundary
 template <typename Real>
 void TransformLanes(const FFTLanes<Real>& lines, int n, double scale, const std::complex<double>* twiddles, void* work);

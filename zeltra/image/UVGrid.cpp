@@ -32,7 +32,7 @@ double GriddingKernel::operator()(double distance) const {
 
 double GriddingKernel::Transform(double frequency) {
   const double phase = kPi * kWidth * frequency;
-  const double root = std::sqrt(kBeta * kBeta - phase * phase);  // real up to 0.7 cycles a cell
+  const double root = std::sqrt(kBeta * kBeta - phase * phase);  // real up to 0.7 cycles per cell
   return kWidth * std::sinh(root) / root / std::cyl_bessel_i(0.0, kBeta);
 }
 
@@ -69,10 +69,10 @@ double UVGrid::LargestCell(int size, double wavelengths) {
 }
 
 void UVGrid::Add(double u, double v, std::complex<double> value, double weight) {
-  // The image is formed with exp(-2 pi i (u l + v m)), as the transform does, and east is at low elements.
+  // The image is formed with exp(-2 pi i (u l + v m)), as in the transform, and east is at low elements.
   const double column = -u * cellsPerWavelength_;
   const double line = v * cellsPerWavelength_;
-  const std::complex<double> unit(0.0, 1.0);  // the visibility of the beam, which rides along
+  const std::complex<double> unit(0.0, 1.0);  // the visibility of the beam, in the imaginary part of the image
   Spread(column, line, weight * (value + unit));
   Spread(-column, -line, weight * (std::conj(value) + unit));
   sumOfWeights_ += weight;
@@ -82,7 +82,7 @@ void UVGrid::Spread(double column, double line, std::complex<double> value) {
   constexpr int kWidth = GriddingKernel::kWidth;
   const int firstColumn = static_cast<int>(std::ceil(column - kHalfWidth));
   const int firstLine = static_cast<int>(std::ceil(line - kHalfWidth));
-  const int wrap = 2 * half_ - 1;  // of a power of two; negative places lie in the upper half
+  const int wrap = 2 * half_ - 1;  // a mask for a power of two; negative places wrap into the upper half
   double weights[kWidth];
   for (int k = 0; k < kWidth; ++k) weights[k] = kernel_(firstColumn + k - column);
   for (int i = 0; i < kWidth; ++i) {
@@ -104,9 +104,9 @@ int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam) {
     }
   }
   const int center = size_ / 2;
-  const auto place = [&](int k) { return (k - center) & (half_ - 1); };  // of pixel k in the transforms
+  const auto place = [&](int k) { return (k - center) & (half_ - 1); };  // index of pixel k in the transforms
   std::vector<double> correction(static_cast<size_t>(size_));
-  std::vector<std::complex<double>> twiddle(correction.size());  // of odd lines and columns
+  std::vector<std::complex<double>> twiddle(correction.size());  // for odd lines and columns
   for (int k = 0; k < size_; ++k) {
     const double frequency = (k - center) / (2.0 * half_);
     correction[static_cast<size_t>(k)] = 1 / GriddingKernel::Transform(frequency);

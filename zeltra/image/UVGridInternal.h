@@ -1,4 +1,4 @@
-// Visibilities on a regular grid, and the dirty image that they transform to.
+// Visibilities on a regular grid, and the dirty image that is their transform.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_IMAGE_UVGRIDINTERNAL_H_
 #define ZELTRA_IMAGE_UVGRIDINTERNAL_H_
@@ -27,7 +27,7 @@ class GriddingKernel {
   /// The function at a distance of at most kWidth / 2 cells, interpolated with an error below 1e-5.
   double operator()(double distance) const;
 
-  /// Its Fourier transform, which the image is divided by, at so many cycles a cell.
+  /// Its Fourier transform, by which the image is divided, at `frequency` cycles per cell.
   static double Transform(double frequency);
 
  private:
@@ -38,24 +38,24 @@ class GriddingKernel {
 /// A grid over the u, v plane for an image of `size` times `size` pixels `cell` radians apart: element j of a line of
 /// the image points east by (size / 2 - j) cells, line i north by (i - size / 2) cells.
 ///
-/// The grid has 2 n x 2 n cells 1 / (2 n cell) wavelengths apart, with n the power of two from `size` on, so that the
-/// image lies in the inner quarter of its transform, where nothing folds in from outside. Even and odd lines and
-/// columns lie in four grids of n x n, whose transforms add up to that quarter as in the first step of a fast Fourier
+/// The grid has 2 n x 2 n cells 1 / (2 n cell) wavelengths apart, with n the smallest power of two not below `size`, so
+/// that the image is the inner quarter of its transform, which aliasing hardly reaches. Even and odd lines and columns
+/// are held in four grids of n x n, whose transforms add up to that quarter as in the first step of a fast Fourier
 /// transform.
 ///
-/// Every visibility is put in twice, at u, v and as its conjugate at -u, -v, since the sky is real. The grid of the
-/// beam, which is that of visibilities 1, is real in the image as well and rides along as the imaginary part: one
-/// transform gives both.
+/// Every visibility is put in twice, at u, v and as its conjugate at -u, -v, since the sky is real. The beam, which is
+/// the image of visibilities that are all 1, is real too and is carried as the imaginary part: one transform gives
+/// both.
 class UVGrid {
  public:
-  /// Memory that a grid takes.
+  /// Bytes of memory that a grid takes.
   static int64 Bytes(int size);
   /// @return 0 if there is no memory for the grid
   int Create(int size, double cell);
 
-  /// Whether a place lies on the grid with all cells that its visibility touches.
+  /// Whether a place is on the grid, with all the cells that a visibility there affects.
   bool Holds(double u, double v) const;
-  /// The largest image cell, radians, with which a grid holds a baseline of so many wavelengths along u or v.
+  /// The largest image cell, radians, for which a grid holds a baseline of this length along u or v.
   static double LargestCell(int size, double wavelengths);
   /// Add a visibility at a place on the grid.
   void Add(double u, double v, std::complex<double> value, double weight);

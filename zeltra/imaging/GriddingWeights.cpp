@@ -22,7 +22,7 @@ AResult strToScheme(const std::string& text, WeightingOptions& options) {
   options.scheme = WeightingOptions::Robust;
   const size_t length = sizeof kRobust - 1;
   if (!text.starts_with(kRobust) || !strToVal(text.substr(length), options.robustness)) {
-    return AResult::Fail("\"" + text + "\" is none of natural, uniform, robust=R");
+    return AResult::Fail("\"" + text + "\" is not one of natural, uniform, robust=R");
   }
   return CheckWeighting(options);
 }
@@ -34,18 +34,18 @@ std::string schemeToStr(const WeightingOptions& options) {
 
 AResult strToTaper(const std::string& text, WeightingOptions& options) {
   const size_t comma = text.find(',');
-  if (comma == text.npos) return AResult::Fail("\"" + text + "\" is no taper like 0.5,100M");
+  if (comma == text.npos) return AResult::Fail("\"" + text + "\" is not a taper like 0.5,100M");
   if (AResult result = strToVal(text.substr(0, comma), options.taper); !result) return result;
   if (AResult result = strToVal(text.substr(comma + 1), kThousands, options.taperRadius); !result) return result;
-  if (options.taper == 0) return AResult::Fail("a taper leaves more than 0 of a weight");
+  if (options.taper == 0) return AResult::Fail("the V of a taper is above 0");
   return CheckWeighting(options);
 }
 
 AResult CheckWeighting(const WeightingOptions& options) {
-  // Written so that what is not a number fails.
+  // Written so that NaN fails.
   if (!(std::fabs(options.robustness) <= 5)) return AResult::Fail("the robustness is a number from -5 to 5");
   if (!(options.power >= 0 && options.power <= 2)) return AResult::Fail("the power of weights is from 0 to 2");
-  if (!(options.taper >= 0 && options.taper < 1)) return AResult::Fail("a taper leaves less than 1 of a weight");
+  if (!(options.taper >= 0 && options.taper < 1)) return AResult::Fail("the V of a taper is from 0 to below 1");
   if (options.taper == 0 || (options.taperRadius > 0 && std::isfinite(options.taperRadius))) return AResult::Ok();
   return AResult::Fail("the radius of a taper is above 0");
 }
@@ -94,7 +94,7 @@ void GriddingWeights::Settle() {
 
 double GriddingWeights::operator()(double u, double v, double weight) const {
   const double w = Tapered(u, v, weight);
-  // A taper may leave nothing of a weight, and of all others in its square.
+  // A taper may reduce a weight to 0, and all others in its square.
   if (options_.scheme == WeightingOptions::Natural || !(w > 0)) return w;
   const double density = density_(Square(v), Square(u));
   return options_.scheme == WeightingOptions::Uniform ? w / density : w / (1 + density * spread_);

@@ -21,7 +21,7 @@ struct WeightingOptions {
   Scheme scheme = Natural;
   double robustness = 0;   ///< R of the robust scheme on the scale of Briggs, from -5 (uniform) to 5 (natural)
   double power = 1;        ///< of the weights in the file, from 0 to 2
-  double taper = 0;        ///< what is left of a weight at the radius of the taper, below 1; 0 without a taper
+  double taper = 0;        ///< the fraction of a weight that is left at the radius of the taper, below 1; 0: no taper
   double taperRadius = 0;  ///< wavelengths
 };
 
@@ -34,35 +34,35 @@ ZELTRA_API AResult strToTaper(const std::string& text, WeightingOptions& options
 /// A failure where an option is out of its range.
 ZELTRA_API AResult CheckWeighting(const WeightingOptions& options);
 
-/// Makes gridding weights W of the weights of visibilities.
+/// Turns the weights of visibilities into gridding weights W.
 ///
 ///   Create     once
-///   Add        for every visibility of the image, only where isDensityNeeded()
+///   Add        for every visibility of the image, only if isDensityNeeded()
 ///   Settle     after the last of them
-///   operator() as often as need be; threads may share it
+///   operator() as often as you like; threads may share it
 ///
-/// A weight to the power asked for, times exp(ln V (r / RADIUS)^2) at r wavelengths from the origin, is w. The plane is
-/// cut into squares of 1 / (size cell) wavelengths around the multiples of that, and W_k is the sum of w over the
-/// square that a visibility lies in (the outermost one for what lies further out), with the conjugate of each
-/// visibility at -u, -v added in. Robust weights are those of D. S. Briggs: High fidelity deconvolution of moderately
-/// resolved sources, thesis, New Mexico Tech, 1995, ch. 3, with
+/// A weight raised to the power asked for, times exp(ln V (r / RADIUS)^2) at r wavelengths from the origin, is w. The
+/// plane is cut into squares of 1 / (size cell) wavelengths centred on multiples of that, and W_k is the sum of w over
+/// the square that a visibility lies in (the outermost one if it lies further out); the conjugate of each visibility at
+/// -u, -v counts too. Robust weights are those of D. S. Briggs: High fidelity deconvolution of moderately resolved
+/// sources, thesis, New Mexico Tech, 1995, ch. 3, with
 ///
 ///     f^2 = (5 x 10^-R)^2 / (sum_k W_k^2 / sum w)
 ///
-/// The ROBUST of AIPS is another scale: R_AIPS = 2 R - 0.7 for the same mean density.
+/// The ROBUST of AIPS is on another scale: R_AIPS = 2 R - 0.7 for the same mean density.
 class ZELTRA_API GriddingWeights {
  public:
-  /// Memory for an image of `size` times `size` pixels.
+  /// Bytes of memory for an image of `size` times `size` pixels.
   static int64 Bytes(const WeightingOptions& options, int size);
 
   /// @param cell  size of a pixel, radians
-  /// @return 0 if there is no memory
+  /// @return 0 if there is not enough memory
   int Create(const WeightingOptions& options, int size, double cell);
   bool isDensityNeeded() const { return options_.scheme != WeightingOptions::Natural; }
   void Add(double u, double v, double weight);
   void Settle();
 
-  /// @param u  wavelengths, as v: of a visibility that was added, where a density is needed
+  /// @param u  wavelengths, as v; the place of a visibility that was added, if a density is needed
   double operator()(double u, double v, double weight) const;
 
  private:
@@ -70,7 +70,7 @@ class ZELTRA_API GriddingWeights {
   int Square(double wavelengths) const;
 
   WeightingOptions options_;
-  AMatrix<double> density_;  // W_k; negative places lie in the upper half
+  AMatrix<double> density_;  // W_k; negative coordinates wrap into the upper half
   double squaresPerWavelength_ = 0;
   double decay_ = 0;   // of the taper: ln V / RADIUS^2
   double spread_ = 0;  // f^2

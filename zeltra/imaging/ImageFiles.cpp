@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 #include "zeltra/core/BlockWriterInternal.h"
@@ -18,7 +17,7 @@
 namespace zeltra {
 namespace {
 
-// Equinoxes before this year are of the FK4 system (FITS standard 4.0, section 8.3).
+// Equinoxes before this year belong to the FK4 system (FITS standard 4.0, section 8.3).
 constexpr double kFirstFK5Year = 1984;
 
 AMapHeader HeaderOf(const DirtyImage& image) {
@@ -26,19 +25,17 @@ AMapHeader HeaderOf(const DirtyImage& image) {
   SetFieldText(header.source, sizeof header.source, image.source);
   SetFieldText(header.unit, sizeof header.unit, image.unit);
   header.stokes = image.stokes;
-  const double beam[4] = {image.shape.major, image.shape.minor, image.shape.angle, 0};
-  static_assert(sizeof beam == sizeof header.beam.data);
-  std::memcpy(header.beam.data, beam, sizeof beam);
+  header.beam.SetShape(image.shape);
   return header;
 }
 
 // Everything but the pixels and their range.
 bool StorePrologue(const DirtyImage& image, AMapFile& file) {
-  AMapHeader header = HeaderOf(image);
+  const AMapHeader header = HeaderOf(image);
   const int size = image.map.Lines();
   const double first = -size / 2 * image.cell, last = (size / 2 - 1) * image.cell;
   TMinMax ranges;
-  ranges.range[0] = {-last, -first};  // elements begin in the east
+  ranges.range[0] = {-last, -first};  // elements run from east to west
   ranges.range[1] = {first, last};
   return header.Store(file) && file.PutMinMax(ranges);
 }
@@ -54,7 +51,7 @@ void AddAxis(FITSHeaderWriter& header, int axis, const std::string& type, double
   const std::string number = std::to_string(axis);
   header.AddText("CTYPE" + number, type);
   header.AddRoundedNumber("CRVAL" + number, value);
-  if (delta != 0) header.AddRoundedNumber("CDELT" + number, delta);  // a width of 0 would make no axis
+  if (delta != 0) header.AddRoundedNumber("CDELT" + number, delta);  // 0: the width is unknown, and CDELT must not be 0
   header.AddRoundedNumber("CRPIX" + number, pixel);
 }
 
@@ -93,7 +90,7 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
     header.AddRoundedNumber("BPA", image.shape.angle);
   }
   for (int i = 0; i < image.history.count(); ++i) header.AddCard(std::string(image.history(i)));
-  // NOISE is what published images call the noise that the weights promise.
+  // NOISE is the usual keyword of published images for the noise expected from the weights.
   header.AddRoundedNumber("NOISE", image.noise);
   header.AddRoundedNumber("RMS", image.rms);
   header.AddHistory("zeltra: dirty image, " + WeightingText(image.weighting));
@@ -158,7 +155,8 @@ AResult ImageFiles::Store(const DirtyImage& image, const std::string& picture) {
   if (result && outputs->beam) result = WriteMap(image, image.beam, *outputs->beam);
   if (result && outputs->fits) result = WriteFITSImage(image, *outputs->fits);
   if (result && outputs->picture) {
-    WriteWhole(outputs->picture->file(), picture.data(), static_cast<int64>(picture.size()));
+    const auto bytes = static_cast<int64>(picture.size());
+    if (!WriteWhole(outputs->picture->file(), picture.data(), bytes)) result = outputs->picture->WriteError();
   }
   return result ? outputs->files.Commit() : result;
 }

@@ -11,12 +11,12 @@
 
 namespace zeltra {
 
-/// Names of files, empty for those that are not wanted.
+/// File names, empty for files that are not wanted.
 struct ImageNames {
   std::string map;      ///< of the image, a map file
   std::string beam;     ///< of the dirty beam, a map file
   std::string fits;     ///< of the image, FITS
-  std::string picture;  ///< of bytes that the caller has drawn
+  std::string picture;  ///< of a picture, whose bytes the caller has drawn
 };
 
 /// Stores an image in several files, which appear under their names together, once all of them are complete.
@@ -30,11 +30,11 @@ class ZELTRA_API ImageFiles {
   ImageFiles();
   ImageFiles(const ImageFiles&) = delete;
   ImageFiles& operator=(const ImageFiles&) = delete;
-  /// Remove what is not stored.
+  /// Removes whatever is not stored.
   ~ImageFiles();
 
   /// Create the files under temporary names.
-  /// @param input    what the image is made from, which is not replaced
+  /// @param input    the file that the image is made from, which is never replaced
   /// @param options  whether files may be replaced, and whether they are synchronised with the disk
   /// @return a failure if a file is named twice, exists and may not be replaced, or cannot be written
   AResult Create(const ImageNames& names, const std::string& input, const JobOptions& options);

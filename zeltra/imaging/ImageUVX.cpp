@@ -16,17 +16,17 @@ namespace {
 
 constexpr int kSmallestSize = 16, kLargestSize = 8192;
 constexpr double kCellsPerFringe = 5;
-// Phases that are wrong by this much, radians, spoil an image visibly.
+// Phase errors above this, radians, visibly spoil an image.
 constexpr double kSuspiciousPhase = 0.1;
 
-// `value` with two significant digits in the unit that it is said in, rounded down.
+// Round `value` down to two significant digits in the unit that it is displayed in.
 double RoundedDown(double value) {
   const double unit = AngleUnitFor(value).radians;
   const double step = std::pow(10.0, std::floor(std::log10(value / unit)) - 1);
   return std::floor(value / unit / step * (1 + 1e-12)) * step * unit;
 }
 
-// Whether direction cosines are of a direction: the corners of the widest fields lie beyond the horizon.
+// Whether direction cosines belong to a direction: the corners of the widest fields lie beyond the horizon.
 bool IsOnSky(double l, double m) {
   return l * l + m * m < 1;
 }
@@ -55,7 +55,7 @@ class Imager {
  private:
   AResult CheckOptions() const;
   AResult CheckMemory() const;
-  AResult SettleCell();
+  AResult ChooseCell();
   AResult MakeImage();
   AResult Weigh();
   AResult FillGrid();
@@ -84,7 +84,7 @@ AResult Imager::Run() {
   if (AResult result = data_.Select(options_.selection, SelectedVisibilities::TotalIntensity); !result) {
     return result;
   }
-  if (AResult result = SettleCell(); !result) return result;
+  if (AResult result = ChooseCell(); !result) return result;
   if (AResult result = MakeImage(); !result) return result;
   Describe();
   Remark();
@@ -96,7 +96,7 @@ AResult Imager::MakeImage() {
   if (!weights_.Create(options_.weighting, options_.size, image_.cell)) return NoMemory();
   if (AResult result = Weigh(); !result) return result;
   if (AResult result = FillGrid(); !result) return result;
-  weights_ = GriddingWeights();  // whose memory the image takes
+  weights_ = GriddingWeights();  // frees memory that the image needs
   return grid_.Transform(image_.map, image_.beam) ? AResult::Ok() : NoMemory();
 }
 
@@ -123,8 +123,8 @@ AResult Imager::CheckMemory() const {
   return Fail(SizeText() + " takes " + MemoryText(needed) + " of memory, and " + limit + " may be taken");
 }
 
-AResult Imager::SettleCell() {
-  // The middle of the edge lies size / 2 cells from the centre, and there is no sky beyond l = 1.
+AResult Imager::ChooseCell() {
+  // The middle of the edge lies size / 2 cells from the centre, and the sky ends at l = 1.
   const double largest = 2.0 / options_.size;
   image_.cell = options_.cell;
   if (image_.cell >= largest) {
@@ -212,7 +212,7 @@ void Imager::Remark() {
   if (!(image_.shape.major > 0)) {
     image_.remarks.push_back("there is no beam: all visibilities lie on one line through the origin of the u, v plane");
   }
-  // Some programs leave w at 0; it may be as long as a baseline.
+  // Some programs leave w at 0; it may then be as long as a baseline.
   if (largestW_ == 0) largestW_ = longest_;
   const auto phase = [this](double l) { return kTwoPi * largestW_ * (1 - std::sqrt(1 - l * l)); };
   const double atEdge = phase(options_.size / 2 * image_.cell);

@@ -1,4 +1,4 @@
-// The dirty image of a source.
+// Makes the dirty image of a source.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_IMAGING_IMAGEUVX_H_
 #define ZELTRA_IMAGING_IMAGEUVX_H_
@@ -20,30 +20,30 @@
 namespace zeltra {
 
 struct ImageOptions : JobOptions {
-  UVXSelection selection;  ///< with at most one polarisation; I where none is named, the first one where there is no I
-  int size = 512;          ///< pixels of a line, and lines: an even number from 16 to 8192
+  UVXSelection selection;  ///< with at most one polarisation; by default I, or the first one if there is no I
+  int size = 512;          ///< pixels in a line and number of lines: an even number from 16 to 8192
   double cell = 0;         ///< size of a pixel, radians; 0: a fifth of the narrowest fringe, rounded down to two digits
   WeightingOptions weighting;
-  double memory = 0;  ///< most that may be taken, bytes; 0: half of what is free
+  double memory = 0;  ///< most memory to use, bytes; 0: half of what is free
 };
 
 /// An image of the sky as the visibilities show it, convolved with the beam.
 ///
-/// Pixel (size / 2, size / 2) of both matrices is the phase centre. Lines run northward and begin in the south,
-/// elements westward and begin in the east, as in FITS images.
+/// Pixel (size / 2, size / 2) of both matrices is the phase centre. Lines run from south to north, elements from east
+/// to west, as in FITS images.
 struct DirtyImage {
   AMatrix<float> map;   ///< [line][element], `unit`
-  AMatrix<float> beam;  ///< the response to a point source at the centre, 1 there
+  AMatrix<float> beam;  ///< the response to a point source at the centre, where it is 1
   double cell = 0;      ///< size of a pixel, radians
-  ABeamShape shape;     ///< of the beam, by the weights; widths in radians
-  double noise = 0;     ///< thermal: what the weights of the visibilities tell of the noise of a pixel, `unit`
-  double rms = 0;       ///< measured: of all pixels of the map, `unit`
+  ABeamShape shape;     ///< of the beam, from the weights; widths in radians
+  double noise = 0;     ///< thermal noise of a pixel, as expected from the weights of the visibilities, `unit`
+  double rms = 0;       ///< measured over all pixels of the map, `unit`
 
   std::string source;
   double ra = 0;       ///< of the phase centre at the equinox, degrees
   double dec = 0;      ///< degrees
   double equinox = 0;  ///< years
-  std::string unit;    ///< of the visibilities, "/beam" after it; empty where they have none
+  std::string unit;    ///< of the visibilities with "/beam" appended; empty if they have none
   AStokesMix stokes;
   std::string polarisation;  ///< its name, as in "I" or "PI"
   double frequency = 0;      ///< middle of the band of the channels used, Hz
@@ -52,34 +52,35 @@ struct DirtyImage {
   double dateObs = 0;     ///< Julian date of 0 h UTC of the observation date, 0 if unknown
   std::string telescope;
   std::string observer;
-  AUVXHeaderCards history;  ///< HISTORY of the file, and of this image
+  AUVXHeaderCards history;  ///< HISTORY cards of the file and of this image
   WeightingOptions weighting;
 
-  int64 visibilities = 0;            ///< number of those used
-  int64 beyond = 0;                  ///< number of those too far out for the cell, left out
-  std::vector<std::string> remarks;  ///< for the person who looks at the image: one sentence each
+  int64 visibilities = 0;            ///< number used
+  int64 beyond = 0;                  ///< number left out because they lie too far out for the cell
+  std::vector<std::string> remarks;  ///< for the user, one sentence each
 };
 
 /// The brightest pixel of a map.
 struct ImagePeak {
   float value = 0;   ///< in the unit of the map
-  double east = 0;   ///< of the phase centre, radians: the arc sine of the direction cosine l
-  double north = 0;  ///< the same of m
+  double east = 0;   ///< east of the phase centre, radians: the arc sine of the direction cosine l
+  double north = 0;  ///< north of it, from m
 };
 
 ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 
 /// Make the dirty image and the dirty beam of a source.
 ///
-/// All IFs and channels are used, each visibility at the place in the u, v plane that its own frequency gives it. They
-/// are put on a grid by convolution with a Kaiser-Bessel function, transformed, and divided by the function's transform
-/// and by the sum of weights. Pixel by pixel this agrees with the sum over all visibilities to better than 0.01 % of
-/// the peak, up to the edges.
+/// All IFs and channels are used, each visibility at the u, v of its own frequency. They are gridded with a
+/// Kaiser-Bessel convolution function, transformed, and divided by the transform of that function and by the sum of
+/// weights. Pixel by pixel this agrees with the sum over all visibilities to better than 0.01 % of the peak, up to the
+/// edges.
 ///
 /// The curvature of the sky is not corrected for: at l, m the phases are wrong by 2 pi w (1 - n), n^2 = 1 - l^2 - m^2.
-/// A remark tells where that exceeds 0.1 radian at the middle of an edge of the field, for the largest w.
+/// If that exceeds 0.1 radian at the middle of an edge of the field, for the largest w, a remark says how far out it
+/// stays below.
 ///
-/// With V the visibility at u, v (position of antenna 1 minus position of antenna 2, in wavelengths) the image at l
+/// With V the visibility at u, v (position of antenna 1 minus position of antenna 2, in wavelengths), the image at l
 /// eastward, m northward is
 ///
 ///     sum W V exp(-2 pi i (u l + v m)) / sum W
@@ -87,16 +88,17 @@ ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 /// with the weights W of GriddingWeights. Fields stop at l = 1.
 /// @param from   an open file with its index
 /// @param image  undefined on failure
-/// @return a failure also where the image takes more memory than it may
+/// @return a failure also if the image needs more memory than allowed
 ZELTRA_API AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image);
 
-/// Bytes of memory that an image takes: 64 for each of n x n cells, n the power of two from the size on, and 8 a pixel.
+/// Bytes of memory that an image takes: 64 for each of n x n cells, where n is the smallest power of two not below
+/// `size`, and 8 per pixel.
 ZELTRA_API int64 ImageMemory(const ImageOptions& options);
 
-/// Bytes in words, as in "1.2 GB".
+/// Bytes as text, as in "1.2 GB".
 ZELTRA_API std::string MemoryText(double bytes);
 
-/// What a person may tell the job, and what it gives.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& ImageDescription();
 
 }  // namespace zeltra

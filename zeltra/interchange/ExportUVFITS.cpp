@@ -28,20 +28,21 @@ namespace {
 constexpr int kBytesPerStep = 12 * 1024;
 
 // Split a time, relative to the zero of the first DATE parameter, into two floats whose sum in double precision is the
-// time of the record: hundredths of a day, and the rest.
+// time of the record: whole hundredths of a day, and the remainder.
 void SplitTime(double time, double zero, float& first, float& second) {
   double hundredths = std::trunc((time - zero) * 100.0);
   for (int step = 0; step < 2; ++step) {
     first = static_cast<float>(hundredths * 0.01);
     const double rest = time - (static_cast<double>(first) + zero);
     second = static_cast<float>(rest);
-    // The upper part of a hundredth of a day needs a 25th bit now and then; the way down from the next one does not.
+    // Close to the next hundredth the remainder may need a 25th bit; counted back from there it does not.
     if (static_cast<double>(second) == rest) return;
     hundredths += 1.0;
   }
 }
 
-// Header cards and integration times go out in other places. Baselines name no subarray, so the index names none.
+// Header cards and integration times are exported elsewhere. Baselines name no subarray, so the index names none
+// either.
 bool IsExported(AUVXTable& table) {
   const int subarray = table.Code() == "NX" ? table.FindColumn("SUBARRAY") : -1;
   for (int row = 0; row < table.rows() && subarray >= 0; ++row) {
@@ -122,7 +123,7 @@ AResult Exporter::Export() {
   return output_.Commit();
 }
 
-// A table that is damaged fails where all tables are written.
+// A damaged table fails later, when all tables are written.
 void Exporter::ReadProvenance() {
   if (const std::unique_ptr<AUVXTable> cards(uvx_.GetTable("HD")); cards) cards_ = AUVXHeaderCards(*cards);
   if (const std::unique_ptr<AUVXTable> times(uvx_.GetTable("IT")); times) {
@@ -133,7 +134,7 @@ void Exporter::ReadProvenance() {
   form_.withIntegration = integrations_.IsKnown();
 }
 
-// The first card comes last: without it no program takes what a killed export leaves for a FITS file.
+// The first card is written last: without it no program takes what a killed export leaves for a FITS file.
 AResult Exporter::WriteHeader() {
   CheckedFile& file = output_.file();
   if (!file.Seek(0) || !uvx_.ToFITSHeader(file, form_)) {
@@ -159,7 +160,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
       result = AResult::Cancel(to_ + ": the export was cancelled");
       return Pass::Stopped;
     }
-    char* record = reader.Take(sizeof(AUVXGroup));
+    char* record = reader.Next(sizeof(AUVXGroup));
     AUVXGroup group;
     if (record) group.load(record);
     if (record && LacksParameter(group)) return Pass::ParameterMissing;
@@ -170,7 +171,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
     char* to = record ? writer.Reserve(bytes) : nullptr;
     if (to) std::memcpy(to, parameters, static_cast<size_t>(bytes));
     if (!to || !CopyValues(reader, writer)) {
-      writer.Clear();  // the file belongs to the writer until nothing waits in it
+      writer.Clear();  // the file is the writer's until its buffer is empty
       result = output_.file().good() ? AResult::Fail(from_ + ": cannot be read in record " + std::to_string(i + 1))
                                      : output_.WriteError();
       return Pass::Stopped;
@@ -181,8 +182,8 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
   return result ? Pass::Whole : Pass::Stopped;
 }
 
-// Whether a record tells something that the header has no parameter for: the tables said otherwise, or the flags, which
-// no table mentions. From then on the parameter is there, and the export begins again.
+// Whether a record needs a parameter that the header does not have yet, since the tables promised one source and setup,
+// and no table mentions flags. The parameter is then added and the export starts again.
 bool Exporter::LacksParameter(const AUVXGroup& group) {
   const bool source = group.source != 1 || group.frqsel != 1, flag = group.flag != 0;
   const bool lacks = (source && !form_.withSourceAndFreqSel) || (flag && !form_.withFlag);
@@ -204,7 +205,7 @@ ParameterForm Exporter::FormOf(const AUVXGroup& group) const {
 bool Exporter::CopyValues(BlockReader& reader, BlockWriter& writer) const {
   for (int left = uvx_.recSize() - static_cast<int>(sizeof(AUVXGroup)); left > 0;) {
     const int bytes = std::min(left, kBytesPerStep);
-    const char* from = reader.Take(bytes);
+    const char* from = reader.Next(bytes);
     char* to = from ? writer.Reserve(bytes) : nullptr;
     if (!to) return false;
     Swap32(to, from, static_cast<size_t>(bytes) / 4);

@@ -1,4 +1,4 @@
-// A UVX file becomes a UV FITS file.
+// Converts a UVX file to UV FITS.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_INTERCHANGE_EXPORTUVFITS_H_
 #define ZELTRA_INTERCHANGE_EXPORTUVFITS_H_
@@ -13,12 +13,12 @@ namespace zeltra {
 
 /// Export as random-groups UV FITS: 32-bit floats, AIPS tables as binary tables.
 ///
-/// The time of a group is split over two DATE parameters in such a way that their sum, formed in double precision, is
-/// the time of the record. The output appears under its name only when it is complete; its first block is written last,
-/// so a killed export leaves nothing that opens.
+/// The time of a group is split over two DATE parameters whose sum, formed in double precision, is the time of the
+/// record. The output appears under its name only when it is complete; its first block is written last, so an export
+/// that is killed leaves nothing that opens.
 ZELTRA_API AResult ExportUVFITS(const std::string& from, const std::string& to, const JobOptions& options);
 
-/// What a person may tell the job, and what it gives.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& ExportDescription();
 
 }  // namespace zeltra

@@ -17,7 +17,7 @@ ParameterRole RoleOfName(const std::string& name) {
   return name == kSubarrayParameter ? ParameterRole::Subarray : RoleOf(name.c_str());
 }
 
-// What a BASELINE parameter tells: subarrays by hundredths, which 32-bit floats round.
+// Split a BASELINE parameter; its hundredths, which 32-bit floats round, number the subarray.
 void SplitBaseline(GroupParameters& group) {
   const double raised = group.baseline + 0.005;
   const int whole = raised >= 257 && raised < 65536 ? static_cast<int>(raised) : 0;
@@ -53,15 +53,15 @@ GroupReader::GroupReader(AFITS& fits) : reader_(*fits.file()) {
   }
 }
 
-// As many groups as the block holds, where reading goes on in the order of the file, but no more than can be read: a
-// failure belongs to the group that it hits.
+// When groups are read in order, decode as many as the block holds, but no more than can be read: a failure must be
+// reported for the group that it concerns.
 bool GroupReader::DecodeFrom(int group) {
   const int held = (kBlockBytes - parameterBytes_) / groupBytes_ + 1;
   int count = group == end_ ? std::min({kMostDecoded, groups_ - group, held}) : 1;
   first_ = end_ = group;
   for (; count > 0 && end_ == group; count /= 2) {
     reader_.Seek(Position(group));
-    const char* raw = reader_.Take((count - 1) * groupBytes_ + parameterBytes_);
+    const char* raw = reader_.Next((count - 1) * groupBytes_ + parameterBytes_);
     if (raw) Decode(raw, count);
   }
   return end_ > group;
@@ -84,7 +84,7 @@ void GroupReader::DecodeNumbers(const char* raw, int count) {
       for (int i = 0; i < count; ++i) take(groups[i], FITSNumber<Number>(at + int64{i} * step) * scale + zero);
     };
     switch (term.role) {
-      // u, v, w add up in single precision, as in AUVXGroup.
+      // u, v, w are summed in single precision, as in AUVXGroup.
       case ParameterRole::U:
         forEach([](GroupParameters& group, double value) { group.u += static_cast<float>(value); });
         break;

@@ -20,20 +20,20 @@ struct GroupParameters {
   float u, v, w;
   double date;                ///< days
   double baseline;            ///< 256 x antenna 1 + antenna 2 + 0.01 x (subarray - 1)
-  double antenna1, antenna2;  ///< where parameters of their own tell them
-  double subarray;            ///< from 1; of the baseline where that tells it
-  int antennas;               ///< 256 x antenna 1 + antenna 2; 0 for what is no baseline of antennas 1 to 255
+  double antenna1, antenna2;  ///< where the file has parameters for them
+  double subarray;            ///< from 1; taken from the baseline where that holds it
+  int antennas;               ///< 256 x antenna 1 + antenna 2; 0 if that is not a baseline of antennas 1 to 255
   double source;              ///< 1 where the file has none
   double freqSel;             ///< 1 where the file has none
   double integration;         ///< seconds, 0 where the file has none
   int8_t flag;                ///< as AUVXGroup::load gives it
 };
 
-/// Decodes the random parameters of groups as AUVXGroup::load does, u, v, w, date and flag bit for bit. What a
-/// parameter means is worked out once a file, and groups that are read in their order are decoded many at a time.
+/// Decodes the random parameters of groups as AUVXGroup::load does; u, v, w, date and flag are the same bit for bit.
+/// What a parameter means is worked out once per file, and groups that are read in order are decoded many at a time.
 class GroupReader {
  public:
-  /// @param fits  prepared by UVFITSInput, which gives the parameters the names that are looked for here
+  /// prepared by UVFITSInput, which gives the parameters the names looked for here
   explicit GroupReader(AFITS& fits);
 
   /// Go to a group, counted from 0. @return its parameters, valid until the next call; null if they cannot be read
@@ -42,12 +42,12 @@ class GroupReader {
     reader_.Seek(Position(group) + parameterBytes_);
     return &decoded_[group - first_];
   }
-  /// The next `n` bytes of the data array of that group, at most kBlockBytes, as they stand in the file; null if they
-  /// cannot be read.
-  const char* TakeValues(int n) { return reader_.Take(n); }
+  /// The next `n` bytes of the data array of that group, at most kBlockBytes, as in the file; null if they cannot be
+  /// read.
+  const char* NextValues(int n) { return reader_.Next(n); }
 
  private:
-  // Enough to forget what a parameter costs, few enough to stay in the processor's inner cache.
+  // Enough to spread the cost of each parameter, few enough to stay in the processor's inner cache.
   static constexpr int kMostDecoded = 64;
   struct Term {
     ParameterRole role;
@@ -68,7 +68,7 @@ class GroupReader {
   bool hasAntennas_ = false;
   GroupParameters start_ = {};
   GroupParameters decoded_[kMostDecoded];
-  int first_ = 0, end_ = 0;  // groups that decoded_ holds
+  int first_ = 0, end_ = 0;  // the groups in decoded_
 };
 
 }  // namespace zeltra

@@ -26,7 +26,7 @@
 namespace zeltra {
 namespace {
 
-// An observation of a night may begin on the day after its date.
+// A night's observation may begin on the day after its date.
 constexpr double kMostDaysAfterDate = 2;
 constexpr int kSetups = 128;
 constexpr int kLargestVersion = 10000;
@@ -35,23 +35,23 @@ std::string Number(int64 n) {
   return std::to_string(n);
 }
 
-// What the groups turn out to hold.
+// What is found in the groups.
 struct Findings {
   int64 blanks = 0;
   int64 withoutSetup = 0;  // groups with a setup, source or subarray number below 1
   int64 zeroTimes = 0;
   int64 noCoordinates = 0;    // groups with u, v or w that is NaN or infinite
-  bool setups[kSetups] = {};  // numbers that occur
+  bool setups[kSetups] = {};  // setup numbers that occur
   int64 brokenOrder = 0;      // groups that break the order time, then baseline
 };
 
-// What is remembered of the record before.
+// What is remembered of the previous record.
 struct Predecessor {
   double time = 0;
   int baseline = 0;
 };
 
-// Place of a group in the file and what it is sorted by.
+// Where a group is in the file, and what it is sorted by.
 struct SortKey {
   double time;
   int32_t group;
@@ -59,7 +59,7 @@ struct SortKey {
   uint8_t subarray;
 };
 
-// Ranges are checked before a number is cut to the width of its field.
+// Ranges are checked before a number is narrowed to its field.
 bool IsSource(double value) {
   return value >= -32768.5 && value < 32767.5;
 }
@@ -68,27 +68,27 @@ bool IsSetup(double value) {
   return value >= -128.5 && value < 127.5;
 }
 
-// The column that makes a table with this code what the code says, whatever its EXTNAME was.
+// The column that a table must have to be what this code says, whatever its EXTNAME was.
 const char* KeyColumn(const std::string& code) {
   if (code == "AN") return "NOSTA";
   if (code == "SU") return "ID";
   return code == "FQ" ? "FRQSEL" : nullptr;
 }
 
-// Columns without which the table tells nothing of what it is there for.
+// Columns without which the table cannot serve its purpose.
 std::vector<const char*> ExpectedColumns(const std::string& code) {
   if (code == "AN") return {"STABXYZ"};
   return code == "FQ" ? std::vector<const char*>{"IF FREQ", "CH WIDTH"} : std::vector<const char*>();
 }
 
-// EXTVER, which is 1 where it is not there (FITS standard 4.0, section 4.4.2.6).
+// EXTVER, or 1 if it is absent (FITS standard 4.0, section 4.4.2.6).
 int VersionOf(const AFITSxtbl& extension) {
   ParseFITSstr card;
   const double version = extension.FindCard("EXTVER", card) ? ParseNumber(card.strPar()) : 1;
   return version >= 1 && version <= kLargestVersion ? static_cast<int>(version) : 0;
 }
 
-// Large tables are not looked into before their time.
+// Go by the name, so that large tables are not read before they are needed.
 bool MayHoldAntennas(const std::string& name) {
   return name.find(" AN") != std::string::npos || name == "ARRAY_GEOMETRY";
 }
@@ -119,7 +119,7 @@ class Importer {
   enum class Pass { Whole, OutOfOrder, OtherSubarray, Stopped };
 
   AResult Import();
-  void SettleDate();
+  void DateFromFirstGroup();
   template <typename Take>
   AResult ForEachGroup(const Take& take);
   AResult ReadKeys();
@@ -150,9 +150,9 @@ class Importer {
   Findings findings_;
   std::vector<SortKey> keys_;  // empty while the groups are in time order
   Subarrays subarrays_;
-  bool isSurveyed_ = false;   // subarrays other than the first are known
+  bool isSurveyed_ = false;   // the subarrays are known; the first one needs no survey
   bool isDateTaken_ = false;  // the observation date is that of the first group
-  bool plainFloats_ = false;  // values are copied as they are
+  bool plainFloats_ = false;  // values are copied unchanged
   Predecessor before_;
 };
 
@@ -169,7 +169,7 @@ AResult Importer::Import() {
   plainFloats_ = main.valueBytes() == -4 && main.bscale() == 1 && main.bzero() == 0;
   if (AResult result = writer_.Create(to_, input_.header(), options_, input_.file().name()); !result) return result;
   writer_.SetScanGap(options_.scanGap);
-  SettleDate();
+  DateFromFirstGroup();
   if (AResult result = WriteRecords(); !result) return result;
   RemarkOnFindings();
   if (AResult result = WriteTables(); !result) return result;
@@ -178,8 +178,8 @@ AResult Importer::Import() {
   return result ? writer_.Finish() : result;
 }
 
-// Group by group in the order of the file, or in time order where that differs. Most files have neither subarrays nor
-// need to be sorted: what they need is found out when the first group says so.
+// Read group by group in the order of the file, or in time order if that differs. Most files have no further subarrays
+// and need no sorting; either is done when a group turns out to need it.
 AResult Importer::WriteRecords() {
   AResult result = options_.subarray > 0 ? Survey() : AResult::Ok();
   while (result) {
@@ -212,7 +212,7 @@ Importer::Pass Importer::WritePass(AResult& result) {
   return Pass::Whole;
 }
 
-/// @param result  touched only by a failure: there are many groups
+/// set only on failure, to save time: there are many groups
 Importer::Pass Importer::WriteGroup(GroupReader& reader, int number, AResult& result) {
   const GroupParameters* parameters = reader.Parameters(number);
   if (parameters && parameters->subarray > 1 && !isSurveyed_) return Pass::OtherSubarray;
@@ -275,7 +275,7 @@ AResult Importer::ReadKeys() {
   return AResult::Ok();
 }
 
-// Find out which subarrays there are, and make one list of their antennas.
+// Find out which subarrays there are, and merge their antennas into one list.
 AResult Importer::Survey() {
   SendProgressText(options_.progress, "Reading subarrays...");
   isSurveyed_ = true;
@@ -296,12 +296,12 @@ AResult Importer::Survey() {
     return input_.Refuse(result.message() + "; zeltra import --subarray N imports a single one");
   }
   const double dateObs = isDateTaken_ ? 0 : writer_.header().info.dateObs;
-  subarrays_.Settle(dateObs, options_.subarray, summary_.remarks);
+  subarrays_.Finish(dateObs, options_.subarray, summary_.remarks);
   return AResult::Ok();
 }
 
 AResult Importer::JoinArrays() {
-  std::vector<std::string> unused;  // the tables are converted again, with remarks
+  std::vector<std::string> unused;  // WriteTables converts these again and keeps the remarks
   for (const int subarray : subarrays_.Present()) {
     if (options_.subarray > 0 && subarray != options_.subarray) continue;
     for (int i = 0; i < input_.fits().tables().count(); ++i) {
@@ -353,7 +353,7 @@ bool Importer::MakeHead(const GroupParameters& parameters, AUVXGroup& group) {
   return true;
 }
 
-// Why MakeHead turns a group down.
+// Why MakeHead rejects a group.
 AResult Importer::Unstorable(const GroupParameters& parameters, int number) const {
   std::string what = " has FREQSEL " + valToStr(parameters.freqSel) + ", beyond 8 bits";
   if (!IsSource(parameters.source)) what = " has SOURCE " + valToStr(parameters.source) + ", beyond 16 bits";
@@ -374,12 +374,12 @@ AResult Importer::Unstorable(const GroupParameters& parameters, int number) cons
   return input_.Refuse("group " + Number(number + 1) + what);
 }
 
-// Convert the values of one group in steps that stay in the processor's inner cache, however large a group is.
+// Convert the values of a group in steps that stay in the processor's inner cache, however large the group is.
 bool Importer::CopyValues(GroupReader& reader, int number, AResult& result) {
   const int valueBytes = 3 * std::abs(input_.fits().main()->valueBytes());
   for (int left = input_.values(); left > 0;) {
     const int count = std::min(left, AUVXWriter::kMostReserved);
-    const char* raw = reader.TakeValues(count * valueBytes);
+    const char* raw = reader.NextValues(count * valueBytes);
     AUVXComplex* values = raw ? writer_.Reserve(count) : nullptr;
     if (!values) {
       result = raw ? writer_.Why() : Broken(number);
@@ -396,7 +396,7 @@ bool Importer::CopyValues(GroupReader& reader, int number, AResult& result) {
   return true;
 }
 
-// A blank weight or value has no meaning: the value becomes no number and its weight none.
+// A blank weight or value has no meaning: the value becomes NaN and its weight 0.
 void Importer::FlagBlanks(const char* raw, AUVXComplex* values, int count) {
   const int size = input_.fits().main()->valueBytes();
   for (int i = 0; i < count; ++i) {
@@ -409,11 +409,11 @@ void Importer::FlagBlanks(const char* raw, AUVXComplex* values, int count) {
   }
 }
 
-// The observation date, from the first group where the header does not give it.
-void Importer::SettleDate() {
+// Take the observation date from the first group if the header has none.
+void Importer::DateFromFirstGroup() {
   BlockReader reader(*input_.fits().file());
   reader.Seek(input_.fits().main()->dataStart());
-  char* parameters = reader.Take(input_.parameterBytes());
+  char* parameters = reader.Next(input_.parameterBytes());
   if (!parameters) return;
   AUVXGroup first;
   first.load(input_.fits(), parameters);
@@ -448,7 +448,7 @@ AResult Importer::WriteTables() {
       summary_.remarks.push_back("the table " + code + " has no column " + column + ": zeros stand in its place");
     }
     if (code == "BL" || code == "HD" || code == "IT") {
-      // The code is that of a table that is made anew. An export of the list of baselines comes back here.
+      // This code belongs to a table that is made anew. The list of baselines comes back here after an export.
       const std::string& name = input_.fits().tables()(i)->extname();
       if (name != "ZELTRA BL") {
         summary_.remarks.push_back("table \"" + name + "\" is left out: a UVX file has another table " + code);
@@ -483,7 +483,7 @@ AResult Importer::WriteTables() {
     tables.emplace_back(AUVXAntenns(baseLines).ToUVXTable());
     summary_.remarks.push_back("there is no table \"AN\": antennas have no names and no positions");
   }
-  // Extensions that have the name of a source table and are none are not looked into again.
+  // Freed so that extensions named like a source table that are not one are not read again.
   input_.fits().tables().Free();
   if (!sources) sources = tables.emplace_back(AUVXSources(input_.fits()).ToUVXTable()).get();
   RemarkOnTables(antennas, *sources, *setups);
@@ -495,8 +495,8 @@ AResult Importer::WriteTables() {
   return writer_.AddProvenance(input_.cards(), ImportDescription().Command(options_));
 }
 
-// The one setup of a file without a frequency table: every IF begins at freq0, channels as the FREQ axis tells. Two
-// channels determine it, however many there are.
+// The one setup of a file without a frequency table: every IF begins at freq0, channels are spaced as on the FREQ axis.
+// Two channels determine it, however many there are.
 std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
   const AUVXHeader& header = input_.header();
   AFITSmain& main = *input_.fits().main();
@@ -514,7 +514,7 @@ std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
   return table;
 }
 
-// Whether an index table of the file says of every record which scan holds it, and the truth.
+// Whether an index table of the file names a scan for every record, and the right one.
 bool Importer::IndexAgrees(AUVXTable& table) {
   const bool isWhole = options_.subarray == 0 && !subarrays_.IsSetBack();
   if (summary_.sorted || !isWhole || options_.scanGap > 0) return false;
@@ -530,7 +530,7 @@ bool Importer::IndexAgrees(AUVXTable& table) {
     const AUVXPositionItem& scan = given(i);
     while (run < index.count() && index(run).endVis < scan.startVis) ++run;
     agrees = scan.startVis == next && scan.endVis >= scan.startVis && isOf(run, scan);
-    // A scan may hold gaps that would end others.
+    // A scan may contain gaps that would end one of our own.
     while (agrees && index(run).endVis < scan.endVis) agrees = isOf(++run, scan);
     next = agrees ? scan.endVis + 1 : next;
   }
@@ -539,7 +539,7 @@ bool Importer::IndexAgrees(AUVXTable& table) {
   return agrees;
 }
 
-// Whether the table of antennas of an extension has become a part of the common list.
+// Whether the antenna table of an extension was merged into the common list.
 bool Importer::IsInTheList(AFITSxtbl& extension) {
   const int version = VersionOf(extension);
   const bool isWanted = options_.subarray == 0 || version == options_.subarray;

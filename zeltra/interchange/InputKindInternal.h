@@ -1,4 +1,4 @@
-// Inputs that are no file of visibilities, and what to do with them.
+// Inputs that are not files of visibilities, and what to do with them.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_INTERCHANGE_INPUTKINDINTERNAL_H_
 #define ZELTRA_INTERCHANGE_INPUTKINDINTERNAL_H_
@@ -9,11 +9,11 @@
 
 namespace zeltra {
 
-/// What `path` is, where it is no file: a folder, a Measurement Set among them, a pipe, a device. Opens nothing, since
-/// a pipe would wait for its writer.
-/// @return a sentence without the path; empty for a file that may be one of visibilities, and where there is none
+/// What `path` is if it is not a file: a folder (possibly a Measurement Set), a pipe or a device. Opens nothing, since
+/// opening a pipe would wait for its writer.
+/// @return a sentence without the path; empty for a file that may hold visibilities, and if there is no such file
 std::string WhyNoInput(const std::string& path);
-/// The same of a file: one that is compressed.
+/// The same for a file: says if it is compressed.
 std::string WhyNoInput(const AInputFile& file);
 
 }  // namespace zeltra

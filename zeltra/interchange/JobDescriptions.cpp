@@ -1,4 +1,4 @@
-// What import and export take, as people see it.
+// The options and results of import and export, as the user sees them.
 // SPDX-License-Identifier: MIT
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
@@ -8,10 +8,10 @@ namespace zeltra {
 namespace {
 
 AJobDescription DescribeImport() {
-  AJobDescriber<ImportOptions> job("import", "Import random-groups UV FITS into a UVX file",
-                                   "Values are those of the source bit for bit. Groups in time order keep their order; "
-                                   "others are sorted by time, then "
-                                   "baseline. What a UVX file has no place for is told.");
+  AJobDescriber<ImportOptions> job(
+      "import", "Import random-groups UV FITS into a UVX file",
+      "Values are those of the source bit for bit. Groups in time order keep their order; others are sorted by time, "
+      "then baseline. Whatever a UVX file has no place for is reported.");
   job.Input({"IN.uvfits", "the file to import", "", 0, {}});
   job.Output({"OUT.uvx", "the file to make", "", 0, {}});
   job.Option("subarray", &ImportOptions::subarray, "import this subarray alone")

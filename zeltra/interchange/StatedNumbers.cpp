@@ -17,9 +17,9 @@ namespace {
 constexpr double kMostCounted = std::numeric_limits<int32_t>::max();
 
 struct NumberCard {
-  std::string key;   // without its index
+  std::string key;   // without its number
   int index;         // -1 if there is none
-  std::string text;  // of the value; empty if the card states none
+  std::string text;  // the value; empty if the card states none
   double value = 0;
 
   bool Is(std::initializer_list<const char*> keys) const {
@@ -33,21 +33,21 @@ struct NumberCard {
 NumberCard CardOf(std::string_view text) {
   ParseFITSstr parsed;
   parsed.Parse(std::string(text));
-  // The comment of a number may follow without a blank.
+  // The comment may follow a number without a blank.
   const std::string_view value = text.substr(kFITSKeyword + 1);
   return {parsed.strKey(), parsed.GetNumber(),
           parsed.IsParString() ? parsed.strPar() : Trimmed(value.substr(0, value.find('/')))};
 }
 
-// Hand over each card that `isMeant`, its value read. @return the sentence about the first that `take` refuses or that
-// is no number
-template <typename IsMeant, typename Take>
-std::string ForEachNumber(const AFITSbase& header, IsMeant isMeant, Take take) {
+// Pass each card that `isMeant` selects to `check`, its value read. @return the first sentence of `check`, or that a
+// value is not a number
+template <typename IsMeant, typename Check>
+std::string ForEachNumber(const AFITSbase& header, IsMeant isMeant, Check check) {
   for (int i = 0; i < header.CardCount(); ++i) {
     NumberCard card = CardOf(header.CardText(i));
     if (!isMeant(card)) continue;
     if (!card.text.empty() && !strToVal(card.text, card.value)) return card.Refusal("is not a number");
-    if (std::string sentence = take(card); !sentence.empty()) return sentence;
+    if (std::string sentence = check(card); !sentence.empty()) return sentence;
   }
   return {};
 }
@@ -68,7 +68,7 @@ std::string UnreadableCount(const AFITSbase& header) {
     return card.Is({"NAXIS"}) || (card.index < 0 && card.Is({"BITPIX", "PCOUNT", "GCOUNT", "TFIELDS"}));
   };
   return ForEachNumber(header, isMeant, [](const NumberCard& card) -> std::string {
-    // Past its digits the handlers read nothing, so 1E3 is 1 to them.
+    // The handlers stop after the digits, so they would read 1E3 as 1.
     const bool isPlain = IsSimpleFloatParse(card.text) || card.text.empty();
     if (!isPlain || card.value != std::trunc(card.value)) return card.Refusal("is not a whole number");
     if (std::fabs(card.value) <= kMostCounted) return {};

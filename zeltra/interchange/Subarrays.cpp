@@ -9,7 +9,7 @@
 namespace zeltra {
 namespace {
 
-constexpr double kDaysApart = 5;  // AIPS sets the times of each further subarray ahead by this
+constexpr double kDaysApart = 5;  // AIPS moves the times of each further subarray ahead by this
 constexpr int kLargestAntenna = 255;
 
 std::string KeyText(const AUVXTable& table, const char* key) {
@@ -31,7 +31,7 @@ int PlaceOf(const AUVXTable& table, const AUVXTableManual& column) {
   return -1;
 }
 
-// Bytes of a column in a row; 0 where its place is not known.
+// Bytes of a column in a row; 0 if its place is unknown.
 int WidthOf(const AUVXTable& table, int column) {
   const int begin = table.ColumnOffset(column);
   const int end = column + 1 < table.columnCount() ? table.ColumnOffset(column + 1) : table.rowBytes();
@@ -89,8 +89,8 @@ AResult Subarrays::AddArray(int subarray, const AUVXTable& table, std::vector<st
   return AResult::Ok();
 }
 
-/// @param antenna  with the number of its table
-/// @param number   set to that in the list
+/// @param antenna  with its number in `table`
+/// @param number   set to its number in the list
 AResult Subarrays::AddAntenna(int subarray, const Antenna& antenna, const AUVXTable& table, int row, int& number) {
   const Antenna* namesake = nullptr;
   for (const Antenna& known : antennas_) {
@@ -116,7 +116,7 @@ AResult Subarrays::AddAntenna(int subarray, const Antenna& antenna, const AUVXTa
 int Subarrays::FreeNumber(int wanted) const {
   bool taken[kLargestAntenna + 1] = {};
   for (const Antenna& antenna : antennas_) taken[antenna.number] = true;
-  // The first table keeps even numbers that it has twice.
+  // The first table keeps its numbers, even if one occurs twice.
   if (!taken[wanted] || arrays_ == 1) return wanted;
   const bool* free = std::find(taken + 1, std::end(taken), false);
   return free == std::end(taken) ? 0 : static_cast<int>(free - taken);
@@ -153,7 +153,7 @@ void Subarrays::MakeAbsolute() {
   }
 }
 
-void Subarrays::Settle(double dateObs, int only, std::vector<std::string>& remarks) {
+void Subarrays::Finish(double dateObs, int only, std::vector<std::string>& remarks) {
   int64 without = 0;
   for (const int subarray : present_) {
     auto& numbers = numbers_[static_cast<size_t>(subarray)];

@@ -1,4 +1,4 @@
-// The subarrays of a UV FITS file, which become one list of antennas.
+// The subarrays of a UV FITS file, merged into one list of antennas.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_INTERCHANGE_SUBARRAYSINTERNAL_H_
 #define ZELTRA_INTERCHANGE_SUBARRAYSINTERNAL_H_
@@ -18,45 +18,45 @@ namespace zeltra {
 ///
 /// Order of calls:
 ///   Count     for each group
-///   AddArray  for each table "AN" of a subarray that has groups, ascending
-///   Settle    when all of them are known
+///   AddArray  for the table "AN" of each subarray that has groups, ascending
+///   Finish    when all of them have been added
 class Subarrays {
  public:
-  /// The largest number of a subarray: hundredths of a baseline tell them.
+  /// The largest number of a subarray: BASELINE holds it in hundredths.
   static constexpr int kMost = 100;
-  /// Antennas this close to each other are the same one if they have one name, metres.
+  /// Antennas of one name that are this close together are the same, metres.
   static constexpr double kSamePlace = 1;
 
   void Count(int subarray, double time);
   const std::vector<int>& Present() const { return present_; }
   bool Has(int subarray) const { return groups_[static_cast<size_t>(subarray)].count > 0; }
 
-  /// Join the antennas of a table to the list: those of a name and place that the list has get its number, others keep
-  /// theirs, or get the lowest free one where it is taken. The first table keeps its numbers. Positions become absolute
-  /// where the centres or frames of the arrays differ.
+  /// Add the antennas of a table to the list. An antenna whose name and place are in the list takes its number there;
+  /// others keep theirs, or take the lowest free one if it is in use. The first table keeps its numbers. Positions
+  /// become absolute where the centres or frames of the arrays differ.
   /// @return a failure, without the name of the file, where antennas contradict each other or do not fit
   AResult AddArray(int subarray, const AUVXTable& table, std::vector<std::string>& remarks);
-  /// Settle the numbers of subarrays without a table, and by how much times are set back.
-  /// @param dateObs  Julian date of the observation, 0 if it is not known
+  /// Find the numbers of subarrays without a table, and how far times are set back.
+  /// @param dateObs  Julian date of the observation, 0 if unknown
   /// @param only     the only subarray that matters; 0: all do
-  void Settle(double dateObs, int only, std::vector<std::string>& remarks);
+  void Finish(double dateObs, int only, std::vector<std::string>& remarks);
 
-  /// Whether several tables have become one.
+  /// Whether several tables have been merged.
   bool IsMerged() const { return arrays_ > 1; }
-  /// Whether there is a table of the list.
+  /// Whether the list has a table.
   bool HasTable() const { return arrays_ > 0; }
   AUVXTable& table() { return table_; }
-  /// The number in the list; 0 for an antenna that is not in the table of its subarray.
+  /// The number in the list; 0 for an antenna that is missing from the table of its subarray.
   int NumberOf(int subarray, int antenna) const {
     return IsMerged() ? numbers_[static_cast<size_t>(subarray)][static_cast<size_t>(antenna)] : antenna;
   }
-  /// The days that the times of a subarray are ahead.
+  /// How many days the times of a subarray are ahead.
   double DaysAhead(int subarray) const { return groups_[static_cast<size_t>(subarray)].daysAhead; }
   bool IsSetBack() const;
-  /// Whether subarrays end scans: those that observe one after the other. The records of several that observe at once
-  /// lie among each other, and are those of one array.
+  /// Whether a change of subarray ends a scan, which it does where they observe one after the other. Records of
+  /// subarrays that observe at the same time are interleaved, and count as those of one array.
   bool EndScans() const { return endScans_; }
-  /// Give antennas of another table, which tells their subarray, the numbers of the list.
+  /// Renumber the antennas of another table, which has a column for their subarray, to match the list.
   void Renumber(AUVXTable& table) const;
 
  private:

@@ -15,7 +15,7 @@
 namespace zeltra {
 namespace {
 
-// Twenty times what is found in the field.
+// Twenty times the most seen in real files.
 constexpr int kMostCards = 100000;
 constexpr char kTooLong[] = " is longer than the 64 MiB that an import takes";
 static_assert(kFITSMostHeaderBytes == 64 << 20);
@@ -30,12 +30,12 @@ std::string Joined(const std::vector<std::string>& names) {
   return text;
 }
 
-// Cards that tell the layout of the file, or that an export makes of the fields of a UVX file, of its own date, or
-// anew.
+// Cards that give the layout of the file, that an export makes from the fields of a UVX file or its own date, or that
+// it writes anew.
 constexpr std::string_view kMadeByExport[] = {
     "SIMPLE", "BITPIX", "EXTEND",  "BLOCKED",  "GROUPS",   "PCOUNT", "GCOUNT", "BSCALE",   "BZERO",  "BLANK",
     "BUNIT",  "EPOCH",  "EQUINOX", "DATE-OBS", "DATE-MAP", "DATE",   "END",    "CHECKSUM", "DATASUM"};
-// The same with a number after them, or without.
+// The same with or without a number after them.
 constexpr std::string_view kMadeSeries[] = {"NAXIS", "PTYPE", "PSCAL", "PZERO", "CTYPE",
                                             "CRVAL", "CDELT", "CRPIX", "CROTA", "CUNIT"};
 
@@ -60,7 +60,7 @@ std::vector<std::string> Words(const std::string& name) {
   return words;
 }
 
-// The name under which a random parameter is read, empty for one that is not.
+// The name under which a random parameter is read; empty if it is not read.
 std::string KnownParameter(const std::vector<std::string>& words) {
   if (words.empty()) return {};
   const std::string& name = words[0];
@@ -74,7 +74,7 @@ std::string KnownParameter(const std::vector<std::string>& words) {
   return {};
 }
 
-// The same for a parameter that stands beside ANTENNA1 and ANTENNA2 where there is no BASELINE. By its first letter a
+// The same for a parameter next to ANTENNA1 and ANTENNA2, where there is no BASELINE. Judged by its first letter a
 // SUBARRAY would be a source.
 std::string AntennaParameter(const std::vector<std::string>& words) {
   if (words.size() != 1) return {};
@@ -185,7 +185,7 @@ AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
   }
   const int stokes = main.FindAxis("STOKES"), freq = main.FindAxis("FREQ"), ifs = main.FindAxis("IF");
   if (!freq) return Refuse("there is no axis FREQ");
-  // Axes are found by parts of their names, so that one axis may seem to be several.
+  // Axes are found by parts of their names, so one axis may match several.
   const bool inOrder = freq > 2 && (!stokes || (stokes > 2 && stokes < freq)) && (!ifs || ifs > freq);
   if (!inOrder) return Refuse("the axes STOKES, FREQ, IF are not in that order after COMPLEX");
   for (int axis = 3; axis <= main.naxis(); ++axis) {
@@ -264,7 +264,7 @@ AResult UVFITSInput::PrepareParameters(std::vector<std::string>& remarks) {
     std::string known = KnownParameter(words);
     if (known.empty() && !hasBaseline) known = AntennaParameter(words);
     if (known.empty() && !Trimmed(main.ptype(i)).empty()) lost.push_back(Trimmed(main.ptype(i)));
-    // Readers of a group go by first letters, so a parameter that is not known must not keep its name.
+    // Group readers go by first letters, so an unknown parameter must not keep its name.
     main.ptype(i) = known;
     present.insert(known);
     const bool wavelengths = words.size() > 1 && words[1] == "L" && known.size() == 2;
@@ -313,7 +313,7 @@ void UVFITSInput::PrepareHeader(std::vector<std::string>& remarks) {
   }
   const std::optional<std::string> blank = Find("BLANK");
   hasBlank_ = blank && !blank->empty() && main.valueBytes() > 0;
-  // A number that no integer of the file can be stands for no blank at all.
+  // A number that no integer of the file can have means that there is no blank.
   const double value = hasBlank_ ? ParseNumber(*blank) : 0;
   hasBlank_ = hasBlank_ && value >= -2147483648.0 && value <= 2147483647.0;
   if (hasBlank_) blank_ = static_cast<int>(value);
@@ -327,7 +327,7 @@ void UVFITSInput::KeepCards(std::vector<std::string>& remarks) {
   for (int i = 0; i + 1 < main.CardCount(); ++i) {  // the last one is END
     const std::string_view card = main.CardText(i), keyword = KeywordOf(card);
     if (card.find_first_not_of(' ') == card.npos) continue;
-    // A text that goes on goes with the card that begins it.
+    // CONTINUE cards belong to the card before them.
     if (keyword != "CONTINUE") isKept = !IsMadeByExport(keyword);
     if (isKept && cards_.count() == kMostCards) ++left;
     if (isKept && cards_.count() < kMostCards) cards_.Add(card);
@@ -340,7 +340,7 @@ void UVFITSInput::KeepCards(std::vector<std::string>& remarks) {
 }
 
 void UVFITSInput::ReadHistory(const std::string& line) {
-  // The last card of a kind holds.
+  // The last card of each kind counts.
   for (auto [label, value] : {std::pair{"SORT ORDER", &sortOrder_}, std::pair{"WTSCAL", &weightScale_}}) {
     const size_t at = line.find(label);
     if (at == std::string::npos) continue;

@@ -1,4 +1,4 @@
-// A UV FITS file as found in the field, checked and prepared for reading.
+// A UV FITS file, checked and prepared for reading.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
 #define ZELTRA_INTERCHANGE_UVFITSINPUTINTERNAL_H_
@@ -21,23 +21,23 @@ namespace zeltra {
 /// scaled to seconds.
 class UVFITSInput {
  public:
-  /// @param remarks  receives a sentence for all that is doubtful or not carried
+  /// receives a sentence for each thing that is doubtful or left out
   AResult Open(std::unique_ptr<AInputFile> file, std::vector<std::string>& remarks);
 
   AFITS& fits() { return *fits_; }
   const AInputFile& file() const { return *file_; }
-  /// The UVX header of the file; its ranges are empty.
+  /// The UVX header for the file; its ranges are empty.
   const AUVXHeader& header() const { return header_; }
-  /// The cards of the header that the export of such a file would not make itself.
+  /// The cards of the header that an export would not write by itself.
   const AUVXHeaderCards& cards() const { return cards_; }
   int groups() const { return fits_->main()->gcount(); }
   /// Bytes of a group before its visibilities.
   int parameterBytes() const { return parameterBytes_; }
-  /// Whether ANTENNA1 and ANTENNA2 stand in place of a BASELINE.
+  /// Whether the file has ANTENNA1 and ANTENNA2 instead of BASELINE.
   bool hasAntennas() const { return hasAntennas_; }
   /// Complex values in a group.
   int values() const { return values_; }
-  /// Raw value that stands for "no value" in integer data; meaningful when hasBlank().
+  /// The raw value that means "no value" in integer data; meaningful when hasBlank().
   int blank() const { return blank_; }
   bool hasBlank() const { return hasBlank_; }
   /// Whether the history claims the order time, then baseline.
@@ -62,9 +62,9 @@ class UVFITSInput {
   void RemarkOnHistory(std::vector<std::string>& remarks);
 
   std::unique_ptr<AFITS> fits_;
-  AInputFile* file_ = nullptr;  // that `fits_` owns
+  AInputFile* file_ = nullptr;  // owned by `fits_`
   AUVXHeaderCards cards_;
-  std::string sortOrder_, weightScale_;  // as the history tells
+  std::string sortOrder_, weightScale_;  // from the history
   AUVXHeader header_;
   int parameterBytes_ = 0;
   int values_ = 0;

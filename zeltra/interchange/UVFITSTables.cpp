@@ -15,7 +15,7 @@
 namespace zeltra {
 namespace {
 
-// FITS-IDI tables whose AIPS names differ by more than their first letters say.
+// FITS-IDI tables whose AIPS names differ in more than their first letters.
 constexpr std::pair<const char*, const char*> kInterchangeNames[] = {
     {"FREQUENCY", "AIPS FQ"}, {"ARRAY_GEOMETRY", "AIPS AN"}, {"SOURCE", "AIPS SU"}, {"ANTENNA", "AIPS AT"}};
 
@@ -23,7 +23,7 @@ bool StartsWith(const std::string& text, const char* start) {
   return text.rfind(start, 0) == 0;
 }
 
-// Bytes of a field in a row, or -1 where the format is none of FITS.
+// Bytes of a field in a row, or -1 if the format is not one of FITS.
 int64 FieldBytes(char type, int64 count) {
   switch (type) {
     case 'A':
@@ -75,7 +75,7 @@ std::vector<Field> Layout(AFITSxtbl& extension) {
     const int64 bytes = FieldBytes(type, count);
     if (bytes < 0) return {};
     fields.push_back({type, count, offset, bytes});
-    // A table takes the last character for the type, so the width of shorter texts, as in 60A12, goes.
+    // A table reads the last character as the type, so the width of shorter texts, as in 60A12, is dropped.
     extension.tform(i) = CanCarry(fields.back()) ? repeat + type : repeat + form.substr(letter);
     offset += bytes;
   }
@@ -83,8 +83,8 @@ std::vector<Field> Layout(AFITSxtbl& extension) {
   return fields;
 }
 
-// The fields that a table carries, in its order: that of the file, but the lists of antennas, sources and scans find no
-// column behind one of bits, so bits come last there.
+// The fields that a table carries, in its order: that of the file, except that bits come last in the lists of antennas,
+// sources and scans, which find no column after one of bits.
 std::vector<int> OrderOf(const std::vector<Field>& fields, const std::string& code) {
   std::vector<int> order;
   for (int i = 0; i < static_cast<int>(fields.size()); ++i) {
@@ -102,7 +102,7 @@ bool IsAboutColumn(const std::string& key) {
   return false;
 }
 
-// Keywords that are about a column, as TSCAL3 is, follow it to its new place, or go with it.
+// Keywords about a column, such as TSCAL3, move with it, or are dropped with it.
 void RenumberKeyWords(AUVXTable& table, const std::vector<int>& order) {
   AArray<AUVXTableKeyWord> kept;
   for (int i = 0; i < table.keywords().count(); ++i) {
@@ -121,7 +121,7 @@ void RenumberKeyWords(AUVXTable& table, const std::vector<int>& order) {
   table.keywords() = kept;
 }
 
-// Copy fields side by side: the rows of a table hold nothing between columns.
+// Copy fields side by side: a table's rows have no gaps between columns.
 bool Repack(AFITSxtbl& extension, const std::vector<Field>& fields, const std::vector<int>& order, AUVXTable& table) {
   const AArray<AUVXTableKeyWord> keywords = table.keywords();
   table.Create(table.ID());
@@ -145,7 +145,7 @@ bool Repack(AFITSxtbl& extension, const std::vector<Field>& fields, const std::v
   return true;
 }
 
-// Some writers leave garbage behind the zero byte that ends a text.
+// Some writers leave garbage after the zero byte that ends a text.
 int CleanTexts(AUVXTable& table) {
   int cleaned = 0;
   for (int column = 0; column < table.columnCount(); ++column) {
@@ -160,8 +160,7 @@ int CleanTexts(AUVXTable& table) {
   return cleaned;
 }
 
-// A table takes its keywords from the cards behind the last unit only. Writers put them anywhere, so the others are
-// added.
+// A table reads keywords only from the cards after the last unit. Writers put them anywhere, so the others are added.
 void AddKeyWords(AFITSxtbl& extension, AUVXTable& table, const std::string& label, std::vector<std::string>& remarks) {
   std::set<std::string> present;
   for (int i = 0; i < table.keywords().count(); ++i) present.insert(table.keywords()(i).Key());
@@ -236,11 +235,11 @@ std::unique_ptr<AUVXTable> ConvertTable(AFITSxtbl& extension, std::vector<std::s
   }
   AddKeyWords(extension, *table, label, remarks);
   if (!isAsStored) RenumberKeyWords(*table, order);
-  // Converters give tables with columns of FITS-IDI the names of AIPS.
+  // Give tables with FITS-IDI columns the names of AIPS.
   const std::string code = table->Code();
   const bool isList = code == "FQ" || code == "AN" || code == "SU" || code == "NX";
-  // Names of columns are the same in small letters (FITS standard 4.0, section 7.2.2); readers of UVX look for
-  // capitals.
+  // Column names are the same in upper and lower case (FITS standard 4.0, section 7.2.2); readers of UVX look for upper
+  // case.
   for (int i = 0; i < table->columnCount() && isList; ++i) {
     AUVXTableManual& column = table->columns()(i);
     SetFieldText(column.name, sizeof column.name, Capitals(column.Name()));

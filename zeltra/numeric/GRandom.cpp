@@ -12,7 +12,7 @@ namespace {
 constexpr unsigned kLargest = 32767;
 constexpr double kPerStep = 3.051850947599719e-5;  // 1 / 32767
 
-// Where rand() is wider than 15 bits its high ones serve: in many generators they are the better ones.
+// Where rand() is wider than 15 bits use its high bits, which are the better ones in many generators.
 constexpr int kExcessBits = std::bit_width(unsigned{RAND_MAX}) - std::bit_width(kLargest);
 static_assert(kExcessBits >= 0 && unsigned{RAND_MAX} >> kExcessBits == kLargest &&
               std::has_single_bit(unsigned{RAND_MAX} + 1));
@@ -46,7 +46,7 @@ double GRandom::GetValue() {
     u2 = random(2.0) - 1;
     s = u2 * u2 + u1 * u1;
   } while (s > 1.0);
-  // s is never 0: no k / 32767 is one half.
+  // s is never 0, since no k / 32767 equals one half.
   const double f = std::sqrt(-2 * std::log(s) / s);
   spare_ = (f * u2 + a_) * b_;
   return (f * u1 + a_) * b_;

@@ -7,20 +7,20 @@
 
 namespace zeltra {
 
-// All numbers come from the C runtime's rand(), whose one state the whole process shares without a lock: a program that
-// calls srand() repeats them, threads that draw at once take turns in one sequence.
+// All numbers come from the C runtime's rand(), whose single state is shared by the whole process without a lock:
+// calling srand() repeats the sequence, and threads that draw at the same time share it.
 
 /// A uniform number k / 32767, k = 0..32767: both 0 and 1 occur.
 ZELTRA_API double random();
 /// random() x `x`.
 ZELTRA_API double random(double x);
-/// random() x `n`, cut towards zero: 0 to `n` inclusive, deliberately, though `n` itself is as rare as 1 in 32768.
+/// random() x `n`, truncated towards zero: 0 to `n` inclusive, `n` itself once in 32768, a range that programs rely on.
 ZELTRA_API int random(int n);
 /// Seed the generator with the time in seconds.
 ZELTRA_API void randomize();
 
-/// Normally distributed numbers with mean `a` x `b` (not `a`: the offset is added before scaling, deliberately) and
-/// standard deviation `b`.
+/// Normally distributed numbers with mean `a` x `b` and standard deviation `b`. The mean is not `a`: the offset is
+/// added before scaling, and programs rely on that.
 ///
 /// By the polar method (G. Marsaglia and T. A. Bray, SIAM Review 6, 260, 1964), which yields two independent numbers at
 /// a time: every other call returns the second of a pair and draws nothing.

@@ -19,12 +19,12 @@
 namespace zeltra {
 namespace {
 
-// The most things that a list in a sentence names.
+// The most items that a sentence lists.
 constexpr size_t kMostNamed = 30;
 
 constexpr int kRR = -1, kLL = -2, kXX = -5, kYY = -6, kI = 1;  // polarisation codes
 
-// A word that names a source or an antenna, by its number or by its name.
+// A word for a source or an antenna, as a number or a name.
 struct AWord {
   std::optional<int> number;
   std::string name;
@@ -67,7 +67,7 @@ UVXTableSummary Summarise(const AUVXTableItem& item, const AUVXTable* table) {
   return summary;
 }
 
-// Some writers use the name that the keyword has elsewhere in FITS. Empty where there is none.
+// Some writers use the name that this keyword has elsewhere in FITS. Empty if there is none.
 std::string StatedTimeScale(const AUVXTable& antennas) {
   std::string scale;
   for (const char* name : {"TIMESYS", "TIMSYS"}) {
@@ -166,7 +166,7 @@ AResult AUVXContents::CheckIndex(AUVXInput& input, const ScanVisitor& visit) con
     for (int k = 0; k < 2; ++k) {
       const int record = (k == 0 ? scan.startVis : scan.endVis) - 1;
       reader.Seek(uvx.DataOffset() + int64{record} * uvx.recSize());
-      char* bytes = reader.Take(AUVXGroup::kBytes);
+      char* bytes = reader.Next(AUVXGroup::kBytes);
       if (!bytes) return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record + 1));
       ends[k].load(bytes);
       if (ends[k].sourceNo() != scan.sourceId || ends[k].freqSel() != scan.freqId) return IndexDenies(record, ends[k]);
@@ -185,7 +185,7 @@ AResult AUVXContents::ReadTimes(AUVXInput& input, AUVXPositionItem& scan) const 
     if (!input.ReadTime(record, date)) {
       return AResult::Fail(path_ + ": cannot be read in record " + std::to_string(record));
     }
-    // To 0.1 ms: a Julian date is good for 0.04 ms.
+    // Rounded to 0.1 ms, since a Julian date is accurate to 0.04 ms.
     seconds[k] = std::round((date - header_.info.dateObs) * (kSecondsPerDay * 1e4)) / 1e4;
     if (!std::isfinite(seconds[k])) return AResult::Ok();
   }
@@ -218,7 +218,7 @@ std::string AUVXContents::SourceName(int number) const {
 }
 
 SkyPosition AUVXContents::PositionOf(const AUVXSourceItem& source) const {
-  // A negative equinox marks coordinates of that equinox in the place of apparent ones.
+  // A negative equinox marks coordinates of that equinox stored in place of apparent ones.
   const bool atEquinox = source.epoch > 0 && (source.raEpoch != 0 || source.decEpoch != 0);
   const double equinox = source.epoch != 0 ? std::fabs(source.epoch) : header_.info.epoch;
   if (atEquinox) return {source.raEpoch, source.decEpoch, equinox};
@@ -238,7 +238,7 @@ std::string AUVXContents::NumberAndName(int antenna) const {
 
 AResult AUVXContents::FindSource(const std::string& text, int& number) const {
   const std::vector<int> present = SourceNumbers();
-  // Without an index nothing says which sources there are.
+  // Without an index the sources with records are unknown.
   const auto hasRecords = [&](int n) {
     return present.empty() || std::binary_search(present.begin(), present.end(), n);
   };
@@ -270,7 +270,7 @@ AResult AUVXContents::FindAntenna(const std::string& text, int& number) const {
   return AResult::Fail(path_ + ": no antenna " + text + "; there are " + AntennaList());
 }
 
-// Names may hold hyphens themselves, so every hyphen is tried.
+// Names may contain hyphens, so every hyphen is tried.
 AResult AUVXContents::FindBaseline(const std::string& text, int& first, int& second) const {
   AResult result = AResult::Fail(text + ": not a baseline, which is written as in 2-5");
   for (size_t hyphen = text.find('-'); hyphen != std::string::npos; hyphen = text.find('-', hyphen + 1)) {
@@ -353,11 +353,11 @@ AResult AUVXContents::FindValues(const UVXSelection& selection, ValuesChoice& va
   return result ? FindPolarisations(selection.stokes, values.polarisations) : result;
 }
 
-// 0 h of the day that times of day count from: that of the first record where DATE-OBS is of another observation.
+// 0 h of the day that times of day refer to: that of the first record if DATE-OBS belongs to another observation.
 double AUVXContents::FirstDay() const {
   AUVXMinMax range = header_.range;
   const double first = range.time().minimum, date = header_.info.dateObs;
-  constexpr double kDays = 2;  // an observation may begin on the day after
+  constexpr double kDays = 2;  // an observation may begin on the following day
   const bool isOther = CalendarDate(first).year != 0 && !(first >= date && first < date + kDays);
   return isOther ? MidnightBefore(first) : date;
 }

@@ -40,14 +40,14 @@ struct BaseLine {
 void BaseLine::Add(const AUVXComplex* values, int count) {
   size_t s = 0;
   for (const AUVXComplex* value = values; value < values + count; ++value) {
-    // In double precision the squares of finite parts are finite.
+    // The squares of finite floats are finite in double precision.
     const double amplitude = std::sqrt(value->Re() * value->Re() + value->Im() * value->Im());
     if (value->weight > 0 && std::isfinite(value->weight) && std::isfinite(amplitude)) amplitudes[s].Add(amplitude);
     if (++s == amplitudes.size()) s = 0;
   }
 }
 
-// The baselines of the records so far, found by source and antennas.
+// The baselines of the records read so far, by source and antennas.
 class BaseLineTable {
  public:
   explicit BaseLineTable(int stokes) : stokes_(static_cast<size_t>(stokes)) {}

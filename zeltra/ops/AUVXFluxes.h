@@ -1,4 +1,4 @@
-// How strong the signal is on every baseline of a file.
+// Statistics of the amplitudes on every baseline of a file.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_AUVXFLUXES_H_
 #define ZELTRA_OPS_AUVXFLUXES_H_
@@ -21,14 +21,14 @@ struct AUVXFluxItem {
       0.0;  ///< standard deviation of the amplitudes (n - 1 in the denominator); 0 for fewer than two values
 };
 
-/// Statistics of the amplitudes beside a baseline list: item (b, s) belongs to baseline b of baselines() and
-/// polarisation s of the file. A value is valid when its record is not flagged, its weight is above 0 and all three
+/// Statistics of the amplitudes, alongside a baseline list: item (b, s) belongs to baseline b of baselines() and
+/// polarisation s of the file. A value is valid if its record is not flagged, its weight is above 0 and all three
 /// numbers are finite.
 class ZELTRA_API AUVXFluxes {
  public:
-  /// Read the records of `input` once, as they lie; the file needs no index.
-  /// @param selection  of records: its values all count
-  /// @return that the job was cancelled, or that a record cannot be read: the lists are then empty
+  /// Read the records of `input` once, in file order; the file needs no index.
+  /// @param selection  of records: all their values count
+  /// @return that the job was cancelled, or that a record cannot be read; the lists are then empty
   AResult Create(AUVXInput& input, const UVXSelection& selection, const JobOptions& options);
 
   /// The baselines of the records.

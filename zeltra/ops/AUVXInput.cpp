@@ -19,7 +19,7 @@ namespace zeltra {
 namespace {
 
 constexpr int32_t kCommitted = 1003;
-// A record of so many values, its sums and its average fit beside each other.
+// With this many values, a record, its sums and its average fit in memory together.
 constexpr int kMostValues = 1 << 20;
 
 std::string CodeOf(const AUVXTableItem& item) {
@@ -46,7 +46,7 @@ AResult AUVXInput::Open(const std::string& path, const JobOptions& options) {
 }
 
 AResult AUVXInput::Open(std::unique_ptr<AInputFile> file, const JobOptions& options) {
-  // It borrows the file that goes now.
+  // It borrows the file that is about to close.
   uvx_.Close();
   uvx_ = AUVXFile();
   if (!temporary_.empty()) RemoveFile(temporary_);
@@ -78,7 +78,7 @@ AResult AUVXInput::Import(const JobOptions& options) {
   remarks_ = std::move(summary.remarks);
   if (result.code() == AResult::Cancelled) return AResult::Cancel(path_ + ": the import was cancelled");
   if (result) result = file_->Open(temporary_, path_);
-  // Where an open file may lose its name, nothing is left of it whatever happens.
+  // Where open files can be removed, nothing is left behind whatever happens.
   if (RemoveFile(temporary_)) temporary_.clear();
   return result ? Settle(OpenUVX()) : result;
 }
@@ -158,7 +158,7 @@ AResult AUVXInput::CheckRecordSize() {
   const int64 points = int64{std::max<int>(uvx_.IFs(), 1)} * uvx_.channels();
   const int64 values = points * std::max<int>(uvx_.stokes(), 1);
   if (values <= kMostValues) return AResult::Ok();
-  return AResult::Fail(path_ + ": its records of " + std::to_string(values) + " values are too long, the most are " +
+  return AResult::Fail(path_ + ": its records of " + std::to_string(values) + " values are too long, the limit is " +
                        std::to_string(kMostValues));
 }
 

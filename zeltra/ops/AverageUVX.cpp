@@ -8,7 +8,9 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/FrequencyTablesInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
+#include "zeltra/ops/PartFileInternal.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
@@ -21,6 +23,7 @@ size_t RecordBytes(int values) {
 
 // What comes before the records of an interval, or of a piece of one.
 struct IntervalHead {
+  int part;  // of the plan, from 0
   int scan;  // place in the index of the input
   int records;
   float integration;  // seconds, 0 if not known
@@ -35,7 +38,7 @@ void AppendRecords(const Interval& interval, int values, std::vector<char>& byte
   group.source = static_cast<int16_t>(interval.stream.source);
   group.frqsel = static_cast<int8_t>(interval.stream.setup);
   group.date = interval.time;
-  const IntervalHead head = {interval.scan, static_cast<int>(places.size()), interval.seconds};
+  const IntervalHead head = {interval.part, interval.scan, static_cast<int>(places.size()), interval.seconds};
   bytes.resize(sizeof head + places.size() * recordBytes);
   std::memcpy(bytes.data(), &head, sizeof head);
   char* record = bytes.data() + sizeof head;
@@ -74,10 +77,11 @@ AResult TakeIntervals(const std::vector<char>& bytes, size_t recordBytes, const 
 
 // Hand out averages as records of a UVX file, interval by interval.
 AResult AverageRecords(AUVXInput& from, const AverageOptions& options, const ValuesChoice& values,
-                       const TakeRecords& take) {
+                       const TakeRecords& take, int* parts = nullptr) {
   if (AResult result = from.CheckRecordSize(); !result) return result;
   IntervalWalk walk(from, options);
   if (AResult result = walk.Open(); !result) return result;
+  if (parts) *parts = walk.parts();
   const AUVXFile& uvx = from.uvx();
   const bool isWeighted = options.mean == MeanKind::Weighted;
   const ValueChoice choice = IsAll(uvx, options, values)
@@ -117,6 +121,17 @@ AResult FindMixes(AUVXInput& from, AverageMix mix, std::vector<PolarisationChoic
                        (names.empty() ? "none" : names));
 }
 
+// The table that tells where the records of some parts belong.
+AResult AddPartList(AUVXInput& from, const AverageOptions& options, PartList& list, AUVXWriter& writer) {
+  AUVXHeaderCards cards = from.contents().cards();
+  cards.AddHistory(AverageDescription().Command(options));
+  list.share = *options.share;
+  list.cards = HashOf(cards);
+  AUVXTable table;
+  if (!list.Store(table)) return AResult::Fail(from.path() + ": has too many intervals for one part of the work");
+  return writer.AddTable(table);
+}
+
 AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptions& options, CopySummary* summary) {
   ValuesChoice averaged;
   AUVXHeader header(from.uvx());
@@ -127,25 +142,31 @@ AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageOptio
   AResult result = channels.Open(from.path(), header, selection.IFs, selection.channels, {});
   if (!result) return result;
   const std::unique_ptr<AUVXTable> setups = from.Table("FQ");
-  if (result = channels.CheckFrequencies(from.path(), setups.get()); !result) return result;
+  if (result = CheckSetups(from.path(), channels.Frequencies(), setups.get()); !result) return result;
   channels.Change(header, setups.get());
   if (result = ChangePolarisations(averaged.polarisations, to, header); !result) return result;
   AUVXWriter writer;
-  if (result = writer.Create(to, header, options, from.path()); !result) return result;
+  const std::string path = options.share ? options.share->FileName(to) : to;
+  if (result = writer.Create(path, header, options, from.path()); !result) return result;
   const AUVXPosition& scans = from.contents().scans();
-  result = AverageRecords(from, options, averaged, [&](const IntervalHead& head, const char* records) {
-    writer.BeginScan(head.scan, scans(head.scan).subarray);
+  PartList list;
+  const auto take = [&](const IntervalHead& head, const char* records) {
+    const int subarray = scans(head.scan).subarray;
+    writer.BeginScan(head.scan, subarray);
     writer.SetIntegration(head.integration);
+    if (options.share) list.Append({head.part + 1, head.scan, subarray, head.records, head.integration});
     return writer.Append(records, head.records);
-  });
-  if (!result) return result;
-  std::string others;
+  };
+  if (result = AverageRecords(from, options, averaged, take, &list.parts); !result) return result;
+  if (options.share) list.input = HashOf(from);
+  FrequencyTables tables(channels.Frequencies(), from.uvx().freq0(), setups.get());
   result = CopyTables(from, writer, AverageDescription().Command(options),
-                      [&](AUVXTable& table) { channels.ReduceOrTell(table, others); });
+                      [&](AUVXTable& table) { return tables.Change(table); });
+  if (result && options.share) result = AddPartList(from, options, list, writer);
   if (!result) return result;
   if (summary) {
     summary->records = writer.records();
-    if (!others.empty()) summary->remarks.push_back(ChannelSelection::RemarkOn(others));
+    summary->remarks = tables.Remarks();
   }
   return writer.Finish();
 }

@@ -53,7 +53,8 @@ using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& valu
 ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink);
 
 /// Average into a UVX file with the tables of `from`: its scans as far as they have averages, its baseline list made
-/// anew. Where IFs or channels are left out frequencies stay right, as in CopyUVX.
+/// anew. Where IFs or channels are left out frequencies stay right, as in CopyUVX. With a `share`, `to`.K-of-N is
+/// written for JoinParts.
 /// @param summary  may be null
 /// @return a failure also for more than 8 polarisations, before anything is read
 ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options,

@@ -19,7 +19,7 @@ constexpr double kMostChains = 1 << 20;
 
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
-// The base class has no virtual destructor, and needs none here.
+// The base class has no virtual destructor, and none is needed here.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 #endif
 
@@ -27,7 +27,7 @@ class BaseLineSearch final : public ABaseClosedSearch {
  public:
   explicit BaseLineSearch(const ABaseLine& baselines) : baselines_(baselines) {}
 
-  // The baseline behind a signed number, in the direction that the number says.
+  // The baseline of a signed number, in the direction that the sign gives.
   ABL Directed(int number) {
     const ABL base = GetBase(std::abs(number) - 1);
     return number > 0 ? base : ABL(base.tlsc2(), base.tlsc1());
@@ -56,7 +56,7 @@ AResult BaseLinesOf(AUVXInput& from, AUVXBaseLines& found) {
   });
 }
 
-// @param sources  that count; none: all
+// @param sources  those whose baselines count; empty: all
 ABaseLine Unflagged(const AUVXBaseLines& table, const std::set<int>& sources) {
   ABaseLine baselines;
   for (int i = 0; i < table.count(); ++i) {
@@ -97,7 +97,7 @@ AResult FindLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChai
     return AResult::Fail(from.path() + ": " + std::to_string(baselines.count()) + " baselines are too many to search");
   }
   BaseLineSearch search(baselines);
-  // No chain is longer than all baselines together.
+  // No chain is longer than the number of baselines.
   const int longest = std::min(options.longest, baselines.count());
   search.SetMaxLink(longest);
   search.CaculateIndexes();

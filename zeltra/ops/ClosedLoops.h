@@ -1,4 +1,4 @@
-// The chains of baselines of a file that close the loop over one of them.
+// Chains of baselines that close a loop with a given one.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_CLOSEDLOOPS_H_
 #define ZELTRA_OPS_CLOSEDLOOPS_H_
@@ -15,24 +15,24 @@
 namespace zeltra {
 
 struct LoopOptions : JobOptions {
-  /// Antennas by number or name with a hyphen between, as in "2-5" or "PT-LA".
+  /// Two antennas, each a number or a name, joined by a hyphen, as in "2-5" or "PT-LA".
   std::string baseline;
-  /// The longest chain, baselines.
+  /// The longest chain, in baselines.
   int longest = 3;
-  /// With no more than sources, whose baselines count.
+  /// Only its sources may be set; their baselines count.
   UVXSelection selection;
 };
 
-/// Baselines, each from its first antenna to its second one, that lead from antenna 1 of the searched baseline to its
+/// Baselines, each from its first antenna to its second, that lead from antenna 1 of the searched baseline to its
 /// antenna 2.
 using AChain = std::vector<ABL>;
 
-/// Search the baselines that the table "BL" lists as not flagged, or those of the records in a file without the table.
-/// @param chains  of 2 to `longest` baselines, none of them twice, in the order of ABaseClosedSearch
-/// @return a failure also where the chains could be more than a million
+/// Search the baselines that the table "BL" lists as not flagged, or, without that table, those of the records.
+/// @param chains  of 2 to `longest` baselines, none used twice, in the order of ABaseClosedSearch
+/// @return a failure also if there could be more than a million chains
 ZELTRA_API AResult FindClosedLoops(AUVXInput& from, const LoopOptions& options, std::vector<AChain>& chains);
 
-/// What a person may tell the job, and what it gives.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& LoopsDescription();
 
 }  // namespace zeltra

@@ -1,4 +1,4 @@
-// Which closure phases are looked at where little is asked for.
+// The default choice of closure phases.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_CLOSURECHOICE_H_
 #define ZELTRA_OPS_CLOSURECHOICE_H_
@@ -9,7 +9,7 @@
 
 namespace zeltra {
 
-/// Settle the antenna that `closure` leaves open: the one that most of the visibilities are of.
+/// Choose the antenna, if `closure` names none: the one with the most visibilities.
 /// @param data  selects the visibilities of the closure phases
 /// @return a failure of the selection, or that it leaves no valid visibility
 ZELTRA_API AResult SettleClosure(SelectedVisibilities& data, ClosureOptions& closure);

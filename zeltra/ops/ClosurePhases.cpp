@@ -23,12 +23,12 @@ namespace {
 
 constexpr int kRR = -1, kLL = -2, kXX = -5, kYY = -6, kI = 1;
 
-// Closures are handed on in pieces of this size.
+// Closures are delivered in pieces of this size.
 constexpr size_t kPieceBytes = 1 << 20;
-// What the bispectra of all values take while they are averaged over time stamps.
+// Limit for the bispectra of all values while they are averaged over time stamps.
 constexpr int64 kMostTermBytes = 64 << 20;
 
-/// The polarisation that the conjugate of `code` has when the antennas are exchanged.
+/// The polarisation that `code` turns into, conjugated, when the antennas are exchanged.
 int Exchanged(int code) {
   switch (code) {
     case -3:
@@ -44,11 +44,11 @@ int Exchanged(int code) {
   }
 }
 
-// A closure on its way from the threads.
+// A closure as the threads deliver it.
 struct ClosureRow {
   double time;
   double value, sigma;
-  std::int32_t source, place;
+  std::int32_t part, source, place;
   std::uint8_t antennas[4];
 };
 
@@ -59,12 +59,12 @@ struct ClosureState : IntervalState {
 class Closer {
  public:
   Closer(AUVXInput& from, const ClosureOptions& options)
-      : from_(from), options_(Settled(options)), walk_(from, options_) {}
+      : from_(from), options_(WeightedMeans(options)), walk_(from, options_) {}
 
   AResult Run(const ClosureSink& sink, AClosureCounts* counts);
 
  private:
-  static ClosureOptions Settled(ClosureOptions options);
+  static ClosureOptions WeightedMeans(ClosureOptions options);
   AResult LookUp();
   AResult FindPolarisations();
   AResult FindStored(const std::string& name, AStokesItem& item) const;
@@ -85,7 +85,7 @@ class Closer {
   std::atomic<int64> formed_ = 0, weak_ = 0;
 };
 
-ClosureOptions Closer::Settled(ClosureOptions options) {
+ClosureOptions Closer::WeightedMeans(ClosureOptions options) {
   options.complexMean = true;
   options.mean = MeanKind::Weighted;
   return options;
@@ -145,9 +145,8 @@ AResult Closer::FindPolarisations() {
   int total = 0;
   if (polarisations_.empty() && stored.FindStokes(kI, total)) take(total);
   if (!polarisations_.empty()) return AResult::Ok();
-  return AResult::Fail(from_.path() + ": it holds neither parallel hands nor I; of " +
-                       from_.contents().polarisations().front() +
-                       " and others closures are formed where they are named");
+  return AResult::Fail(from_.path() + ": it holds neither parallel hands nor I; closures of " +
+                       from_.contents().polarisations().front() + " and others are formed only if named");
 }
 
 AResult Closer::Run(const ClosureSink& sink, AClosureCounts* counts) {
@@ -178,6 +177,7 @@ AResult Closer::Run(const ClosureSink& sink, AClosureCounts* counts) {
       ClosureRow row;
       std::memcpy(&row, bytes.data() + at, sizeof row);
       AClosure closure;
+      closure.part = row.part;
       closure.time = row.time;
       closure.source = row.source;
       Describe(row.place, closure);
@@ -203,17 +203,17 @@ AResult Closer::Refusal() const {
                        "; choose some of them");
 }
 
-// The bispectra of so many values are kept at a time while time stamps are averaged.
+// How many values have their bispectra kept at a time while time stamps are averaged.
 int Closer::MostValues() const {
   if (!options_.each || !options_.incoherent) return std::numeric_limits<int>::max();
   const int64 antennas = std::max<int64>(from_.contents().antennas().count(), 3);
   const int64 triangles = antennas * (antennas - 1) * (antennas - 2) / 6;
-  // Those of all time stamps, those of one, and both together.
+  // Those of all time stamps, those of one, and the two merged.
   return static_cast<int>(
       std::max<int64>(kMostTermBytes / (3 * triangles * static_cast<int64>(sizeof(ClosureTerm))), 1));
 }
 
-// Which IF, channel and polarisation a value is of.
+// Fill in the IF, channel and polarisation of a value.
 void Closer::Describe(int place, AClosure& closure) const {
   const auto all = static_cast<size_t>(options_.each ? place : 0);
   const size_t hands = polarisations_.size(), channels = channels_.size();
@@ -240,7 +240,7 @@ void Closer::Close(const Interval& interval, std::vector<char>& bytes) {
   if (interval.complete >= last) Append(interval, std::exchange(sums, {}), bytes);
 }
 
-// Append the closures of terms of ascending values.
+// Append the closures of terms in ascending order of value.
 bool Closer::Append(const Interval& interval, const ClosureTerms& terms, std::vector<char>& bytes) {
   for (size_t first = 0; first < terms.size();) {
     size_t end = first;
@@ -265,6 +265,7 @@ bool Closer::AppendValue(const Interval& interval, ClosureTerms& terms, std::vec
   const int corners = options_.amplitudes ? 4 : 3;
   for (const ClosureTerm& term : terms) {
     ClosureRow row = {};
+    row.part = interval.part;
     row.time = interval.time;
     row.source = interval.stream.source;
     row.place = term.value();

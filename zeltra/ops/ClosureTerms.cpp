@@ -8,11 +8,11 @@
 namespace zeltra {
 namespace {
 
-// A bispectrum has the variance that its baselines' amplitudes say. Where these are measured badly they are taken from
-// the values next to each other together: below this ratio of signal and noise.
+// The variance of a bispectrum depends on its baselines' amplitudes. Amplitudes with a signal-to-noise ratio below this
+// are estimated from neighbouring values together.
 constexpr double kLeastOwnSignal = 5;
 
-// Antennas 1 to 4 of a quadrangle, of its four ascending ones.
+// Antennas 1 to 4 of a quadrangle, as indices into its four in ascending order.
 constexpr int kForms[3][4] = {{0, 1, 2, 3}, {0, 1, 3, 2}, {0, 2, 3, 1}};
 
 double SumOf(double x) {
@@ -58,7 +58,7 @@ ClosureFormer::ClosureFormer(const ClosureShape& shape, const IntervalSums& sums
     ListQuadrangles();
   }
   const auto isBefore = [](const Polygon& a, const Polygon& b) { return a.key < b.key; };
-  // Antennas from 128 on stand before the others in triangles.
+  // In triangles antennas from 128 up come before the others.
   if (!std::is_sorted(polygons_.begin(), polygons_.end(), isBefore)) {
     std::sort(polygons_.begin(), polygons_.end(), isBefore);
   }
@@ -87,7 +87,7 @@ void ClosureFormer::ListAntennas() {
   }
 }
 
-// Whether a polygon of these antennas is asked for.
+// Whether a polygon of these antennas is selected.
 bool ClosureFormer::IsWanted(const int* antennas, int count) const {
   const std::vector<int>& chosen = shape_.antennas;
   const auto isChosen = [&](int antenna) { return std::find(chosen.begin(), chosen.end(), antenna) != chosen.end(); };
@@ -104,7 +104,7 @@ void ClosureFormer::ListTriangles() {
         if (LegOf(j, k) < 0 || LegOf(i, k) < 0) continue;
         int numbers[3] = {antennas_[i] & 0xFF, antennas_[j] & 0xFF, antennas_[k] & 0xFF};
         if (!IsWanted(numbers, 3)) continue;
-        // Turning a triangle leaves its phase as it is.
+        // Rotating a triangle does not change its phase.
         std::rotate(numbers, std::min_element(numbers, numbers + 3), numbers + 3);
         polygons_.push_back({ClosureTerm::Key(0, 0, numbers, 3), {LegOf(i, j), LegOf(j, k), LegOf(i, k), 0}});
       }
@@ -145,7 +145,7 @@ void ClosureFormer::LoadLegs(int first, int count) {
       LoadTriangleLeg(sums, first, count, legs_[i]);
     }
     Leg& leg = legs_[i];
-    // Lanes are added in pairs.
+    // Lanes are summed in pairs.
     for (int k = count; k < kBlock; ++k) {
       leg.re[k] = leg.im[k] = leg.power[k] = leg.valid[k] = 0;
       leg.square[k] = leg.noise[k] = 1;
@@ -175,8 +175,8 @@ void ClosureFormer::LoadTriangleLeg(const BaselineSums& sums, int first, int cou
   if (!shape_.each) Pool(leg, count, weightedSquares, allWeights, valid);
 }
 
-// Give all values of a weak baseline one amplitude. Of each by itself it would be mostly noise, which is that of the
-// bispectrum too: its weight would fall as the bispectrum grows.
+// Give all values of a weak baseline a common amplitude. The amplitude of a single value would be mostly its noise,
+// which is in the bispectrum too: the weight would fall as the bispectrum grows.
 void ClosureFormer::Pool(Leg& leg, int count, double weightedSquares, double weights, int valid) {
   const double signal = weightedSquares - 2.0 * valid;
   if (valid < 2 || signal >= kLeastOwnSignal * kLeastOwnSignal * valid) return;
@@ -221,7 +221,7 @@ void ClosureFormer::Add(const Polygon& polygon, int first, int end, ClosureTerm&
       continue;
     }
     const Lanes twoRe = in(a.re) * in(b.re) - in(a.im) * in(b.im), twoIm = in(a.re) * in(b.im) + in(a.im) * in(b.re);
-    // Twice the variance, product(power + noise) - product(power), as a sum of what is not negative.
+    // Twice the variance, product(power + noise) - product(power), written as a sum of non-negative terms.
     const Lanes variance = in(a.noise) * (in(b.power) * in(c.power)) +
                            in(a.square) * (in(b.noise) * in(c.power) + in(b.square) * in(c.noise));
     const Lanes share = 2.0 * (in(a.valid) * in(b.valid) * in(c.valid)) / variance;

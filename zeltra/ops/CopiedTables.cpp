@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -10,17 +11,21 @@ namespace zeltra {
 namespace {
 
 AResult CopyTable(AUVXInput& from, const AUVXTableItem& item, AUVXWriter& to,
-                  const std::function<void(AUVXTable&)>& change) {
+                  const std::function<bool(AUVXTable&)>& change) {
   const std::unique_ptr<AUVXTable> table = from.Table(item);
   if (!table) return AResult::Fail(from.path() + ": a table cannot be read any more");
-  if (change) change(*table);
-  return to.AddTable(*table);
+  return !change || change(*table) ? to.AddTable(*table) : AResult::Ok();
 }
 
 }  // namespace
 
 AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
-                   const std::function<void(AUVXTable&)>& change) {
+                   const std::function<bool(AUVXTable&)>& change) {
+  return CopyTables(from, to, from.contents().cards(), command, change);
+}
+
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const AUVXHeaderCards& cards, const std::string& command,
+                   const std::function<bool(AUVXTable&)>& change) {
   const AUVXTableHeader directory(from.uvx());
   const int index = AUVXTable::toHash("NX", 0), baseLines = AUVXTable::toHash("BL", 0);
   AResult result = AResult::Ok();
@@ -34,7 +39,7 @@ AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
   }
   if (result && directory.HasTable(index) < 0) result = to.AddIndex();
   if (result && directory.HasTable(baseLines) < 0) result = to.AddBaseLines();
-  if (result) result = to.AddProvenance(from.contents().cards(), command);
+  if (result) result = to.AddProvenance(cards, command);
   return result ? from.Check() : result;
 }
 
@@ -44,7 +49,10 @@ void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines) {
     const std::unique_ptr<AArray<int>> unused(AUVXAntenns(table).GetDeleteRows(present));
     table.DeleteRows(*unused);
   } else {
+    // Source 0 stands for all of them.
     const std::unique_ptr<AArray<short>> sources(baseLines.getSourceMap());
+    const short* begin = sources->lpArray();
+    sources->InsertAt(static_cast<int>(std::lower_bound(begin, begin + sources->count(), short{0}) - begin), 0);
     table.CheckSources(sources.get());
   }
 }

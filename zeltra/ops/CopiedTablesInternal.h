@@ -14,11 +14,14 @@ namespace zeltra {
 /// Add the tables of `from` to `to` in their order. Index and baseline list are those of the records of `to`, each in
 /// its place, or at the end where `from` has none. Header cards and integration times come last.
 /// @param command  what made `to` of `from`: see AJobDescription::Command
-/// @param change   may change every other table before it is added
+/// @param change   may change every other table before it is added; returns whether it is added at all
 AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
-                   const std::function<void(AUVXTable&)>& change = {});
+                   const std::function<bool(AUVXTable&)>& change = {});
+/// The same with header cards that are not those of `from` any more.
+AResult CopyTables(AUVXInput& from, AUVXWriter& to, const AUVXHeaderCards& cards, const std::string& command,
+                   const std::function<bool(AUVXTable&)>& change);
 
-/// Take out the rows of antennas and sources that have no records.
+/// Take out the rows of antennas and sources that have no records. Rows of all sources, number 0, stay.
 void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines);
 
 }  // namespace zeltra

@@ -3,10 +3,13 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/CopyPartInternal.h"
+#include "zeltra/ops/FrequencyTablesInternal.h"
 #include "zeltra/ops/KeptScansInternal.h"
 #include "zeltra/ops/RecordChoice.h"
 #include "zeltra/ops/RecordWalk.h"
@@ -22,8 +25,13 @@ bool HasValid(const AUVXVisibility& values) {
 
 class Copier {
  public:
-  Copier(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary& summary)
-      : from_(from), to_(to), options_(options), summary_(summary), integrations_(from.contents().integrations()) {}
+  Copier(AUVXInput& from, const std::string& to, const CopyOptions& options, std::string command, CopySummary& summary)
+      : from_(from),
+        to_(to),
+        options_(options),
+        command_(std::move(command)),
+        summary_(summary),
+        integrations_(from.contents().integrations()) {}
 
   AResult Run();
 
@@ -35,6 +43,7 @@ class Copier {
   AUVXInput& from_;
   const std::string to_;
   const CopyOptions options_;
+  const std::string command_;
   CopySummary& summary_;
   AUVXIntegrationCursor integrations_;
   RecordChoice choice_;
@@ -70,7 +79,7 @@ AResult Copier::Create() {
                                   options_.selection.stokes);
   if (!result) return result;
   const std::unique_ptr<AUVXTable> setups = from_.Table("FQ");
-  if (result = channels_.CheckFrequencies(from_.path(), setups.get()); !result) return result;
+  if (result = CheckSetups(from_.path(), channels_.Frequencies(), setups.get()); !result) return result;
   read_.GrowBy(from_.uvx());
   if (!channels_.IsWhole()) {
     channels_.Change(header, setups.get());
@@ -92,22 +101,27 @@ AResult Copier::CopyRecord(const WalkedRecord& record) {
 }
 
 AResult Copier::CopyTables() {
-  std::string others;
-  AResult result = zeltra::CopyTables(from_, writer_, CopyDescription().Command(options_), [&](AUVXTable& table) {
+  FrequencyTables tables(channels_.Frequencies(), from_.uvx().freq0(), from_.Table("FQ").get());
+  AResult result = zeltra::CopyTables(from_, writer_, command_, [&](AUVXTable& table) {
     DropUnusedRows(table, writer_.baseLines());
-    channels_.ReduceOrTell(table, others);
+    return tables.Change(table);
   });
-  if (!others.empty()) summary_.remarks.push_back(ChannelSelection::RemarkOn(others));
+  summary_.remarks = tables.Remarks();
   if (const std::string remark = scans_->Remark(); !remark.empty()) summary_.remarks.push_back(remark);
   return result;
 }
 
 }  // namespace
 
-AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary) {
+AResult CopyPart(AUVXInput& from, const std::string& to, const CopyOptions& options, const std::string& command,
+                 CopySummary* summary) {
   CopySummary unseen;
-  AResult result = Copier(from, to, options, summary ? *summary : unseen).Run();
+  AResult result = Copier(from, to, options, command, summary ? *summary : unseen).Run();
   return result ? result : from.Settle(result);
+}
+
+AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary) {
+  return CopyPart(from, to, options, CopyDescription().Command(options), summary);
 }
 
 }  // namespace zeltra

@@ -35,9 +35,10 @@ struct CopySummary {
 /// channels and polarisations stay.
 ///
 /// Where IFs or channels are left out, frequencies stay right: `freq0` is that of the first channel kept, IF FREQ
-/// counts from there, CH WIDTH is the distance of the channels kept, and columns that have an element for each IF lose
-/// those of the IFs left out in "FQ", "SU" and "AN".
-/// Memory: some records, and 110 bytes a scan.
+/// counts from there, CH WIDTH is the distance of the channels kept, columns that have an element for each IF lose
+/// those of the IFs left out, and the ranges of "FG" are renumbered. Tables that cannot follow are left out, with a
+/// remark: bandpasses where channels are left out, and unknown tables that look as if they had columns for IFs. Memory:
+/// some records, and 110 bytes a scan.
 /// @param summary  may be null
 /// @return a failure if no record is selected, if records have more than 1048576 values, or if IFs or channels are left
 ///         out where the columns of "FQ" do not fill its rows: there is no output then

@@ -15,12 +15,12 @@ struct Entry {
   double sign;
 };
 
-// The space that rows span, in reduced echelon form: a row is 1 at its own column, where all other rows are 0.
+// The row space in reduced echelon form: each row has a 1 in its own column, where all other rows have 0.
 class RowSpace {
  public:
   explicit RowSpace(int columns) : rowOf_(static_cast<size_t>(columns), -1) {}
 
-  // Add a row. @return whether it is independent of those before
+  // Add a row. @return whether it is independent of the earlier ones
   bool Raise(std::initializer_list<Entry> entries) {
     std::vector<double> row(rowOf_.size());
     for (const Entry& entry : entries) row[static_cast<size_t>(entry.column)] += entry.sign;
@@ -30,7 +30,7 @@ class RowSpace {
     }
     const auto isSmaller = [](double a, double b) { return std::fabs(a) < std::fabs(b); };
     const auto own = static_cast<size_t>(std::max_element(row.begin(), row.end(), isSmaller) - row.begin());
-    // Entries are ratios of small whole numbers.
+    // Entries are ratios of small integers.
     if (std::fabs(row[own]) < 1e-6) return false;
     const double scale = row[own];
     for (double& x : row) x /= scale;
@@ -51,7 +51,7 @@ class RowSpace {
   std::vector<int> rowOf_;  // by its own column; -1: none
 };
 
-// The antennas of some terms, numbered from 0.
+// The antennas that occur in some terms, numbered from 0.
 class TermAntennas {
  public:
   TermAntennas(const ClosureTerms& terms, int corners) {
@@ -65,7 +65,7 @@ class TermAntennas {
   int count() const { return count_; }
   int PlaceOf(int antenna) const { return places_[static_cast<size_t>(antenna)]; }
   int baselines() const { return count_ * (count_ - 1) / 2; }
-  // A number for the baseline of two antennas.
+  // A number for the baseline between two antennas.
   int Baseline(int a, int b) const {
     const int i = std::min(PlaceOf(a), PlaceOf(b)), j = std::max(PlaceOf(a), PlaceOf(b));
     return j * (j - 1) / 2 + i;
@@ -100,7 +100,7 @@ bool Contains(const ClosureTerms& terms, int value, std::array<int, 3> antennas)
   return found != terms.end() && found->key == key;
 }
 
-// Whether a triangle is the sum of three through `antenna`, all of them there.
+// Whether a triangle is the sum of three that contain `antenna` and are all present.
 bool IsSum(const ClosureTerms& terms, const ClosureTerm& term, int antenna) {
   const int a = term.Antenna(0), b = term.Antenna(1), c = term.Antenna(2), value = term.value();
   return Contains(terms, value, {antenna, a, b}) && Contains(terms, value, {antenna, b, c}) &&
@@ -116,8 +116,8 @@ void SortByStrength(ClosureTerms& terms, double (*strength)(const ClosureTerm&))
                    [strength](const ClosureTerm& a, const ClosureTerm& b) { return strength(a) > strength(b); });
 }
 
-// Whether a quadrangle of a complete set is one of those around the circle. Of its ascending antennas a, b, c, d two
-// pairs are next to each other, which are no baselines of it: a, b and c, d, or a, d and b, c where the circle closes.
+// Whether a quadrangle of a complete set is one of those on the circle. Of its antennas a, b, c, d, in ascending order,
+// two pairs are then neighbours and not baselines of it: a, b and c, d, or a, d and b, c where the circle closes.
 bool IsOnCircle(const ClosureTerm& term, const TermAntennas& antennas) {
   const int a = antennas.PlaceOf(term.Corner(0)), b = antennas.PlaceOf(term.Corner(1)),
             c = antennas.PlaceOf(term.Corner(2)), d = antennas.PlaceOf(term.Corner(3));

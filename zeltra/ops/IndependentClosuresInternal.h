@@ -1,4 +1,4 @@
-// A basis of the closures of an interval.
+// A maximal independent set of the closures of an interval.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_INDEPENDENTCLOSURESINTERNAL_H_
 #define ZELTRA_OPS_INDEPENDENTCLOSURESINTERNAL_H_
@@ -7,20 +7,21 @@
 
 namespace zeltra {
 
-/// More antennas are not searched for a basis where triangles are missing.
+/// Most antennas for which a basis is searched if triangles are missing.
 inline constexpr int kMostForBasis = 64;
 
-/// Leave as many of the triangles of one value, of ascending keys, as are independent of each other.
+/// Reduce the triangles of one value, in ascending order of key, to a maximal independent set.
 ///
-/// Those through the antenna stay whose triangles have the largest sum of |B| / sigma; they are a basis where no
-/// baseline is missing. Of the others each stays that raises the rank, strong ones first.
-/// @return false where more than kMostForBasis antennas would have to be searched
+/// Triangles that contain one antenna are kept, the antenna whose triangles have the largest sum of |B| / sigma; they
+/// are a basis if no baseline is missing. Of the others each that raises the rank is kept, strong ones first.
+/// @return false if more than kMostForBasis antennas would have to be searched
 bool KeepIndependentTriangles(ClosureTerms& terms);
 
-/// Leave as many of the quadrangles of one value, of ascending keys, as are independent of each other.
+/// Reduce the quadrangles of one value, in ascending order of key, to a maximal independent set.
 ///
-/// Where none is missing these are |V(i,j)| |V(i+1,j+1)| / (|V(i,j+1)| |V(i+1,j)|), or the inverse, for antennas i and
-/// j that are not neighbours around a circle of all; otherwise each that raises the rank, small errors first.
+/// If none is missing, these are |V(i,j)| |V(i+1,j+1)| / (|V(i,j+1)| |V(i+1,j)|), or the inverse, for antennas i and j
+/// that are not neighbours on a circle of all antennas; otherwise each quadrangle that raises the rank, small errors
+/// first.
 void KeepIndependentQuadrangles(ClosureTerms& terms);
 
 }  // namespace zeltra

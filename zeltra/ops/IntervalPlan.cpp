@@ -13,10 +13,10 @@
 namespace zeltra {
 namespace {
 
-// Small enough that every thread has parts enough to come out even, large enough that beginning one does not count.
+// Small enough to spread the load evenly over threads, large enough to make the cost of starting a part negligible.
 constexpr int64 kPartBytes = 16 << 20;
 constexpr int kSamplesPerPart = 8;
-// An observation date this far from the records is none.
+// An observation date this far from the records is ignored.
 constexpr double kFarDays = 10000;
 
 }  // namespace
@@ -49,7 +49,7 @@ AResult IntervalPlan::Open(unsigned leftOut) {
   const double interval = options_.interval;
   if (!(interval < 0) && !(interval >= 1e-3 && interval <= 1e9)) {
     return AResult::Fail(input_.path() + ": cannot be cut into intervals of " + valToStr(interval) +
-                         " s: they take 0.001 s at least, -1 makes one of every time stamp");
+                         " s; the least is 0.001 s, and -1 makes each time stamp an interval");
   }
   if (AResult result = contents_.CheckLists(); !result) return result;
   if (AResult result = choice_.Open(input_, options_.selection, leftOut); !result) return result;
@@ -81,7 +81,7 @@ double IntervalPlan::TimeOf(int record) const {
   return input_.ReadTime(record, date) ? date : std::numeric_limits<double>::quiet_NaN();
 }
 
-// Times count from 0 h of the observation date, or of the day of the first record where that is earlier or far away.
+// Times count from 0 h of the observation date, or of the day of the first record if that is before it or far from it.
 AResult IntervalPlan::SetClock() {
   const AUVXPosition& scans = contents_.scans();
   double first = std::numeric_limits<double>::max();
@@ -92,7 +92,7 @@ AResult IntervalPlan::SetClock() {
     const double date = TimeOf(scans(i).startVis - 1);
     if (!std::isfinite(date)) {
       return AResult::Fail(input_.path() + ": the time of record " + std::to_string(scans(i).startVis) +
-                           " is no number");
+                           " is not a number");
     }
     first = std::min(first, date);
   }
@@ -105,7 +105,7 @@ AResult IntervalPlan::SetClock() {
 AResult IntervalPlan::FindStretches() {
   std::vector<double> ends(streams_.size(), std::numeric_limits<double>::lowest());
   int place = 0;
-  int backward = -1;  // a record before the end of a scan that came before
+  int backward = -1;  // a record that is earlier than the end of a preceding scan
   AResult result = contents_.CheckIndex(
       input_, [&](const AUVXPositionItem& scan, const AUVXGroup& firstRecord, const AUVXGroup& lastRecord) {
         const int stream = StreamOf(place++);
@@ -127,11 +127,11 @@ AResult IntervalPlan::FindStretches() {
 
 AResult IntervalPlan::GoesBack(int record) const {
   return AResult::Fail(input_.path() + ": record " + std::to_string(record + 1) +
-                       " goes back in time; records are averaged in time order, in which 'zeltra sort' puts them");
+                       " goes back in time; averaging needs time order, which 'zeltra sort' establishes");
 }
 
-// Times of records at even distances, which tell how many records lie between two times.
-std::vector<IntervalPlan::Sample> IntervalPlan::TakeSamples() const {
+// Times of evenly spaced records, which show roughly how many records lie between two times.
+std::vector<IntervalPlan::Sample> IntervalPlan::SampleTimes() const {
   const int step = static_cast<int>(std::max<int64>(kPartBytes / kSamplesPerPart / input_.uvx().recSize(), 1));
   std::vector<Sample> samples;
   for (const Stretch& stretch : stretches_) {
@@ -145,11 +145,11 @@ std::vector<IntervalPlan::Sample> IntervalPlan::TakeSamples() const {
   return samples;
 }
 
-// Where parts begin, but for the first one: at bounds of intervals, some kPartBytes apart.
+// Where all parts but the first begin: at bounds of intervals, some kPartBytes apart.
 std::vector<double> IntervalPlan::Bounds() const {
   std::vector<double> bounds;
   int64 bytes = 0;
-  for (const Sample& sample : TakeSamples()) {
+  for (const Sample& sample : SampleTimes()) {
     if (bytes >= kPartBytes) {
       double bound = clock_.Begin(clock_.Cell(sample.ticks));
       const double before = bounds.empty() ? std::numeric_limits<double>::lowest() : bounds.back();
@@ -177,18 +177,21 @@ void IntervalPlan::Cut(const std::vector<double>& bounds) {
       first = end;
       if (first == stretch.records.end) break;
     }
-    // Where a bad time hides in the stretch, the rest of its records is walked too, so that it is found.
+    // If the stretch contains a bad time, the rest of its records is walked too, so that it is found.
     if (first < stretch.records.end) parts_.back().ranges.push_back({first, stretch.records.end});
   }
   std::erase_if(parts_, [this](const IntervalPart& part) {
     return part.ranges.empty() || !clock_.MaySelect(part.begin, part.end);
   });
-  for (const IntervalPart& part : parts_) {
-    for (const RecordRange& range : part.ranges) records_ += range.end - range.first;
-  }
 }
 
-// The first record of a stretch, from `from` on, that is not before a time.
+int64 IntervalPlan::RecordsOf(int part) const {
+  int64 records = 0;
+  for (const RecordRange& range : parts_[static_cast<size_t>(part)].ranges) records += range.end - range.first;
+  return records;
+}
+
+// The first record of a stretch, from `from` on, that is not earlier than a time.
 int IntervalPlan::FirstFrom(const Stretch& stretch, int from, double bound) const {
   int low = from, high = stretch.records.end;
   while (low < high) {

@@ -1,4 +1,4 @@
-// How a walk over time intervals is cut into parts.
+// Divides a walk over time intervals into parts.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_INTERVALPLANINTERNAL_H_
 #define ZELTRA_OPS_INTERVALPLANINTERNAL_H_
@@ -23,32 +23,32 @@ struct IntervalStream {
   int setup = 0;
 };
 
-/// Counts time in ticks of 0.1 ms since 0 h of the observation date, as whole numbers: a Julian date in double
-/// precision is good for 0.04 ms, and times that are the same but for that are to fall on the same side of a bound.
+/// Counts time in whole ticks of 0.1 ms since 0 h of the observation date: a Julian date in double precision is
+/// accurate to 0.04 ms, and times that differ by no more than that must fall on the same side of a bound.
 class IntervalClock {
  public:
   static constexpr double kTicksPerSecond = 1e4;
 
   IntervalClock() = default;
   /// @param midnight  the Julian date of tick 0
-  /// @param interval  length, seconds; negative: every time is an interval
+  /// @param interval  length, seconds; negative: each time is an interval
   IntervalClock(double midnight, const RecordChoice& choice, double interval);
 
   double Ticks(double julianDate) const;
-  /// Whether records of this time count.
+  /// Whether records at this time count.
   bool IsSelected(double ticks) const { return ticks >= first_ && ticks <= last_; }
   /// Whether records from `begin` up to, but not including, `end` may count.
   bool MaySelect(double begin, double end) const { return begin <= last_ && end > first_; }
-  /// Which interval a time falls in: a number that grows with time.
+  /// The interval that a time falls in, as a number that grows with time.
   double Cell(double ticks) const;
-  /// Where an interval begins.
+  /// The start of an interval.
   double Begin(double cell) const;
 
  private:
   double midnight_ = 0;
   double first_ = std::numeric_limits<double>::lowest(), last_ = std::numeric_limits<double>::max();
   double origin_ = 0;  // of the intervals
-  double length_ = 0;  // 0: every time is an interval
+  double length_ = 0;  // 0: each time is an interval
 };
 
 /// Records `first` up to, but not including, `end`.
@@ -59,21 +59,21 @@ struct RecordRange {
 
 /// All records of some whole intervals.
 struct IntervalPart {
-  /// In most files one range. Files that are not in time order have several, each in time order by itself.
+  /// One range in most files. Files that are not in time order have several, each in time order.
   std::vector<RecordRange> ranges;
   double begin = std::numeric_limits<double>::lowest();  ///< ticks
   double end = std::numeric_limits<double>::max();
 };
 
-/// The streams that are selected, and the parts that their records are walked in. The plan depends on the file and the
-/// options, not on the number of threads.
+/// The selected streams, and the parts that their records are read in. The plan depends on the file and the options,
+/// not on the number of threads.
 class IntervalPlan {
  public:
   IntervalPlan(AUVXInput& input, const IntervalOptions& options)
       : input_(input), options_(options), contents_(input.contents()) {}
 
-  /// Look the selections up, check the index, and cut.
-  /// @param leftOut  what of the selection the job sees to itself, a sum of RecordChoice::LeftOut
+  /// Look up the selections, check the index, and divide the records.
+  /// @param leftOut  conditions of the selection that the job checks itself, a sum of RecordChoice::LeftOut
   AResult Open(unsigned leftOut);
 
   const AUVXContents& contents() const { return contents_; }
@@ -81,30 +81,30 @@ class IntervalPlan {
   const IntervalClock& clock() const { return clock_; }
   const std::vector<IntervalPart>& parts() const { return parts_; }
   const std::vector<IntervalStream>& streams() const { return streams_; }
-  /// Records in all parts.
-  int64 records() const { return records_; }
-  /// Place in streams() of the records of a scan, which goes by its place in the index; -1 for one not selected.
+  /// Records of a part.
+  int64 RecordsOf(int part) const;
+  /// Index in streams() for the records of a scan, given by its place in the index; -1 if it is not selected.
   int StreamOf(int scan) const;
   /// Time of a record, a Julian date; NaN if it cannot be read.
   double TimeOf(int record) const;
-  /// The failure of a stream that goes back in time.
+  /// The failure for a stream that goes back in time.
   AResult GoesBack(int record) const;
 
  private:
-  // Scans that follow each other in the file and in time.
+  // Scans that are consecutive in the file and in time.
   struct Stretch {
     RecordRange records;
     double first = 0, last = 0;  // ticks
   };
   struct Sample {
     double ticks;
-    int64 records;  // for which it stands
+    int64 records;  // how many records it stands for
   };
 
   void FindStreams();
   AResult SetClock();
   AResult FindStretches();
-  std::vector<Sample> TakeSamples() const;
+  std::vector<Sample> SampleTimes() const;
   std::vector<double> Bounds() const;
   void Cut(const std::vector<double>& bounds);
   int FirstFrom(const Stretch& stretch, int from, double bound) const;
@@ -118,7 +118,6 @@ class IntervalPlan {
   IntervalClock clock_;
   std::vector<Stretch> stretches_;
   std::vector<IntervalPart> parts_;
-  int64 records_ = 0;
 };
 
 }  // namespace zeltra

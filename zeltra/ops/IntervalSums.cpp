@@ -10,7 +10,7 @@
 namespace zeltra {
 namespace {
 
-// The planes of a baseline from some value on.
+// The planes of a baseline, starting at some value.
 struct Planes {
   double *re, *im, *share, *weight;
 
@@ -41,14 +41,12 @@ ZELTRA_INLINE Double2 High(Float4 v) {
   return Convert<Double2>(Shuffle<2, 3>(v, v));
 }
 
-// Add four values at any address, each in a lane of its own: the same bits as AddOne for each of them.
+// Add four values at any address, each in its own lane, with the same bits as AddOne for each of them.
 template <bool weighted>
 ZELTRA_INLINE void AddFour(Planes& to, const char* from) {
   const FourComplexes values = LoadComplexes(from);
   const Float4 none = {};
-  // A number minus itself is 0, unless it is infinite or none.
-  const Float4 odd = (values.re - values.re) + (values.im - values.im) + (values.weight - values.weight);
-  const auto counts = (values.weight > none) & (odd == none);
+  const auto counts = CountingLanes(values);
   const Float4 re = Select(counts, values.re, none), im = Select(counts, values.im, none);
   const Float4 weight = Select(counts, values.weight, none);
   const Float4 share = weighted ? weight : Select(counts, All<Float4>(1), none);
@@ -97,7 +95,7 @@ int64 SumPool::BaselineBytes(const MeanForm& form) {
   return static_cast<int64>(sizeof(BaselineSums) + static_cast<size_t>(form.values) * value);
 }
 
-std::unique_ptr<BaselineSums> SumPool::Take() {
+std::unique_ptr<BaselineSums> SumPool::Borrow() {
   std::unique_ptr<BaselineSums> sums;
   if (free_.empty()) {
     sums = std::make_unique<BaselineSums>();
@@ -135,7 +133,7 @@ void IntervalSums::Clear() {
 
 BaselineSums& IntervalSums::NewBaseline(const AUVXGroup& group, const char* values) {
   places_[KeyOf(group)] = static_cast<int32_t>(baselines_.size());
-  baselines_.push_back(pool_.Take());
+  baselines_.push_back(pool_.Borrow());
   BaselineSums& baseline = *baselines_.back();
   baseline.ant1 = group.ant1;
   baseline.ant2 = group.ant2;

@@ -17,42 +17,42 @@ namespace zeltra {
 struct MeanForm {
   int values = 0;           ///< of each record
   bool complexMean = true;  ///< real and imaginary parts, or amplitudes and unwrapped phases
-  bool weighted = true;     ///< sum w v / sum w with the weight sum w; or the plain mean with the mean weight
+  bool weighted = true;     ///< sum w v / sum w with weight sum w; or the plain mean with the mean weight
 
-  /// Planes of sums.
+  /// Number of planes of sums.
   int planes() const { return weighted ? 3 : 4; }
 };
 
-/// The sums of one baseline, value by value.
+/// The sums of one baseline for each value.
 struct BaselineSums {
-  // Planes. The plain mean has one more, since its shares are counts and not weights.
+  // The plain mean has one plane more, since its shares are counts, not weights.
   enum Plane { Real, Imaginary, Share, Weight };
 
   std::vector<double> planes;       // [plane][value]
-  std::vector<AUVXComplex> firsts;  // of the first record
-  std::vector<APhJustify> phases;   // in the mean of amplitudes and phases
+  std::vector<AUVXComplex> firsts;  // the values of the first record
+  std::vector<APhJustify> phases;   // for the mean of amplitudes and phases
 
-  // Sums of u, v, w of the records where they are finite, with weights and without.
+  // Weighted and plain sums of u, v, w over the records where they are finite.
   int8_t ant1 = 0, ant2 = 0;
   double weight = 0, count = 0;
   double weighted[3] = {}, plain[3] = {};
 };
 
-/// The memory for sums that the intervals of one thread share.
+/// The memory for sums, shared by the intervals of one thread.
 class SumPool {
  public:
-  /// @param bytes  what all sums in use may take together; a single baseline fits always
+  /// @param bytes  limit for all sums in use; a single baseline always fits
   SumPool(const MeanForm& form, int64 bytes);
 
   /// Bytes that a baseline takes.
   static int64 BaselineBytes(const MeanForm& form);
 
   const MeanForm& form() const { return form_; }
-  /// Baselines that fit, at least 1.
+  /// How many baselines fit, at least 1.
   int64 most() const { return most_; }
   bool HasRoom() const { return inUse_ < most_; }
-  /// Sums that are 0.
-  std::unique_ptr<BaselineSums> Take();
+  /// Sums set to 0, to be given back with Return.
+  std::unique_ptr<BaselineSums> Borrow();
   void Return(std::unique_ptr<BaselineSums> sums);
 
  private:
@@ -64,9 +64,9 @@ class SumPool {
 
 /// Adds up records baseline by baseline.
 ///
-/// A value counts where its weight is above 0 and all three of its numbers are finite. Sums are in double precision, in
-/// which the product of two 32-bit floats is exact. The sums of each baseline lie in planes side by side, found by a
-/// table from the antennas: adding a record needs neither a search nor memory, unless the baseline is new.
+/// A value counts if its weight is above 0 and all three of its numbers are finite. Sums are in double precision, in
+/// which the product of two 32-bit floats is exact. The planes of a baseline are adjacent and are found by a table
+/// indexed by antennas: adding a record needs no search, and allocates memory only for a new baseline.
 class IntervalSums {
  public:
   /// @param pool  must outlive the object
@@ -74,34 +74,34 @@ class IntervalSums {
 
   /// Forget all baselines.
   void Clear();
-  /// Place of a baseline, -1 if it has no record.
+  /// Place of a baseline, -1 if it has no records.
   int PlaceOf(int8_t ant1, int8_t ant2) const { return places_[KeyOf(ant1, ant2)]; }
-  /// Whether a record of this baseline needs memory for a new one.
+  /// Whether a record belongs to a baseline that would need new memory.
   bool IsNew(const AUVXGroup& group) const { return places_[KeyOf(group)] < 0; }
   /// Add a record.
   /// @param values  `values` complexes, at any address
-  /// @param weight  of the record: that of its u, v, w
+  /// @param weight  of the record, for its u, v, w
   void Add(const AUVXGroup& group, const char* values, double weight);
 
   int count() const { return static_cast<int>(baselines_.size()); }
   /// Values of a baseline.
   int values() const { return pool_.form().values; }
-  /// Mark the places of KeyOf that baselines have.
+  /// Set the elements KeyOf of all baselines present.
   void MarkPresent(std::vector<bool>& present) const;
   /// The baselines in the order of fnBLItemCompare: antennas ascend as signed bytes.
   /// @return their places
   const std::vector<int>& InOrder();
-  /// The sums of the baseline at a place, its antennas and its planes of sums.
+  /// The antennas and sums of the baseline at a place.
   const BaselineSums& Sums(int place) const { return *baselines_[static_cast<size_t>(place)]; }
   /// The mean of the baseline at a place.
-  /// @param group   receives the antennas and the mean u, v, w; the rest stays
-  /// @param values  receives as many complexes as a record has values. One without a value that counts is the first of
-  /// the baseline with its
-  ///                weight, 0 where that is not finite
+  /// @param group   receives the antennas and the mean u, v, w; the rest is unchanged
+  /// @param values  receives as many complexes as a record has values. Where no value counted, it is that of the
+  /// baseline's
+  ///                first record, or 0 if that is not finite, with its weight
   void Mean(int place, AUVXGroup& group, AUVXComplex* values) const;
 
   static constexpr size_t kKeys = 1 << 16;
-  /// Place of a baseline in tables of kKeys: its antennas as two bytes.
+  /// Index of a baseline in tables of kKeys: its antennas as two bytes.
   static size_t KeyOf(int8_t ant1, int8_t ant2) {
     return static_cast<size_t>(static_cast<uint8_t>(ant1)) << 8 | static_cast<uint8_t>(ant2);
   }

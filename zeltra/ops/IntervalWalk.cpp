@@ -39,6 +39,7 @@ struct WalkShape {
   const IntervalWalk::Finish& finish;
   int64 sumBytes;   // of one thread
   double interval;  // seconds; negative: every time stamp
+  PartShare share;
   std::atomic<bool>& hasInterval;
 };
 
@@ -109,7 +110,9 @@ class IntervalWorker : public PartWorker {
         room_(static_cast<size_t>(shape.choice.count())),
         integrations_(shape.plan.contents().integrations()),
         pool_(shape.form, shape.sumBytes),
-        states_(shape.plan.streams().size()) {}
+        states_(shape.plan.streams().size()) {
+    if (shape.shape.adder) add_ = shape.shape.adder();
+  }
 
   AResult Run(int part, PartOutput& output) override;
 
@@ -145,8 +148,10 @@ class IntervalWorker : public PartWorker {
   RecordReader reader_;
   std::vector<AUVXComplex> room_;
   AUVXIntegrationCursor integrations_;
+  IntervalWalk::Add add_;
   SumPool pool_;
   std::vector<StreamState> states_;
+  int place_ = 0;  // of the part in the plan
   const IntervalPart* part_ = nullptr;
   PartOutput* output_ = nullptr;
   bool isInOrder_ = false;   // whether nothing earlier comes from another range of the part
@@ -165,7 +170,8 @@ class IntervalWorker : public PartWorker {
 };
 
 AResult IntervalWorker::Run(int part, PartOutput& output) {
-  part_ = &shape_.plan.parts()[static_cast<size_t>(part)];
+  place_ = shape_.share.number - 1 + part * shape_.share.count;
+  part_ = &shape_.plan.parts()[static_cast<size_t>(place_)];
   output_ = &output;
   isInOrder_ = part_->ranges.size() == 1;
   std::fill(states_.begin(), states_.end(), StreamState());
@@ -323,6 +329,7 @@ void IntervalWorker::AddRecord(OpenInterval& interval, AUVXGroup& group, const c
   // Baselines may have been integrated for different times: the longest one covers the others.
   interval.stampSeconds = std::max<double>(interval.stampSeconds, integrations_.Usable(record));
   interval.lastRecord = record;
+  if (add_) return add_(interval.state, group, stored, record);
   const char* values = shape_.choice.Pick(group, stored, room_.data());
   if (interval.isWhole && interval.sums.IsNew(group) && !pool_.HasRoom()) {
     // From here on its baselines are noted, and its records read again when all are known.
@@ -377,9 +384,9 @@ void IntervalWorker::Make(OpenInterval& interval, double time, IntervalSums& sum
   // Time stamps that overlap cover no more than the interval.
   double seconds = interval.seconds + interval.stampSeconds;
   if (shape_.interval > 0 && interval.seconds > 0) seconds = std::min(seconds, shape_.interval);
-  shape_.finish(
-      {stream, interval.scan, time, static_cast<float>(seconds), sums, firstValue, complete, interval.state, handOn},
-      bytes);
+  shape_.finish({stream, place_, interval.scan, time, static_cast<float>(seconds), sums, firstValue, complete,
+                 interval.state, handOn},
+                bytes);
   if (!bytes.empty()) Keep(time, interval.stream, std::move(bytes));
 }
 
@@ -505,7 +512,8 @@ bool IntervalWorker::HandOn(bool all) {
 }  // namespace
 
 AResult IntervalWalk::Run(const ValueChoice& choice, const Shape& shape, const Finish& finish, const Take& take) {
-  const int parts = static_cast<int>(plan_.parts().size());
+  const PartShare share = options_.share.value_or(PartShare());
+  const int number = std::max(this->parts() - share.number + share.count, 0) / share.count;
   const MeanForm form = {choice.count(), options_.complexMean, options_.mean == MeanKind::Weighted};
   // A thread needs a block of records, the record that a mean becomes, and the sums of a baseline at least, or those of
   // all baselines twice. How the rest is shared out changes what is read again, and no result.
@@ -516,19 +524,21 @@ AResult IntervalWalk::Run(const ValueChoice& choice, const Shape& shape, const F
   const int64 allBytes = 2 * std::min(kTogetherBytes, antennas * antennas / 2 * baselineBytes);
   const int64 leastBytes = otherBytes + (keepsBaselines ? allBytes : baselineBytes);
   JobOptions options = options_;
-  options.threads = static_cast<int>(std::clamp<int64>(kMostBytes / leastBytes, 1, ThreadsFor(parts, options_)));
+  options.threads = static_cast<int>(std::clamp<int64>(kMostBytes / leastBytes, 1, ThreadsFor(number, options_)));
   const int64 sumBytes =
       keepsBaselines ? kTogetherBytes : std::max(kMostBytes / options.threads - otherBytes, baselineBytes);
   std::atomic<bool> hasInterval = false;
-  const WalkShape walk = {input_, plan_, choice, form, shape, finish, sumBytes, options_.interval, hasInterval};
+  const WalkShape walk = {input_, plan_, choice, form, shape, finish, sumBytes, options_.interval, share, hasInterval};
   PartJob job;
   job.name = input_.path();
-  job.parts = parts;
-  job.work = plan_.records();
+  job.parts = number;
+  for (int i = 0; i < number; ++i) job.work += plan_.RecordsOf(share.number - 1 + i * share.count);
   job.worker = [&] { return std::make_unique<IntervalWorker>(walk); };
   job.take = take;
   if (AResult result = RunParts(job, options); !result) return result;
-  return hasInterval || input_.uvx().count() == 0 ? AResult::Ok() : plan_.choice().NothingSelected(input_, options_);
+  // Some of the parts may be without any interval.
+  const bool mayBeEmpty = options_.share || input_.uvx().count() == 0;
+  return hasInterval || mayBeEmpty ? AResult::Ok() : plan_.choice().NothingSelected(input_, options_);
 }
 
 }  // namespace zeltra

@@ -28,6 +28,7 @@ struct Interval {
   enum Complete { TimeStamp, Values, All };
 
   IntervalStream stream;
+  int part;       ///< place in the plan
   int scan;       ///< place in the index of the scan that it lies in, or where that goes on later, of its first records
   double time;    ///< Julian date: the mean of the records' times with their weights, plain where all are 0; not of a
                   ///< time stamp
@@ -53,10 +54,15 @@ class IntervalWalk {
   /// How an interval is finished whose sums do not fit the memory: some baselines at a time, ascending, with all their
   /// values; or some values at a time, of all baselines.
   enum class Pieces { Baselines, Values };
+  /// Adds a record to what a job keeps of its interval, in place of the sums.
+  /// @param stored  its values as they stand in the file, at any address
+  using Add = std::function<void(std::unique_ptr<IntervalState>& state, const AUVXGroup& group, const char* stored,
+                                 int record)>;
   struct Shape {
     Pieces pieces = Pieces::Baselines;
     bool byTimeStamp = false;                          ///< Pieces::Values: also each time stamp by itself
     int mostValues = std::numeric_limits<int>::max();  ///< Pieces::Values: the most that are taken at a time
+    std::function<Add()> adder = {};  ///< makes one for each thread; empty: records are added to the sums
   };
   /// Turns sums into bytes, on any thread.
   using Finish = std::function<void(const Interval&, std::vector<char>& bytes)>;
@@ -69,6 +75,8 @@ class IntervalWalk {
   /// @param leftOut  what of the selection the job sees to itself, a sum of RecordChoice::LeftOut
   AResult Open(unsigned leftOut = RecordChoice::Nothing) { return plan_.Open(leftOut); }
   const AUVXContents& contents() const { return plan_.contents(); }
+  /// Parts of the plan, whichever of them are done.
+  int parts() const { return static_cast<int>(plan_.parts().size()); }
 
   /// @return a failure also if no record is left
   AResult Run(const ValueChoice& choice, const Shape& shape, const Finish& finish, const Take& take);

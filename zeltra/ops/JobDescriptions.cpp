@@ -28,6 +28,8 @@ AJobDescription DescribeAverage() {
          "average combinations of polarisations: all that can be formed, the parallel hands (rl) or the cross hands")
       .Excludes("stokes")
       .Otherwise("the polarisations of the file");
+  DescribeShare(job,
+                "with -o: only the parts K, K + N, K + 2 N, ... that plan lists, into OUT.uvx.K-of-N for join --parts");
   job.Overwrite();
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
@@ -66,7 +68,9 @@ AJobDescription DescribeClosure() {
       "set", &ClosureOptions::set, {{"all", ClosureSet::All}, {"independent", ClosureSet::Independent}},
       "all closures, or as many as are independent of each other");
   job.Option("amplitudes", &ClosureOptions::amplitudes, "closure amplitudes instead of closure phases");
+  DescribeShare(job, "only the parts K, K + N, K + 2 N, ... that plan lists; each line begins with its part");
   job.Threads();
+  job.Column("part", "", "number of the part; with --part");
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
   job.Column("source", "", "number of the source");

@@ -1,4 +1,4 @@
-// The scans of a file go over to one that is made of its records.
+// Carries the scans of a file over to one made from its records.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_KEPTSCANSINTERNAL_H_
 #define ZELTRA_OPS_KEPTSCANSINTERNAL_H_
@@ -14,15 +14,14 @@ namespace zeltra {
 /// Tells a writer which scan of the input its records are of.
 class KeptScans {
  public:
-  /// @param gap  above 0: the scans are not kept, and gaps between time stamps above it, seconds, end those of the
-  /// output
+  /// @param gap  above 0: the scans are not kept; gaps of more seconds between time stamps end those of the output
   KeptScans(AUVXInput& from, AUVXWriter& to, double gap);
 
-  /// Before a record of the input, from 0, is appended. Records ascend.
+  /// Call before a record of the input, from 0, is appended. Records must ascend.
   void Enter(int record) {
     if (areKept_ && record >= end_) Begin(record);
   }
-  /// What a person should know of the new index; empty for nothing. After AUVXWriter::AddIndex.
+  /// A sentence about the new index for the user; empty if there is nothing to say. Valid after AUVXWriter::AddIndex.
   std::string Remark() const;
 
  private:
@@ -31,7 +30,7 @@ class KeptScans {
   const AUVXPosition& scans_;
   AUVXWriter& to_;
   bool areKept_ = false;
-  bool areDenied_ = false;  // by the records
+  bool areDenied_ = false;  // the records contradict them
   int scan_ = 0;            // of the last record
   int end_ = 0;             // of that scan
 };

@@ -1,4 +1,4 @@
-// A polarisation that a job takes.
+// A polarisation that a job uses.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_POLARISATIONCHOICE_H_
 #define ZELTRA_OPS_POLARISATIONCHOICE_H_
@@ -11,11 +11,11 @@
 
 namespace zeltra {
 
-/// One that is stored, one that is formed from two that are, or PI: the parallel hands that are there.
+/// A polarisation that is stored, one formed from two that are, or PI: whichever parallel hands are present.
 struct ZELTRA_API PolarisationChoice {
-  /// Its code is that of what the job gets: 1, of I, for PI.
+  /// Its code is the code of the result: 1, that of I, for PI.
   AStokesMix mix;
-  /// PI of two hands: I where both are valid, and where one is, its value with its weight.
+  /// PI of two hands: I where both are valid; where only one is, its value and weight.
   bool isPartial = false;
   /// As in "RR", "I" or "PI".
   std::string name;
@@ -25,14 +25,14 @@ struct ZELTRA_API PolarisationChoice {
 
   /// Form the value of one frequency.
   /// @param values    the stored values of the frequency, `stokes` of them
-  /// @param weighted  whether a combination has the inverse of its variance for a weight: (p + q) / 2 has
-  ///                  4 / (1 / w1 + 1 / w2), p + q has 1 / (1 / w1 + 1 / w2); else the weight of AStokesMix
+  /// @param weighted  whether the weight of a combination is the inverse of its variance: (p + q) / 2 has
+  ///                  4 / (1 / w1 + 1 / w2), p + q has 1 / (1 / w1 + 1 / w2); else it is that of AStokesMix
   /// @return the value; a part that is not finite counts as a flagged zero, and a combination with a flagged part is
-  ///         flagged: its weight has a minus sign, or is 0
+  ///         flagged: its weight is negative or 0
   AUVXComplex Value(const AUVXComplex* values, int stokes, bool weighted) const;
 };
 
-/// What a job takes of each record, shape [IF][channel][polarisation].
+/// What a job uses of each record, shape [IF][channel][polarisation].
 struct ValuesChoice {
   std::vector<int> IFs, channels;  ///< ascending, from 0
   std::vector<PolarisationChoice> polarisations;

@@ -54,8 +54,10 @@ AResult UVWCopy::Run(const std::string& to) {
   if (!copied) return copied;
   if (!result) return result;
   FinishDifference();
-  result = CopyTables(from_, writer_, UVWDescription().Command(options_),
-                      [&](AUVXTable& table) { DropUnusedRows(table, writer_.baseLines()); });
+  result = CopyTables(from_, writer_, UVWDescription().Command(options_), [&](AUVXTable& table) {
+    DropUnusedRows(table, writer_.baseLines());
+    return true;
+  });
   return result ? writer_.Finish() : result;
 }
 

@@ -16,13 +16,13 @@
 namespace zeltra {
 namespace {
 
-// Records this close to a bound of time, days, are inside: a Julian date in double precision is good for 0.04 ms.
+// Records this close to a time limit, days, are inside: a Julian date in double precision is accurate to 0.04 ms.
 constexpr double kTimeTolerance = 5e-5 / kSecondsPerDay;
 constexpr size_t kBaselines = 1 << 16;
-// The most things that a list in a sentence names.
+// The most items that a sentence lists.
 constexpr size_t kMostNamed = 20;
 
-// The middle of the frequencies of a setup, Hz; 0 without any.
+// The middle of the frequencies of a setup, Hz; 0 if it has none.
 double MiddleOf(const AUVXFqTbl& setups, int row, const std::vector<int>& IFs, const std::vector<int>& channels) {
   if (channels.empty()) return 0;
   double lowest = std::numeric_limits<double>::infinity(), highest = 0;
@@ -39,13 +39,13 @@ double MiddleOf(const AUVXFqTbl& setups, int row, const std::vector<int>& IFs, c
 
 }  // namespace
 
-// What there is among the records of the sources, setups and scans that are asked for.
+// What occurs among the records of the selected sources, setups and scans.
 struct RecordChoice::Survey {
   std::set<std::pair<int, int>> streams;  // sources and setups of all records
   std::set<int> antennas;
   int64 records = 0;
   bool hasTaken = false;
-  bool hasTime = false, hasBaseline = false, hasUV = false;  // whether a record meets this condition
+  bool hasTime = false, hasBaseline = false, hasUV = false;  // whether any record meets this condition
   double first = std::numeric_limits<double>::infinity(), last = -first;
   double nearest = std::numeric_limits<double>::infinity(), farthest = 0;
 };
@@ -97,7 +97,7 @@ AResult RecordChoice::FindScans(AUVXInput& input, const UVXSelection& selection)
   return sources_.empty() && scans.count() > 0 ? NoScan(input, contents, selection) : AResult::Ok();
 }
 
-// The failure of a selection that no scan of the index meets.
+// The failure of a selection that matches no scan of the index.
 AResult RecordChoice::NoScan(const AUVXInput& input, const AUVXContents& contents,
                              const UVXSelection& selection) const {
   const AUVXPosition& scans = contents.scans();
@@ -156,7 +156,7 @@ AResult RecordChoice::FindFrequencies(AUVXInput& input, const UVXSelection& sele
   if (result) result = SettlePlaces(input.path(), "channel", selection.channels, uvx.channels(), channels);
   if (!result) return result;
   const AUVXFqTbl& setups = input.contents().setups();
-  // A file without a table, or a setup without a row, has the frequencies of AUVXFreqs.
+  // Without a table, or for a setup without a row, the frequencies are those of AUVXFreqs.
   frequencies_.fill(setups.GetFreqSels() > 0 ? MiddleOf(setups, 0, IFs, channels) : uvx.freq0());
   for (int row = 0; row < setups.GetFreqSels(); ++row) {
     const int setup = setups.GetFreqSelID(row);
@@ -200,7 +200,7 @@ void RecordChoice::Look(Survey& survey, const AUVXGroup& group, int record) cons
 AResult RecordChoice::NothingSelected(AUVXInput& input, const JobOptions& options) const {
   const AUVXContents& contents = input.contents();
   Survey survey;
-  SendProgressText(options.progress, "Looking for what there is...");
+  SendProgressText(options.progress, "Surveying records...");
   AResult result = WalkRecords(input, options, 0, input.uvx().count(), [&](const WalkedRecord& record) {
     Look(survey, record.group, record.index);
     return true;

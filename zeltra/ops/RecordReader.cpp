@@ -4,19 +4,12 @@
 #include "zeltra/ops/RecordReaderInternal.h"
 
 namespace zeltra {
-namespace {
 
-// Large enough that requests do not count, small enough that the records are still in the processor's cache when they
-// are looked at.
-constexpr int kBlockBytes = 1 << 19;
-
-}  // namespace
-
-RecordReader::RecordReader(AUVXInput& input)
+RecordReader::RecordReader(AUVXInput& input, int blockBytes)
     : file_(input.file()),
       dataOffset_(input.uvx().DataOffset()),
       recordBytes_(input.uvx().recSize()),
-      capacity_(std::max(kBlockBytes / recordBytes_, 1)),
+      capacity_(std::max(blockBytes / recordBytes_, 1)),
       block_(new char[static_cast<size_t>(capacity_) * static_cast<size_t>(recordBytes_)]) {}
 
 int RecordReader::Read(int first, int end) {

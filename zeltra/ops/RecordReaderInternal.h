@@ -12,13 +12,17 @@ namespace zeltra {
 /// Reads runs of records. Each thread has a reader of its own; they share the open file.
 class RecordReader {
  public:
-  explicit RecordReader(AUVXInput& input);
+  /// Large enough that requests do not count, small enough that the records are still in the processor's cache when
+  /// they are looked at.
+  static constexpr int kBlockBytes = 1 << 19;
+
+  explicit RecordReader(AUVXInput& input, int blockBytes = kBlockBytes);
 
   int recordBytes() const { return recordBytes_; }
-  /// Read records from `first` on, as many as the block holds and none from `end` on.
-  /// @return how many there are at records(), fewer where the file ends early; 0 if not even the first can be read
+  /// Read records from `first` on, as many as the block holds, stopping before `end`.
+  /// @return how many there are at records(), fewer if the file ends early; 0 if not even the first can be read
   int Read(int first, int end);
-  /// The records last read, one after the other as in the file: 26 bytes of AUVXGroup, then the values.
+  /// The records read last, one after another as in the file: 26 bytes of AUVXGroup, then the values.
   const char* records() const { return block_.get(); }
 
  private:

@@ -13,7 +13,7 @@
 namespace zeltra {
 namespace {
 
-// Reading this much takes no longer than a request that begins behind it.
+// Reading this much takes no longer than a new request beyond it.
 constexpr int kReadOverBytes = 1 << 17;
 
 // The numbers of records from `first` to `end` - 1.
@@ -24,7 +24,7 @@ struct Stretch {
 // Reads stretches of records block by block.
 class BlockWalk {
  public:
-  /// @param records  how many there are to read, for the progress
+  /// @param records  how many will be read, for the progress control
   BlockWalk(AUVXInput& input, const JobOptions& options, int64 records)
       : path_(input.path()),
         options_(options),
@@ -34,13 +34,13 @@ class BlockWalk {
     SendProgressRange(options.progress);
   }
 
-  /// Give the records of a stretch to `take`, each with the place of its values, until it returns false, which ends
+  /// Pass the records of a stretch to `take`, each with the address of its values, until it returns false, which ends
   /// the whole walk.
   template <typename Take>
   AResult Read(Stretch stretch, const Take& take);
   bool isEnded() const { return isEnded_; }
 
-  /// The values at `values`, there or in a copy.
+  /// The values at `values`, in place or as a copy.
   const AUVXComplex* Aligned(const char* values);
 
  private:
@@ -54,7 +54,7 @@ class BlockWalk {
   bool isEnded_ = false;
 };
 
-// Every second record begins between the places where a float may lie.
+// In every second record the values are not aligned as floats must be.
 const AUVXComplex* BlockWalk::Aligned(const char* values) {
   if (reinterpret_cast<std::uintptr_t>(values) % alignof(AUVXComplex) == 0) {
     return reinterpret_cast<const AUVXComplex*>(values);
@@ -85,7 +85,7 @@ AResult BlockWalk::Read(Stretch stretch, const Take& take) {
   return AResult::Ok();
 }
 
-// The selected records by the index: the scans that are read in one go, and which of their records are wanted.
+// Finds the selected records by the index: which scans to read in one go, and which of their records to pass on.
 class IndexWalk {
  public:
   IndexWalk(AUVXInput& input, const RecordChoice& choice)
@@ -102,7 +102,7 @@ class IndexWalk {
   const AUVXContents& contents_;
   const AUVXPosition& scans_;
   const RecordChoice& choice_;
-  int scan_ = 0;  // that the last record belonged to
+  int scan_ = 0;  // of the last record
   bool isWanted_ = false;
 };
 

@@ -37,7 +37,7 @@ AResult SelectedVisibilities::Select(const UVXSelection& selection, Preference p
   records_.stokes.clear();
   records_.IFs.clear();
   records_.channels.clear();
-  records_.uvRange = {};  // which is of visibilities, at their own frequencies
+  records_.uvRange = {};  // applied to visibilities, at their own frequencies
   return SelectFrequencies(selection);
 }
 
@@ -83,7 +83,7 @@ AResult SelectedVisibilities::SelectFrequencies(const UVXSelection& selection) {
   return result ? SettlePlaces(path, "channel", selection.channels, uvx.channels(), channels_) : result;
 }
 
-// The frequencies of a setup and, of each IF, the width of its channels.
+// The frequencies of a setup, and the channel width of each IF.
 struct SelectedVisibilities::Setup {
   int number;
   AUVXFreqs frequencies;
@@ -160,7 +160,7 @@ AResult SelectedVisibilities::NothingValid(const JobOptions& options, const std:
   SelectedVisibilities all(*this);
   all.uvRange_ = ARange();
   all.takesFlagged_ = true;
-  AResult result = all.ForEach(options, "Looking for what there is...", [&](const SelectedVisibility& visibility) {
+  AResult result = all.ForEach(options, "Surveying visibilities...", [&](const SelectedVisibility& visibility) {
     const double distance = std::hypot(visibility.u, visibility.v);
     isAny = true;
     hasFlagged = hasFlagged || uvRange_.Holds(distance);
@@ -198,7 +198,7 @@ void SelectedVisibilities::Visit(const WalkedRecord& record, const Setup& setup,
       visibility.frequency = point < frequencies.count() ? frequencies(point) : 0;
       visibility.u = group.u() * visibility.frequency;
       visibility.v = group.v() * visibility.frequency;
-      // A row of "FQ" may lack an IF, whose frequencies are not numbers then.
+      // A row of "FQ" may lack an IF, whose frequencies are then NaN.
       if (!(visibility.frequency > 0) || !std::isfinite(visibility.u) || !std::isfinite(visibility.v)) continue;
       if (uvRange_.IsLimited() && !uvRange_.Holds(std::hypot(visibility.u, visibility.v))) continue;
       const AUVXComplex* values = record.values + static_cast<ptrdiff_t>(point) * stokes;

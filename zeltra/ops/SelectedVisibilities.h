@@ -1,4 +1,4 @@
-// The visibilities of a source that a job looks at.
+// The selected visibilities of one source.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_SELECTEDVISIBILITIES_H_
 #define ZELTRA_OPS_SELECTEDVISIBILITIES_H_
@@ -26,9 +26,9 @@ struct WalkedRecord;
 /// A visibility with its place in the u, v plane.
 struct SelectedVisibility {
   const AUVXGroup* group;  ///< of the record
-  int stokes;              ///< index in SelectedVisibilities::polarisations()
+  int stokes;              ///< index into SelectedVisibilities::polarisations()
   double frequency;        ///< Hz, of the middle of the channel
-  double width;            ///< Hz, of the channel, above 0; 0 where no frequency table tells it
+  double width;            ///< Hz, of the channel, above 0; 0 if no frequency table gives it
   double u;                ///< wavelengths at that frequency
   double v;
   bool isFlagged;
@@ -36,48 +36,48 @@ struct SelectedVisibility {
 };
 
 /// Reads the valid visibilities of one source: the flag of the record is 0, the weight is above 0, all numbers are
-/// finite, and the two antennas differ; flagged ones too where they are selected. Polarisations are formed with the
-/// inverse of the variance for a weight.
+/// finite, and the two antennas differ; flagged ones too if they are selected. Polarisations that are formed have the
+/// inverse of the variance as weight.
 class ZELTRA_API SelectedVisibilities {
  public:
   using Visitor = std::function<void(const SelectedVisibility&)>;
 
-  /// What is taken where no polarisation is named: I if it is stored or can be formed, else the first that is stored;
-  /// or the parallel hands that are stored, else all that is stored.
+  /// What is used if no polarisation is named: I if it is stored or can be formed, else the first one stored; or the
+  /// stored parallel hands, else all that are stored.
   enum Preference { TotalIntensity, ParallelHands };
 
   /// @param input  an open file, which must outlive the object
   explicit SelectedVisibilities(AUVXInput& input) : input_(input), contents_(input.contents()) {}
 
-  /// Look up what is asked for. @return a failure that tells what there is instead, or what is wrong with the index
-  /// @param leftOut  what of the selection the job sees to itself, a sum of RecordChoice::LeftOut
+  /// Look up the selection. @return a failure that says what there is instead, or what is wrong with the index
+  /// @param leftOut  conditions that the job checks itself, a sum of RecordChoice::LeftOut
   AResult Select(const UVXSelection& selection, Preference preference, unsigned leftOut = RecordChoice::Nothing);
 
-  /// Visit all visibilities in the order of the file: all combinations of a frequency, then the next frequency, then
-  /// the next record. May be called again.
-  /// @param step   named to the progress control, which counts from 0 to 100
+  /// Visit all visibilities in file order: all polarisations at a frequency, then the next frequency, then the next
+  /// record. May be called again.
+  /// @param step   name shown by the progress control, which runs from 0 to 100
   /// @return that the job was cancelled, or that a record cannot be read
   AResult ForEach(const JobOptions& options, const char* step, const Visitor& visit);
 
-  /// Visit the means over intervals of `interval` seconds, or over every time stamp where that is negative, in time
-  /// order; see Average. They are means of what is stored, of which polarisations are formed then.
+  /// Visit the means over intervals of `interval` seconds, or over each time stamp if that is negative, in time order;
+  /// see Average. Stored values are averaged first, then polarisations are formed.
   AResult ForEachMean(const JobOptions& options, double interval, const Visitor& visit);
 
-  /// Find the antenna that most of the visibilities are of, among those that the file lists.
-  /// @param antenna  its number; -1 where there is no visibility
+  /// Find the antenna with the most visibilities, among those that the file lists.
+  /// @param antenna  its number; -1 if there is no visibility
   AResult FindBusiestAntenna(const JobOptions& options, int& antenna);
 
-  /// A failure that tells why there is nothing to visit.
-  /// @param remedy  what to do where all visibilities are flagged; may be empty
+  /// A failure that says why there is nothing to visit.
+  /// @param remedy  what to do if all visibilities are flagged; may be empty
   AResult NothingValid(const JobOptions& options, const std::string& remedy = {});
 
   const AUVXContents& contents() const { return contents_; }
-  /// The source; only its number is set where the file has no table of sources.
+  /// The source; only its number is set if the file has no source table.
   const AUVXSourceItem& source() const { return source_; }
   const std::vector<PolarisationChoice>& polarisations() const { return polarisations_; }
   /// As in "RR, LL".
   std::string PolarisationNames() const;
-  /// The unit of the values, empty where the file names none.
+  /// The unit of the values, empty if the file does not name one.
   std::string unit() const;
 
  private:
@@ -95,7 +95,7 @@ class ZELTRA_API SelectedVisibilities {
   RecordChoice choice_;
   ARange uvRange_;
   bool takesFlagged_ = false;
-  UVXSelection records_;  // of the source, with all their values
+  UVXSelection records_;  // all values of the source's records
   AUVXSourceItem source_;
   std::vector<PolarisationChoice> polarisations_;
   std::vector<int> IFs_, channels_;

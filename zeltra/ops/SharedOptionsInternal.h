@@ -18,7 +18,7 @@ inline AJobFile UVXOutputFile() {
   return {"OUT.uvx", "the file to make", "", 0, {}};
 }
 
-/// What a command may leave out of a selection.
+/// What a command may omit from a selection.
 enum SelectionPart : unsigned {
   kBaselines = 1,    ///< --antenna, --baseline
   kUVRange = 2,      ///< --uvrange
@@ -27,13 +27,13 @@ enum SelectionPart : unsigned {
   kAntennas = 16,    ///< --antenna
 };
 
-/// How a command takes a selection.
+/// How a command presents a selection.
 struct SelectionForm {
   unsigned leftOut = 0;                 ///< a sum of SelectionPart
-  std::string sources = "all";          ///< what holds where no source is named
-  std::string stokes = "those stored";  ///< what holds where no polarisation is named
-  bool isSingle = false;                ///< whether a single source and polarisation are meant
-  bool isByVisibility = false;          ///< whether visibilities are taken one by one, not records whole
+  std::string sources = "all";          ///< the default, if no source is named
+  std::string stokes = "those stored";  ///< the default, if no polarisation is named
+  bool isSingle = false;                ///< whether only one source and one polarisation are allowed
+  bool isByVisibility = false;          ///< whether single visibilities are selected, not whole records
 };
 
 template <typename Options>
@@ -48,21 +48,21 @@ void DescribeRecordSelection(AJobDescriber<Options>& job, const SelectionForm& f
          "freqsel", [](Options & o) -> auto& { return o.selection.freqSel; }, "number of the frequency setup")
       .Otherwise("all");
   job.Option(
-         "scan", [](Options & o) -> auto& { return o.selection.scans; }, "scans as info numbers them, as in 1,3-5")
+         "scan", [](Options & o) -> auto& { return o.selection.scans; }, "scans, as numbered by info, as in 1,3-5")
       .CountedFrom(1)
       .Otherwise("all");
   job.Option(
          "start", [](Options & o) -> auto& { return o.selection.start; },
-         "no earlier records; in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or a modified "
-         "one, 07:30 of the "
-         "observation's first day, or +1/07:30 of the next")
+         "no records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or "
+         "modified Julian date, 07:30 of the observation's first day, or +1/07:30 of the next")
       .Otherwise("the first record");
   job.Option(
-         "stop", [](Options & o) -> auto& { return o.selection.stop; }, "no later records; as --start")
+         "stop", [](Options & o) -> auto& { return o.selection.stop; },
+         "no records after this time, given as for --start")
       .Otherwise("the last record");
 }
 
-/// What every command takes that reads visibilities.
+/// The options of every command that reads visibilities.
 template <typename Options>
 void DescribeSelection(AJobDescriber<Options>& job, const SelectionForm& form = {}) {
   DescribeRecordSelection(job, form);
@@ -70,7 +70,7 @@ void DescribeSelection(AJobDescriber<Options>& job, const SelectionForm& form = 
     if (!(form.leftOut & kAntennas)) {
       job.Option(
              "antenna", [](Options & o) -> auto& { return o.selection.antennas; },
-             "all baselines of this antenna, or those between several: numbers or names; =0 is the antenna named 0")
+             "all baselines of this antenna, or those between several; numbers or names; =0 is the antenna named 0")
           .Form("N|NAME[,...]")
           .Otherwise("all");
     }
@@ -114,18 +114,39 @@ AJobOption& DescribeInterval(AJobDescriber<Options>& job, Access access) {
   return job
       .Option("interval", access,
               "length of the intervals, which begin at --start, or at multiples of the length since 0 h of the "
-              "observation date; -1 makes an interval of every time stamp")
+              "observation date; -1 makes each time stamp an interval")
       .Form("SECONDS")
       .Unit("s")
       .Range(1e-3, 1e9)
       .Or(-1);
 }
 
-/// What every job over intervals takes.
+/// The options of every command over intervals.
 template <typename Options>
 void DescribeIntervals(AJobDescriber<Options>& job, const SelectionForm& form) {
   DescribeSelection(job, form);
   DescribeInterval(job, &Options::interval).Required();
+}
+
+/// --part.
+template <typename Options>
+void DescribeShare(AJobDescriber<Options>& job, const std::string& help) {
+  job.Parsed(
+         "part",
+         [](const std::string& text, Options& o) {
+           const size_t slash = text.find('/');
+           PartShare& share = o.share.emplace();
+           const bool isRead = slash != std::string::npos && strToVal(text.substr(0, slash), share.number) &&
+                               strToVal(text.substr(slash + 1), share.count);
+           if (isRead && share.number >= 1 && share.number <= share.count && share.count <= PartShare::kMost) {
+             return AResult::Ok();
+           }
+           return AResult::Fail(text + ": not K/N with K from 1 to N and N up to " + std::to_string(PartShare::kMost));
+         },
+         [](const Options&) { return std::string(); }, help)
+      .Form("K/N")
+      .Otherwise("all parts")
+      .KeepsResult();
 }
 
 /// --mode and --mean.
@@ -136,7 +157,7 @@ void DescribeMeans(AJobDescriber<Options>& job) {
       "average real and imaginary parts, or amplitudes and unwrapped phases");
   job.template Choice<MeanKind IntervalOptions::*, MeanKind>(
       "mean", &IntervalOptions::mean, {{"weighted", MeanKind::Weighted}, {"plain", MeanKind::Plain}},
-      "the mean weighted by the weights, which then add up, or the plain mean, with the mean weight");
+      "the mean weighted by the weights, whose sum is its weight, or the plain mean with the mean weight");
 }
 
 }  // namespace zeltra

@@ -31,7 +31,7 @@ constexpr double kFrequency = 8.4e9;  // of channel 0 of IF 0, Hz
 constexpr double kIFWidth = 16e6;     // Hz
 constexpr int kStokes = 4;            // RR, LL, RL, LR
 constexpr double kEfficiency = 0.8;   // of the correlator
-constexpr double kPolarised = 0.05;   // share of linearly polarised light
+constexpr double kPolarised = 0.05;   // linearly polarised fraction
 constexpr double kVectorAngle = kPi / 6;
 constexpr double kAxisOffset = 2.13;  // of the antennas' mounts, metres
 
@@ -41,8 +41,8 @@ struct Station {
   double sefd;       // system equivalent flux density, Jy
 };
 
-// Positions are geocentric and right-handed (x to Greenwich, z to the north pole), of the ITRF, as NRAO publishes them
-// and VLBA files of 2006 carry them. The sensitivities spread made-up values around the 327 Jy that the VLBA's
+// Positions are geocentric and right-handed (x towards Greenwich, z towards the north pole), in the ITRF, as published
+// by NRAO and found in VLBA files of 2006. The sensitivities are made up, scattered around the 327 Jy that the VLBA's
 // observational status summary gives for 8.4 GHz.
 constexpr Station kStations[10] = {
     {"BR", {-2112065.105, -3705356.508, 4726813.708}, 310}, {"FD", {-1324009.236, -5332181.963, 3231962.411}, 320},
@@ -55,7 +55,7 @@ constexpr Station kStations[10] = {
 // The splitmix64 generator (Steele, Lea & Flood, "Fast splittable pseudorandom number generators", OOPSLA 2014).
 class Random {
  public:
-  // Streams of one seed are unrelated, so that the noise can go without moving the flags.
+  // Streams of one seed are independent, so that leaving out the noise does not move the flags.
   Random(std::uint64_t seed, std::uint64_t stream) : state_(seed) { state_ = Bits() ^ (stream * 0xD1342543DE82EF95u); }
 
   std::uint64_t Bits() {
@@ -67,8 +67,8 @@ class Random {
   }
   // From 0 to below 1.
   double Uniform() { return static_cast<double>(Bits() >> 11) * 0x1p-53; }
-  // Mean 0 and standard deviation 1: the sum of twelve uniform numbers of 16 bits. Integers alone are added, so that
-  // every system draws the same number.
+  // Mean 0 and standard deviation 1: the sum of twelve uniform 16-bit numbers. Only integers are added, so that every
+  // system draws the same number.
   double Normal() {
     std::int64_t sum = 0;
     for (int i = 0; i < 3; ++i) {
@@ -128,7 +128,7 @@ class Simulator {
 AResult Simulator::Run() {
   CountRecords();
   if (records_ > std::numeric_limits<int32_t>::max()) {
-    return AResult::Fail(to_ + ": " + std::to_string(records_) + " records are more than a UVX file counts");
+    return AResult::Fail(to_ + ": " + std::to_string(records_) + " records are more than a UVX file can hold");
   }
   if (AResult result = writer_.Create(to_, Header(), options_); !result) return result;
   writer_.SetIntegration(static_cast<float>(options_.integration));
@@ -162,7 +162,7 @@ AUVXHeader Simulator::Header() const {
   return header;
 }
 
-// The first tenth of every scan goes to the way from one source to the other.
+// The first tenth of every scan is spent on slewing to its source.
 AResult Simulator::WriteRecords() {
   SendProgressRange(options_.progress);
   SendProgressText(options_.progress, "Observing...");
@@ -212,7 +212,7 @@ AResult Simulator::WriteIntegration(int source, double seconds) {
   return AResult::Ok();
 }
 
-// What a baseline sees of a source, with noise, at all frequencies; u, v in seconds.
+// The visibilities of a source on a baseline, with noise, at all frequencies; u, v in seconds.
 void Simulator::Observe(int source, int station1, int station2, double u, double v) {
   const double samples = 2 * ChannelWidth() * options_.integration;
   const double sefd = std::sqrt(kStations[station1].sefd * kStations[station2].sefd);
@@ -323,12 +323,12 @@ std::unique_ptr<AUVXTable> Simulator::Frequencies() const {
 std::string Complaint(const SimulateOptions& options) {
   // Records stay below 1 MiB.
   constexpr int kLargestPoints = ((1 << 20) - AUVXGroup::kBytes) / (kStokes * static_cast<int>(sizeof(AUVXComplex)));
-  if (options.antennas < 2 || options.antennas > 10) return "there are 2 to 10 antennas";
-  if (!(options.minutes > 0 && options.minutes <= 1e6)) return "an observation takes up to 1000000 minutes";
+  if (options.antennas < 2 || options.antennas > 10) return "there can be 2 to 10 antennas";
+  if (!(options.minutes > 0 && options.minutes <= 1e6)) return "an observation lasts up to 1000000 minutes";
   if (!(options.integration >= 1e-3 && options.integration <= 3600))
-    return "an integration takes 0.001 to 3600 seconds";
+    return "an integration lasts 0.001 to 3600 seconds";
   if (options.ifs < 1 || options.channels < 1 || int64{options.ifs} * options.channels > kLargestPoints) {
-    return "there are 1 to " + std::to_string(kLargestPoints) + " channels in all IFs together";
+    return "there can be 1 to " + std::to_string(kLargestPoints) + " channels in all IFs together";
   }
   if (options.components < 1 || options.components > 2) return "a source has 1 or 2 components";
   if (!(options.noise >= 0 && options.noise <= 1e6)) return "the noise is 0 to 1000000 times the thermal noise";

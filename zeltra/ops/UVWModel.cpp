@@ -11,15 +11,15 @@
 namespace zeltra {
 namespace {
 
-// A right frame is off by what precession leaves out, some 1e-4, or by what averaging did to the coordinates, a wrong
-// one by the length of baselines.
+// The right frame is off only by what precession omits, some 1e-4, and by what averaging did to the coordinates; a
+// wrong one is off by whole baselines.
 constexpr double kWorstFit = 0.01;
-// Frames that fit this much alike are told apart by what the file says of them: antennas on a line from east to west
-// look the same in both hands.
+// Frames whose fits differ by less than this ratio are told apart by what the file says about them: antennas on an
+// east-west line look the same with either handedness.
 constexpr double kTie = 1.05;
 constexpr int kStretches = 64, kRecordsOfStretch = 32;
 
-// Sums of squares over the records of a sample.
+// Sums of squares over a sample of records.
 struct Misfit {
   UVWModel model;
   double uv = 0, w = 0;  // of the differences
@@ -27,7 +27,7 @@ struct Misfit {
   double Relative(double given, bool hasW) const { return std::sqrt((uv + (hasW ? w : 0)) / given); }
 };
 
-// The longitude of an array, radians: that of its centre, or of its antennas' mean position where these are geocentric.
+// The longitude of an array, radians: of its centre, or, if positions are geocentric, of the antennas' mean position.
 double LongitudeOf(const AUVXAntenns& antennas) {
   double x = antennas.ArrayX(), y = antennas.ArrayY();
   for (int i = 0; i < antennas.count() && antennas.ArrayX() == 0 && antennas.ArrayY() == 0; ++i) {
@@ -37,7 +37,7 @@ double LongitudeOf(const AUVXAntenns& antennas) {
   return std::atan2(y, x);
 }
 
-// All frames, that which the antenna table tells first.
+// All frames, starting with the one that the antenna table states.
 std::vector<UVWFrame> Frames(const AUVXContents& contents) {
   const AUVXAntenns& antennas = contents.antennas();
   const bool isRelative = antennas.ArrayX() != 0 || antennas.ArrayY() != 0;
@@ -62,7 +62,7 @@ UVWModel::UVWModel(const AUVXContents& contents, const UVWFrame& frame)
   const AUVXAntenns& list = contents.antennas();
   const double longitude = frame.isLocal ? LongitudeOf(list) : 0;
   const double c = std::cos(longitude), s = std::sin(longitude);
-  // Backwards, so that the first antenna of a number counts.
+  // Backwards, so that the first antenna with a number counts.
   for (int i = list.count(); i-- > 0;) {
     const AUVXTlscItem& antenna = list(i);
     if (antenna.id < 0 || antenna.id > 255) continue;
@@ -72,8 +72,8 @@ UVWModel::UVWModel(const AUVXContents& contents, const UVWFrame& frame)
   }
 }
 
-// The position of a record's source: apparent as it stands in the table, unless a negative equinox marks it as that of
-// the equinox, which is precessed to the day of the record.
+// The position of a record's source: the apparent one in the table, or, if a negative equinox marks it as that of the
+// equinox, the same precessed to the day of the record.
 const ASkyPosition* UVWModel::PositionOf(const AUVXGroup& group) {
   DatedSource& dated = sources_[group.sourceNo()];
   const double day = std::floor(group.date);
@@ -141,12 +141,12 @@ AResult FindUVWFrame(AUVXInput& from, UVWFrame& frame) {
     if (AResult result = WalkRecords(from, {}, static_cast<int>(first), end, compare); !result) return result;
     if (!missing) return missing;
   }
-  if (!(uv > 0)) return AResult::Fail(from.path() + ": has no u, v to tell by what its antenna positions mean");
+  if (!(uv > 0)) return AResult::Fail(from.path() + ": has no u, v to show how its antenna positions are to be read");
   // Some programs leave w at 0.
   const double given = uv + w;
   double least = std::numeric_limits<double>::infinity();
   for (const Misfit& misfit : misfits) {
-    // What comes of positions that are no numbers is not less than anything.
+    // NaN, from positions that are not numbers, is not less than anything.
     if (const double relative = misfit.Relative(given, w > 0); relative < least) least = relative;
   }
   if (std::isinf(least))

@@ -1,4 +1,4 @@
-// The coordinates u, v, w that antennas, sources and times make, by what the file means with its positions.
+// Computes u, v, w from antennas, sources and times, for a given reading of the file's positions.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_UVWMODELINTERNAL_H_
 #define ZELTRA_OPS_UVWMODELINTERNAL_H_
@@ -18,7 +18,7 @@
 
 namespace zeltra {
 
-/// Projects baselines on the direction of their source (UVWProjection) with the mean sidereal time at Greenwich.
+/// Projects baselines on the direction of their source (UVWProjection), using the mean sidereal time at Greenwich.
 class UVWModel {
  public:
   UVWModel(const AUVXContents& contents, const UVWFrame& frame);
@@ -27,12 +27,12 @@ class UVWModel {
   /// Compute the coordinates of a record, seconds: antenna 1 minus antenna 2.
   /// @return false if one of its antennas or its source is not listed
   bool Compute(const AUVXGroup& group, AVector& uvw);
-  /// The failure of such a record.
+  /// The failure for such a record.
   AResult Missing(const std::string& path, const WalkedRecord& record) const;
 
  private:
   struct DatedSource {
-    double day = std::numeric_limits<double>::quiet_NaN();  // that the position is of
+    double day = std::numeric_limits<double>::quiet_NaN();  // for which the position holds
     ASkyPosition position = {};
   };
 
@@ -45,8 +45,8 @@ class UVWModel {
   std::map<int, DatedSource> sources_;
 };
 
-/// Find what the file means with its positions: the frame in which a sample of its records has the coordinates that
-/// stand in them.
+/// Find how the positions in the file are to be read: the frame that reproduces the coordinates of a sample of its
+/// records.
 /// @return a failure if none of them fits within a hundredth, or if the file has no coordinates to compare with
 AResult FindUVWFrame(AUVXInput& from, UVWFrame& frame);
 

@@ -22,14 +22,13 @@ void LoadPoint(const char* stored, int point, int stokes, AUVXComplex* values) {
   std::memcpy(static_cast<void*>(values), stored + static_cast<size_t>(point) * bytes, bytes);
 }
 
-// Combine clean values of one frequency. A part that is flagged flags the combination: the weight has a minus sign, or
-// is 0.
+// Combine clean values of one frequency. A flagged part flags the combination: its weight is negative or 0.
 AUVXComplex Combined(const AStokesMix& mix, const AUVXComplex* clean, bool weighted) {
   AUVXComplex value = mix.GetVisible(clean, 0);
   if (!weighted || mix.id == 0) return value;
   const double w1 = std::fabs(double{clean[mix.item1.index].weight});
   const double w2 = std::fabs(double{clean[mix.item2.index].weight});
-  // The positive ids are halves of a sum or difference.
+  // Combinations with positive ids are halves of a sum or difference.
   const double inverse = w1 > 0 && w2 > 0 ? (mix.id > 0 ? 4 : 1) / (1 / w1 + 1 / w2) : 0;
   value.weight = static_cast<float>(value.weight > 0 ? inverse : -inverse);
   return value;
@@ -127,7 +126,7 @@ void ValueChoice::PickReversed(const char* stored, AUVXComplex* to) const {
 double ValueChoice::Weight(const char* stored) const {
   constexpr float kLargest = std::numeric_limits<float>::max();
   constexpr int kBytes = sizeof(AUVXComplex);
-  // Four sums side by side, added in a fixed order at the end.
+  // Four parallel sums, added in a fixed order at the end.
   const Float4 none = {};
   Double2 low = {}, high = {};
   double rest = 0;

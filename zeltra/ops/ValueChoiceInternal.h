@@ -1,4 +1,4 @@
-// What a job averages of each record.
+// The values of each record that a job averages.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_VALUECHOICEINTERNAL_H_
 #define ZELTRA_OPS_VALUECHOICEINTERNAL_H_
@@ -12,35 +12,36 @@
 
 namespace zeltra {
 
-/// Picks from the values of a record those that a job averages: all, or some polarisations at some frequencies.
+/// Picks the values of a record that a job averages: all, or some polarisations at some frequencies.
 class ValueChoice {
  public:
   /// All values of the records of `uvx`.
   explicit ValueChoice(const AUVXFile& uvx);
-  /// Polarisations at frequency points: IF x channels + channel, from 0, ascending.
+  /// Polarisations at frequency points, given as IF x channels + channel, from 0, ascending.
   ValueChoice(const AUVXFile& uvx, const std::vector<int>& points, std::vector<PolarisationChoice> mixes,
               bool weighted);
 
-  /// Take every baseline from its lower antenna to its higher one.
-  /// @param reverse  for each combination the one whose complex conjugate it is where the antennas are exchanged, if
+  /// Reverse baselines where needed, so that each runs from its lower antenna to its higher one.
+  /// @param reverse  for each combination, the one whose complex conjugate it becomes when the antennas are exchanged,
+  /// if
   ///                 there is one
   void TurnBaselines(std::vector<std::optional<PolarisationChoice>> reverse);
 
-  /// Values of each record that are averaged, [point][combination].
+  /// Number of averaged values in a record, [point][combination].
   int count() const { return count_; }
 
   /// Pick the values of one record.
-  /// @param group   of the record; its antennas are exchanged where its values are those of the reverse baseline
-  /// @param stored  the record's values as they stand in the file, at any address
+  /// @param group   of the record; its antennas are exchanged if the reversed baseline is used
+  /// @param stored  the record's values as in the file, at any address
   /// @param room    room for count() values
-  /// @return the values that are averaged, at any address: among `stored`, or `room`
+  /// @return the averaged values, at any address, either in `stored` or in `room`
   const char* Pick(AUVXGroup& group, const char* stored, AUVXComplex* room) const;
 
-  /// Sum of the positive finite weights of all polarisations that are stored at the frequencies chosen.
+  /// Sum of the positive finite weights of all stored polarisations at the chosen frequencies.
   double Weight(const char* stored) const;
 
  private:
-  // Points that follow each other.
+  // A run of consecutive points.
   struct Run {
     int first, count;
   };
@@ -48,15 +49,15 @@ class ValueChoice {
   void ListPlaces();
   void PickReversed(const char* stored, AUVXComplex* to) const;
 
-  int stokes_;  // stored at each frequency
+  int stokes_;  // number stored at each frequency
   int count_;
   bool weighted_ = false;
   bool isTurned_ = false;
   std::vector<Run> runs_;
-  std::vector<PolarisationChoice> mixes_;                   // none: values as they are stored
-  std::vector<std::optional<PolarisationChoice>> reverse_;  // of each combination
-  std::vector<int> places_;  // of the values in a record, where none of them is to be formed
-  bool isOnePiece_ = false;  // whether those follow each other
+  std::vector<PolarisationChoice> mixes_;                   // empty: values as they are stored
+  std::vector<std::optional<PolarisationChoice>> reverse_;  // for each combination
+  std::vector<int> places_;                                 // of the values in a record, if none has to be formed
+  bool isOnePiece_ = false;                                 // whether these are consecutive
 };
 
 }  // namespace zeltra

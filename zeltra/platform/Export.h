@@ -3,7 +3,7 @@
 #ifndef ZELTRA_PLATFORM_EXPORT_H_
 #define ZELTRA_PLATFORM_EXPORT_H_
 
-// Everything is built with hidden visibility, so that a missing ZELTRA_API fails on every system, not on Windows alone.
+// Everything is built with hidden visibility, so a missing ZELTRA_API fails on every system, not just on Windows.
 #if defined(_WIN32)
 #if defined(ZELTRA_BUILDING_LIBRARY)
 #define ZELTRA_API __declspec(dllexport)
@@ -15,8 +15,8 @@
 #endif
 
 // ZELTRA_EXPORT_TEMPLATE(X<T>); in a header announces an instantiation that one source defines by a plain
-// `template class X<T>;`. GCC for Windows exports only members that are defined outside the class body, and a program
-// there would look in vain for the others: so programs on Windows instantiate for themselves what they call.
+// `template class X<T>;`. GCC for Windows exports only members that are defined outside the class body, and programs
+// would not find the others: so programs on Windows instantiate what they call themselves.
 #if defined(_WIN32) && !defined(ZELTRA_BUILDING_LIBRARY)
 #define ZELTRA_EXPORT_TEMPLATE(...) static_assert(true)
 #else

@@ -1,4 +1,4 @@
-// The few messages that the library shows to a person.
+// The few messages that the library shows to the user.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_PLATFORM_MESSAGEBOX_H_
 #define ZELTRA_PLATFORM_MESSAGEBOX_H_

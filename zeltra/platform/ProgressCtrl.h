@@ -1,4 +1,4 @@
-// Progress of long operations, told to a control of the host.
+// Progress of long operations, reported to a control of the host.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_PLATFORM_PROGRESSCTRL_H_
 #define ZELTRA_PLATFORM_PROGRESSCTRL_H_
@@ -9,7 +9,7 @@
 
 namespace zeltra {
 
-/// Message that names the step that begins: `lParam` points to NUL-terminated text, valid during the call.
+/// Message that names the step about to begin: `lParam` points to NUL-terminated text, valid during the call.
 inline constexpr unsigned kProgressText = 12;
 /// Message that sets the range: lower end in the low 16 bits of `lParam`, upper end in the next 16.
 inline constexpr unsigned kProgressRange = 1025;
@@ -30,7 +30,7 @@ class ZELTRA_API CProgressCtrl {
 /// Set the range of `progress` to 0..100. Nothing happens when it is null.
 ZELTRA_API void SendProgressRange(CProgressCtrl* progress);
 
-/// Name the step that begins. Nothing happens when `progress` is null.
+/// Name the step about to begin. Nothing happens when `progress` is null.
 ZELTRA_API void SendProgressText(CProgressCtrl* progress, const char* text);
 
 /// Send the share `done` of `total` in percent, rounded half up, when it differs from the last one sent.

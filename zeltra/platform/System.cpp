@@ -19,20 +19,20 @@ constexpr size_t kLongestName = 255;
 
 std::string ReasonOf(int error) {
   std::string reason = std::generic_category().message(error);
-  // It ends a sentence.
+  // It is used at the end of a sentence.
   if (!reason.empty()) reason[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(reason[0])));
   return reason;
 }
 
 std::string TemporaryNameFor(const std::string& path) {
-  // Process numbers would repeat, between the machines that share a folder too.
+  // Process numbers repeat, also between machines that share a folder.
   std::random_device random;
   const uint64_t number = uint64_t{random()} << 32 | random();
   char ending[32];
   std::snprintf(ending, sizeof ending, ".part%016llx", static_cast<unsigned long long>(number));
   const size_t name = path.find_last_of("/\\") + 1;
   size_t end = std::min(path.size(), name + kLongestName - std::strlen(ending));
-  // Characters of UTF-8 stay whole.
+  // Do not cut a UTF-8 character.
   while (end < path.size() && end > name && (path[end] & 0xC0) == 0x80) --end;
   return path.substr(0, end) + ending;
 }

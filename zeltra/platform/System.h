@@ -1,4 +1,4 @@
-// What a command-line program asks of the operating system.
+// What a command-line program needs from the operating system.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_PLATFORM_SYSTEM_H_
 #define ZELTRA_PLATFORM_SYSTEM_H_
@@ -12,10 +12,10 @@
 
 namespace zeltra {
 
-// File names are 8-bit text: bytes as they are on POSIX systems, UTF-8 on Windows (text that is not valid UTF-8 is
-// taken in the system's code page there).
+// File names are 8-bit text: on POSIX systems the bytes as they are, on Windows UTF-8 (text that is not valid UTF-8 is
+// read in the system's code page there).
 
-/// The arguments of this process without the program's name, as file names are written.
+/// The arguments of this process without the program's name, encoded like file names.
 ZELTRA_API std::vector<std::string> CommandLineArguments(int argc, char** argv);
 
 /// The system's words for a value of errno, as the end of a sentence: "permission denied".
@@ -24,22 +24,21 @@ ZELTRA_API std::string ReasonOf(int error);
 /// Write standard output byte for byte, so that a table is the same on every system.
 ZELTRA_API void UseBinaryStandardOutput();
 
-/// The number of the signal of a pipe that nobody reads any more, on systems that have it.
+/// The number of the signal for a pipe that nobody reads any more, on systems that have one.
 inline constexpr int kPipeSignal = 13;
 
-/// Let each signal that asks a process to end (Ctrl-C, the end of its terminal or of the system, a pipe that nobody
-/// reads any more) set `number` to its own instead; a second one ends the process at once. What whoever started the
-/// process has it ignore stays ignored. A file that grows beyond what is allowed becomes a write that fails.
+/// Make each signal that asks the process to end (Ctrl-C, the end of its terminal or of the system, a pipe that nobody
+/// reads any more) set `number` to its own number instead; a second one ends the process at once. Signals that the
+/// process was started to ignore stay ignored. A file that outgrows its limit becomes a failed write.
 ZELTRA_API void CatchSignals(std::atomic<int>& number);
 
-/// Whether standard error is a terminal that a person looks at.
+/// Whether standard error is a terminal.
 ZELTRA_API bool IsErrorTerminal();
 
 /// Number of processors, at least 1.
 ZELTRA_API int ProcessorCount();
 
-/// Bytes of memory that programs may still take without others being moved to the disk; 0 where the system does not
-/// tell.
+/// Bytes of memory that can be taken before other memory is moved to disk; 0 if the system does not say.
 ZELTRA_API int64 FreeMemory();
 
 /// Remove a file. @return non-zero if it is gone
@@ -51,12 +50,12 @@ ZELTRA_API bool PathExists(const std::string& path);
 /// Whether two names lead to one existing file, by links or by different spellings of the path.
 ZELTRA_API bool IsSameFile(const std::string& a, const std::string& b);
 
-/// Give the complete file `from` the name `to`, in one step: nobody sees a part of it under that name.
-/// @param replace  whether a file that has the name already gives way, also one that may only be read
+/// Give the complete file `from` the name `to` in one step, so that nobody sees part of it under that name.
+/// @param replace  whether to replace a file that already has the name, even a read-only one
 /// @return non-zero for success; on failure both names are as they were
 ZELTRA_API int MoveIntoPlace(const std::string& from, const std::string& to, bool replace);
 
-/// A name beside `path` that no other process uses, for a file that is moved into place once it is complete.
+/// A name in the folder of `path` that no other process uses, for a file that is moved into place once it is complete.
 ZELTRA_API std::string TemporaryNameFor(const std::string& path);
 
 /// Folder for files of this session, without a trailing separator.

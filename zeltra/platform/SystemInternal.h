@@ -10,56 +10,63 @@
 
 namespace zeltra::platform {
 
-/// Open flags, the values of AFile's; anything else in a mode is ignored.
+/// Open flags, with the values of AFile's; other bits of a mode are ignored.
 enum OpenMode : int { kWriteOnly = 0x1, kReadWrite = 0x2, kCreate = 0x100, kTruncate = 0x200, kBinary = 0x8000 };
 
-// What fails sets errno, on every system; 0 there means that no call failed, but that the file ended.
+// Functions that fail set errno, on every system; 0 there means that no call failed but the file ended.
 
-/// Open with the flags of AFile::Open, sharing denied to nobody. @return the descriptor, or -1
-int OpenDescriptor(const char* path, int mode);
+/// Read and write for the owner alone.
+inline constexpr int kOwnerOnly = 0600;
+/// The same for everybody whom the process's mask lets through, as programs mostly create files.
+inline constexpr int kEverybody = 0666;
+
+/// Open with the flags of AFile::Open, sharing denied to nobody.
+/// @param permissions  POSIX permission bits of a file that is created, before the process's mask
+/// @return the descriptor, or -1
+int OpenDescriptor(const char* path, int mode, int permissions);
 bool CloseDescriptor(int descriptor);
-/// @return bytes moved, fewer than `count` only at the end of the file or on a full disk; -1 if none could be moved
+/// Ask the system once, and again only where it has cut a request that was too large for it.
+/// @return bytes moved, as many as came; -1 if none could be moved
 int64 ReadDescriptor(int descriptor, void* buffer, int64 count);
-/// The same from a position on, by any number of threads at once; the descriptor's own position is undefined
-/// afterwards.
+/// Read from a position on, by any number of threads at once; the descriptor's own position is undefined afterwards.
+/// @return bytes moved, fewer than `count` only at the end of the file; -1 if none could be moved
 int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count);
+/// @return bytes moved, fewer than `count` only where the system refuses more; -1 if none could be moved
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count);
 /// @return the new position, or -1
 int64 SeekDescriptor(int descriptor, int64 position);
 int64 TellDescriptor(int descriptor);
 int64 DescriptorSize(int descriptor);
-/// What tells whether a file has been changed.
+/// Shows whether a file has been changed.
 struct FileStamp {
   int64 size = -1;
-  int64 modified = 0;  ///< in the system's own unit, since its own zero
+  int64 modified = 0;  ///< in the system's own unit and epoch
   bool operator==(const FileStamp&) const = default;
 };
-/// @return false if the system does not tell
+/// @return false if the system does not say
 bool StampOf(int descriptor, FileStamp& stamp);
 /// @return 0 for success, else the system's error number
 int TruncateDescriptor(int descriptor, int64 size);
 
-/// Wait until the disk holds what was written to a file. @return false if not all of it has arrived there
+/// Wait until the disk holds what was written to a file. @return false if some of it did not get there
 bool SyncDescriptor(int descriptor);
 /// The same for the names in the folder of `path`. A folder that the system cannot synchronise, or may not read, counts
 /// as done.
 bool SyncFolderOf(const std::string& path);
 
-/// Read and write for the owner alone.
-inline constexpr int kOwnerOnly = 0600;
 /// Who may read, write and run an existing file: its POSIX permission bits; -1 where the system has none.
 int PermissionsOf(const std::string& path);
-/// @return false if the file has other permissions
+/// @return false if the file ends up with other permissions
 bool SetPermissions(int descriptor, int permissions);
 
-/// Unknown: the system does not tell.
+/// Unknown: the system does not say.
 enum class FileKind { Missing, Regular, Other, Unknown };
-/// What stands under a name; a symbolic link is Other.
+/// What a name refers to; a symbolic link is Other.
 FileKind KindOf(const std::string& path);
-/// The name at the end of the symbolic links that `path` begins, of a file that need not be there; `path` itself where
-/// it is no link.
+/// The name at the end of a chain of symbolic links that starts at `path`, whether or not that file exists; `path`
+/// itself if it is not a link.
 std::string LinkTarget(const std::string& path);
-/// Whether two names, both within one folder, are those of one file.
+/// Whether two names in one folder refer to the same file.
 bool IsSameName(const std::string& a, const std::string& b);
 
 std::FILE* OpenStream(const char* path, const char* mode);

@@ -18,17 +18,17 @@ namespace platform {
 namespace {
 
 constexpr int kPermissions = 0777;
-// More are a circle, as for the system itself.
+// More links than this are taken for a loop, as the system does.
 constexpr int kMostLinks = 40;
 
-// Linux moves at most 0x7ffff000 bytes a call.
-constexpr int64 kLargestTransfer = 0x40000000;
+// What Linux moves in one call at most.
+constexpr int64 kLargestTransfer = 0x7ffff000;
 
 std::atomic<int>* caught = nullptr;
 
 extern "C" void CatchSignal(int signal) {
   caught->store(signal, std::memory_order_relaxed);
-  // A pipe says so at every write.
+  // SIGPIPE comes again with every write.
   if (signal != SIGPIPE) std::signal(signal, SIG_DFL);
 }
 
@@ -45,28 +45,31 @@ bool IsFolder(int descriptor) {
   return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+enum class ShortStep { Ends, GoesOn };
+
 template <typename Call>
-int64 MoveAll(int64 count, Call call) {
+int64 Move(int64 count, ShortStep shortStep, Call call) {
   int64 moved = 0;
   while (moved < count) {
-    const ssize_t step = call(moved, static_cast<size_t>(std::min(count - moved, kLargestTransfer)));
+    const int64 wanted = std::min(count - moved, kLargestTransfer);
+    const ssize_t step = call(moved, static_cast<size_t>(wanted));
     if (step < 0 && errno == EINTR) continue;
     if (step == 0) errno = 0;
     if (step <= 0) return moved > 0 || step == 0 ? moved : -1;
     moved += step;
+    if (step < wanted && shortStep == ShortStep::Ends) break;
   }
   return moved;
 }
 
 }  // namespace
 
-int OpenDescriptor(const char* path, int mode) {
-  // Permission is read and write for everybody that the process's mask lets through, as other programs create files.
+int OpenDescriptor(const char* path, int mode, int permissions) {
   int descriptor = -1;
   do {
-    descriptor = ::open(path, SystemFlags(mode), 0666);
+    descriptor = ::open(path, SystemFlags(mode), static_cast<mode_t>(permissions));
   } while (descriptor < 0 && errno == EINTR);
-  // A folder opens for reading, and has a size, but no bytes. It is no file on any system.
+  // A folder opens for reading and has a size, but no bytes. Refuse it as a file, on every system.
   if (descriptor >= 0 && IsFolder(descriptor)) {
     ::close(descriptor);
     errno = EISDIR;
@@ -80,18 +83,19 @@ bool CloseDescriptor(int descriptor) {
 }
 
 int64 ReadDescriptor(int descriptor, void* buffer, int64 count) {
-  return MoveAll(count, [=](int64 done, size_t n) { return ::read(descriptor, static_cast<char*>(buffer) + done, n); });
+  return Move(count, ShortStep::Ends,
+              [=](int64 done, size_t n) { return ::read(descriptor, static_cast<char*>(buffer) + done, n); });
 }
 
 int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count) {
-  return MoveAll(count, [=](int64 done, size_t n) {
+  return Move(count, ShortStep::GoesOn, [=](int64 done, size_t n) {
     return ::pread(descriptor, static_cast<char*>(buffer) + done, n, position + done);
   });
 }
 
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count) {
-  return MoveAll(count,
-                 [=](int64 done, size_t n) { return ::write(descriptor, static_cast<const char*>(buffer) + done, n); });
+  return Move(count, ShortStep::GoesOn,
+              [=](int64 done, size_t n) { return ::write(descriptor, static_cast<const char*>(buffer) + done, n); });
 }
 
 int64 SeekDescriptor(int descriptor, int64 position) {
@@ -127,7 +131,7 @@ bool SyncDescriptor(int descriptor) {
   do {
     result = ::fsync(descriptor);
   } while (result != 0 && errno == EINTR);
-  // A file system that has no disk behind it may not know the call.
+  // A file system without a disk may not know the call.
   return result == 0 || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
 }
 
@@ -150,7 +154,7 @@ int PermissionsOf(const std::string& path) {
 
 bool SetPermissions(int descriptor, int permissions) {
   struct stat status {};
-  // File systems that have the same permissions for all files refuse every change.
+  // File systems with one set of permissions for all files refuse every change.
   const bool hasThem =
       ::fstat(descriptor, &status) == 0 && static_cast<int>(status.st_mode & kPermissions) == permissions;
   return hasThem || ::fchmod(descriptor, static_cast<mode_t>(permissions)) == 0;
@@ -221,7 +225,7 @@ int ProcessorCount() {
 }
 
 int64 FreeMemory() {
-  // Linux counts what it keeps of files, which gives way, in MemAvailable alone; kB.
+  // Only MemAvailable, in kB, counts the file cache, which Linux gives up on demand.
   if (std::FILE* file = std::fopen("/proc/meminfo", "re")) {
     char line[128];
     long long available = 0;
@@ -254,17 +258,17 @@ int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) 
   if (replace) return ::rename(from.c_str(), to.c_str()) == 0;
 #ifdef RENAME_NOREPLACE
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 1;
-  // Not every file system knows it.
+  // Not every file system knows the call.
   if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP && errno != EPERM) return 0;
 #endif
-  // A hard link is refused where the name exists, in one step, as well.
+  // link() also refuses, in one step, if the name exists.
   if (::link(from.c_str(), to.c_str()) == 0) {
     ::unlink(from.c_str());
     return 1;
   }
   if (errno == EEXIST) return 0;
   // Where there are no links either, an empty file takes the name for this one.
-  const int holder = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  const int holder = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, platform::kEverybody);
   if (holder < 0) return 0;
   ::close(holder);
   if (::rename(from.c_str(), to.c_str()) == 0) return 1;

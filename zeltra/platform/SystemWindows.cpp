@@ -4,7 +4,7 @@
 #include <share.h>
 #include <sys/stat.h>
 #include <windows.h>
-// windows.h stands first: shellapi.h needs its types.
+// windows.h comes first: shellapi.h needs its types.
 #include <shellapi.h>
 
 #include <algorithm>
@@ -22,16 +22,16 @@ namespace platform {
 namespace {
 
 // The runtime counts a transfer in 32-bit signed integers.
-constexpr int64 kLargestTransfer = 0x40000000;
+constexpr int64 kLargestTransfer = 0x7ffff000;
 
 std::atomic<int>* caught = nullptr;
 
-// A second signal finds the runtime's own way, which it takes up again by itself.
+// The runtime has restored the default by now, so a second signal ends the process.
 extern "C" void CatchSignal(int signal) {
   caught->store(signal, std::memory_order_relaxed);
 }
 
-// What the system's own functions report becomes the errno that those of the runtime set.
+// Turn the error of a system function into the errno that the runtime would set.
 bool Told(bool isDone) {
   if (!isDone) {
     const std::error_code error(static_cast<int>(GetLastError()), std::system_category());
@@ -49,19 +49,23 @@ int SystemFlags(int mode) {
   return flags | _O_NOINHERIT;
 }
 
+enum class ShortStep { Ends, GoesOn };
+
 template <typename Call>
-int64 MoveAll(int64 count, Call call) {
+int64 Move(int64 count, ShortStep shortStep, Call call) {
   int64 moved = 0;
   while (moved < count) {
-    const int step = call(moved, static_cast<unsigned>(std::min(count - moved, kLargestTransfer)));
+    const int64 wanted = std::min(count - moved, kLargestTransfer);
+    const int step = call(moved, static_cast<unsigned>(wanted));
     if (step == 0) errno = 0;
     if (step <= 0) return moved > 0 || step == 0 ? moved : -1;
     moved += step;
+    if (step < wanted && shortStep == ShortStep::Ends) break;
   }
   return moved;
 }
 
-// Whether the program was linked as a windowed one, which has no standard error that anybody sees.
+// Whether the program was linked as a windowed one, which has no visible standard error.
 bool IsWindowedProcess() {
   const auto* base = reinterpret_cast<const char*>(GetModuleHandleW(nullptr));
   const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
@@ -73,11 +77,11 @@ bool IsWindowedProcess() {
 
 namespace {
 
-// A file or folder that is open for being asked what it is: no access is asked for, so that one which others hold open
-// is told of too.
+// A file or folder that is open only to ask what it is: it requests no access, so files that others hold open can be
+// asked about too.
 class Opened {
  public:
-  // @param flags  FILE_FLAG_OPEN_REPARSE_POINT for a link itself instead of what it leads to
+  // @param flags  FILE_FLAG_OPEN_REPARSE_POINT for a link itself instead of its target
   explicit Opened(const std::string& path, DWORD flags = 0)
       : handle_(CreateFileW(Wide(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                             OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr)) {}
@@ -92,7 +96,7 @@ class Opened {
   HANDLE handle_;
 };
 
-// Other reparse points, as cloud storage has them, are files like any.
+// Other reparse points, such as those of cloud storage, are ordinary files.
 bool IsLink(const std::string& path) {
   const Opened link(path, FILE_FLAG_OPEN_REPARSE_POINT);
   FILE_ATTRIBUTE_TAG_INFO info = {};
@@ -123,7 +127,8 @@ std::string Narrow(const wchar_t* wide) {
   return text;
 }
 
-int OpenDescriptor(const char* path, int mode) {
+// Of POSIX permissions the system knows read-only alone, which no file that is created gets.
+int OpenDescriptor(const char* path, int mode, int) {
   int descriptor = -1;
   const int error = _wsopen_s(&descriptor, Wide(path).c_str(), SystemFlags(mode), _SH_DENYNO, _S_IREAD | _S_IWRITE);
   if (error == 0) return descriptor;
@@ -136,13 +141,13 @@ bool CloseDescriptor(int descriptor) {
 }
 
 int64 ReadDescriptor(int descriptor, void* buffer, int64 count) {
-  return MoveAll(count,
-                 [=](int64 done, unsigned n) { return _read(descriptor, static_cast<char*>(buffer) + done, n); });
+  return Move(count, ShortStep::Ends,
+              [=](int64 done, unsigned n) { return _read(descriptor, static_cast<char*>(buffer) + done, n); });
 }
 
 int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count) {
   const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
-  return MoveAll(count, [=](int64 done, unsigned n) {
+  return Move(count, ShortStep::GoesOn, [=](int64 done, unsigned n) {
     OVERLAPPED place = {};
     place.Offset = static_cast<DWORD>(position + done);
     place.OffsetHigh = static_cast<DWORD>((position + done) >> 32);
@@ -153,8 +158,8 @@ int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count
 }
 
 int64 WriteDescriptor(int descriptor, const void* buffer, int64 count) {
-  return MoveAll(
-      count, [=](int64 done, unsigned n) { return _write(descriptor, static_cast<const char*>(buffer) + done, n); });
+  return Move(count, ShortStep::GoesOn,
+              [=](int64 done, unsigned n) { return _write(descriptor, static_cast<const char*>(buffer) + done, n); });
 }
 
 int64 SeekDescriptor(int descriptor, int64 position) {
@@ -182,12 +187,12 @@ int TruncateDescriptor(int descriptor, int64 size) {
 bool SyncDescriptor(int descriptor) {
   return Told(FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor))) != 0);
 }
-// A file is moved into place with its folder's entry on the disk.
+// MoveIntoPlace writes the folder's entry to the disk.
 bool SyncFolderOf(const std::string&) {
   return true;
 }
 
-// The only one, to be read-only, is kept by MoveIntoPlace: a file that had it before could not be removed any more.
+// The only permission here, read-only, is handled by MoveIntoPlace: a file that had it earlier could not be removed.
 int PermissionsOf(const std::string&) {
   return -1;
 }
@@ -205,7 +210,7 @@ FileKind KindOf(const std::string& path) {
   return isOther ? FileKind::Other : FileKind::Regular;
 }
 
-// A link to a file that is not there stays one, and is not replaced.
+// A link to a missing file is returned as it is, and not replaced.
 std::string LinkTarget(const std::string& path) {
   if (!IsLink(path)) return path;
   const Opened target(path);
@@ -244,7 +249,7 @@ void ShowMessage(const char* text) {
 
 namespace {
 
-// What the file system calls the file that a name leads to.
+// How the file system identifies the file that a name leads to.
 struct FileIdentity {
   explicit FileIdentity(const std::string& path)
       : known(GetFileInformationByHandle(platform::Opened(path).handle(), &info) != 0) {}
@@ -311,7 +316,7 @@ int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) 
   const DWORD flags = MOVEFILE_WRITE_THROUGH | (replace ? MOVEFILE_REPLACE_EXISTING : 0);
   const bool isMoved = platform::Told(MoveFileExW(platform::Wide(from).c_str(), name.c_str(), flags) != 0);
   const int error = errno;
-  // Whichever file has the name now.
+  // Applies to whichever file has the name now.
   if (isReadOnly) SetFileAttributesW(name.c_str(), attributes);
   errno = error;
   return isMoved;

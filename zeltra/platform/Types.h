@@ -1,4 +1,4 @@
-// Plain types that stand for the desktop's own in signatures.
+// Plain types for those that signatures take from the desktop.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_PLATFORM_TYPES_H_
 #define ZELTRA_PLATFORM_TYPES_H_

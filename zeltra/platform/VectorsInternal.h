@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-// A build may ask for the plain form, so that it is tested on machines that have no need of it.
+// A build may ask for the plain form, to test it on machines that do not need it.
 #if !defined(ZELTRA_PLAIN_VECTORS)
 #if !defined(__GNUC__) || !defined(__has_builtin)
 #define ZELTRA_PLAIN_VECTORS
@@ -31,9 +31,9 @@
 namespace zeltra {
 
 // The operators + - * /, & | and == != < <= > >= take two vectors of one type and work lane by lane; v[i] is a lane. A
-// factor may be a number, which compilers load into all lanes at once, better than All() does for them.
+// factor may be a number, which compilers load into all lanes faster than All() does.
 // A comparison gives a mask: a vector of integers as wide as the lanes, -1 where it holds and 0 elsewhere. Both forms
-// do the same operations in the same order, so that their results have the same bits (but for those of a NaN).
+// do the same operations in the same order, so their results have the same bits (except those of a NaN).
 
 #if !defined(ZELTRA_PLAIN_VECTORS)
 
@@ -53,7 +53,7 @@ ZELTRA_INLINE Vector All(LaneOf<Vector> x) {
   return x - Vector{};
 }
 
-/// Each lane of `from` as a number of the lanes of `To`, of which there are as many.
+/// Convert each lane of `from` to the number type of `To`, which has the same number of lanes.
 template <typename To, typename From>
 ZELTRA_INLINE To Convert(const From& from) {
   return __builtin_convertvector(from, To);
@@ -65,13 +65,13 @@ ZELTRA_INLINE Vector Select(const Mask& mask, const Vector& a, const Vector& b) 
   return mask ? a : b;
 }
 
-/// A vector of the lanes of `a` and `b` with these indices; those of `b` follow on those of `a`.
+/// A vector of the lanes of `a` and `b` with these indices; the indices of `b` follow those of `a`.
 template <int... kLane, typename Vector>
 ZELTRA_INLINE auto Shuffle(const Vector& a, const Vector& b) {
   return __builtin_shufflevector(a, b, kLane...);
 }
 
-/// Each word with its bytes in reverse.
+/// Reverse the bytes of each word.
 ZELTRA_INLINE Word4 ReverseBytes(Word4 words) {
   using Half8 [[gnu::vector_size(16)]] = std::uint16_t;
   words = (words << 16) | (words >> 16);
@@ -79,7 +79,7 @@ ZELTRA_INLINE Word4 ReverseBytes(Word4 words) {
   return reinterpret_cast<Word4>((halves << 8) | (halves >> 8));
 }
 
-/// Have memory brought near that is going to be read.
+/// Fetch memory into the cache that will be read soon.
 ZELTRA_INLINE void Prefetch(const void* place) {
   __builtin_prefetch(place);
 }
@@ -188,7 +188,7 @@ inline void Prefetch(const void*) {}
 
 #endif
 
-/// The vector that stands at `from`, with any alignment.
+/// Read a vector from memory of any alignment.
 template <typename Vector>
 ZELTRA_INLINE Vector Load(const void* from) {
   Vector vector;
@@ -196,7 +196,7 @@ ZELTRA_INLINE Vector Load(const void* from) {
   return vector;
 }
 
-/// Put a vector to `to`, with any alignment.
+/// Write a vector to memory of any alignment.
 template <typename Vector>
 ZELTRA_INLINE void Store(void* to, const Vector& vector) {
   std::memcpy(to, &vector, sizeof vector);

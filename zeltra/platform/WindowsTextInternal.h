@@ -1,4 +1,4 @@
-// Text on its way to Windows and back.
+// Conversion of text to and from the form that Windows uses.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_PLATFORM_WINDOWSTEXTINTERNAL_H_
 #define ZELTRA_PLATFORM_WINDOWSTEXTINTERNAL_H_

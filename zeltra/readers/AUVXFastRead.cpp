@@ -22,9 +22,8 @@ bool AUVXFastRead::LoadBlock() {
   blockRecords_ = std::min(blockRecords_, recordsLeft_);
   if (blockRecords_ < 1) return false;
   const int bytes = blockRecords_ * recordBytes_;
-  const int64 start = file_->GetPos();
-  // A read that stops short succeeds as well, and what it left unread must not pass for records.
-  if (!file_->Read(buffer_.get(), bytes) || file_->GetPos() != start + bytes) {
+  // What a read leaves that stops short must not pass for records.
+  if (!file_->GetFile() || !ReadWhole(*file_->GetFile(), buffer_.get(), bytes)) {
     recordsLeft_ = 0;
     return false;
   }

@@ -41,13 +41,12 @@ int AUVXRead::GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& recordIndex)
   return 1;
 }
 
-// A read that stops short succeeds as well, and what the last record left must not pass for this one: the position
-// tells.
+// What the last record left must not pass for this one, nor what lies at another place: the position tells.
 bool AUVXRead::ReadRecord() {
   const int bytes = file_->recSize();
   record_.resize(static_cast<size_t>(bytes));
   const int64 end = file_->DataOffset() + (int64{cursor_.Record()} + 1) * bytes;
-  return file_->Read(record_.data(), bytes) && file_->GetPos() == end;
+  return file_->GetFile() && ReadWhole(*file_->GetFile(), record_.data(), bytes) && file_->GetPos() == end;
 }
 
 AUVXRead_FqS::AUVXRead_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress)

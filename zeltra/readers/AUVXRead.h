@@ -13,6 +13,16 @@ namespace zeltra {
 
 /// Reads the records of one source, scan by scan in the order of the index. A file without an index shows the message
 /// "AUVXREAD NX=NULL" at construction and reads as empty.
+///
+/// A class that derives from this one and overrides IsDropPosItem, which a constructor of a base class cannot call,
+/// goes to the first of its own scans in its own constructor, and counts its own records:
+///
+///     const auto drop = [this](AUVXPositionItem& scan) { return MyRead::IsDropPosItem(scan) != 0; };
+///     freqSel_ = ...;                         // of which GetFreqs() tells the frequencies
+///     Select(drop);
+///     total_ = cursor_.CountRecords(drop);    // for count() and progress; reading ends after total_ + 1 records
+///
+/// Without it the first scan of the source is read whatever IsDropPosItem says of it.
 class ZELTRA_API AUVXRead : public AUVXBaseRead {
  public:
   AUVXRead(AUVXFile* file, int source, CProgressCtrl* progress);
@@ -33,10 +43,10 @@ class ZELTRA_API AUVXRead : public AUVXBaseRead {
  protected:
   AUVXRead(AUVXFile* file, int source, CProgressCtrl* progress, AScanCursor cursor);
 
-  /// Go to the first record that IsDropPosItem of the class under construction keeps.
+  /// Go to the first record of the first scan that `drop` keeps.
   void Select(const AScanCursor::Drop& drop);
 
-  int total_ = 0;
+  int total_ = 0;  ///< records selected, as the index has it: count()
   int source_;
   AScanCursor cursor_;
 

@@ -93,7 +93,7 @@ AUVXTimeMeanArray* AUVXTIRead::GetTimeInterval() {
 }
 
 AUVXTIRead_RL::AUVXTIRead_RL(AUVXRead* reader, double startTime, double stopTime, double interval,
-                             AArray<AStokesMix>* mix, int complexMean)
+                             const AArray<AStokesMix>* mix, int complexMean)
     : AUVXTIRead(reader, startTime, stopTime, interval, complexMean), mix_(mix) {}
 
 AUVXTIRead_RL::~AUVXTIRead_RL() = default;
@@ -105,7 +105,7 @@ void AUVXTIRead_RL::AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, d
   }
   AUVXVisibility mixed(std::max(1, vis.IFs()), vis.channels(), mix_->count());
   for (int s = 0; s < mix_->count(); ++s) {
-    AStokesMix& mix = (*mix_)(s);
+    const AStokesMix& mix = (*mix_)(s);
     const bool held = mix.item1.index < vis.stokes() && mix.item2.index < vis.stokes();
     for (int f = 0; f < vis.freqs(); ++f) {
       mixed(f, s) = held ? mix.GetVisible(vis(f), 0) : AUVXComplex(0.0, 0.0, 0.0);

@@ -17,13 +17,13 @@ namespace zeltra {
 ///   AddToArray      once per record that is not dropped
 ///   GetArray        once per interval: the result
 ///
-/// Times have the unit of the records' time stamps, days. There is no way back; to read again make a new reader.
+/// Times, the length of the intervals among them, have the unit of the times that the reader gives: of the records of a
+/// file days, Julian dates. There is no way back; to read again make a new reader.
 class ZELTRA_API AUVXTimeIntervalRead {
  public:
   /// @param reader     not owned
   /// @param startTime  earlier records are skipped; intervals begin at startTime + k x interval, or at their first
-  /// record
-  ///                   where startTime is too far away for that
+  ///                   record where startTime is too far away for that
   /// @param stopTime   no interval begins later; records at exactly this time belong to the last one
   /// @param interval   length; a negative one, and zero, make an interval of every distinct record time
   AUVXTimeIntervalRead(AUVXRead* reader, double startTime, double stopTime, double interval);
@@ -70,6 +70,19 @@ class ZELTRA_API AUVXTimeIntervalRead {
 };
 
 /// Collects every interval into the means of its baselines.
+///
+/// Intervals are in the unit of the reader's times, days, and AUVXTimeMeanArray rounds its mean time to 0.01 of that
+/// unit. A host that wants seconds, for closure phases say, hands the times on in seconds since 0 h of a day, and
+/// leaves startTime, stopTime and interval in days:
+///
+///     class SecondsRead : public AUVXTIRead {
+///       using AUVXTIRead::AUVXTIRead;
+///       static double Seconds(double julianDate) { return (julianDate - kDay0) * 86400; }
+///       void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override {
+///         AUVXTIRead::AddToArray(group, vis, pos, Seconds(t1), Seconds(t2));
+///       }
+///     };
+///     SecondsRead intervals(&reader, -1e38, 1e38, 30.0 / 86400, 1);
 class ZELTRA_API AUVXTIRead : public AUVXTimeIntervalRead {
  public:
   /// @param complexMean  see AUVXTimeMeanArray
@@ -95,14 +108,14 @@ class ZELTRA_API AUVXTIRead_RL : public AUVXTIRead {
  public:
   /// @param mix  the combinations, not owned; null leaves records as they are. A combination of polarisations that the
   ///             records lack gives flagged zeros.
-  AUVXTIRead_RL(AUVXRead* reader, double startTime, double stopTime, double interval, AArray<AStokesMix>* mix,
+  AUVXTIRead_RL(AUVXRead* reader, double startTime, double stopTime, double interval, const AArray<AStokesMix>* mix,
                 int complexMean);
   ~AUVXTIRead_RL() override;
 
   void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override;
 
  private:
-  AArray<AStokesMix>* mix_;
+  const AArray<AStokesMix>* mix_;
 };
 
 }  // namespace zeltra

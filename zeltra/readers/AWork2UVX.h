@@ -42,8 +42,13 @@ class ZELTRA_API AWork2UVX {
 
   /// Copy the records that Working keeps, and the tables, with their rows trimmed to what the kept records still use.
   /// The index and the baseline list are made anew where the source has them.
-  /// @return 0 when Init refused or the run was cancelled: the caller then discards the destination. Writing is not
-  ///         checked.
+  ///
+  /// The index ("NX") that a copy gets has right record numbers, by which readers go, and wrong times, deliberately:
+  /// the days of the records' time stamps are entered where it counts seconds, so that TIME and TIME INTERVAL are
+  /// Julian dates and days divided by 86400. A host that needs them reads the records.
+  /// @return 0 when Init refused or the run was cancelled: the caller then discards the destination. Else 1, whatever
+  ///         became of what was written: results of writing headers, records and tables are not looked at. A host that
+  ///         has to know asks its own file object, which it attached, or reads the copy.
   int Run();
 
  protected:
@@ -65,7 +70,8 @@ class ZELTRA_API AWork2UVX_STChange {
   virtual int Init();
   virtual int IsCancel();
 
-  /// Make the output values of a record. Those of the record before are still in `out`, zeros before the first.
+  /// Make the output values of a record. Those of the record before are still in `out`, zeros before the first: a class
+  /// that does not fill `out`, as this one, writes records of zeros with weight 0.
   /// @param in   the values read
   /// @param out  has the shape of the changed header, at least one polarisation, and keeps it
   /// @return 0 to drop the record; here 1
@@ -74,6 +80,7 @@ class ZELTRA_API AWork2UVX_STChange {
   /// Change the header from that of the source to that of the destination; here nothing.
   virtual void ChangeHeader(AUVXHeader& header, AUVXFile* source);
 
+  /// As AWork2UVX::Run.
   int Run();
 
  protected:

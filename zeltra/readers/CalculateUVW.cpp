@@ -42,7 +42,8 @@ AVector Position(const AUVXAntenns& antennas, int index, int rotate) {
 
 }  // namespace
 
-void CalculateUVW(AUVXGroup& group, AUVXAntenns& antennas, int index1, int index2, AUVXSourceItem& source, int rotate) {
+void CalculateUVW(AUVXGroup& group, const AUVXAntenns& antennas, int index1, int index2, const AUVXSourceItem& source,
+                  int rotate) {
   const auto held = [&](int index) { return index >= 0 && index < antennas.count(); };
   if (!held(index1) || !held(index2)) return;
 

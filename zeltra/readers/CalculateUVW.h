@@ -22,8 +22,8 @@ struct AUVXSourceItem;
 /// @param source    apparent coordinates, degrees
 /// @param rotate    non-zero: the antennas' x and y are turned by the longitude of the array centre, from a frame whose
 ///                  x axis points to the local meridian
-ZELTRA_API void CalculateUVW(AUVXGroup& group, AUVXAntenns& antennas, int index1, int index2, AUVXSourceItem& source,
-                             int rotate);
+ZELTRA_API void CalculateUVW(AUVXGroup& group, const AUVXAntenns& antennas, int index1, int index2,
+                             const AUVXSourceItem& source, int rotate);
 
 }  // namespace zeltra
 

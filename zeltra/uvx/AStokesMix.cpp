@@ -106,7 +106,7 @@ AUVXComplex AStokesMix::GetVisible(const AUVXComplex* values, int weighted) cons
   return result;
 }
 
-int AStokesMix::store(ABFile& file) {
+int AStokesMix::store(ABFile& file) const {
   return WriteWhole(file, this, sizeof *this);
 }
 

@@ -69,7 +69,7 @@ struct ZELTRA_API AStokesMix {
   AUVXComplex GetVisible(const AUVXComplex* values, int weighted) const;
 
   /// Write the 6 bytes at the current position. @return non-zero for success
-  int store(ABFile& file);
+  int store(ABFile& file) const;
   /// Read 6 bytes at the current position. @return 0 if they are not there; the combination is then as it was
   int load(ABFile& file);
 

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -74,7 +75,7 @@ void AppendRows(AArray<Item>& list, const AUVXTable& table) {
 }
 
 template <typename Item>
-void AppendFromBaseLines(AArray<Item>& list, AUVXBaseLines& baseLines) {
+void AppendFromBaseLines(AArray<Item>& list, const AUVXBaseLines& baseLines) {
   const std::unique_ptr<AArray<int>> map(baseLines.getTlscMap());
   for (int i = 0; i < map->count(); ++i) {
     Item item;
@@ -85,7 +86,7 @@ void AppendFromBaseLines(AArray<Item>& list, AUVXBaseLines& baseLines) {
 }
 
 template <typename Item>
-AArray<int>* RowsWithoutBaseLine(const AArray<Item>& list, AUVXBaseLines& baseLines) {
+AArray<int>* RowsWithoutBaseLine(const AArray<Item>& list, const AUVXBaseLines& baseLines) {
   const std::unique_ptr<AArray<int>> map(baseLines.getTlscMap());
   return PlacesWithout(list, *map, [](const Item& item) { return item.id & 0xFF; });
 }
@@ -145,11 +146,14 @@ void AUVXArrayFrame::Read(const AUVXTable& table) {
   }
 }
 
-AUVXAntenns::AUVXAntenns(AUVXBaseLines& baseLines) {
+AUVXAntenns::AUVXAntenns(const AUVXBaseLines& baseLines) {
   AppendFromBaseLines(*this, baseLines);
 }
 
 AUVXAntenns::AUVXAntenns(const AUVXAntenns& other) : AArray(other), frame_(RightHanded()) {}
+
+AUVXAntenns::AUVXAntenns(AUVXAntenns&& other) noexcept
+    : AArray(std::move(other)), frame_(std::exchange(other.frame_, {})) {}
 
 AUVXAntenns& AUVXAntenns::operator=(const AUVXAntenns& other) {
   AArray::operator=(other);
@@ -173,7 +177,7 @@ AUVXTlscItem& AUVXAntenns::ForID(int id) {
   return ItemForId(*this, id);
 }
 
-AArray<int>* AUVXAntenns::GetDeleteRows(AUVXBaseLines& baseLines) const {
+AArray<int>* AUVXAntenns::GetDeleteRows(const AUVXBaseLines& baseLines) const {
   return RowsWithoutBaseLine(*this, baseLines);
 }
 
@@ -181,11 +185,14 @@ AUVXTable* AUVXAntenns::ToUVXTable() const {
   return MakeTable(*this);
 }
 
-AUVXAntennsEx::AUVXAntennsEx(AUVXBaseLines& baseLines) {
+AUVXAntennsEx::AUVXAntennsEx(const AUVXBaseLines& baseLines) {
   AppendFromBaseLines(*this, baseLines);
 }
 
 AUVXAntennsEx::AUVXAntennsEx(const AUVXAntennsEx& other) : AArray(other), frame_(RightHanded()) {}
+
+AUVXAntennsEx::AUVXAntennsEx(AUVXAntennsEx&& other) noexcept
+    : AArray(std::move(other)), frame_(std::exchange(other.frame_, RightHanded())) {}
 
 AUVXAntennsEx& AUVXAntennsEx::operator=(const AUVXAntennsEx& other) {
   AArray::operator=(other);
@@ -209,7 +216,7 @@ AUVXTlscItemEx& AUVXAntennsEx::ForID(int id) {
   return ItemForId(*this, id);
 }
 
-AArray<int>* AUVXAntennsEx::GetDeleteRows(AUVXBaseLines& baseLines) const {
+AArray<int>* AUVXAntennsEx::GetDeleteRows(const AUVXBaseLines& baseLines) const {
   return RowsWithoutBaseLine(*this, baseLines);
 }
 

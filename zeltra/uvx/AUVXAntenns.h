@@ -52,15 +52,16 @@ struct ZELTRA_API AUVXArrayFrame {
 /// The antennas of a file.
 ///
 /// A copy has the items only: its centre is 0 and it is marked right-handed; assignment leaves centre and handedness as
-/// they were. Whoever needs them reads the table again.
+/// they were. Whoever needs them reads the table again, or moves the list into a new one, which takes all of it.
 class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
  public:
   /// Empty, not right-handed.
   AUVXAntenns() = default;
   explicit AUVXAntenns(const AUVXTable& table) { Create(table); }
   /// An antenna at 0, 0, 0 for each number in `baseLines`, ascending, named TLSC1, TLSC2, ...
-  explicit AUVXAntenns(AUVXBaseLines& baseLines);
+  explicit AUVXAntenns(const AUVXBaseLines& baseLines);
   AUVXAntenns(const AUVXAntenns& other);
+  AUVXAntenns(AUVXAntenns&& other) noexcept;
   AUVXAntenns& operator=(const AUVXAntenns& other);
 
   /// Read "AN" anew.
@@ -70,8 +71,9 @@ class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
 
   /// Place of the first antenna with this number, or -1.
   int IndexForID(int id) const;
-  /// The antenna with this number, deliberately the first one if there is none such. A list without items gives an
-  /// empty item that is overwritten by the next such call.
+  /// The antenna with this number, deliberately the first one if there is none such: a record's antenna is asked for by
+  /// AUVXGroup::antenna1(), since tlsc1() is negative above 127. A list without items gives an empty item that is
+  /// overwritten by the next such call.
   AUVXTlscItem& ForID(int id);
   bool IsRight() const { return frame_.isRight; }
   /// Centre of the array, metres.
@@ -81,7 +83,7 @@ class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
 
   /// Places of the antennas that have no baseline: the low 8 bits of their numbers count.
   /// @return new, the caller's
-  AArray<int>* GetDeleteRows(AUVXBaseLines& baseLines) const;
+  AArray<int>* GetDeleteRows(const AUVXBaseLines& baseLines) const;
   /// Make an "AN" table of names, positions and numbers; names are cut to 8 characters.
   /// @return new, the caller's
   AUVXTable* ToUVXTable() const;
@@ -96,8 +98,9 @@ class ZELTRA_API AUVXAntennsEx : public AArray<AUVXTlscItemEx> {
   /// Empty, marked right-handed.
   AUVXAntennsEx() { frame_.isRight = true; }
   explicit AUVXAntennsEx(const AUVXTable& table) { Create(table); }
-  explicit AUVXAntennsEx(AUVXBaseLines& baseLines);
+  explicit AUVXAntennsEx(const AUVXBaseLines& baseLines);
   AUVXAntennsEx(const AUVXAntennsEx& other);
+  AUVXAntennsEx(AUVXAntennsEx&& other) noexcept;
   AUVXAntennsEx& operator=(const AUVXAntennsEx& other);
 
   void Init(const AUVXTable& table);
@@ -110,7 +113,7 @@ class ZELTRA_API AUVXAntennsEx : public AArray<AUVXTlscItemEx> {
   double ArrayY() const { return frame_.y; }
   double ArrayZ() const { return frame_.z; }
 
-  AArray<int>* GetDeleteRows(AUVXBaseLines& baseLines) const;
+  AArray<int>* GetDeleteRows(const AUVXBaseLines& baseLines) const;
   /// The same table as that of AUVXAntenns: the further columns are not written.
   AUVXTable* ToUVXTable() const;
 

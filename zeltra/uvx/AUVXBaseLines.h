@@ -18,7 +18,7 @@ struct AUVXGroup;
 /// A baseline of a source.
 struct ZELTRA_API AUVXBaseLineItem {
   int16_t source = 0;
-  int8_t tlsc1 = 0;  ///< antenna numbers; those above 127 look negative here
+  int8_t tlsc1 = 0;  ///< antenna numbers; those above 127 look negative here, as in AUVXGroup
   int8_t tlsc2 = 0;
   uint8_t flag = 0;  ///< 0 if any of its records is usable
 
@@ -40,6 +40,8 @@ class ZELTRA_API AUVXBaseLines : public AArray<AUVXBaseLineItem> {
   explicit AUVXBaseLines(const AUVXTable& table);
   AUVXBaseLines(const AUVXBaseLines&) = default;
   AUVXBaseLines& operator=(const AUVXBaseLines&) = default;
+  AUVXBaseLines(AUVXBaseLines&&) noexcept = default;
+  AUVXBaseLines& operator=(AUVXBaseLines&&) noexcept = default;
 
   /// Add a baseline that is not there yet. One that is there loses its flag if `item` is not flagged.
   /// @return its place

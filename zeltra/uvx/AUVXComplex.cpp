@@ -29,8 +29,8 @@ bool CheckOneByOne(const AUVXComplex* values, int64 count, TMnMx* ranges) {
   return finite;
 }
 
-/// Extremes of re, im and weight of a block whose size is a multiple of four. @return false if a NaN is among the
-/// values
+/// Extremes of re, im and weight of a block whose size is a multiple of four.
+/// @return false if a NaN is among the values
 ///
 /// Four complexes are three vectors of four floats, so that each place of them always holds the same kind of value.
 bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], float (&high)[3]) {
@@ -85,7 +85,7 @@ AUVXComplex::AUVXComplex(AFile& file) {
   if (!ReadWhole(file, this, sizeof *this)) *this = AUVXComplex(0, 0, 0);
 }
 
-int AUVXComplex::store(AFile& file) {
+int AUVXComplex::store(AFile& file) const {
   return WriteWhole(file, this, sizeof *this);
 }
 

@@ -52,7 +52,7 @@ struct ZELTRA_API AUVXComplex {
   }
 
   /// Write the 12 bytes at the current position of `file`.
-  int store(AFile& file);
+  int store(AFile& file) const;
 };
 static_assert(sizeof(AUVXComplex) == 12 && std::is_trivially_copyable_v<AUVXComplex>);
 static_assert(offsetof(AUVXComplex, re) == 0 && offsetof(AUVXComplex, im) == 4 && offsetof(AUVXComplex, weight) == 8);

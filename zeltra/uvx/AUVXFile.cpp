@@ -58,6 +58,30 @@ AUVXFile::~AUVXFile() {
   AUVXFile::Close();
 }
 
+AUVXFile::AUVXFile(AUVXFile&& other) noexcept : AUVXFile(std::as_const(other)) {
+  other.Forget();
+}
+
+AUVXFile& AUVXFile::operator=(AUVXFile&& other) noexcept {
+  if (this == &other) return *this;
+  if (file_ != other.file_) AUVXFile::Close();
+  *this = std::as_const(other);
+  other.Forget();
+  return *this;
+}
+
+// The file, open or not, and what is known of it.
+void AUVXFile::Forget() noexcept {
+  const AUVXFile none;
+  *this = none;
+}
+
+std::shared_ptr<ABFile> AUVXFile::Detach() {
+  std::shared_ptr<ABFile> file = std::move(file_);
+  Forget();
+  return file;
+}
+
 int AUVXFile::Open(const char* path, int create) {
   const auto file = std::make_shared<AFile>();
   Replace(file, 0);
@@ -85,7 +109,7 @@ int AUVXFile::Attach(ABFile* file, int create, int autoDelete) {
 void AUVXFile::Replace(std::shared_ptr<ABFile> file, int flags) {
   // A host may have opened its file anew since Close.
   if (file_ != file) Close();
-  *this = AUVXFile();
+  Forget();
   file_ = std::move(file);
   flags_ = flags;
 }
@@ -121,7 +145,7 @@ int AUVXFile::InitForRead() {
   return 1;
 }
 
-int AUVXFile::Write(AUVXHeader& h) {
+int AUVXFile::Write(const AUVXHeader& h) {
   Geometry geometry;
   if (!geometry.Of(h) || !h.store(*this)) return 0;
   SetGeometry(h, geometry);
@@ -181,7 +205,7 @@ int AUVXFile::PlaceTableDirectory() {
   return 1;
 }
 
-AUVXFile& AUVXFile::AddTable(AUVXTable& t) {
+AUVXFile& AUVXFile::AddTable(const AUVXTable& t) {
   if (!file_) return *this;
   AUVXTableHeader directory(*this);
   if (tableDirectory_ == 0) directory.store(*this);

@@ -38,7 +38,9 @@ struct AUVXFITSForm {
 ///   AddTable(table)    as often as needed
 ///   Close()            writes the magic number, so that an unfinished file never opens again
 ///
-/// A copy shares the file object, which lives as long as the last of them; whichever closes first closes it for all.
+/// A copy shares the file object, which lives as long as the last of them; whichever closes first, or is destroyed
+/// first, closes it for all, and commits what is being written. To pass a file on, or to keep files in a container,
+/// move them.
 class ZELTRA_API AUVXFile {
  public:
   /// Offsets from the start of the file, bytes.
@@ -50,7 +52,12 @@ class ZELTRA_API AUVXFile {
 
   AUVXFile() = default;
   AUVXFile(const AUVXFile&) = default;
+  /// Share the file of `other`. What this object was writing is not committed.
   AUVXFile& operator=(const AUVXFile&) = default;
+  /// Take over the file of `other`, which has none then.
+  AUVXFile(AUVXFile&& other) noexcept;
+  /// The same, after Close, unless the two share the file.
+  AUVXFile& operator=(AUVXFile&& other) noexcept;
   /// Close, which commits a file that this object created.
   virtual ~AUVXFile();
 
@@ -65,10 +72,16 @@ class ZELTRA_API AUVXFile {
   ///                    this object uses already, and which may have been opened anew, stays whose it was
   int Attach(ABFile* file, int create, int autoDelete);
 
+  /// Give the file object back, neither closed nor committed: this object has no file then, and one that was being
+  /// written has no magic number and does not open. Where the object is not the caller's it is closed with the last
+  /// pointer to it.
+  /// @return null if there is none
+  std::shared_ptr<ABFile> Detach();
+
   /// Write `h` and take its geometry over: count, axis lengths, record size.
   /// @return 0 if nothing was written, or not all; the geometry in memory is then unchanged. A header that describes
   ///         records that cannot be addressed is not written.
-  int Write(AUVXHeader& h);
+  int Write(const AUVXHeader& h);
 
   /// Commit a file that this object created, and close it. Closing twice is fine.
   void Close();
@@ -77,7 +90,7 @@ class ZELTRA_API AUVXFile {
   /// @return current position, -1 on failure
   int64 GetPos() { return file_ ? file_->Tell() : -1; }
   int Read(void* buf, int n) { return file_ ? file_->Read(buf, n) : 0; }
-  int Write(void* buf, int n) { return file_ ? file_->Write(buf, n) : 0; }
+  int Write(const void* buf, int n) { return file_ ? file_->Write(const_cast<void*>(buf), n) : 0; }
   /// The file behind; null before the first open.
   ABFile* GetFile() const { return file_.get(); }
 
@@ -111,7 +124,7 @@ class ZELTRA_API AUVXFile {
 
   /// Append a table behind the others; the first one fixes the place of the directory behind the last record. A 129th
   /// table is not added, nor is any to a file whose directory is damaged. A failed seek shows a message box.
-  AUVXFile& AddTable(AUVXTable& t);
+  AUVXFile& AddTable(const AUVXTable& t);
   /// Read the first table whose two-character code is `name`.
   /// @return new, the caller's; null if there is none or its place is outside the file
   AUVXTable* GetTable(const std::string& name);
@@ -141,13 +154,14 @@ class ZELTRA_API AUVXFile {
  protected:
   /// Read magic number, offsets and header, the magic at the current position.
   /// @return 0 without the magic number, with a header cut short, or where a count or axis length is negative, there
-  /// are
-  ///         more than 8 polarisations or 32767 IFs, a record reaches 2 GiB, or an offset is negative or past the end
+  ///         are more than 8 polarisations or 32767 IFs, a record reaches 2 GiB, or an offset is negative or past the
+  ///         end
   int InitForRead();
 
  private:
   struct Geometry;
 
+  void Forget() noexcept;
   void Replace(std::shared_ptr<ABFile> file, int flags);
   int Init(int create);
   int InitForCreate();

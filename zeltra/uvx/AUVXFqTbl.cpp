@@ -137,8 +137,8 @@ void AUVXFqTbl::KeepRows(const AArray<int>& rows) {
   items_ = std::move(items);
 }
 
-int AUVXFqTbl::Store(AFile& f) {
-  int32_t counts[3] = {realIFs_, IFs_, channels_};
+int AUVXFqTbl::Store(AFile& f) const {
+  const int32_t counts[3] = {realIFs_, IFs_, channels_};
   return items_.Store(f) && ids_.Store(f) && WriteWhole(f, counts, sizeof counts);
 }
 

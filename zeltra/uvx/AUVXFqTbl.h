@@ -63,7 +63,7 @@ class ZELTRA_API AUVXFqTbl {
   /// Write the frequencies, an AMatrix image; the identifiers, an AArray image; and as int32 the IFs of the header, the
   /// IFs and the channels.
   /// @return 0 as soon as a write fails
-  int Store(AFile& f);
+  int Store(AFile& f) const;
   /// Read what Store wrote. @return 0 at the first failure: the table is then empty
   int Load(AFile& f);
 

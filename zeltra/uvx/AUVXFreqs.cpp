@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/uvx/AUVXFile.h"
@@ -54,6 +55,19 @@ AUVXFreqs::AUVXFreqs(AFITS& fits, int freqSel) : AUVXFreqs(0, 0) {
   AFITSxtbl* extension = fits.HasExtTable("FQ");
   const std::unique_ptr<AUVXTable> table(extension ? new AUVXTable(*extension) : nullptr);
   Fill(freq0, width, table.get(), freqSel);
+}
+
+AUVXFreqs::AUVXFreqs(AUVXFreqs&& other) noexcept {
+  *this = std::move(other);
+}
+
+AUVXFreqs& AUVXFreqs::operator=(AUVXFreqs&& other) noexcept {
+  if (this == &other) return *this;
+  AArray::operator=(std::move(other));
+  IFs_ = std::exchange(other.IFs_, 0);
+  channels_ = std::exchange(other.channels_, 0);
+  width_ = std::exchange(other.width_, 0);
+  return *this;
 }
 
 void AUVXFreqs::Size(int channels, int IFs, int64 fileBytes) {

@@ -30,6 +30,9 @@ class ZELTRA_API AUVXFreqs : public AArray<double> {
   AUVXFreqs(AFITS& fits, int freqSel);
   AUVXFreqs(const AUVXFreqs&) = default;
   AUVXFreqs& operator=(const AUVXFreqs&) = default;
+  /// Take over the frequencies of `other`, which has none then.
+  AUVXFreqs(AUVXFreqs&& other) noexcept;
+  AUVXFreqs& operator=(AUVXFreqs&& other) noexcept;
 
   /// 0 if the data have no IF axis.
   int IFs() const { return IFs_; }

@@ -76,11 +76,11 @@ int AUVXGroup::load(ABFile& file) {
   return ReadWhole(file, this, kBytes);
 }
 
-int AUVXGroup::store(AUVXFile& uvx) {
+int AUVXGroup::store(AUVXFile& uvx) const {
   return uvx.GetFile() && store(*uvx.GetFile());
 }
 
-int AUVXGroup::store(ABFile& file) {
+int AUVXGroup::store(ABFile& file) const {
   return WriteWhole(file, this, kBytes);
 }
 

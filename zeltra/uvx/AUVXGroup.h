@@ -30,7 +30,7 @@ struct ZELTRA_API AUVXGroup {
   float vv = 0;
   float ww = 0;
   double date = 0;  ///< days: the sum of the DATE random parameters, a Julian date
-  int8_t ant1 = 0;  ///< antenna numbers; those above 127 look negative here
+  int8_t ant1 = 0;  ///< antenna numbers; those above 127 look negative here, see antenna1()
   int8_t ant2 = 0;
 
   static constexpr int kBytes = 26;
@@ -48,21 +48,27 @@ struct ZELTRA_API AUVXGroup {
   double v() const { return vv; }
   double w() const { return ww; }
   double uvTime() const { return date; }
+  /// The stored bytes, with their sign: antenna 200 is -56 here, and AUVXAntenns::ForID(-56) quietly gives the first
+  /// antenna of the list. What looks an antenna up by its number asks antenna1() and antenna2().
   int tlsc1() const { return ant1; }
   int tlsc2() const { return ant2; }
+  /// The antenna numbers, 0 to 255.
+  int antenna1() const { return static_cast<uint8_t>(ant1); }
+  int antenna2() const { return static_cast<uint8_t>(ant2); }
 
   /// Read from the current position. @return 0 if not all 26 bytes were there; the contents are then undefined
   int load(AUVXFile& uvx);
   int load(ABFile& file);
   /// Write at the current position. @return 0 if not all was written
-  int store(AUVXFile& uvx);
-  int store(ABFile& file);
+  int store(AUVXFile& uvx) const;
+  int store(ABFile& file) const;
 
   /// Copy from `p`, an image in memory. @return the byte behind it
-  char* load(char* p) {
+  const char* load(const char* p) {
     std::memcpy(static_cast<void*>(this), p, kBytes);
     return p + kBytes;
   }
+  char* load(char* p) { return const_cast<char*>(load(static_cast<const char*>(p))); }
   /// Copy to `p`. @return the byte behind the image
   char* store(char* p) const {
     std::memcpy(p, this, kBytes);

@@ -47,11 +47,11 @@ void AUVXMinMax::init() {
   std::fill(std::begin(ranges_), std::end(ranges_), TMnMx{kFarAway, -kFarAway});
 }
 
-int AUVXMinMax::store(AUVXFile& uvx) {
+int AUVXMinMax::store(AUVXFile& uvx) const {
   return WriteAt(uvx, AUVXFile::UVX_OFS_MNMX(), this, sizeof *this);
 }
 
-int AUVXMinMax::store(ABFile& file) {
+int AUVXMinMax::store(ABFile& file) const {
   return WriteWhole(file, this, sizeof *this);
 }
 
@@ -63,7 +63,7 @@ AUVXStokes::AUVXStokes(ABFile& file) : AUVXStokes() {
   Load(file);
 }
 
-AUVXStokes::AUVXStokes(AFITS& fits) : AUVXStokes() {
+AUVXStokes::AUVXStokes(const AFITS& fits) : AUVXStokes() {
   AFITSmain* header = fits.main();
   const int axis = header ? header->FindAxis("STOKES") : 0;
   if (axis == 0) return;
@@ -94,12 +94,22 @@ int AUVXStokes::Load(ABFile& file) {
   return read;
 }
 
-int AUVXStokes::Store(AUVXFile& uvx) {
+int AUVXStokes::Store(AUVXFile& uvx) const {
   return WriteAt(uvx, AUVXFile::UVX_OFS_STOKES(), this, sizeof *this);
 }
 
-int AUVXStokes::Store(ABFile& file) {
+int AUVXStokes::Store(ABFile& file) const {
   return WriteWhole(file, this, sizeof *this);
+}
+
+std::string AUVXInfoHeader::Bunit() const {
+  return FieldText(bunit, sizeof bunit);
+}
+std::string AUVXInfoHeader::Observer() const {
+  return FieldText(observer, sizeof observer);
+}
+std::string AUVXInfoHeader::Telescope() const {
+  return FieldText(telescope, sizeof telescope);
 }
 
 AUVXHeader::AUVXHeader() {
@@ -110,7 +120,7 @@ AUVXHeader::AUVXHeader(AUVXFile& uvx) {
   if (!ReadAt(uvx, AUVXFile::UVX_OFS_HEADER(), this, sizeof *this)) *this = AUVXHeader();
 }
 
-AUVXHeader::AUVXHeader(AFITS& fits) : AUVXHeader() {
+AUVXHeader::AUVXHeader(const AFITS& fits) : AUVXHeader() {
   AFITSmain* header = fits.main();
   if (!header) return;
   info.count = header->gcount();
@@ -126,7 +136,7 @@ AUVXHeader::AUVXHeader(AFITS& fits) : AUVXHeader() {
   if (const int axis = header->FindAxis("FREQ")) freq0 = ValueAtPixel(*header, axis, 1);
 }
 
-int AUVXHeader::store(AUVXFile& uvx) {
+int AUVXHeader::store(AUVXFile& uvx) const {
   return WriteAt(uvx, AUVXFile::UVX_OFS_HEADER(), this, sizeof *this);
 }
 

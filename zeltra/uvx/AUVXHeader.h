@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <type_traits>
 
 #include "zeltra/core/ABFile.h"
@@ -47,9 +48,9 @@ class ZELTRA_API AUVXMinMax {
   void init();
 
   /// Write into the header of `uvx`.
-  int store(AUVXFile& uvx);
+  int store(AUVXFile& uvx) const;
   /// Write at the current position of `file`.
-  int store(ABFile& file);
+  int store(ABFile& file) const;
 
   TMnMx& u() { return ranges_[0]; }
   TMnMx& v() { return ranges_[1]; }
@@ -58,6 +59,13 @@ class ZELTRA_API AUVXMinMax {
   TMnMx& re() { return ranges_[4]; }
   TMnMx& im() { return ranges_[5]; }
   TMnMx& weight() { return ranges_[6]; }
+  const TMnMx& u() const { return ranges_[0]; }
+  const TMnMx& v() const { return ranges_[1]; }
+  const TMnMx& w() const { return ranges_[2]; }
+  const TMnMx& time() const { return ranges_[3]; }
+  const TMnMx& re() const { return ranges_[4]; }
+  const TMnMx& im() const { return ranges_[5]; }
+  const TMnMx& weight() const { return ranges_[6]; }
 
  private:
   TMnMx ranges_[7];
@@ -86,7 +94,7 @@ class ZELTRA_API AUVXStokes {
   /// The list at the current position of `file`.
   explicit AUVXStokes(ABFile& file);
   /// The list of the STOKES axis of `fits`, cut to eight codes; empty if there is no such axis.
-  explicit AUVXStokes(AFITS& fits);
+  explicit AUVXStokes(const AFITS& fits);
 
   int count() const { return count_; }
   /// Set the number of codes; one outside 0..8 is moved to the nearer end.
@@ -105,9 +113,9 @@ class ZELTRA_API AUVXStokes {
   /// Read from the current position of `file`.
   int Load(ABFile& file);
   /// Write into the header of `uvx`.
-  int Store(AUVXFile& uvx);
+  int Store(AUVXFile& uvx) const;
   /// Write at the current position of `file`.
-  int Store(ABFile& file);
+  int Store(ABFile& file) const;
 
  private:
   int16_t count_;
@@ -116,7 +124,7 @@ class ZELTRA_API AUVXStokes {
 static_assert(sizeof(AUVXStokes) == 18);
 
 /// What was observed: the first 64 bytes of the header.
-struct AUVXInfoHeader {
+struct ZELTRA_API AUVXInfoHeader {
   int32_t count;       ///< number of records in the file
   double epoch;        ///< equinox of the coordinates, years
   double dateObs;      ///< Julian date of 0 h of the observation date, 0 if unknown
@@ -124,6 +132,11 @@ struct AUVXInfoHeader {
   char bunit[10];      ///< unit of the visibilities, zero-terminated
   char observer[16];   ///< zero-terminated
   char telescope[16];  ///< zero-terminated
+
+  // The texts, without blanks at their ends.
+  std::string Bunit() const;
+  std::string Observer() const;
+  std::string Telescope() const;
 };
 static_assert(sizeof(AUVXInfoHeader) == 64);
 static_assert(offsetof(AUVXInfoHeader, count) == 0 && offsetof(AUVXInfoHeader, epoch) == 4 &&
@@ -147,10 +160,10 @@ struct ZELTRA_API AUVXHeader {
   explicit AUVXHeader(AUVXFile& uvx);
   /// The header that the primary header of `fits`, which has been read, asks for, with empty ranges. Texts are cut to
   /// their fields; the telescope is INSTRUME, and `freq0` the frequency of pixel 1 of the FREQ axis.
-  explicit AUVXHeader(AFITS& fits);
+  explicit AUVXHeader(const AFITS& fits);
 
   /// Write into `uvx`, whose geometry in memory stays as it is: AUVXFile::Write sets it as well.
-  int store(AUVXFile& uvx);
+  int store(AUVXFile& uvx) const;
 };
 static_assert(sizeof(AUVXHeader) == 465);
 static_assert(offsetof(AUVXHeader, range) == 64 && offsetof(AUVXHeader, stokes) == 176 &&

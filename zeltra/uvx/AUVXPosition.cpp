@@ -56,7 +56,7 @@ void AUVXPosition::Init(const AUVXTable& table) {
   }
 }
 
-int AUVXPosition::CheckUVGroup(AUVXGroup& group, int recordIndex) {
+int AUVXPosition::CheckUVGroup(const AUVXGroup& group, int recordIndex) {
   AUVXPositionItem* last = count() > 0 ? lpArray() + count() - 1 : nullptr;
   if (last && last->sourceId == group.sourceNo() && last->freqId == group.freqSel()) {
     last->endVis = recordIndex + 1;

@@ -38,11 +38,13 @@ class ZELTRA_API AUVXPosition : public AArray<AUVXPositionItem> {
   void Init(const AUVXTable& table);
   AUVXPosition(const AUVXPosition&) = default;
   AUVXPosition& operator=(const AUVXPosition&) = default;
+  AUVXPosition(AUVXPosition&&) noexcept = default;
+  AUVXPosition& operator=(AUVXPosition&&) noexcept = default;
 
   /// Extend the index by the record with this number, from 0. A change of source or setup begins a new scan; a gap in
   /// time never does. A time before the scan's start lengthens the scan, and the start stays.
   /// @return the number of scans
-  int CheckUVGroup(AUVXGroup& group, int recordIndex);
+  int CheckUVGroup(const AUVXGroup& group, int recordIndex);
   /// Add the seconds since midnight of `julianDate` to every start.
   void AddStartTime(double julianDate);
 

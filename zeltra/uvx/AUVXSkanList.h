@@ -30,6 +30,8 @@ class ZELTRA_API AUVXSkanList : public AArray<AUVXSkanListItem> {
   AUVXSkanList() = default;
   AUVXSkanList(const AUVXSkanList&) = default;
   AUVXSkanList& operator=(const AUVXSkanList&) = default;
+  AUVXSkanList(AUVXSkanList&&) noexcept = default;
+  AUVXSkanList& operator=(AUVXSkanList&&) noexcept = default;
 
   /// Read a table, with the keywords MJD0 and SOL_INT.
   ///

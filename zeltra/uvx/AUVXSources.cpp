@@ -93,7 +93,7 @@ AUVXSourceItem& AUVXSources::ForID(int id) {
   return ItemForId(*this, id);
 }
 
-AArray<int>* AUVXSources::GetDeleteRows(AUVXBaseLines& baseLines) const {
+AArray<int>* AUVXSources::GetDeleteRows(const AUVXBaseLines& baseLines) const {
   const std::unique_ptr<AArray<short>> map(baseLines.getSourceMap());
   return PlacesWithout(*this, *map, [](const AUVXSourceItem& item) { return static_cast<short>(item.id); });
 }

@@ -40,6 +40,8 @@ class ZELTRA_API AUVXSources : public AArray<AUVXSourceItem> {
   explicit AUVXSources(AFITS& fits);
   AUVXSources(const AUVXSources&) = default;
   AUVXSources& operator=(const AUVXSources&) = default;
+  AUVXSources(AUVXSources&&) noexcept = default;
+  AUVXSources& operator=(AUVXSources&&) noexcept = default;
 
   /// Read "SU" anew.
   void Init(const AUVXTable& table);
@@ -52,7 +54,7 @@ class ZELTRA_API AUVXSources : public AArray<AUVXSourceItem> {
 
   /// Places of the sources that have no baseline: the low 16 bits of their numbers count.
   /// @return new, the caller's
-  AArray<int>* GetDeleteRows(AUVXBaseLines& baseLines) const;
+  AArray<int>* GetDeleteRows(const AUVXBaseLines& baseLines) const;
   /// Make an "SU" table of numbers, names (cut to 16 characters), epochs and apparent coordinates; those at the epoch
   /// are not written.
   /// @return new, the caller's

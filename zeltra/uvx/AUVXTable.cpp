@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/AFITSxtbl.h"
@@ -157,14 +158,14 @@ AUVXTableHeader::AUVXTableHeader(AUVXFile& uvx) : AUVXTableHeader() {
   ABFile* file = uvx.GetFile();
   const int64 position = uvx.TableDirectoryOffset();
   if (!file || position == 0 || !file->Seek(position) || !HasBytes(*file, kBytes)) return;
-  if (!file->Read(this, kBytes)) *this = AUVXTableHeader();
+  if (!ReadWhole(*file, this, kBytes)) *this = AUVXTableHeader();
   count_ = static_cast<int16_t>(std::clamp<int>(count_, 0, kLargestCount));
 }
 
-AUVXFile& AUVXTableHeader::store(AUVXFile& uvx) {
+AUVXFile& AUVXTableHeader::store(AUVXFile& uvx) const {
   uvx.PlaceTableDirectory();
   const int64 position = uvx.TableDirectoryOffset();
-  if (position != 0 && uvx.Seek(position)) uvx.Write(static_cast<void*>(this), kBytes);
+  if (position != 0 && uvx.Seek(position)) uvx.Write(static_cast<const void*>(this), kBytes);
   return uvx;
 }
 
@@ -188,6 +189,21 @@ int AUVXTableHeader::HasTable(const std::string& name) const {
 // AUVXTable: from and to files
 
 AUVXTable::~AUVXTable() = default;
+
+AUVXTable::AUVXTable(AUVXTable&& other) noexcept {
+  *this = std::move(other);
+}
+
+AUVXTable& AUVXTable::operator=(AUVXTable&& other) noexcept {
+  if (this == &other) return *this;
+  id_ = std::exchange(other.id_, 0);
+  keywords_ = std::move(other.keywords_);
+  columns_ = std::move(other.columns_);
+  rows_ = std::exchange(other.rows_, 0);
+  rowBytes_ = std::exchange(other.rowBytes_, 0);
+  data_ = std::exchange(other.data_, {});
+  return *this;
+}
 
 AUVXTable::AUVXTable(ABFile& file) {
   if (!LoadImage(file)) Create(id_);
@@ -244,7 +260,7 @@ void AUVXTable::LoadKeyWords(AFITSxtbl& extension) {
   }
 }
 
-int AUVXTable::store(ABFile& file) {
+int AUVXTable::store(ABFile& file) const {
   const auto keyWords = static_cast<int16_t>(KeyWordCount(keywords_));
   const int32_t shape[] = {rows_, columnCount(), rowBytes_};
   return WriteWhole(file, &id_, sizeof id_) && WriteWhole(file, &keyWords, sizeof keyWords) &&
@@ -254,7 +270,7 @@ int AUVXTable::store(ABFile& file) {
          WriteWhole(file, data(), static_cast<int64>(data_.size()));
 }
 
-AUVXFile& AUVXTable::store(AUVXFile& uvx) {
+AUVXFile& AUVXTable::store(AUVXFile& uvx) const {
   AUVXTableHeader directory(uvx);
   if (uvx.TableDirectoryOffset() == 0) directory.store(uvx);
   const int place = directory.HasTable(id_);
@@ -344,11 +360,25 @@ AXTblFormat AUVXTable::ParseFormat(int column) const {
   return AXTblFormat::Parse(columns_(column).Format());
 }
 
-int AUVXTable::FindColumn(const std::string& part) const {
+int AUVXTable::FindColumn(const std::string& name) const {
+  for (int i = 0; i < columnCount(); ++i) {
+    if (columns_(i).Name() == name) return i;
+  }
+  return FirstColumnWith(name);
+}
+
+int AUVXTable::FirstColumnWith(const std::string& part) const {
   for (int i = 0; i < columnCount(); ++i) {
     if (columns_(i).Name().find(part) != std::string::npos) return i;
   }
   return -1;
+}
+
+const AUVXTableKeyWord* AUVXTable::FindKeyWord(const std::string& key) const {
+  for (const AUVXTableKeyWord& keyWord : keywords_) {
+    if (keyWord.Key() == key) return &keyWord;
+  }
+  return nullptr;
 }
 
 int AUVXTable::ColumnOffset(int column) const {
@@ -441,7 +471,7 @@ void AUVXTable::Data_PC_UNIX() {
   SwapTableRows(data(), static_cast<int64>(data_.size()), rows_, std::move(formats));
 }
 
-void AUVXTable::DeleteRows(AArray<int>& rowList) {
+void AUVXTable::DeleteRows(const AArray<int>& rowList) {
   if (rowList.count() < 1 || rows_ < 1 || rowList(0) < 0) return;
   const int first = rowList(0);
   int deleted = 1;
@@ -458,8 +488,8 @@ void AUVXTable::DeleteRows(AArray<int>& rowList) {
   data_.resize(static_cast<size_t>(rows_) * static_cast<size_t>(rowBytes_));
 }
 
-void AUVXTable::CheckSources(AArray<short>* sourceList) {
-  const int column = FindColumn("SOURCE");
+void AUVXTable::CheckSources(const AArray<short>* sourceList) {
+  const int column = FirstColumnWith("SOURCE");
   if (column < 0 || ColumnOffset(column) < 0) return;
   const AXTblFormat format = ParseFormat(column);
   const bool numeric = format.type == 'D' || format.type == 'E' || format.type == 'I' || format.type == 'J';

@@ -74,7 +74,7 @@ class ZELTRA_API AUVXTableHeader {
   explicit AUVXTableHeader(AUVXFile& uvx);
 
   /// Write the directory into `uvx`, which gets a place for it behind its records if it has none.
-  AUVXFile& store(AUVXFile& uvx);
+  AUVXFile& store(AUVXFile& uvx) const;
 
   int count() const { return count_; }
   /// Entry i; no range check.
@@ -127,14 +127,17 @@ class ZELTRA_API AUVXTable {
   explicit AUVXTable(AFITSxtbl& extension);
   AUVXTable(const AUVXTable&) = default;
   AUVXTable& operator=(const AUVXTable&) = default;
+  /// Take over the contents of `other`, which is an empty table then.
+  AUVXTable(AUVXTable&& other) noexcept;
+  AUVXTable& operator=(AUVXTable&& other) noexcept;
   virtual ~AUVXTable();
 
   /// Write the image at the current position of `file`. @return 0 as soon as a write fails
-  int store(ABFile& file);
+  int store(ABFile& file) const;
   /// Put the table into `uvx`: over the one with the same code, else behind the others.
   /// The old image is overwritten where it lies, deliberately: a table is rewritten only after it has shrunk. One that
   /// the directory places outside the file stays as it is.
-  AUVXFile& store(AUVXFile& uvx);
+  AUVXFile& store(AUVXFile& uvx) const;
   /// Bytes of the image.
   int GetSize() const;
 
@@ -151,8 +154,8 @@ class ZELTRA_API AUVXTable {
   static int toHash(const std::string& name, int own);
 
   /// Whether a table with this ID is one of this library's own that tells where the data come from: "HD", the cards of
-  /// a header, or "IT", integration times.
-  static bool IsProvenance(int id) { return IsOwn(id, "HD") || IsOwn(id, "IT"); }
+  /// a header, "IT", integration times, or "PT", what part of a run they are.
+  static bool IsProvenance(int id) { return IsOwn(id, "HD") || IsOwn(id, "IT") || IsOwn(id, "PT"); }
 
   AArray<AUVXTableKeyWord>& keywords() { return keywords_; }
   const AArray<AUVXTableKeyWord>& keywords() const { return keywords_; }
@@ -182,8 +185,10 @@ class ZELTRA_API AUVXTable {
 
   /// Type letter and repeat count of a column; a format without a count has count 0 and its column no elements.
   AXTblFormat ParseFormat(int column) const;
-  /// First column whose name contains `part`, or -1.
-  int FindColumn(const std::string& part) const;
+  /// The column whose name is `name`, else the first one whose name contains it, or -1.
+  int FindColumn(const std::string& name) const;
+  /// The first keyword whose key is `key`, valid until the keywords change; null if there is none.
+  const AUVXTableKeyWord* FindKeyWord(const std::string& key) const;
   /// Bytes from the start of a row to a column; -1 if there is no such column, if it does not lie inside the row, or if
   /// it or one before has a letter other than A, L, X, I, J, E, D, whose data are not in the machine's order.
   int ColumnOffset(int column) const;
@@ -203,10 +208,10 @@ class ZELTRA_API AUVXTable {
 
   /// Remove rows, given by their ascending numbers from 0. A list that begins with the last row, or behind it, removes
   /// exactly the last row, deliberately: a sorted list can then hold no other.
-  void DeleteRows(AArray<int>& rowList);
+  void DeleteRows(const AArray<int>& rowList);
   /// Remove the rows whose source is not in `sourceList`, which is ascending. The source is the first element of the
   /// first column whose name contains "SOURCE"; a table without it, or with text there, stays as it is.
-  void CheckSources(AArray<short>* sourceList);
+  void CheckSources(const AArray<short>* sourceList);
   /// Give columns and keywords with FITS-IDI names those of AIPS. @return 1
   int CorrectIDI_FTS();
 
@@ -214,10 +219,11 @@ class ZELTRA_API AUVXTable {
   /// library's own family "ZELTRA xx", the columns, the keywords and the rows, padded to whole blocks.
   /// @param version  EXTVER
   /// @return 0 if a write fails
-  int ToFITS(ABFile& file, int version = 1);
+  int ToFITS(ABFile& file, int version = 1) const;
 
  private:
   static bool IsOwn(int id, const char* code) { return (id & (kOwnFamily | 0xFFFF)) == toHash(code, 1); }
+  int FirstColumnWith(const std::string& part) const;
   const char* Cell(int row, int column, int element, AXTblFormat& format) const;
   void LoadKeyWords(AFITSxtbl& extension);
   int LoadImage(ABFile& file);

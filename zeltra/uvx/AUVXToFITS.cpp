@@ -231,7 +231,7 @@ void AddKeyWords(FITSHeaderWriter& cards, const AUVXTable& table) {
 
 }  // namespace
 
-int AUVXTable::ToFITS(ABFile& file, int version) {
+int AUVXTable::ToFITS(ABFile& file, int version) const {
   FITSHeaderWriter cards;
   cards.AddText("XTENSION", "BINTABLE");
   cards.AddInteger("BITPIX", 8);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 #include "zeltra/fits/AFITS.h"
@@ -27,7 +28,20 @@ int64 ComplexesOfGroup(const AFITSmain* header) {
 
 }  // namespace
 
-AUVXVisibility::AUVXVisibility(AFITS& fits) {
+AUVXVisibility::AUVXVisibility(AUVXVisibility&& other) noexcept {
+  *this = std::move(other);
+}
+
+AUVXVisibility& AUVXVisibility::operator=(AUVXVisibility&& other) noexcept {
+  if (this == &other) return *this;
+  AArray::operator=(std::move(other));
+  IFs_ = std::exchange(other.IFs_, 0);
+  channels_ = std::exchange(other.channels_, 0);
+  stokes_ = std::exchange(other.stokes_, 0);
+  return *this;
+}
+
+AUVXVisibility::AUVXVisibility(const AFITS& fits) {
   GrowBy(fits.IFs(), fits.Channels(), fits.Stokes());
 }
 
@@ -47,7 +61,7 @@ int AUVXVisibility::GrowBy(int IFs, int channels, int stokes) {
   return lpArray() ? product : GrowBy(0, 0, 0);
 }
 
-int AUVXVisibility::GrowBy(AUVXFile& uvx) {
+int AUVXVisibility::GrowBy(const AUVXFile& uvx) {
   return GrowBy(uvx.IFs(), uvx.channels(), uvx.stokes());
 }
 
@@ -59,15 +73,15 @@ int AUVXVisibility::load(ABFile& file) {
   return ReadWhole(file, lpArray(), static_cast<int64>(Bytes(count())));
 }
 
-int AUVXVisibility::store(AUVXFile& uvx) {
+int AUVXVisibility::store(AUVXFile& uvx) const {
   return uvx.GetFile() && store(*uvx.GetFile());
 }
 
-int AUVXVisibility::store(ABFile& file) {
+int AUVXVisibility::store(ABFile& file) const {
   return WriteWhole(file, lpArray(), static_cast<int64>(Bytes(count())));
 }
 
-char* AUVXVisibility::load(char* p) {
+const char* AUVXVisibility::load(const char* p) {
   std::copy_n(p, Bytes(count()), reinterpret_cast<char*>(lpArray()));
   return p + Bytes(count());
 }

@@ -19,10 +19,13 @@ class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
   explicit AUVXVisibility(int IFs = 0, int channels = 0, int stokes = 0) { GrowBy(IFs, channels, stokes); }
   AUVXVisibility(const AUVXVisibility&) = default;
   /// Sized for the records of `uvx`.
-  explicit AUVXVisibility(AUVXFile& uvx) { GrowBy(uvx); }
+  explicit AUVXVisibility(const AUVXFile& uvx) { GrowBy(uvx); }
   /// Sized for the groups of `fits`, whose headers have been read.
-  explicit AUVXVisibility(AFITS& fits);
+  explicit AUVXVisibility(const AFITS& fits);
   AUVXVisibility& operator=(const AUVXVisibility&) = default;
+  /// Take over the values of `other`, whose axes have no length then.
+  AUVXVisibility(AUVXVisibility&& other) noexcept;
+  AUVXVisibility& operator=(AUVXVisibility&& other) noexcept;
 
   int IFs() const { return IFs_; }
   int channels() const { return channels_; }
@@ -45,21 +48,24 @@ class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
 
   /// Size for these axis lengths; IFs below 1 count as one. The old values are lost.
   /// @return the number of complexes; otherwise their product, not positive, and no storage is held. A shape that no
-  /// int
-  ///         counts, or that no memory can be had for, becomes 0, 0, 0.
+  ///         int counts, or that no memory can be had for, becomes 0, 0, 0.
   int GrowBy(int IFs, int channels, int stokes);
   int GrowBy(const AUVXVisibility& other) { return GrowBy(other.IFs_, other.channels_, other.stokes_); }
-  int GrowBy(AUVXFile& uvx);
+  int GrowBy(const AUVXFile& uvx);
 
   /// Read from the current position. @return 0 if not all values were there; the contents are then undefined
   int load(AUVXFile& uvx);
   int load(ABFile& file);
   /// Write at the current position. @return 0 if not all was written
-  int store(AUVXFile& uvx);
-  int store(ABFile& file);
+  ///
+  /// In lower case, the values alone, as a record holds them. Store, which every array has, writes their number before
+  /// them, which no record of a UVX file does.
+  int store(AUVXFile& uvx) const;
+  int store(ABFile& file) const;
 
   /// Copy from `p`, an image in memory. @return the byte behind it
-  char* load(char* p);
+  const char* load(const char* p);
+  char* load(char* p) { return const_cast<char*>(load(static_cast<const char*>(p))); }
   /// Copy to `p`. @return the byte behind the image
   char* store(char* p) const;
 

@@ -260,7 +260,7 @@ AResult AUVXWriter::EndHeader(int64 recordsEnd) {
   return AResult::Fail(path_ + ": its records are not complete, or not of the shape that its header tells");
 }
 
-AResult AUVXWriter::AddTable(AUVXTable& table) {
+AResult AUVXWriter::AddTable(const AUVXTable& table) {
   if (!output_) return Why();
   AUVXFile& uvx = output_->uvx;
   if (tablesEnd_ == 0) {
@@ -288,6 +288,10 @@ AResult AUVXWriter::AddBaseLines() {
 
 AResult AUVXWriter::AddProvenance(AUVXHeaderCards cards, const std::string& command) {
   cards.AddHistory(command);
+  return AddProvenance(cards);
+}
+
+AResult AUVXWriter::AddProvenance(const AUVXHeaderCards& cards) {
   AResult result = AddTable(*std::unique_ptr<AUVXTable>(cards.ToUVXTable()));
   if (!result || !integrations_.IsKnown()) return result;
   return AddTable(*std::unique_ptr<AUVXTable>(integrations_.ToUVXTable()));

@@ -118,7 +118,7 @@ class ZELTRA_API AUVXWriter {
   OddValues oddValues();
 
   /// Append a table. @return a failure for the 129th, and where not all of it could be written
-  AResult AddTable(AUVXTable& table);
+  AResult AddTable(const AUVXTable& table);
   /// Append the table index().
   AResult AddIndex();
   /// Append the table "BL" of the records.
@@ -127,6 +127,8 @@ class ZELTRA_API AUVXWriter {
   /// @param cards    of the input
   /// @param command  what made this file of it: see AJobDescription::Command
   AResult AddProvenance(AUVXHeaderCards cards, const std::string& command);
+  /// The same with cards that tell of the job already.
+  AResult AddProvenance(const AUVXHeaderCards& cards);
   const AUVXIntegrations& integrations() const { return integrations_; }
 
   /// Complete the file and give it its name.

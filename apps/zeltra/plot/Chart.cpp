@@ -24,8 +24,8 @@ constexpr double kHalfPlace = 0.5 / kPlacesPerPixel;
 constexpr const char* kGrid = "#e0e0e0";
 constexpr const char* kSmallPrint = "#555555";
 
-// Ten colours that also people with colour blindness tell apart (M. A. Petroff: Accessible Color Sequences for Data
-// Visualization, arXiv:2107.02270, 2021), and a grey for what has none of them.
+// Ten colours that are distinguishable with colour blindness too (M. A. Petroff: Accessible Color Sequences for Data
+// Visualization, arXiv:2107.02270, 2021), and a grey for the rest.
 constexpr const char* kPalette[Chart::kColours + 1] = {"#3f90da", "#ffa90e", "#bd1f01", "#94a4a2", "#832db6", "#a96b59",
                                                        "#e76300", "#b9ac70", "#717581", "#92dadd", "#cccccc"};
 
@@ -33,7 +33,7 @@ const char* ColourOf(size_t series) {
   return kPalette[std::min<size_t>(series, Chart::kColours)];
 }
 
-// The layer of the dots at a place: the upper bits of a product with a large odd number.
+// The layer for dots at a place: the upper bits of a product with a large odd number.
 size_t LayerOf(int column, int line) {
   const std::uint32_t place = static_cast<std::uint32_t>(line) * 4099U + static_cast<std::uint32_t>(column);
   return place * 2654435769U >> 30;
@@ -80,14 +80,14 @@ size_t Chart::Marked() const {
   return marked;
 }
 
-// How many places make one dot, along each axis.
+// How many places make up one dot, along each axis.
 int Chart::Step(size_t marked) const {
   int step = 1;
   for (size_t crowd = kCrowd; marked > crowd && step < kSmallestDot * kPlacesPerPixel; crowd *= 4) step *= 2;
   return step;
 }
 
-// The paths of a series, one a layer.
+// The paths of a series, one per layer.
 Chart::Layers Chart::Paths(const Series& series, int step) const {
   const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
   Layers paths;
@@ -107,14 +107,14 @@ Chart::Layers Chart::Paths(const Series& series, int step) const {
   return paths;
 }
 
-// How far from their places the dots and bars of a series are drawn, so that those of one place are seen side by side.
+// How far the dots and bars of a series are shifted, so that those at one place are seen side by side.
 double Chart::Aside(size_t series) const {
   if (Coloured() < 2 || series >= Coloured()) return 0;
   return kSpread * (static_cast<double>(series) / static_cast<double>(Coloured() - 1) - 0.5);
 }
 
-// What series have in common is seen of all of them: their dots are drawn in layers, every dot in one that its place
-// settles as if by chance, and series take turns at being on top of a layer.
+// Where series coincide, all of them must show: dots are drawn in layers, each dot in a pseudo-random layer that
+// depends on its place, and the series take turns at being on top of a layer.
 void Chart::DrawDots(SVG& svg) const {
   const size_t marked = Marked(), coloured = Coloured();
   const int step = Step(marked);
@@ -132,7 +132,7 @@ void Chart::DrawDots(SVG& svg) const {
   }
 }
 
-// The lines that bars make of one column after the other.
+// The lines of the bars, column by column.
 std::string Chart::BarPath(const Series& series) const {
   const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
   std::string path;

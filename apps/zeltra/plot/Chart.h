@@ -23,7 +23,7 @@ struct ChartAxis {
   std::vector<Tick> ticks;
 };
 
-/// The range of the numbers that were put in.
+/// The range of the numbers added.
 struct ValueRange {
   double low = 1e300;
   double high = -1e300;
@@ -34,17 +34,17 @@ struct ValueRange {
   }
 };
 
-/// Draws points as they come, without keeping them: however many there are, only those places are remembered that a
-/// pixel can tell apart. A chart of many points is drawn with fewer of those, never closer than the dots are wide, and
-/// outliers stay. The fewer there are, the larger are the dots. Series that lie on each other are all seen.
+/// Draws points as they are added, without keeping them: only the places that pixels can distinguish are remembered,
+/// however many points there are. A crowded chart is drawn with fewer dots, which never lie closer than their width,
+/// and keeps outliers. The fewer dots, the larger they are. Series that coincide all remain visible.
 class Chart {
  public:
-  /// A series of points, drawn in one colour and named in the legend.
+  /// A series of points is drawn in one colour and named in the legend.
   /// @param names     of the series
   /// @param isSquare  whether the plot is as wide as it is high
   Chart(const ChartAxis& x, const ChartAxis& y, const std::vector<std::string>& names, bool isSquare = false);
 
-  /// The most series that have a colour of their own; another one is grey and drawn below them.
+  /// The most series with colours of their own; one more may follow, which is grey and drawn below them.
   static constexpr int kColours = 10;
 
   void Add(size_t series, double x, double y);
@@ -53,14 +53,14 @@ class Chart {
 
   /// The drawing as an SVG file.
   /// @param title  above the plot
-  /// @param note   a line of small print below the title
+  /// @param note   small print below the title
   std::string Draw(const std::string& title, const std::string& note) const;
 
  private:
   struct Series {
     std::string name;
     std::vector<bool> places;
-    std::vector<bool> bars;  // as many, or none
+    std::vector<bool> bars;  // the same number, or none
   };
 
   static constexpr size_t kLayers = 4;

@@ -78,7 +78,7 @@ AResult ClosurePlot::LookUp() {
   return data_.contents().FindAntenna(closure_.selection.antennas.front(), antenna_);
 }
 
-// What the closure phases are means of.
+// What the closure phases are averaged over.
 std::string ClosurePlot::Averaged() const {
   const auto part = [](const std::string& name, const std::vector<int>& places) {
     std::string text = places.size() == 1 ? name : std::to_string(places.size());
@@ -90,7 +90,7 @@ std::string ClosurePlot::Averaged() const {
   text += part("IF", IFs_) + ", " + part("channel", channels_);
   if (hands > 1) text += ", " + std::to_string(hands) + " polarisations";
   return text +
-         (closure_.interval > 0 ? "; averages over " + RoundedText(closure_.interval) + " s" : "; every time stamp");
+         (closure_.interval > 0 ? "; averages over " + RoundedText(closure_.interval) + " s" : "; each time stamp");
 }
 
 AResult ClosurePlot::ForEachPoint(const PlotTaker& take) {

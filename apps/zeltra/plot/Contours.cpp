@@ -9,8 +9,8 @@ namespace {
 
 constexpr size_t kNone = static_cast<size_t>(-1);
 
-// Links the places where contours cross from one pixel to the next, square by square of four pixels. Each place lies
-// between two squares, so that it has one neighbour or two.
+// Links the places where contours cross from one pixel to the next, one square of four pixels at a time. Each place is
+// shared by two squares, or is at the edge, so it has one or two neighbours.
 class Tracer {
  public:
   Tracer(const std::vector<float>& pixels, int side, double level)
@@ -36,8 +36,7 @@ class Tracer {
   const size_t side_;
   const double level_;
   std::vector<Crossing> crossings_;
-  std::unordered_map<size_t, size_t>
-      places_;  // of crossings, by twice the first pixel, and one more for those downward
+  std::unordered_map<size_t, size_t> places_;  // of crossings, by twice the first pixel, plus one for those downward
 };
 
 std::vector<std::vector<ContourPoint>> Tracer::Run() {
@@ -58,7 +57,7 @@ void Tracer::LinkSquare(size_t pixel) {
   const bool A = IsAbove(a), B = IsAbove(b), C = IsAbove(c), D = IsAbove(d);
   if (A == B && C == D && A == C) return;
   if (A == D && B == C) {
-    // A saddle: its middle tells which of the corners belong together.
+    // A saddle: its middle decides which corners are connected.
     const bool isAbove = (double{pixels_[a]} + pixels_[b] + pixels_[c] + pixels_[d]) / 4 >= level_;
     Link(a, b, isAbove == A ? b : a, isAbove == A ? d : c);
     Link(c, d, isAbove == A ? a : b, isAbove == A ? c : d);

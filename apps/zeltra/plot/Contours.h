@@ -1,4 +1,4 @@
-// Lines of one value through an image.
+// Contour lines of an image.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_PLOT_CONTOURS_H_
 #define ZELTRA_APPS_PLOT_CONTOURS_H_
@@ -11,9 +11,9 @@ struct ContourPoint {
   double column, line;  ///< whole numbers at the centres of pixels
 };
 
-/// Trace where a square image, linear between neighbouring pixels, has the value `level`. A line that ends where it
-/// begins has its first point twice; others end at the edge.
-/// @param pixels  line after line, each of `side`
+/// Trace where a square image, interpolated linearly between pixels, has the value `level`. A closed line repeats its
+/// first point at the end; other lines end at the edge.
+/// @param pixels  line by line, `side` pixels each
 std::vector<std::vector<ContourPoint>> Contours(const std::vector<float>& pixels, int side, double level);
 
 }  // namespace zeltra::app

@@ -18,7 +18,7 @@ namespace zeltra::app {
 namespace {
 
 constexpr int kMostPixels = 2048;
-// A PNG file has two pixels for one of the drawing, and a whole number of them for one of the image.
+// A PNG file has two pixels for one of the drawing, and a whole number of them per pixel of the image.
 constexpr int kLeastSide = 512;
 constexpr double kLeft = 90, kTop = 55, kBottom = 62, kNoteHeight = 18;
 constexpr double kBarGap = 24, kBarWidth = 20, kBarLetter = 9;
@@ -43,7 +43,7 @@ Palette CubeHelixPalette() {
   return palette;
 }
 
-// What colour, from 0 to 1, a value has.
+// The colour of a value, from 0 to 1.
 struct ColourScale {
   double low = 0, high = 1;
   double softening = 0;  // of the inverse hyperbolic sine; 0: linear
@@ -51,7 +51,7 @@ struct ColourScale {
   double Stretched(double value) const { return softening > 0 ? std::asinh(value / softening) : value; }
   double operator()(double value) const {
     const double part = (Stretched(value) - Stretched(low)) / (Stretched(high) - Stretched(low));
-    return part > 0 ? std::min(part, 1.0) : 0.0;  // what is not a number too
+    return part > 0 ? std::min(part, 1.0) : 0.0;  // NaN too
   }
   std::vector<Tick> Ticks() const {
     if (softening == 0) return RoundTicks(low, high, 9);
@@ -80,14 +80,14 @@ class Picture {
 
   const DirtyImage& image_;
   const PictureOptions options_;
-  const int bin_;       // pixels of the image in one of the picture
-  const int pixels_;    // of the picture, a line
+  const int bin_;       // pixels of the image per pixel of the picture
+  const int pixels_;    // of a line of the picture
   const double side_;   // of the picture in the drawing
-  const double scale_;  // of the drawing, for one pixel of the image
+  const double scale_;  // of the drawing, per pixel of the image
   const AngleUnit unit_;
   const std::string brightness_;  // its unit
   const Palette palette_ = CubeHelixPalette();
-  std::vector<float> values_;  // line after line from the north, each from the east
+  std::vector<float> values_;  // line by line from the north, each from the east
   ValueRange range_;
   ColourScale colours_;
   std::vector<int> levels_;  // of contours, in steps
@@ -155,7 +155,7 @@ std::string Picture::WithUnit(double value) const {
   return RoundedNumber(value, 4) + (brightness_.empty() ? "" : " " + brightness_);
 }
 
-// What stands below the picture.
+// The small print below the picture.
 std::vector<std::string> Picture::Notes() const {
   std::vector<std::string> notes = {image_.shape.major > 0 ? "beam " + BeamText(image_.shape) : "no beam"};
   if (options_.contours) {
@@ -176,12 +176,14 @@ std::vector<std::string> Picture::Notes() const {
   }
   const auto below = std::count_if(values_.begin(), values_.end(), [&](float v) { return v < colours_.low; });
   const auto above = std::count_if(values_.begin(), values_.end(), [&](float v) { return v > colours_.high; });
-  if (below > 0) notes.push_back(Grouped(below) + " pixels lie below the colours, down to " + WithUnit(range_.low));
-  if (above > 0) notes.push_back(Grouped(above) + " pixels lie above the colours, up to " + WithUnit(range_.high));
+  if (below > 0)
+    notes.push_back(Grouped(below) + " pixels are below the range of colours, down to " + WithUnit(range_.low));
+  if (above > 0)
+    notes.push_back(Grouped(above) + " pixels are above the range of colours, up to " + WithUnit(range_.high));
   return notes;
 }
 
-// Where the centre of a pixel that lies so far east, or north, is drawn.
+// Where the centre of a pixel this far east, or north, is drawn.
 double Picture::XOf(double east) const {
   return kLeft + (image_.map.Lines() / 2 - east / image_.cell + 0.5) * scale_;
 }
@@ -214,13 +216,13 @@ void Picture::DrawContours(SVG& svg) const {
   }
 }
 
-// The ellipse of half power in the lower left corner, unless it fills the picture.
+// The half-power ellipse in the lower left corner, unless it fills the picture.
 void Picture::DrawBeam(SVG& svg) const {
   const double major = image_.shape.major / 2 / image_.cell * scale_;
   const double minor = image_.shape.minor / 2 / image_.cell * scale_;
   if (!(major > 0) || major > side_ / 4) return;
   const double x = kLeft + major + 10, y = kTop + side_ - major - 10;
-  // A dark rim, for a corner that is bright.
+  // A dark rim, in case the corner is bright.
   svg.Ellipse(x, y, minor, major, -image_.shape.angle, "#000000", 3.5);
   svg.Ellipse(x, y, minor, major, -image_.shape.angle, "#ffffff", 1.5);
 }

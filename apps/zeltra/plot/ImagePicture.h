@@ -11,22 +11,24 @@
 namespace zeltra::app {
 
 struct PictureOptions {
-  /// The values, in the unit of the image, between which colours differ.
+  /// The values between which colours vary, in the unit of the image.
   struct Range {
     double low, high;
   };
 
   bool contours = false;      ///< at -1, 1, 2, 4, 8 ... times three times the rms of the image
-  bool isCompressed = false;  ///< colours by the inverse hyperbolic sine of values over the rms, not by the values
-  std::optional<Range> clip;  ///< otherwise from the least to the greatest pixel
+  bool isCompressed = false;  ///< colours by the inverse hyperbolic sine of values over the rms, instead of by the
+                              ///< values
+  std::optional<Range> clip;  ///< otherwise from the lowest to the highest pixel
 };
 
 /// Draw an image with axes, a colour bar and its beam: north up, east to the left.
 ///
-/// Colours are those of cubehelix, which grow brighter evenly (D. A. Green: A colour scheme for the display of
-/// astronomical intensity images, Bull. Astr. Soc. India 39, 289, 2011). An image of more than 2048 pixels a line is
-/// averaged down to that. Small print below tells the beam, the contours and what the colours leave out.
-/// @return an SVG file; empty if there is no memory
+/// The colours are those of cubehelix, which increase evenly in brightness (D. A. Green: A colour scheme for the
+/// display of astronomical intensity images, Bull. Astr. Soc. India 39, 289, 2011). An image with lines of more than
+/// 2048 pixels is averaged down to that. Small print below gives the beam, the contours and the pixels beyond the range
+/// of colours.
+/// @return an SVG file; empty if there is not enough memory
 std::string ImagePicture(const DirtyImage& image, const PictureOptions& options);
 
 /// As in "1.43 x 0.62 mas at -6.9 degrees".

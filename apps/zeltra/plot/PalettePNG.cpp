@@ -16,13 +16,13 @@
 namespace zeltra::app {
 namespace {
 
-constexpr int kEffort = 8;  // of the compression, which stb takes from 5 on
+constexpr int kEffort = 8;  // of the compression; stb accepts 5 and more
 
 void AppendNumber(std::uint32_t number, std::string& bytes) {
   for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(number >> shift & 0xFF);
 }
 
-// Length, name, contents, and the check sum of the name and the contents.
+// Length, name, contents, and the checksum of name and contents.
 void AppendChunk(const std::string& name, const std::string& contents, std::string& png) {
   std::string checked = name + contents;
   AppendNumber(static_cast<std::uint32_t>(contents.size()), png);
@@ -30,7 +30,7 @@ void AppendChunk(const std::string& name, const std::string& contents, std::stri
   AppendNumber(stbiw__crc32(reinterpret_cast<unsigned char*>(checked.data()), static_cast<int>(checked.size())), png);
 }
 
-// Lines with a 0 before each, for which the pixels stand as they are.
+// Lines, each preceded by a 0, which means that its pixels are unfiltered.
 std::string Compressed(size_t width, const std::vector<std::uint8_t>& pixels) {
   std::string lines;
   for (size_t at = 0; at < pixels.size(); at += width) {
@@ -53,7 +53,7 @@ std::string PalettePNG(int width, const std::vector<std::uint8_t>& pixels, const
   std::string header, colours, png = "\x89PNG\r\n\x1A\n";
   AppendNumber(static_cast<std::uint32_t>(width), header);
   AppendNumber(static_cast<std::uint32_t>(pixels.size()) / static_cast<std::uint32_t>(width), header);
-  header.append({8, 3, 0, 0, 0});  // bits a pixel, palette, and the only forms of compression, filters and order
+  header.append({8, 3, 0, 0, 0});  // bits per pixel, palette; compression, filter and interlace methods
   for (const Colour& colour : palette) {
     for (const std::uint8_t part : {colour.red, colour.green, colour.blue}) colours += static_cast<char>(part);
   }

@@ -16,9 +16,9 @@ struct Colour {
 
 using Palette = std::array<Colour, 256>;
 
-/// A PNG file with a byte a pixel, which is a place in the palette.
-/// @param pixels  line after line from the top, each of `width`
-/// @return empty if there is no memory
+/// A PNG file with one byte per pixel, an index into the palette.
+/// @param pixels  line by line from the top, `width` pixels each
+/// @return empty if there is not enough memory
 std::string PalettePNG(int width, const std::vector<std::uint8_t>& pixels, const Palette& palette);
 
 }  // namespace zeltra::app

@@ -1,4 +1,4 @@
-// Drawings as the files that people name.
+// Converts drawings to the kind of file that the user names.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_PLOT_PICTUREFILE_H_
 #define ZELTRA_APPS_PLOT_PICTUREFILE_H_
@@ -10,13 +10,13 @@
 
 namespace zeltra::app {
 
-/// The endings of files that drawings are kept in.
+/// The endings of picture files.
 inline const std::vector<std::string> kPictureEndings = {".svg", ".png"};
 
-/// @return a failure where the program cannot make a file of that name
+/// @return a failure if the program cannot make a file with that name
 AResult CheckPicture(const std::string& path);
 
-/// Turn an SVG file into the bytes of the file of that name, which has one of the endings.
+/// Convert an SVG file to the contents of the file of that name, which must have one of the endings.
 AResult FinishPicture(const std::string& path, std::string& picture);
 
 }  // namespace zeltra::app

@@ -1,4 +1,4 @@
-// The plots that people look at first.
+// The standard plots of visibilities.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_PLOT_PLOT_H_
 #define ZELTRA_APPS_PLOT_PLOT_H_
@@ -22,34 +22,34 @@ struct PlotOptions : JobOptions {
   PlotKind kind = PlotKind::UV;
   UVXSelection selection;
   bool overTime = false;       ///< amplitude and phase over time, not over the distance from the u, v origin
-  bool isLogarithmic = false;  ///< the axis of amplitudes
+  bool isLogarithmic = false;  ///< whether the axis of amplitudes is
   double interval =
-      0;  ///< seconds that are averaged; negative: every time stamp; 0: nothing, which closure does not take
+      0;  ///< seconds to average over; negative: each time stamp; 0: no averaging, which closure does not accept
 };
 
-/// A point of a plot; points of one key belong together.
+/// A point of a plot; points with the same key form a series.
 struct PlotPoint {
   int key;
   double x, y;
   double error = 0;  ///< standard deviation of y
 };
 
-/// Gives all points of a plot, as often as asked: first to see their ranges, then to draw them. So nothing is kept of
-/// them, and files may be of any size.
+/// Gives all points of a plot, as often as needed: first to find their ranges, then to draw them. So none are kept, and
+/// files may be of any size.
 using PlotTaker = std::function<void(const PlotPoint&)>;
 using PlotPoints = std::function<AResult(const PlotTaker& take)>;
 
-/// What a first look at all points tells.
+/// What a first pass over all points finds.
 struct PlotSurvey {
   ValueRange x, y;              ///< y with its errors
-  std::map<int, int64> counts;  ///< of each key
+  std::map<int, int64> counts;  ///< per key
   int64 count = 0;
 
   AResult Look(const PlotPoints& points);
 };
 
-/// Which series of a chart the points of a key belong to. Of more keys than there are colours the most frequent ones
-/// have their own; the others share the grey one.
+/// Assigns the points of each key to a series of a chart. If there are more keys than colours, the most frequent keys
+/// get their own; the others share the grey one.
 class PlotSeries {
  public:
   /// @param name  names the series of a key
@@ -67,18 +67,18 @@ class PlotSeries {
 ChartAxis TimeAxis(const ValueRange& seconds, double midnight, const std::string& timeScale);
 /// An axis of degrees from -180 to 180.
 ChartAxis PhaseAxis(const std::string& title);
-/// An axis of degrees that begins and ends at round numbers around these, within -180 and 180.
+/// An axis of degrees whose ends are round numbers around these, within -180 and 180.
 ChartAxis PhaseAxis(const std::string& title, const ValueRange& degrees);
 
-/// What stands above a plot: source, polarisations, frequency and date, as far as they are known.
+/// The title of a plot: source, polarisations, frequency and date, as far as known.
 std::string PlotTitle(const SelectedVisibilities& data, double frequency, double julianDate);
 std::string PictureTitle(const std::string& source, const std::string& polarisations, double frequency,
                          double julianDate);
 
-/// The name of an antenna, or its number where it has none, in ASCII.
+/// The name of an antenna, or its number if it has none, in ASCII.
 std::string AntennaName(const AUVXContents& contents, int number);
 
-/// A number with its thousands apart.
+/// A number with its thousands separated.
 std::string Grouped(int64 number);
 /// A number with as many digits as it needs, six at most.
 std::string RoundedText(double number);

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "apps/zeltra/plot/SVG.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <utility>
 
 namespace zeltra::app {
 namespace {
 
-// A coordinate to a hundredth of a pixel.
+// A coordinate, to a hundredth of a pixel.
 std::string N(double value) {
   char text[40];
   std::snprintf(text, sizeof text, "%.2f", value);
@@ -16,6 +19,12 @@ std::string N(double value) {
 
 std::string Attribute(const char* name, const std::string& value) {
   return std::string(" ") + name + "=\"" + value + "\"";
+}
+
+// The number of an attribute of the outermost element of a file.
+int AttributeOf(const std::string& file, const std::string& name) {
+  const std::string mark = " " + name + "=\"";
+  return std::atoi(file.c_str() + file.find(mark) + mark.size());
 }
 
 std::string Escaped(const std::string& text) {
@@ -58,6 +67,17 @@ SVG::SVG(int width, int height) {
           Attribute("width", w) + Attribute("height", h) + Attribute("viewBox", "0 0 " + w + " " + h) +
           " font-family=\"DejaVu Sans, Verdana, Helvetica, Arial, sans-serif\">\n<rect" + Attribute("width", w) +
           Attribute("height", h) + " fill=\"#ffffff\"/>\n";
+}
+
+std::string SVG::Stacked(const std::string& first, const std::string& second) {
+  const int width = std::max(AttributeOf(first, "width"), AttributeOf(second, "width"));
+  const int height = AttributeOf(first, "height");
+  SVG svg(width, height + AttributeOf(second, "height"));
+  for (const auto& [file, top] : {std::pair(&first, 0), std::pair(&second, height)}) {
+    svg.text_ += "<g" + Attribute("transform", "translate(0 " + std::to_string(top) + ")") + ">\n" +
+                 file->substr(file->find("<svg")) + "</g>\n";
+  }
+  return svg.Finish();
 }
 
 void SVG::Line(double x1, double y1, double x2, double y2, const char* colour, double width) {

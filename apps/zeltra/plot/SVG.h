@@ -7,8 +7,8 @@
 
 namespace zeltra::app {
 
-/// A drawing, white at first, that is put together element by element. Coordinates are pixels, right and down. Text is
-/// UTF-8; what is not ASCII has to be the program's own.
+/// A drawing on white, built element by element. Coordinates are pixels, to the right and down. Text is UTF-8; anything
+/// beyond ASCII must come from the program itself, not from a file.
 class SVG {
  public:
   enum Anchor { Start, Middle, End };
@@ -22,19 +22,22 @@ class SVG {
   /// Text whose baseline is at y.
   void Text(double x, double y, const std::string& text, Anchor anchor = Start, int size = 14,
             const char* colour = "#000000");
-  /// Text that runs upward along x, its middle at y.
+  /// Text that runs upward at x, its middle at y.
   void TextUpward(double x, double y, const std::string& text);
-  /// Dots where `path` has pieces of no length ("M x y h 0"), lines where it has others, in units of `unit` pixels from
-  /// (x, y).
+  /// Dots where `path` has segments of zero length ("M x y h 0"), lines elsewhere, in units of `unit` pixels from (x,
+  /// y).
   void Dots(double x, double y, double unit, const std::string& path, const char* colour, double diameter);
 
-  /// A PNG file in a rectangle; most viewers interpolate between its pixels.
+  /// A PNG file in a rectangle; most viewers interpolate its pixels.
   void Image(double x, double y, double width, double height, const std::string& png);
   /// A thin line along `path`.
   void Outline(const std::string& path, const char* colour, bool isDashed);
-  /// The outline of an ellipse whose half axis `up` points upward before it is turned.
+  /// The outline of an ellipse whose semi-axis `up` points upward before it is rotated.
   /// @param angle  degrees, clockwise
   void Ellipse(double x, double y, double across, double up, double angle, const char* colour, double width);
+
+  /// Two drawings as one, the second below the first.
+  static std::string Stacked(const std::string& first, const std::string& second);
 
   /// The whole file.
   std::string Finish() const { return text_ + "</svg>\n"; }

@@ -1,4 +1,4 @@
-// Drawings as pictures of pixels.
+// Converts drawings to PNG.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_PLOT_SVGTOPNG_H_
 #define ZELTRA_APPS_PLOT_SVGTOPNG_H_
@@ -10,8 +10,8 @@ namespace zeltra::app {
 /// Whether the program was built with librsvg.
 bool CanMakePNG();
 
-/// Turn an SVG file into a PNG file, two pixels for one of the drawing.
-/// @return the bytes of the file; empty where that cannot be done
+/// Convert an SVG file to PNG, at two pixels per pixel of the drawing.
+/// @return the bytes of the file; empty on failure
 std::string SVGToPNG(const std::string& svg);
 
 }  // namespace zeltra::app

@@ -33,7 +33,7 @@ std::string SVGToPNG(const std::string& svg) {
       cairo_surface_destroy);
   const std::unique_ptr<cairo_t, void (*)(cairo_t*)> context(cairo_create(surface.get()), cairo_destroy);
   std::string png;
-  // A cairo call that fails makes all later ones fail, the last of which tells.
+  // After a failed cairo call all later ones fail too, so checking the last one is enough.
   if (!rsvg_handle_render_document(drawing.get(), context.get(), &whole, nullptr)) return {};
   const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), AppendBytes, &png);
   return status == CAIRO_STATUS_SUCCESS ? png : std::string();

@@ -10,7 +10,7 @@
 namespace zeltra::app {
 namespace {
 
-// The smallest step with which at most `most` marks lie in the range.
+// The smallest step that gives at most `most` marks in the range.
 double RoundStep(double range, int most) {
   const double least = range / most;
   const double decade = std::pow(10.0, std::floor(std::log10(least)));
@@ -34,7 +34,7 @@ std::vector<double> Multiples(double low, double high, double step) {
   return values;
 }
 
-// 0, then the decades of both signs, then what lies between them.
+// 0, then the decades of both signs, then the numbers between them.
 std::vector<double> DecadeCandidates(double low, double high, double least) {
   std::vector<double> candidates = {0};
   const double largest = std::max(std::fabs(low), std::fabs(high));

@@ -13,7 +13,7 @@ namespace {
 
 constexpr double kHeadRoom = 1.04, kFootRoom = 0.02, kLogRoom = 0.04;
 
-// The key of what is flagged.
+// The key of flagged visibilities.
 constexpr int kFlagged = -1;
 
 // A unit of lengths in the u, v plane.
@@ -37,12 +37,12 @@ ChartAxis LengthAxis(const std::string& title, double low, double high) {
   return axis;
 }
 
-// An axis has a length even where all values are 0.
+// An axis has a length even if all values are 0.
 double OrOne(double largest) {
   return largest > 0 ? largest : 1;
 }
 
-// An axis of decimal logarithms that is labelled with the numbers themselves.
+// An axis of decimal logarithms, labelled with the numbers themselves.
 ChartAxis LogAxis(const std::string& title, const ValueRange& logarithms) {
   const double margin = std::max(kLogRoom * (logarithms.high - logarithms.low), 0.01);
   ChartAxis axis = {title, logarithms.low - margin, logarithms.high + margin, {}};
@@ -74,7 +74,7 @@ class VisibilityPlot {
   ValueRange frequencies_;
   std::optional<double> midnight_;  // before the first visibility, a Julian date
   PlotSurvey survey_;
-  int64 zeros_ = 0;  // that a logarithmic axis has no place for
+  int64 zeros_ = 0;  // which a logarithmic axis cannot show
 };
 
 AResult VisibilityPlot::Run(std::string& svg) {
@@ -103,13 +103,13 @@ std::string VisibilityPlot::Note() const {
   std::string note = Grouped(survey_.count);
   if (options_.interval == 0) note += " visibilities";
   if (options_.interval > 0) note += " averages over " + RoundedText(options_.interval) + " s";
-  if (options_.interval < 0) note += " averages of every time stamp";
+  if (options_.interval < 0) note += " averages of each time stamp";
   if (options_.kind == PlotKind::UV) note += " and their conjugates";
-  note += "; those that fall on one spot are drawn once";
+  note += "; those at the same place are drawn once";
   return note + (zeros_ > 0 ? "; " + Grouped(zeros_) + " of amplitude 0 are not shown" : "");
 }
 
-// The other antenna where one is chosen, else the polarisation, which has no place of its own in the u, v plane.
+// The other antenna, if one is chosen, else the polarisation, which has no position of its own in the u, v plane.
 int VisibilityPlot::KeyOf(const SelectedVisibility& visibility) const {
   if (visibility.isFlagged) return kFlagged;
   if (antenna_) {
@@ -148,7 +148,8 @@ void VisibilityPlot::Take(const SelectedVisibility& visibility, const PlotTaker&
   if (!midnight_) midnight_ = MidnightBefore(visibility.group->date);
   const PlotPoint point = PointOf(visibility);
   zeros_ += options_.isLogarithmic && visibility.value.re == 0 && visibility.value.im == 0;
-  // The amplitude of finite parts may be too large for a float, a finite date too far away to count in seconds.
+  // Finite parts may have an amplitude too large for a float, and a finite date may be too far away to count in
+  // seconds.
   if (!std::isfinite(point.x) || !std::isfinite(point.y)) return;
   frequencies_.Add(visibility.frequency);
   take(point);
@@ -161,7 +162,7 @@ ChartAxis VisibilityPlot::Across() const {
   }
   if (options_.overTime) return TimeAxis(survey_.x, *midnight_, data_.contents().timeScale());
   const double longest = OrOne(survey_.x.high);
-  // Dots of antennas of one site would lie on the frame.
+  // Dots of antennas at one site would be on the frame.
   const double room = kFootRoom * longest;
   return LengthAxis("uv distance", survey_.x.low < room ? -room : 0, kHeadRoom * longest);
 }

@@ -1,0 +1,59 @@
+// What gains are like over time, and their averages.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CALIBRATION_AGAINMEANINFO_H_
+#define ZELTRA_CALIBRATION_AGAINMEANINFO_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "zeltra/calibration/AGainArray.h"
+#include "zeltra/core/AArray.h"
+
+namespace zeltra {
+
+#pragma pack(push, 1)
+
+/// Statistics of the gains of one antenna, hand and IF; 52 bytes. The object may lie at any address.
+struct ZELTRA_API AGainMeanInfo {
+  uint8_t antenna = 0;        ///< antenna number
+  int8_t hand = 0;            ///< 0 or 1
+  int16_t ifIndex = 0;        ///< IF, from 0
+  int32_t items = 0;          ///< gains in the list
+  int32_t valid = 0;          ///< those that are solutions; the numbers that follow are theirs, 0 where there are none
+  double meanModulus = 0;     ///< plain mean of |g|
+  double modulusScatter = 0;  ///< standard deviation of |g|, with valid - 1 in the denominator
+  double phaseDrift = 0;    ///< rad/s: slope of the line through the phases, each within half a turn of the one before
+  double phaseScatter = 0;  ///< rad: root mean square of the phases about that line
+  double meanSNR = 0;       ///< mean signal-to-noise ratio
+};
+
+#pragma pack(pop)
+
+static_assert(sizeof(AGainMeanInfo) == 52 && std::is_trivially_copyable_v<AGainMeanInfo>);
+static_assert(offsetof(AGainMeanInfo, antenna) == 0 && offsetof(AGainMeanInfo, hand) == 1);
+static_assert(offsetof(AGainMeanInfo, ifIndex) == 2 && offsetof(AGainMeanInfo, items) == 4);
+static_assert(offsetof(AGainMeanInfo, valid) == 8 && offsetof(AGainMeanInfo, meanModulus) == 12);
+static_assert(offsetof(AGainMeanInfo, modulusScatter) == 20 && offsetof(AGainMeanInfo, phaseDrift) == 28);
+static_assert(offsetof(AGainMeanInfo, phaseScatter) == 36 && offsetof(AGainMeanInfo, meanSNR) == 44);
+
+ZELTRA_EXPORT_TEMPLATE(AArray<AGainMeanInfo>);
+
+/// Put the statistics of each antenna, IF and hand, in this order, into `info`, which loses what it held.
+/// @param gains  sorted
+/// @return their number
+ZELTRA_API int GetGainMeanInfo(const AGainArray& gains, AArray<AGainMeanInfo>& info);
+
+/// Average gains over intervals, each antenna, hand and IF by itself, and each source, setup, subarray and reference
+/// antenna: the phase is that of the weighted mean of vectors of length 1, the modulus the weighted mean of moduli, so
+/// that phases that change take nothing from it. Delays, rates and times are weighted means too. The weight of a gain
+/// is the square of its signal-to-noise ratio; the squares add up.
+/// @param seconds   length of the intervals; one begins at `start` and at every multiple of the length from there
+/// @param start     Julian date
+/// @param averages  the averages, sorted; where no gain of an interval is valid, one without a solution
+/// @return their number
+ZELTRA_API int GainAverrage(const AGainArray& gains, double seconds, double start, AGainArray& averages);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CALIBRATION_AGAINMEANINFO_H_

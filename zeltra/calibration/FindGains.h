@@ -1,0 +1,34 @@
+// The gains that a person names: a table of the file, or a gain file.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CALIBRATION_FINDGAINS_H_
+#define ZELTRA_CALIBRATION_FINDGAINS_H_
+
+#include <string>
+#include <vector>
+
+#include "zeltra/calibration/AGainFileHdr.h"
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobOptions.h"
+
+namespace zeltra {
+
+class AUVXInput;
+
+/// Read gains that may be applied to a file.
+/// @param name     "SN:2" or "CL:1" for a table of the file by its version, "SN" or "CL" for the last one, else the
+/// path
+///                 of a gain file; empty for the last "SN"
+/// @param remarks  grow by what a person should know
+/// @return a failure if there are no such gains, and of a gain file if its IFs, frequencies, polarisations, antennas or
+///         sources are others than those of the file
+ZELTRA_API AResult FindGains(AUVXInput& input, const std::string& name, AGains& gains,
+                             std::vector<std::string>& remarks);
+
+/// Copy a UVX file with one more table "SN", of these gains, after those that it has.
+/// @param command  what made the gains, for the history of the file: see AJobDescription::Command
+ZELTRA_API AResult CopyWithGains(AUVXInput& from, const std::string& to, const AGains& gains, const JobOptions& options,
+                                 const std::string& command);
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CALIBRATION_FINDGAINS_H_

@@ -1,0 +1,80 @@
+// Gains between the times of their solutions.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CALIBRATION_GAINTIMELINE_H_
+#define ZELTRA_CALIBRATION_GAINTIMELINE_H_
+
+#include <array>
+#include <complex>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "zeltra/calibration/AGainArray.h"
+
+namespace zeltra {
+
+/// When, and in what observation, a gain is wanted.
+struct GainMoment {
+  double time = 0;  ///< Julian date
+  int source = 0;
+  int setup = 0;
+  int subarray = 0;
+  double scanBegin = 0, scanEnd = 0;  ///< of the scan that the time is in, Julian dates
+};
+
+/// A gain at a moment.
+struct GainValue {
+  std::complex<double> gain = 1;  ///< in the first channel of the IF
+  double delay = 0;               ///< seconds
+  bool isThere = false;           ///< whether there is a solution
+};
+
+/// Gives gains at any time.
+///
+/// Between two solutions the phase is that of the complex values interpolated linearly, and the modulus is interpolated
+/// linearly by itself, so that a change of phase takes nothing from it. Each solution is brought to the moment by its
+/// rate first. Where the two have other reference antennas the nearer one counts. Solutions are joined within a scan,
+/// or where they are no further apart than a gap that is given. Where nothing is joined a solution holds for half of
+/// its interval before and after its time.
+///
+/// A solution of a source, setup or subarray serves that one, of number 0 all of them. The object does not change:
+/// threads may share it.
+class ZELTRA_API GainTimeline {
+ public:
+  /// @param maxGap  seconds; negative: none but within a scan
+  GainTimeline(const AGainArray& gains, double maxGap);
+
+  /// @param frequency  of the first channel of the IF, Hz, for the rates
+  GainValue At(const AGainKey& key, const GainMoment& moment, double frequency) const;
+
+  /// Whether a subarray has solutions of its own.
+  bool HasSubarray(int subarray) const;
+
+ private:
+  struct Solution {
+    uint64_t key = 0;  // stream, antenna, IF and hand
+    double time = 0;
+    double half = 0;  // of the interval, seconds
+    double delay = 0, rate = 0;
+    std::complex<double> gain;
+    int reference = 0;
+  };
+  // The solutions before and after a moment.
+  struct Neighbours {
+    const Solution* before = nullptr;
+    const Solution* after = nullptr;
+  };
+
+  static uint64_t PackedKey(int source, int setup, int subarray, const AGainKey& key);
+  Neighbours Find(const AGainKey& key, const GainMoment& moment) const;
+  bool AreJoined(const Neighbours& pair, const GainMoment& moment) const;
+  static GainValue Brought(const Solution& solution, double time, double frequency);
+
+  std::vector<Solution> solutions_;  // by key, then time
+  std::vector<int> subarrays_;       // that have solutions, ascending
+  double maxGap_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CALIBRATION_GAINTIMELINE_H_

@@ -1,0 +1,84 @@
+// What the jobs on gains take and give, as people see it.
+// SPDX-License-Identifier: MIT
+#include "zeltra/calibration/SolveGains.h"
+#include "zeltra/ops/SharedOptionsInternal.h"
+
+namespace zeltra {
+namespace {
+
+AJobDescription DescribeSolve() {
+  AJobDescriber<SolveOptions> job(
+      "solve", "Solve for the gains of antennas with a model of the source",
+      "The gains g of V = g_p M conj(g_q), M being what the model says of a baseline, for every interval, source, "
+      "setup, IF and "
+      "hand. The two parallel hands are solved, or Stokes I in a file without hands; autocorrelations and flagged "
+      "values do not "
+      "count. A UVX file of gains has the records and tables of the input and one more table SN; zeltra apply corrects "
+      "records by "
+      "it. OUT.gain holds the gains alone.\n\n"
+      "A line an antenna tells how many gains it has, and why it lacks others: in an interval there are too few "
+      "antennas with "
+      "visibilities of each other (--min-antennas), it is not connected with the others, the amplitudes are not "
+      "determined, the "
+      "signal-to-noise ratio is low (--snr), or the solution has not converged after 1000 iterations. Gains that were "
+      "not found "
+      "have weight 0. Chi^2 is that of the visibilities whose two antennas have gains, over twice their number.\n\n"
+      "The phase of the reference antenna is 0 in both hands, so the difference of its two phases is lost.");
+  job.Input(UVXInputFile());
+  AJobFile out = {"OUT", "the UVX file to make, or a gain file where the name ends in .gain", "output", 'o', {}};
+  out.isNeeded = true;
+  job.Output(out);
+  // The name of a file says nothing to whoever reads the history of the output elsewhere.
+  job.Option("model", &SolveOptions::model,
+             "a list of components (.mod), a FITS image with a table AIPS CC, point or point=JY, or visibilities with "
+             "the same records")
+      .Form("MODEL")
+      .Required()
+      .KeepsResult();
+  job.Choice<GainMode SolveOptions::*, GainMode>(
+      "mode", &SolveOptions::mode, {{"p", GainMode::Phase}, {"ap", GainMode::Complex}, {"a", GainMode::Amplitude}},
+      "phases (p), amplitudes and phases (ap), or the amplitudes of such gains (a)");
+  DescribeInterval(job, &SolveOptions::interval);
+  DescribeSelection(job, {.leftOut = kStokes, .sources = "each by itself"});
+  job.Option("refant", &SolveOptions::references,
+             "antennas, numbers or names, of which the first that has a gain has phase 0")
+      .Form("N|NAME[,...]")
+      .Otherwise("the antenna with the most gains");
+  job.Option("min-antennas", &SolveOptions::minAntennas, "antennas that an interval needs")
+      .Range(2, 255)
+      .Otherwise("3 for phases, 4 for amplitudes");
+  job.Option("snr", &SolveOptions::snr, "least signal-to-noise ratio of a gain").Range(0, 1e9);
+  job.Choice<bool SolveOptions::*, bool>("ifs", &SolveOptions::IFsTogether, {{"apart", false}, {"together", true}},
+                                         "a gain for each IF, or one for all");
+  job.Choice<bool SolveOptions::*, bool>("pols", &SolveOptions::handsTogether, {{"apart", false}, {"together", true}},
+                                         "a gain for each hand, or one for both");
+  using Normalization = SolveOptions::Normalization;
+  job.Choice<Normalization SolveOptions::*, Normalization>("normalize", &SolveOptions::normalization,
+                                                           {{"all", Normalization::All}, {"none", Normalization::None}},
+                                                           "make the geometric mean of the amplitudes of each hand and "
+                                                           "IF 1, so that the flux stays, or leave them as they are")
+      .Otherwise("all, unless --mode p");
+  job.Option("robust", &SolveOptions::robust,
+             "leave out baselines that lie far off, in passes whose bound falls from 7 to 2.2 times the rms");
+  job.Threads();
+  job.Overwrite();
+  job.Column("antenna", "", "number of the antenna");
+  job.Column("name", "", "its name");
+  job.Column("solved", "", "gains that were found, one for each interval, IF and hand");
+  job.Column("no_data", "", "intervals in which only other IFs or hands have data");
+  job.Column("too_few", "", "too few antennas");
+  job.Column("unconnected", "", "not connected with the antennas that were solved");
+  job.Column("undetermined", "", "amplitudes of antennas without a closed loop of an odd number of baselines");
+  job.Column("low_snr", "", "signal-to-noise ratio below --snr");
+  job.Column("not_converged", "", "not converged");
+  return job.Finish();
+}
+
+}  // namespace
+
+const AJobDescription& SolveDescription() {
+  static const AJobDescription description = DescribeSolve();
+  return description;
+}
+
+}  // namespace zeltra

@@ -1,0 +1,547 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/calibration/SolveGains.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include "zeltra/calibration/GainTables.h"
+#include "zeltra/core/Units.h"
+#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/IntervalWalkInternal.h"
+#include "zeltra/ops/KeptScansInternal.h"
+#include "zeltra/ops/RecordWalk.h"
+#include "zeltra/uvx/AUVXWriter.h"
+
+namespace zeltra {
+namespace {
+
+using Complex = std::complex<double>;
+
+// An interval is at least this long, seconds, so that the times of its records lie within it whatever their last bits.
+constexpr double kShortest = 0.01;
+constexpr std::string_view kGainEnding = ".gain";
+
+// The values of a record that are solved for.
+struct SolvedValues {
+  std::vector<int> IFs, channels;
+  std::vector<int> hands;  // places of polarisations in a record
+  int channelsOfIF = 0, stokes = 0;
+
+  size_t groups() const { return IFs.size() * hands.size(); }
+};
+
+// The products of an interval, [baseline][IF][hand].
+struct SolveSums : IntervalState {
+  struct Pair {
+    int first, second;  // antenna numbers, ascending
+  };
+
+  explicit SolveSums(size_t count) : groups(count) {}
+  BaselineProducts* Products(int first, int second);
+
+  const size_t groups;                       // IFs x hands
+  double begin = HUGE_VAL, end = -HUGE_VAL;  // Julian dates
+  std::vector<Pair> baselines;
+  std::vector<BaselineProducts> products;
+
+ private:
+  void Widen(int width);
+
+  int width_ = 0;  // antenna numbers that the table holds
+  std::vector<int> places_;
+};
+
+void SolveSums::Widen(int width) {
+  width_ = width;
+  places_.assign(static_cast<size_t>(width) * width, -1);
+  for (size_t i = 0; i < baselines.size(); ++i)
+    places_[static_cast<size_t>(baselines[i].first) * width + baselines[i].second] = static_cast<int>(i);
+}
+
+BaselineProducts* SolveSums::Products(int first, int second) {
+  if (second >= width_) Widen(second < 32 ? 32 : 256);
+  int& place = places_[static_cast<size_t>(first) * width_ + second];
+  if (place < 0) {
+    place = static_cast<int>(baselines.size());
+    baselines.push_back({first, second});
+    products.resize(products.size() + groups);
+  }
+  return products.data() + static_cast<size_t>(place) * groups;
+}
+
+// Adds records to the products, on one thread.
+class ProductAdder {
+ public:
+  ProductAdder(VisibilityModel& model, const SolvedValues& values)
+      : values_(values), reader_(std::make_shared<VisibilityModel::Reader>(model)) {}
+
+  void operator()(std::unique_ptr<IntervalState>& state, const AUVXGroup& group, const char* stored, int record) {
+    if (group.ant1 == group.ant2 || !reader_->Take(group, record)) return;
+    if (!state) state = std::make_unique<SolveSums>(values_.groups());
+    auto& sums = static_cast<SolveSums&>(*state);
+    sums.begin = std::min(sums.begin, group.date);
+    sums.end = std::max(sums.end, group.date);
+    const int first = static_cast<uint8_t>(group.ant1), second = static_cast<uint8_t>(group.ant2);
+    BaselineProducts* products = sums.Products(std::min(first, second), std::max(first, second));
+    for (const int IF : values_.IFs) {
+      for (const int hand : values_.hands) AddChannels(*products++, stored, IF, hand, first > second);
+    }
+  }
+
+ private:
+  void AddChannels(BaselineProducts& to, const char* stored, int IF, int hand, bool isTurned) const {
+    for (const int channel : values_.channels) {
+      const int point = IF * values_.channelsOfIF + channel;
+      AUVXComplex v;
+      std::memcpy(static_cast<void*>(&v), stored + (static_cast<size_t>(point) * values_.stokes + hand) * sizeof v,
+                  sizeof v);
+      Complex model;
+      if (!(v.weight > 0) || !std::isfinite(v.weight) || !std::isfinite(v.re) || !std::isfinite(v.im)) continue;
+      if (!reader_->At(point, hand, model)) continue;
+      const Complex value(v.re, v.im);
+      const Complex product = double{v.weight} * value * std::conj(model);
+      to.product += isTurned ? std::conj(product) : product;
+      to.model += v.weight * std::norm(model);
+      to.data += v.weight * std::norm(value);
+      ++to.count;
+    }
+  }
+
+  const SolvedValues& values_;
+  std::shared_ptr<VisibilityModel::Reader> reader_;
+};
+
+// What is handed on of an interval, before its baselines and its products.
+struct SolveHead {
+  int source, setup, subarray;
+  int baselines;
+  double begin, end;  // Julian dates
+  float integration;  // seconds
+};
+
+void AppendProducts(const Interval& interval, int subarray, std::vector<char>& bytes) {
+  if (!interval.state) return;
+  const auto& sums = static_cast<const SolveSums&>(*interval.state);
+  const SolveHead head = {interval.stream.source,
+                          interval.stream.setup,
+                          subarray,
+                          static_cast<int>(sums.baselines.size()),
+                          sums.begin,
+                          sums.end,
+                          interval.seconds};
+  const auto append = [&bytes](const void* from, size_t count) {
+    const char* begin = static_cast<const char*>(from);
+    bytes.insert(bytes.end(), begin, begin + count);
+  };
+  append(&head, sizeof head);
+  append(sums.baselines.data(), sums.baselines.size() * sizeof(SolveSums::Pair));
+  append(sums.products.data(), sums.products.size() * sizeof(BaselineProducts));
+}
+
+// The sums that chi^2 of one hand and IF follows from, for gains that are all multiplied by one factor.
+struct ChiSums {
+  double data = 0, product = 0, model = 0;  // with the gains
+  double rawProduct = 0, rawModel = 0;      // without
+  int64 count = 0;
+
+  double Before() const { return data - 2 * rawProduct + rawModel; }
+  double After(double factor) const {
+    return data - 2 * factor * factor * product + factor * factor * factor * factor * model;
+  }
+};
+
+class Solver {
+ public:
+  Solver(AUVXInput& from, const SolveOptions& options, AGains& gains, SolveReport& report)
+      : from_(from),
+        contents_(from.contents()),
+        options_(options),
+        model_(from),
+        header_(gains.header),
+        gains_(gains.list),
+        report_(report) {}
+
+  AResult Run();
+
+ private:
+  // Gains of one interval lie together in the list.
+  struct Span {
+    int first, end;
+  };
+
+  AResult FindValues();
+  AResult FindReferences();
+  AResult Take(const std::vector<char>& bytes);
+  void SolveInterval(const SolveHead& head, const SolveSums::Pair* pairs, const BaselineProducts* products);
+  std::vector<SolvedGain> SolveGroup(size_t group, const std::vector<BaselineProducts>& baselines,
+                                     const std::vector<int>& antennas);
+  void Keep(const SolveHead& head, size_t group, const std::vector<int>& antennas,
+            const std::vector<SolvedGain>& solved);
+  void AddChi(size_t group, const std::vector<BaselineProducts>& baselines, const std::vector<SolvedGain>& solved);
+  std::vector<int> ReferenceOrder() const;
+  void Refer();
+  void Normalize();
+  void Report();
+  size_t SharedGroup(size_t group) const;
+  bool isNormalized() const;
+  GainSolver::Options SolverOptions() const;
+
+  AUVXInput& from_;
+  const AUVXContents& contents_;
+  const SolveOptions options_;
+  VisibilityModel model_;
+  SolvedValues values_;
+  std::vector<int> references_;
+  std::vector<std::map<int, SolvedGain>> last_;  // of each group, by antenna
+  std::vector<ChiSums> chi_;                     // of each group
+  std::vector<Span> spans_;
+  AGainFileHdr& header_;
+  AGainArray& gains_;
+  SolveReport& report_;
+};
+
+AResult Solver::Run() {
+  gains_.Free();
+  report_ = {};
+  IntervalWalk walk(from_, options_);
+  if (AResult result = walk.Open(); !result) return result;
+  if (AResult result = FindValues(); !result) return result;
+  if (AResult result = FindReferences(); !result) return result;
+  if (AResult result = model_.Open(options_.model, options_); !result) return result;
+  last_.resize(values_.groups());
+  chi_.resize(values_.groups());
+  const ValueChoice all(from_.uvx());
+  IntervalWalk::Shape shape;
+  shape.adder = [this] { return ProductAdder(model_, values_); };
+  SendProgressText(options_.progress, "Solving for gains...");
+  AResult result = walk.Run(
+      all, shape,
+      [this](const Interval& interval, std::vector<char>& bytes) {
+        AppendProducts(interval, contents_.scans()(interval.scan).subarray, bytes);
+      },
+      [this](const std::vector<char>& bytes) { return Take(bytes); });
+  if (AResult check = model_.Check(); !check) return check;
+  if (!result) return result;
+  if (gains_.count() == 0)
+    return AResult::Fail(from_.path() + ": no visibility of two antennas counts, so there are no gains to solve for");
+  header_.mode = options_.mode == GainMode::Phase ? 0 : 1;
+  header_.normalised = isNormalized() ? 1 : 0;
+  Refer();
+  Normalize();
+  Report();
+  gains_.Sort();
+  return AResult::Ok();
+}
+
+AResult Solver::FindValues() {
+  UVXSelection selection = options_.selection;
+  ValuesChoice chosen;
+  if (AResult result = contents_.FindValues(selection, chosen); !result) return result;
+  values_.IFs = chosen.IFs;
+  values_.channels = chosen.channels;
+  values_.channelsOfIF = from_.uvx().channels();
+  values_.stokes = std::max<int>(from_.uvx().stokes(), 1);
+  const AUVXStokes& stokes = contents_.header().stokes;
+  for (const std::pair<int, int>& hands : {std::pair(-1, -2), std::pair(-5, -6), std::pair(1, 1)}) {
+    for (int i = 0; i < stokes.count() && values_.hands.size() < 2; ++i) {
+      if (stokes(i) == hands.first || stokes(i) == hands.second) values_.hands.push_back(i);
+    }
+    if (!values_.hands.empty()) return AResult::Ok();
+  }
+  return AResult::Fail(from_.path() + ": has neither parallel hands nor Stokes I to solve with");
+}
+
+AResult Solver::FindReferences() {
+  for (const std::string& word : options_.references) {
+    int number;
+    if (AResult result = contents_.FindAntenna(word, number); !result) return result;
+    references_.push_back(number);
+  }
+  return AResult::Ok();
+}
+
+GainSolver::Options Solver::SolverOptions() const {
+  const int least = options_.mode == GainMode::Phase ? 3 : 4;
+  return {options_.mode, options_.minAntennas > 0 ? options_.minAntennas : least, options_.snr, options_.robust};
+}
+
+// The group that the gains of one come from: its own, or the first of those that are solved together.
+size_t Solver::SharedGroup(size_t group) const {
+  const size_t hands = values_.hands.size();
+  return (options_.IFsTogether ? 0 : group / hands * hands) + (options_.handsTogether ? 0 : group % hands);
+}
+
+AResult Solver::Take(const std::vector<char>& bytes) {
+  std::vector<SolveSums::Pair> pairs;
+  std::vector<BaselineProducts> products;
+  for (size_t at = 0; at < bytes.size();) {
+    SolveHead head;
+    const auto read = [&bytes, &at](void* to, size_t count) {
+      std::memcpy(to, bytes.data() + at, count);
+      at += count;
+    };
+    read(&head, sizeof head);
+    pairs.resize(head.baselines);
+    products.resize(head.baselines * values_.groups());
+    read(pairs.data(), pairs.size() * sizeof pairs[0]);
+    read(products.data(), products.size() * sizeof products[0]);
+    SolveInterval(head, pairs.data(), products.data());
+  }
+  return AResult::Ok();
+}
+
+void Solver::SolveInterval(const SolveHead& head, const SolveSums::Pair* pairs, const BaselineProducts* products) {
+  std::vector<int> antennas;
+  for (int i = 0; i < head.baselines; ++i) antennas.insert(antennas.end(), {pairs[i].first, pairs[i].second});
+  std::sort(antennas.begin(), antennas.end());
+  antennas.erase(std::unique(antennas.begin(), antennas.end()), antennas.end());
+  const auto placeOf = [&antennas](int number) {
+    return static_cast<int>(std::lower_bound(antennas.begin(), antennas.end(), number) - antennas.begin());
+  };
+  const size_t groups = values_.groups();
+  std::vector<std::vector<BaselineProducts>> own(groups), shared(groups);
+  for (size_t group = 0; group < groups; ++group) {
+    for (int i = 0; i < head.baselines; ++i) {
+      BaselineProducts baseline = products[i * groups + group];
+      baseline.first = placeOf(pairs[i].first);
+      baseline.second = placeOf(pairs[i].second);
+      own[group].push_back(baseline);
+      std::vector<BaselineProducts>& sums = shared[SharedGroup(group)];
+      if (static_cast<int>(sums.size()) <= i) {
+        sums.push_back(baseline);
+      } else {
+        sums[i] += baseline;
+      }
+    }
+  }
+  spans_.push_back({gains_.count(), 0});
+  std::vector<std::vector<SolvedGain>> solved(groups);
+  for (size_t group = 0; group < groups; ++group) {
+    const size_t from = SharedGroup(group);
+    solved[group] = from == group ? SolveGroup(group, shared[group], antennas) : solved[from];
+    AddChi(group, own[group], solved[group]);
+    Keep(head, group, antennas, solved[group]);
+  }
+  spans_.back().end = gains_.count();
+  ++report_.intervals;
+}
+
+std::vector<SolvedGain> Solver::SolveGroup(size_t group, const std::vector<BaselineProducts>& baselines,
+                                           const std::vector<int>& antennas) {
+  std::vector<SolvedGain> start;
+  for (const int antenna : antennas) start.push_back(last_[group][antenna]);
+  std::vector<SolvedGain> solved =
+      GainSolver(static_cast<int>(antennas.size()), SolverOptions()).Solve(baselines, start);
+  for (size_t i = 0; i < antennas.size(); ++i) {
+    if (solved[i].fault == GainFault::None) last_[group][antennas[i]] = solved[i];
+  }
+  return solved;
+}
+
+void Solver::Keep(const SolveHead& head, size_t group, const std::vector<int>& antennas,
+                  const std::vector<SolvedGain>& solved) {
+  const size_t hands = values_.hands.size();
+  for (size_t i = 0; i < antennas.size(); ++i) {
+    AGainArrayItem item;
+    item.time = head.begin + (head.end - head.begin) / 2;
+    item.interval =
+        static_cast<float>(std::max((head.end - head.begin) * kSecondsPerDay + head.integration, kShortest));
+    item.source = static_cast<int16_t>(head.source);
+    item.setup = static_cast<int8_t>(head.setup);
+    item.subarray = static_cast<int16_t>(head.subarray);
+    item.antenna = static_cast<uint8_t>(antennas[i]);
+    item.ifIndex = static_cast<int16_t>(values_.IFs[group / hands]);
+    item.hand = static_cast<int8_t>(HandOf(contents_.header().stokes(values_.hands[group % hands])));
+    const bool isGood = solved[i].fault == GainFault::None;
+    item.weight = isGood ? static_cast<float>(solved[i].snr) : 0;
+    if (isGood) item.SetGain(solved[i].gain);
+    gains_.Append(item);
+    ++report_.antennas[antennas[i]][solved[i].fault];
+  }
+}
+
+void Solver::AddChi(size_t group, const std::vector<BaselineProducts>& baselines,
+                    const std::vector<SolvedGain>& solved) {
+  ChiSums& chi = chi_[group];
+  for (const BaselineProducts& baseline : baselines) {
+    const SolvedGain &a = solved[baseline.first], &b = solved[baseline.second];
+    if (a.fault != GainFault::None || b.fault != GainFault::None) {
+      report_.unsolved += baseline.count;
+      continue;
+    }
+    const Complex gain = a.gain * std::conj(b.gain);
+    chi.data += baseline.data;
+    chi.rawProduct += baseline.product.real();
+    chi.rawModel += baseline.model;
+    chi.product += (std::conj(gain) * baseline.product).real();
+    chi.model += std::norm(gain) * baseline.model;
+    chi.count += baseline.count;
+  }
+}
+
+// The antennas that were named, then the others by how many gains they have.
+std::vector<int> Solver::ReferenceOrder() const {
+  std::vector<std::pair<int64, int>> others;
+  for (const auto& [antenna, counts] : report_.antennas) {
+    const auto good = counts.find(GainFault::None);
+    if (std::find(references_.begin(), references_.end(), antenna) != references_.end()) continue;
+    others.emplace_back(good == counts.end() ? 0 : -good->second, antenna);
+  }
+  std::sort(others.begin(), others.end());
+  std::vector<int> order = references_;
+  for (const auto& [count, antenna] : others) order.push_back(antenna);
+  return order;
+}
+
+// Turn the phases of each interval, hand and IF so that the reference antenna's is 0, or what it was last where that
+// antenna is not the first one.
+void Solver::Refer() {
+  const std::vector<int> order = ReferenceOrder();
+  std::map<AGainKey, double> phases;  // that antennas had last
+  for (const Span& span : spans_) {
+    for (int first = span.first, end; first < span.end; first = end) {
+      const auto isOther = [&](const AGainArrayItem& item) {
+        return item.ifIndex != gains_(first).ifIndex || item.hand != gains_(first).hand;
+      };
+      end = static_cast<int>(std::find_if(gains_.lpArray() + first, gains_.lpArray() + span.end, isOther) -
+                             gains_.lpArray());
+      const AGainArrayItem* reference = nullptr;
+      for (size_t i = 0; i < order.size() && !reference; ++i) {
+        const auto isIt = [&](const AGainArrayItem& item) { return item.antenna == order[i] && item.isValid(); };
+        const AGainArrayItem* found = std::find_if(gains_.lpArray() + first, gains_.lpArray() + end, isIt);
+        if (found != gains_.lpArray() + end) reference = found;
+      }
+      if (!reference) continue;
+      const uint8_t number = reference->antenna;
+      const Complex turn = std::polar(1.0, phases[KeyOf(*reference)] - std::arg(reference->gain()));
+      for (int i = first; i < end; ++i) {
+        AGainArrayItem& item = gains_(i);
+        item.reference = number;
+        if (!item.isValid()) continue;
+        if (options_.mode != GainMode::Amplitude) item.SetGain(turn * item.gain());
+        phases[KeyOf(item)] = std::arg(item.gain());
+      }
+    }
+  }
+}
+
+bool Solver::isNormalized() const {
+  using Normalization = SolveOptions::Normalization;
+  const bool hasAmplitudes = options_.mode != GainMode::Phase;
+  return options_.normalization == Normalization::All ||
+         (options_.normalization == Normalization::Auto && hasAmplitudes);
+}
+
+void Solver::Normalize() {
+  std::map<std::pair<int, int>, std::pair<double, int64>> logarithms;  // of each IF and hand
+  for (int i = 0; i < gains_.count(); ++i) {
+    const AGainArrayItem& item = gains_(i);
+    if (!item.isValid()) continue;
+    auto& [sum, count] = logarithms[{item.ifIndex, item.hand}];
+    sum += std::log(std::abs(item.gain()));
+    ++count;
+  }
+  std::map<std::pair<int, int>, double> factors;
+  for (const auto& [key, sum] : logarithms)
+    factors[key] = isNormalized() ? std::exp(-sum.first / static_cast<double>(sum.second)) : 1;
+  for (int i = 0; i < gains_.count(); ++i) {
+    AGainArrayItem& item = gains_(i);
+    if (item.isValid()) item.SetGain(factors[{item.ifIndex, item.hand}] * item.gain());
+  }
+  const size_t hands = values_.hands.size();
+  for (size_t group = 0; group < chi_.size(); ++group) {
+    const auto factor =
+        factors.find({values_.IFs[group / hands], HandOf(contents_.header().stokes(values_.hands[group % hands]))});
+    report_.chi2Before += chi_[group].Before();
+    report_.chi2After += chi_[group].After(factor == factors.end() ? 1 : factor->second);
+    report_.visibilities += chi_[group].count;
+  }
+}
+
+void Solver::Report() {
+  if (values_.hands.size() == 2 && options_.mode != GainMode::Amplitude) {
+    report_.remarks.push_back(
+        "the reference antenna has phase 0 in both hands, so the difference of their phases is lost");
+  }
+  if (report_.solved() == 0) report_.remarks.push_back("no gain could be found");
+}
+
+// The records and tables of the input, and one table more.
+AResult CopyWithTable(AUVXInput& from, const std::string& to, const SolveOptions& options, const AGains& gains) {
+  AUVXTable table;
+  if (AResult result = TableOfGains(gains, "SN", table); !result) return result;
+  if (AResult result = from.CheckTables(); !result) return result;
+  AUVXWriter writer;
+  if (AResult result = writer.Create(to, AUVXHeader(from.uvx()), options, from.path()); !result) return result;
+  KeptScans scans(from, writer, 0);
+  AUVXIntegrationCursor integrations(from.contents().integrations());
+  AResult written = AResult::Ok();
+  AResult result = WalkRecords(from, options, 0, from.uvx().count(), [&](const WalkedRecord& record) {
+    writer.SetIntegration(integrations.Stored(record.index));
+    scans.Enter(record.index);
+    written = writer.Append(record.group, record.values);
+    return static_cast<bool>(written);
+  });
+  if (!written) return written;
+  if (result) result = CopyTables(from, writer, SolveDescription().Command(options));
+  if (result) result = writer.AddTable(table);
+  return result ? writer.Finish() : result;
+}
+
+}  // namespace
+
+int64 SolveReport::solved() const {
+  int64 sum = 0;
+  for (const auto& [antenna, counts] : antennas) {
+    const auto found = counts.find(GainFault::None);
+    if (found != counts.end()) sum += found->second;
+  }
+  return sum;
+}
+
+int64 SolveReport::failed() const {
+  int64 sum = 0;
+  for (const auto& [antenna, counts] : antennas) {
+    for (const auto& [fault, count] : counts) sum += fault == GainFault::None ? 0 : count;
+  }
+  return sum;
+}
+
+std::string FaultText(GainFault fault) {
+  switch (fault) {
+    case GainFault::None:
+      return "solved";
+    case GainFault::NoData:
+      return "no data";
+    case GainFault::TooFewAntennas:
+      return "too few antennas";
+    case GainFault::NotConnected:
+      return "not connected";
+    case GainFault::Undetermined:
+      return "amplitudes undetermined";
+    case GainFault::LowSNR:
+      return "low SNR";
+    case GainFault::NotConverged:
+      return "not converged";
+  }
+  return "";
+}
+
+AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGains& gains, SolveReport& report) {
+  if (AResult result = DescribeGains(from, gains); !result) return from.Settle(result);
+  AResult result = Solver(from, options, gains, report).Run();
+  return from.Settle(result);
+}
+
+AResult SolveGains(AUVXInput& from, const std::string& to, const SolveOptions& options, SolveReport& report) {
+  AGains gains;
+  if (AResult result = SolveGains(from, options, gains, report); !result) return result;
+  const bool isGainFile =
+      std::string_view(to).substr(to.size() - std::min(to.size(), kGainEnding.size())) == kGainEnding;
+  return isGainFile ? StoreGains(to, gains, options) : from.Settle(CopyWithTable(from, to, options, gains));
+}
+
+}  // namespace zeltra

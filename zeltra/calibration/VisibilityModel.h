@@ -1,0 +1,74 @@
+// What a model says of the records of a file.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_CALIBRATION_VISIBILITYMODEL_H_
+#define ZELTRA_CALIBRATION_VISIBILITYMODEL_H_
+
+#include <complex>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zeltra/calibration/ComponentModel.h"
+#include "zeltra/calibration/ModelPrediction.h"
+#include "zeltra/core/AResult.h"
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/uvx/AUVXGroup.h"
+
+namespace zeltra {
+
+/// The model of a file's visibilities: components of Stokes I, which the parallel hands show alike, or the visibilities
+/// of another file with the same records.
+class ZELTRA_API VisibilityModel {
+ public:
+  /// @param data  the file that the model is of, which must outlive the object
+  explicit VisibilityModel(AUVXInput& data) : data_(data) {}
+  VisibilityModel(const VisibilityModel&) = delete;
+  VisibilityModel& operator=(const VisibilityModel&) = delete;
+
+  /// @param name  a UVX or UV FITS file, or what ComponentModel::Open takes
+  AResult Open(const std::string& name, const JobOptions& options = {});
+  /// Whether it is another file.
+  bool isFile() const { return file_ != nullptr; }
+  const ComponentModel& components() const { return components_; }
+  /// @return a failure if another file could not be read, or its records are not the same
+  AResult Check() const;
+
+  /// Gives the model record by record, one for each thread.
+  class ZELTRA_API Reader {
+   public:
+    explicit Reader(VisibilityModel& model);
+    ~Reader();
+
+    /// Take the model of a record.
+    /// @return false if another file has not got the same one; VisibilityModel::Check then tells
+    bool Take(const AUVXGroup& group, int record);
+    /// The visibility at a frequency point (IF x channels + channel) of a polarisation that is stored.
+    /// @return false if there is none: in another file it is flagged
+    bool At(int point, int stokes, std::complex<double>& value) const;
+
+   private:
+    struct Buffer;
+    bool TakeRead(const AUVXGroup& group, int record);
+    void Predict(const AUVXGroup& group);
+
+    VisibilityModel& model_;
+    std::unique_ptr<Buffer> buffer_;
+  };
+
+ private:
+  AResult OpenFile(const std::string& name, const JobOptions& options);
+  AResult OpenFrequencies();
+
+  AUVXInput& data_;
+  ComponentModel components_;
+  std::unique_ptr<ModelPrediction> prediction_;
+  std::map<int, std::vector<double>> frequencies_;  // of each setup, Hz, [point]
+  std::unique_ptr<AUVXInput> file_;
+  struct Mismatch;
+  std::shared_ptr<Mismatch> mismatch_;
+};
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_CALIBRATION_VISIBILITYMODEL_H_

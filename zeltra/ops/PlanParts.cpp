@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/ops/PlanParts.h"
+
+#include <algorithm>
+#include <limits>
+#include <set>
+
+#include "zeltra/ops/IntervalPlanInternal.h"
+#include "zeltra/ops/SharedOptionsInternal.h"
+
+namespace zeltra {
+namespace {
+
+PlannedPart Described(const IntervalPlan& plan, const IntervalPart& part, int recordBytes) {
+  PlannedPart planned;
+  planned.first = std::numeric_limits<int>::max();
+  std::set<int> sources, setups;
+  const AUVXPosition& scans = plan.contents().scans();
+  const AUVXPositionItem* list = scans.lpArray();
+  for (const RecordRange& range : part.ranges) {
+    planned.first = std::min(planned.first, range.first);
+    planned.last = std::max(planned.last, range.end - 1);
+    planned.records += range.end - range.first;
+    const auto isBefore = [](const AUVXPositionItem& scan, int record) { return scan.endVis <= record; };
+    auto scan = static_cast<int>(std::lower_bound(list, list + scans.count(), range.first, isBefore) - list);
+    for (; scan < scans.count() && scans(scan).startVis <= range.end; ++scan) {
+      const int stream = plan.StreamOf(scan);
+      if (stream < 0) continue;
+      sources.insert(plan.streams()[static_cast<size_t>(stream)].source);
+      setups.insert(plan.streams()[static_cast<size_t>(stream)].setup);
+    }
+  }
+  planned.bytes = planned.records * recordBytes;
+  planned.sources.assign(sources.begin(), sources.end());
+  planned.setups.assign(setups.begin(), setups.end());
+  return planned;
+}
+
+AJobDescription DescribePlan() {
+  AJobDescriber<PlanOptions> job(
+      "plan", "List the parts that --part of average and closure counts",
+      "A line a part, in the order of time. A part holds whole intervals of all sources and setups of its records, "
+      "some "
+      "16 MiB. Worker K of N does the parts K, K + N, K + 2 N, ...: zeltra average --part K/N -o OUT on each of N "
+      "machines, then zeltra join --parts OUT. The parts do not depend on how many workers there are.");
+  job.Input(UVXInputFile());
+  DescribeIntervals(job, {.leftOut = kUVRange | kFrequencies | kStokes, .sources = "each by itself"});
+  job.Option("parts", &PlanOptions::workers, "tell which of so many workers does which part")
+      .Range(1, PartShare::kMost)
+      .Otherwise("one");
+  job.Column("part", "", "number of the part, from 1");
+  job.Column("worker", "", "number of the worker that does it, from 1");
+  job.Column("sources", "", "numbers of the sources that are selected");
+  job.Column("setups", "", "numbers of their frequency setups");
+  job.Column("first", "", "number of the first record, from 1");
+  job.Column("last", "", "number of the last record; where a file goes back in time others lie between them");
+  job.Column("records", "", "records that are read");
+  job.Column("bytes", "", "their bytes");
+  return job.Finish();
+}
+
+}  // namespace
+
+AResult PlanParts(AUVXInput& from, const PlanOptions& options, std::vector<PlannedPart>& parts) {
+  parts.clear();
+  IntervalPlan plan(from, options);
+  if (AResult result = plan.Open(RecordChoice::Nothing); !result) return from.Settle(result);
+  for (const IntervalPart& part : plan.parts()) parts.push_back(Described(plan, part, from.uvx().recSize()));
+  return from.Settle(AResult::Ok());
+}
+
+const AJobDescription& PlanDescription() {
+  static const AJobDescription description = DescribePlan();
+  return description;
+}
+
+}  // namespace zeltra
