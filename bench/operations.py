@@ -5,6 +5,7 @@ All outputs are written with --no-sync, as `cp` does.
 """
 # SPDX-License-Identifier: MIT
 import os
+import re
 import shutil
 import struct
 import subprocess
@@ -12,7 +13,7 @@ import sys
 import tempfile
 import time
 
-# Name, command and options; IN, OUT and GAINS stand for the files.
+# Name, command and options; IN, SHUFFLED, which is IN in another order, OUT, GAINS and the folder PARTS stand for the files.
 OPERATIONS = [
     ("copy one IF", "copy IN OUT --if 1"),
     ("delete one IF", "delete-if IN OUT --if 1"),
@@ -23,6 +24,11 @@ OPERATIONS = [
     ("flag clip and trim", "flag IN OUT --clip 4 --trim 10%"),
     ("shift", "shift IN OUT --ra 3 --dec -2 --source 1,2"),
     ("average 60 s", "average IN --interval 60 -o OUT"),
+    ("sort, in order", "sort IN OUT"),
+    ("sort, shuffled", "sort SHUFFLED OUT"),
+    ("sort, shuffled, 16 MiB", "sort SHUFFLED OUT --memory 16"),
+    ("split", "split IN PARTS"),
+    ("join", "join PARTS/3C273.uvx PARTS/3C279.uvx OUT"),
     ("apply gains", "apply IN OUT --gains GAINS"),
 ]
 
@@ -58,7 +64,8 @@ def write_gains(given, path):
 def main(zeltra, folder=None, size="1", *names):
     folder = tempfile.mkdtemp(dir=folder)
     try:
-        given, copied, out, gains = (os.path.join(folder, name) for name in ("in.uvx", "cp.uvx", "out.uvx", "a.gain"))
+        names_of = ("in.uvx", "shuffled.uvx", "cp.uvx", "out.uvx", "a.gain")
+        given, shuffled, copied, out, gains = (os.path.join(folder, name) for name in names_of)
         # One second of 45 baselines with 8 IFs, 16 channels and 4 polarisations takes 278,730 bytes.
         minutes = float(size) * 1e9 / 278730 / 60
         run([zeltra, "simulate", given, "--integration", "1", "--ifs", "8", "--channels", "16", "--minutes", str(minutes)])
@@ -67,9 +74,12 @@ def main(zeltra, folder=None, size="1", *names):
         for name, words in OPERATIONS:
             if names and name not in names:
                 continue
+            if "SHUFFLED" in words and not os.path.exists(shuffled):
+                run([zeltra, "sort", given, shuffled, "--order", "UV", "--no-sync", "--quiet"])
             before = run(["cp", given, copied])[0]
-            places = {"IN": given, "OUT": out, "GAINS": gains}
-            seconds, memory = run([zeltra] + [places.get(word, word) for word in words.split()] + ["-f", "--no-sync", "--quiet"])
+            places = {"IN": given, "SHUFFLED": shuffled, "OUT": out, "GAINS": gains, "PARTS": os.path.join(folder, "parts")}
+            words = [re.sub("^[A-Z]+", lambda name: places.get(name[0], name[0]), word) for word in words.split()]
+            seconds, memory = run([zeltra] + words + ["-f", "--no-sync", "--quiet"])
             after = run(["cp", given, copied])[0]
             print("%-24s %6.2f s  %5.2f x cp  %7.1f MiB" % (name, seconds, 2 * seconds / (before + after), memory / 1024),
                   flush=True)

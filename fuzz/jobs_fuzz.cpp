@@ -14,9 +14,11 @@
 #include "zeltra/ops/CopyUVX.h"
 #include "zeltra/ops/DeleteIFs.h"
 #include "zeltra/ops/FlagUVX.h"
+#include "zeltra/ops/JoinUVX.h"
 #include "zeltra/ops/PlanParts.h"
 #include "zeltra/ops/RecomputeUVW.h"
 #include "zeltra/ops/ShiftUVX.h"
+#include "zeltra/ops/SortUVX.h"
 #include "zeltra/ops/SqueezeUVX.h"
 #include "zeltra/ops/UnfoldUVX.h"
 
@@ -117,6 +119,21 @@ void Change(AUVXInput& input, const std::string& to) {
   (void)PlanParts(input, plan, parts);
 }
 
+void Reorder(AUVXInput& input, const std::string& to) {
+  SortOptions sort;
+  sort.overwrite = true;
+  sort.sync = false;
+  sort.memory = 1 << 20;
+  for (const char* order : {"TB", "PX"}) {
+    sort.order = order;
+    (void)ResortUVXFile(input, to, sort, nullptr);
+  }
+  JoinOptions join;
+  join.overwrite = true;
+  join.sync = false;
+  (void)JoinUVX({input.path(), input.path()}, to, join, nullptr);
+}
+
 void Picture(AUVXInput& input) {
   ImageOptions options;
   options.size = 16;
@@ -135,6 +152,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!input.Open(file.path())) return 0;
   Combine(input);
   Rewrite(input, output.path());
+  Reorder(input, output.path());
   ChangeFrequencies(input, output.path());
   Change(input, output.path());
   Picture(input);

@@ -76,6 +76,8 @@ struct CommandTargets {
   JobOptions& options;              ///< of the type that the description requires
   std::vector<std::string*> files;  ///< the names of the inputs, then of the outputs
   TableFormat* format = nullptr;    ///< for a command that prints a table
+  /// Of a command that takes several inputs: their names, then that of the output. `files` is empty then.
+  std::vector<std::string>* list = nullptr;
 };
 
 /// Add a command with the arguments, options and help of a description. A table gets --csv and --json; a job that makes
@@ -112,6 +114,8 @@ void AddRegisterCommand(CLI::App& app, Session& session);
 void AddShiftCommand(CLI::App& app, Session& session);
 void AddSimulateCommand(CLI::App& app, Session& session);
 void AddSolveCommand(CLI::App& app, Session& session);
+void AddSortCommand(CLI::App& app, Session& session);
+void AddSplitCommand(CLI::App& app, Session& session);
 void AddTableCommand(CLI::App& app, Session& session);
 void AddUVWCommand(CLI::App& app, Session& session);
 

@@ -49,6 +49,13 @@ void AddFile(CLI::App& command, const AJobFile& file, std::string& path) {
   added.check([&file](const std::string& text) { return file.Check(text).message(); });
 }
 
+// Several inputs and an output, which is the last word.
+void AddFileList(CLI::App& command, const AJobDescription& description, std::vector<std::string>& paths) {
+  const AJobFile &input = description.inputs.front(), &output = description.outputs.front();
+  CLI::Option& added = *command.add_option(input.name, paths, input.help + "; the last one: " + output.help);
+  added.option_text(input.name + "... " + output.name)->required()->expected(1, CLI::detail::expected_max_vector_size);
+}
+
 void AddFormat(CLI::App& command, TableFormat& format) {
   CLI::Option* csv = command.add_flag_callback(
       "--csv", [&format] { format = TableFormat::CSV; }, "print CSV");
@@ -106,12 +113,17 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
                 std::function<AResult()> run) {
   CLI::App& command = *app.add_subcommand(description.name, description.summary);
   command.footer(Footer(description));
-  assert(targets.files.size() == description.inputs.size() + description.outputs.size());
+  assert(targets.list || targets.files.size() == description.inputs.size() + description.outputs.size());
+  if (targets.list) AddFileList(command, description, *targets.list);
   auto path = targets.files.begin();
   // Arguments without names come in the order in which they are typed: inputs, what to do with them, outputs.
-  for (const AJobFile& file : description.inputs) AddFile(command, file, **path++);
+  for (const AJobFile& file : description.inputs) {
+    if (!targets.list) AddFile(command, file, **path++);
+  }
   AddOptions(command, description, targets.options);
-  for (const AJobFile& file : description.outputs) AddFile(command, file, **path++);
+  for (const AJobFile& file : description.outputs) {
+    if (!targets.list) AddFile(command, file, **path++);
+  }
   if (targets.format) {
     AddFormat(command, *targets.format);
     for (const AJobFile& file : description.outputs) {

@@ -1,50 +1,51 @@
-// zeltra join: the parts of an output become one file.
+// zeltra join: several UVX files, or the parts of an output, become one file.
 // SPDX-License-Identifier: MIT
 #include <memory>
 
 #include "apps/zeltra/Command.h"
 #include "apps/zeltra/UVXInput.h"
 #include "zeltra/ops/JoinParts.h"
+#include "zeltra/ops/JoinUVX.h"
 
 namespace zeltra::app {
 namespace {
 
-struct JoinOptions : JobOptions {
-  bool parts = false;
-};
-
 struct Arguments {
-  std::string to;
+  std::vector<std::string> files;  // the inputs, and the output
   JoinOptions options;
 };
 
-const AJobDescription& JoinDescription() {
-  static const AJobDescription description = [] {
-    AJobDescriber<JoinOptions> job(
-        "join", "Join the parts of an output into the file that one run makes",
-        "OUT.uvx is made of OUT.uvx.1-of-N to OUT.uvx.N-of-N, as zeltra average --part K/N -o OUT.uvx writes them, "
-        "byte "
-        "for byte as zeltra average -o OUT.uvx. The parts stay. Files of another run, of another input or with other "
-        "options are refused.");
-    job.Option("parts", &JoinOptions::parts, "join parts").Required();
-    job.Output({"OUT.uvx", "the file to make", "", 0, {}});
-    job.Overwrite();
-    return job.Finish();
-  }();
-  return description;
+AResult JoinInputs(Arguments& arguments, Session& session) {
+  arguments.options.open = [&session](const std::string& path, std::unique_ptr<AUVXInput>& input) {
+    auto opened = std::make_unique<UVXInput>();
+    AResult result = opened->Open(path, session);
+    input = std::move(opened);
+    return result;
+  };
+  const std::vector<std::string> from(arguments.files.begin(), arguments.files.end() - 1);
+  JoinSummary summary;
+  AResult result = JoinUVX(from, arguments.files.back(), arguments.options, &summary);
+  for (const std::string& remark : summary.remarks) session.Note(remark);
+  return result;
 }
 
 AResult Join(Arguments& arguments, Session& session) {
-  if (AResult result = JoinParts(arguments.to, arguments.options); !result) return result;
-  ReportUVX(session, arguments.to);
-  return AResult::Ok();
+  const std::string& to = arguments.files.back();
+  const bool isAlone = arguments.files.size() == 1;
+  if (isAlone != arguments.options.parts) {
+    return AResult::Fail(to + (isAlone ? ": there is nothing to join; --parts joins its parts"
+                                       : ": is not the only file that is named; --parts takes the output alone"));
+  }
+  AResult result = isAlone ? JoinParts(to, arguments.options) : JoinInputs(arguments, session);
+  if (result) ReportUVX(session, to);
+  return result;
 }
 
 }  // namespace
 
 void AddJoinCommand(CLI::App& app, Session& session) {
   auto arguments = std::make_shared<Arguments>();
-  AddCommand(app, session, JoinDescription(), {arguments->options, {&arguments->to}},
+  AddCommand(app, session, JoinDescription(), {.options = arguments->options, .files = {}, .list = &arguments->files},
              [arguments, &session] { return Join(*arguments, session); });
 }
 

@@ -94,7 +94,7 @@ AResult WritePages(const std::string& folder, const Session& session, const CLI:
 
 std::string Synopsis(const AJobDescription& job) {
   std::string line = "zeltra " + job.name;
-  for (const AJobFile& file : job.inputs) line += " " + file.name;
+  for (const AJobFile& file : job.inputs) line += " " + file.name + (file.isList ? "..." : "");
   for (const AJobOption& option : job.options) line += option.isWord ? " " + option.form : "";
   for (const AJobFile& file : job.outputs) {
     if (file.isWord()) line += file.isRequired() ? " " + file.name : " [" + file.name + "]";

@@ -71,12 +71,14 @@ int Run(std::vector<std::string> arguments) {
   AddClosureCommand(app, session);
   AddLoopsCommand(app, session);
   AddCopyCommand(app, session);
+  AddSortCommand(app, session);
+  AddSplitCommand(app, session);
+  AddJoinCommand(app, session);
   AddFrequencyCommands(app, session);
   AddUVWCommand(app, session);
   AddFlagCommand(app, session);
   AddShiftCommand(app, session);
   AddPlanCommand(app, session);
-  AddJoinCommand(app, session);
   AddGainsCommand(app, session);
   AddApplyCommand(app, session);
   AddSolveCommand(app, session);

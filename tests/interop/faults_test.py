@@ -62,7 +62,7 @@ class Faults(Case):
             self.assertNotIn(fault[0], ("sync", "folder"), "what a job reports is durable: " + about)
             return
         self.assertEqual(code, 1, about)
-        self.assertRegex(told, "zeltra: error: .*(in\\.|out|zeltra).*cannot be (read|written|created)", about)
+        self.assertRegex(told, "zeltra: error: .*(in\\.|out|zeltra|work).*cannot be (read|written|created)", about)
         for name, content in left.items():
             self.assertIn(content, (right[1].get(name), b"old"), about)
 
@@ -77,6 +77,7 @@ class Faults(Case):
         jobs = [["info", "--json", "--baselines"], ["records", "--csv"], ["table", "AN", "--csv"], ["loops", "1-2"],
                 ["copy", out], ["copy", out, "--force"], ["average", "-o", out, "--interval", "60"],
                 ["average", "--interval", "60", "--csv"], ["closure", "--csv", "--interval", "60"], ["uvw", out],
+                ["sort", out], ["sort", out, "--order", "UV"], ["sort", out, "--order", "UV", "--memory", "1"], ["split", self.work],
                 ["average-frequency", out, "--channels", "all"], ["unfold", out, "--ifs"],
                 ["flag", out, "--antenna", "1"], ["shift", out, "--ra", "1", "--dec", "1", "--source", "1"],
                 ["plan", "--interval", "60"], ["average", "-o", out, "--interval", "60", "--part", "1/2"],
@@ -84,7 +85,7 @@ class Faults(Case):
                 ["plot", "amplitude", out + ".svg", "--source", "1"], ["plot", "closure", out + ".svg", "--source", "1", "--interval", "60"]]
         jobs += [["gains", "average", out, "--table", self.gains, "--interval", "60"]]
         jobs = [[name, self.uvx, *others] for name, *others in jobs]
-        jobs += [["join", "--parts", self.parts]]
+        jobs += [["join", "--parts", self.parts], ["join", self.uvx, self.uvfits, out]]
         jobs += [["gains", self.gains, "csv"], ["gains", self.gains, "average", out + ".gain", "--interval", "60"]]
         jobs += [["import", self.uvfits, out], ["info", self.uvfits], ["copy", self.uvfits, out]]
         tried = 0

@@ -102,9 +102,10 @@ class Robustness(Case):
         jobs = [["info", "--baselines"], ["records", "--csv"], ["table", "AN"], ["table", "NX", "--json"], ["export", out],
                 ["average", "--interval", "60", "--csv"], ["average", "--interval", "60", "-o", out, "--mode", "amphase"],
                 ["closure", "--interval", "60"], ["loops", "1-2"], ["copy", out], ["copy", out, "--channel", "1"],
+                ["uvw", out], ["sort", out, "--order", "XY"], ["split", out + ".parts"], ["join", self.path("sim.uvx"), out],
                 ["delete-if", out, "--if", "1"], ["average-frequency", out, "--channels", "2", "--ifs"],
                 ["squeeze", out, "--ifs"], ["unfold", out, "--ifs", "--channels"],
-                ["uvw", out], ["flag", out, "--clip", "1"], ["shift", out, "--ra", "1", "--dec", "1", *source],
+                ["flag", out, "--clip", "1"], ["shift", out, "--ra", "1", "--dec", "1", *source],
                 ["apply", out, "--gains", gains], ["gains", "average", out, "--table", gains, "--interval", "60"],
                 ["plan", "--interval", "60"], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source]]
         for number, content in enumerate(broken):

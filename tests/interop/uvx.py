@@ -85,3 +85,80 @@ def edited(source, target, change):
         change(np.frombuffer(raw, file.records.dtype, file.count, file.data_offset))
         made.write(raw)
     return target
+
+
+def encode(code, columns, rows, keywords=()):
+    """The image of a table: `columns` lists (name, format), rows are flat tuples of numbers and bytes."""
+    image = struct.pack("<ih", ord(code[0]) | ord(code[1]) << 8, len(keywords))
+    body = b""
+    forms = [(form[-1], int(form[:-1])) for _, form in columns]
+    for row in rows:
+        values = iter(row)
+        for letter, n in forms:
+            if letter in "AX":
+                body += next(values).ljust(n if letter == "A" else (n + 7) // 8)
+            else:
+                body += np.array([next(values) for _ in range(n)], ELEMENT[letter]).tobytes()
+    image += struct.pack("<3i", len(rows), len(columns), len(body) // len(rows))
+    for name, form in columns:
+        image += name.encode().ljust(18, b"\0") + bytes(10) + form.encode().ljust(8, b"\0")
+    return image + body
+
+
+def with_tables(path, tables):
+    """Add tables, as of encode, to a file. @return its name"""
+    with open(path, "rb") as file:
+        raw = bytearray(file.read())
+    directory = struct.unpack_from("<q", raw, 8)[0]
+    count = struct.unpack_from("<h", raw, directory)[0]
+    for number, table in enumerate(tables, count):
+        image = encode(*table)
+        struct.pack_into("<iqi", raw, directory + 2 + 16 * number, *struct.unpack_from("<i", image), len(raw), len(image))
+        raw += image
+    struct.pack_into("<h", raw, directory, count + len(tables))
+    with open(path, "wb") as file:
+        file.write(raw)
+    return path
+
+
+def renumber(path, out, sources, antennas, days=0, position=0, name=False, unit=b""):
+    """A file with other numbers of sources and antennas, or something else in the way of joining the two: antenna 1
+    moved, both sources under each other's name, another unit."""
+    with open(path, "rb") as file:
+        raw = bytearray(file.read())
+    file = File(path)
+    group = file.records["group"]
+    records = file.records.copy()
+    records["group"]["source"] = [sources.get(int(n), n) for n in group["source"]]
+    for column in ("ant1", "ant2"):
+        records["group"][column] = [antennas.get(int(n), n) for n in group[column]]
+    records["group"]["time"] += days
+    raw[file.data_offset:file.data_offset + records.nbytes] = records.tobytes()
+    struct.pack_into("<d", raw, 28, file.date_obs + days)
+    if unit:
+        raw[38:48] = unit.ljust(10, b"\0")
+    directory = struct.unpack_from("<q", raw, 8)[0]
+    known = {"ID. NO.": sources, "SOURCE": sources, "SOURCE ID": sources, "NOSTA": antennas, "ANTENNA NO.": antennas,
+             "ANTS": antennas, "REFANT 1": antennas}
+    for number, table in enumerate(file.tables):
+        at, size = struct.unpack_from("<qi", raw, directory + 6 + 16 * number)
+        start = at + size - table.rows * table.row_bytes
+        if not table.rows or table.code == "HD":
+            continue
+        rows = np.frombuffer(raw, "u1", table.rows * table.row_bytes, start).reshape(table.rows, -1)
+        offset = 0
+        for i, (title, _, letter, n) in enumerate(table.columns):
+            width = {"X": (n + 7) // 8}.get(letter, n * {"I": 2, "J": 4, "E": 4, "D": 8}.get(letter, 1))
+            cell = rows[:, offset:offset + width]
+            if title in known and letter in ELEMENT:
+                changed = [[known[title].get(int(value), value) for value in row] for row in table.column(i)]
+                cell[:] = np.array(changed, ELEMENT[letter]).view("u1")
+            if title == "STABXYZ" and position:
+                moved = table.column(i).copy()
+                moved[0, 2] += position
+                cell[:] = moved.view("u1")
+            if title == "SOURCE" and letter == "A" and name:
+                cell[:] = cell[::-1].copy()
+            offset += width
+    with open(out, "wb") as made:
+        made.write(raw)

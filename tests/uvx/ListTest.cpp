@@ -11,6 +11,7 @@
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXSources.h"
+#include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
 namespace zeltra::test {

@@ -118,6 +118,7 @@ struct ZELTRA_API AJobFile {
 
   bool isOptional = false;  ///< given without an option, but may be left out
   bool isNeeded = false;    ///< given by an option, but must be named, beside the table if the job prints one
+  bool isList = false;      ///< several of them follow each other
 
   bool isWord() const { return option.empty(); }
   /// A file without an option must normally be named.

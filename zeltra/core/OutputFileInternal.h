@@ -60,6 +60,9 @@ class OutputFile {
   /// @return a failure if `path` exists and may not be replaced, or cannot be written
   AResult Create(const std::string& path, const JobOptions& options, const std::string& input = {});
   CheckedFile& file() { return file_; }
+  /// The name that it was created for, and where that leads by symbolic links.
+  const std::string& path() const { return path_; }
+  const std::string& target() const { return target_; }
   /// The name of the file until it is committed, for a class that opens its files itself.
   const std::string& temporary() const { return temporary_; }
   /// Synchronise what has been written, before writing the mark that declares it whole: a job that is killed during the

@@ -23,14 +23,25 @@ bool IsOneName(const std::string& a, const std::string& b) {
 
 }  // namespace
 
+bool OutputFiles::IsTaken(const std::string& target) const {
+  const auto isSame = [&target](const std::string& name) { return IsOneName(name, target); };
+  return std::any_of(names_.begin(), names_.end(), isSame);
+}
+
 AResult OutputFiles::Create(const std::string& path, OutputFile*& output) {
   const std::string target = platform::LinkTarget(path);
-  const auto isTaken = [&target](const std::string& name) { return IsOneName(name, target); };
-  if (std::any_of(names_.begin(), names_.end(), isTaken)) return AResult::Fail(path + ": named twice");
+  if (IsTaken(target)) return AResult::Fail(path + ": named twice");
   auto file = std::make_unique<OutputFile>();
   if (AResult result = file->Create(path, options_); !result) return result;
   output = file.get();
   names_.push_back(target);
+  files_.push_back(std::move(file));
+  return AResult::Ok();
+}
+
+AResult OutputFiles::Add(std::unique_ptr<OutputFile> file) {
+  if (IsTaken(file->target())) return AResult::Fail(file->path() + ": named twice");
+  names_.push_back(file->target());
   files_.push_back(std::move(file));
   return AResult::Ok();
 }

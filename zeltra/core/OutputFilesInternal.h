@@ -23,10 +23,15 @@ class OutputFiles {
   /// @param output  the new file, owned by this object
   /// @return a failure if two outputs have one name, or for the reasons of OutputFile::Create
   AResult Create(const std::string& path, OutputFile*& output);
+  /// Take over one that is created already.
+  /// @return a failure if two outputs have one name: this one is removed then
+  AResult Add(std::unique_ptr<OutputFile> file);
   /// Complete all files and give them their names.
   AResult Commit();
 
  private:
+  bool IsTaken(const std::string& target) const;
+
   std::vector<std::string> names_;  // in use
   std::vector<std::unique_ptr<OutputFile>> files_;
   const JobOptions options_;

@@ -44,6 +44,11 @@ ZELTRA_API int64 FreeMemory();
 /// Remove a file. @return non-zero if it is gone
 ZELTRA_API int RemoveFile(const std::string& path);
 
+/// Make a folder; the one that it is in has to be there. @return non-zero if there is such a folder now
+ZELTRA_API int MakeFolder(const std::string& path);
+/// Remove a folder that is empty. @return non-zero if it is gone
+ZELTRA_API int RemoveFolder(const std::string& path);
+
 /// Whether a file or folder of that name exists.
 ZELTRA_API bool PathExists(const std::string& path);
 

@@ -243,6 +243,19 @@ int64 FreeMemory() {
 int RemoveFile(const std::string& path) {
   return ::unlink(path.c_str()) == 0;
 }
+int MakeFolder(const std::string& path) {
+  struct stat found {};
+  if (::mkdir(path.c_str(), 0777) == 0) return 1;
+  const int error = errno;
+  if (error == EEXIST && ::stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode)) return 1;
+  errno = error;
+  return 0;
+}
+
+int RemoveFolder(const std::string& path) {
+  return ::rmdir(path.c_str()) == 0;
+}
+
 bool PathExists(const std::string& path) {
   return ::access(path.c_str(), F_OK) == 0;
 }

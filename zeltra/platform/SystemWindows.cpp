@@ -296,6 +296,17 @@ int RemoveFile(const std::string& path) {
   return DeleteFileW(platform::Wide(path).c_str()) != 0;
 }
 
+int MakeFolder(const std::string& path) {
+  const std::wstring name = platform::Wide(path);
+  if (platform::Told(CreateDirectoryW(name.c_str(), nullptr) != 0)) return 1;
+  const DWORD attributes = GetFileAttributesW(name.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+int RemoveFolder(const std::string& path) {
+  return platform::Told(RemoveDirectoryW(platform::Wide(path).c_str()) != 0);
+}
+
 bool PathExists(const std::string& path) {
   return GetFileAttributesW(platform::Wide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }

@@ -8,6 +8,7 @@
 
 #include "zeltra/core/BlockWriterInternal.h"
 #include "zeltra/core/OutputFileInternal.h"
+#include "zeltra/core/OutputFilesInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXFile.h"
@@ -29,13 +30,15 @@ size_t SeenPlace(const AUVXGroup& group) {
 
 // Closing a UVX file declares it whole, so a file that is not finished is taken away first.
 struct AUVXWriter::Output {
-  explicit Output(const JobOptions& options) : block(file.file(), options.threads) {}
+  explicit Output(const JobOptions& options)
+      : owned(std::make_unique<OutputFile>()), file(*owned), block(file.file(), options.threads) {}
   ~Output() {
     block.Clear();
-    file.Discard();
+    if (owned) owned->Discard();
   }
 
-  OutputFile file;
+  std::unique_ptr<OutputFile> owned;  // null once it is handed over
+  OutputFile& file;
   AUVXFile uvx;
   BlockWriter block;
 };
@@ -297,14 +300,27 @@ AResult AUVXWriter::AddProvenance(const AUVXHeaderCards& cards) {
   return AddTable(*std::unique_ptr<AUVXTable>(integrations_.ToUVXTable()));
 }
 
-AResult AUVXWriter::Finish() {
+// All but the name.
+AResult AUVXWriter::Complete() {
   if (!output_) return Why();
   AResult result = tablesEnd_ == 0 ? EndRecords() : EndHeader(output_->uvx.TableDirectoryOffset());
   if (!result) return result;
   if (tablesEnd_ > 0) directory_.store(output_->uvx);
   if (result = output_->file.Sync(); !result) return result;
   output_->uvx.Close();
-  result = output_->file.Commit();
+  return output_->file.Complete();
+}
+
+AResult AUVXWriter::Finish() {
+  AResult result = Complete();
+  if (result) result = output_->file.Publish();
+  output_.reset();
+  return result;
+}
+
+AResult AUVXWriter::Finish(OutputFiles& together) {
+  AResult result = Complete();
+  if (result) result = together.Add(std::move(output_->owned));
   output_.reset();
   return result;
 }

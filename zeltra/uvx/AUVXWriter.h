@@ -21,6 +21,7 @@
 
 namespace zeltra {
 
+class OutputFiles;
 class ScanIndex;
 
 /// Writes a UVX file that appears under its name only when it is complete. In this order:
@@ -133,6 +134,8 @@ class ZELTRA_API AUVXWriter {
 
   /// Complete the file and give it its name.
   AResult Finish();
+  /// Complete the file, which gets its name together with the others of `together`.
+  AResult Finish(OutputFiles& together);
   /// Remove the file. Nothing happens to one that is finished.
   void Discard();
 
@@ -154,6 +157,7 @@ class ZELTRA_API AUVXWriter {
   AResult EndRecords();
   AResult EndHeader(int64 recordsEnd);
   AResult WriteHeader();
+  AResult Complete();
 
   std::string path_;
   std::unique_ptr<Output> output_;  // null unless a file is being written

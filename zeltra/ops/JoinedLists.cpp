@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "zeltra/core/Text.h"
+#include "zeltra/ops/AUVXContents.h"
+#include "zeltra/ops/FrequencyChangeInternal.h"
+#include "zeltra/ops/JoinedListsInternal.h"
+#include "zeltra/uvx/AUVXAntenns.h"
+#include "zeltra/uvx/AUVXSources.h"
+
+namespace zeltra {
+namespace {
+
+double Distance(const std::array<double, 4>& a, const std::array<double, 4>& b) {
+  // Places at different equinoxes are different ones.
+  if (a[3] != b[3]) return HUGE_VAL;
+  return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
+}
+
+std::array<double, 4> Direction(const SkyPosition& sky) {
+  const double ra = sky.ra * kRadiansPerDegree, dec = sky.dec * kRadiansPerDegree;
+  return {std::cos(dec) * std::cos(ra), std::cos(dec) * std::sin(ra), std::sin(dec), sky.equinox};
+}
+
+std::string HandOf(const AUVXTable& table) {
+  for (int i = 0; i < table.keywords().count(); ++i) {
+    if (table.keywords()(i).Key() == "XYZHAND") return Trimmed(table.keywords()(i).Value());
+  }
+  return {};
+}
+
+bool AreClose(const std::vector<double>& a, const std::vector<double>& b, double tolerance) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [tolerance](double x, double y) { return std::fabs(x - y) <= tolerance; });
+}
+
+}  // namespace
+
+AResult JoinedLists::Add(AUVXInput& input, JoinedNumbers& numbers) {
+  paths_.push_back(input.path());
+  AResult result = AddSources(input, numbers);
+  if (result) result = AddAntennas(input, numbers);
+  return result ? AddSetups(input, numbers) : result;
+}
+
+std::optional<int> JoinedLists::NumberOf(const JoinedNumbers& numbers, RowNumber kind, int number) const {
+  const std::map<int, int>& list = numbers.Of(kind);
+  if (const auto place = list.find(number); place != list.end()) return place->second;
+  if (ListOf(kind).taken.contains(number)) return {};
+  return number;
+}
+
+AUVXTable* JoinedLists::Table(const std::string& code) {
+  List& list = code == "SU" ? sources_ : code == "AN" ? antennas_ : setups_;
+  return list.isThere ? &list.table : nullptr;
+}
+
+// The first table stays whole.
+AResult JoinedLists::Begin(List& list, AUVXInput& input, const AUVXTable& table) const {
+  if (table.Code() != "FQ" && !RowNumbers::Of(table)) {
+    return AResult::Fail(input.path() + ": the columns of its table " + table.Code() +
+                         " are not understood, so that its numbers cannot be joined with others");
+  }
+  if (!list.isThere) list.table = table;
+  return AResult::Ok();
+}
+
+bool JoinedLists::TakeNumber(List& list, int wanted, int& number) const {
+  const int input = static_cast<int>(paths_.size()) - 1;
+  number = wanted;
+  if (const auto place = list.taken.find(wanted);
+      place != list.taken.end() && (list.isThere || place->second != input)) {
+    for (number = 1; list.taken.contains(number);) ++number;
+  }
+  list.taken.emplace(number, input);
+  return number <= list.most;
+}
+
+AResult JoinedLists::Place(List& list, Thing thing, const AUVXTable& table, int row, int& number) {
+  thing.input = static_cast<int>(paths_.size()) - 1;
+  const std::string& path = paths_.back();
+  const Thing* namesake = nullptr;
+  for (const Thing& known : list.things) {
+    if (known.input == thing.input || known.name != thing.name || known.qualifier != thing.qualifier) continue;
+    namesake = &known;
+    if (!(Distance(known.place, thing.place) <= list.tolerance)) continue;
+    number = known.number;
+    return AResult::Ok();
+  }
+  if (namesake && !thing.name.empty()) {
+    const double apart = Distance(namesake->place, thing.place) / list.scale;
+    return AResult::Fail(path + ": its " + list.what + " " + thing.name +
+                         (std::isfinite(apart) ? " lies " + RoundedNumber(apart, 4) + " " + list.unit + " from that of "
+                                               : " has another position or equinox than that of ") +
+                         paths_[static_cast<size_t>(namesake->input)]);
+  }
+  if (!TakeNumber(list, thing.number, number)) {
+    return AResult::Fail(path + ": the inputs have more than the " + std::to_string(list.most) + " " + list.what +
+                         "s of a UVX file together");
+  }
+  thing.number = number;
+  list.things.push_back(thing);
+  if (!list.isThere) return AResult::Ok();
+  if (!RowCopy(table, list.table).Append(table, row, list.table)) {
+    return AResult::Fail(path + ": the joined table " + table.Code() + " would reach 2 GiB");
+  }
+  const std::optional<RowNumbers> columns = RowNumbers::Of(list.table);
+  for (const RowNumbers::Column& column : columns->columns()) {
+    list.table.SetNumber(list.table.rows() - 1, column.place, 0, number);
+  }
+  return AResult::Ok();
+}
+
+AResult JoinedLists::AddSources(AUVXInput& input, JoinedNumbers& numbers) {
+  const std::unique_ptr<AUVXTable> table = input.Table("SU");
+  if (!table) return AResult::Ok();
+  if (AResult result = Begin(sources_, input, *table); !result) return result;
+  const AUVXSources list(*table);
+  const int qualifier = table->FindColumn("QUAL");
+  for (int row = 0; row < list.count(); ++row) {
+    const AUVXSourceItem& item = list(row);
+    if (item.id < 1 || item.id > sources_.most) continue;
+    Thing source = {item.Name(), 0, Direction(input.contents().PositionOf(item)), item.id, 0};
+    const double stated = table->Number(row, qualifier);
+    if (std::fabs(stated) < 1e9) source.qualifier = static_cast<int>(stated);
+    int number = 0;
+    if (AResult result = Place(sources_, source, *table, row, number); !result) return result;
+    numbers.sources.emplace(item.id, number);
+  }
+  sources_.isThere = true;
+  return AResult::Ok();
+}
+
+AResult JoinedLists::AddAntennas(AUVXInput& input, JoinedNumbers& numbers) {
+  const std::unique_ptr<AUVXTable> table = input.Table("AN");
+  if (!table) return AResult::Ok();
+  if (AResult result = Begin(antennas_, input, *table); !result) return result;
+  const AUVXAntenns list(*table);
+  const std::array<double, 3> center = {list.ArrayX(), list.ArrayY(), list.ArrayZ()};
+  const std::string hand = HandOf(*table);
+  if (!antennas_.isThere) {
+    center_ = center;
+    hand_ = hand;
+  } else if (hand != hand_ && !hand.empty() && !hand_.empty()) {
+    return AResult::Fail(input.path() + ": its antennas are " + hand + "-handed, and those of the inputs before are " +
+                         hand_ + "-handed");
+  }
+  const int positions = antennas_.table.FindColumn("STABXYZ");
+  for (int row = 0; row < list.count(); ++row) {
+    const AUVXTlscItem& item = list(row);
+    if (item.id < 1 || item.id > antennas_.most) continue;
+    // From the centre of the first array.
+    const std::array<double, 4> place = {item.x + (center[0] - center_[0]), item.y + (center[1] - center_[1]),
+                                         item.z + (center[2] - center_[2]), 0};
+    const int before = antennas_.table.rows();
+    int number = 0;
+    AResult result = Place(antennas_, {item.Name(), 0, place, item.id, 0}, *table, row, number);
+    if (!result) return result;
+    for (int i = 0; i < 3 && antennas_.table.rows() > before; ++i) {
+      antennas_.table.SetNumber(before, positions, i, place[static_cast<size_t>(i)]);
+    }
+    numbers.antennas.emplace(item.id, number);
+  }
+  antennas_.isThere = true;
+  return AResult::Ok();
+}
+
+AResult JoinedLists::AddSetups(AUVXInput& input, JoinedNumbers& numbers) {
+  const double freq0 = input.contents().header().freq0;
+  if (paths_.size() == 1) freq0_ = freq0;
+  const std::unique_ptr<AUVXTable> table = input.Table("FQ");
+  if (!table) {
+    if (std::fabs(freq0 - freq0_) <= setups_.tolerance) return AResult::Ok();
+    return AResult::Fail(input.path() + ": has no table FQ, and another frequency than " + paths_.front());
+  }
+  const SetupFrequencies frequencies(*table);
+  if (table->ColumnOffset(frequencies.idColumn) < 0 || table->ColumnOffset(frequencies.startColumn) < 0 ||
+      table->ColumnOffset(frequencies.widthColumn) < 0) {
+    return AResult::Fail(input.path() + ": the columns of its table FQ are not understood, so that its setups cannot " +
+                         "be joined with others");
+  }
+  if (AResult result = Begin(setups_, input, *table); !result) return result;
+  const int IFs = std::max<int>(input.uvx().IFs(), 1);
+  const size_t knownBefore = knownSetups_.size();
+  for (int row = 0; row < table->rows(); ++row) {
+    Setup setup;
+    // Of the first channel, and of the one after the last.
+    for (int i = 0; i < IFs; ++i) {
+      const double first = freq0 + frequencies.Start(row, i);
+      setup.frequencies.insert(setup.frequencies.end(),
+                               {first, first + frequencies.Width(row, i) * input.uvx().channels()});
+    }
+    const auto known = std::find_if(
+        knownSetups_.begin(), knownSetups_.begin() + static_cast<std::ptrdiff_t>(knownBefore),
+        [&](const Setup& other) { return AreClose(other.frequencies, setup.frequencies, setups_.tolerance); });
+    const int id = frequencies.Id(row);
+    if (known != knownSetups_.begin() + static_cast<std::ptrdiff_t>(knownBefore)) {
+      numbers.setups.emplace(id, known->number);
+      continue;
+    }
+    if (!TakeNumber(setups_, id, setup.number)) {
+      return AResult::Fail(input.path() + ": the inputs have more than the 127 setups of a UVX file together");
+    }
+    numbers.setups.emplace(id, setup.number);
+    knownSetups_.push_back(setup);
+    if (!setups_.isThere) continue;
+    AUVXTable& joined = setups_.table;
+    if (!RowCopy(*table, joined).Append(*table, row, joined)) {
+      return AResult::Fail(input.path() + ": the joined table FQ would reach 2 GiB");
+    }
+    const SetupFrequencies places(joined);
+    const int added = joined.rows() - 1;
+    joined.SetNumber(added, places.idColumn, 0, setup.number);
+    for (int i = 0; i < IFs; ++i) {
+      joined.SetNumber(added, places.startColumn, i, freq0 + frequencies.Start(row, i) - freq0_);
+      joined.SetNumber(added, places.widthColumn, i, frequencies.Width(row, i));
+    }
+  }
+  setups_.isThere = true;
+  return AResult::Ok();
+}
+
+}  // namespace zeltra

@@ -1,0 +1,45 @@
+// A UVX file becomes one of each source and frequency setup.
+// SPDX-License-Identifier: MIT
+#ifndef ZELTRA_OPS_SPLITUVX_H_
+#define ZELTRA_OPS_SPLITUVX_H_
+
+#include <string>
+#include <vector>
+
+#include "zeltra/core/AResult.h"
+#include "zeltra/core/JobDescription.h"
+#include "zeltra/core/JobOptions.h"
+#include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/UVXSelection.h"
+
+namespace zeltra {
+
+/// What is split.
+struct SplitOptions : JobOptions {
+  /// IFs, channels and polarisations do not count.
+  UVXSelection selection;
+};
+
+/// What was made.
+struct SplitSummary {
+  std::vector<std::string> paths;
+  std::vector<std::string> remarks;
+};
+
+/// Write the records of each source and setup into a file of their own, in `folder`, which is made where it is not
+/// there. A file is named after its source, with characters replaced that a file system or a shell takes for something
+/// else, and after its setup where the input has several. Numbers of sources, setups and antennas stay. "SU" and "FQ"
+/// keep the row of the source and the setup, and `freq0` becomes the frequency of that setup; "FG", "SN", "CL", "TY"
+/// and "BP" keep the rows about the source and the setup, or about all. Scans and baselines are made anew.
+///
+/// No file has its name before all are complete. The input is read once for every 32 files.
+/// @param summary  may be null
+ZELTRA_API AResult SplitUVX(AUVXInput& from, const std::string& folder, const SplitOptions& options,
+                            SplitSummary* summary);
+
+/// What a person may tell the job, and what it gives.
+ZELTRA_API const AJobDescription& SplitDescription();
+
+}  // namespace zeltra
+
+#endif  // ZELTRA_OPS_SPLITUVX_H_
