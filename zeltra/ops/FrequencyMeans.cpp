@@ -114,7 +114,7 @@ AUVXComplex FrequencyMeans::FlaggedMean(const AUVXComplex* values, const Place& 
     for (int point = runs_[i].first; point < runs_[i].first + runs_[i].count; ++point) {
       const AUVXComplex& value = values[static_cast<std::ptrdiff_t>(point) * stokes_];
       if (!(value.weight <= 0) && !IsFinite(value)) ++notFinite_;
-      if (!std::isfinite(value.re) || !std::isfinite(value.im)) continue;
+      if (!std::isfinite(value.re) || !std::isfinite(value.im) || std::isnan(value.weight)) continue;
       const double weight = std::isfinite(value.weight) ? std::fabs(double{value.weight}) : 0;
       weighted.re += weight * double{value.re};
       weighted.im += weight * double{value.im};
