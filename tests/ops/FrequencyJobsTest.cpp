@@ -228,10 +228,10 @@ TEST(Squeeze, GivesOneChannelTheWholeBandwidth) {
     SqueezeOptions options;
     options.IFs = options.channels = true;
     Made out;
-    const std::string error = Error(SaveAndSQ(source, out.path(), options));
-    if (!error.empty()) return std::pair(error, std::vector<double>());
+    const AResult result = SaveAndSQ(source, out.path(), options);
+    if (!result) return std::pair(result.message(), std::vector<double>());
     out.Look();
-    return std::pair(error, Numbers(out, "FQ"));
+    return std::pair(result.message(), Numbers(out, "FQ"));
   };
   EXPECT_THAT(squeezed(4e6, 1e6).second, ElementsAre(0, 4e6, 8e6));
   EXPECT_THAT(squeezed(9e6, -1e6).second, ElementsAre(0, 4e6, 4e6));

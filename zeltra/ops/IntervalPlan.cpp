@@ -127,6 +127,12 @@ AResult IntervalPlan::GoesBack(int record) const {
                        " goes back in time; averaging needs time order, which 'zeltra sort' establishes");
 }
 
+int IntervalPlan::ScanOf(int record) const {
+  const AUVXPositionItem* list = contents_.scans().lpArray();
+  const auto isBefore = [](const AUVXPositionItem& scan, int place) { return scan.endVis <= place; };
+  return static_cast<int>(std::lower_bound(list, list + contents_.scans().count(), record, isBefore) - list);
+}
+
 AResult IntervalPlan::HasNoTime(int record) const {
   return AResult::Fail(input_.path() + ": the time of record " + std::to_string(record + 1) + " is not a number");
 }
@@ -135,10 +141,7 @@ AResult IntervalPlan::CheckTimes(const IntervalPart& part) const {
   const AUVXPosition& scans = contents_.scans();
   std::vector<double> last(streams_.size(), part.begin);
   for (const RecordRange& range : part.ranges) {
-    const AUVXPositionItem* list = scans.lpArray();
-    const auto isBefore = [](const AUVXPositionItem& scan, int record) { return scan.endVis <= record; };
-    auto scan = static_cast<int>(std::lower_bound(list, list + scans.count(), range.first, isBefore) - list);
-    for (; scan < scans.count() && scans(scan).startVis <= range.end; ++scan) {
+    for (int scan = ScanOf(range.first); scan < scans.count() && scans(scan).startVis <= range.end; ++scan) {
       const int stream = StreamOf(scan);
       const int end = stream < 0 ? 0 : std::min(scans(scan).endVis, range.end);
       for (int record = std::max(scans(scan).startVis - 1, range.first); record < end; ++record) {
