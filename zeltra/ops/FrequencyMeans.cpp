@@ -10,8 +10,6 @@
 namespace zeltra {
 namespace {
 
-constexpr int kBytes = sizeof(AUVXComplex);
-
 // Sums for four values in parallel.
 struct FourSums {
   Double2 re[2] = {}, im[2] = {}, weight[2] = {};
