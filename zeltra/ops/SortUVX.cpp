@@ -26,7 +26,7 @@ constexpr int kDiskRequest = 1 << 17;
 // Runs on the disk are written, which takes longer than reading them, and read again.
 constexpr int kPassesOfRuns = 4;
 // Of the memory: blocks, lists and the program itself; but half of it is left for the records.
-constexpr double kOtherMemory = 20 << 20;
+constexpr double kOtherMemory = 24 << 20;
 constexpr double kLeastMemory = 1 << 20;
 constexpr int kLeastRecords = 4;
 

@@ -26,7 +26,7 @@ struct UnfoldOptions : JobOptions {
 ///
 /// Tables with setup numbers get a row for each new one, with the elements of its IF, and "FG" is translated. Of the
 /// others, "SU" gets means over IFs and "AN" keeps polarisation terms if they are the same for all IFs; what cannot be
-/// adapted is left out, with a remark. Memory: below 1 MiB in addition to the tables; scans longer than 512 KiB are
+/// adapted is left out, with a remark. Memory: a scan, of at most 128 MiB, in addition to the tables; longer scans are
 /// read once for every IF or channel.
 /// @param summary  may be null
 /// @return a failure also if there would be more than 127 setups, if no axis is requested, if the frequencies are
