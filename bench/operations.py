@@ -24,6 +24,7 @@ OPERATIONS = [
     ("flag clip and trim", "flag IN OUT --clip 4 --trim 10%"),
     ("shift", "shift IN OUT --ra 3 --dec -2 --source 1,2"),
     ("average 60 s", "average IN --interval 60 -o OUT"),
+    ("solve for phases", "solve IN --model point --interval 1 -o OUT"),
     ("sort, in order", "sort IN OUT"),
     ("sort, shuffled", "sort SHUFFLED OUT"),
     ("sort, shuffled, 16 MiB", "sort SHUFFLED OUT --memory 16"),

@@ -10,6 +10,7 @@
 #include "apps/zeltra/plot/PictureFile.h"
 #include "zeltra/calibration/AGainMeanInfo.h"
 #include "zeltra/calibration/FindGains.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/core/WriteWholeFile.h"
 #include "zeltra/platform/System.h"
@@ -61,7 +62,7 @@ AResult PrintInfo(const AGains& gains, TableFormat format) {
     printer.Integer(info.valid);
     for (const double value : {info.meanModulus, info.modulusScatter, info.phaseDrift * kDegreesPerRadian * 3600,
                                info.phaseScatter * kDegreesPerRadian, info.meanSNR}) {
-      format == TableFormat::Text ? printer.Real(static_cast<float>(value)) : printer.Real(value);
+      format == TableFormat::Text ? printer.Text(RoundedNumber(value, 5)) : printer.Real(value);
     }
     printer.EndRow();
   }

@@ -1,20 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <string>
-#include <vector>
-
+#include "tests/support/Elements.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/analysis/ABaseClosedSearch.h"
 #include "zeltra/analysis/ABaseLine.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXGroup.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::TempFile;
 
 AUVXGroup GroupOf(int source, int ant1, int ant2, int flag = 0) {
   AUVXGroup group;
@@ -105,13 +99,11 @@ TEST(BaseLine, AdoptsABlockAndKeepsItsImageInAFile) {
   block[0] = ABaseLineItem(1, 2, false);
   block[1] = ABaseLineItem(1, -3, true);
   ABaseLine list(block, 2);
-  TempFile file;
-  AFile f;
-  ASSERT_TRUE(f.Open(file.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary));
-  ASSERT_TRUE(list.Store(f));
+  OpenTempFile file;
+  ASSERT_TRUE(list.Store(file));
   EXPECT_EQ(file.Bytes(), std::string("\2\0\0\0\1\2\0\1\xFD\1", 10));
-  f.Seek(0);
-  EXPECT_EQ(Texts(ABaseLine(f)), Texts(list));
+  file.Seek(0);
+  EXPECT_EQ(Texts(ABaseLine(file)), Texts(list));
 }
 
 #pragma GCC diagnostic push
@@ -122,10 +114,7 @@ class Search : public ABaseClosedSearch {
 
   std::vector<std::vector<int>> Chains() const {
     std::vector<std::vector<int>> chains;
-    for (int i = 0; i < loops().count(); ++i) {
-      const AArray<int>& chain = *loops()(i);
-      chains.emplace_back(chain.lpArray(), chain.lpArray() + chain.count());
-    }
+    for (int i = 0; i < loops().count(); ++i) chains.push_back(Elements(*loops()(i)));
     return chains;
   }
 
@@ -164,8 +153,7 @@ TEST(ClosedSearch, FindsChainsUpToTheLongestLengthInDepthFirstOrder) {
 
 TEST(ClosedSearch, KnowsOnlyBaselinesThatAreThere) {
   Search search({ABL(200, 3), ABL(7, 7), ABL(3, 1), ABL(200, 3)});
-  EXPECT_EQ(std::vector<int>(search.GetScopeMap().lpArray(), search.GetScopeMap().lpArray() + 3),
-            (std::vector<int>{1, 3, 200}));
+  EXPECT_EQ(Elements(search.GetScopeMap()), (std::vector<int>{1, 3, 200}));
   ASSERT_TRUE(search.SearchBL(ABL(200, 3)));
   EXPECT_EQ(search.Chains(), Chains{{4}}) << "the later of two equal baselines counts";
   EXPECT_FALSE(search.SearchBL(ABL(1, 200)));
@@ -175,4 +163,4 @@ TEST(ClosedSearch, KnowsOnlyBaselinesThatAreThere) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

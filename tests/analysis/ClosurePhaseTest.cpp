@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <array>
-#include <numbers>
-#include <string>
-#include <vector>
-
+#include "tests/support/Elements.h"
+#include "tests/support/Test.h"
 #include "zeltra/analysis/A3Tlscs.h"
 #include "zeltra/analysis/ABaseLine.h"
 #include "zeltra/analysis/AClosePhaseArray.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
@@ -25,10 +20,6 @@ std::vector<std::string> Texts(const A3Tlscs& list) {
   std::vector<std::string> texts;
   for (int i = 0; i < list.count(); ++i) texts.push_back(list(i).asString());
   return texts;
-}
-
-std::vector<double> Numbers(const AArray<double>& a) {
-  return {a.lpArray(), a.lpArray() + a.count()};
 }
 
 using Strings = std::vector<std::string>;
@@ -123,9 +114,9 @@ TEST(ClosurePhases, OfTheSameTimeReplaceEachOther) {
   AddInterval(phases, 0, 10.0, 3, 0, 0);
   AddInterval(phases, 1, 10.0, 0.5, 0, 0);
   ASSERT_EQ(phases.count(), 1);
-  EXPECT_EQ(Numbers(phases(0)->times), (List{10, 11}));
-  EXPECT_EQ(Numbers(phases(0)->phases1), (List{0.5, 2}));
-  EXPECT_EQ(Numbers(phases(0)->phases0), (List{3}));
+  EXPECT_EQ(Elements(phases(0)->times), (List{10, 11}));
+  EXPECT_EQ(Elements(phases(0)->phases1), (List{0.5, 2}));
+  EXPECT_EQ(Elements(phases(0)->phases0), (List{3}));
 }
 
 TEST(ClosurePhases, AreCollectedForUsableTrianglesInTheirOrder) {
@@ -157,4 +148,4 @@ TEST(ClosurePhases, AreCollectedForUsableTrianglesInTheirOrder) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,18 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <limits>
-#include <memory>
-#include <numbers>
-#include <vector>
-
+#include "tests/support/Elements.h"
+#include "tests/support/Test.h"
 #include "zeltra/analysis/AUVXTimeMeanArray.h"
 #include "zeltra/uvx/AUVXGroup.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
@@ -39,11 +31,8 @@ void ExpectValue(const AUVXTimeMeanArray& means, int i, int k, double re, double
 }
 
 std::vector<std::array<int, 3>> Triangles(const AArray<AClosePhItem>* list) {
-  const std::unique_ptr<const AArray<AClosePhItem>> owned(list);
   std::vector<std::array<int, 3>> triangles;
-  for (int i = 0; i < list->count(); ++i) {
-    triangles.push_back({(*list)(i).base1, (*list)(i).base2, (*list)(i).base3});
-  }
+  for (const AClosePhItem& item : Elements(list)) triangles.push_back({item.base1, item.base2, item.base3});
   return triangles;
 }
 
@@ -102,7 +91,7 @@ TEST(TimeMean, KeepsBaselinesSortedAndRecordsOfAnySize) {
   means.DeleteItems(0, 1);
   AArray<int> antennas;
   ASSERT_EQ(means.GetScopeMap(antennas), 3);
-  EXPECT_EQ(std::vector<int>(antennas.lpArray(), antennas.lpArray() + 3), (std::vector<int>{1, 3, 5}));
+  EXPECT_EQ(Elements(antennas), (std::vector<int>{1, 3, 5}));
 }
 
 TEST(TimeMean, NotesTimesAndPositions) {
@@ -145,4 +134,4 @@ TEST(TimeMean, ClosesEveryTriangleOnce) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

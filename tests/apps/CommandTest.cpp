@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <limits>
 #include <nlohmann/json.hpp>
+
 #include <sstream>
 
 #include "tests/support/RunZeltra.h"
 #include "tests/support/SyntheticFITS.h"
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 
 #ifndef _WIN32
 #include <sys/wait.h>
@@ -46,11 +44,12 @@ class Given : public TempFile {
 };
 
 TEST(Command, TellsItsUsage) {
+  const std::string all = RunZeltra({"--help"}).out;
   for (const char* command : {"import", "export", "info", "records", "table", "simulate", "register"}) {
     const Finished help = RunZeltra({command, "--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_THAT(help.out, HasSubstr(std::string("Usage: zeltra ") + command));
-    EXPECT_THAT(RunZeltra({"--help"}).out, HasSubstr(command));
+    EXPECT_THAT(all, HasSubstr(command));
   }
   EXPECT_THAT(RunZeltra({"--version"}).out, StartsWith("zeltra "));
   const std::vector<std::vector<std::string>> mistakes = {{},
@@ -148,10 +147,9 @@ TEST(InfoCommand, PrintsAPage) {
 }
 
 TEST(InfoCommand, TellsOfDamagedTables) {
-  SyntheticUVXTable table{"ZZ", 1};
+  SyntheticUVXTable table{"ZZ"};
   table.columns = {{"LONG", "", "1J"}};
-  Append(table.data, int32_t{5});
-  SyntheticUVX builder = SyntheticUVX().Table(table);
+  SyntheticUVX builder = SyntheticUVX().Table(table.Row(5));
   // The number of rows lies behind the ID and the number of keywords, which is 0.
   const Given file(builder.Put(builder.DirectoryOffset() + 2050 + 6, 1 << 30));
   const Finished run = RunZeltra({"info", file.path(), "--json"});
@@ -254,16 +252,10 @@ TEST(TableCommand, PrintsRows) {
 }
 
 TEST(TableCommand, PrintsEveryKindOfColumn) {
-  SyntheticUVXTable table{"ZZ", 1};
+  SyntheticUVXTable table{"ZZ"};
   table.columns = {{"TEXT", "", "8A"}, {"FLAG", "", "2L"},   {"BITS", "", "8X"},   {"SHORT", "", "1I"},
                    {"LONG", "", "1J"}, {"SINGLE", "", "1E"}, {"DOUBLE", "", "1D"}, {"NONE", "", "0D"}};
-  AppendText(table.data, "a,\"b\"", 8, ' ');
-  AppendText(table.data, "TF", 2);
-  Append(table.data, uint8_t{0x80});
-  Append(table.data, int16_t{-7});
-  Append(table.data, int32_t{2147483647});
-  Append(table.data, 0.1f);
-  Append(table.data, 0.1);
+  table.Row(std::string("a,\"b\"   TF"), uint8_t{0x80}, int16_t{-7}, 2147483647, 0.1f, 0.1);
   const Given file(SyntheticUVX().Table(table).Table({"ZZ"}));
   const Finished run = RunZeltra({"table", file.path(), "ZZ", "--csv"});
   ASSERT_EQ(run.code, 0) << run.err;
@@ -274,8 +266,8 @@ TEST(TableCommand, PrintsEveryKindOfColumn) {
   EXPECT_EQ(RunZeltra({"table", file.path(), "ZZ", "--version", "2", "--json"}).out, "[]\n");
 }
 
-TEST(SimulateCommand, MakesAFile) {
-  const TempFile file("uvx");
+TEST(SimulateCommand, MakesAFileOfAnyName) {
+  const TempFile file("\xC3\xA9t\xC3\xA9 \xD1\x82\xD0\xB5\xD1\x81\xD1\x82.uvx");
   const std::vector<std::string> arguments = {"simulate",   file.path(), "--minutes", "2",
                                               "--antennas", "3",         "--ifs",     "1"};
   ASSERT_EQ(RunZeltra(arguments).code, 0);
@@ -288,13 +280,6 @@ TEST(SimulateCommand, MakesAFile) {
   EXPECT_EQ(again.code, 1);
   EXPECT_THAT(again.err, HasSubstr("exists"));
   EXPECT_EQ(RunZeltra({"simulate", file.path(), "--force", "--seed", "18446744073709551615"}).code, 0);
-}
-
-TEST(SimulateCommand, TakesAnyFileName) {
-  const TempFile file("\xC3\xA9t\xC3\xA9 \xD1\x82\xD0\xB5\xD1\x81\xD1\x82.uvx");
-  ASSERT_EQ(RunZeltra({"simulate", file.path(), "--minutes", "1"}).code, 0);
-  EXPECT_TRUE(file.exists());
-  EXPECT_EQ(RunZeltra({"info", file.path()}).code, 0);
 }
 
 TEST(Command, CountsTimesOfDayFromTheObservationDate) {

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 
 #include "apps/zeltra/plot/Chart.h"
 #include "apps/zeltra/plot/Contours.h"
@@ -10,6 +7,7 @@
 #include "apps/zeltra/plot/Ticks.h"
 #include "tests/support/RunZeltra.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 
 namespace zeltra::test {
 namespace {
@@ -229,23 +227,23 @@ TEST_F(Pictures, OfSkiesTellWhatTheyShow) {
   MoveIntoPlace(svg, out.path(), true);
   for (const char* text :
        {"3C273 · I · 8.414 GHz · 2020-03-20", "data:image/png;base64,iVBORw0KGgo", ">Relative declination (mas)<",
-        ">Jy/beam<", "<ellipse ", " times the rms<", ">beam ", " pixels lie above the colours", ">contours at 1 times ",
-        ">colours by asinh: linear below the rms of "}) {
+        ">Jy/beam<", "<ellipse ", " times the rms<", ">beam ", " pixels lie above the colours",
+        ">contours at 1 times ", ">colours by asinh: linear below the rms of "}) {
     EXPECT_NE(out.Bytes().find(text), std::string::npos) << text;
   }
 }
 
-TEST_F(Pictures, BecomePNGWhereTheSystemCan) {
-  const TempFile png("x.png");
+TEST_F(Pictures, BecomePNGWhereTheCommandWasBuiltWithIt) {
+  const TempFile png("png"), drawn("png");
   const Finished run = RunZeltra({"plot", uvx_.path(), "uv", png.path() + ".png", "--source", "1"});
-  const TempFile drawn("png");
   MoveIntoPlace(png.path() + ".png", drawn.path(), true);
-  if (run.code == 0) {
-    EXPECT_THAT(drawn.Bytes(), StartsWith("\x89PNG\r\n"));
-  } else {
-    EXPECT_THAT(run.err, HasSubstr("name it .svg"));
-    EXPECT_FALSE(drawn.exists());
-  }
+#ifdef ZELTRA_HAS_RSVG
+  EXPECT_EQ(run.code, 0) << run.err;
+  EXPECT_THAT(drawn.Bytes(), StartsWith("\x89PNG\r\n"));
+#else
+  EXPECT_THAT(run.err, HasSubstr("name it .svg"));
+  EXPECT_FALSE(drawn.exists());
+#endif
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "tests/support/RunZeltra.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/desktop/FileNames.h"
 #include "zeltra/desktop/FileTypes.h"
 

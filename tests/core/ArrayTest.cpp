@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <limits>
 #include <numeric>
 
+#include "tests/support/Elements.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/AMatrix.h"
 #include "zeltra/core/AObjArray.h"
 #include "zeltra/core/APtrArray.h"
@@ -12,16 +11,8 @@
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::TempFile;
-constexpr int kUpdate = AFile::ReadWrite | AFile::Binary;
-constexpr int kCreate = kUpdate | AFile::Create;
-
-std::vector<int> Values(const AArray<int>& a) {
-  return std::vector<int>(a.lpArray(), a.lpArray() + a.count());
-}
 
 AArray<int> Counted(int n) {
   AArray<int> a;
@@ -46,7 +37,7 @@ TEST(Array, GrowsByItsFixedStep) {
   EXPECT_EQ(takenSizes, (std::vector<int>{256, 512, 768}));
   std::vector<int> expected(700);
   std::iota(expected.begin(), expected.end(), 0);
-  EXPECT_EQ(Values(a), expected);
+  EXPECT_EQ(Elements(a), expected);
   TracingArray sum;
   sum += a;
   EXPECT_EQ(takenSizes.back(), 700) << "appending takes no slack";
@@ -55,13 +46,13 @@ TEST(Array, GrowsByItsFixedStep) {
 TEST(Array, InsertsAndDeletesInPlace) {
   AArray<int> a = Counted(5);
   EXPECT_EQ(a.InsertAt(1, a(4)), 1);
-  EXPECT_EQ(Values(a), (std::vector<int>{0, 4, 1, 2, 3, 4}));
+  EXPECT_EQ(Elements(a), (std::vector<int>{0, 4, 1, 2, 3, 4}));
   EXPECT_EQ(a.DeleteItems(1, 2), 4);
-  EXPECT_EQ(Values(a), (std::vector<int>{0, 2, 3, 4}));
+  EXPECT_EQ(Elements(a), (std::vector<int>{0, 2, 3, 4}));
   EXPECT_EQ(a.DeleteItems(2, 100), 2);
   EXPECT_EQ(a.DeleteItems(1, std::numeric_limits<int>::max()), 1);
   a = 7;
-  EXPECT_EQ(Values(a), std::vector<int>{7});
+  EXPECT_EQ(Elements(a), std::vector<int>{7});
 }
 
 TEST(Array, MovesItsBlockAndLeavesAnEmptyArray) {
@@ -85,23 +76,21 @@ TEST(Array, FreeEmptiesAndTheArrayStaysUsable) {
   EXPECT_EQ(a.count(), 0);
   EXPECT_EQ(a.lpArray(), nullptr);
   a.Add(5);
-  EXPECT_EQ(Values(a), std::vector<int>{5});
+  EXPECT_EQ(Elements(a), std::vector<int>{5});
   EXPECT_EQ(a.GrowBy(10).ZeroInit().count(), 10);
-  EXPECT_EQ(Values(a), std::vector<int>(10, 0));
+  EXPECT_EQ(Elements(a), std::vector<int>(10, 0));
   a = AArray<int>();
   EXPECT_EQ(a.lpArray(), nullptr);
 }
 
 TEST(ArrayImage, IsACountAndTheElements) {
-  TempFile temp;
-  AFile file;
-  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  OpenTempFile file;
   AArray<short> a;
   a.Add(0x0201);
   a.Add(-1);
   EXPECT_TRUE(a.Store(file));
   EXPECT_TRUE(AArray<short>().Store(file));
-  EXPECT_EQ(temp.Bytes(), std::string("\2\0\0\0\1\2\xff\xff\0\0\0\0", 12));
+  EXPECT_EQ(file.Bytes(), std::string("\2\0\0\0\1\2\xff\xff\0\0\0\0", 12));
   file.Seek(0);
   AArray<short> b(file);
   ASSERT_EQ(b.count(), 2);
@@ -114,10 +103,7 @@ TEST(ArrayImage, IsACountAndTheElements) {
 
 TEST(ArrayImage, RefusesCountsThatTheFileCannotHold) {
   for (const int32_t count : {-1, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max(), 3}) {
-    TempFile temp;
-    temp.Put(std::string(reinterpret_cast<const char*>(&count), 4) + "12345678");
-    AFile file;
-    ASSERT_TRUE(file.Open(temp.c_str(), kUpdate));
+    OpenTempFile file(std::string(reinterpret_cast<const char*>(&count), 4) + "12345678");
     AArray<int> a = Counted(3);
     EXPECT_FALSE(a.Load(file)) << count;
     EXPECT_EQ(a.count(), 0);
@@ -172,21 +158,17 @@ TEST(ObjArray, KeepsConstructedElements) {
   a.InsertAt(0, {"abc"});
   a += a;
   a.DeleteItems(1, 2);
-  ASSERT_EQ(a.count(), 2);
   EXPECT_EQ(a(0).text + a(1).text, "abcnew");
   a.GrowBy(8, 1);
-  TempFile temp;
-  AFile file;
-  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  OpenTempFile file;
   EXPECT_TRUE(a.Store(file));
-  EXPECT_EQ(temp.Bytes().substr(0, 10), std::string("\10\0\0\0abcnew", 10));
+  EXPECT_EQ(file.Bytes().substr(0, 10), std::string("\10\0\0\0abcnew", 10));
   file.Seek(0);
   AObjArray<Named> b;
   EXPECT_TRUE(b.Load(file));
   EXPECT_EQ(b.count(), 8);
-  temp.Put(std::string("\xff\xff\xff\x7f", 4) + "abc");
-  file.Seek(0);
-  EXPECT_FALSE(b.Load(file));
+  OpenTempFile cut(std::string("\xff\xff\xff\x7f", 4) + "abc");
+  EXPECT_FALSE(b.Load(cut));
 }
 
 // Takes one byte of a file and far more of memory.
@@ -198,10 +180,7 @@ struct Large {
 };
 
 TEST(ObjArray, LoadsInLinearTimeWithinTheBytesOfTheFile) {
-  TempFile temp;
-  temp.Put(std::string("\xe8\3\0\0", 4) + std::string(1000, 'x'));
-  AFile file;
-  ASSERT_TRUE(file.Open(temp.c_str(), AFile::Binary));
+  OpenTempFile file(std::string("\xe8\3\0\0", 4) + std::string(1000, 'x'));
   AObjArray<Large> a(0, 0, 1);
   ASSERT_TRUE(a.Load(file));
   EXPECT_EQ(a.count(), 1000);
@@ -210,14 +189,12 @@ TEST(ObjArray, LoadsInLinearTimeWithinTheBytesOfTheFile) {
 }
 
 TEST(Matrix, IsLineMajorOnDisk) {
-  TempFile temp;
-  AFile file;
-  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  OpenTempFile file;
   AMatrix<short> m(2, 3);
   m(0, 0) = 1;
   m(1, 2) = 6;
   EXPECT_TRUE(m.Store(file));
-  EXPECT_EQ(temp.Bytes(), std::string("\2\0\0\0\3\0\0\0\1\0\0\0\0\0\0\0\0\0\6\0", 20));
+  EXPECT_EQ(file.Bytes(), std::string("\2\0\0\0\3\0\0\0\1\0\0\0\0\0\0\0\0\0\6\0", 20));
   file.Seek(0);
   AMatrix<short> copy;
   copy = AMatrix<short>(file);
@@ -277,4 +254,4 @@ TEST(Text, FieldsEndAtTheFirstZeroByteAndAreCut) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <limits>
-
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/ABitMatrix.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::TempFile;
-constexpr int kUpdate = AFile::ReadWrite | AFile::Binary;
-constexpr int kCreate = kUpdate | AFile::Create;
 
 std::string Little(int32_t value) {
   return std::string(reinterpret_cast<const char*>(&value), sizeof value);
@@ -55,15 +48,13 @@ TEST(BitArray, ResizingClearsAndReusesTheSameBytes) {
 }
 
 TEST(BitArrayImage, IsACountAndTheBytes) {
-  TempFile temp;
-  AFile file;
-  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  OpenTempFile file;
   ABitArray a(10);
   a(0, 1);
   a(9, 1);
   EXPECT_TRUE(a.Store(file));
   EXPECT_TRUE(ABitArray(0).Store(file));
-  EXPECT_EQ(temp.Bytes(), Little(10) + "\1\2" + Little(0));
+  EXPECT_EQ(file.Bytes(), Little(10) + "\1\2" + Little(0));
   file.Seek(0);
   ABitArray b(file);
   EXPECT_EQ(b.count(), 10);
@@ -79,27 +70,20 @@ TEST(BitArrayImage, IsACountAndTheBytes) {
 TEST(BitArrayImage, RefusesSizesThatTheFileCannotHold) {
   constexpr int32_t kLargest = std::numeric_limits<int32_t>::max();
   for (const int32_t n : {-1, std::numeric_limits<int32_t>::min(), kLargest, 33}) {
-    TempFile temp;
-    temp.Put(Little(n) + "1234");
-    AFile file;
-    ASSERT_TRUE(file.Open(temp.c_str(), kUpdate));
+    OpenTempFile file(Little(n) + "1234");
     ABitArray a(8);
     EXPECT_FALSE(a.Load(file)) << n;
     EXPECT_EQ(a.count(), 0);
     for (const std::string& shape :
          {Little(n) + Little(9), Little(2) + Little(n), Little(kLargest) + Little(kLargest)}) {
-      temp.Put(shape + "123");
-      file.Seek(0);
+      OpenTempFile matrix(shape + "123");
       ABitMatrix m(1, 1);
-      EXPECT_FALSE(m.Load(file)) << n;
+      EXPECT_FALSE(m.Load(matrix)) << n;
       EXPECT_EQ(m.Rows() + m.Columns(), 0);
     }
   }
-  TempFile cut;
-  cut.Put(std::string(3, '\0'));
-  AFile file;
-  ASSERT_TRUE(file.Open(cut.c_str(), kUpdate));
-  EXPECT_FALSE(ABitArray(1).Load(file)) << "a count cut short";
+  OpenTempFile cut(std::string(3, '\0'));
+  EXPECT_FALSE(ABitArray(1).Load(cut)) << "a count cut short";
 }
 
 TEST(BitMatrix, ResizesOnlyWhenBothDimensionsDiffer) {
@@ -119,15 +103,13 @@ TEST(BitMatrix, ResizesOnlyWhenBothDimensionsDiffer) {
 }
 
 TEST(BitMatrixImage, StartsEachRowOnAByte) {
-  TempFile temp;
-  AFile file;
-  ASSERT_TRUE(file.Open(temp.c_str(), kCreate));
+  OpenTempFile file;
   ABitMatrix m(2, 9);
   m(0, 8, 1);
   m(1, 0, 1);
   EXPECT_EQ(m(1, 7, -1), 1);
   EXPECT_TRUE(m.Store(file));
-  EXPECT_EQ(temp.Bytes(), Little(2) + Little(9) + std::string("\0\1\x81\0", 4));
+  EXPECT_EQ(file.Bytes(), Little(2) + Little(9) + std::string("\0\1\x81\0", 4));
   file.Seek(0);
   ABitMatrix loaded(file), copy(1, 1);
   copy = loaded;
@@ -137,4 +119,4 @@ TEST(BitMatrixImage, StartsEachRowOnAByte) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AStreamFile.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::TempFile;
 
 constexpr int kUpdate = AFile::WriteOnly | AFile::Binary;
 constexpr int kCreate = AFile::WriteOnly | AFile::Create | AFile::Binary;
@@ -234,4 +229,4 @@ TEST(MoveIntoPlace, NeverReplacesUnlessTold) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -2,9 +2,10 @@
 #include "zeltra/core/JobDescription.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-namespace zeltra {
+#include "tests/support/Test.h"
+
+namespace zeltra::test {
 namespace {
 
 using testing::ElementsAre;
@@ -83,4 +84,4 @@ TEST(JobDescription, ComplainsInOneSentence) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,20 +1,19 @@
 // Files on systems with links, permissions and pipes that have names.
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/AFile.h"
 #include "zeltra/core/WriteWholeFile.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::TempFile;
 
 TEST(OutputFile, StandsWhereLinksLead) {
   const TempFile link, middle, target;
@@ -72,4 +71,4 @@ TEST(OutputFile, ReplacesRegularFilesOnly) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -2,12 +2,12 @@
 #include "zeltra/core/Parse.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include "tests/support/Test.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 using testing::ElementsAre;
@@ -106,4 +106,4 @@ TEST(Parse, ReadsListsAndLines) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -17,7 +17,7 @@
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/platform/System.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -106,31 +106,24 @@ class Dialogs : public testing::Test {
   const std::string filter_ = "UVX files (*.uvx)|*.uvx";
 };
 
-TEST_F(Dialogs, OpenTheFileThatIsTyped) {
-  std::string path = "3C273.uvx";
-  {
-    const Person person("open-file", IDOK, Type(L"M87.uvx"));
-    EXPECT_TRUE(fnFileDialog1(path, filter_, root_, true, ".uvx", OFN_HIDEREADONLY | OFN_FILEMUSTEXIST));
+TEST_F(Dialogs, GiveTheFileThatIsTypedOrProposed) {
+  const struct {
+    const char* picture;
+    std::wstring typed;
+    std::string proposed, extension, answer;
+    bool open;
+  } cases[] = {{"open-file", L"M87.uvx", "3C273.uvx", ".uvx", "M87.uvx", true},
+               {"open-proposed-file", L"", root_ + "/3C273.uvx", "uvx", "3C273.uvx", true},
+               {"save-file", L"Cygnus \u0416", "", "uvx", "Cygnus \xD0\x96.uvx", false}};
+  for (const auto& c : cases) {
+    std::string path = c.proposed;
+    {
+      const Person person(c.picture, IDOK, c.typed.empty() ? [](HWND) {} : Type(c.typed));
+      const int flags = OFN_HIDEREADONLY | (c.open ? OFN_ALLOWMULTISELECT : OFN_OVERWRITEPROMPT);
+      EXPECT_TRUE(fnFileDialog1(path, filter_, c.typed.empty() ? "" : root_, c.open, c.extension, flags));
+    }
+    EXPECT_EQ(path, root_ + "\\" + c.answer);
   }
-  EXPECT_EQ(path, root_ + "\\M87.uvx");
-}
-
-TEST_F(Dialogs, OpenTheFileThatIsProposed) {
-  std::string path = root_ + "/3C273.uvx";
-  {
-    const Person person("open-proposed-file", IDOK);
-    EXPECT_TRUE(fnFileDialog1(path, filter_, "", true, "uvx", OFN_HIDEREADONLY | OFN_ALLOWMULTISELECT));
-  }
-  EXPECT_EQ(path, root_ + "\\3C273.uvx");
-}
-
-TEST_F(Dialogs, SaveUnderANameWithTheDefaultExtension) {
-  std::string path;
-  {
-    const Person person("save-file", IDOK, Type(L"Cygnus \u0416"));
-    EXPECT_TRUE(fnFileDialog1(path, filter_, root_, false, "uvx", OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT));
-  }
-  EXPECT_EQ(path, root_ + "\\Cygnus \xD0\x96.uvx");
 }
 
 TEST_F(Dialogs, CancelledChangeNothing) {
@@ -146,20 +139,16 @@ TEST_F(Dialogs, CancelledChangeNothing) {
   EXPECT_EQ(path, "M87.uvx");
 }
 
-TEST_F(Dialogs, ChooseTheFolderThatIsPreselected) {
+TEST_F(Dialogs, ChooseAFolderPreselectedOrAnother) {
+  CWnd owner{CreateWindowExW(0, L"STATIC", L"Host", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 200, 100, nullptr, nullptr,
+                             nullptr, nullptr)};
+  ASSERT_TRUE(owner.handle);
   std::string path;
   {
     const Person person("folder", IDOK);
     EXPECT_TRUE(BrowseForFolder(nullptr, path, root_ + "/maps", "Folder for the maps"));
   }
   EXPECT_EQ(path, root_ + "\\maps");
-}
-
-TEST_F(Dialogs, ChooseAnotherFolderForAWindow) {
-  CWnd owner{CreateWindowExW(0, L"STATIC", L"Host", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 200, 100, nullptr, nullptr,
-                             nullptr, nullptr)};
-  ASSERT_TRUE(owner.handle);
-  std::string path;
   {
     const Person person("folder-other", IDOK, [&](HWND dialog) {
       EXPECT_EQ(GetWindow(dialog, GW_OWNER), owner.handle);
@@ -211,4 +200,4 @@ TEST_F(Dialogs, AProgressBarReceivesRangePositionAndText) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

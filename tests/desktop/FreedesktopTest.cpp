@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/desktop/FileCopy.h"
 #include "zeltra/desktop/FileDialogs.h"
 #include "zeltra/desktop/FileNames.h"
 #include "zeltra/desktop/FileTypes.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::TempFile;
 
 TEST(FileCopyToAFullDisk, FailsWhenOnlyAPartOfAChunkArrives) {
   TempFile from("from"), to("to");
@@ -45,17 +44,13 @@ TEST(FileCopyToALink, OfTheSourceLosesNothing) {
 }
 
 std::string Text(const std::string& path) {
-  AFile file;
-  if (!file.Open(path.c_str(), AFile::Binary)) return "(no such file)";
-  std::string text(static_cast<size_t>(file.GetFileSize()), '\0');
-  return ReadWhole(file, text.data(), file.GetFileSize()) ? text : "(unreadable)";
+  std::ifstream file(path);
+  return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "(no such file)";
 }
 
 void Put(const std::string& path, const std::string& text) {
   fs::create_directories(getfPath(path));
-  AFile file;
-  ASSERT_TRUE(file.Open(path.c_str(), AFile::WriteOnly | AFile::Create | AFile::Binary));
-  ASSERT_TRUE(WriteWhole(file, text.data(), static_cast<int64>(text.size())));
+  std::ofstream(path) << text;
 }
 
 // A user of an otherwise empty system, who has no programs but those that a test installs.
@@ -255,11 +250,11 @@ TEST_F(FileDialogs, FallBackToKDialog) {
 
 TEST_F(FileDialogs, ThatAreCancelledOrMissingChangeNothing) {
   std::string path = "unchanged";
-  EXPECT_FALSE(fnFileDialog1(path, "", "", true, "", 0));
-  EXPECT_FALSE(BrowseForFolder(nullptr, path, "", ""));
-  Install("zenity", "echo /data/x; exit 1");
-  EXPECT_FALSE(fnFileDialog1(path, "", "", true, "", 0));
-  EXPECT_FALSE(BrowseForFolder(nullptr, path, "", ""));
+  for (const bool isMissing : {true, false}) {
+    EXPECT_FALSE(fnFileDialog1(path, "", "", true, "", 0)) << isMissing;
+    EXPECT_FALSE(BrowseForFolder(nullptr, path, "", "")) << isMissing;
+    Install("zenity", "echo /data/x; exit 1");
+  }
   EXPECT_EQ(path, "unchanged");
 }
 
@@ -274,4 +269,4 @@ TEST_F(FileDialogs, ChooseAFolderInAHostThatIgnoresItsChildren) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

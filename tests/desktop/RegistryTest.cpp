@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 #include <stdio.h>
 
+#include "tests/support/Test.h"
 #include "zeltra/desktop/FileNames.h"
 #include "zeltra/desktop/FileTypes.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 std::string Command(const std::string& command) {
@@ -99,4 +99,4 @@ TEST_F(FileTypes, NeedAName) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

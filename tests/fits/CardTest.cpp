@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <climits>
 #include <clocale>
-#include <cmath>
-#include <string>
 
+#include "tests/support/Test.h"
 #include "zeltra/fits/FITSCards.h"
 #include "zeltra/fits/ParseFITSstr.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 ParseFITSstr Parsed(const std::string& card) {
@@ -135,4 +131,4 @@ TEST(CardWrite, ShortensExponentsAndDates) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

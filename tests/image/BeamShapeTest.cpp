@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/image/BeamShape.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
 
-#include <cmath>
-#include <numbers>
-
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 TEST(BeamSums, GiveTheCurvatureOfTheBeamAndItsNoise) {
@@ -39,4 +36,4 @@ TEST(BeamSums, GiveNoBeamOfOneLineAndACircleOfACross) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

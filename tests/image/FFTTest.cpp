@@ -1,20 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/image/FFT.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cmath>
 #include <complex>
-#include <cstring>
-#include <limits>
-#include <numbers>
 #include <random>
-#include <utility>
 
 #include "tests/support/PlainFFT.h"
+#include "tests/support/Test.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 int Transform(AMatrix<std::complex<float>>& m, int dir, int threads) {
@@ -74,7 +67,7 @@ TEST(FFTBits, EqualThePlainStepsInLinesColumnsAndSquares) {
   for (int n = 1; n <= 65536; n *= 2) {
     ExpectPlainBits(1, n, {1});
     ExpectPlainBits(n, 1, {2});
-    if (n <= 2048) ExpectPlainBits(n, n, {2});
+    if (n <= 1024) ExpectPlainBits(n, n, {2});
   }
 }
 
@@ -86,7 +79,7 @@ TEST(FFTBits, EqualThePlainStepsForEveryShapeAndThreadCount) {
   }
   ExpectPlainBits(16, 32, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16});
   ExpectPlainBits(512, 37, {1, 2, 7, 16});
-  ExpectPlainBits(100, 2048, {1, 2, 7, 16});
+  ExpectPlainBits(100, 2048, {1, 7});
   ExpectPlainBits(32768, 5, {2});
 }
 
@@ -103,30 +96,6 @@ TEST(FFTLengths, ThoseThatTheLogarithmMissesStayAsTheyAre) {
   }
   for (const int n : {1, 2, 4, 16, 32, 256, 512, 1024, 2048, 32768, 65536, 131072, 1048576}) {
     EXPECT_EQ(lastOfAnImpulse(n), 1.0f) << n;
-  }
-}
-
-TEST(FFTLengths, LinesAndColumnsAreJudgedApart) {
-  for (const int length : {6, 8}) {
-    AMatrix<std::complex<double>> m(16, length);
-    m(0, 2) = 3;
-    ASSERT_TRUE(MT_FFT_Matr_D(m, -1, 2));
-    for (int i = 0; i < 16; ++i) {
-      for (int j = 0; j < length; ++j) EXPECT_EQ(m(i, j), j == 2 ? 3.0 : 0.0) << i << ", " << j;
-    }
-  }
-  AMatrix<std::complex<double>> m = Noise<double>(8, 8);
-  const AMatrix<std::complex<double>> input = m;
-  ASSERT_TRUE(MT_FFT_Matr_D(m, 1, 2));
-  EXPECT_TRUE(SameBits(m, input));
-}
-
-TEST(FFTValues, ImpulseBecomesAConstantScaledInThePositiveDirection) {
-  for (const auto& [dir, value] : {std::pair{1, 1.0 / 256}, std::pair{-1, 1.0}}) {
-    AMatrix<std::complex<double>> m(16, 16);
-    m(0, 0) = 1;
-    ASSERT_TRUE(MT_FFT_Matr_D(m, dir, 3));
-    for (int i = 0; i < 256; ++i) EXPECT_EQ(m.lpArray()[i], value);
   }
 }
 
@@ -149,17 +118,6 @@ TEST(FFTValues, AWaveBecomesAPeakOnTheSideOfItsSign) {
       }
     }
   }
-}
-
-TEST(FFTValues, NegativeThenPositiveRestores) {
-  AMatrix<std::complex<double>> m = Noise<double>(256, 512);
-  const AMatrix<std::complex<double>> input = m;
-  ASSERT_TRUE(MT_FFT_Matr_D(m, -1, 2));
-  ASSERT_TRUE(MT_FFT_Matr_D(m, 1, 3));
-  double worst = 0;
-  for (size_t i = 0; i < Count(256, 512); ++i) worst = std::max(worst, std::abs(m.lpArray()[i] - input.lpArray()[i]));
-  // 34 stages of rounding at 1.1e-16 of values whose mean square stays that of the input; angles drift a little more.
-  EXPECT_LT(worst, 1e-13);
 }
 
 TEST(FFTThreads, AnyCountGivesTheSameBits) {
@@ -185,4 +143,4 @@ TEST(FFTLimits, AnEmptyMatrixAndValuesThatAreNotFiniteAreTaken) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

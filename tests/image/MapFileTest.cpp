@@ -1,21 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/image/AMapFile.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cmath>
-#include <limits>
-#include <memory>
-#include <vector>
-
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/Text.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::TempFile;
 using Complex = std::complex<float>;
 
 template <typename T>
@@ -252,4 +244,4 @@ TEST_F(MapFile, PlacesLinesBeyondFourGigabytes) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,20 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <chrono>
-#include <climits>
-#include <cmath>
-#include <cstdlib>
-#include <numbers>
-#include <utility>
-#include <vector>
 
+#include "tests/support/Test.h"
 #include "zeltra/image/AEllipse.h"
 #include "zeltra/image/ALine.h"
 #include "zeltra/image/APtInLine.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 using Pixels = std::vector<std::pair<int, int>>;
@@ -129,4 +121,4 @@ TEST(Ellipse, CutsTowardsZeroAndAtTheRangeOfPixels) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,26 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <complex>
-#include <limits>
 #include <map>
-#include <numbers>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/imaging/ImageUVX.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 using std::numbers::pi;
-using test::SyntheticRecord;
-using test::SyntheticUVX;
-using test::TempFile;
 using testing::HasSubstr;
 using Complex = std::complex<double>;
 
@@ -349,4 +342,4 @@ TEST(ImageUVX, ShowsTheJetOfM87OnItsSide) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

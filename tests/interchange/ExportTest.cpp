@@ -1,19 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::SyntheticRecord;
-using test::SyntheticUVX;
-using test::TempFile;
 
 // A group adds its w to 0, so that no -0 comes back; the builder's first w is one.
 void NoNegativeZero(SyntheticRecord& r) {
@@ -72,4 +65,4 @@ TEST(Export, RefusesWhatItCannotWrite) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <limits>
-#include <memory>
 
 #include "tests/support/Progress.h"
 #include "tests/support/SyntheticFITS.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/AFITS.h"
 #include "zeltra/fits/AFITSRead.h"
@@ -26,12 +20,8 @@
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::SyntheticFITS;
-using test::SyntheticTable;
-using test::TempFile;
 
 constexpr double kDay = 2450000.5;
 
@@ -108,7 +98,7 @@ TEST(Import, NeverReplacesAFileUnasked) {
 }
 
 TEST(Import, ReportsItsStepsAndPercentages) {
-  test::Progress control;
+  Progress control;
   const TempFile in("uvfits"), out("uvx");
   in.Put(Small(3)
              .Groups(
@@ -509,4 +499,4 @@ TEST(ImportDamage, AbsurdNumbers) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -21,8 +21,8 @@
 
 namespace {
 
-constexpr const char* kKinds[] = {"open", "read",   "seek",  "stat",     "write",
-                                  "sync", "rename", "close", "truncate", "chmod"};
+constexpr const char* kKinds[] = {"open",   "read",   "seek",  "stat",     "write", "sync",
+                                  "folder", "rename", "close", "truncate", "chmod"};
 constexpr int kMostDescriptors = 1024;
 std::atomic<bool> watched[kMostDescriptors];
 std::atomic<int> calls[std::size(kKinds)];
@@ -154,7 +154,9 @@ int access(const char* path, int mode) {
 }
 
 int fsync(int descriptor) {
-  return Done("sync", IsWatched(descriptor), [&] { return Real<int(int)>("fsync")(descriptor); });
+  struct stat status {};
+  const bool isFolder = Real<int(int, struct stat*)>("fstat")(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+  return Done(isFolder ? "folder" : "sync", IsWatched(descriptor), [&] { return Real<int(int)>("fsync")(descriptor); });
 }
 
 int ftruncate(int descriptor, off_t size) {

@@ -1,5 +1,7 @@
-"""Run the command under test: the first two arguments of a test are the command and the folder of real files."""
+"""Run the command under test: the first two arguments of a test are the command and a path that the test needs, with
+--all its long form runs."""
 # SPDX-License-Identifier: MIT
+import glob
 import os
 import shutil
 import subprocess
@@ -14,15 +16,43 @@ except ImportError as missing:
     sys.exit(77)
 
 ZELTRA = os.path.abspath(sys.argv.pop(1))
-SHARED = sys.argv.pop(1)
+SHARED = os.path.abspath(sys.argv.pop(1))  # the folder of real files, but for tests of faults
+ALL = "--all" in sys.argv and not sys.argv.remove("--all")
+
+
+def run(*arguments, **options):
+    """The finished process."""
+    return subprocess.run([ZELTRA, *map(str, arguments)], **{"capture_output": True, "text": True, "errors": "surrogateescape", **options})
 
 
 def zeltra(*arguments):
     """What the command prints."""
-    done = subprocess.run([ZELTRA, *map(str, arguments)], capture_output=True, text=True)
+    done = run(*arguments)
     if done.returncode:
         raise AssertionError("zeltra %s: %s" % (" ".join(map(str, arguments)), done.stderr))
     return done.stdout
+
+
+def memory(*arguments):
+    """What the command prints, and the KiB of memory that it takes."""
+    # The launcher is small: a process counts the memory of the one that it was forked from.
+    launcher = ("import resource, subprocess, sys; code = subprocess.call(sys.argv[1:]); "
+                "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss, file=sys.stderr); sys.exit(code)")
+    done = run("-c", launcher, ZELTRA, *arguments, executable=sys.executable)
+    if done.returncode:
+        raise AssertionError("zeltra %s: %s" % (" ".join(map(str, arguments)), done.stderr))
+    return done.stdout, int(done.stderr.split()[-1])
+
+
+def contents(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def put(path, content):
+    with open(path, "wb") as file:
+        file.write(content)
+    return path
 
 
 class Case(unittest.TestCase):
@@ -34,3 +64,12 @@ class Case(unittest.TestCase):
 
     def path(self, name):
         return os.path.join(self.folder, name)
+
+    def simulated(self, *options):
+        zeltra("simulate", self.path("sim.uvx"), "--force", *options)
+        return self.path("sim.uvx")
+
+    def shared(self, name="*.uvfits"):
+        """Paths of real files."""
+        paths = sorted(glob.glob(os.path.join(SHARED, name)))
+        return paths or self.skipTest("no real files in " + SHARED)

@@ -6,40 +6,33 @@ usage: faults_test.py ZELTRA_COMMAND PRELOADED_LIBRARY [--all] [unittest argumen
 import errno
 import os
 import random
-import shutil
 import struct
-import subprocess
-import sys
-import tempfile
 import unittest
 
-ZELTRA, LIBRARY = map(os.path.abspath, (sys.argv.pop(1), sys.argv.pop(1)))
-ALL = "--all" in sys.argv and not sys.argv.remove("--all")
+from command import ALL, SHARED as LIBRARY, Case, contents, put, run, zeltra
+
 # Of each kind of call of each job so many fail, unless all do.
 SAMPLES = 2
 
 CALLS = {"open": [errno.EIO, errno.EMFILE], "read": [errno.EIO, 0, -1], "write": [errno.ENOSPC, 0, -1]}
-CALLS.update((call, [errno.EIO]) for call in ("seek", "stat", "sync", "rename", "close", "truncate", "chmod"))
+CALLS.update((call, [errno.EIO]) for call in ("seek", "stat", "sync", "folder", "rename", "close", "truncate", "chmod"))
 
 
-class Faults(unittest.TestCase):
+class Faults(Case):
     def setUp(self):
-        self.folder = tempfile.mkdtemp()
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.work = os.path.join(self.folder, "work")
+        super().setUp()
+        self.work = self.path("work")
         os.mkdir(self.work)
         self.uvx, self.uvfits = (os.path.join(self.work, name) for name in ("in.uvx", "in.uvfits"))
-        simulate = ["simulate", self.uvx, "--antennas", "5", "--minutes", "6", "--integration", "20", "--channels", "3"]
-        self.parts = os.path.join(self.work, "out.whole")
-        parts = [["average", self.uvx, "-o", self.parts, "--interval", "60", "--part", share] for share in ("1/2", "2/2")]
-        self.inputs = (self.uvx, self.uvfits, self.parts + ".1-of-2", self.parts + ".2-of-2")
-        for job in (simulate, ["export", self.uvx, self.uvfits], *parts):
-            subprocess.run([ZELTRA, *job, "-q"], check=True)
-        self.gains = os.path.join(self.work, "in.gain")
-        self.inputs += (self.gains,)
-        with open(self.gains, "wb") as file:  # one gain of antenna 1 for all times: docs/gain-format.md
-            file.write(struct.pack("<iiddi5h2hBB8s16si", 0x4E41475A, 1, 2458928.5, 8.4e9, 1, 0, 0, 0, 2, 2, -1, -2, 1, 0, b"", b"", 1))
-            file.write(struct.pack("<dfhbhBBhbfdddd", 2458928.8, 9e5, 0, 0, 0, 1, 1, 0, 0, 9, 1, 1, 0, 0))
+        zeltra("simulate", self.uvx, "--antennas", "5", "--minutes", "6", "--integration", "20", "--channels", "3")
+        zeltra("export", self.uvx, self.uvfits)
+        self.parts, self.gains = (os.path.join(self.work, name) for name in ("out.whole", "in.gain"))
+        for share in ("1/2", "2/2"):
+            zeltra("average", self.uvx, "-o", self.parts, "--interval", "60", "--part", share)
+        # One gain of antenna 1 for all times: docs/gain-format.md
+        put(self.gains, struct.pack("<iiddi5h2hBB8s16si", 0x4E41475A, 1, 2458928.5, 8.4e9, 1, 0, 0, 0, 2, 2, -1, -2, 1, 0, b"", b"", 1)
+            + struct.pack("<dfhbhBBhbfdddd", 2458928.8, 9e5, 0, 0, 0, 1, 1, 0, 0, 9, 1, 1, 0, 0))
+        self.inputs = (self.uvx, self.uvfits, self.parts + ".1-of-2", self.parts + ".2-of-2", self.gains)
 
     def run_job(self, job, fault=None, counts=""):
         """Exit code, what was printed, and the files that are there afterwards beside the inputs, which are taken away."""
@@ -49,25 +42,24 @@ class Faults(unittest.TestCase):
             environment.update(LD_PRELOAD=LIBRARY, FAULT_FOLDER=self.work, FAULT_CALL=call, FAULT_NUMBER=str(number),
                                FAULT_ERROR=str(error), FAULT_COUNTS=counts)
         if "--force" in job:
-            with open(os.path.join(self.work, "out"), "w") as old:
-                old.write("old")
-        command = [ZELTRA, *job, "--threads", "1"] if job[0] in ("average", "closure", "plot") else [ZELTRA, *job]
-        done = subprocess.run(command, cwd=self.work, env=environment, capture_output=True, timeout=60)
+            put(os.path.join(self.work, "out"), b"old")
+        threads = ["--threads", "1"] if job[0] in ("average", "closure", "plot") else []
+        done = run(*job, *threads, cwd=self.work, env=environment, timeout=60)
         left = {}
         for name in os.listdir(self.work):
             path = os.path.join(self.work, name)
             if path in self.inputs:
                 continue
-            with open(path, "rb") as file:
-                left[name] = file.read()
+            left[name] = contents(path)
             os.remove(path)
-        return done.returncode, done.stdout, left, done.stderr.decode()
+        return done.returncode, done.stdout, left, done.stderr
 
     def check(self, job, right, fault):
         code, printed, left, told = self.run_job(job, fault)
         about = " ".join(map(str, (job, fault, code, told[:300], sorted(left))))
         if code == 0:
             self.assertEqual((printed, left), right, about)
+            self.assertNotIn(fault[0], ("sync", "folder"), "what a job reports is durable: " + about)
             return
         self.assertEqual(code, 1, about)
         self.assertRegex(told, "zeltra: error: .*(in\\.|out|zeltra|work).*cannot be (read|written|created)", about)
@@ -76,10 +68,8 @@ class Faults(unittest.TestCase):
 
     def counts(self, job):
         """How many calls of each kind a job makes."""
-        path = os.path.join(self.folder, "counts")
-        self.run_job(job, ("none", 0, 0), path)
-        with open(path) as file:
-            return {kind: int(count) for kind, count in map(str.split, file)}
+        self.run_job(job, ("none", 0, 0), self.path("counts"))
+        return {kind.decode(): int(count) for kind, count in map(bytes.split, contents(self.path("counts")).splitlines())}
 
     def test_no_call_fails_unnoticed(self):
         random.seed(1)
@@ -91,7 +81,7 @@ class Faults(unittest.TestCase):
                 ["average-frequency", out, "--channels", "all"], ["unfold", out, "--ifs"],
                 ["flag", out, "--antenna", "1"], ["shift", out, "--ra", "1", "--dec", "1", "--source", "1"],
                 ["plan", "--interval", "60"], ["average", "-o", out, "--interval", "60", "--part", "1/2"],
-                ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".png", "--size", "32", "--source", "1"],
+                ["export", out], ["image", out, "--fits", out + ".fits", "--png", out + ".svg", "--size", "32", "--source", "1"],
                 ["plot", "amplitude", out + ".svg", "--source", "1"], ["plot", "closure", out + ".svg", "--source", "1", "--interval", "60"]]
         jobs += [["gains", "average", out, "--table", self.gains, "--interval", "60"]]
         jobs = [[name, self.uvx, *others] for name, *others in jobs]
@@ -103,6 +93,7 @@ class Faults(unittest.TestCase):
             code, printed, left, told = self.run_job(job)
             self.assertEqual(code, 0, (job, told))
             counts = self.counts(job)
+            self.assertTrue(not left or counts["sync"] and counts["folder"], "outputs are durable: %s" % job)
             for call, errors in CALLS.items():
                 numbers = range(1, counts[call] + 1)
                 for number in numbers if ALL else random.sample(numbers, min(SAMPLES, len(numbers))):

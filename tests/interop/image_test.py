@@ -14,7 +14,7 @@ import unittest
 import zlib
 
 # First of all: it skips the test where astropy is missing.
-from command import SHARED, ZELTRA, Case, zeltra
+from command import SHARED, Case, contents, run, zeltra
 import numpy as np
 from astropy import units
 from astropy.coordinates import SkyCoord
@@ -26,8 +26,7 @@ MAS = units.mas
 
 def map_file(path):
     """Source, unit, beam (4 doubles), ranges (3 pairs) and pixels of a map file."""
-    with open(path, "rb") as file:
-        raw = file.read()
+    raw = contents(path)
     source, unit = (field.split(b"\0")[0].decode() for field in (raw[:40], raw[40:56]))
     lines, length = struct.unpack_from("<2i", raw, 160)
     ranges = np.frombuffer(raw, "<f8", 6, 112).reshape(3, 2)
@@ -36,8 +35,7 @@ def map_file(path):
 
 def embedded_pixels(path):
     """Red, green and blue, shape [line][element][3], of the first PNG file, of places in a palette, in an SVG file."""
-    with open(path, encoding="utf-8") as file:
-        raw = base64.b64decode(re.search(r"data:image/png;base64,([^\"]*)", file.read())[1])
+    raw = base64.b64decode(re.search(rb"data:image/png;base64,([^\"]*)", contents(path))[1])
     assert raw[:8] == b"\x89PNG\r\n\x1a\n"
     at, bodies = 8, {}
     while at < len(raw):
@@ -101,7 +99,7 @@ class Images(Case):
         zeltra("image", self.path("s.uvx"), "--source", "2", "--size", "20",
                "--fits", self.path("s.fits"))
         self.assertEqual(sorted(os.listdir(self.folder)), ["s.fits", "s.uvx"])
-        done = subprocess.run([ZELTRA, "image", self.path("s.uvx")], capture_output=True, text=True)
+        done = run("image", self.path("s.uvx"))
         self.assertEqual(done.returncode, 2)
         self.assertIn("--fits", done.stderr)
 
@@ -138,24 +136,18 @@ def mas(header):
     return header["BMAJ"] * 3600e3, header["BMIN"] * 3600e3
 
 
-class PublishedBeams(unittest.TestCase):
-    def shared(self, name):
-        path = os.path.join(SHARED, name)
-        if not os.path.exists(path):
-            self.skipTest("no " + path)
-        return path
-
+class PublishedBeams(Case):
     def test_published_images_have_the_same_beam_and_noise(self):
         for visibilities, image, power in (
                 ("0506+056.u.2009_06_03.uvf", "0506+056.u.2009_06_03.icn.fits", 1),
                 ("3C111_Q_2014_05_08.uvf", "3C111_Q_2014_05_08.fits", 0.5)):
-            published = fits.getheader(self.shared("maps/" + image))
-            ours = fits_image(self.shared("maps/" + visibilities), "--size", "64", "--weight-power", power)
+            published = fits.getheader(*self.shared("maps/" + image))
+            ours = fits_image(*self.shared("maps/" + visibilities), "--size", "64", "--weight-power", power)
             for key in ("BMAJ", "BMIN", "BPA", "NOISE"):
                 self.assertAlmostEqual(ours[key] / published[key], 1, delta=1e-4, msg=visibilities + " " + key)
 
     def test_beam_of_a_sparse_array(self):
-        header = fits_image(self.shared("eht_m87_095_hi.uvfits"))
+        header = fits_image(*self.shared("eht_m87_095_hi.uvfits"))
         np.testing.assert_allclose(mas(header), (31.06e-3, 18.54e-3), atol=0.006e-3)
         self.assertAlmostEqual(header["BPA"], 56.9, delta=0.05)
 
@@ -166,7 +158,7 @@ class PublishedBeams(unittest.TestCase):
                 ("0506+056.u.2009_06_03.uvf", 0.1, "robust=1", 1.3783, 0.6084, 1.0085),
                 ("3C111_Q_2014_05_08.uvf", 0.02, "robust=0", 0.3715, 0.1896, 1.4948),
                 ("3C111_Q_2014_05_08.uvf", 0.02, "uniform", 0.3458, 0.1639, 31.73)):
-            path = self.shared("maps/" + name)
+            path, = self.shared("maps/" + name)
             natural = fits_image(path, "--cell", cell)
             header = fits_image(path, "--cell", cell, "--weight", weight)
             found = (*mas(header), header["NOISE"] / natural["NOISE"])

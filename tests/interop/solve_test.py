@@ -89,17 +89,17 @@ class Solve(Case):
         zeltra("solve", path, "--mode", "ap", "--interval", 120, "--model", MAPS + "3C111_Q_2014_05_08.mod", "-o", self.path("a.gain"))
         rows = [row.split(",") for row in zeltra("gains", self.path("a.gain"), "csv").splitlines()]
         column = {name: np.array([row[i] for row in rows[1:]]) for i, name in enumerate(rows[0])}
-        self.assertIn("amplitude", column)
-        valid = column["snr"].astype("f8") > 0
-        self.assertAlmostEqual(np.median(column["amplitude"][valid].astype("f8")), 1, delta=0.01)
-        self.assertLess(np.median(np.abs(np.degrees(column["phase"][valid].astype("f8")))), 2)
+        gain = (column["re"].astype("f8") + 1j * column["im"].astype("f8"))[column["snr"].astype("f8") > 0]
+        self.assertGreater(gain.size, 10000)
+        self.assertAlmostEqual(np.median(np.abs(gain)), 1, delta=0.01)
+        self.assertLess(np.median(np.abs(np.angle(gain, deg=True))), 2)
 
     def test_what_cannot_be_solved_is_said(self):
         zeltra("simulate", self.path("a.uvx"), "--minutes", 1)
         zeltra("simulate", self.path("b.uvx"), "--minutes", 2)
         with open(self.path("bad.mod"), "w") as file:
             file.write("1 0 0\n0.5 1 90 0.2 1 0 3\n")
-        for model, sentence in (("b.uvx", "other records"), ("bad.mod", "line 2"), ("none.mod", "No such file")):
+        for model, sentence in (("b.uvx", "other records"), ("bad.mod", "line 2"), ("none.mod", "no such file")):
             done = subprocess.run([ZELTRA, "solve", self.path("a.uvx"), "--model", self.path(model), "-o", self.path("x.uvx")],
                                   capture_output=True, text=True)
             self.assertEqual(done.returncode, 1)

@@ -3,32 +3,26 @@
 usage: subarray_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
 """
 # SPDX-License-Identifier: MIT
-import os
-import subprocess
 import unittest
 
 # First of all: it skips the test where astropy is missing.
-from command import SHARED, ZELTRA, Case, zeltra
+from command import Case, run, zeltra
 import numpy as np
 from astropy.io import fits
 
+import synthetic
 import uvx
 
-SOURCE = os.path.join(SHARED, "mojave.uvfits")
 BASELINE, THIRD_DATE = 3, 6  # places of its random parameters; the last one was INTTIM
 
 
-@unittest.skipUnless(os.path.exists(SOURCE), "no real files in " + SHARED)
 class Subarrays(Case):
     def setUp(self):
         super().setUp()
-        with fits.open(SOURCE) as hdus:
-            header = hdus[0].header
-            self.start = hdus.fileinfo(0)["datLoc"]
+        self.source, = self.shared("mojave.uvfits")
+        with fits.open(self.source) as hdus:
             self.tables = [hdu.copy() for hdu in hdus[1:]]
-        shape = tuple(header["NAXIS%d" % i] for i in range(header["NAXIS"], 1, -1))
-        self.type = np.dtype([("par", ">f4", (header["PCOUNT"],)), ("data", ">f4", shape)])
-        self.groups = np.fromfile(SOURCE, self.type, header["GCOUNT"], offset=self.start)
+        _, self.header, self.groups = synthetic.load(self.source)
         self.baseline = self.groups["par"][:, BASELINE].astype(int)
         times = self.groups["par"][:, [4, 5]].astype(float).sum(axis=1)
         self.half = np.flatnonzero(np.diff(times))[70] + 1
@@ -46,32 +40,24 @@ class Subarrays(Case):
         pair = numbers[self.baseline >> 8] * 256 + numbers[self.baseline & 255]
         self.groups["par"][half, BASELINE] += (pair - self.baseline)[half]
 
-    def write(self, name="in.uvfits"):
-        path = self.path(name)
-        made = fits.HDUList([fits.PrimaryHDU()] + self.tables + [self.second])
-        made.writeto(path + ".tables", overwrite=True)
-        with open(SOURCE, "rb") as given, open(path + ".tables", "rb") as tables, open(path, "wb") as out:
-            out.write(given.read(self.start).replace(b"'INTTIM  '", b"'DATE    '"))
-            body = self.groups.tobytes()
-            out.write(body.ljust(-(-len(body) // 2880) * 2880, b"\0"))
-            out.write(tables.read()[2880:])
-        return path
+    def write(self):
+        return synthetic.store(self.path("in.uvfits"), self.header.replace(b"'INTTIM  '", b"'DATE    '"), self.groups,
+                               [*self.tables, self.second])
 
     def refusal(self, *arguments):
-        done = subprocess.run([ZELTRA, *map(str, arguments)], capture_output=True, text=True)
+        done = run(*arguments)
         self.assertEqual(done.returncode, 1)
         return done.stderr
 
     def names(self, file):
         """Names of the two antennas of each record."""
         table = file.table("AN")
-        columns = [column[0] for column in table.columns]
-        name = dict(zip(table.column(columns.index("NOSTA"))[:, 0], table.column(columns.index("ANNAME"))))
+        name = dict(zip(table.column("NOSTA")[:, 0], table.column("ANNAME")))
         return [[name[number] for number in file.records["group"][end]] for end in ("ant1", "ant2")]
 
     def check(self, file):
         """Records are those of the whole file, but for numbers of antennas."""
-        zeltra("import", SOURCE, self.path("whole.uvx"))
+        zeltra("import", self.source, self.path("whole.uvx"))
         whole = uvx.File(self.path("whole.uvx"))
         self.assertEqual(file.records["vis"].tobytes(), whole.records["vis"].tobytes())
         for field in ("time", "u", "v", "w", "source", "frqsel", "flag"):
@@ -91,9 +77,7 @@ class Subarrays(Case):
         self.check(file)
         self.assertTrue(np.all(file.records["group"]["ant1"] > file.records["group"]["ant2"]))
         self.assertEqual([table.code for table in file.tables].count("AN"), 1)
-        index = file.table("NX")
-        columns = [column[0] for column in index.columns]
-        end, subarray = (index.column(columns.index(name))[:, 0] for name in ("END VIS", "SUBARRAY"))
+        end, subarray = (file.table("NX").column(name)[:, 0] for name in ("END VIS", "SUBARRAY"))
         np.testing.assert_array_equal(subarray, np.where(end <= self.half, 1, 2))
         zeltra("export", made, back)
         with fits.open(back) as hdus:

@@ -1,5 +1,7 @@
 """Small UV FITS files, written by astropy, each with something that a reader may stumble over."""
 # SPDX-License-Identifier: MIT
+import io
+
 import numpy as np
 from astropy.io import fits
 
@@ -17,12 +19,7 @@ def antenna_table(name="AIPS AN", frame=True):
         fits.Column("STAXOF", "1E", unit="METERS", array=np.full(n, 2.5)),
     ]
     hdu = fits.BinTableHDU.from_columns(columns, name=name)
-    for axis, value in zip("XYZ", (0.0, 0.0, 0.0)):
-        hdu.header["ARRAY" + axis] = value
-    if frame:
-        hdu.header["XYZHAND"] = "RIGHT"
-    hdu.header["FREQ"] = 1.4e9
-    hdu.header["TIMSYS"] = "UTC"
+    hdu.header.update(ARRAYX=0.0, ARRAYY=0.0, ARRAYZ=0.0, **({"XYZHAND": "RIGHT"} if frame else {}), FREQ=1.4e9, TIMSYS="UTC")
     return hdu
 
 
@@ -58,9 +55,49 @@ def odd_table():
         fits.Column("NAME", "6A", array=np.array([b"AB\0xyz", b"CDE"])),
     ]
     hdu = fits.BinTableHDU.from_columns(columns, name="AIPS TY")
-    hdu.header["REVISION"] = 10
-    hdu.header["OBSCODE"] = "BT001"
+    hdu.header.update(REVISION=10, OBSCODE="BT001")
     return hdu
+
+
+def header(axes, parameters, groups, bitpix=-32, more=()):
+    """The primary header for axes (name, length, value, step) and parameters (name, scale, zero)."""
+    cards = [("SIMPLE", True), ("BITPIX", bitpix), ("NAXIS", len(axes) + 1), ("NAXIS1", 0)]
+    cards += [("NAXIS%d" % i, axis[1]) for i, axis in enumerate(axes, 2)]
+    cards += [("EXTEND", True), ("GROUPS", True), ("PCOUNT", len(parameters)), ("GCOUNT", groups)]
+    for i, (name, scale, zero) in enumerate(parameters, 1):
+        cards += [("PTYPE%d" % i, name), ("PSCAL%d" % i, scale), ("PZERO%d" % i, zero)]
+    for i, (name, _, value, step) in enumerate(axes, 2):
+        cards += [("CTYPE%d" % i, name), ("CRVAL%d" % i, value), ("CDELT%d" % i, step), ("CRPIX%d" % i, 1.0)]
+    cards += [("OBJECT", "3C273"), ("TELESCOP", "TEST"), ("INSTRUME", "TEST"), ("OBSERVER", "NOBODY"),
+              ("DATE-OBS", "2000-01-02"), ("BUNIT", "JY"), ("EPOCH", 2000.0)]
+    given = {key for key, _ in more}
+    cards = [(key, value) for key, value in cards if key not in given] + list(more)
+    return blocks(("".join(fits.Card(*card).image for card in cards) + "END".ljust(80)).encode(), b" ")
+
+
+def blocks(content, filler=b"\0"):
+    return content.ljust(-(-len(content) // 2880) * 2880, filler)
+
+
+def store(path, head, groups, tables=()):
+    """Write a header, groups as an array and tables."""
+    hdus = fits.HDUList([fits.PrimaryHDU(), *tables])
+    made = io.BytesIO()
+    hdus.writeto(made)
+    with open(path, "wb") as out:
+        out.write(head + blocks(groups.tobytes()) + made.getvalue()[2880:])
+    return path
+
+
+def load(path):
+    """Header, bytes of it, and groups with fields par [parameter] and data, as stored, without astropy's scaling."""
+    with fits.open(path) as hdus:
+        head, start = hdus[0].header, hdus.fileinfo(0)["datLoc"]
+    kind = {-32: ">f4", 16: ">i2", 32: ">i4"}[head["BITPIX"]]
+    shape = tuple(head["NAXIS%d" % i] for i in range(head["NAXIS"], 1, -1))
+    group = np.dtype([("par", kind, (head["PCOUNT"],)), ("data", kind, shape)])
+    with open(path, "rb") as file:
+        return head, file.read(start), np.fromfile(file, group, head["GCOUNT"])
 
 
 def write(path, stokes=(-1, -1, 4), channels=3, ifs=2, if_axis=True, bitpix=-32, bscale=1.0, bzero=0.0, scaled=False,
@@ -69,71 +106,46 @@ def write(path, stokes=(-1, -1, 4), channels=3, ifs=2, if_axis=True, bitpix=-32,
     rng = np.random.default_rng(7)
     pairs = [(a, b) for a in range(1, 5) for b in range(a + 1, 5)]
     times = np.repeat(np.arange(5) * 0.0125 + 0.25, len(pairs))
-    groups = len(times)
-    order = rng.permutation(groups) if unsorted else np.arange(groups)
-    shape = (1, 1) + ((max(ifs, 1),) if if_axis else ()) + (channels, stokes[2], 3)
-    names, values, scales, zeros = [], [], [], []
+    count, f = len(times), 1.4e9
+    order = rng.permutation(count) if unsorted else np.arange(count)
+    parameters, values = [], []
 
     def parameter(name, value, scale=1.0, zero=0.0):
-        names.append(name), values.append(np.asarray(value, float)), scales.append(scale), zeros.append(zero)
+        parameters.append((name, scale, zero))
+        stored = (np.asarray(value, float) - zero) / scale
+        values.append(np.round(stored) if bitpix > 0 or scale != 1 else stored)
 
-    f = 1.4e9
     for name in ("UU", "VV", "WW"):
-        uvw = np.round(rng.normal(0, 2e4, groups))
+        uvw = np.round(rng.normal(0, 2e4, count))
         parameter(*((name + "-L", uvw) if scaled == "wavelengths" else
                     (name + "---SIN", uvw / f, 1 / f) if scaled else (name, np.float32(uvw / f))))
     parameter("BASELINE", np.tile([256 * a + b for a, b in pairs], 5))
-    whole, fraction = np.floor(times * 16) / 16, None
-    fraction = times - whole
+    whole = np.floor(times * 16) / 16
     if bitpix > 0:  # integers of 2^-10 days
         parameter("DATE", JD0 + np.round(times * 1024) / 1024, 1 / 1024, JD0)
     elif split_date:
         parameter("DATE", JD0 + whole, 1.0, JD0)
-        parameter("_DATE", np.float32(fraction))
+        parameter("_DATE", np.float32(times - whole))
     else:
         parameter("DATE", JD0 + times.astype("f4"), 1.0, JD0)
-    if sources:
-        parameter("SOURCE", np.repeat(np.arange(5) % sources + 1, len(pairs)))
-    if setups:
-        parameter("FREQSEL", np.repeat(np.arange(5) % setups + 1, len(pairs)))
+    for name, numbers in (("SOURCE", sources), ("FREQSEL", setups)):
+        if numbers:
+            parameter(name, np.repeat(np.arange(5) % numbers + 1, len(pairs)))
     for name in extra:
-        parameter(name, np.full(groups, 30.0))
+        parameter(name, np.full(count, 30.0))
 
-    data = rng.normal(0, 1, (groups,) + shape)
+    shape = (1, 1) + ((max(ifs, 1),) if if_axis else ()) + (channels, stokes[2], 3)
+    data = rng.normal(0, 1, (count,) + shape)
     data[..., 2] = np.abs(data[..., 2]) - 0.25
-    if bitpix > 0:
-        data = np.round(data * 100)
-    dtype = {-32: "f4", 16: "i2", 32: "i4"}[bitpix]
-    raw = [np.round((v - z) / s) if bitpix > 0 or s != 1 else v - z for v, s, z in zip(values, scales, zeros)]
-    raw = np.stack([r[order] for r in raw], axis=1)
-    group = np.dtype([("par", ">" + dtype, (len(names),)), ("data", ">" + dtype, shape)])
-    rows = np.zeros(groups, group)
-    rows["par"], rows["data"] = raw, data[order]
-
+    kind = {-32: ">f4", 16: ">i2", 32: ">i4"}[bitpix]
+    groups = np.zeros(count, [("par", kind, (len(values),)), ("data", kind, shape)])
+    groups["par"] = np.stack(values, axis=1)[order]
+    groups["data"] = (np.round(data * 100) if bitpix > 0 else data)[order]
     axes = [("COMPLEX", 3, 1.0, 1.0), ("STOKES", stokes[2], stokes[0], stokes[1]), ("FREQ", channels, f, 5e5)]
     axes += [("IF", ifs, 1.0, 1.0)] if if_axis else []
     axes += [("RA", 1, 187.5, 1.0), ("DEC", 1, 12.25, 1.0)]
-    cards = [("SIMPLE", True), ("BITPIX", bitpix), ("NAXIS", len(axes) + 1), ("NAXIS1", 0)]
-    cards += [("NAXIS%d" % (i + 2), a[1]) for i, a in enumerate(axes)]
-    cards += [("EXTEND", True), ("GROUPS", True), ("PCOUNT", len(names)), ("GCOUNT", groups)]
-    for i, (name, scale, zero) in enumerate(zip(names, scales, zeros), 1):
-        cards += [("PTYPE%d" % i, name), ("PSCAL%d" % i, scale), ("PZERO%d" % i, zero)]
-    for i, (name, _, value, step) in enumerate(axes, 2):
-        cards += [("CTYPE%d" % i, name), ("CRVAL%d" % i, value), ("CDELT%d" % i, step), ("CRPIX%d" % i, 1.0)]
-    cards += [("BSCALE", bscale), ("BZERO", bzero), ("OBJECT", "3C273"), ("TELESCOP", "TEST"), ("INSTRUME", "TEST"),
-              ("OBSERVER", "NOBODY"), ("DATE-OBS", "2000-01-02"), ("BUNIT", "JY"), ("EPOCH", 2000.0)]
-    given = {key for key, _ in more_cards}
-    cards = [(k, v) for k, v in cards if k not in given] + list(more_cards)
-    header = "".join(fits.Card(k, v).image for k, v in cards) + "END".ljust(80)
-    with open(path, "wb") as out:
-        out.write(header.ljust(-(-len(header) // 2880) * 2880).encode())
-        body = rows.tobytes()
-        out.write(body.ljust(-(-len(body) // 2880) * 2880, b"\0"))
-        if tables:
-            hdus = fits.HDUList([fits.PrimaryHDU()] + list(tables))
-            hdus.writeto(path + ".tables", overwrite=True)
-            with open(path + ".tables", "rb") as made:
-                out.write(made.read()[2880:])
+    more = [("BSCALE", bscale), ("BZERO", bzero), *more_cards]
+    store(path, header(axes, parameters, count, bitpix, more), groups, tables)
 
 
 VARIANTS = {

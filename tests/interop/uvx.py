@@ -31,12 +31,13 @@ class Table:
         self.columns = []
         for _ in range(columns):
             form = text(raw[at + 28:at + 36])
-            self.columns.append((text(raw[at:at + 18]), text(raw[at + 18:at + 28]), form[-1], int(form[:-1] or 0)))
+            self.columns.append((text(raw[at:at + 18]), text(raw[at + 18:at + 28]), form[-1], int(form[:-1] or 1)))
             at += 36
         self.data = raw[at:at + self.rows * self.row_bytes]
 
     def column(self, index):
-        """Shape [row][element]; text columns are an array of bytes."""
+        """A column by its number or name, shape [row][element]; text columns are an array of bytes."""
+        index = [c[0] for c in self.columns].index(index) if isinstance(index, str) else index
         sizes = [(n + 7) // 8 if c == "X" else n * {"I": 2, "J": 4, "E": 4, "D": 8}.get(c, 1)
                  for _, _, c, n in self.columns]
         start, size = sum(sizes[:index]), sizes[index]
@@ -74,6 +75,16 @@ class File:
 
     def table(self, code):
         return next(t for t in self.tables if t.code == code)
+
+
+def edited(source, target, change):
+    """Write a copy of a file after `change` has had its records. @return the target"""
+    file = File(source)
+    with open(source, "rb") as given, open(target, "wb") as made:
+        raw = bytearray(given.read())
+        change(np.frombuffer(raw, file.records.dtype, file.count, file.data_offset))
+        made.write(raw)
+    return target
 
 
 def encode(code, columns, rows, keywords=()):

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/numeric/Astrometry.h"
 
-#include <gtest/gtest.h>
-
+#include "tests/support/Test.h"
 #include "zeltra/core/Units.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 // Meeus, Astronomical Algorithms, examples 12.a and 12.b, whose constants have fewer digits.
@@ -32,4 +31,4 @@ TEST(Astrometry, ProjectsPositionsOnTheSource) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -2,20 +2,18 @@
 #include "zeltra/ops/RecordWalk.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/ops/AUVXFluxes.h"
 #include "zeltra/ops/RecordChoice.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::SyntheticRecord;
-using test::SyntheticUVX;
 using testing::HasSubstr;
 
 UVXSelection Selection(void (*select)(UVXSelection&)) {
@@ -48,7 +46,7 @@ class RecordWalkTest : public testing::Test {
     return runs;
   }
 
-  test::TempFile file_{"uvx"};
+  TempFile file_{"uvx"};
   AUVXInput input_;
 };
 
@@ -162,4 +160,4 @@ TEST_F(RecordWalkTest, NamesTheRecordThatCannotBeRead) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

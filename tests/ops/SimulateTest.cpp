@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <complex>
-#include <memory>
-#include <vector>
 
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/ops/SimulateUVX.h"
 #include "zeltra/readers/CalculateUVW.h"
 #include "zeltra/uvx/AUVXAntenns.h"
@@ -17,10 +14,9 @@
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::TempFile;
 using Complex = std::complex<double>;
 
 struct Record {
@@ -126,4 +122,4 @@ TEST(SimulateUVX, RefusesWhatCannotBe) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -2,12 +2,11 @@
 #include "zeltra/ops/CopyUVX.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <stdexcept>
 
 #include "tests/support/JobFiles.h"
+#include "tests/support/Test.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ClosedLoops.h"
 #include "zeltra/ops/ClosurePhases.h"
@@ -19,17 +18,9 @@
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::Error;
-using test::Image;
-using test::Made;
-using test::Source;
-using test::SyntheticRecord;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
-using test::TempFile;
 using testing::HasSubstr;
 
 TEST(CopyUVX, KeepsTheRecordsThatAreSelected) {
@@ -64,9 +55,7 @@ TEST(CopyUVX, KeepsTheRecordsThatAreSelected) {
 TEST(CopyUVX, LeavesRowsOfAntennasAndSourcesOut) {
   SyntheticUVXTable bySource{"TY"};
   bySource.columns = {{"SOURCE ID", "", "1J"}};
-  bySource.rows = 2;
-  for (const int32_t number : {1, 2}) test::Append(bySource.data, number);
-  Source source(SyntheticUVX().Antennas(4).Sources(2).Tables().Table(bySource));
+  Source source(SyntheticUVX().Antennas(4).Sources(2).Tables().Table(bySource.Row(1).Row(2)));
   CopyOptions options;
   options.selection.antennas = {"1", "2", "3"};
   options.selection.sources = {"2"};
@@ -120,17 +109,9 @@ TEST(CopyUVX, KeepsFrequenciesRight) {
 TEST(CopyUVX, ReducesColumnsThatAreAboutIFs) {
   SyntheticUVXTable sources{"SU"}, antennas{"AN"}, unknown{"XX"};
   sources.columns = {{"ID. NO.", "", "1J"}, {"SOURCE", "", "3A"}, {"FREQOFF", "HZ", "3E"}};
-  sources.rows = 1;
-  test::Append(sources.data, int32_t{1});
-  sources.data += "ABC";
-  for (const float offset : {1.f, 2.f, 3.f}) test::Append(sources.data, offset);
+  sources.Row(1, std::string("ABC"), 1.f, 2.f, 3.f);
   antennas.columns = {{"STABXYZ", "METERS", "3D"}, {"NOSTA", "", "1J"}, {"POLCALA", "", "6E"}};
-  antennas.rows = 3;
-  for (int32_t number = 1; number <= 3; ++number) {
-    for (const double x : {1., 2., 3.}) test::Append(antennas.data, x);
-    test::Append(antennas.data, number);
-    for (const float x : {10.f, 11.f, 20.f, 21.f, 30.f, 31.f}) test::Append(antennas.data, x);
-  }
+  for (int number = 1; number <= 3; ++number) antennas.Row(1., 2., 3., number, 10.f, 11.f, 20.f, 21.f, 30.f, 31.f);
   unknown.columns = {{"GAIN", "", "3E"}};
   Source source(SyntheticUVX().IFs(3).Table(sources).Table(antennas).Table(unknown));
   CopyOptions options;
@@ -226,14 +207,9 @@ TEST(RecomputeUVW, TakesTheFrameThatFits) {
 TEST(RecomputeUVW, RefusesPositionsThatAreNoNumbers) {
   SyntheticUVXTable antennas{"AN"}, sources{"SU"};
   antennas.columns = {{"STABXYZ", "", "1D"}, {"NOSTA", "", "1J"}};
-  antennas.rows = 4;
-  for (int32_t number = 1; number <= 4; ++number) {
-    test::Append(antennas.data, std::nan(""));
-    test::Append(antennas.data, number);
-  }
+  for (int number = 1; number <= 4; ++number) antennas.Row(std::nan(""), number);
   sources.columns = {{"ID. NO.", "", "1J"}};
-  sources.rows = 1;
-  test::Append(sources.data, int32_t{1});
+  sources.Row(1);
   Source file(SyntheticUVX().Table(antennas).Table(sources));
   TempFile out("uvx");
   UVWDifference difference;
@@ -405,4 +381,4 @@ TEST(FormClosures, ClosesTheTrianglesOfAntennas) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/platform/VectorsInternal.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
 
-#include <cmath>
-#include <limits>
-#include <vector>
-
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 /// Same bits, where a NaN may have any.
@@ -74,4 +70,4 @@ TEST(Vectors, ConvertShuffleAndReverse) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/readers/CalculateUVW.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"
 #include "zeltra/uvx/AUVXTable.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
 constexpr double kLightSecond = 299792500;  // metres, with the library's speed of light
@@ -84,4 +81,4 @@ TEST(CalculateUVW, LeavesAGroupOfUnknownAntennasAlone) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

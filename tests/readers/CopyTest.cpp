@@ -1,25 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "tests/support/MemoryFile.h"
 #include "tests/support/SyntheticUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/readers/AWork2UVX.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXTable.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::Append;
-using test::MemoryFile;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
 
 // A source in memory, a destination, and what can be read of it once it is committed.
 class CopyTest : public testing::Test {
@@ -55,8 +45,7 @@ class CopyTest : public testing::Test {
 SyntheticUVXTable Numbers(const std::string& code, const std::string& column, const std::vector<int32_t>& values) {
   SyntheticUVXTable table{code};
   table.columns = {{column, "", "1J"}};
-  table.rows = static_cast<int>(values.size());
-  for (const int32_t value : values) Append(table.data, value);
+  for (const int32_t value : values) table.Row(value);
   return table;
 }
 
@@ -166,4 +155,4 @@ TEST_F(CopyTest, SurvivesAFullDiskAndDamagedTables) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

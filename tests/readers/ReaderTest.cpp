@@ -1,28 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "tests/support/MemoryFile.h"
+#include "tests/support/OpenUVX.h"
 #include "tests/support/Progress.h"
-#include "tests/support/SyntheticUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/readers/AUVXFastRead.h"
 #include "zeltra/readers/AUVXPosIndex.h"
 #include "zeltra/readers/AUVXRead.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::Append;
-using test::MemoryFile;
-using test::SyntheticRecord;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
 using Indices = std::vector<int>;
 
 std::vector<std::string> shown;
@@ -95,10 +83,7 @@ Indices operator+(Indices a, const Indices& b) {
 SyntheticUVXTable Index(const std::vector<std::array<int, 4>>& scans) {
   SyntheticUVXTable table{"NX"};
   table.columns = {{"START VIS", "", "1J"}, {"END VIS", "", "1J"}, {"SOURCE ID", "", "1J"}, {"FREQ ID", "", "1J"}};
-  for (const auto& scan : scans) {
-    for (const int32_t number : scan) Append(table.data, number);
-    ++table.rows;
-  }
+  for (const auto& scan : scans) table.Row(scan);
   return table;
 }
 
@@ -232,30 +217,23 @@ TEST_F(ReaderTest, TellsEveryWholePercentOnce) {
   EXPECT_EQ(kProgressPosition, 1026u);
   const SyntheticUVX content = SyntheticUVX().Antennas(2).Times(250).Tables();
   AUVXFile& uvx = Open(content);
-  const auto expectAll = [](const test::Progress& progress) {
-    EXPECT_EQ(progress.ranges, Indices{100 << 16});
-    EXPECT_EQ(progress.positions, Range(0, 101));
-  };
-  test::Progress indexed, fast, listed;
+  Progress indexed, fast, listed;
   AUVXRead reader(&uvx, 1, &indexed);
   ReadAll(reader, content);
-  expectAll(indexed);
   AUVXFastRead fastReader(&uvx, &fast);
   ReadAll(fastReader, content);
-  expectAll(fast);
   AUVXPosIndex list(&uvx, 1, &listed);
   ListAll(list);
-  expectAll(listed);
+  for (const Progress* progress : {&indexed, &fast, &listed}) {
+    EXPECT_EQ(progress->ranges, Indices{100 << 16});
+    EXPECT_EQ(progress->positions, Range(0, 101));
+  }
 }
 
 TEST_F(ReaderTest, GivesTheFrequenciesOfTheLastRecord) {
-  SyntheticUVXTable frequencies{"FQ", 2};
+  SyntheticUVXTable frequencies{"FQ"};
   frequencies.columns = {{"FRQSEL", "", "1J"}, {"IF FREQ", "HZ", "1D"}, {"CH WIDTH", "HZ", "1E"}};
-  for (const int setup : {1, 2}) {
-    Append(frequencies.data, setup);
-    Append(frequencies.data, setup * 1e6);
-    Append(frequencies.data, 1e3F);
-  }
+  for (const int setup : {1, 2}) frequencies.Row(setup, setup * 1e6, 1e3F);
   // The builder's own "FQ" knows setup 1 only, so the tables are made one by one.
   const SyntheticUVX content = SyntheticUVX()
                                    .Times(10)
@@ -282,4 +260,4 @@ TEST_F(ReaderTest, GivesTheFrequenciesOfTheLastRecord) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,20 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <limits>
 #include <tuple>
-#include <vector>
 
-#include "tests/support/MemoryFile.h"
-#include "tests/support/SyntheticUVX.h"
+#include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/readers/AUVXTimeIntervalRead.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::MemoryFile;
-using test::SyntheticRecord;
-using test::SyntheticUVX;
 
 // An interval: its bounds as they were handed on, and the indices of its records.
 using Interval = std::tuple<double, double, std::vector<int>>;
@@ -45,13 +37,10 @@ class Times {
                   .Edit([=](SyntheticRecord& record) {
                     record.date = times[static_cast<size_t>(record.index)];
                     record.flag = record.index == flagged;
-                  })
-                  .Bytes()) {
-    EXPECT_TRUE(uvx_.Attach(&file_, 0, 0));
-  }
+                  })) {}
 
   std::vector<Interval> Cut(double start, double stop, double interval) {
-    AUVXRead reader(&uvx_, 1, nullptr);
+    AUVXRead reader(&file_.uvx, 1, nullptr);
     Collector collector(&reader, start, stop, interval);
     std::vector<Interval> intervals;
     while (void* array = collector.GetTimeInterval()) {
@@ -63,8 +52,7 @@ class Times {
   }
 
  private:
-  MemoryFile file_;
-  AUVXFile uvx_;
+  OpenUVX file_;
 };
 
 using List = std::vector<Interval>;
@@ -116,4 +104,4 @@ TEST(TimeIntervals, DeliverEveryRecordWhateverTheArithmetic) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

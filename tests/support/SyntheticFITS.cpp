@@ -15,11 +15,6 @@ namespace {
 constexpr size_t kCard = 80;
 constexpr size_t kBlock = 2880;
 
-std::string RawCardText(std::string card) {
-  card.resize(kCard, ' ');
-  return card;
-}
-
 std::string LogicalCard(const std::string& keyword) {
   std::string card = SyntheticCard(keyword, 0);
   card[29] = 'T';
@@ -95,6 +90,11 @@ size_t FindCard(const std::string& bytes, std::string keyword, int occurrence) {
 
 }  // namespace
 
+std::string RawCardText(std::string card) {
+  card.resize(kCard, ' ');
+  return card;
+}
+
 std::string SyntheticCard(const std::string& keyword, const std::string& text) {
   std::string card = keyword;
   card.resize(8, ' ');
@@ -112,14 +112,6 @@ std::string SyntheticCard(const std::string& keyword, double number) {
   card += "= ";
   card.resize(value.size() < 20 ? 30 - value.size() : 10, ' ');
   return RawCardText(card + value);
-}
-
-SyntheticTable::SyntheticTable(std::string extname, std::string xtension)
-    : extname_(std::move(extname)), xtension_(std::move(xtension)) {}
-
-SyntheticTable& SyntheticTable::RawCard(const std::string& card) {
-  cards_ += RawCardText(card);
-  return *this;
 }
 
 SyntheticTable& SyntheticTable::Row(const std::vector<SyntheticCell>& cells) {
@@ -158,13 +150,6 @@ SyntheticFITS SyntheticFITS::UV(int stokes, int ifs, int channels) {
   return fits;
 }
 
-SyntheticFITS& SyntheticFITS::Scale(double bscale, double bzero) {
-  isScaled_ = true;
-  bscale_ = bscale;
-  bzero_ = bzero;
-  return *this;
-}
-
 SyntheticFITS& SyntheticFITS::Groups(int count, ParameterFunction parameter, ValueFunction value) {
   groups_ = count;
   parameter_ = std::move(parameter);
@@ -172,32 +157,9 @@ SyntheticFITS& SyntheticFITS::Groups(int count, ParameterFunction parameter, Val
   return *this;
 }
 
-SyntheticFITS& SyntheticFITS::RawCard(const std::string& card) {
-  cards_ += RawCardText(card);
-  return *this;
-}
-
-SyntheticFITS& SyntheticFITS::Damage(std::function<void(std::string&)> damage) {
-  damages_.push_back(std::move(damage));
-  return *this;
-}
-
-SyntheticFITS& SyntheticFITS::Truncate(size_t size) {
-  return Damage([size](std::string& bytes) { bytes.resize(std::min(size, bytes.size())); });
-}
-
-SyntheticFITS& SyntheticFITS::Flip(size_t offset, unsigned char mask) {
-  return Damage([offset, mask](std::string& bytes) { bytes.at(offset) = static_cast<char>(bytes.at(offset) ^ mask); });
-}
-
 SyntheticFITS& SyntheticFITS::ReplaceCard(const std::string& keyword, const std::string& card, int occurrence) {
-  return Damage([keyword, card, occurrence](std::string& bytes) {
-    bytes.replace(FindCard(bytes, keyword, occurrence), kCard, RawCardText(card));
-  });
-}
-
-SyntheticFITS& SyntheticFITS::Append(const std::string& tail) {
-  return Damage([tail](std::string& bytes) { bytes += tail; });
+  return Damage(
+      [=](std::string& bytes) { bytes.replace(FindCard(bytes, keyword, occurrence), kCard, RawCardText(card)); });
 }
 
 std::string SyntheticFITS::Header() const {

@@ -3,6 +3,7 @@
 #ifndef ZELTRA_TESTS_SUPPORT_SYNTHETICFITS_H_
 #define ZELTRA_TESTS_SUPPORT_SYNTHETICFITS_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
@@ -12,6 +13,8 @@
 
 namespace zeltra::test {
 
+/// A card of any text, 80 characters.
+std::string RawCardText(std::string card);
 /// A card `keyword = 'text'` or `keyword = number`, 80 characters.
 std::string SyntheticCard(const std::string& keyword, const std::string& text);
 std::string SyntheticCard(const std::string& keyword, double number);
@@ -33,7 +36,8 @@ struct SyntheticCell {
 ///   SyntheticTable("AIPS FQ").Columns({{"FRQSEL", "1J"}, {"IF FREQ", "2D", "HZ"}}).Row({1, {0., 8e6}})
 class SyntheticTable {
  public:
-  explicit SyntheticTable(std::string extname, std::string xtension = "BINTABLE");
+  explicit SyntheticTable(std::string extname, std::string xtension = "BINTABLE")
+      : extname_(std::move(extname)), xtension_(std::move(xtension)) {}
 
   struct Field {
     std::string ttype, tform, tunit = "";
@@ -46,7 +50,7 @@ class SyntheticTable {
   SyntheticTable& Card(const std::string& keyword, const Value& value) {
     return RawCard(SyntheticCard(keyword, value));
   }
-  SyntheticTable& RawCard(const std::string& card);
+  SyntheticTable& RawCard(const std::string& card) { return cards_ += RawCardText(card), *this; }
   /// One cell a column; bits of an X field are given as one number, most significant byte first.
   SyntheticTable& Row(const std::vector<SyntheticCell>& cells);
   /// Bytes after the rows, counted by PCOUNT.
@@ -55,12 +59,9 @@ class SyntheticTable {
   std::string Bytes() const;
 
  private:
-  std::string extname_;
-  std::string xtension_;
+  std::string extname_, xtension_;
   std::vector<Field> fields_;
-  std::string cards_;
-  std::string rows_;
-  std::string heap_;
+  std::string cards_, rows_, heap_;
   int rowCount_ = 0;
 };
 
@@ -81,7 +82,9 @@ class SyntheticFITS {
   /// 8, 16, 32, -32 (the default) or -64.
   SyntheticFITS& Bitpix(int bitpix) { return bitpix_ = bitpix, *this; }
   /// Write BSCALE and BZERO: stored values are (value - bzero) / bscale.
-  SyntheticFITS& Scale(double bscale, double bzero);
+  SyntheticFITS& Scale(double bscale, double bzero) {
+    return isScaled_ = true, bscale_ = bscale, bzero_ = bzero, *this;
+  }
   /// The next axis; NAXIS1 = 0 comes before the first. An empty `ctype` gets a length and no other cards.
   SyntheticFITS& Axis(const std::string& ctype, int length, double crval = 1, double cdelt = 1, double crpix = 1) {
     return axes_.push_back({ctype, length, {crval, cdelt, crpix, 0}}), *this;
@@ -96,15 +99,21 @@ class SyntheticFITS {
   SyntheticFITS& Card(const std::string& keyword, const Value& value) {
     return RawCard(SyntheticCard(keyword, value));
   }
-  SyntheticFITS& RawCard(const std::string& card);
+  SyntheticFITS& RawCard(const std::string& card) { return cards_ += RawCardText(card), *this; }
   SyntheticFITS& Table(const SyntheticTable& table) { return tables_ += table.Bytes(), *this; }
 
-  SyntheticFITS& Truncate(size_t size);
-  SyntheticFITS& Flip(size_t offset, unsigned char mask = 0xFF);
+  SyntheticFITS& Truncate(size_t size) {
+    return Damage([=](std::string& bytes) { bytes.resize(std::min(size, bytes.size())); });
+  }
+  SyntheticFITS& Flip(size_t offset, unsigned char mask = 0xFF) {
+    return Damage([=](std::string& bytes) { bytes.at(offset) = static_cast<char>(bytes.at(offset) ^ mask); });
+  }
   /// Put `card` in place of the card of this keyword, the `occurrence`-th of the file (from 0). It is padded with
   /// blanks, so that an empty text removes the card. Throws if there is no such card: nothing would be tested.
   SyntheticFITS& ReplaceCard(const std::string& keyword, const std::string& card, int occurrence = 0);
-  SyntheticFITS& Append(const std::string& bytes);
+  SyntheticFITS& Append(const std::string& tail) {
+    return Damage([=](std::string& bytes) { bytes += tail; });
+  }
 
   std::string Bytes() const;
 
@@ -116,25 +125,24 @@ class SyntheticFITS {
   };
   struct ParameterCards {
     std::string ptype;
-    double pscal;
-    double pzero;
+    double pscal, pzero;
   };
 
-  SyntheticFITS& Damage(std::function<void(std::string&)> damage);
+  SyntheticFITS& Damage(std::function<void(std::string&)> damage) {
+    return damages_.push_back(std::move(damage)), *this;
+  }
   std::string Header() const;
   std::string Data() const;
 
   int bitpix_ = -32;
   bool isScaled_ = false;
-  double bscale_ = 1;
-  double bzero_ = 0;
+  double bscale_ = 1, bzero_ = 0;
   std::vector<AxisCards> axes_;
   std::vector<ParameterCards> parameters_;
   int groups_ = 0;
   ParameterFunction parameter_;
   ValueFunction value_;
-  std::string cards_;
-  std::string tables_;
+  std::string cards_, tables_;
   std::vector<std::function<void(std::string&)>> damages_;
 };
 

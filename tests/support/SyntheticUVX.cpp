@@ -16,8 +16,7 @@ SyntheticUVXTable FrequencyTable(int ifs, int channels) {
                    {"CH WIDTH", "HZ", n + "E"},
                    {"TOTAL BANDWIDTH", "HZ", n + "E"},
                    {"SIDEBAND", "", n + "J"}};
-  table.rows = 1;
-  Append(table.data, int32_t{1});
+  table.Row(int32_t{1});
   for (int i = 0; i < ifs; ++i) Append(table.data, 1e8 * i);
   for (int i = 0; i < ifs; ++i) Append(table.data, 1e6f);
   for (int i = 0; i < ifs; ++i) Append(table.data, 1e6f * static_cast<float>(channels));
@@ -30,12 +29,9 @@ SyntheticUVXTable AntennaTable(int antennas) {
   table.keywords = {
       {"ARRAYX", "1000", true}, {"ARRAYY", "2000", true}, {"ARRAYZ", "3000", true}, {"XYZHAND", "RIGHT", false}};
   table.columns = {{"ANNAME", "", "8A"}, {"STABXYZ", "METERS", "3D"}, {"NOSTA", "", "1J"}, {"MNTSTA", "", "1J"}};
-  table.rows = antennas;
   for (int i = 1; i <= antennas; ++i) {
     AppendText(table.data, "ANT" + std::to_string(i), 8, ' ');
-    for (double scale : {100.0, 10.0, 1.0}) Append(table.data, scale * i);
-    Append(table.data, int32_t{i});
-    Append(table.data, int32_t{0});
+    table.Row(100.0 * i, 10.0 * i, 1.0 * i, i, 0);
   }
   return table;
 }
@@ -45,11 +41,10 @@ SyntheticUVXTable SourceTable(int sources) {
   table.columns = {{"ID. NO.", "", "1J"},      {"SOURCE", "", "16A"},       {"EPOCH", "YEARS", "1D"},
                    {"RAEPO", "DEGREES", "1D"}, {"DECEPO", "DEGREES", "1D"}, {"RAAPP", "DEGREES", "1D"},
                    {"DECAPP", "DEGREES", "1D"}};
-  table.rows = sources;
   for (int i = 1; i <= sources; ++i) {
-    Append(table.data, int32_t{i});
+    Append(table.data, i);
     AppendText(table.data, "SRC" + std::to_string(i), 16, ' ');
-    for (double value : {2000.0, 10.0 * i, 1.0 * i, 10.0 * i, 1.0 * i}) Append(table.data, value);
+    table.Row(2000.0, 10.0 * i, 1.0 * i, 10.0 * i, 1.0 * i);
   }
   return table;
 }
@@ -67,13 +62,8 @@ SyntheticUVXTable IndexTable(const std::vector<SyntheticRecord>& records) {
     }
     const double start = records[first].date - SyntheticUVX::kDateObs;
     const double stop = records[end - 1].date - SyntheticUVX::kDateObs;
-    Append(table.data, (start + stop) / 2);
-    Append(table.data, stop - start);
-    for (size_t value : {static_cast<size_t>(records[first].source), size_t{1}, first + 1, end,
-                         static_cast<size_t>(records[first].frqsel)}) {
-      Append(table.data, static_cast<int32_t>(value));
-    }
-    ++table.rows;
+    table.Row((start + stop) / 2, stop - start, records[first].source, 1, static_cast<int>(first + 1),
+              static_cast<int>(end), records[first].frqsel);
     first = end;
   }
   return table;

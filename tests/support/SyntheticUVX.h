@@ -6,15 +6,20 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 namespace zeltra::test {
 
-/// Append the bytes of a number.
+/// Append the bytes of a number, of an array of numbers or of a text.
 template <typename T>
 void Append(std::string& bytes, const T& value) {
-  bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+  if constexpr (std::is_same_v<T, std::string>) {
+    bytes += value;
+  } else {
+    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+  }
 }
 
 /// Append text, cut or padded with `fill`.
@@ -33,7 +38,7 @@ struct SyntheticRecord {
   std::vector<Value> values;  ///< [IF][channel][polarisation]
 };
 
-/// A table whose row bytes the caller appends.
+/// A table whose rows the caller appends.
 struct SyntheticUVXTable {
   struct KeyWord {
     std::string key, value;
@@ -51,6 +56,10 @@ struct SyntheticUVXTable {
   std::string data = {};
   int kind = 0x200000;
 
+  template <typename... Cells>
+  SyntheticUVXTable& Row(const Cells&... cells) {
+    return (Append(data, cells), ...), ++rows, *this;
+  }
   int ID() const { return static_cast<uint8_t>(code[0]) | static_cast<uint8_t>(code[1]) << 8 | kind; }
   std::string Image() const;
 };

@@ -42,6 +42,15 @@ class TempFile {
   std::string path_;
 };
 
+/// Such a file, open to be read and written from its start.
+class OpenTempFile : public TempFile, public AFile {
+ public:
+  explicit OpenTempFile(const std::string& bytes = "") {
+    TempFile::Put(bytes);
+    Open(c_str(), AFile::ReadWrite | AFile::Binary);
+  }
+};
+
 }  // namespace zeltra::test
 
 #endif  // ZELTRA_TESTS_SUPPORT_TEMPFILE_H_

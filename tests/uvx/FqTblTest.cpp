@@ -1,28 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/uvx/AUVXFqTbl.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <climits>
-#include <memory>
-#include <vector>
 
-#include "tests/support/MemoryFile.h"
-#include "tests/support/SyntheticUVX.h"
+#include "tests/support/OpenUVX.h"
 #include "tests/support/TempFile.h"
-#include "zeltra/uvx/AUVXFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXSkanList.h"
-#include "zeltra/uvx/AUVXTable.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::Append;
-using test::MemoryFile;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
-using test::TempFile;
 
 constexpr double kFreq0 = SyntheticUVX::kFreq0;
 
@@ -34,13 +21,7 @@ SyntheticUVXTable Frequencies(const std::vector<int>& ids) {
                    {"CH WIDTH", "HZ", "2E"},
                    {"TOTAL BANDWIDTH", "HZ", "2E"},
                    {"SIDEBAND", "", "2J"}};
-  for (const int id : ids) {
-    Append(table.data, id);
-    for (const int i : {0, 1}) Append(table.data, 1000.0 * id + 100 * i);
-    for (const float x : {-1.0F, -2.0F, 16.0F, 16.0F}) Append(table.data, x);
-    for (const int x : {1, -1}) Append(table.data, x);
-    ++table.rows;
-  }
+  for (const int id : ids) table.Row(id, 1000.0 * id, 1000.0 * id + 100, -1.0F, -2.0F, 16.0F, 16.0F, 1, -1);
   return table;
 }
 
@@ -48,11 +29,7 @@ SyntheticUVXTable Frequencies(const std::vector<int>& ids) {
 SyntheticUVXTable Index(const std::vector<std::pair<int, int>>& scans) {
   SyntheticUVXTable table{"NX"};
   table.columns = {{"SOURCE ID", "", "1J"}, {"FREQ ID", "", "1J"}};
-  for (const auto& [source, setup] : scans) {
-    Append(table.data, source);
-    Append(table.data, setup);
-    ++table.rows;
-  }
+  for (const auto& [source, setup] : scans) table.Row(source, setup);
   return table;
 }
 
@@ -62,10 +39,8 @@ SyntheticUVX Base(int IFs) {
 
 // The table of a file, reduced to a source where one is given.
 AUVXFqTbl TableOf(const SyntheticUVX& content, int source = INT_MIN) {
-  MemoryFile file(content.Bytes());
-  AUVXFile uvx;
-  EXPECT_TRUE(uvx.Attach(&file, 0, 0));
-  return source == INT_MIN ? AUVXFqTbl(uvx) : AUVXFqTbl(uvx, source);
+  OpenUVX file(content);
+  return source == INT_MIN ? AUVXFqTbl(file.uvx) : AUVXFqTbl(file.uvx, source);
 }
 
 std::vector<int> Ids(const AUVXFqTbl& table) {
@@ -104,12 +79,9 @@ TEST(FrequencyTable, IsEmptyWithoutItsTable) {
 }
 
 TEST(FrequencyTable, RepeatsTheLastValueForFormatsItDoesNotKnow) {
-  SyntheticUVXTable fq{"FQ", 1};
+  SyntheticUVXTable fq{"FQ"};
   fq.columns = {{"FREQID", "", "1J"}, {"BANDFREQ", "HZ", "2I"}, {"RXCODE", "", "32A"}, {"CH_WIDTH", "HZ", "2D"}};
-  Append(fq.data, 3);
-  Append(fq.data, 5.0);
-  Append(fq.data, 6.0);
-  const AUVXFqTbl table = TableOf(Base(2).Table(fq));
+  const AUVXFqTbl table = TableOf(Base(2).Table(fq.Row(3, 5.0, 6.0)));
   EXPECT_EQ(Ids(table), std::vector<int>{3});
   EXPECT_DOUBLE_EQ(table.GetStartIFFq(1, 0), kFreq0 + 3);
   EXPECT_DOUBLE_EQ(table.GetDeltaIFFq(0, 0), 5) << "what is not understood takes no bytes";
@@ -117,11 +89,9 @@ TEST(FrequencyTable, RepeatsTheLastValueForFormatsItDoesNotKnow) {
 }
 
 TEST(FrequencyTable, StaysInsideARowThatIsTooShort) {
-  SyntheticUVXTable fq{"FQ", 1};
+  SyntheticUVXTable fq{"FQ"};
   fq.columns = {{"FRQSEL", "", "1J"}, {"IF FREQ", "HZ", "32767D"}, {"CH WIDTH", "", "32767B"}};
-  Append(fq.data, 2);
-  Append(fq.data, 5.0);
-  const AUVXFqTbl table = TableOf(Base(3).Table(fq));
+  const AUVXFqTbl table = TableOf(Base(3).Table(fq.Row(2, 5.0)));
   EXPECT_DOUBLE_EQ(table.GetStartIFFq(0, 0), kFreq0 + 5);
   EXPECT_DOUBLE_EQ(table.GetStartIFFq(1, 0), 0);
   EXPECT_DOUBLE_EQ(table.GetDeltaIFFq(2, 0), 5);
@@ -142,12 +112,7 @@ TEST(FrequencyTable, IsReducedToTheSetupsOfASource) {
 TEST(FrequencyTable, IsReducedQuicklyWhateverItsSize) {
   SyntheticUVXTable setups{"FQ"}, scans = Index({});
   setups.columns = {{"FRQSEL", "", "1J"}};
-  setups.rows = scans.rows = 200000;
-  for (int i = 0; i < setups.rows; ++i) {
-    Append(setups.data, i / 2);
-    Append(scans.data, 7);
-    Append(scans.data, i + 100);
-  }
+  for (int i = 0; i < 200000; ++i) setups.Row(i / 2), scans.Row(7, i + 100);
   const auto start = std::chrono::steady_clock::now();
   const AUVXFqTbl table = TableOf(Base(0).Table(setups).Table(scans), 7);
   // A search of all setups for each scan takes 10 s, this a tenth of one.
@@ -158,24 +123,19 @@ TEST(FrequencyTable, IsReducedQuicklyWhateverItsSize) {
 
 TEST(FrequencyTable, KeepsItsImageInAFile) {
   AUVXFqTbl table = TableOf(Base(2).Table(Frequencies({4, 7})));
-  TempFile file;
-  AFile f;
-  ASSERT_TRUE(f.Open(file.c_str(), AFile::Create | AFile::ReadWrite | AFile::Binary));
-  ASSERT_TRUE(table.Store(f));
+  OpenTempFile file;
+  ASSERT_TRUE(table.Store(file));
   const std::string bytes = file.Bytes();
   ASSERT_EQ(bytes.size(), 8 + 4 * 16 + 4 + 2 * 4 + 3 * 4U);
   EXPECT_EQ(bytes.substr(72), std::string("\2\0\0\0\4\0\0\0\7\0\0\0\2\0\0\0\2\0\0\0\20\0\0\0", 24));
   AUVXFqTbl loaded;
-  f.Seek(0);
-  ASSERT_TRUE(loaded.Load(f));
+  file.Seek(0);
+  ASSERT_TRUE(loaded.Load(file));
   EXPECT_EQ(Ids(loaded), Ids(table));
   EXPECT_EQ(loaded.GetFreq(19, 1), table.GetFreq(19, 1));
   for (size_t size = 0; size < bytes.size(); ++size) {
-    TempFile cut;
-    cut.Put(bytes.substr(0, size));
-    AFile c;
-    ASSERT_TRUE(c.Open(cut.c_str(), AFile::Binary));
-    EXPECT_FALSE(loaded.Load(c)) << size;
+    OpenTempFile cut(bytes.substr(0, size));
+    EXPECT_FALSE(loaded.Load(cut)) << size;
     EXPECT_EQ(loaded.GetFreqSels(), 0);
   }
 }
@@ -210,4 +170,4 @@ TEST(ScanList, IsATable) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,20 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <limits>
-#include <memory>
-#include <string>
 #include <type_traits>
-#include <utility>
-#include <vector>
 
-#include "tests/support/MemoryFile.h"
+#include "tests/support/Elements.h"
 #include "tests/support/OpenFITS.h"
-#include "tests/support/SyntheticUVX.h"
+#include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
-#include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXPosition.h"
@@ -22,14 +14,8 @@
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::MemoryFile;
-using test::OpenFITS;
-using test::SyntheticFITS;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
 
 AUVXGroup Group(int source, int freqSel, double time, int ant1 = 1, int ant2 = 2, int flag = 0) {
   AUVXGroup group;
@@ -46,11 +32,6 @@ AUVXBaseLines BaseLines(const std::vector<AUVXGroup>& groups) {
   AUVXBaseLines list;
   for (const AUVXGroup& group : groups) list.checkBase(AUVXBaseLineItem(group));
   return list;
-}
-
-template <typename T>
-std::vector<T> Elements(const std::unique_ptr<AArray<T>>& array) {
-  return std::vector<T>(array->lpArray(), array->lpArray() + array->count());
 }
 
 std::string ColumnText(const AUVXTable& table) {
@@ -171,8 +152,7 @@ TEST(AUVXAntenns, WithoutBaselinesAreListedForDeletion) {
   AUVXTable table = AntennaTable();
   table.SetNumber(0, 4, 0, 256 + 200);
   AUVXBaseLines baseLines = BaseLines({Group(1, 1, 0, 3, 200)});
-  const std::unique_ptr<AArray<int>> rows(AUVXAntenns(table).GetDeleteRows(baseLines));
-  EXPECT_EQ(Elements(rows), std::vector{1});
+  EXPECT_EQ(Elements(AUVXAntenns(table).GetDeleteRows(baseLines)), std::vector{1});
 
   const AUVXAntenns made(baseLines);
   ASSERT_EQ(made.count(), 2);
@@ -194,12 +174,7 @@ TEST(AUVXLists, PassOverLettersWithoutSize) {
   SyntheticUVXTable table{"AN"};
   table.columns = {
       {"BITS", "", "8X"}, {"BYTES", "", "2B"}, {"FLAG", "", "2L"}, {"NOSTA", "", "1I"}, {"STABXYZ", "", "9D"}};
-  table.rows = 1;
-  test::Append(table.data, int16_t{0});
-  test::Append(table.data, int16_t{5});
-  test::Append(table.data, 1.0);
-  test::Append(table.data, 2.0);
-  MemoryFile file(table.Image());
+  MemoryFile file(table.Row(int16_t{0}, int16_t{5}, 1.0, 2.0).Image());
   const AUVXAntenns list{AUVXTable(file)};
   ASSERT_EQ(list.count(), 1);
   EXPECT_EQ(list(0).id, 5);
@@ -247,8 +222,7 @@ TEST(AUVXSources, AreReadFromEitherKindOfTable) {
   EXPECT_EQ(values(again.ForID(6)), (std::vector{12.0, 0.0, 0.0, 15.0, 16.0}));
 
   AUVXBaseLines baseLines = BaseLines({Group(6, 1, 0), Group(9, 1, 0)});
-  const std::unique_ptr<AArray<int>> rows(list.GetDeleteRows(baseLines));
-  EXPECT_EQ(Elements(rows), std::vector{0});
+  EXPECT_EQ(Elements(list.GetDeleteRows(baseLines)), std::vector{0});
 }
 
 TEST(AUVXLists, OfAFITSFileWithoutTablesAreMadeOfItsHeader) {
@@ -320,7 +294,7 @@ TEST(AUVXPosition, IsMadeOfRecordsInTheirOrder) {
   EXPECT_EQ(index.CountForSrc(3), 0);
   EXPECT_EQ(index.FreqSelForSrc(2), 1);
   EXPECT_EQ(index.FreqSelForSrc(3), 1);
-  EXPECT_EQ(Elements(std::unique_ptr<AArray<int>>(index.GetFreqSels(1))), (std::vector{1, 2}));
+  EXPECT_EQ(Elements(index.GetFreqSels(1)), (std::vector{1, 2}));
   AArray<int> setups;
   setups.Add(99);
   EXPECT_EQ(index.GetFreqSels(3, setups).count(), 0);
@@ -376,8 +350,8 @@ TEST(AUVXBaseLines, AreSortedAndEachThereOnce) {
   list.checkBase(AUVXBaseLineItem(Group(1, 1, 0, 3, 4, 1)));
   EXPECT_EQ(list(3).flag, 0) << "one usable record is enough";
 
-  EXPECT_EQ(Elements(std::unique_ptr<AArray<short>>(list.getSourceMap())), (std::vector<short>{-1, 1, 2}));
-  EXPECT_EQ(Elements(std::unique_ptr<AArray<int>>(list.getTlscMap())), (std::vector{1, 2, 3, 4, 200, 255}));
+  EXPECT_EQ(Elements(list.getSourceMap()), (std::vector<short>{-1, 1, 2}));
+  EXPECT_EQ(Elements(list.getTlscMap()), (std::vector{1, 2, 3, 4, 200, 255}));
 }
 
 TEST(AUVXBaseLines, ComeBackFromTheirTableInAnyOrder) {
@@ -401,38 +375,25 @@ TEST(AUVXBaseLines, ComeBackFromTheirTableInAnyOrder) {
   EXPECT_EQ(AUVXBaseLines(AntennaTable()).count(), 1) << "a table without its columns says nothing";
 }
 
-AUVXFile& Attach(AUVXFile& uvx, MemoryFile& file) {
-  EXPECT_TRUE(uvx.Attach(&file, 0, 0));
-  return uvx;
-}
-
 SyntheticUVXTable Setups() {
   SyntheticUVXTable table{"FQ"};
   table.columns = {{"FREQID", "", "1J"}, {"BANDFREQ", "HZ", "2D"}, {"CH_WIDTH", "HZ", "2E"}};
-  table.rows = 2;
-  for (int setup : {1, 3}) {
-    test::Append(table.data, int32_t{setup});
-    for (double offset : {0.0, 5e7}) test::Append(table.data, offset * setup);
-    for (float width : {1e6f, -2e6f}) test::Append(table.data, width);
-  }
+  for (int setup : {1, 3}) table.Row(setup, 0.0, 5e7 * setup, 1e6f, -2e6f);
   return table;
 }
 
 TEST(AUVXFreqs, ComeFromTheSetupOfAFile) {
-  MemoryFile file(SyntheticUVX().IFs(2).Channels(3).Table(Setups()).Bytes());
-  AUVXFile uvx;
-  Attach(uvx, file);
-  const AUVXFreqs third(uvx, 3);
+  OpenUVX file(SyntheticUVX().IFs(2).Channels(3).Table(Setups()));
+  const AUVXFreqs third(file.uvx, 3);
   ASSERT_EQ(third.freqs(), 6);
   EXPECT_EQ(third(2, 0), 1.402e9);
   EXPECT_EQ(third(2, 1), 1.4e9 + 1.5e8 - 4e6);
   EXPECT_EQ(third(3), 1.55e9);
-  EXPECT_EQ(AUVXFreqs(uvx, 1)(0, 1), 1.45e9);
-  EXPECT_EQ(AUVXFreqs(uvx, 2)(0, 1), 1.45e9) << "an unknown setup falls back to the first row";
+  EXPECT_EQ(AUVXFreqs(file.uvx, 1)(0, 1), 1.45e9);
+  EXPECT_EQ(AUVXFreqs(file.uvx, 2)(0, 1), 1.45e9) << "an unknown setup falls back to the first row";
 
-  MemoryFile bare(SyntheticUVX().IFs(0).Channels(2).Bytes());
-  AUVXFile without;
-  const AUVXFreqs flat(Attach(without, bare), 1);
+  OpenUVX bare(SyntheticUVX().IFs(0).Channels(2));
+  const AUVXFreqs flat(bare.uvx, 1);
   ASSERT_EQ(flat.count(), 2);
   EXPECT_EQ(flat(1), 1.4e9) << "that of the header";
 }
@@ -457,10 +418,8 @@ TEST(AUVXFreqs, BecomeATable) {
 }
 
 TEST(AUVXFreqs, AreNotTakenWhereTheFileCannotHoldThem) {
-  const std::string bytes = SyntheticUVX().Times(0).Stokes({-1}).Put(214, int32_t{100000000}).Bytes();
-  MemoryFile file(bytes);
-  AUVXFile uvx;
-  EXPECT_EQ(AUVXFreqs(Attach(uvx, file), 1).count(), 0);
+  OpenUVX file(SyntheticUVX().Times(0).Stokes({-1}).Put(214, int32_t{100000000}));
+  EXPECT_EQ(AUVXFreqs(file.uvx, 1).count(), 0);
   EXPECT_EQ(AUVXFreqs(-1, 2).count(), 0);
   EXPECT_EQ(AUVXFreqs(65536, 65536).count(), 0);
   EXPECT_EQ(AUVXFreqs().count(), 1);
@@ -468,4 +427,4 @@ TEST(AUVXFreqs, AreNotTakenWhereTheFileCannotHoldThem) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

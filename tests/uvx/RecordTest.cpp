@@ -1,25 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <limits>
 #include <random>
-#include <string>
-#include <vector>
 
-#include "tests/support/MemoryFile.h"
-#include "tests/support/SyntheticUVX.h"
-#include "zeltra/uvx/AUVXFile.h"
+#include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
 #include "zeltra/uvx/AUVXVisibility.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::MemoryFile;
-using test::SyntheticUVX;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
@@ -33,9 +22,8 @@ TEST(Complex, IsValidUnlessItsWeightIsKnownToBeZeroOrLess) {
 
 TEST(Records, ReadTheirImagesFromFilesAndFromMemory) {
   const SyntheticUVX synthetic = SyntheticUVX().IFs(2).Channels(3).Stokes({-1, -2, -3, -4});
-  MemoryFile file(synthetic.Bytes());
-  AUVXFile uvx;
-  ASSERT_TRUE(uvx.Attach(&file, 0, 0));
+  OpenUVX open(synthetic);
+  AUVXFile& uvx = open.uvx;
   AUVXGroup group;
   AUVXVisibility vis(uvx), copied(uvx);
   ASSERT_EQ(vis.count(), 24);
@@ -50,7 +38,7 @@ TEST(Records, ReadTheirImagesFromFilesAndFromMemory) {
   EXPECT_EQ(&vis(2, 1, 3), &vis(5, 3));
   EXPECT_EQ(&vis(2, 1, 0), vis(5));
 
-  std::string image = file.bytes.substr(481 + 4 * static_cast<size_t>(uvx.recSize()));
+  std::string image = open.file.bytes.substr(481 + 4 * static_cast<size_t>(uvx.recSize()));
   AUVXGroup other;
   char* p = copied.load(other.load(image.data()));
   EXPECT_EQ(p - image.data(), uvx.recSize());
@@ -134,4 +122,4 @@ TEST(Ranges, AreThoseOfTheValuesOneByOne) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <vector>
-
 #include "tests/support/TempFile.h"
-#include "zeltra/core/AStreamFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AStokesMix.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::TempFile;
 
 AUVXStokes Codes(const std::vector<int>& codes) {
   AUVXStokes list;
@@ -141,15 +134,13 @@ TEST(StokesVisible, TakesAnAbsentInputForAFlaggedZero) {
 }
 
 TEST(StokesMixImage, IsSixBytes) {
-  TempFile temp;
-  AStreamFile file;
-  ASSERT_TRUE(file.Open(temp.c_str(), "w+b", 512));
+  OpenTempFile file;
   AStokesMix mix(-258, AStokesItem(3, -1), AStokesItem());
   EXPECT_TRUE(mix.store(file));
   file.Seek(0);
   AStokesMix loaded;
   EXPECT_TRUE(loaded.load(file));
-  EXPECT_EQ(temp.Bytes(), std::string("\xfe\xfe\x03\xff\xff\x00", 6));
+  EXPECT_EQ(file.Bytes(), std::string("\xfe\xfe\x03\xff\xff\x00", 6));
   EXPECT_EQ(loaded.id, -258);
   EXPECT_EQ(loaded.item1.code, -1);
   EXPECT_FALSE(loaded.item2.IsPresent());
@@ -159,4 +150,4 @@ TEST(StokesMixImage, IsSixBytes) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,35 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include "tests/support/MemoryFile.h"
 #include "tests/support/OpenFITS.h"
-#include "tests/support/SyntheticUVX.h"
-#include "zeltra/uvx/AUVXFile.h"
-#include "zeltra/uvx/AUVXTable.h"
+#include "tests/support/OpenUVX.h"
+#include "tests/support/Test.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
 
-using test::MemoryFile;
-using test::SyntheticRecord;
-using test::SyntheticUVX;
-using test::SyntheticUVXTable;
-
-struct OpenFile {
-  explicit OpenFile(const std::string& bytes) : file(bytes) { EXPECT_TRUE(uvx.Attach(&file, 0, 0)); }
-  explicit OpenFile(const SyntheticUVX& builder) : OpenFile(builder.Bytes()) {}
-  MemoryFile file;
-  AUVXFile uvx;
-};
-
-std::string Header(const std::string& bytes) {
-  OpenFile in(bytes);
+std::string Header(const SyntheticUVX& builder) {
   MemoryFile out;
-  return in.uvx.ToFITSHeader(out) ? out.bytes : "";
+  return OpenUVX(builder).uvx.ToFITSHeader(out) ? out.bytes : "";
 }
 
 std::vector<std::string> Cards(const std::string& header) {
@@ -55,8 +34,7 @@ std::string Value(const std::string& header, const std::string& keyword) {
 }
 
 TEST(AUVXToFITSHeader, HoldsTheCardsInTheOrderOfTheStandard) {
-  const std::string header =
-      Header(SyntheticUVX().IFs(2).Channels(3).Stokes({-1, -2}).Antennas(3).Times(2).Tables().Bytes());
+  const std::string header = Header(SyntheticUVX().IFs(2).Channels(3).Stokes({-1, -2}).Antennas(3).Times(2).Tables());
   ASSERT_EQ(header.size(), 3u * 2880);
   const std::vector<std::string> cards = Cards(header);
   const char* expected[] = {
@@ -78,11 +56,11 @@ TEST(AUVXToFITSHeader, WritesEveryDigitOfItsNumbers) {
   table.SetRows(1);
   table.SetNumber(0, 0, 0, 187.70593075958);
   table.SetNumber(0, 1, 0, -1.0 / 3);
-  OpenFile in(SyntheticUVX().Put(218, 229071093750.0625).Bytes());
+  OpenUVX in(SyntheticUVX().Put(218, 229071093750.0625).Bytes());
   in.uvx.AddTable(table);
   MemoryFile out;
   ASSERT_TRUE(in.uvx.ToFITSHeader(out));
-  const test::OpenFITS file(out.bytes);
+  const OpenFITS file(out.bytes);
   ASSERT_TRUE(file.result);
   const auto& fits = file.fits;
   EXPECT_EQ(fits.main()->axes()(0, 3), 229071093750.0625);
@@ -92,19 +70,19 @@ TEST(AUVXToFITSHeader, WritesEveryDigitOfItsNumbers) {
 
 TEST(AUVXToFITSHeader, NeedsPolarisationsInConstantSteps) {
   const auto axis = [](std::vector<int> codes) {
-    const std::string header = Header(SyntheticUVX().Stokes(std::move(codes)).Bytes());
+    const std::string header = Header(SyntheticUVX().Stokes(std::move(codes)));
     return Value(header, "CRVAL3").substr(0, 2) + " " + Value(header, "CDELT3").substr(0, 2);
   };
   EXPECT_EQ(axis({1}), "1. 1.");
   EXPECT_EQ(axis({-7}), "-7 -1");
   EXPECT_EQ(axis({-5, -6, -7, -8}), "-5 -1");
   EXPECT_EQ(axis({-8, -6}), "-8 2.");
-  EXPECT_EQ(Header(SyntheticUVX().Stokes({-1, -2, -4}).Bytes()), "");
-  EXPECT_EQ(Header(SyntheticUVX().Stokes({}).Bytes()), "");
+  EXPECT_EQ(Header(SyntheticUVX().Stokes({-1, -2, -4})), "");
+  EXPECT_EQ(Header(SyntheticUVX().Stokes({})), "");
 }
 
 TEST(AUVXToFITSHeader, NamesSourceAndSetupWhereTheyDiffer) {
-  const auto needs = [](const SyntheticUVX& builder) { return OpenFile(builder).uvx.NeedsSourceAndFreqSel(); };
+  const auto needs = [](const SyntheticUVX& builder) { return OpenUVX(builder).uvx.NeedsSourceAndFreqSel(); };
   const SyntheticUVX plain = SyntheticUVX().Tables();
   EXPECT_FALSE(needs(plain));
   EXPECT_TRUE(needs(SyntheticUVX())) << "nothing tells what the records hold";
@@ -112,7 +90,7 @@ TEST(AUVXToFITSHeader, NamesSourceAndSetupWhereTheyDiffer) {
   EXPECT_TRUE(needs(SyntheticUVX(plain).Edit([](SyntheticRecord& record) { record.source = 7; })));
   EXPECT_TRUE(needs(SyntheticUVX(plain).Edit([](SyntheticRecord& record) { record.frqsel = 2; })));
   EXPECT_TRUE(needs(SyntheticUVX(plain).Put(16, int32_t{7}))) << "a record behind the index";
-  EXPECT_EQ(Value(Header(SyntheticUVX().Sources(2).Tables().Bytes()), "OBJECT"), "'MULTI   '");
+  EXPECT_EQ(Value(Header(SyntheticUVX().Sources(2).Tables()), "OBJECT"), "'MULTI   '");
 }
 
 AUVXTable SmallTable() {
@@ -168,7 +146,7 @@ TEST(AUVXToFITSTable, IsABinaryTableInWholeBlocks) {
 TEST(AUVXToFITSTables, CountVersionsForEachCode) {
   SyntheticUVXTable antennas{"AN"}, calibration{"CL"};
   antennas.columns = calibration.columns = {{"A", "", "1J"}};
-  OpenFile in(SyntheticUVX().Table(antennas).Table(calibration).Table(antennas));
+  OpenUVX in(SyntheticUVX().Table(antennas).Table(calibration).Table(antennas));
   MemoryFile out;
   ASSERT_TRUE(in.uvx.ToFITSTables(out));
   ASSERT_EQ(out.bytes.size(), 3u * 2880);
@@ -183,19 +161,19 @@ TEST(AUVXToFITSTables, FailRatherThanLoseATable) {
   const SyntheticUVX whole = SyntheticUVX().Tables();
   const size_t directory = whole.DirectoryOffset();
   MemoryFile all;
-  ASSERT_TRUE(OpenFile(whole).uvx.ToFITSTables(all));
+  ASSERT_TRUE(OpenUVX(whole).uvx.ToFITSTables(all));
   for (int64 room = 0; room < static_cast<int64>(all.bytes.size()); room += 720) {
     MemoryFile out;
     out.largest = room;
-    EXPECT_FALSE(OpenFile(whole).uvx.ToFITSTables(out)) << room;
+    EXPECT_FALSE(OpenUVX(whole).uvx.ToFITSTables(out)) << room;
   }
   MemoryFile out;
   for (int64 position : {int64{-1}, int64{0}, int64{1} << 40}) {
-    EXPECT_FALSE(OpenFile(SyntheticUVX(whole).Put(directory + 6, position)).uvx.ToFITSTables(out)) << position;
+    EXPECT_FALSE(OpenUVX(SyntheticUVX(whole).Put(directory + 6, position)).uvx.ToFITSTables(out)) << position;
   }
-  EXPECT_FALSE(OpenFile(SyntheticUVX(whole).Put(directory + 14, int32_t{7})).uvx.ToFITSTables(out));
-  EXPECT_FALSE(OpenFile(SyntheticUVX(whole).Cut(whole.Bytes().size() - 1)).uvx.ToFITSTables(out));
+  EXPECT_FALSE(OpenUVX(SyntheticUVX(whole).Put(directory + 14, int32_t{7})).uvx.ToFITSTables(out));
+  EXPECT_FALSE(OpenUVX(SyntheticUVX(whole).Cut(whole.Bytes().size() - 1)).uvx.ToFITSTables(out));
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,34 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <limits>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "tests/support/MemoryFile.h"
-#include "tests/support/SyntheticUVX.h"
+#include "tests/support/OpenUVX.h"
 #include "tests/support/TempFile.h"
-#include "zeltra/core/AFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/platform/MessageBox.h"
 #include "zeltra/uvx/AUVXComplex.h"
-#include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXHeader.h"
-#include "zeltra/uvx/AUVXTable.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::MemoryFile;
-using test::SyntheticUVX;
-using test::TempFile;
 
 AUVXHeader HeaderOf(int count, int IFs, int channels, int stokes) {
   AUVXHeader header;
@@ -37,12 +21,6 @@ AUVXHeader HeaderOf(int count, int IFs, int channels, int stokes) {
   header.channels = channels;
   header.stokes.SetCount(stokes);
   return header;
-}
-
-int OpenBytes(const std::string& bytes) {
-  MemoryFile file(bytes);
-  AUVXFile uvx;
-  return uvx.Attach(&file, 0, 0);
 }
 
 TEST(UVXFileWriting, CommitsByteForByteWhatTheFormatSays) {
@@ -175,14 +153,10 @@ TEST(UVXFileWriting, GeometryFollowsTheHeader) {
 /// Adds the standard tables, from their images, to a file with the same records.
 std::string WithTablesAdded(const SyntheticUVX& records, MemoryFile&& file) {
   const std::string whole = SyntheticUVX(records).Tables().Bytes();
-  MemoryFile reference(whole);
-  AUVXFile from, to;
-  EXPECT_TRUE(from.Attach(&reference, 0, 0));
+  OpenUVX from(whole);
+  AUVXFile to;
   EXPECT_TRUE(to.Attach(&file, 0, 0));
-  for (const char* code : {"FQ", "AN", "SU", "NX"}) {
-    const std::unique_ptr<AUVXTable> table(from.GetTable(code));
-    to.AddTable(*table);
-  }
+  for (const char* code : {"FQ", "AN", "SU", "NX"}) to.AddTable(*from.Table(code));
   to.Close();
   return file.bytes;
 }
@@ -226,8 +200,8 @@ TEST(UVXFileOpening, FindsAndStoresPolarisations) {
 
 TEST(UVXFileOpening, RefusesAHeaderCutShort) {
   const std::string whole = SyntheticUVX().Bytes();
-  ASSERT_TRUE(OpenBytes(whole));
-  for (size_t size = 0; size < 481; ++size) EXPECT_FALSE(OpenBytes(whole.substr(0, size))) << size << " bytes";
+  ASSERT_TRUE(OpenUVX(whole).result);
+  for (size_t size = 0; size < 481; ++size) EXPECT_FALSE(OpenUVX(whole.substr(0, size)).result) << size << " bytes";
   TempFile missing("uvx");
   AUVXFile uvx;
   EXPECT_FALSE(uvx.Open(missing.c_str(), 0));
@@ -236,7 +210,7 @@ TEST(UVXFileOpening, RefusesAHeaderCutShort) {
 }
 
 TEST(UVXFileOpening, RefusesRecordsThatCannotBeAddressed) {
-  const auto opens = [](const SyntheticUVX& file) { return OpenBytes(file.Bytes()); };
+  const auto opens = [](const SyntheticUVX& file) { return OpenUVX(file.Bytes()).result; };
   const int32_t huge = std::numeric_limits<int32_t>::max();
   EXPECT_FALSE(opens(SyntheticUVX().Uncommitted()));
   EXPECT_FALSE(opens(SyntheticUVX().Put(4, int32_t{-1}))) << "data offset";
@@ -255,11 +229,7 @@ TEST(UVXFileOpening, RefusesRecordsThatCannotBeAddressed) {
 }
 
 TEST(UVXFileOpening, TellsHowManyRecordsThereAre) {
-  const auto held = [](const SyntheticUVX& synthetic) {
-    MemoryFile file(synthetic.Bytes());
-    AUVXFile uvx;
-    return uvx.Attach(&file, 0, 0) ? uvx.HeldRecords() : -1;
-  };
+  const auto held = [](const SyntheticUVX& synthetic) { return OpenUVX(synthetic).uvx.HeldRecords(); };
   const size_t record = static_cast<size_t>(SyntheticUVX().RecordBytes());
   EXPECT_EQ(held(SyntheticUVX()), 6);
   EXPECT_EQ(held(SyntheticUVX().Put(16, std::numeric_limits<int32_t>::max())), 6);
@@ -291,7 +261,7 @@ TEST(UVXHeader, StartsWithEmptyRangesOnlyWhenInitialised) {
 
 TEST(UVXHeader, APolarisationCountOutOfBoundsIsCut) {
   std::string bytes;
-  test::Append(bytes, int16_t{300});
+  Append(bytes, int16_t{300});
   MemoryFile file(bytes + std::string(16, '\1'));
   EXPECT_EQ(AUVXStokes(file).count(), 8);
   AUVXStokes stokes(file);
@@ -327,4 +297,4 @@ TEST(JulianDate, TurnsBackIntoADate) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

@@ -1,21 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
+#include "tests/support/Test.h"
 #include "zeltra/uvx/AUVXFile.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
-namespace zeltra {
+namespace zeltra::test {
 namespace {
-
-using test::SyntheticUVX;
-using test::TempFile;
 
 AUVXHeader HeaderOf(int channels) {
   AUVXHeader header;
@@ -148,4 +141,4 @@ TEST(UVXWriter, RefusesMoreTablesThanTheDirectoryHolds) {
 }
 
 }  // namespace
-}  // namespace zeltra
+}  // namespace zeltra::test

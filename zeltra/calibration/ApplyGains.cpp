@@ -269,12 +269,14 @@ void Applier::CorrectIF(const AntennaGains& p, const AntennaGains& q, int i, con
     const double weightFactor = summary_.areWeightsScaled ? 1 / std::norm(factor) : 1;
     const double turn = (b.delay - a.delay) * frequencies_[static_cast<size_t>(i)].delta;
     const std::complex<double> step = std::polar(1.0, kTwoPi * std::remainder(turn, 1.0));
+    int64 corrected = 0;
     for (size_t c = 0; c < channels; ++c) {
       const AUVXComplex& value = in[c * stride + k];
-      summary_.corrected += value.weight > 0;
+      corrected += value.weight > 0;
       out[c * stride + k] = Corrected(value, factor, weightFactor);
-      factor *= step;
+      if (turn != 0) factor *= step;
     }
+    summary_.corrected += corrected;
   }
 }
 

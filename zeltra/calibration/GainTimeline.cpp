@@ -80,6 +80,7 @@ GainValue GainTimeline::Brought(const Solution& solution, double time, double fr
 }
 
 GainValue GainTimeline::At(const AGainKey& key, const GainMoment& moment, double frequency) const {
+  if (!std::isfinite(moment.time)) return {};
   const Neighbours pair = Find(key, moment);
   const auto distance = [&](const Solution* solution) {
     return solution ? std::fabs(moment.time - solution->time) * kSecondsPerDay : INFINITY;

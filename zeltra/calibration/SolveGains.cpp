@@ -6,14 +6,10 @@
 #include <cstring>
 #include <utility>
 
-#include "zeltra/calibration/GainTables.h"
+#include "zeltra/calibration/FindGains.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
-#include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
-#include "zeltra/ops/KeptScansInternal.h"
-#include "zeltra/ops/RecordWalk.h"
-#include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
 namespace {
@@ -469,28 +465,6 @@ void Solver::Report() {
   if (report_.solved() == 0) report_.remarks.push_back("no gain could be found");
 }
 
-// The records and tables of the input, and one table more.
-AResult CopyWithTable(AUVXInput& from, const std::string& to, const SolveOptions& options, const AGains& gains) {
-  AUVXTable table;
-  if (AResult result = TableOfGains(gains, "SN", table); !result) return result;
-  if (AResult result = from.CheckTables(); !result) return result;
-  AUVXWriter writer;
-  if (AResult result = writer.Create(to, AUVXHeader(from.uvx()), options, from.path()); !result) return result;
-  KeptScans scans(from, writer, 0);
-  AUVXIntegrationCursor integrations(from.contents().integrations());
-  AResult written = AResult::Ok();
-  AResult result = WalkRecords(from, options, 0, from.uvx().count(), [&](const WalkedRecord& record) {
-    writer.SetIntegration(integrations.Stored(record.index));
-    scans.Enter(record.index);
-    written = writer.Append(record.group, record.values);
-    return static_cast<bool>(written);
-  });
-  if (!written) return written;
-  if (result) result = CopyTables(from, writer, SolveDescription().Command(options));
-  if (result) result = writer.AddTable(table);
-  return result ? writer.Finish() : result;
-}
-
 }  // namespace
 
 int64 SolveReport::solved() const {
@@ -541,7 +515,8 @@ AResult SolveGains(AUVXInput& from, const std::string& to, const SolveOptions& o
   if (AResult result = SolveGains(from, options, gains, report); !result) return result;
   const bool isGainFile =
       std::string_view(to).substr(to.size() - std::min(to.size(), kGainEnding.size())) == kGainEnding;
-  return isGainFile ? StoreGains(to, gains, options) : from.Settle(CopyWithTable(from, to, options, gains));
+  return isGainFile ? StoreGains(to, gains, options)
+                    : CopyWithGains(from, to, gains, options, SolveDescription().Command(options));
 }
 
 }  // namespace zeltra

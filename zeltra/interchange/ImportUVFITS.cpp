@@ -139,6 +139,7 @@ class Importer {
   bool IsInTheList(AFITSxtbl& extension);
   void RemarkOnFindings();
   void RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable& setups);
+  void RemarkOnDelays(const AUVXTable& table);
   AResult Broken(int group) const { return input_.Refuse("cannot be read in group " + Number(group + 1)); }
   AResult Stopped() const { return AResult::Cancel(to_ + ": the import was cancelled"); }
 
@@ -461,7 +462,11 @@ AResult Importer::WriteTables() {
       if (antennas) continue;
     } else if (subarrays_.IsMerged() && code != "NX") {
       subarrays_.Renumber(*table);
+    } else if (options_.subarray > 0 && code != "NX") {
+      // Numbers of antennas mean others in the rows of other subarrays.
+      KeepSubarray(*table, options_.subarray);
     }
+    if (code == "SN" || code == "CL") RemarkOnDelays(*table);
     if (code == "NX") {
       if (indexed) summary_.remarks.push_back("an index table after the first one is left out");
       if (indexed || !IndexAgrees(*table)) continue;
@@ -493,6 +498,21 @@ AResult Importer::WriteTables() {
   if (AResult result = writer_.AddBaseLines(); !result) return result;
   summary_.tables = static_cast<int>(tables.size()) + 2 + writer_.integrations().IsKnown();
   return writer_.AddProvenance(input_.cards(), ImportDescription().Command(options_));
+}
+
+// Delays of gains count from the reference pixel of the frequency axis, which a UVX file has in the first channel.
+void Importer::RemarkOnDelays(const AUVXTable& table) {
+  AFITSmain& main = *input_.fits().main();
+  const double pixel = main.axes()(2, main.FindAxis("FREQ") - 1);
+  bool hasDelays = false;
+  for (int i = 0; i < table.columnCount() && pixel != 1; ++i) {
+    if (!table.columns()(i).Name().starts_with("DELAY")) continue;
+    for (int row = 0; row < table.rows(); ++row) hasDelays |= std::fabs(table.Number(row, i)) > 0;
+  }
+  if (!hasDelays) return;
+  summary_.remarks.push_back("the delays of the table " + table.Code() + " count from channel " + valToStr(pixel) +
+                             " and are taken to count from channel 1: where they are applied, phases are off by what "
+                             "they are in between");
 }
 
 // The one setup of a file without a frequency table: every IF begins at freq0, channels are spaced as on the FREQ axis.

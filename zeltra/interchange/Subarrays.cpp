@@ -214,4 +214,19 @@ void Subarrays::Renumber(AUVXTable& table) const {
   }
 }
 
+void KeepSubarray(AUVXTable& table, int subarray) {
+  const int column = table.FindColumn("SUBARRAY");
+  AArray<int> others;
+  for (int row = 0; row < table.rows() && column >= 0; ++row) {
+    const double number = table.Number(row, column);
+    if (!(number >= 1)) continue;
+    if (number == subarray) {
+      table.SetNumber(row, column, 0, 1);
+    } else {
+      others.Add(row);
+    }
+  }
+  table.DeleteRows(others);
+}
+
 }  // namespace zeltra

@@ -90,6 +90,10 @@ class Subarrays {
   std::string frame_, hand_;
 };
 
+/// Take the rows of other subarrays out of a table that tells them, and give the rest the number 1, which the single
+/// subarray of a file has. Rows of all subarrays, numbers of 0 and less, stay as they are.
+void KeepSubarray(AUVXTable& table, int subarray);
+
 }  // namespace zeltra
 
 #endif  // ZELTRA_INTERCHANGE_SUBARRAYSINTERNAL_H_

@@ -13,7 +13,7 @@ namespace zeltra {
 namespace {
 
 constexpr ASuffix kPercent[] = {{"%", 1}};
-// Gaps in the sentence on IFs that cannot be joined.
+// How many gaps the sentence on IFs that cannot be joined lists.
 constexpr size_t kMostGaps = 3;
 
 AResult ReadChannels(const std::string& text, AverageFrequencyOptions& options) {
@@ -31,32 +31,31 @@ std::string ChannelsText(const AverageFrequencyOptions& options) {
 AJobDescription DescribeAverageFrequency() {
   AJobDescriber<AverageFrequencyOptions> job(
       "average-frequency", "Average channels",
-      "Weighted means of channels that follow each other. Flagged values do not count; a mean of flagged values alone "
-      "is flagged and keeps their weight. Frequencies do not depend on flags: N channels become one in their middle, N "
-      "times as wide. The flag table is translated where it is about whole new channels; bandpass tables are left "
-      "out.");
+      "Weighted means of adjacent channels. Flagged values do not count; a mean of flagged values only is flagged and "
+      "keeps their weight. Frequencies do not depend on flags: N channels become one in their middle, N times as wide. "
+      "The flag table is translated if its entries cover whole new channels; bandpass tables are left out.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
   job.Parsed("channels", ReadChannels, ChannelsText, "how many channels become one").Form("N|all").Required();
   job.Option("ifs", &AverageFrequencyOptions::joinIFs,
-             "make one IF of those that follow each other without a gap, with channels of the same width and sideband, "
+             "join IFs that follow each other without a gap into one, with channels of the same width and sideband, "
              "before their channels are averaged");
   job.Option("trim", &AverageFrequencyOptions::trim,
-             "leave out this share of the channels at each end of every IF, in whole channels, as in 12.5%")
+             "omit this share of the channels at each end of every IF, in whole channels, as in 12.5%")
       .Form("PERCENT%")
       .Suffixes(kPercent)
       .Range(0, 50);
   job.Choice<bool AverageFrequencyOptions::*, bool>(
       "require", &AverageFrequencyOptions::needsAll, {{"any", false}, {"all", true}},
-      "a mean is valid where any of its channels is valid, or only where all are");
-  job.Choice<bool AverageFrequencyOptions::*, bool>(
-      "remainder", &AverageFrequencyOptions::dropsRemainder, {{"refuse", false}, {"drop", true}},
-      "what to do with channels that make no whole new one at the end of an IF");
+      "a mean is valid if any of its channels is valid, or only if all are");
+  job.Choice<bool AverageFrequencyOptions::*, bool>("remainder", &AverageFrequencyOptions::dropsRemainder,
+                                                    {{"refuse", false}, {"drop", true}},
+                                                    "what to do with channels left over at the end of an IF");
   job.Overwrite();
   return job.Finish();
 }
 
-// Why an IF does not go on where the one before ends; empty if it does.
+// Why an IF does not continue the one before it; empty if it does.
 std::string GapBefore(const FrequencyChange& change, const SetupFrequencies& setups, int row, int i) {
   const double width = setups.Width(row, i), before = setups.Width(row, i - 1);
   const std::string name = "IF " + std::to_string(i + 1), other = "IF " + std::to_string(i);

@@ -1,4 +1,4 @@
-// The copy of a part of a file, for jobs that are one under another name.
+// Copies part of a file, for jobs that do this under another name.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_COPYPARTINTERNAL_H_
 #define ZELTRA_OPS_COPYPARTINTERNAL_H_
@@ -9,7 +9,7 @@
 
 namespace zeltra {
 
-/// Copy as CopyUVX does. @param command  what the HISTORY line says: see AJobDescription::Command
+/// Copy as CopyUVX does. @param command  for the HISTORY line: see AJobDescription::Command
 AResult CopyPart(AUVXInput& from, const std::string& to, const CopyOptions& options, const std::string& command,
                  CopySummary* summary);
 

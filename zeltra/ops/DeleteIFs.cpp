@@ -14,8 +14,8 @@ AJobDescription DescribeDeleteIFs() {
   AJobDescriber<DeleteIFsOptions> job(
       "delete-if", "Delete IFs",
       "Records lose the values of these IFs, tables their elements: frequencies, polarisation terms, gains, system "
-      "temperatures, bandpasses. The IFs that stay are numbered anew, in the flag table too; entries of it that are "
-      "about deleted IFs alone go. The frequency of the header is that of the first IF that stays.");
+      "temperatures, bandpasses. The remaining IFs are renumbered, in the flag table too; its entries only about "
+      "deleted IFs are removed. The frequency of the header becomes that of the first remaining IF.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
   job.Option("if", &DeleteIFsOptions::deleted, "numbers of the IFs to delete, as in 1,3-4")

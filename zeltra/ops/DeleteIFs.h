@@ -1,4 +1,4 @@
-// A UVX file without some of its IFs.
+// Removes IFs from a UVX file.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_DELETEIFS_H_
 #define ZELTRA_OPS_DELETEIFS_H_
@@ -14,20 +14,20 @@
 
 namespace zeltra {
 
-/// IFs by their places, from 0: either those that go or those that stay.
+/// IFs by number, from 0: either those to delete or those to keep.
 struct DeleteIFsOptions : JobOptions {
   std::vector<int> deleted;
   std::vector<int> kept;
 };
 
-/// Delete IFs from the records and from all tables. Tables, frequencies and scans are those that CopyUVX makes of the
-/// IFs that stay.
+/// Delete IFs from the records and from all tables. Tables, frequencies and scans are those that CopyUVX makes for the
+/// remaining IFs.
 /// @param summary  may be null
-/// @return a failure if no IFs or all are to go, or some that there are not: there is no output then
+/// @return a failure, without output, if no IF or all of them would be deleted, or one that does not exist
 ZELTRA_API AResult DeleteIFs(AUVXInput& from, const std::string& to, const DeleteIFsOptions& options,
                              CopySummary* summary = nullptr);
 
-/// What a person may tell the job.
+/// The options of the job.
 ZELTRA_API const AJobDescription& DeleteIFsDescription();
 
 }  // namespace zeltra

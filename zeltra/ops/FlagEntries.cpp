@@ -9,7 +9,7 @@
 namespace zeltra {
 namespace {
 
-// The columns of a table of flags, by the beginnings of their names; -1 where there is none.
+// The columns of a table of flags, found by the beginnings of their names; -1 if absent.
 struct FlagColumns {
   int source, subarray, setup, antennas, times, IFs, channels, polarisations;
 
@@ -71,7 +71,7 @@ AResult FlagTableReader::Check(const std::string& path) const {
                        " count from an observation date that is not known");
 }
 
-// An element above 0, else what holds otherwise.
+// An element above 0, otherwise the default.
 int FlagTableReader::Whole(int row, int column, int element, int otherwise) const {
   const double number = table_.Number(row, column, element);
   return number > 0 ? static_cast<int>(std::min(number, 1e9)) : otherwise;
@@ -80,14 +80,14 @@ int FlagTableReader::Whole(int row, int column, int element, int otherwise) cons
 bool FlagTableReader::ReadTimes(int row, FlagEntry& entry) const {
   const double begin = table_.Number(row, columns_.times, 0), end = table_.Number(row, columns_.times, 1);
   if (begin == 0 && end == 0) return true;
-  // Days in single precision are good for some ms.
+  // Days in single precision are accurate to a few ms.
   const double rounding = table_.ParseFormat(columns_.times).type == 'E' ? 0x1p-24 : 0;
   entry.begin = date_ + begin - std::fabs(begin) * rounding - FlagEntry::kTimeTolerance;
   entry.end = date_ + end + std::fabs(end) * rounding + FlagEntry::kTimeTolerance;
   return entry.begin <= entry.end;
 }
 
-// Bits of a row, the first of which are in the last byte, or numbers in the place of bits.
+// Bits of a row, the first of which are in the last byte, or numbers that stand for bits.
 unsigned FlagTableReader::Polarisations(int row) const {
   const AXTblFormat format = table_.ParseFormat(columns_.polarisations);
   const auto* bytes = reinterpret_cast<const uint8_t*>(table_.Row(row) + table_.ColumnOffset(columns_.polarisations));
@@ -104,7 +104,7 @@ bool FlagTableReader::Read(int row, FlagEntry& entry) const {
   entry = FlagEntry();
   entry.source = Whole(row, columns_.source, 0, FlagEntry::kAll);
   entry.subarray = Whole(row, columns_.subarray, 0, FlagEntry::kAll);
-  // No setup has the number 0, which stands for all of them in files of many writers, as -1 does.
+  // No setup has the number 0, which many writers use for all of them, like -1.
   entry.setup = Whole(row, columns_.setup, 0, FlagEntry::kAll);
   entry.antenna = Whole(row, columns_.antennas, 0, FlagEntry::kAll);
   entry.partner = Whole(row, columns_.antennas, 1, FlagEntry::kAll);
@@ -165,7 +165,7 @@ void FlagEntries::MoveTo(double time) {
   Collect(0, entries_.size(), time);
 }
 
-// What holds at a time in the tree of the entries from `begin` up to, but not including, `end`.
+// Collect the entries that apply at a time, in the tree of the entries from `begin` up to, but not including, `end`.
 void FlagEntries::Collect(size_t begin, size_t end, double time) {
   const size_t middle = begin + (end - begin) / 2;
   if (begin == end || latest_[middle] < time) return;

@@ -21,17 +21,17 @@ struct FlagWord {
   bool isQuoted = false;
 };
 
-// Splits a text into words, signs (= , /) and the lines that they are in. Comments go from ! to the end of a line.
+// Splits a text into words and signs (= , /), counting lines. Comments extend from ! to the end of a line.
 class FlagLexer {
  public:
   explicit FlagLexer(const std::string& text) : text_(text) {}
 
   int line() const { return line_; }
-  /// Pass over blanks and comments. @return the next character, 0 at the end
+  /// Skip blanks and comments. @return the next character, 0 at the end
   char Peek();
-  /// Pass over the next character, if it is this one.
+  /// Skip the next character if it is this one.
   bool Takes(char sign) { return Peek() == sign && (++at_, true); }
-  /// @return false where there is no word, or a quote without its end
+  /// @return false if there is no word, or a quote is not closed
   bool Word(FlagWord& word);
 
  private:
@@ -67,7 +67,7 @@ bool FlagLexer::Word(FlagWord& word) {
   return true;
 }
 
-// Reads a text entry by entry. What goes wrong is named with the line that it is in.
+// Reads a text entry by entry. Errors are reported with their line.
 class FlagTextReader {
  public:
   FlagTextReader(const std::string& path, const std::string& text, const AUVXContents& contents, FlagEntries& entries,
@@ -109,7 +109,7 @@ class FlagTextReader {
   double firstDay_ = 0;                // of the year, from 1
   FlagEntry entry_;
   bool selects_ = false, hasReason_ = false;
-  // What is named; none: all. Names that the file has not leave an empty list that is not all.
+  // What is named; empty: all. Names that the file lacks leave a list that is empty but does not mean all.
   bool namesAntennas_ = false, namesSources_ = false, namesPartners_ = false;
   std::set<int> antennas_, partners_, sources_;
   std::set<Pair> baselines_;
@@ -201,7 +201,7 @@ AResult FlagTextReader::ApplyTimes(const std::vector<FlagWord>& values) {
   if (values.size() != 8) return Fail("timerang is day, hour, minute, second of the beginning and of the end");
   if (AResult result = DateOf(numbers, 0, entry_.begin); !result) return result;
   if (AResult result = DateOf(numbers, 4, entry_.end); !result) return result;
-  // A range that begins before the observation date and ends on it or later is of one year.
+  // A range that begins before the observation date and ends on it or later lies within one year.
   if (entry_.end < entry_.begin && numbers[0] < firstDay_) entry_.begin -= nextYear_ - newYear_;
   if (entry_.end < entry_.begin) return Fail("timerang ends before it begins");
   entry_.begin -= FlagEntry::kTimeTolerance;
@@ -209,7 +209,7 @@ AResult FlagTextReader::ApplyTimes(const std::vector<FlagWord>& values) {
   return AResult::Ok();
 }
 
-// A day of the year before that of the observation date is one of the next year.
+// A day of the year before that of the observation date belongs to the next year.
 AResult FlagTextReader::DateOf(const double (&numbers)[8], int first, double& date) const {
   const double day = numbers[first], hour = numbers[first + 1], minute = numbers[first + 2],
                second = numbers[first + 3];
@@ -241,7 +241,7 @@ void FlagTextReader::NoteUnknown(const std::string& what, const std::string& nam
   if (unknown_.size() < 1000) unknown_.insert(what + " " + name);
 }
 
-// What stands in quotes is a name, also where it is a number.
+// Quoted words are names, even if they are numbers.
 bool FlagTextReader::FindAntenna(const FlagWord& word, int& number) {
   if (contents_.FindAntenna((word.isQuoted ? "=" : "") + word.text, number)) return true;
   NoteUnknown("antenna", word.text);
@@ -263,7 +263,7 @@ void FlagTextReader::ApplySources(const std::vector<FlagWord>& values) {
   for (const FlagWord& value : values) {
     if (value.text.empty() || (!value.isQuoted && value.text == "0")) continue;
     namesSources_ = true;
-    // The index is looked through for each new name alone.
+    // The index is searched only for new names.
     const std::string name = (value.isQuoted ? "=" : "") + value.text;
     const auto [known, isNew] = knownSources_.emplace(name, std::nullopt);
     int number = 0;
@@ -276,7 +276,7 @@ void FlagTextReader::ApplySources(const std::vector<FlagWord>& values) {
   }
 }
 
-// The other antennas of the baselines of `antennas`, or baselines as in 'Pa-At'.
+// The second antennas of baselines from `antennas`, or whole baselines as in 'Pa-At'.
 void FlagTextReader::ApplyPartners(const std::vector<FlagWord>& values) {
   selects_ = true;
   for (const FlagWord& value : values) {
@@ -293,7 +293,7 @@ void FlagTextReader::ApplyPartners(const std::vector<FlagWord>& values) {
   }
 }
 
-// One entry for every baseline and source.
+// Make one entry for each baseline and source.
 AResult FlagTextReader::EndEntry() {
   std::set<Pair> baselines = std::exchange(baselines_, {});
   const std::set<int> all = {FlagEntry::kAll};

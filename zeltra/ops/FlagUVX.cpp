@@ -24,10 +24,10 @@ namespace {
 constexpr ASuffix kPercent[] = {{"%", 1}};
 constexpr size_t kMostNamed = 20;
 
-// What flags a value, in a byte.
+// Why a value is flagged, in a byte.
 using Mark = uint8_t;
 constexpr Mark kFree = 0;        // nothing so far
-constexpr Mark kOutside = 0xFF;  // nothing, since it is not selected
+constexpr Mark kOutside = 0xFF;  // never, since it is not selected
 constexpr Mark MarkOf(FlagCause cause) {
   return static_cast<Mark>(static_cast<int>(cause) + 1);
 }
@@ -94,8 +94,8 @@ class Flagger {
   const bool hasAmplitudes_;
   RecordChoice choice_;
   FlagEntries tableEntries_, fileEntries_;
-  // By the places of values in a record.
-  std::vector<Mark> begin_;  // what every record taken begins with
+  // Indexed by the places of values in a record.
+  std::vector<Mark> begin_;  // initial marks of every record taken
   std::vector<Mark> marks_;  // those of the record
   std::vector<AUVXComplex> values_;
   std::map<int, AUVXFreqs> frequencies_;  // by setup
@@ -245,7 +245,7 @@ void Flagger::MarkRecord(const WalkedRecord& record) {
   if (hasAmplitudes_) MarkAmplitudes();
 }
 
-// Leave out the values out of the range of uv distances, each at its own frequency.
+// Exclude the values outside the range of uv distances, each at its own frequency.
 void Flagger::MarkDistances(const AUVXGroup& group) {
   const auto found = frequencies_.find(group.freqSel());
   const AUVXFreqs& frequencies =
@@ -281,7 +281,7 @@ void Flagger::MarkEntry(const FlagEntry& entry, Mark mark) {
   }
 }
 
-// What is no number is neither within the one bound nor within the other.
+// Amplitudes that are not numbers are flagged too: they are outside every limit.
 void Flagger::MarkAmplitudes() {
   const double most = options_.clip * options_.clip, least = options_.below * options_.below;
   const bool isClipped = options_.clip < std::numeric_limits<double>::infinity();
@@ -302,7 +302,7 @@ int Flagger::SubarrayOf(int record) {
   return scan_ < scans.count() ? std::max(int{scans(scan_).subarray}, 1) : 1;
 }
 
-// Turn the weights of what is marked, and set or clear the flag of a record all of which is.
+// Flag or unflag the weights of marked values, and the record if all of its values are marked.
 void Flagger::Turn(AUVXGroup& group, const WalkedRecord& record) {
   bool isWhole = !marks_.empty();
   for (size_t i = 0; i < values_.size(); ++i) {
@@ -352,11 +352,11 @@ void Flagger::Remark(const KeptScans& scans) {
 
 AJobDescription DescribeFlag() {
   AJobDescriber<FlagOptions> job(
-      "flag", "Flag values, so that they can come back",
-      "A selection alone flags all that is selected; with a criterion it restricts that. Weights above 0 get a minus "
-      "sign, all else stays: --unflag with the same options brings them back, but also what was flagged before. Prints "
-      "what is flagged by what, a line an antenna and one for the file; a value of several causes counts for the first "
-      "of them, in the order of the columns.");
+      "flag", "Flag values, so that they can be restored",
+      "Without a criterion everything selected is flagged; a criterion limits that. Weights above 0 get a minus sign, "
+      "all others are unchanged: --unflag with the same options restores them, but also values flagged earlier. Prints "
+      "why values are flagged, one line per antenna and one for the file; a value with several causes counts for the "
+      "first of them, in the order of the columns.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
   DescribeSelection(job, {.leftOut = kStokes, .isByVisibility = true});
@@ -374,35 +374,35 @@ AJobDescription DescribeFlag() {
       .From(0)
       .Otherwise("none");
   job.Option("trim", &FlagOptions::trim,
-             "flag so many percent of the channels at each end of an IF, to the nearest one")
+             "flag this percentage of the channels at each end of an IF, to the nearest channel")
       .Form("PERCENT")
       .Suffixes(kPercent)
       .Range(0, 50)
       .Otherwise("none");
-  job.Option("table", &FlagOptions::table, "flag what a table of the file says, as in FG, or FG:2 for the second one")
+  job.Option("table", &FlagOptions::table, "flag as a table of the file says, as in FG, or FG:2 for the second one")
       .Form("CODE[:N]")
       .Otherwise("none");
-  // A HISTORY line has the name without the path: see Run.
+  // The HISTORY line has the name without the path: see Run.
   job.Option("file", &FlagOptions::file,
-             "flag what this text says, as correlators hand it out for the task UVFLG of AIPS (docs/flags.md)")
+             "flag as this text says, in the form that correlators provide for the task UVFLG of AIPS (docs/flags.md)")
       .Form("FLAGS")
       .Otherwise("none")
       .KeepsResult();
-  job.Option("records", &FlagOptions::records, "set the flag of a record too where all of its values are meant");
-  job.Option("unflag", &FlagOptions::unflag, "let what is meant count again");
+  job.Option("records", &FlagOptions::records, "set the flag of a record too if all of its values are affected");
+  job.Option("unflag", &FlagOptions::unflag, "unflag instead");
   job.Overwrite();
   job.Column("antenna", "", "number of the antenna; empty for the file");
   job.Column("name", "", "its name");
   job.Column("values", "", "of its baselines");
-  job.Column("before", "", "of them flagged in the input: by their weight or by their record");
-  job.Column("selection", "", "flagged now by the selection alone, or not flagged any more");
+  job.Column("before", "", "number flagged in the input, by their weight or by their record");
+  job.Column("selection", "", "newly flagged by the selection alone, or unflagged");
   job.Column("trim", "", "by --trim");
   job.Column("table", "", "by --table");
   job.Column("file", "", "by --file");
   job.Column("clip", "", "by --clip");
   job.Column("below", "", "by --below");
   job.Column("after", "", "flagged in the output");
-  job.Column("percent", "%", "share of that in the values");
+  job.Column("percent", "%", "percentage of the values");
   return job.Finish();
 }
 

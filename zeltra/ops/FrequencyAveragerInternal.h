@@ -1,4 +1,4 @@
-// A UVX file of means over channels and IFs.
+// Writes a UVX file of means over channels and IFs.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_FREQUENCYAVERAGERINTERNAL_H_
 #define ZELTRA_OPS_FREQUENCYAVERAGERINTERNAL_H_
@@ -16,25 +16,25 @@
 
 namespace zeltra {
 
-/// What is averaged, and how it is told.
+/// What is averaged, and how the history describes it.
 struct FrequencyAverage {
   FrequencyChange change;
   bool needsAll = false;    ///< see FrequencyMeans
   UVXSelection selection;   ///< of the records
-  std::vector<int> setups;  ///< numbers of those that stay in "FQ", ascending; none: all
+  std::vector<int> setups;  ///< numbers of those to keep in "FQ", ascending; empty: all
   std::string command;      ///< for HISTORY: see AJobDescription::Command
 };
 
-/// Make sure that the records of a file can be averaged over frequency, and read its setups, of which there is one at
-/// least, with columns that fill the rows.
+/// Check that the records of a file can be averaged over frequency, and read its setups: at least one, with columns
+/// that fill the rows.
 AResult OpenSetups(AUVXInput& from, std::unique_ptr<AUVXTable>& setups);
-/// Take out of "FQ" the setups that do not stay.
+/// Remove all other setups from "FQ".
 void KeepSetups(AUVXTable& setups, const std::vector<int>& numbers);
 
-/// Write means of the records with the tables of `from`, changed as FrequencyTables does. u, v, w are times of light
-/// travel, which do not depend on frequency.
-/// @param setups   the "FQ" table of `from`, without the setups that do not stay
-/// @param summary  gets remarks behind those that it has
+/// Write means of the records with the tables of `from`, changed as by FrequencyTables. u, v, w are light travel times,
+/// which do not depend on frequency.
+/// @param setups   the "FQ" table of `from`, with only the setups to keep
+/// @param summary  remarks are appended to it
 AResult AverageFrequencies(AUVXInput& from, const std::string& to, const JobOptions& options,
                            const FrequencyAverage& average, const AUVXTable& setups, CopySummary& summary);
 

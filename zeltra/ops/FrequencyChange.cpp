@@ -71,7 +71,7 @@ bool FrequencyChange::Translate(Range ofIFs, Range ofChannels, size_t part, std:
   runs.clear();
   const int begin = std::max(ofChannels.first - first, 0), end = std::min(ofChannels.last - first, used - 1);
   if (begin > end) return true;
-  // Places on the axis that the IFs of the part make together.
+  // Places on the common axis of the part's IFs.
   std::vector<Range> places;
   int concerned = 0;
   for (size_t m = 0; m < parts[part].size(); ++m) {
@@ -84,7 +84,7 @@ bool FrequencyChange::Translate(Range ofIFs, Range ofChannels, size_t part, std:
   }
   if (isStacked && concerned > 0 && concerned < static_cast<int>(parts[part].size())) return false;
   for (const Range& place : places) {
-    // The channels of the output that have any of these places.
+    // The channels of the output that contain any of these places.
     const int64 low = (std::max<int64>(int64{place.first} - width + 1, 0) + step - 1) / step;
     const int64 high = std::min(place.last / step, count - 1);
     if (low > high) continue;

@@ -10,9 +10,7 @@
 namespace zeltra {
 namespace {
 
-constexpr int kBytes = sizeof(AUVXComplex);
-
-// Sums of four values side by side.
+// Sums for four values in parallel.
 struct FourSums {
   Double2 re[2] = {}, im[2] = {}, weight[2] = {};
   Float4 counted = {};  // exact, since records have at most 2^20 values
@@ -47,7 +45,7 @@ FrequencyMeans::FrequencyMeans(const FrequencyChange& change, int stokes, bool n
     for (int k = 0; k < change.count; ++k) {
       const size_t firstRun = runs_.size();
       const int begin = k * change.step,
-                end = begin + change.width;  // on the axis that the IFs of a part make together
+                end = begin + change.width;  // on the common axis of a part's IFs
       for (size_t m = 0; m < part.size(); ++m) {
         const int origin = change.isStacked ? 0 : static_cast<int>(m) * change.used;
         const int first = std::max(begin - origin, 0), last = std::min(end - origin, change.used);

@@ -1,4 +1,4 @@
-// Means of the values of a record over channels and IFs.
+// Means over channels and IFs for the values of a record.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_FREQUENCYMEANSINTERNAL_H_
 #define ZELTRA_OPS_FREQUENCYMEANSINTERNAL_H_
@@ -11,35 +11,35 @@
 
 namespace zeltra {
 
-/// Averages record by record. A mean is sum w v / sum w over the values that count, those with a weight above 0 whose
-/// numbers are finite; its weight is sum w. Sums are made in double precision, of each polarisation by itself.
+/// Averages record by record. A mean is sum w v / sum w over the values that count, which have a weight above 0 and
+/// finite numbers; its weight is sum w. Sums are in double precision, separately for each polarisation.
 ///
-/// Where no value counts the mean is flagged: that of the finite values by the amounts of their weights, with the
-/// negative sum of these, so that it may come back; where all are 0, the plain mean with weight 0.
+/// If no value counts, the mean is flagged: it is the mean of the finite values weighted by the absolute weights, with
+/// minus their sum as its weight, so that it can be restored; if all weights are 0, the plain mean with weight 0.
 class FrequencyMeans {
  public:
-  /// @param needsAll  whether a mean is flagged too where any of its values does not count: its weight is negative
+  /// @param needsAll  whether a mean is flagged, with a negative weight, if any of its values does not count
   FrequencyMeans(const FrequencyChange& change, int stokes, bool needsAll);
 
-  /// Values of a record of means.
+  /// Number of values in a record of means.
   int count() const { return static_cast<int>(places_.size()) * stokes_; }
   /// Average a record. @param means  room for count() values
   void Take(const AUVXComplex* values, AUVXComplex* means);
-  /// A sentence on means for which not all values counted, so that their frequencies are not quite those of the
-  /// channels; empty where there are none.
+  /// A sentence about means for which some values did not count, so that their frequencies differ slightly from those
+  /// of the channels; empty if there are none.
   std::string Remark() const;
 
  private:
-  // Frequency points of the input that follow each other: IF x channels + channel.
+  // A run of adjacent frequency points of the input: IF x channels + channel.
   struct Run {
     int first, count;
   };
-  // What a frequency point of the output is made of.
+  // The input of one frequency point of the output.
   struct Place {
     size_t firstRun, endRun;
     int points;
   };
-  // Of one polarisation.
+  // For one polarisation.
   struct Sums {
     double re = 0, im = 0, weight = 0;
     int counted = 0;
@@ -55,7 +55,7 @@ class FrequencyMeans {
   std::vector<Run> runs_;
   std::vector<Place> places_;
   int64 means_ = 0;                 // of values that count
-  int64 partial_ = 0;               // of these means, those in which not all values count
+  int64 partial_ = 0;               // those of them in which some values do not count
   int64 points_ = 0, counted_ = 0;  // of the latter
 };
 

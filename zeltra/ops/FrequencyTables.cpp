@@ -19,7 +19,7 @@ bool IsSame(const AUVXTable& table, int row, int offset, int first, int second, 
   return std::memcmp(from + static_cast<size_t>(first) * bytes, from + static_cast<size_t>(second) * bytes, bytes) == 0;
 }
 
-// A range as it stands in an entry: 0, 0 stays where it meant everything and still does.
+// Set a range of an entry; a 0, 0 that meant everything and still does is kept.
 void SetRange(AUVXTable& flags, int row, int column, Range range, int count) {
   const bool isAll = flags.Number(row, column, 0) <= 0 && flags.Number(row, column, 1) <= 0;
   if (isAll && range == Range{0, count - 1}) return;
@@ -95,7 +95,7 @@ void FrequencyTables::MoveFrequencies(const AUVXTable& from, AUVXTable& setups) 
   }
 }
 
-// The keyword FREQ of "AN" is the reference frequency of the file, as a rule.
+// The keyword FREQ of "AN" is normally the reference frequency of the file.
 void FrequencyTables::FollowReference(AUVXTable& antennas) const {
   for (int i = 0; i < antennas.keywords().count(); ++i) {
     const AUVXTableKeyWord& keyWord = antennas.keywords()(i);
@@ -107,7 +107,7 @@ void FrequencyTables::FollowReference(AUVXTable& antennas) const {
   }
 }
 
-// Whether what the table says of joined IFs is the same for each of them.
+// Whether the table says the same about all joined IFs.
 bool FrequencyTables::AreAlike(const AUVXTable& table) const {
   for (int column = 0; column < table.columnCount(); ++column) {
     const int elements = ElementsOfIF(table, column, change_.IFs), offset = table.ColumnOffset(column);
@@ -149,7 +149,7 @@ bool FrequencyTables::TranslateFlags(AUVXTable& flags) {
   return true;
 }
 
-// Append what an entry is now. @return false if there are too many
+// Append the new form of an entry. @return false if there are too many
 bool FrequencyTables::TranslateFlag(AUVXTable& flags, int row, AUVXTable& to) {
   const Range ofIFs = FlaggedRange(flags, row, ifsColumn_, change_.IFs);
   const Range ofChannels = FlaggedRange(flags, row, channelsColumn_, change_.channels);
@@ -160,7 +160,7 @@ bool FrequencyTables::TranslateFlag(AUVXTable& flags, int row, AUVXTable& to) {
     ++flagsLeftOut_;
     return true;
   }
-  // IFs with the same channels make one entry, if they follow each other.
+  // Consecutive IFs with the same channels share one entry.
   for (int first = 0, end; first < parts; first = end) {
     const std::vector<Range>& same = runs[static_cast<size_t>(first)];
     for (end = first + 1; end < parts && runs[static_cast<size_t>(end)] == same;) ++end;

@@ -1,4 +1,4 @@
-// The tables of a file follow what becomes of its IFs and channels.
+// Adapts the tables of a file to changes of its IFs and channels.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_FREQUENCYTABLESINTERNAL_H_
 #define ZELTRA_OPS_FREQUENCYTABLESINTERNAL_H_
@@ -11,19 +11,19 @@
 
 namespace zeltra {
 
-/// The first and the last place, from 0, that an entry of "FG" means of `count` places: 0 stands for the end. None are
-/// meant where the first is above the last.
+/// The first and the last place, from 0, that an entry of "FG" covers out of `count` places: 0 stands for the end. If
+/// the first is above the last, it covers none.
 FrequencyChange::Range FlaggedRange(const AUVXTable& flags, int row, int column, int count);
-/// Columns IFS and CHANS of a table "FG", whose columns fill its rows, of two numbers each.
-/// @return false if it has not got them
+/// Find the columns IFS and CHANS of a table "FG" whose columns fill its rows; they have two numbers each.
+/// @return false if either is missing
 bool FindFlagColumns(const AUVXTable& flags, int& ifs, int& channels);
 
 /// Edits the tables of a file.
 ///
-/// "FQ" gets the new frequencies; columns about IFs lose those that are left out; ranges of IFs and channels in "FG"
-/// are translated. Where IFs are joined, "SU" has the means of what it had for each, the polarisation terms of "AN"
-/// stay where all are alike and else are left out, and other tables that are about IFs are left out. So are tables
-/// about channels where these change, and unknown tables with columns whose lengths are multiples of the number of IFs.
+/// "FQ" gets the new frequencies; columns about IFs lose the IFs that are left out; ranges of IFs and channels in "FG"
+/// are translated. Where IFs are joined, "SU" gets means over them, the polarisation terms of "AN" are kept if all are
+/// alike and otherwise removed, and other tables about IFs are left out. If the channels change, so are tables about
+/// channels, and unknown tables with columns whose lengths are multiples of the number of IFs.
 class FrequencyTables {
  public:
   /// @param freq0   of the header of the input
@@ -32,9 +32,9 @@ class FrequencyTables {
 
   /// Edit a table. @return false if it is to be left out
   bool Change(AUVXTable& table);
-  /// Remember a table that is left out.
+  /// Note a table that is left out.
   void LeaveOut(const AUVXTable& table) { leftOut_ += (leftOut_.empty() ? "" : ", ") + table.Code(); }
-  /// What a person should know of the tables.
+  /// Sentences about the tables for the user.
   std::vector<std::string> Remarks() const;
 
  private:

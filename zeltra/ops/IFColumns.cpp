@@ -10,7 +10,7 @@
 namespace zeltra {
 namespace {
 
-// What the names of columns about IFs begin with, table by table (AIPS Memo 117).
+// Beginnings of the names of columns about IFs, table by table (AIPS Memo 117).
 struct KnownTable {
   std::string_view code;
   std::vector<std::string_view> names;  // an empty one begins every name
@@ -80,7 +80,7 @@ void SetKeyWord(AUVXTable& table, const std::string& key, const std::string& val
 }
 
 AUVXTable KeepIFs(const AUVXTable& table, int IFs, const std::vector<int>& kept, int count) {
-  // A piece of a row that goes over.
+  // A piece of a row to copy.
   struct Piece {
     size_t from, bytes;
   };

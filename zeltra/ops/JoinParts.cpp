@@ -23,7 +23,7 @@ std::filesystem::path PathOf(const std::string& name) {
   return std::u8string(name.begin(), name.end());
 }
 
-// Reads what follows the name of the whole file, as in ".2-of-4". @return false where it is something else
+// Read what follows the name of the whole file, as in ".2-of-4". @return false if it is anything else
 bool ReadShare(const std::string& ending, PartShare& share) {
   const size_t of = ending.find("-of-");
   if (of == std::string::npos || !ending.starts_with('.')) return false;
@@ -62,7 +62,7 @@ AResult FindParts(const std::string& to, int& count) {
   return AResult::Ok();
 }
 
-// The first table of the library's own family with this code; null if there is none.
+// The first table of the library's own family with this code; null if absent.
 std::unique_ptr<AUVXTable> OwnTable(AUVXInput& input, const char* code) {
   const AUVXTableHeader directory(input.uvx());
   for (int i = 0; i < directory.count(); ++i) {
@@ -185,7 +185,7 @@ AResult Joiner::CopyRecords(PartFile& file, int count) {
   return AResult::Ok();
 }
 
-// All parts have the tables of the job's input; index and baseline list are those of the records.
+// All parts have the tables of the job's input; index and baseline list are made from the records.
 AResult Joiner::CopyTables() {
   AUVXInput& first = files_[0]->input;
   const AUVXTableHeader directory(first.uvx());
@@ -202,7 +202,7 @@ AResult Joiner::CopyTables() {
       result = table ? writer_.AddTable(*table) : AResult::Fail(first.path() + ": a table cannot be read any more");
     }
   }
-  // The cards tell of the job already.
+  // The cards include the job already.
   return result ? writer_.AddProvenance(files_[0]->cards) : result;
 }
 

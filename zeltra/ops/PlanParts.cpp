@@ -38,14 +38,13 @@ PlannedPart Described(const IntervalPlan& plan, const IntervalPart& part, int re
 
 AJobDescription DescribePlan() {
   AJobDescriber<PlanOptions> job(
-      "plan", "List the parts that --part of average and closure counts",
-      "A line a part, in the order of time. A part holds whole intervals of all sources and setups of its records, "
-      "some "
+      "plan", "List the parts that --part of average and closure refers to",
+      "One line per part, in time order. A part holds whole intervals of all sources and setups of its records, some "
       "16 MiB. Worker K of N does the parts K, K + N, K + 2 N, ...: zeltra average --part K/N -o OUT on each of N "
       "machines, then zeltra join --parts OUT. The parts do not depend on how many workers there are.");
   job.Input(UVXInputFile());
   DescribeIntervals(job, {.leftOut = kUVRange | kFrequencies | kStokes, .sources = "each by itself"});
-  job.Option("parts", &PlanOptions::workers, "tell which of so many workers does which part")
+  job.Option("parts", &PlanOptions::workers, "number of workers, to show which of them does which part")
       .Range(1, PartShare::kMost)
       .Otherwise("one");
   job.Column("part", "", "number of the part, from 1");
@@ -53,8 +52,8 @@ AJobDescription DescribePlan() {
   job.Column("sources", "", "numbers of the sources that are selected");
   job.Column("setups", "", "numbers of their frequency setups");
   job.Column("first", "", "number of the first record, from 1");
-  job.Column("last", "", "number of the last record; where a file goes back in time others lie between them");
-  job.Column("records", "", "records that are read");
+  job.Column("last", "", "number of the last record; if a file goes back in time there are others between them");
+  job.Column("records", "", "number of records to read");
   job.Column("bytes", "", "their bytes");
   return job.Finish();
 }

@@ -32,7 +32,7 @@ struct Offset {
   double l, m;
 
   double n() const { return std::sqrt(1 - l * l - m * m); }
-  /// n - 1 without the loss of digits.
+  /// n - 1 without loss of digits.
   double nLess1() const { return -(l * l + m * m) / (1 + n()); }
   /// Where a position moves to, degrees.
   void Move(double& ra, double& dec) const;
@@ -46,8 +46,7 @@ void Offset::Move(double& ra, double& dec) const {
   dec = std::atan2(m * c + n() * s, std::hypot(l, meridian)) * kDegreesPerRadian;
 }
 
-// Turns u, v, w of a direction to those of one that is an offset away: east, north and the new direction in the old
-// frame.
+// Rotates u, v, w from a direction to one at an offset from it: east, north and the new direction in the old frame.
 struct Rotation {
   AVector east, north, centre;
 
@@ -67,7 +66,7 @@ struct Rotation {
   }
 };
 
-// Where the channels of an IF lie, Hz.
+// The channels of an IF, Hz.
 struct ChannelGrid {
   double start, width;
 };
@@ -102,7 +101,7 @@ class Shifter {
   std::map<int, Rotation> rotations_;              // by source
   std::map<int, std::vector<ChannelGrid>> grids_;  // by setup
   std::vector<AUVXComplex> values_;
-  int64 without_ = 0;  // records whose u, v, w are no numbers
+  int64 without_ = 0;  // records whose u, v, w are not numbers
 };
 
 AResult Shifter::Open() {
@@ -134,8 +133,8 @@ AResult Shifter::FindSources(std::vector<int>& numbers) const {
                        contents_.SourceList(numbers));
 }
 
-// u, v, w are those of the apparent position, or of the one at the equinox where no other is known; the direction of
-// north over the offset is the same for both but for 1e-4 of the offset.
+// u, v, w refer to the apparent position, or to that at the equinox if no other is known; the direction of north over
+// the offset is the same for both to within 1e-4 of the offset.
 AResult Shifter::AddSource(int number) {
   const int place = contents_.sources().IndexForID(number);
   if (place < 0) {
@@ -166,7 +165,7 @@ const std::vector<ChannelGrid>& Shifter::GridsOf(int setup) {
   return grids;
 }
 
-// Turn the phases of a record and its u, v, w. @return false where these are no numbers
+// Rotate the phases and u, v, w of a record. @return false if these are not numbers
 bool Shifter::Shift(AUVXGroup& group) {
   const double delay = group.u() * offset_.l + group.v() * offset_.m + group.w() * offset_.nLess1();
   if (!std::isfinite(delay)) return false;
@@ -243,7 +242,7 @@ void Shifter::MoveSources(AUVXTable& table) {
     for (int row = 0; row < sources.count(); ++row) {
       if (!rotations_.contains(sources(row).id)) continue;
       double degrees[] = {table.Number(row, columns[0]), table.Number(row, columns[1])};
-      // Coordinates that are both 0 are not known.
+      // If both coordinates are 0, they are unknown.
       if (!std::isfinite(degrees[0] + degrees[1]) || (degrees[0] == 0 && degrees[1] == 0)) continue;
       offset_.Move(degrees[0], degrees[1]);
       for (int i = 0; i < 2; ++i) table.SetNumber(row, columns[i], 0, degrees[i]);
@@ -251,7 +250,7 @@ void Shifter::MoveSources(AUVXTable& table) {
   }
 }
 
-// The header cards, those of the position as that of the only source, in degrees.
+// The header cards, with those of the position set to that of the only source, in degrees.
 AUVXHeaderCards Shifter::MovedCards() const {
   const AUVXHeaderCards& cards = contents_.cards();
   AUVXHeaderCards moved;
@@ -270,11 +269,10 @@ AUVXHeaderCards Shifter::MovedCards() const {
 
 AJobDescription DescribeShift() {
   AJobDescriber<ShiftOptions> job(
-      "shift", "Move the phase centre to another place of the field",
-      "What an image shows at the offsets (--ra, --dec) stands at its centre afterwards. Phases, u, v, w and the "
-      "positions of the sources in the table SU follow; where the antennas pointed (RAOBS, OBSRA, ...) stays. Offsets "
-      "are "
-      "milliarcseconds on the sky: that in right ascension is the difference times cos dec, as in an image.");
+      "shift", "Move the phase centre to another place in the field",
+      "What an image shows at the offsets (--ra, --dec) is then at its centre. Phases, u, v, w and the positions of "
+      "the sources in the table SU follow; the pointing of the antennas (RAOBS, OBSRA, ...) is unchanged. Offsets are "
+      "in milliarcseconds on the sky: the one in right ascension is the difference times cos dec, as in an image.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
   job.Option("ra", &ShiftOptions::ra, "offset to the east")

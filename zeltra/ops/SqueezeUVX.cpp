@@ -19,9 +19,9 @@ namespace {
 AJobDescription DescribeSqueeze() {
   AJobDescriber<SqueezeOptions> job(
       "squeeze", "Average all IFs into one, or all channels",
-      "Weighted means, as average-frequency makes them. IFs are averaged channel by channel, wherever they are: the "
-      "frequencies of the one that they become are the means of theirs, and a note tells the span where they leave "
-      "gaps or differ in width. Frequency setups without scans are left out.");
+      "Weighted means, as with average-frequency. IFs are averaged channel by channel, wherever they are: the "
+      "frequencies of the resulting IF are the means of theirs, and a note gives the span if they leave gaps or differ "
+      "in width. Frequency setups without scans are left out.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
   job.Option("ifs", &SqueezeOptions::IFs, "average the IFs");
@@ -37,7 +37,7 @@ std::string MHz(double frequency) {
   return RoundedNumber(frequency / 1e6, 10) + " MHz";
 }
 
-// A sentence where the IFs of a setup leave gaps, overlap or differ in width.
+// A sentence if the IFs of a setup leave gaps, overlap or differ in width.
 std::string SpanRemark(const FrequencyChange& change, const AUVXTable& setups, int row, double freq0) {
   const SetupFrequencies frequencies(setups);
   double low = std::numeric_limits<double>::infinity(), high = -low, covered = 0;
@@ -62,15 +62,15 @@ AResult CheckSidebands(const std::string& path, const FrequencyChange& change, c
   for (int row = 0; row < setups.rows() && change.count > 1; ++row) {
     for (int i = 1; i < change.IFs; ++i) {
       if (std::signbit(frequencies.Width(row, i)) == std::signbit(frequencies.Width(row, 0))) continue;
-      return AResult::Fail(path + ": IF 1 and IF " + std::to_string(i + 1) +
-                           " are of different sidebands, so that their channels have no common order; squeeze the "
-                           "channels as well");
+      return AResult::Fail(
+          path + ": IF 1 and IF " + std::to_string(i + 1) +
+          " are of different sidebands, so that their channels have no common order; squeeze the channels as well");
     }
   }
   return AResult::Ok();
 }
 
-// The numbers of the setups that are used, by an index that is right; none to keep all.
+// The numbers of the setups in use, if the index is right; empty to keep all.
 AResult FindSetups(AUVXInput& from, const std::string& source, std::vector<int>& numbers) {
   int number = -1;
   if (!source.empty()) {

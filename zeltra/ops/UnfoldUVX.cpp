@@ -25,16 +25,14 @@ constexpr int kBlockBytes = 1 << 27;
 
 AJobDescription DescribeUnfold() {
   AJobDescriber<UnfoldOptions> job(
-      "unfold", "Make a record of its own of every IF, or of every channel",
-      "Each IF, or channel, gets a frequency setup of its own, of which there may be 127. The records of a scan are "
-      "ordered by setup, then as they were; each setup makes a scan. Tables that have the number of a setup get rows "
-      "for "
-      "the new ones.");
+      "unfold", "Turn every IF, or every channel, into its own record",
+      "Each IF, or channel, gets its own frequency setup; there can be 127. The records of a scan are ordered by "
+      "setup, then as before; each setup forms a scan. Tables with setup numbers get rows for the new ones.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
-  job.Option("ifs", &UnfoldOptions::IFs, "a record of every IF");
+  job.Option("ifs", &UnfoldOptions::IFs, "a record for every IF");
   job.Option("channels", &UnfoldOptions::channels,
-             "a record of every channel; with --ifs of every channel of every IF");
+             "a record for every channel; with --ifs for every channel of every IF");
   job.Overwrite();
   return job.Finish();
 }
@@ -47,7 +45,7 @@ class Unfolder {
   AResult Run();
 
  private:
-  static constexpr int kNumbers = 256;  // that a record may have for its setup, from -128
+  static constexpr int kNumbers = 256;  // that a setup in a record may have, from -128
 
   AResult FindSetups();
   AResult Create();
@@ -65,9 +63,9 @@ class Unfolder {
   std::optional<RecordReader> reader_;
   int readFirst_ = 0, readCount_ = 0;  // what the reader holds
   UnfoldedSetups setups_;
-  std::array<int, kNumbers> places_;  // of setups by their numbers, -1 for those that there are not
+  std::array<int, kNumbers> places_;  // of setups by number, -1 if there is none
   size_t pointBytes_ = 0;
-  std::vector<char> room_;  // for values that do not lie together
+  std::vector<char> room_;  // for values that are not contiguous
   AUVXWriter writer_;
   std::optional<KeptScans> scans_;
   int64 done_ = 0;
@@ -123,7 +121,7 @@ AResult Unfolder::Create() {
   return writer_.Create(to_, header, options_, from_.path());
 }
 
-// Scan by scan, where the index is right; otherwise all records are taken for one.
+// Scan by scan if the index is right; otherwise all records count as one scan.
 AResult Unfolder::UnfoldRecords() {
   struct Stretch {
     int first, end;

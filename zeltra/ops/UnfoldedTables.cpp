@@ -12,7 +12,7 @@
 namespace zeltra {
 namespace {
 
-// Of several columns the last one, as in AUVXFqTbl. -1 if there is none.
+// The last of several columns, as in AUVXFqTbl; -1 if there is none.
 int FindSetupColumn(const AUVXTable& table) {
   int found = -1;
   for (int i = 0; i < table.columnCount(); ++i) {
@@ -23,7 +23,7 @@ int FindSetupColumn(const AUVXTable& table) {
   return found;
 }
 
-// All IFs, or all channels, over each other: what stays of tables that are about no setup.
+// All IFs, or all channels, averaged: used for tables without setup numbers.
 FrequencyChange Stacked(const UnfoldedSetups& setups, const AUVXHeader& header) {
   FrequencyChange change = FrequencyChange::None(header);
   if (setups.byIF && change.IFs > 1) {
@@ -71,7 +71,7 @@ bool UnfoldedTables::Unfold(AUVXTable& table, int setupColumn) {
   return true;
 }
 
-// Append what a row becomes. @return false if there are too many rows
+// Append the rows that a row becomes. @return false if there are too many
 bool UnfoldedTables::UnfoldRow(const AUVXTable& from, int row, int setupColumn, const std::vector<AUVXTable>& byIF,
                                AUVXTable& to) const {
   using Range = FrequencyChange::Range;
@@ -82,7 +82,7 @@ bool UnfoldedTables::UnfoldRow(const AUVXTable& from, int row, int setupColumn, 
       isFlag ? FlaggedRange(from, row, channelsColumn_, setups_.channels) : Range{0, setups_.channels - 1};
   const auto holds = [](const Range& range, int place) { return range.first <= place && place <= range.last; };
   for (size_t setup = 0; setup < setups_.numbers.size(); ++setup) {
-    // 0 and below stand for all setups, but not where they are listed.
+    // 0 and below stand for all setups, except in the list of setups itself.
     if (number != setups_.numbers[setup] && (number > 0 || isSetup)) continue;
     for (int element = 0; element < setups_.count(); ++element) {
       const int i = setups_.IFOf(element);
@@ -97,7 +97,7 @@ bool UnfoldedTables::UnfoldRow(const AUVXTable& from, int row, int setupColumn, 
   return true;
 }
 
-// Append a row for a new setup, which all IFs or channels of it are flagged in.
+// Append a row for a new setup; in a table of flags it covers all of the IFs or channels of that setup.
 bool UnfoldedTables::AddRow(const AUVXTable& from, int row, int setupColumn, int number, AUVXTable& to) const {
   const int made = to.rows();
   if (!to.ResizeRows(made + 1)) return false;

@@ -1,4 +1,4 @@
-// The tables of a file whose IFs or channels get setups of their own.
+// Adapts the tables of a file whose IFs or channels get their own setups.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_UNFOLDEDTABLESINTERNAL_H_
 #define ZELTRA_OPS_UNFOLDEDTABLESINTERNAL_H_
@@ -11,7 +11,7 @@
 
 namespace zeltra {
 
-/// Which IFs and channels of which setups become which setups.
+/// Maps IFs and channels of the old setups to new setups.
 struct UnfoldedSetups {
   /// The largest number of a setup.
   static constexpr int kMost = 127;
@@ -20,9 +20,9 @@ struct UnfoldedSetups {
   int IFs = 1, channels = 1;
   bool byIF = false, byChannel = false;
 
-  /// New setups of an old one.
+  /// Number of new setups for each old one.
   int64 count() const { return (byIF ? IFs : int64{1}) * (byChannel ? channels : 1); }
-  /// The IF and the channel of the new setup number `element` of an old one; 0 on an axis that stays.
+  /// The IF and the channel of new setup number `element` of an old one; 0 on an axis that is not unfolded.
   int IFOf(int element) const { return byIF ? element / (byChannel ? channels : 1) : 0; }
   int ChannelOf(int element) const { return byChannel ? element % channels : 0; }
   /// The number of a new setup.
@@ -38,7 +38,7 @@ class UnfoldedTables {
 
   /// Edit a table. @return false if it is to be left out
   bool Change(AUVXTable& table);
-  /// What a person should know of the tables.
+  /// Sentences about the tables for the user.
   std::vector<std::string> Remarks() const { return others_.Remarks(); }
 
  private:

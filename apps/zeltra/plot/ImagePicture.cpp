@@ -176,10 +176,8 @@ std::vector<std::string> Picture::Notes() const {
   }
   const auto below = std::count_if(values_.begin(), values_.end(), [&](float v) { return v < colours_.low; });
   const auto above = std::count_if(values_.begin(), values_.end(), [&](float v) { return v > colours_.high; });
-  if (below > 0)
-    notes.push_back(Grouped(below) + " pixels are below the range of colours, down to " + WithUnit(range_.low));
-  if (above > 0)
-    notes.push_back(Grouped(above) + " pixels are above the range of colours, up to " + WithUnit(range_.high));
+  if (below > 0) notes.push_back(Grouped(below) + " pixels lie below the colours, down to " + WithUnit(range_.low));
+  if (above > 0) notes.push_back(Grouped(above) + " pixels lie above the colours, up to " + WithUnit(range_.high));
   return notes;
 }
 
