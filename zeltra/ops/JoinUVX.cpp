@@ -168,7 +168,7 @@ AResult Joiner::CheckAgreement(AUVXInput& input) const {
     return Differs(input, what, std::to_string(a), std::to_string(b));
   };
   if (names(own) != names(first)) return Differs(input, "has the polarisations", names(own), names(first));
-  const int ownIFs = std::max<int>(own.IFs, 1), firstIFs = std::max<int>(first.IFs, 1);
+  const int ownIFs = std::max(int{own.IFs}, 1), firstIFs = std::max(int{first.IFs}, 1);
   if (ownIFs != firstIFs) return differ("has IFs:", ownIFs, firstIFs);
   if (own.channels != first.channels) return differ("has channels:", int{own.channels}, int{first.channels});
   if (unit(own) != unit(first)) return Differs(input, "has the unit", unit(own), unit(first));
