@@ -119,7 +119,8 @@ TEST(CopyUVX, ReducesColumnsThatAreAboutIFs) {
   Made copy;
   CopySummary summary;
   ASSERT_TRUE(CopyUVX(source, copy.path(), options, &summary));
-  ASSERT_EQ(summary.remarks.size(), 1u);
+  ASSERT_EQ(summary.remarks.size(), 2u);
+  EXPECT_THAT(summary.remarks[1], HasSubstr("no table FQ"));
   EXPECT_THAT(summary.remarks[0],
               HasSubstr("left out, which are about IFs or channels that are not there any more, or may be: XX"));
   copy.Look();

@@ -41,14 +41,15 @@ class FrequencyTables {
   bool ChangeColumns(AUVXTable& table);
   void MoveFrequencies(const AUVXTable& from, AUVXTable& setups) const;
   bool AreAlike(const AUVXTable& table) const;
-  void FillMeans(const AUVXTable& from, AUVXTable& sources) const;
+  void FillMeans(const AUVXTable& from, AUVXTable& sources);
   bool TranslateFlags(AUVXTable& flags);
   bool TranslateFlag(AUVXTable& flags, int row, AUVXTable& to);
 
   FrequencyChange change_;
   double freq0_, shift_;
   int ifsColumn_ = -1, channelsColumn_ = -1;
-  std::string leftOut_;  // codes of tables
+  std::string leftOut_;   // codes of tables
+  std::string averaged_;  // columns of "SU"
   bool hasEmptied_ = false;
   int64 flagsLeftOut_ = 0;
 };

@@ -89,6 +89,10 @@ class IntervalPlan {
   double TimeOf(int record) const;
   /// The failure for a stream that goes back in time.
   AResult GoesBack(int record) const;
+  /// The failure for a time that is NaN or infinite.
+  AResult HasNoTime(int record) const;
+  /// Check the times of all records of a part, as a walk over them does.
+  AResult CheckTimes(const IntervalPart& part) const;
 
  private:
   // Scans that are consecutive in the file and in time.

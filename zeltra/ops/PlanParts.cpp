@@ -64,7 +64,10 @@ AResult PlanParts(AUVXInput& from, const PlanOptions& options, std::vector<Plann
   parts.clear();
   IntervalPlan plan(from, options);
   if (AResult result = plan.Open(RecordChoice::Nothing); !result) return from.Settle(result);
-  for (const IntervalPart& part : plan.parts()) parts.push_back(Described(plan, part, from.uvx().recSize()));
+  for (const IntervalPart& part : plan.parts()) {
+    if (AResult result = plan.CheckTimes(part); !result) return from.Settle(result);
+    parts.push_back(Described(plan, part, from.uvx().recSize()));
+  }
   return from.Settle(AResult::Ok());
 }
 
