@@ -82,38 +82,44 @@ AGainMeanInfo InfoOf(const AGainKey& key, const std::vector<const AGainArrayItem
 // The sums over one interval.
 struct GainSums {
   AGainArrayItem first;
-  double weight = 0, modulus = 0, time = 0, delay = 0, rate = 0;  // times since that of the first, seconds
+  // The weights are the inverse variances: of phases SNR^2, of moduli SNR^2 / |g|^2.
+  double weight = 0, modulusWeight = 0, modulus = 0, delay = 0, rate = 0;
   std::complex<double> phasor;
-  double begin = 0, end = 0;  // seconds since the time of the first
 
   void Add(const AGainArrayItem& item) {
-    const double seconds = (item.time - first.time) * kSecondsPerDay, half = double{item.interval} / 2;
-    begin = std::min(begin, seconds - half);
-    end = std::max(end, seconds + half);
     if (!item.isValid()) return;
     const double w = double{item.weight} * double{item.weight}, amplitude = std::abs(item.gain());
     weight += w;
-    modulus += w * amplitude;
+    modulusWeight += w / (amplitude * amplitude);
+    modulus += w / amplitude;
     phasor += w * item.gain() / amplitude;
-    time += w * seconds;
     delay += w * item.delay;
     rate += w * item.rate;
   }
 
   AGainArrayItem Mean() const {
     AGainArrayItem mean = first;
-    mean.interval = static_cast<float>(end - begin);
     mean.weight = 0;
     mean.SetGain(0);
     mean.delay = mean.rate = 0;
-    mean.time = first.time + (begin + end) / 2 / kSecondsPerDay;
     if (!(weight > 0)) return mean;
-    mean.time = first.time + time / weight / kSecondsPerDay;
     mean.weight = static_cast<float>(std::sqrt(weight));
-    mean.SetGain(std::polar(modulus / weight, std::arg(phasor)));
+    mean.SetGain(std::polar(modulus / modulusWeight, std::arg(phasor)));
     mean.delay = delay / weight;
     mean.rate = rate / weight;
     return mean;
+  }
+};
+
+// The time that the gains of one interval cover, all antennas, IFs and hands together: they are to share rows of a
+// table.
+struct GainSpan {
+  double begin = HUGE_VAL, end = -HUGE_VAL;  // Julian dates
+
+  void Add(const AGainArrayItem& item) {
+    const double half = double{item.interval} / 2 / kSecondsPerDay;
+    begin = std::min(begin, item.time - half);
+    end = std::max(end, item.time + half);
   }
 };
 
@@ -128,22 +134,27 @@ int GetGainMeanInfo(const AGainArray& gains, AArray<AGainMeanInfo>& info) {
 }
 
 int GainAverrage(const AGainArray& gains, double seconds, double start, AGainArray& averages) {
-  using Place = std::tuple<double, AGainKey, int, int, int, int>;
-  std::map<Place, GainSums> intervals;
+  using Interval = std::tuple<double, int, int, int, int>;  // number, source, setup, subarray, reference antenna
+  std::map<Interval, GainSpan> spans;
+  std::map<std::pair<Interval, AGainKey>, GainSums> intervals;
   for (int i = 0; i < gains.count(); ++i) {
     const AGainArrayItem& item = gains(i);
     // A Julian date is good for 0.04 ms: times that lie at a bound but for that belong to the interval that begins.
     const double number = std::floor(((item.time - start) * kSecondsPerDay + 1e-4) / seconds);
-    const Place place(number, KeyOf(item), item.source, item.setup, item.subarray, item.reference);
-    const auto [found, isNew] = intervals.try_emplace(place);
-    if (isNew) {
-      found->second.first = item;
-      found->second.begin = found->second.end = 0;
-    }
+    const Interval interval(number, int{item.source}, int{item.setup}, int{item.subarray}, int{item.reference});
+    spans[interval].Add(item);
+    const auto [found, isNew] = intervals.try_emplace({interval, KeyOf(item)});
+    if (isNew) found->second.first = item;
     found->second.Add(item);
   }
   AGainArray made;
-  for (const auto& [place, sums] : intervals) made.Append(sums.Mean());
+  for (const auto& [place, sums] : intervals) {
+    const GainSpan& span = spans[place.first];
+    AGainArrayItem mean = sums.Mean();
+    mean.time = span.begin + (span.end - span.begin) / 2;
+    mean.interval = static_cast<float>((span.end - span.begin) * kSecondsPerDay);
+    made.Append(mean);
+  }
   made.Sort();
   averages = made;
   return averages.count();

@@ -46,8 +46,9 @@ ZELTRA_API int GetGainMeanInfo(const AGainArray& gains, AArray<AGainMeanInfo>& i
 
 /// Average gains over intervals, each antenna, hand and IF by itself, and each source, setup, subarray and reference
 /// antenna: the phase is that of the weighted mean of vectors of length 1, the modulus the weighted mean of moduli, so
-/// that phases that change take nothing from it. Delays, rates and times are weighted means too. The weight of a gain
-/// is the square of its signal-to-noise ratio; the squares add up.
+/// that phases that change take nothing from it. Delays and rates are weighted means too. The weights are inverse
+/// variances: of phases the square of the signal-to-noise ratio, of moduli that over the square of the modulus; the
+/// squares add up. The time is the middle of what all gains of the interval cover.
 /// @param seconds   length of the intervals; one begins at `start` and at every multiple of the length from there
 /// @param start     Julian date
 /// @param averages  the averages, sorted; where no gain of an interval is valid, one without a solution

@@ -98,6 +98,7 @@ class Applier {
   std::vector<AUVXFqTblItem> frequencies_;  // of its setup, by IF
   std::array<AntennaGains, 256> antennas_;
   std::array<bool, 256> isMissing_ = {};
+  std::array<bool, 2> hasHand_ = {};  // whether visibilities need gains of it
 };
 
 AResult Applier::Run(const std::string& to) {
@@ -166,7 +167,11 @@ AResult Applier::CheckPolarisations() const {
 // The times of scans in an index may be off by a minute, those of their records are right.
 AResult Applier::FindScans() {
   const AUVXStokes& stokes = from_.contents().header().stokes;
-  for (int i = 0; i < stokes.count(); ++i) polarisations_.push_back(HandsOf(stokes(i)));
+  for (int i = 0; i < stokes.count(); ++i) {
+    const Hands hands = HandsOf(stokes(i));
+    polarisations_.push_back(hands);
+    hasHand_[static_cast<size_t>(hands.p)] = hasHand_[static_cast<size_t>(hands.q)] = true;
+  }
   values_.resize(static_cast<size_t>(IFs_) * static_cast<size_t>(channels_) * polarisations_.size());
   return from_.contents().CheckIndex(
       from_, [this](const AUVXPositionItem& scan, const AUVXGroup& first, const AUVXGroup& last) {
@@ -245,8 +250,8 @@ void Applier::Correct(const WalkedRecord& record) {
   if (summary_.missing == missing) return;
   for (const int antenna : {first, second}) {
     const std::vector<GainValue>& values = GainsOf(antenna).values;
-    const bool isWhole = std::all_of(values.begin(), values.end(), [](const GainValue& g) { return g.isThere; });
-    isMissing_[static_cast<size_t>(antenna)] |= !isWhole;
+    for (size_t i = 0; i < values.size(); ++i)
+      isMissing_[static_cast<size_t>(antenna)] |= hasHand_[i % 2] && !values[i].isThere;
   }
 }
 
@@ -281,6 +286,10 @@ void Applier::CorrectIF(const AntennaGains& p, const AntennaGains& q, int i, con
 }
 
 AResult Applier::NothingApplies() const {
+  const AGainArrayItem *begin = gains_.list.lpArray(), *end = begin + gains_.list.count();
+  if (std::none_of(begin, end, [](const AGainArrayItem& item) { return item.isValid(); })) {
+    return AResult::Fail(gains_.label + ": has no valid solution");
+  }
   std::string hint;
   if (!options_.from.empty() && options_.maxGap < 0) {
     hint = "; --max-gap joins the solutions of scans that are further apart";

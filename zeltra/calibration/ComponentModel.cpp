@@ -41,16 +41,22 @@ std::string Fault(const ModelComponent& c) {
 AResult FindComponents(AInputFile& file, const std::string& path, AUVXTable& table) {
   AFITSmain main(&file);
   if (!main.ReadHeader() && main.headerEnd() == 0)
-    return AResult::Fail(path + ": neither a FITS file nor a list of components");
+    return AResult::Fail(path + ": the file ends before its header does");
   double bytes = std::abs(main.valueBytes());
   for (int axis = 1; axis <= main.naxis(); ++axis) bytes *= main.AxisLength(axis);
   if (main.naxis() == 0) bytes = 0;
-  if (!(bytes < static_cast<double>(file.GetFileSize())))
+  if (!(static_cast<double>(main.dataStart()) + bytes <= static_cast<double>(file.GetFileSize())))
     return AResult::Fail(path + ": the file ends before its image does");
   for (int more = file.Seek(main.dataStart() + WholeBlocks(static_cast<int64>(bytes))); more;) {
     AFITSxtbl extension(&file);
-    if (!extension.ReadHeader()) break;
+    if (!extension.ReadHeader()) {
+      if (file.Tell() < file.GetFileSize() || extension.headerEnd() != 0) break;
+      return AResult::Fail(path + ": the file ends within a header");
+    }
     if (extension.extname().find("AIPS CC") != std::string::npos) {
+      if (extension.dataStart() + extension.groupBytes() > file.GetFileSize()) {
+        return AResult::Fail(path + ": the file ends before its table AIPS CC does");
+      }
       table = AUVXTable(extension);
       return AResult::Ok();
     }
@@ -91,7 +97,9 @@ AResult ComponentModel::Open(const std::string& name) {
     ModelComponent point;
     point.flux = 1;
     if (name.size() >= kPoint.size()) {
-      if (AResult result = strToVal(name.substr(kPoint.size()), point.flux); !result) return result;
+      if (AResult result = strToVal(name.substr(kPoint.size()), point.flux); !result) {
+        return AResult::Fail("model " + name + ": " + result.message());
+      }
     }
     components_.push_back(point);
     return AResult::Ok();
@@ -176,6 +184,7 @@ AResult ComponentModel::ReadFITS(const std::string& path) {
     component.y = table.Number(row, in.columns[2]) * kRadiansPerDegree;
     const double major = in.Shape(table, row, 0), minor = in.Shape(table, row, 1), type = in.Shape(table, row, 3);
     if (type != 0 && type != 1) return AResult::Fail(place + ": neither a point nor a Gaussian");
+    if (type == 1 && !(major >= 0 && minor >= 0)) return AResult::Fail(place + ": a width is negative or no number");
     component.isGaussian = type == 1 && major > 0;
     if (component.isGaussian) {
       component.major = major * kRadiansPerDegree;

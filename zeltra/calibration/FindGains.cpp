@@ -66,8 +66,9 @@ AResult CheckFit(const AGains& gains, const AGains& ours, const std::string& pat
     return refuse("has gains of " + std::to_string(int{gains.header.IFs}) + " IFs, there are " +
                   std::to_string(int{ours.header.IFs}));
   }
-  const bool isLinear = gains.header.codes[0] < -4, areLinear = ours.header.codes[0] < -4;
-  if (isLinear != areLinear) return refuse("its gains are of other polarisations than those");
+  // Hands of circles, of lines, or Stokes I: the gains of one kind say nothing of another.
+  const auto kindOf = [](const AGains& of) { return of.header.codes[0] > 0 ? 1 : of.header.codes[0] < -4 ? -5 : -1; };
+  if (kindOf(gains) != kindOf(ours)) return refuse("its gains are of other polarisations than those");
   for (const AGainFrequency& entry : gains.frequencies) {
     const double frequency = ours.Frequency(entry.setup, entry.ifIndex);
     if (frequency == 0 || std::fabs(frequency - entry.start) <= kSameFrequency) continue;
@@ -87,7 +88,10 @@ AResult FindGains(AUVXInput& input, const std::string& name, AGains& gains, std:
     int version = 0;
     if (!IsSameWord(text.substr(0, 2), code)) continue;
     if (text.size() == 2) return FindTableGains(input, code, 0, gains, remarks);
-    if (text[2] != ':' || !strToVal(text.substr(3), version) || version < 1) continue;
+    if (text[2] != ':') continue;
+    if (!strToVal(text.substr(3), version) || version < 1) {
+      return AResult::Fail(text + ": the version of a table is a number from 1 on, as in " + code + ":1");
+    }
     return FindTableGains(input, code, version, gains, remarks);
   }
   AGains ours;

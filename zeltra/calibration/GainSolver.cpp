@@ -169,8 +169,9 @@ bool GainSolver::Iterate(Work& work) const {
   return false;
 }
 
-// Baselines that are left out in a pass may come back in the next.
-bool GainSolver::SolveRobustly(Work& work) const {
+// Baselines that are left out in a pass may come back in the next. A bad one may be what kept the gains from
+// converging.
+bool GainSolver::SolveRobustly(Work& work, bool hasConverged) const {
   const std::vector<BaselineProducts> all = work.baselines;
   for (const double bound : kRobustBounds) {
     double sum = 0;
@@ -185,11 +186,11 @@ bool GainSolver::SolveRobustly(Work& work) const {
     const std::vector<Component> components = Components(pass.links);
     const bool isWhole = components.size() == 1 && components[0].antennas.size() == work.solved.size() &&
                          (components[0].isOdd || options_.mode == GainMode::Phase);
-    if (!isWhole) return true;
-    if (!Iterate(pass)) return false;
+    if (!isWhole) break;
+    hasConverged = Iterate(pass);
     work = pass;
   }
-  return true;
+  return hasConverged;
 }
 
 std::vector<SolvedGain> GainSolver::Solve(const std::vector<BaselineProducts>& baselines,
@@ -220,7 +221,9 @@ std::vector<SolvedGain> GainSolver::Solve(const std::vector<BaselineProducts>& b
     return std::find(work.solved.begin(), work.solved.end(), baseline.first) == work.solved.end();
   });
   work.Start(start);
-  if (!Iterate(work) || (options_.robust && !SolveRobustly(work))) {
+  bool hasConverged = Iterate(work);
+  if (options_.robust) hasConverged = SolveRobustly(work, hasConverged);
+  if (!hasConverged) {
     fail(work.solved, GainFault::NotConverged);
     return gains;
   }

@@ -72,7 +72,7 @@ class ZELTRA_API GainSolver {
  private:
   struct Work;
   bool Iterate(Work& work) const;
-  bool SolveRobustly(Work& work) const;
+  bool SolveRobustly(Work& work, bool hasConverged) const;
 
   const int antennas_;
   const Options options_;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "zeltra/calibration/FindGains.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/IntervalWalkInternal.h"
@@ -137,16 +138,14 @@ void AppendProducts(const Interval& interval, int subarray, std::vector<char>& b
   append(sums.products.data(), sums.products.size() * sizeof(BaselineProducts));
 }
 
-// The sums that chi^2 of one hand and IF follows from, for gains that are all multiplied by one factor.
+// The sums that chi^2 of one hand and IF follows from.
 struct ChiSums {
   double data = 0, product = 0, model = 0;  // with the gains
   double rawProduct = 0, rawModel = 0;      // without
   int64 count = 0;
 
   double Before() const { return data - 2 * rawProduct + rawModel; }
-  double After(double factor) const {
-    return data - 2 * factor * factor * product + factor * factor * factor * factor * model;
-  }
+  double After() const { return data - 2 * product + model; }
 };
 
 class Solver {
@@ -178,6 +177,7 @@ class Solver {
             const std::vector<SolvedGain>& solved);
   void AddChi(size_t group, const std::vector<BaselineProducts>& baselines, const std::vector<SolvedGain>& solved);
   std::vector<int> ReferenceOrder() const;
+  const AGainArrayItem* FindReference(int first, int end, const std::vector<int>& order, int current) const;
   void Refer();
   void Normalize();
   void Report();
@@ -194,6 +194,8 @@ class Solver {
   std::vector<std::map<int, SolvedGain>> last_;  // of each group, by antenna
   std::vector<ChiSums> chi_;                     // of each group
   std::vector<Span> spans_;
+  int64 visibilities_ = 0;  // that are valid
+  bool hasModel_ = false;   // for any of them
   AGainFileHdr& header_;
   AGainArray& gains_;
   SolveReport& report_;
@@ -221,8 +223,11 @@ AResult Solver::Run() {
       [this](const std::vector<char>& bytes) { return Take(bytes); });
   if (AResult check = model_.Check(); !check) return check;
   if (!result) return result;
-  if (gains_.count() == 0)
-    return AResult::Fail(from_.path() + ": no visibility of two antennas counts, so there are no gains to solve for");
+  if (visibilities_ == 0) {
+    return AResult::Fail(from_.path() + ": has no valid visibility of two antennas" +
+                         (model_.isFile() ? " that the model has too" : "") + ", so there are no gains to solve for");
+  }
+  if (!hasModel_) return AResult::Fail(options_.model + ": the model is 0, or not finite, for all visibilities");
   header_.mode = options_.mode == GainMode::Phase ? 0 : 1;
   header_.normalised = isNormalized() ? 1 : 0;
   Refer();
@@ -344,7 +349,7 @@ void Solver::Keep(const SolveHead& head, size_t group, const std::vector<int>& a
     AGainArrayItem item;
     item.time = head.begin + (head.end - head.begin) / 2;
     item.interval =
-        static_cast<float>(std::max((head.end - head.begin) * kSecondsPerDay + head.integration, kShortest));
+        static_cast<float>(std::max<double>((head.end - head.begin) * kSecondsPerDay + kShortest, head.integration));
     item.source = static_cast<int16_t>(head.source);
     item.setup = static_cast<int8_t>(head.setup);
     item.subarray = static_cast<int16_t>(head.subarray);
@@ -363,6 +368,8 @@ void Solver::AddChi(size_t group, const std::vector<BaselineProducts>& baselines
                     const std::vector<SolvedGain>& solved) {
   ChiSums& chi = chi_[group];
   for (const BaselineProducts& baseline : baselines) {
+    visibilities_ += baseline.count;
+    hasModel_ |= baseline.model > 0 && std::isfinite(baseline.model);
     const SolvedGain &a = solved[baseline.first], &b = solved[baseline.second];
     if (a.fault != GainFault::None || b.fault != GainFault::None) {
       report_.unsolved += baseline.count;
@@ -392,11 +399,29 @@ std::vector<int> Solver::ReferenceOrder() const {
   return order;
 }
 
+// The antenna that comes first in the order, if it has a gain among those from `first` to `end`; else the one that has
+// been the reference, so that phases go on without a step; else the next one.
+const AGainArrayItem* Solver::FindReference(int first, int end, const std::vector<int>& order, int current) const {
+  const auto find = [&](int antenna) {
+    const AGainArrayItem *begin = gains_.lpArray() + first, *last = gains_.lpArray() + end;
+    const AGainArrayItem* found = std::find_if(
+        begin, last, [&](const AGainArrayItem& item) { return item.antenna == antenna && item.isValid(); });
+    return found == last ? nullptr : found;
+  };
+  std::vector<int> wanted = order;
+  wanted.insert(wanted.begin() + (wanted.empty() ? 0 : 1), current);
+  for (const int antenna : wanted) {
+    if (const AGainArrayItem* found = find(antenna)) return found;
+  }
+  return nullptr;
+}
+
 // Turn the phases of each interval, hand and IF so that the reference antenna's is 0, or what it was last where that
 // antenna is not the first one.
 void Solver::Refer() {
   const std::vector<int> order = ReferenceOrder();
-  std::map<AGainKey, double> phases;  // that antennas had last
+  std::map<AGainKey, double> phases;              // that antennas had last
+  std::map<std::pair<int, int>, int> references;  // of each IF and hand
   for (const Span& span : spans_) {
     for (int first = span.first, end; first < span.end; first = end) {
       const auto isOther = [&](const AGainArrayItem& item) {
@@ -404,14 +429,11 @@ void Solver::Refer() {
       };
       end = static_cast<int>(std::find_if(gains_.lpArray() + first, gains_.lpArray() + span.end, isOther) -
                              gains_.lpArray());
-      const AGainArrayItem* reference = nullptr;
-      for (size_t i = 0; i < order.size() && !reference; ++i) {
-        const auto isIt = [&](const AGainArrayItem& item) { return item.antenna == order[i] && item.isValid(); };
-        const AGainArrayItem* found = std::find_if(gains_.lpArray() + first, gains_.lpArray() + end, isIt);
-        if (found != gains_.lpArray() + end) reference = found;
-      }
+      int& current = references[{int{gains_(first).ifIndex}, int{gains_(first).hand}}];
+      const AGainArrayItem* reference = FindReference(first, end, order, current);
       if (!reference) continue;
       const uint8_t number = reference->antenna;
+      current = number;
       const Complex turn = std::polar(1.0, phases[KeyOf(*reference)] - std::arg(reference->gain()));
       for (int i = first; i < end; ++i) {
         AGainArrayItem& item = gains_(i);
@@ -436,7 +458,7 @@ void Solver::Normalize() {
   for (int i = 0; i < gains_.count(); ++i) {
     const AGainArrayItem& item = gains_(i);
     if (!item.isValid()) continue;
-    auto& [sum, count] = logarithms[{item.ifIndex, item.hand}];
+    auto& [sum, count] = logarithms[{int{item.ifIndex}, int{item.hand}}];
     sum += std::log(std::abs(item.gain()));
     ++count;
   }
@@ -445,19 +467,25 @@ void Solver::Normalize() {
     factors[key] = isNormalized() ? std::exp(-sum.first / static_cast<double>(sum.second)) : 1;
   for (int i = 0; i < gains_.count(); ++i) {
     AGainArrayItem& item = gains_(i);
-    if (item.isValid()) item.SetGain(factors[{item.ifIndex, item.hand}] * item.gain());
+    if (item.isValid()) item.SetGain(factors[{int{item.ifIndex}, int{item.hand}}] * item.gain());
   }
-  const size_t hands = values_.hands.size();
-  for (size_t group = 0; group < chi_.size(); ++group) {
-    const auto factor =
-        factors.find({values_.IFs[group / hands], HandOf(contents_.header().stokes(values_.hands[group % hands]))});
-    report_.chi2Before += chi_[group].Before();
-    report_.chi2After += chi_[group].After(factor == factors.end() ? 1 : factor->second);
-    report_.visibilities += chi_[group].count;
-  }
+  if (!isNormalized() || factors.empty()) return;
+  const auto [least, most] = std::minmax_element(factors.begin(), factors.end(),
+                                                 [](const auto& a, const auto& b) { return a.second < b.second; });
+  std::string range = RoundedNumber(least->second, 4);
+  if (least->second != most->second) range += " to " + RoundedNumber(most->second, 4);
+  report_.remarks.push_back("gains are multiplied by " + range +
+                            ", a factor for each hand and IF that makes the geometric mean of their moduli 1; chi^2 is "
+                            "that of the gains before");
 }
 
 void Solver::Report() {
+  for (const ChiSums& chi : chi_) {
+    // Rounding leaves less than nothing of a perfect fit.
+    report_.chi2Before += std::max(chi.Before(), 0.0);
+    report_.chi2After += std::max(chi.After(), 0.0);
+    report_.visibilities += chi.count;
+  }
   if (values_.hands.size() == 2 && options_.mode != GainMode::Amplitude) {
     report_.remarks.push_back(
         "the reference antenna has phase 0 in both hands, so the difference of their phases is lost");

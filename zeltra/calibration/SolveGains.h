@@ -65,7 +65,8 @@ struct ZELTRA_API SolveReport {
 /// Stokes I in a file without hands; autocorrelations do not count.
 ///
 /// Phases of the reference antenna are 0 in both hands, so that the difference of their phases is lost. Where another
-/// antenna has to take its place, that one keeps the phase that it had last.
+/// antenna has to take its place, that one keeps the phase that it had last, and stays until it is missing or the first
+/// one is back.
 /// @param gains  receives them, sorted, with their observation; those that could not be found have a weight of 0
 ZELTRA_API AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGains& gains, SolveReport& report);
 

@@ -5,8 +5,10 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <set>
 
 #include "zeltra/core/AInputFile.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/RecordReaderInternal.h"
 #include "zeltra/uvx/AUVXFreqs.h"
@@ -14,6 +16,7 @@
 namespace zeltra {
 namespace {
 
+constexpr double kSameFrequency = 1e-6;  // of it
 // Two programs may write one time with other last bits.
 constexpr double kSameTime = 0.5 / 86400e4;  // days: half of 0.1 ms
 
@@ -60,6 +63,27 @@ AResult VisibilityModel::OpenFile(const std::string& name, const JobOptions& opt
   if (!isSame) {
     return AResult::Fail(name + ": holds other records than " + data_.path() +
                          ": a model needs as many, with the same IFs, channels and polarisations");
+  }
+  const AUVXStokes &theirs = file_->contents().header().stokes, &ours = data_.contents().header().stokes;
+  for (int i = 0; i < ours.count(); ++i) {
+    if (theirs(i) != ours(i)) return AResult::Fail(name + ": has other polarisations than " + data_.path());
+  }
+  return CompareFrequencies();
+}
+
+// A model that was made by other channels would be wrong without a word.
+AResult VisibilityModel::CompareFrequencies() {
+  const AUVXPosition& scans = data_.contents().scans();
+  std::set<int> setups;
+  for (int i = 0; i < scans.count(); ++i) setups.insert(scans(i).freqId);
+  for (const int setup : setups) {
+    const AUVXFreqs ours(data_.uvx(), setup), theirs(file_->uvx(), setup);
+    for (int i = 0; i < std::min(ours.count(), theirs.count()); ++i) {
+      if (!(std::fabs(ours(i) - theirs(i)) > kSameFrequency * std::fabs(ours(i)))) continue;
+      return AResult::Fail(file_->path() + ": a channel of setup " + std::to_string(setup) + " is at " +
+                           RoundedNumber(theirs(i) / 1e6, 9) + " MHz, in " + data_.path() + " at " +
+                           RoundedNumber(ours(i) / 1e6, 9) + " MHz");
+    }
   }
   return AResult::Ok();
 }

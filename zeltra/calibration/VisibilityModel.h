@@ -58,6 +58,7 @@ class ZELTRA_API VisibilityModel {
 
  private:
   AResult OpenFile(const std::string& name, const JobOptions& options);
+  AResult CompareFrequencies();
   AResult OpenFrequencies();
 
   AUVXInput& data_;

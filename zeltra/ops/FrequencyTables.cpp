@@ -52,7 +52,7 @@ bool FrequencyTables::Change(AUVXTable& table) {
   if (change_.IsNone()) return true;
   const std::string code = table.Code();
   const bool isKept = code == "FG" ? TranslateFlags(table) : ChangeColumns(table);
-  if (code == "AN") FollowReference(table);
+  if (code == "AN") FollowReference(table, freq0_, shift_);
   if (!isKept) LeaveOut(table);
   return isKept;
 }
@@ -91,18 +91,6 @@ void FrequencyTables::MoveFrequencies(const AUVXTable& from, AUVXTable& setups) 
       if (change_.KeepsChannels() && !change_.JoinsIFs()) continue;
       setups.SetNumber(row, frequencies.bandwidthColumn, i, change_.NewBandwidth(frequencies, row, part));
     }
-  }
-}
-
-// The keyword FREQ of "AN" is normally the reference frequency of the file.
-void FrequencyTables::FollowReference(AUVXTable& antennas) const {
-  for (int i = 0; i < antennas.keywords().count(); ++i) {
-    const AUVXTableKeyWord& keyWord = antennas.keywords()(i);
-    if (shift_ == 0 || keyWord.Key() != "FREQ" || std::fabs(keyWord.Number() - freq0_) > 0.5) continue;
-    std::string number = valToStr(freq0_ + shift_);
-    std::replace(number.begin(), number.end(), 'e', 'E');
-    SetKeyWord(antennas, "FREQ", number);
-    return;
   }
 }
 
@@ -194,6 +182,17 @@ std::vector<std::string> FrequencyTables::Remarks() const {
                       " of table FG left out, for a part of what is one channel now");
   }
   return remarks;
+}
+
+void FollowReference(AUVXTable& antennas, double freq0, double shift) {
+  for (int i = 0; i < antennas.keywords().count(); ++i) {
+    const AUVXTableKeyWord& keyWord = antennas.keywords()(i);
+    if (shift == 0 || keyWord.Key() != "FREQ" || std::fabs(keyWord.Number() - freq0) > 0.5) continue;
+    std::string number = valToStr(freq0 + shift);
+    std::replace(number.begin(), number.end(), 'e', 'E');
+    SetKeyWord(antennas, "FREQ", number);
+    return;
+  }
 }
 
 }  // namespace zeltra

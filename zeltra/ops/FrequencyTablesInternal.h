@@ -40,7 +40,6 @@ class FrequencyTables {
  private:
   bool ChangeColumns(AUVXTable& table);
   void MoveFrequencies(const AUVXTable& from, AUVXTable& setups) const;
-  void FollowReference(AUVXTable& antennas) const;
   bool AreAlike(const AUVXTable& table) const;
   void FillMeans(const AUVXTable& from, AUVXTable& sources);
   bool TranslateFlags(AUVXTable& flags);
@@ -54,6 +53,9 @@ class FrequencyTables {
   bool hasEmptied_ = false;
   int64 flagsLeftOut_ = 0;
 };
+
+/// The keyword FREQ of "AN" is normally the reference frequency of the file: where it is `freq0`, move it too.
+void FollowReference(AUVXTable& antennas, double freq0, double shift);
 
 }  // namespace zeltra
 
