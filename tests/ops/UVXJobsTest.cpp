@@ -65,7 +65,8 @@ TEST(CopyUVX, LeavesRowsOfAntennasAndSourcesOut) {
   EXPECT_EQ(copy.Table("AN")->rows(), 3);
   EXPECT_EQ(copy.Table("TY")->rows(), 1);
   EXPECT_EQ(copy.Table("TY")->Number(0, 0), 2);
-  EXPECT_EQ(Image(copy, "SU"), Image(source, "SU"));
+  EXPECT_EQ(copy.Table("SU")->rows(), 1);
+  EXPECT_EQ(copy.Table("SU")->Number(0, 0), 2);
   EXPECT_EQ(AUVXPosition(*copy.Table("NX")).CountForSrc(2), 6);
 }
 
