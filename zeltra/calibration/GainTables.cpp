@@ -248,7 +248,7 @@ class TableWriter {
  private:
   using Row = std::tuple<double, int, int, int, int>;  // time, antenna, source, setup, subarray
   static Row RowOf(const AGainArrayItem& item) {
-    return {item.time, item.antenna, item.source, item.setup, item.subarray};
+    return {double{item.time}, int{item.antenna}, int{item.source}, int{item.setup}, int{item.subarray}};
   }
 
   void AddColumns(bool isCL);
