@@ -16,11 +16,11 @@ namespace zeltra {
 
 /// Statistics of the gains of one antenna, hand and IF; 52 bytes. The object may lie at any address.
 struct ZELTRA_API AGainMeanInfo {
-  uint8_t antenna = 0;        ///< antenna number
-  int8_t hand = 0;            ///< 0 or 1
-  int16_t ifIndex = 0;        ///< IF, from 0
-  int32_t items = 0;          ///< gains in the list
-  int32_t valid = 0;          ///< those with a solution; the numbers below are computed from these, and are 0 if there are none
+  uint8_t antenna = 0;  ///< antenna number
+  int8_t hand = 0;      ///< 0 or 1
+  int16_t ifIndex = 0;  ///< IF, from 0
+  int32_t items = 0;    ///< gains in the list
+  int32_t valid = 0;  ///< those with a solution; the numbers below are computed from these, and are 0 if there are none
   double meanModulus = 0;     ///< plain mean of |g|
   double modulusScatter = 0;  ///< standard deviation of |g|, with valid - 1 in the denominator
   double phaseDrift = 0;    ///< rad/s: slope of the line through the phases, each within half a turn of the one before

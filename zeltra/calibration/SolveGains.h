@@ -53,8 +53,8 @@ struct ZELTRA_API SolveReport {
   std::map<int, GainCounts> antennas;  ///< by number; intervals without data of an antenna do not count
   int64 visibilities = 0;              ///< those whose antennas both have gains
   int64 unsolved = 0;                  ///< the others
-  double chi2Before = 0;  ///< sum w |V - M|^2 of these visibilities; compare with twice their number
-  double chi2After = 0;   ///< sum w |V - g M conj(g)|^2
+  double chi2Before = 0;               ///< sum w |V - M|^2 of these visibilities; compare with twice their number
+  double chi2After = 0;                ///< sum w |V - g M conj(g)|^2
   std::vector<std::string> remarks;
 
   /// The number of good gains of all antennas.
