@@ -33,7 +33,7 @@ struct Scan {
   double first, last;  // Julian dates
 };
 
-// The hands that a polarisation takes its gains of.
+// The hands whose gains apply to a polarisation.
 struct Hands {
   int p, q;
 };

@@ -36,7 +36,7 @@ AResult FindTableGains(AUVXInput& input, const std::string& code, int version, A
   return GainsOfTable(*table, gains, remarks);
 }
 
-// The name of a number in a list, empty where it has none.
+// The name of a number in a list, empty if it has none.
 template <typename Entry>
 std::string NameOf(const std::vector<Entry>& list, int number) {
   for (const Entry& entry : list) {
@@ -98,7 +98,7 @@ AResult FindGains(AUVXInput& input, const std::string& name, AGains& gains, std:
   if (AResult result = LoadGains(text, gains); !result) return result;
   if (AResult result = DescribeGains(input, ours); !result) return result;
   if (AResult result = CheckFit(gains, ours, input.path()); !result) return result;
-  // A gain file need not tell what the visibilities tell as well.
+  // A gain file need not repeat what the visibilities already say.
   if (gains.antennas.empty()) gains.antennas = ours.antennas;
   if (gains.sources.empty()) gains.sources = ours.sources;
   if (gains.frequencies.empty()) gains.frequencies = ours.frequencies;
