@@ -35,7 +35,7 @@ struct ZELTRA_API AGainFileHdr {
   int16_t setups = 0;      ///< frequency setups
   int16_t IFs = 0;         ///< IFs, at least 1; the list of frequencies has setups x IFs entries
   int16_t hands = 0;       ///< polarisations that have gains: 1 or 2
-  int16_t codes[2] = {};   ///< their codes as in UV FITS: -1 RR, -2 LL, -5 XX, -6 YY, 1 I; 0 where there is none
+  int16_t codes[2] = {};   ///< their codes as in UV FITS: -1 RR, -2 LL, -5 XX, -6 YY, 1 I; 0 if there is none
   uint8_t mode = 0;        ///< 0: phases alone were solved, all moduli are 1; 1: amplitudes too
   uint8_t normalised = 0;  ///< 1: the geometric mean of the moduli is 1 for each hand and IF; 0: they stand as solved
   char timeScale[8] = {};  ///< time scale of the times, zero-terminated
