@@ -89,8 +89,8 @@ class ZELTRA_API AUVXWriter {
   AResult Append(const AUVXGroup& group, const void* values, double seconds = kFromGroup);
 
   /// Begin a record that is built in place, piece by piece: after this call fill in the group; then call Reserve for
-  /// each piece of the values and fill it in. Each call takes over what was filled in before. @return a group, all of
-  /// whose fields the caller must set; null after a failure: see Why
+  /// each piece of the values and fill it in. Each call takes over what was filled in before.
+  /// @return a group, all of whose fields the caller must set; null after a failure: see Why
   AUVXGroup* BeginRecord();
   /// Make room for the next values of the record.
   /// @param count  at most kMostReserved
