@@ -101,7 +101,7 @@ void GainSolver::Work::SetErrors() {
   }
 }
 
-// Initial gain of an antenna without a known one: the modulus that fits all its baselines, and the phase towards the
+// Initial gain of an antenna without a known one: the modulus that fits all baselines, and the phase towards the
 // antenna with the most weight.
 void GainSolver::Work::Start(const std::vector<SolvedGain>& known) {
   double product = 0, model = 0;

@@ -313,7 +313,7 @@ void TableWriter::AddHand(const std::string& number, bool isCL) {
   table_.AddColumn("DISP " + number, "SEC/M**2", "1E");
   table_.AddColumn("DDISP " + number, "S/S/M**2", "1E");
   for (const char* name : {"REAL", "IMAG"}) table_.AddColumn(name + number, "", perIF + "E");
-  // The two columns are in a different order in each table.
+  // SN and CL have these two columns in opposite order.
   const std::pair<const char*, const char*> both[] = {{"DELAY ", "SECONDS"}, {"RATE ", "SEC/SEC"}};
   for (const int i : {isCL ? 1 : 0, isCL ? 0 : 1})
     table_.AddColumn(both[i].first + number, both[i].second, perIF + "E");
