@@ -227,8 +227,8 @@ TEST_F(Pictures, OfSkiesTellWhatTheyShow) {
   MoveIntoPlace(svg, out.path(), true);
   for (const char* text :
        {"3C273 · I · 8.414 GHz · 2020-03-20", "data:image/png;base64,iVBORw0KGgo", ">Relative declination (mas)<",
-        ">Jy/beam<", "<ellipse ", " times the rms<", ">beam ", " pixels lie above the colours",
-        ">contours at 1 times ", ">colours by asinh: linear below the rms of "}) {
+        ">Jy/beam<", "<ellipse ", " times the rms<", ">beam ", " pixels lie above the colours", ">contours at 1 times ",
+        ">colours by asinh: linear below the rms of "}) {
     EXPECT_NE(out.Bytes().find(text), std::string::npos) << text;
   }
 }

@@ -12,8 +12,7 @@ namespace zeltra {
 
 class ABaseLine;
 
-/// Three antenna numbers as signed bytes, ascending where A3Tlscs::Create made them, and a flag. Four bytes, also in
-/// files.
+/// Three antenna numbers as signed bytes, ascending if made by A3Tlscs::Create, and a flag. Four bytes, also in files.
 struct ZELTRA_API A3TlscsItem {
   A3TlscsItem() = default;
   /// @param flag  0 means usable
@@ -44,8 +43,8 @@ struct ZELTRA_API A3TlscsItem {
 };
 static_assert(sizeof(A3TlscsItem) == 4);
 
-/// Order of triangles: ascending by the three antennas in turn, as signed numbers; flags take no part.
-/// @return -1 when `key` is the greater one, 1 when it is the smaller one, 0 when all antennas agree
+/// Order of triangles: ascending by the three antennas in turn, as signed numbers; flags are ignored.
+/// @return -1 if `key` is greater, 1 if it is smaller, 0 if all antennas agree
 ZELTRA_API int CompareTriangles(const A3TlscsItem& key, const A3TlscsItem& item);
 
 ZELTRA_EXPORT_TEMPLATE(AArray<A3TlscsItem>);
@@ -60,22 +59,22 @@ class ZELTRA_API A3Tlscs : public AArray<A3TlscsItem> {
 
   /// List the triangles through antenna `tlsc` (0 to 255, or as a signed byte) whose three baselines are present and
   /// not flagged.
-  /// @return how many
+  /// @return their number
   int Create(const ABaseLine& baselines, int tlsc);
 
   /// Find a triangle by its antennas.
-  /// @param index  its position; on a miss where it would be inserted, -1 for an empty list
+  /// @param index  its position; if not found, where it would be inserted, or -1 for an empty list
   /// @return 1 if found
   int HasItem(const A3TlscsItem& item, int& index) const;
 
-  /// Remove the triangles whose flag is not 0. @return how many
+  /// Remove the triangles whose flag is not 0. @return their number
   int DeleteUnflagItem();
 
   /// List the distinct antennas, ascending as signed numbers.
   /// @param antennas  room for every antenna: 256 numbers are always enough
-  /// @param flags     room for as many flags: that of the first triangle that names the antenna, 0 once an unflagged
-  ///                  triangle does
-  /// @return how many antennas were written
+  /// @param flags     room for the same number of flags: that of the first triangle that contains the antenna, or 0 if
+  ///                  any such triangle is unflagged
+  /// @return the number of antennas written
   int GetTlscMap(char* antennas, char* flags) const;
 };
 

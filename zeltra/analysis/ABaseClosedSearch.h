@@ -11,7 +11,7 @@ namespace zeltra {
 
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
-// The table of virtual functions holds the two below and no destructor: objects are not deleted through this class.
+// The table of virtual functions has these two and no destructor: objects must not be deleted through this class.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 #endif
 
@@ -27,39 +27,37 @@ namespace zeltra {
 class ZELTRA_API ABaseClosedSearch {
  public:
   ABaseClosedSearch() = default;
-  /// A copy has chains of its own.
+  /// A copy has its own chains.
   ABaseClosedSearch(const ABaseClosedSearch& other);
   ABaseClosedSearch& operator=(const ABaseClosedSearch& other);
 
-  /// Set the longest chain, in baselines, that the search builds (3 by default). The number of chains, and the time
-  /// that the search takes, grow by a factor of the number of antennas with each further baseline.
+  /// Set the longest chain, in baselines, that the search builds (3 by default). With each further baseline, the number
+  /// of chains and the search time grow by a factor of the number of antennas.
   void SetMaxLink(int maxLink) { maxLink_ = maxLink; }
 
   /// Distinct antenna numbers (0 to 255) of all baselines, ascending.
   AArray<int>& GetScopeMap() { return scopeMap_; }
 
-  /// Take stock of the baselines. Autocorrelations are left out; of several baselines between two antennas the last
-  /// counts.
-  /// @return 0 if a baseline's antenna cannot be found again, which consistent overrides never cause
+  /// Index the baselines. Autocorrelations are left out; of several baselines between two antennas the last one counts.
+  /// @return 0 if a baseline's antenna cannot be found again, which never happens with consistent overrides
   int CaculateIndexes();
 
   /// Find the chains from antenna 1 to antenna 2 of a baseline.
   /// @return 1 if the baseline is known, else 0, with no chains
   int SearchBL(const ABL& base);
 
-  /// Chains of the last search. The first is the searched baseline itself. Each other one has 2 to maxLink baselines,
-  /// none of them twice and none of them the searched one, in depth-first order with the next antenna in ascending
-  /// position.
+  /// Chains of the last search. The first is the searched baseline itself. The others have 2 to maxLink baselines,
+  /// without repeats and without the searched one, in depth-first order with the next antenna in ascending position.
   const APtrArray<AArray<int>*>& loops() const { return loops_; }
 
  protected:
   /// Number of baselines.
   virtual int GetBaseLines();
-  /// Baseline i; here antenna 1 with antenna i + 1.
+  /// Baseline i; in this class antenna 1 with antenna i + 1.
   virtual ABL GetBase(int i);
 
   /// Extend the path from antenna position `cur`, which was reached from `prev`; `n` antennas in all.
-  /// @return 0 when cut off by the length limit
+  /// @return 0 if cut off by the length limit
   int Cicle(int prev, int cur, int n);
   /// Whether the path holds the baseline `number`, in either direction.
   int IsIndexExists(int number) const;

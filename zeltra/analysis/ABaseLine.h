@@ -19,7 +19,7 @@ struct ZELTRA_API ABL {
   ABL() = default;
   /// Store the low bytes.
   ABL(int tlsc1, int tlsc2) : tlsc1_(static_cast<uint8_t>(tlsc1)), tlsc2_(static_cast<uint8_t>(tlsc2)) {}
-  /// Take both at once: the low byte is antenna 1, the high byte antenna 2.
+  /// Set both at once: the low byte is antenna 1, the high byte antenna 2.
   explicit ABL(short both) : ABL(both & 0xFF, (both >> 8) & 0xFF) {}
 
   int tlsc1() const { return tlsc1_; }
@@ -35,15 +35,15 @@ static_assert(sizeof(ABL) == 2);
 
 /// A baseline with a flag: the key of the averaging and closure code.
 ///
-/// Antenna numbers are signed bytes, as they are sorted; numbers of 128 and more therefore read as negative. What looks
-/// an antenna up by its number, as AUVXAntenns::ForID does, which quietly gives the first antenna for a number that it
-/// lacks, asks antenna1() and antenna2(). Three bytes without padding, also in files.
+/// Antenna numbers are signed bytes, the form in which they are sorted, so numbers of 128 and more read as negative. To
+/// look an antenna up by its number use antenna1() and antenna2(), since AUVXAntenns::ForID silently returns the first
+/// antenna for a number that it lacks. Three bytes without padding, also in files.
 struct ZELTRA_API ABaseLineItem {
   ABaseLineItem() = default;
-  /// @param flag  true when the baseline is flagged, that is not to be used
+  /// @param flag  true if the baseline is flagged, that is, not to be used
   ABaseLineItem(int tlsc1, int tlsc2, bool flag)
       : tlsc1_(static_cast<int8_t>(tlsc1)), tlsc2_(static_cast<int8_t>(tlsc2)), flag_(flag) {}
-  /// The baseline of a record; flagged when bit 0 of the record's flag byte is set.
+  /// The baseline of a record; flagged if bit 0 of the record's flag byte is set.
   explicit ABaseLineItem(const AUVXGroup& group);
 
   int tlsc1() const { return tlsc1_; }
@@ -51,7 +51,7 @@ struct ZELTRA_API ABaseLineItem {
   /// The antenna numbers, 0 to 255.
   int antenna1() const { return static_cast<uint8_t>(tlsc1_); }
   int antenna2() const { return static_cast<uint8_t>(tlsc2_); }
-  /// 1 when the baseline is not flagged.
+  /// 1 if the baseline is not flagged.
   int isValid() const { return flag_ == 0; }
   /// The flag byte: 0 means valid.
   int flag() const { return flag_; }
@@ -70,8 +70,8 @@ struct ZELTRA_API ABaseLineItem {
 };
 static_assert(sizeof(ABaseLineItem) == 3);
 
-/// Order of baselines: ascending antenna 1, then antenna 2, both as signed numbers; flags take no part.
-/// @return -1 when `key` is the greater one, 1 when it is the smaller one, 0 when both antennas agree
+/// Order of baselines: ascending antenna 1, then antenna 2, both as signed numbers; flags are ignored.
+/// @return -1 if `key` is greater, 1 if it is smaller, 0 if both antennas agree
 ZELTRA_API int fnBLItemCompare(const ABaseLineItem& key, const ABaseLineItem& item);
 
 ZELTRA_EXPORT_TEMPLATE(AArray<ABaseLineItem>);
@@ -79,7 +79,7 @@ ZELTRA_EXPORT_TEMPLATE(AArray<ABaseLineItem>);
 /// Baselines in the order of fnBLItemCompare, each once.
 class ZELTRA_API ABaseLine : public AArray<ABaseLineItem> {
  public:
-  /// The most antennas that getScopeMap lists.
+  /// Maximum number of antennas that getScopeMap lists.
   static constexpr int kScopeMapSize = 64;
 
   ABaseLine() : AArray(0, 0, 64) {}
@@ -92,34 +92,34 @@ class ZELTRA_API ABaseLine : public AArray<ABaseLineItem> {
   /// The baselines of one source, see Init.
   ABaseLine(const AUVXBaseLines& table, int source) { Init(table, source); }
 
-  /// Take every baseline of `source`, with its flag, out of a baseline table; a source that is absent gives an empty
-  /// list.
+  /// Copy every baseline of `source`, with its flag, from a baseline table; if the source is absent, the list becomes
+  /// empty.
   void Init(const AUVXBaseLines& table, int source);
 
   /// Find a baseline by its antennas.
-  /// @param index  its position; on a miss where it would be inserted, -1 for an empty list
+  /// @param index  its position; if not found, where it would be inserted, or -1 for an empty list
   /// @return 1 if found
   int hasBase(const ABaseLineItem& base, int& index) const;
 
-  /// Insert a baseline at its place, or clear the flag of the one that is there if `base` is not flagged: a baseline is
+  /// Insert a baseline in order, or clear the flag of one already present if `base` is not flagged: a baseline is
   /// flagged only if every occurrence was.
   /// @return its position
   short checkBase(const ABaseLineItem& base);
 
-  /// Remove the autocorrelations. @return how many
+  /// Remove the autocorrelations. @return their number
   int DeleteEQBase();
 
   /// Number of items that are not flagged.
   int GetMarkItem() const;
 
-  /// Remove the flagged items. @return how many
+  /// Remove the flagged items. @return their number
   int deleteUnMarkItem();
 
   /// List the distinct antennas, ascending as signed numbers.
-  /// @param antennas  room for kScopeMapSize numbers; the antennas beyond that many are left out
-  /// @param flags     room for as many flags: that of the first baseline that names the antenna, 0 once an unflagged
-  ///                  baseline does
-  /// @return how many antennas were written
+  /// @param antennas  room for kScopeMapSize numbers; any further antennas are left out
+  /// @param flags     room for the same number of flags: that of the first baseline that contains the antenna, or 0 if
+  ///                  any such baseline is unflagged
+  /// @return the number of antennas written
   short getScopeMap(char* antennas, char* flags) const;
 };
 

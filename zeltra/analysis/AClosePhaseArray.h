@@ -9,7 +9,7 @@
 
 namespace zeltra {
 
-/// The series of one triangle. Entry t of a phase list belongs to entry t of `times` as long as the lists grow
+/// The series of one triangle. Entry t of a phase list belongs to entry t of `times`, provided that the lists grow
 /// together.
 struct ZELTRA_API AClosePhaseItem {
   A3TlscsItem triangle;    ///< the key
@@ -17,12 +17,12 @@ struct ZELTRA_API AClosePhaseItem {
   AArray<double> phases0;  ///< those added with selector 0
   AArray<double> times;    ///< mean times of the intervals, in the order in which they were first added
 
-  /// Add the phase of an interval; the phase of a time that is there already is replaced. New times must arrive in
+  /// Add the phase of an interval; if the time is already present, its phase is replaced. New times must arrive in
   /// ascending order, as those of successive intervals do.
   void AddValue(double phase, double time, int selector);
 
   /// Find a time that is exactly equal.
-  /// @param index  its position, else where it would be inserted
+  /// @param index  its position, or if not found where it would be inserted
   /// @return 1 if found
   int HasTime(double time, int& index) const;
 };
@@ -30,16 +30,16 @@ struct ZELTRA_API AClosePhaseItem {
 ZELTRA_EXPORT_TEMPLATE(AArray<AClosePhaseItem*>);
 ZELTRA_EXPORT_TEMPLATE(APtrArray<AClosePhaseItem*>);
 
-/// Collects the closure phases of the triangles through one antenna, interval by interval. A derived class says which
-/// phases enter a closure, for instance those of a chosen polarisation:
+/// Collects the closure phases of the triangles through one antenna, interval by interval. A derived class chooses the
+/// phases that enter a closure, for instance those of one polarisation:
 ///   GetPhasesForIndex   once per triangle and interval, during Add
 ///
-/// Items are owned and stand in the order of CompareTriangles. As with every APtrArray a copy shows the items of the
-/// array that it was made from, as long as that one lives; a move takes them over.
+/// Items are owned and kept in the order of CompareTriangles. As with every APtrArray, a copy refers to the items of
+/// the original and is valid as long as that lives; a move takes the items over.
 ///
-/// Series are told apart by AUVXTimeMeanArray::GetMeanTime, which is rounded to 0.01 of the unit of the times that were
-/// added there. Intervals whose middles round to the same time overwrite each other: with times in days that happens
-/// to intervals shorter than 14.4 minutes, so a host that collects closure phases gives times in seconds.
+/// Series are indexed by AUVXTimeMeanArray::GetMeanTime, which is rounded to 0.01 of the unit of the times added there.
+/// Intervals whose middles round to the same time overwrite each other: with times in days that happens to intervals
+/// shorter than 14.4 minutes, so programs that collect closure phases should use times in seconds.
 class ZELTRA_API AClosePhaseArray : public APtrArray<AClosePhaseItem*> {
  public:
   AClosePhaseArray() = default;
@@ -52,14 +52,14 @@ class ZELTRA_API AClosePhaseArray : public APtrArray<AClosePhaseItem*> {
   void Set3Tlscs(A3Tlscs* triangles) { triangles_ = triangles; }
   A3Tlscs* Get3Tlscs() const { return triangles_; }
 
-  /// Add the closure phases of one interval, each in -pi to pi. Triangles that the list lacks or flags are left out;
-  /// without a list nothing is added.
+  /// Add the closure phases of one interval, each in -pi to pi. Triangles that are flagged or not in the list are left
+  /// out; without a list nothing is added.
   /// @param mean      CalculateMean has been called on it
-  /// @param selector  which of the two phase lists of an item takes the phases
+  /// @param selector  which of the two phase lists of an item receives the phases
   void Add(AUVXTimeMeanArray& mean, int selector);
 
-  /// Give the phases, in radians, of items i1, i2, i3 of `mean`, each in that baseline's own direction. Here nothing is
-  /// given, and phases of 0 are used.
+  /// Get the phases, in radians, of items i1, i2, i3 of `mean`, each in that baseline's own direction. This class sets
+  /// nothing, so phases of 0 are used.
   virtual void GetPhasesForIndex(AUVXTimeMeanArray& mean, int i1, int i2, int i3, double& p1, double& p2, double& p3);
 
  private:

@@ -103,7 +103,7 @@ void AUVXTimeMeanArray::Accumulate(AUVXTimeMeanItem& item, const AUVXVisibility&
     const AUVXComplex slots = Slots(value);
     AUVXComplex& sum = item.sum.lpArray()[i];
     if (!(sum.weight > 0)) {
-      // The unwrapper keeps its state, deliberately: later phases follow the last one that it saw.
+      // The unwrapper keeps its state, so that later phases continue from the last one that it saw.
       sum = slots;
       item.count(i) = 1;
       continue;

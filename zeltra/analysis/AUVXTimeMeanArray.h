@@ -13,19 +13,19 @@
 
 namespace zeltra {
 
-/// Follows a phase through its jumps of a turn.
+/// Unwraps a phase that jumps by whole turns.
 struct ZELTRA_API APhJustify {
   double lastPhase = 0.0;  ///< phase last given, radians
   double unwrapped = 0.0;  ///< running phase, radians, without jumps
   int32_t first = 1;       ///< 1 until the first phase is given
 
-  /// Take the step from the last phase to `phase` on the shortest way: as it is, or a turn less or more.
+  /// Follow the shortest step from the last phase to `phase`, adding or subtracting a turn if necessary.
   /// @return the running phase
   double Justify(double phase);
 };
 
-/// A triangle of baselines a-b, b-c, a-c: indices into the AUVXTimeMeanArray that made it. Where `base2` or `base3` is
-/// negative, the baseline at the absolute index is taken in reverse: its phase counts with a minus sign.
+/// A triangle of baselines a-b, b-c, a-c: indices into the AUVXTimeMeanArray that made it. If `base2` or `base3` is
+/// negative, the baseline at the absolute index is used in reverse: its phase counts with a minus sign.
 struct AClosePhItem {
   int32_t base1 = 0;  ///< never negative
   int32_t base2 = 0;
@@ -51,39 +51,39 @@ ZELTRA_EXPORT_TEMPLATE(APtrArray<AUVXTimeMeanItem*>);
 ///   CalculateMean   once, after the last Add
 ///   the others      then
 ///
-/// Items are owned and stand in the order of fnBLItemCompare. As with every APtrArray a copy shows the items of the
-/// array that it was made from, as long as that one lives; a move takes them over.
+/// Items are owned and kept in the order of fnBLItemCompare. As with every APtrArray, a copy refers to the items of the
+/// original and is valid as long as that lives; a move takes the items over.
 class ZELTRA_API AUVXTimeMeanArray : public APtrArray<AUVXTimeMeanItem*> {
  public:
   /// @param complexMean  non-zero: average real and imaginary parts; zero: average amplitude and unwrapped phase
   explicit AUVXTimeMeanArray(int complexMean) : APtrArray(0, 0, 32), complexMean_(complexMean) {}
   AUVXTimeMeanArray() : AUVXTimeMeanArray(1) {}
 
-  /// Delete all items and forget times and positions; the mode stays.
+  /// Delete all items and forget times and positions; the mode is kept.
   void Init();
 
   /// Add one record under the baseline of its group.
   /// @param pos  index of the record in its file
-  /// @param t1   first time that the record stands for
+  /// @param t1   first time that the record covers
   /// @param t2   last time, in the same unit
   virtual void Add(AUVXVisibility* vis, AUVXGroup& group, int pos, double t1, double t2);
 
   /// Add one record under a baseline, whose flag is ignored.
   ///
-  /// The first record of a baseline is kept as it is. Of a later one only values with a weight above 0 count; such a
-  /// value takes the place of one that has no weight yet, and is added to one that has. Values beyond the size of the
-  /// baseline's first record are ignored. Positions and times are noted in any case.
+  /// The first record of a baseline is kept unchanged. Of later records only values with a weight above 0 count: such a
+  /// value replaces one without a positive weight, and is added to any other. Values beyond the size of the baseline's
+  /// first record are ignored. Positions and times are recorded in any case.
   virtual void Add(AUVXVisibility* vis, ABaseLineItem& base, int pos, double t1, double t2);
 
-  /// Turn every accumulator into its mean. Records count equally, whatever their weight: weights decide only which of
-  /// them count, and the weight of the mean is the mean weight. A second call in amplitude/phase mode converts
-  /// amplitude and phase twice, so there must be none.
+  /// Turn every accumulator into its mean. Records count equally: weights decide only which of them count, and the
+  /// weight of the mean is the mean weight. Call it only once: a second call in amplitude/phase mode would convert
+  /// amplitude and phase again.
   void CalculateMean();
 
   /// Middle of the interval, rounded half up to 0.01 of the unit in which the times were added, so that two passes over
-  /// an interval meet the same time. A host that adds days gets steps of 0.01 day (14.4 minutes): one that averages
-  /// over less adds seconds.
-  /// @return 0 when nothing was added
+  /// an interval give the same time. With times in days that means steps of 14.4 minutes; to average over less, add
+  /// times in seconds.
+  /// @return 0 if nothing was added
   double GetMeanTime() const;
 
   /// Smallest record index added; 2147483647 before the first.
@@ -98,7 +98,7 @@ class ZELTRA_API AUVXTimeMeanArray : public APtrArray<AUVXTimeMeanItem*> {
   /// Index of the item with the antennas of `base`, or -1.
   int SearchBaseLine(const ABaseLineItem& base) const;
 
-  /// Fill `antennas` with the distinct antenna numbers, ascending as signed numbers. @return how many
+  /// Fill `antennas` with the distinct antenna numbers, ascending as signed numbers. @return their number
   int GetScopeMap(AArray<int>& antennas) const;
 
   /// Every triangle of antennas whose three baselines are present. The caller owns the list, which is never null.

@@ -13,7 +13,7 @@ class AntennaFlags {
  public:
   static constexpr int kNumbers = 256;
 
-  /// Name an antenna. Its flag is that of the first item that named it, cleared once an unflagged item names it.
+  /// Add an antenna. Its flag is that of the first item that contains it, cleared as soon as an unflagged item does.
   void Add(int antenna, std::uint8_t flag) {
     Antenna& entry = antennas_[static_cast<std::size_t>(antenna + kNumbers / 2)];
     if (!entry.present || flag == 0) entry.flag = flag;
@@ -21,8 +21,8 @@ class AntennaFlags {
   }
 
   /// Write the numbers, ascending as signed bytes, and their flags at the same positions.
-  /// @param limit  the most that the buffers hold
-  /// @return how many were written
+  /// @param limit  capacity of the buffers
+  /// @return the number of antennas written
   int Write(char* antennas, char* flags, int limit) const {
     int count = 0;
     for (int i = 0; i < kNumbers && count < limit; ++i) {

@@ -7,7 +7,7 @@
 
 namespace zeltra {
 
-/// -1 when `key` is greater than `item`, 0 when they are equal, 1 otherwise.
+/// -1 if `key` is greater than `item`, 0 if they are equal, 1 otherwise.
 template <typename T>
 int CompareValues(const T& key, const T& item) {
   if (key == item) return 0;
@@ -15,7 +15,7 @@ int CompareValues(const T& key, const T& item) {
 }
 
 /// Find a key among `count` sorted items.
-/// @param compare  compare(i) tells how the key stands to item i, in the sense of CompareValues
+/// @param compare  compare(i) compares the key with item i, as CompareValues does
 /// @param index    position of the item found, else the lower bound: where a new item is inserted
 template <typename Compare>
 bool BinarySearch(int count, Compare compare, int& index) {
@@ -44,7 +44,7 @@ inline bool FindNumber(const AArray<int>& ascending, int number, int& index) {
       ascending.count(), [&](int i) { return CompareValues(number, ascending(i)); }, index);
 }
 
-/// Insert a number at its place in an ascending list that holds each number once.
+/// Insert a number in order into an ascending list that holds each number once.
 inline void InsertNumber(AArray<int>& ascending, int number) {
   int index = 0;
   if (!FindNumber(ascending, number, index)) ascending.InsertAt(index, number);

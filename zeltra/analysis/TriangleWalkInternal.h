@@ -12,12 +12,12 @@
 
 namespace zeltra {
 
-/// An antenna number of a caller as the signed byte that baselines hold; a number that is no byte matches none.
+/// A caller's antenna number as the signed byte that baselines hold; a number that does not fit a byte matches none.
 inline int SignedAntenna(int number) {
   return number >= 128 && number <= 255 ? number - 256 : number;
 }
 
-/// The sum of the phases around a triangle, each in its direction, as a phase from -pi to pi.
+/// The sum of the phases around a triangle, each in its own direction, as a phase from -pi to pi.
 inline double ClosureOf(double p1, double p2, double p3) {
   double closure = std::fmod(p1 + p2 + p3, kTwoPi);
   if (closure > kPi) closure -= kTwoPi;
@@ -27,11 +27,11 @@ inline double ClosureOf(double p1, double p2, double p3) {
 
 /// Visit every triangle of antennas a1, a2, c whose three baselines are present and not flagged.
 ///
-/// Where every baseline is stored as (lower antenna, higher antenna), each triangle x < y < z is found exactly once, in
+/// If every baseline is stored as (lower antenna, higher antenna), each triangle x < y < z is found exactly once, in
 /// ascending order, as (x-y) + (y-z) - (x-z).
 /// @param n      number of baselines
 /// @param base   base(i) is baseline i; they are in the order of fnBLItemCompare
-/// @param tlsc   the antenna that a triangle has to contain, as a signed byte; none for all triangles
+/// @param tlsc   an antenna that the triangle must contain, as a signed byte; none for all triangles
 /// @param found  found(a, b, reversed, d, c): indices of the baselines a1-a2, a2-c and a1-c, whether b is stored as
 ///               c-a2, and the third antenna
 template <typename Base, typename Found>

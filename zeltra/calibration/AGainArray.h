@@ -17,20 +17,20 @@ namespace zeltra {
 
 #pragma pack(push, 1)
 
-/// The gain g of one antenna, hand and IF over an interval: V_pq = g_p M_pq conj(g_q), for what is observed, V, of
-/// visibilities M. 58 bytes, little-endian, in a file as in memory. The object may lie at any address, so its numbers
-/// have to be copied before they are passed on by reference or pointer.
+/// The gain g of one antenna, hand and IF over an interval: V_pq = g_p M_pq conj(g_q), where V are the observed
+/// visibilities and M the true ones. 58 bytes, little-endian, in a file as in memory. The object may lie at any
+/// address, so copy its numbers before passing them on by reference or pointer.
 struct ZELTRA_API AGainArrayItem {
   double time = 0;        ///< Julian date of the middle of the interval
   float interval = 0;     ///< seconds that the gain was solved over
-  int16_t source = 0;     ///< source number, from 1; 0 for all
-  int8_t setup = 0;       ///< frequency setup, from 1; 0 or less for all
-  int16_t subarray = 0;   ///< from 1; 0 or less for all
+  int16_t source = 0;     ///< source number, from 1; 0 means all
+  int8_t setup = 0;       ///< frequency setup, from 1; 0 or less means all
+  int16_t subarray = 0;   ///< from 1; 0 or less means all
   uint8_t antenna = 0;    ///< antenna number
   uint8_t reference = 0;  ///< number of the antenna whose phase is 0
   int16_t ifIndex = 0;    ///< IF, from 0
   int8_t hand = 0;        ///< 0 for RR or XX, 1 for LL or YY
-  float weight = 0;       ///< signal-to-noise ratio; not above 0: there is no solution
+  float weight = 0;       ///< signal-to-noise ratio; there is no solution unless it is above 0
   double re = 1;
   double im = 0;
   double delay = 0;  ///< seconds: the phase grows by 2 pi x delay for each Hz above the first channel of the IF
@@ -65,7 +65,7 @@ static_assert(offsetof(AGainArrayItem, delay) == 42 && offsetof(AGainArrayItem, 
 ZELTRA_EXPORT_TEMPLATE(AArray<AGainArrayItem>);
 ZELTRA_EXPORT_TEMPLATE(AObjArray<AGainArrayItem>);
 
-/// What has one gain at a time: an antenna, an IF and a hand.
+/// Identifies one series of gains over time: an antenna, an IF and a hand.
 struct AGainKey {
   int antenna = 0;
   int ifIndex = 0;  ///< from 0
@@ -78,7 +78,7 @@ inline AGainKey KeyOf(const AGainArrayItem& item) {
   return {item.antenna, item.ifIndex, item.hand};
 }
 
-/// Gains, once sorted by time, then antenna, IF, hand, and at last by source, setup, subarray.
+/// Gains sorted by time, then antenna, IF, hand, and finally by source, setup and subarray, once Sort has been called.
 class ZELTRA_API AGainArray : public AArray<AGainArrayItem> {
  public:
   AGainArray() = default;
@@ -91,11 +91,11 @@ class ZELTRA_API AGainArray : public AArray<AGainArrayItem> {
   void Append(const AGainArray& other);
   void Sort();
 
-  /// Place of the item of this very time and key in the sorted list, of several the first; -1 if there is none.
+  /// Index of the first item with exactly this time and key in the sorted list; -1 if there is none.
   int Find(double time, const AGainKey& key) const;
-  /// Places of the items of one antenna, IF and hand, in their order.
+  /// Indices of the items of one antenna, IF and hand, in the order of the list.
   std::vector<int> Series(const AGainKey& key) const;
-  /// What there are gains of, ascending, each once.
+  /// The keys that the list has gains for, ascending, each once.
   std::vector<AGainKey> Keys() const;
 };
 

@@ -1,4 +1,4 @@
-// Gain files: gains with what a program has to know of the observation that they are of.
+// Gain files: gains together with what a program has to know about their observation.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CALIBRATION_AGAINFILEHDR_H_
 #define ZELTRA_CALIBRATION_AGAINFILEHDR_H_
@@ -35,10 +35,10 @@ struct ZELTRA_API AGainFileHdr {
   int16_t setups = 0;      ///< frequency setups
   int16_t IFs = 0;         ///< IFs, at least 1; the list of frequencies has setups x IFs entries
   int16_t hands = 0;       ///< polarisations that have gains: 1 or 2
-  int16_t codes[2] = {};   ///< their codes as in UV FITS: -1 RR, -2 LL, -5 XX, -6 YY, 1 I; 0 where there is none
+  int16_t codes[2] = {};   ///< their codes as in UV FITS: -1 RR, -2 LL, -5 XX, -6 YY, 1 I; 0 if there is none
   uint8_t mode = 0;        ///< 0: phases alone were solved, all moduli are 1; 1: amplitudes too
   uint8_t normalised = 0;  ///< 1: the geometric mean of the moduli is 1 for each hand and IF; 0: they stand as solved
-  char timeScale[8] = {};  ///< that times count in, zero-terminated
+  char timeScale[8] = {};  ///< time scale of the times, zero-terminated
   char telescope[16] = {};
 };
 
@@ -54,11 +54,11 @@ struct AGainSource {
   char name[22] = {};  ///< zero-terminated
 };
 
-/// An entry of the list of frequencies, which goes by setup, then IF; 24 bytes.
+/// An entry of the list of frequencies, which is ordered by setup, then IF; 24 bytes.
 struct AGainFrequency {
   int32_t setup = 0;    ///< from 1
   int32_t ifIndex = 0;  ///< from 0
-  double start = 0;     ///< of the first channel, Hz
+  double start = 0;     ///< frequency of the first channel, Hz
   double width = 0;     ///< from one channel to the next, Hz
 };
 
@@ -78,20 +78,20 @@ static_assert(sizeof(AGainSource) == 24 && offsetof(AGainSource, name) == 2);
 static_assert(sizeof(AGainFrequency) == 24 && offsetof(AGainFrequency, ifIndex) == 4);
 static_assert(offsetof(AGainFrequency, start) == 8 && offsetof(AGainFrequency, width) == 16);
 
-/// Gains with what has to be known of their observation: all that a gain file holds.
+/// Gains with what has to be known about their observation: everything that a gain file holds.
 struct ZELTRA_API AGains {
-  AGainFileHdr header;  ///< its counts do not matter, but for `IFs` and `hands`
+  AGainFileHdr header;  ///< its counts are ignored, except `IFs` and `hands`
   std::vector<AGainAntenna> antennas;
   std::vector<AGainSource> sources;
   std::vector<AGainFrequency> frequencies;  ///< by setup, then IF
   AGainArray list;                          ///< sorted
-  std::string label;                        ///< names them in sentences, as in "table SN 2 of obs.uvx"
+  std::string label;                        ///< what messages call them, as in "table SN 2 of obs.uvx"
 
-  /// The frequency of the first channel of an IF, Hz; 0 where it is not known.
+  /// The frequency of the first channel of an IF, Hz; 0 if unknown.
   double Frequency(int setup, int ifIndex) const;
-  /// The name of an antenna, or its number where it has none.
+  /// The name of an antenna, or its number if it has none.
   std::string AntennaName(int number) const;
-  /// Find a source by its number or its name; "=7" is the one that is named 7.
+  /// Find a source by its number or its name; "=7" is the source named 7.
   AResult FindSource(const std::string& text, int& number) const;
 };
 
@@ -99,20 +99,20 @@ struct ZELTRA_API AGains {
 inline int HandOf(int code) {
   return code == -2 || code == -6 ? 1 : 0;
 }
-/// As in "RR", of hand 0 or 1 of `header`.
+/// The name of hand 0 or 1 of `header`, as in "RR".
 ZELTRA_API std::string HandName(const AGainFileHdr& header, int hand);
 
-/// Gains of this observation, without any in the list: for one who solves for them.
+/// A description of this observation with an empty list of gains, to be filled by a solver.
 /// @return a failure if antennas, sources or frequencies of the file cannot be read
 ZELTRA_API AResult DescribeGains(AUVXInput& input, AGains& gains);
 
 /// Read a gain file.
-/// @return a failure that tells what is wrong with it and where
+/// @return a failure that says what is wrong with it and where
 ZELTRA_API AResult LoadGains(const std::string& path, AGains& gains);
-/// Write a gain file, which appears when it is complete. The counts of the header are those of the lists.
+/// Write a gain file, which appears under its name only when it is complete. The header gets the counts of the lists.
 ZELTRA_API AResult StoreGains(const std::string& path, const AGains& gains, const JobOptions& options);
 
-/// Find out whether a file begins as gain files do.
+/// Find out whether a file begins as a gain file does.
 /// @return a failure if it cannot be read
 ZELTRA_API AResult FindGainFile(const std::string& path, bool& isOne);
 

@@ -1,4 +1,4 @@
-// What gains are like over time, and their averages.
+// How gains behave over time, and their averages.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CALIBRATION_AGAINMEANINFO_H_
 #define ZELTRA_CALIBRATION_AGAINMEANINFO_H_
@@ -16,11 +16,11 @@ namespace zeltra {
 
 /// Statistics of the gains of one antenna, hand and IF; 52 bytes. The object may lie at any address.
 struct ZELTRA_API AGainMeanInfo {
-  uint8_t antenna = 0;        ///< antenna number
-  int8_t hand = 0;            ///< 0 or 1
-  int16_t ifIndex = 0;        ///< IF, from 0
-  int32_t items = 0;          ///< gains in the list
-  int32_t valid = 0;          ///< those that are solutions; the numbers that follow are theirs, 0 where there are none
+  uint8_t antenna = 0;  ///< antenna number
+  int8_t hand = 0;      ///< 0 or 1
+  int16_t ifIndex = 0;  ///< IF, from 0
+  int32_t items = 0;    ///< gains in the list
+  int32_t valid = 0;  ///< those with a solution; the numbers below are computed from these, and are 0 if there are none
   double meanModulus = 0;     ///< plain mean of |g|
   double modulusScatter = 0;  ///< standard deviation of |g|, with valid - 1 in the denominator
   double phaseDrift = 0;    ///< rad/s: slope of the line through the phases, each within half a turn of the one before
@@ -39,19 +39,19 @@ static_assert(offsetof(AGainMeanInfo, phaseScatter) == 36 && offsetof(AGainMeanI
 
 ZELTRA_EXPORT_TEMPLATE(AArray<AGainMeanInfo>);
 
-/// Put the statistics of each antenna, IF and hand, in this order, into `info`, which loses what it held.
+/// Put the statistics of each antenna, IF and hand, in this order, into `info`, whose old contents are discarded.
 /// @param gains  sorted
 /// @return their number
 ZELTRA_API int GetGainMeanInfo(const AGainArray& gains, AArray<AGainMeanInfo>& info);
 
-/// Average gains over intervals, each antenna, hand and IF by itself, and each source, setup, subarray and reference
-/// antenna: the phase is that of the weighted mean of vectors of length 1, the modulus the weighted mean of moduli, so
-/// that phases that change take nothing from it. Delays and rates are weighted means too. The weights are inverse
-/// variances: of phases the square of the signal-to-noise ratio, of moduli that over the square of the modulus; the
-/// squares add up. The time is the middle of what all gains of the interval cover.
-/// @param seconds   length of the intervals; one begins at `start` and at every multiple of the length from there
+/// Average gains over intervals, separately for each antenna, hand, IF, source, setup, subarray and reference antenna.
+/// The phase is that of the weighted mean of unit vectors and the modulus the weighted mean of the moduli, so that
+/// changing phases do not reduce the modulus. Delays and rates are weighted means too. The weights are inverse
+/// variances: the squared signal-to-noise ratio for phases, and that over the squared modulus for moduli; the ratios of
+/// averaged gains add in quadrature. The time is the middle of the span that all gains of the interval cover.
+/// @param seconds   length of the intervals, which begin at `start` and at every multiple of the length from there
 /// @param start     Julian date
-/// @param averages  the averages, sorted; where no gain of an interval is valid, one without a solution
+/// @param averages  the averages, sorted; an interval without a valid gain gives one without a solution
 /// @return their number
 ZELTRA_API int GainAverrage(const AGainArray& gains, double seconds, double start, AGainArray& averages);
 

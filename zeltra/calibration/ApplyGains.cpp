@@ -22,9 +22,9 @@
 namespace zeltra {
 namespace {
 
-// Moduli of phase-only solutions differ from 1 by what a table of floats loses.
+// Moduli of phase-only solutions differ from 1 only by the rounding of a table of floats.
 constexpr double kSameModulus = 1e-5;
-// Gains beyond these have no meaning, and weights with them would leave the range of floats.
+// Gains outside these bounds are meaningless, and weights scaled by them would exceed the range of floats.
 constexpr double kLeastNorm = 1e-16, kMostNorm = 1e16;
 
 struct Scan {
@@ -33,7 +33,7 @@ struct Scan {
   double first, last;  // Julian dates
 };
 
-// The hands that a polarisation takes its gains of.
+// The hands whose gains apply to a polarisation.
 struct Hands {
   int p, q;
 };
@@ -92,7 +92,7 @@ class Applier {
   AUVXWriter writer_;
   std::optional<KeptScans> kept_;
   std::vector<AUVXComplex> values_;
-  // The moment of the last record.
+  // The time of the last record.
   GainMoment moment_;
   int64 number_ = -1;
   std::vector<AUVXFqTblItem> frequencies_;  // of its setup, by IF
@@ -136,7 +136,7 @@ AResult Applier::Prepare() {
   return FindScans();
 }
 
-// Let the solutions of one source serve all.
+// Use the solutions of one source for all sources.
 AResult Applier::TakeSource() {
   if (options_.from.empty()) return AResult::Ok();
   int source = 0;
@@ -164,7 +164,7 @@ AResult Applier::CheckPolarisations() const {
   return AResult::Ok();
 }
 
-// The times of scans in an index may be off by a minute, those of their records are right.
+// The times of scans in an index may be off by a minute; those of their records are right.
 AResult Applier::FindScans() {
   const AUVXStokes& stokes = from_.contents().header().stokes;
   for (int i = 0; i < stokes.count(); ++i) {
@@ -176,7 +176,7 @@ AResult Applier::FindScans() {
   return from_.contents().CheckIndex(
       from_, [this](const AUVXPositionItem& scan, const AUVXGroup& first, const AUVXGroup& last) {
         const double a = first.date, b = last.date;
-        // Import gives antennas of all subarrays one list, and rows of tables the subarray 1.
+        // Import puts antennas of all subarrays into one list, and gives rows of tables the subarray 1.
         const int subarray = timeline_->HasSubarray(scan.subarray) ? scan.subarray : 1;
         scans_.push_back({scan.endVis, subarray, std::min(a, b), std::max(a, b)});
       });
@@ -199,7 +199,7 @@ AResult Applier::CopyRecord(const WalkedRecord& record) {
   return writer_.Append(record.group, values_.data());
 }
 
-// Gains stay as long as time, source, setup and scan do.
+// Gains change only with time, source, setup and scan.
 AResult Applier::BeginMoment(const WalkedRecord& record) {
   const AUVXGroup& group = record.group;
   const size_t before = scan_;

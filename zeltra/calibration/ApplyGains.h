@@ -1,4 +1,4 @@
-// A UVX file becomes another one without the gains of its antennas.
+// Copying a UVX file with the gains of its antennas taken out.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CALIBRATION_APPLYGAINS_H_
 #define ZELTRA_CALIBRATION_APPLYGAINS_H_
@@ -18,12 +18,12 @@ namespace zeltra {
 enum class WeightScaling { Auto, Yes, No };
 
 struct ApplyOptions : JobOptions {
-  std::string gains;   ///< as FindGains takes them
-  std::string from;    ///< the source whose solutions serve all; empty: each source's own
-  double maxGap = -1;  ///< seconds: solutions further apart are not joined; negative: those of a scan alone are
+  std::string gains;   ///< as FindGains accepts them
+  std::string from;    ///< the source whose solutions are used for all; empty: each source uses its own
+  double maxGap = -1;  ///< seconds: solutions further apart are not joined; negative: only those within a scan are
   GainPart part = GainPart::Whole;
-  WeightScaling scaleWeights = WeightScaling::Auto;  ///< Auto: where a solution has another modulus than 1
-  bool passMissing = false;  ///< whether what has no solution stays as it is, else it is flagged
+  WeightScaling scaleWeights = WeightScaling::Auto;  ///< Auto: if any solution has a modulus other than 1
+  bool passMissing = false;  ///< whether visibilities without a solution are kept unchanged instead of flagged
 };
 
 /// What was done.
@@ -35,19 +35,19 @@ struct ApplySummary {
   std::vector<std::string> remarks;
 };
 
-/// Copy a file with V / (g_p conj(g_q)) in the place of each visibility V of antennas p, q, and the weight
-/// w |g_p g_q|^2 if weights are scaled. RL takes the gain of R at p and that of L at q. Delays turn channels by
-/// 2 pi x delay x (frequency - frequency of the first channel of the IF). GainTimeline tells the gain at the time of a
-/// record. Values that are flagged are corrected too, and stay flagged. The tables "SN" and "CL" are left out, since
-/// they are of the visibilities before.
+/// Copy a file with each visibility V of antennas p, q replaced by V / (g_p conj(g_q)), and its weight by w |g_p g_q|^2
+/// if weights are scaled. RL uses the gain of R at p and that of L at q. Delays turn channels by 2 pi x delay x
+/// (frequency - frequency of the first channel of the IF). GainTimeline gives the gain at the time of a record. Flagged
+/// values are corrected too, and stay flagged. The tables "SN" and "CL" are left out, since they describe the
+/// uncorrected visibilities.
 /// Memory: the gains, and 32 bytes a scan.
 /// @param summary  may be null
-/// @return a failure if no visibility has a solution, if the index does not describe the records, or for Stokes
-///         parameters where the two hands have gains of their own: there is no output then
+/// @return a failure, and no output, if no visibility has a solution, if the index does not describe the records, or
+///         for Stokes parameters if the two hands have different gains
 ZELTRA_API AResult ApplyGains(AUVXInput& from, const std::string& to, const ApplyOptions& options,
                               ApplySummary* summary);
 
-/// What a person may tell the job, and what it gives.
+/// The job's options and outputs.
 ZELTRA_API const AJobDescription& ApplyDescription();
 
 }  // namespace zeltra

@@ -36,7 +36,7 @@ AResult FindTableGains(AUVXInput& input, const std::string& code, int version, A
   return GainsOfTable(*table, gains, remarks);
 }
 
-// The name of a number in a list, empty where it has none.
+// The name of a number in a list, empty if it has none.
 template <typename Entry>
 std::string NameOf(const std::vector<Entry>& list, int number) {
   for (const Entry& entry : list) {
@@ -45,7 +45,7 @@ std::string NameOf(const std::vector<Entry>& list, int number) {
   return {};
 }
 
-// Numbers must mean the same where both sides have a name for them.
+// Numbers must have the same meaning if both sides have a name for them.
 template <typename Entry>
 AResult CheckNames(const AGains& gains, const std::vector<Entry>& theirs, const std::vector<Entry>& ours,
                    const std::string& what, const std::string& path) {
@@ -59,14 +59,14 @@ AResult CheckNames(const AGains& gains, const std::vector<Entry>& theirs, const 
   return AResult::Ok();
 }
 
-// Whether the gains of a file are gains of these visibilities.
+// Whether the gains of a file belong to these visibilities.
 AResult CheckFit(const AGains& gains, const AGains& ours, const std::string& path) {
   const auto refuse = [&](const std::string& why) { return AResult::Fail(gains.label + ": " + why + " in " + path); };
   if (gains.header.IFs != ours.header.IFs) {
     return refuse("has gains of " + std::to_string(int{gains.header.IFs}) + " IFs, there are " +
                   std::to_string(int{ours.header.IFs}));
   }
-  // Hands of circles, of lines, or Stokes I: the gains of one kind say nothing of another.
+  // Circular hands, linear hands or Stokes I: gains of one kind say nothing about another.
   const auto kindOf = [](const AGains& of) { return of.header.codes[0] > 0 ? 1 : of.header.codes[0] < -4 ? -5 : -1; };
   if (kindOf(gains) != kindOf(ours)) return refuse("its gains are of other polarisations than those");
   for (const AGainFrequency& entry : gains.frequencies) {
@@ -98,7 +98,7 @@ AResult FindGains(AUVXInput& input, const std::string& name, AGains& gains, std:
   if (AResult result = LoadGains(text, gains); !result) return result;
   if (AResult result = DescribeGains(input, ours); !result) return result;
   if (AResult result = CheckFit(gains, ours, input.path()); !result) return result;
-  // A gain file need not tell what the visibilities tell as well.
+  // A gain file need not repeat what the visibilities already say.
   if (gains.antennas.empty()) gains.antennas = ours.antennas;
   if (gains.sources.empty()) gains.sources = ours.sources;
   if (gains.frequencies.empty()) gains.frequencies = ours.frequencies;

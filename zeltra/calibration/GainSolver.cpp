@@ -12,7 +12,8 @@ using Complex = std::complex<double>;
 
 constexpr int kMostIterations = 1000;
 constexpr double kRelativeChange = 1e-12;
-// Of every antenna's formal error. Changes fall by a constant factor each time, so what is left is some ten times more.
+// As a fraction of every antenna's formal error. Changes shrink by a constant factor each time, so the remaining error
+// is some ten times larger.
 constexpr double kChangeOfError = 1e-3;
 // Bounds of robust passes, in units of the rms.
 constexpr double kRobustBounds[] = {7, 5, 4, 3.5, 3, 2.8, 2.6, 2.4, 2.2, 2.5};
@@ -100,7 +101,7 @@ void GainSolver::Work::SetErrors() {
   }
 }
 
-// Where an antenna's gain is not known from before: the modulus that all baselines ask for, and the phase towards the
+// Initial gain of an antenna without a known one: the modulus that fits all baselines, and the phase towards the
 // antenna with the most weight.
 void GainSolver::Work::Start(const std::vector<SolvedGain>& known) {
   double product = 0, model = 0;
@@ -169,8 +170,7 @@ bool GainSolver::Iterate(Work& work) const {
   return false;
 }
 
-// Baselines that are left out in a pass may come back in the next. A bad one may be what kept the gains from
-// converging.
+// Baselines left out in one pass may come back in the next. A bad one may be what kept the gains from converging.
 bool GainSolver::SolveRobustly(Work& work, bool hasConverged) const {
   const std::vector<BaselineProducts> all = work.baselines;
   for (const double bound : kRobustBounds) {

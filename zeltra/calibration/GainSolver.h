@@ -1,4 +1,4 @@
-// Gains of antennas from visibilities and a model of them.
+// Gains of antennas from visibilities and a model.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CALIBRATION_GAINSOLVER_H_
 #define ZELTRA_CALIBRATION_GAINSOLVER_H_
@@ -18,9 +18,9 @@ enum class GainMode {
   Amplitude,  ///< its phase is 0: the moduli of complex gains
 };
 
-/// Sums over the visibilities V of one baseline with their model M and weights w: all that a solution needs to know.
+/// Sums over the visibilities V of one baseline with their model M and weights w: all that a solution needs.
 struct BaselineProducts {
-  int first = 0, second = 0;         ///< places of its antennas, V = g_first M conj(g_second)
+  int first = 0, second = 0;         ///< indices of its antennas, V = g_first M conj(g_second)
   std::complex<double> product = 0;  ///< sum w V conj(M)
   double model = 0;                  ///< sum w |M|^2
   double data = 0;                   ///< sum w |V|^2
@@ -33,9 +33,9 @@ struct BaselineProducts {
 enum class GainFault {
   None,
   NoData,
-  TooFewAntennas,  ///< of which there are visibilities with each other
-  NotConnected,    ///< with the antennas that were solved
-  Undetermined,    ///< amplitudes of antennas that have no closed loop of an odd number of baselines
+  TooFewAntennas,  ///< too few antennas have visibilities with each other
+  NotConnected,    ///< no baselines connect it to the antennas that were solved
+  Undetermined,    ///< its amplitude: no closed loop of an odd number of baselines reaches it
   LowSNR,
   NotConverged,
 };
@@ -43,28 +43,28 @@ enum class GainFault {
 /// The gain of an antenna.
 struct SolvedGain {
   std::complex<double> gain = 1;
-  double snr = 0;  ///< |g| over the standard deviation of each of its parts
+  double snr = 0;  ///< |g| over the standard deviation of its real or imaginary part
   GainFault fault = GainFault::NoData;
 };
 
-/// Solves V_pq = g_p M_pq conj(g_q) for the gains of antennas by alternating directions: each gain in turn is the best
-/// one for the others as they are, and every second iterate is the mean of it and the one before (Salvini & Wijnholds
+/// Solves V_pq = g_p M_pq conj(g_q) for the gains of antennas by alternating directions: each gain in turn becomes the
+/// best fit with the others held fixed, and every second iterate is averaged with the one before (Salvini & Wijnholds
 /// 2014, A&A 571, A97).
 class ZELTRA_API GainSolver {
  public:
   struct Options {
     GainMode mode = GainMode::Phase;
-    int minAntennas = 3;  ///< with visibilities among each other
-    double snr = 3;       ///< least signal-to-noise ratio of a gain
-    /// Leave out baselines that lie far off, in passes whose bound falls from 7 to 2.2 times the rms.
+    int minAntennas = 3;  ///< antennas that must have visibilities with each other
+    double snr = 3;       ///< lowest acceptable signal-to-noise ratio of a gain
+    /// Leave out outlying baselines, in passes whose bound falls from 7 to 2.2 times the rms.
     bool robust = false;
   };
 
-  /// @param antennas  how many there are; places count from 0
+  /// @param antennas  their number; indices count from 0
   GainSolver(int antennas, const Options& options) : antennas_(antennas), options_(options) {}
 
-  /// Solve for the gains of an interval. Phases are only known up to a common one.
-  /// @param start   gains that are known from before; those with a fault are not used
+  /// Solve for the gains of an interval. Phases are determined only up to a common one.
+  /// @param start   gains to start from, such as those of the interval before; those with a fault are not used
   /// @return the gains of all antennas
   std::vector<SolvedGain> Solve(const std::vector<BaselineProducts>& baselines,
                                 const std::vector<SolvedGain>& start = {}) const;

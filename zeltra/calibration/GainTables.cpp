@@ -15,18 +15,18 @@
 namespace zeltra {
 namespace {
 
-// Gains of a table that are taken into memory: 930 MiB.
+// Maximum number of gains of a table that are read into memory: 930 MiB.
 constexpr int64 kMostGains = 1 << 24;
 
-// Columns that tell of something that an antenna does to the phase, but no gain, delay or rate. Files differ in whether
-// the phases of the IFs contain MBDELAY.
+// Columns that describe effects of an antenna on the phase other than gain, delay or rate. Files differ in whether the
+// phases of the IFs include MBDELAY.
 constexpr const char* kNotApplied[] = {"I.FAR.ROT", "NODE NO.", "MBDELAY1", "MBDELAY2",
                                        "DISP 1",    "DISP 2",   "DDISP 1",  "DDISP 2"};
-// Columns of "CL" that tell of the model of the correlator, which is in the visibilities.
+// Columns of "CL" that describe the correlator model, which the visibilities already include.
 constexpr const char* kOfTheModel[] = {"GEODELAY", "DOPPOFF", "ATMOS",    "DATMOS",
                                        "CLOCK 1",  "CLOCK 2", "DCLOCK 1", "DCLOCK 2"};
 
-// A name as programs vary it: without blanks, points and underscores, in capitals.
+// A name without what programs vary: blanks, points and underscores removed, in capitals.
 std::string Plain(const std::string& name) {
   std::string plain;
   for (const char c : name) {
@@ -36,7 +36,7 @@ std::string Plain(const std::string& name) {
   return plain;
 }
 
-// Where the elements of a column are in a row; none of a column that there is not.
+// The position of a column's elements in a row; no elements if the column does not exist.
 struct Column {
   int offset = 0;
   int count = 0;
@@ -71,7 +71,7 @@ double KeyWord(const AUVXTable& table, const std::string& key, double otherwise)
   return otherwise;
 }
 
-// The row of a table that is not 0 somewhere in this column, from 0; -1 if there is none. A blank is NaN.
+// The first row of a table whose element in this column is not 0, from 0; -1 if there is none. A blank is NaN.
 int NonZeroRow(const AUVXTable& table, const std::string& name) {
   const Column column = FindColumn(table, name);
   for (int row = 0; row < table.rows() && column.Is(); ++row) {
@@ -161,7 +161,7 @@ AResult TableReader::FindHands() {
     }
     hands_.push_back(hand);
   }
-  // A single polarisation is that of a file which has a single one, LL perhaps.
+  // The only polarisation of a table is the only one of the file, which may be LL.
   for (size_t i = 0; i < hands_.size(); ++i) {
     hands_[i].number = hands_.size() > 1 ? static_cast<int>(i) : HandOf(gains_.header.codes[0]);
   }
@@ -237,7 +237,7 @@ class TableWriter {
   TableWriter(const AGains& gains, AUVXTable& table) : gains_(gains), table_(table) {
     bool hasFirst = false, hasSecond = false;
     for (int i = 0; i < gains.list.count(); ++i) (gains.list(i).hand == 0 ? hasFirst : hasSecond) = true;
-    // A file of LL alone has a table of one polarisation, too.
+    // Even a file with only LL has a table of one polarisation.
     const bool isSecondAlone = !hasFirst && gains.header.hands == 1 && HandOf(gains.header.codes[0]) == 1;
     if (isSecondAlone) hands_ = {1};
     if (!isSecondAlone && (hasSecond || gains.header.hands == 2)) hands_ = {0, 1};
@@ -313,7 +313,7 @@ void TableWriter::AddHand(const std::string& number, bool isCL) {
   table_.AddColumn("DISP " + number, "SEC/M**2", "1E");
   table_.AddColumn("DDISP " + number, "S/S/M**2", "1E");
   for (const char* name : {"REAL", "IMAG"}) table_.AddColumn(name + number, "", perIF + "E");
-  // The two stand in another order in either table.
+  // SN and CL have these two columns in opposite order.
   const std::pair<const char*, const char*> both[] = {{"DELAY ", "SECONDS"}, {"RATE ", "SEC/SEC"}};
   for (const int i : {isCL ? 1 : 0, isCL ? 0 : 1})
     table_.AddColumn(both[i].first + number, both[i].second, perIF + "E");
@@ -344,7 +344,7 @@ void TableWriter::Put(int row, const std::string& name, int element, double valu
   if (column.type == 'J') std::memcpy(place, &whole, sizeof whole);
 }
 
-// What a row says for all IFs and hands, which have no solution at first.
+// The fields of a row for all IFs and hands, which have no solution at first.
 void TableWriter::PutRow(int row, const AGainArrayItem& item) {
   Put(row, "TIME", 0, item.time - gains_.header.dateObs);
   Put(row, "TIME INTERVAL", 0, double{item.interval} / kSecondsPerDay);

@@ -1,4 +1,4 @@
-// What components look like in the u, v plane.
+// Visibilities of components in the u, v plane.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CALIBRATION_MODELPREDICTION_H_
 #define ZELTRA_CALIBRATION_MODELPREDICTION_H_
@@ -11,11 +11,11 @@
 
 namespace zeltra {
 
-/// Adds up the visibilities of components, every one at every place: exact to rounding, and the same bits on every
-/// system as long as all are points. The curvature of the sky (w) does not count, as in images.
+/// Adds up the visibilities of all components at every point: exact to rounding, and the same bits on every system as
+/// long as all components are points. The curvature of the sky (w) is ignored, as in images.
 ///
-/// An elliptical Gaussian of flux S has S exp(-pi^2 / (4 ln 2) (major^2 p^2 + minor^2 q^2)), p and q along its axes,
-/// times the phase of its place, exp(2 pi i (u x + v y)). Threads may share one object.
+/// An elliptical Gaussian of flux S contributes S exp(-pi^2 / (4 ln 2) (major^2 p^2 + minor^2 q^2)), with p and q along
+/// its axes, times the phase of its position, exp(2 pi i (u x + v y)). Threads may share one object.
 class ZELTRA_API ModelPrediction {
  public:
   explicit ModelPrediction(const ComponentModel& model);
@@ -36,7 +36,7 @@ class ZELTRA_API ModelPrediction {
   void AddOther(const ModelComponent& component, const Gaussian& shape, Block& block) const;
 
   std::vector<ModelComponent> points_, others_;
-  std::vector<Gaussian> shapes_;  // of the others
+  std::vector<Gaussian> shapes_;  // the components that are not points
 };
 
 }  // namespace zeltra

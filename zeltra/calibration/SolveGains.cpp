@@ -17,7 +17,7 @@ namespace {
 
 using Complex = std::complex<double>;
 
-// An interval is at least this long, seconds, so that the times of its records lie within it whatever their last bits.
+// Minimum length of an interval, seconds, so that the times of its records lie within it despite rounding.
 constexpr double kShortest = 0.01;
 constexpr std::string_view kGainEnding = ".gain";
 
@@ -111,7 +111,7 @@ class ProductAdder {
   std::shared_ptr<VisibilityModel::Reader> reader_;
 };
 
-// What is handed on of an interval, before its baselines and its products.
+// What is passed on for an interval, before its baselines and its products.
 struct SolveHead {
   int source, setup, subarray;
   int baselines;
@@ -138,7 +138,7 @@ void AppendProducts(const Interval& interval, int subarray, std::vector<char>& b
   append(sums.products.data(), sums.products.size() * sizeof(BaselineProducts));
 }
 
-// The sums that chi^2 of one hand and IF follows from.
+// The sums from which chi^2 of one hand and IF is computed.
 struct ChiSums {
   double data = 0, product = 0, model = 0;  // with the gains
   double rawProduct = 0, rawModel = 0;      // without
@@ -162,7 +162,7 @@ class Solver {
   AResult Run();
 
  private:
-  // Gains of one interval lie together in the list.
+  // Gains of one interval are adjacent in the list.
   struct Span {
     int first, end;
   };
@@ -269,7 +269,7 @@ GainSolver::Options Solver::SolverOptions() const {
   return {options_.mode, options_.minAntennas > 0 ? options_.minAntennas : least, options_.snr, options_.robust};
 }
 
-// The group that the gains of one come from: its own, or the first of those that are solved together.
+// The group whose gains this one uses: its own, or the first of those that are solved together.
 size_t Solver::SharedGroup(size_t group) const {
   const size_t hands = values_.hands.size();
   return (options_.IFsTogether ? 0 : group / hands * hands) + (options_.handsTogether ? 0 : group % hands);
@@ -385,7 +385,7 @@ void Solver::AddChi(size_t group, const std::vector<BaselineProducts>& baselines
   }
 }
 
-// The antennas that were named, then the others by how many gains they have.
+// The antennas that were named, then the others, those with the most gains first.
 std::vector<int> Solver::ReferenceOrder() const {
   std::vector<std::pair<int64, int>> others;
   for (const auto& [antenna, counts] : report_.antennas) {
@@ -399,8 +399,8 @@ std::vector<int> Solver::ReferenceOrder() const {
   return order;
 }
 
-// The antenna that comes first in the order, if it has a gain among those from `first` to `end`; else the one that has
-// been the reference, so that phases go on without a step; else the next one.
+// The antenna that comes first in the order, if it has a gain among those from `first` to `end`; else the current
+// reference, so that phases continue without a step; else the next one.
 const AGainArrayItem* Solver::FindReference(int first, int end, const std::vector<int>& order, int current) const {
   const auto find = [&](int antenna) {
     const AGainArrayItem *begin = gains_.lpArray() + first, *last = gains_.lpArray() + end;
@@ -416,7 +416,7 @@ const AGainArrayItem* Solver::FindReference(int first, int end, const std::vecto
   return nullptr;
 }
 
-// Turn the phases of each interval, hand and IF so that the reference antenna's is 0, or what it was last where that
+// Rotate the phases of each interval, hand and IF so that the reference antenna's is 0, or its last value if that
 // antenna is not the first one.
 void Solver::Refer() {
   const std::vector<int> order = ReferenceOrder();
@@ -481,7 +481,7 @@ void Solver::Normalize() {
 
 void Solver::Report() {
   for (const ChiSums& chi : chi_) {
-    // Rounding leaves less than nothing of a perfect fit.
+    // For a perfect fit, rounding may make this negative.
     report_.chi2Before += std::max(chi.Before(), 0.0);
     report_.chi2After += std::max(chi.After(), 0.0);
     report_.visibilities += chi.count;

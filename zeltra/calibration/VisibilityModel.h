@@ -1,4 +1,4 @@
-// What a model says of the records of a file.
+// Model visibilities for the records of a file.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CALIBRATION_VISIBILITYMODEL_H_
 #define ZELTRA_CALIBRATION_VISIBILITYMODEL_H_
@@ -17,21 +17,21 @@
 
 namespace zeltra {
 
-/// The model of a file's visibilities: components of Stokes I, which the parallel hands show alike, or the visibilities
-/// of another file with the same records.
+/// The model of a file's visibilities: components of Stokes I, which look the same in both parallel hands, or the
+/// visibilities of another file with the same records.
 class ZELTRA_API VisibilityModel {
  public:
-  /// @param data  the file that the model is of, which must outlive the object
+  /// @param data  the file being modelled, which must outlive the object
   explicit VisibilityModel(AUVXInput& data) : data_(data) {}
   VisibilityModel(const VisibilityModel&) = delete;
   VisibilityModel& operator=(const VisibilityModel&) = delete;
 
-  /// @param name  a UVX or UV FITS file, or what ComponentModel::Open takes
+  /// @param name  a UVX or UV FITS file, or what ComponentModel::Open accepts
   AResult Open(const std::string& name, const JobOptions& options = {});
-  /// Whether it is another file.
+  /// Whether the model is another file.
   bool isFile() const { return file_ != nullptr; }
   const ComponentModel& components() const { return components_; }
-  /// @return a failure if another file could not be read, or its records are not the same
+  /// @return a failure if another file could not be read, or if its records differ
   AResult Check() const;
 
   /// Gives the model record by record, one for each thread.
@@ -40,11 +40,11 @@ class ZELTRA_API VisibilityModel {
     explicit Reader(VisibilityModel& model);
     ~Reader();
 
-    /// Take the model of a record.
-    /// @return false if another file has not got the same one; VisibilityModel::Check then tells
+    /// Read the model of a record.
+    /// @return false if the other file does not have that record; VisibilityModel::Check then says why
     bool Take(const AUVXGroup& group, int record);
-    /// The visibility at a frequency point (IF x channels + channel) of a polarisation that is stored.
-    /// @return false if there is none: in another file it is flagged
+    /// The visibility at a frequency point (IF x channels + channel) of a stored polarisation.
+    /// @return false if there is none because the other file has it flagged
     bool At(int point, int stokes, std::complex<double>& value) const;
 
    private:
@@ -64,7 +64,7 @@ class ZELTRA_API VisibilityModel {
   AUVXInput& data_;
   ComponentModel components_;
   std::unique_ptr<ModelPrediction> prediction_;
-  std::map<int, std::vector<double>> frequencies_;  // of each setup, Hz, [point]
+  std::map<int, std::vector<double>> frequencies_;  // frequencies of each setup, Hz, [point]
   std::unique_ptr<AUVXInput> file_;
   struct Mismatch;
   std::shared_ptr<Mismatch> mismatch_;

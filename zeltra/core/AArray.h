@@ -18,9 +18,9 @@ namespace zeltra {
 /// An array of trivially copyable elements. Elements are moved as raw bytes, never constructed or destroyed.
 ///
 /// The image in a file is an int32 count and the elements' bytes, little-endian. An array is used by one thread at a
-/// time. AMALLOC and AFREE serve every block, so a derived class can supply another allocator; inside a constructor or
-/// destructor of AArray itself the plain ones run. A move takes the block over, so the two arrays must free alike. A
-/// block that cannot be had is not detected.
+/// time. Every block goes through AMALLOC and AFREE, so a derived class can supply another allocator; inside a
+/// constructor or destructor of AArray itself its own versions run. A move hands the block over, so both arrays must
+/// free blocks in the same way. Failed allocations are not detected.
 template <typename T>
 class AArray {
  protected:
@@ -41,7 +41,7 @@ class AArray {
   AArray(T* p, int n, int growBy, unsigned char copy);
 
   AArray(const AArray& other);
-  /// Take over the elements of `other`, which is empty then.
+  /// Take over the elements of `other`, which is then empty.
   AArray(AArray&& other) noexcept { TakeOver(other); }
 
   /// The image at the current position of `f`.
@@ -58,7 +58,7 @@ class AArray {
   const T* begin() const { return data_; }
   const T* end() const { return data_ + std::max(count_, 0); }
 
-  /// Make room for `capacity` elements in all; the elements in use stay.
+  /// Make room for `capacity` elements in all, keeping the elements in use.
   void Reserve(int capacity) {
     if (capacity > capacity_) Reallocate(capacity);
   }
@@ -69,11 +69,11 @@ class AArray {
   /// @return i
   int InsertAt(int i, const T& x);
 
-  /// Remove `n` elements from `first` on. Storage never shrinks.
-  /// @return the new count; `first` when the tail is dropped
+  /// Remove `n` elements starting at `first`. Storage never shrinks.
+  /// @return the new count; `first` if the tail is dropped
   int DeleteItems(int first, int n);
 
-  /// Set the size to `n`. The old contents are discarded, deliberately: what is in the array afterwards is undefined.
+  /// Set the size to `n`. The old contents are discarded, to save copying them: the elements are undefined afterwards.
   AArray& GrowBy(int n);
 
   /// Set all elements in use to zero bytes.
@@ -103,8 +103,8 @@ class AArray {
   static size_t Bytes(int n) { return static_cast<size_t>(n) * sizeof(T); }
   static void CopyElements(T* to, const T* from, int n);
   static void MoveElements(T* to, const T* from, int n);
-  /// Move the elements into storage of exactly `capacity`, at least count(), elements. Lists that grow long take room
-  /// ahead with it, since a fixed step copies them again and again.
+  /// Move the elements into storage of exactly `capacity`, at least count(), elements. Lists that grow long reserve
+  /// room ahead with it, since growth by a fixed step would copy them again and again.
   void Reallocate(int capacity);
 
  private:

@@ -22,15 +22,15 @@ class ZELTRA_API ABFile {
   virtual int64 Tell() = 0;
   /// Read up to `n` bytes. @return non-zero if more than 0 bytes were read: a short read counts as success
   virtual int Read(void* buf, int n) = 0;
-  /// Read `n` bytes in chunks of at most 2147483647; each chunk that moved anything counts as whole.
-  /// @return 1, also at once for n < 1; 0 as soon as a chunk fails
+  /// Read `n` bytes in chunks of at most 2147483647; a chunk that read anything at all counts as complete.
+  /// @return 1, also immediately for n < 1; 0 as soon as a chunk fails
   virtual int ReadL(void* buf, int64 n);
   /// Write `n` bytes. @return non-zero if more than 0 bytes were written
   virtual int Write(void* buf, int n) = 0;
-  /// Write `n` bytes in chunks, as ReadL reads them.
+  /// Write `n` bytes in chunks, as ReadL does for reading.
   virtual int WriteL(void* buf, int64 n);
-  /// The same from what may not be changed, which no file does. A class that overrides the two above shows these by
-  /// `using ABFile::Write;` and `using ABFile::WriteL;`.
+  /// The same from const data, which no file modifies. A class that overrides the two functions above makes these
+  /// visible with `using ABFile::Write;` and `using ABFile::WriteL;`.
   template <typename T>
   int Write(const T* buf, int n) {
     return Write(static_cast<void*>(const_cast<T*>(buf)), n);
@@ -43,7 +43,7 @@ class ZELTRA_API ABFile {
   virtual int GetLine(char* buf, int n, char delim) = 0;
   /// Size of the file in bytes, -1 on failure.
   virtual int64 GetFileSize() = 0;
-  /// Cut the file at the current position. The sense of the result differs between the implementations.
+  /// Truncate the file at the current position. What the result means differs between the implementations.
   virtual int Trunc() = 0;
   virtual ~ABFile();
 
@@ -55,12 +55,12 @@ class ZELTRA_API ABFile {
   ABFile() = default;
 };
 
-/// Whether `n` more bytes lie between the current position of `file` and its end. What a file claims about itself is
-/// held against this before memory is taken for it.
+/// Whether at least `n` more bytes lie between the current position of `file` and its end. Sizes that a file claims are
+/// checked with this before memory is allocated for them.
 ZELTRA_API bool HasBytes(ABFile& file, int64 n);
 
-/// Read `n` bytes, or fail: unlike ABFile::Read it goes on after a short read, up to the end of the file.
-/// @return non-zero once all bytes are in `buf`; always 0 of a pipe, which has no positions
+/// Read `n` bytes, or fail: unlike ABFile::Read it continues after a short read, until the end of the file.
+/// @return non-zero once all bytes are in `buf`; always 0 for a pipe, which has no positions
 ZELTRA_API int ReadWhole(ABFile& file, void* buf, int64 n);
 /// Write `n` bytes, or fail. @return non-zero once all bytes are written
 ZELTRA_API int WriteWhole(ABFile& file, const void* buf, int64 n);

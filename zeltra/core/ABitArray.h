@@ -11,12 +11,12 @@
 
 namespace zeltra {
 
-/// Bytes that `bits` flags take, for 0 or more of them.
+/// Number of bytes that `bits` flags occupy; `bits` is 0 or more.
 constexpr int BytesOfBits(int bits) {
   return static_cast<int>((int64{bits} + 7) >> 3);
 }
 
-/// 1 if flag `i` of packed flags is set, else 0: least significant bit of a byte first.
+/// 1 if flag `i` of packed flags is set, else 0; the least significant bit of a byte comes first.
 inline int TestBit(const char* flags, int i) {
   return (flags[i >> 3] >> (i & 7)) & 1;
 }
@@ -29,13 +29,13 @@ inline void PutBit(char* flags, int i, int v) {
 
 /// A row of flags. The image in a file is an int32 number of flags and then their bytes, little-endian.
 ///
-/// A size below 0, or one that memory cannot be had for, leaves the array empty.
+/// A negative size, or one too large for memory, leaves the array empty.
 class ZELTRA_API ABitArray {
  public:
   /// `n` flags, all clear.
   explicit ABitArray(int n) { reSize(n); }
   ABitArray(const ABitArray& other) { *this = other; }
-  /// Take over the flags of `other`, which is empty then.
+  /// Take over the flags of `other`, which is then empty.
   ABitArray(ABitArray&& other) noexcept { *this = std::move(other); }
   /// The image at the current position of `f`.
   explicit ABitArray(AFile& f) { Load(f); }
@@ -43,10 +43,11 @@ class ZELTRA_API ABitArray {
 
   ABitArray& operator=(const ABitArray& other);
   ABitArray& operator=(ABitArray&& other) noexcept;
-  /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. Only that bit counts, deliberately: 2 clears the array.
+  /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. Programs rely on only that bit counting: 2 clears the
+  /// array.
   ABitArray& operator=(int v);
 
-  /// Give the array a size. All flags are clear afterwards, also where the same bytes go on serving.
+  /// Set the size. All flags are clear afterwards, even if the storage is reused.
   ABitArray& reSize(int n);
   /// The same as reSize.
   void GrowBy(int n) { reSize(n); }
@@ -59,7 +60,7 @@ class ZELTRA_API ABitArray {
     return 1;
   }
 
-  /// Number of flags that are set; bits of the last byte beyond count() do not count.
+  /// Number of flags that are set; bits of the last byte beyond count() are ignored.
   int GetMarks() const;
   int count() const { return bits_; }
   /// The packed flags, null for an empty array.

@@ -7,16 +7,16 @@
 
 namespace zeltra {
 
-/// A rectangle of flags, row after row, each row beginning on a byte of its own. The image in a file is int32 rows,
-/// int32 columns and then the bytes of the rows, little-endian.
+/// A rectangle of flags, row by row, each row starting on a new byte. The image in a file is int32 rows, int32 columns
+/// and then the bytes of the rows, little-endian.
 ///
-/// A shape with a number below 0, or one that memory cannot be had for, leaves the matrix empty.
+/// A shape with a negative dimension, or one too large for memory, leaves the matrix empty.
 class ZELTRA_API ABitMatrix {
  public:
   /// All flags are clear.
   ABitMatrix(int rows, int columns) { Allocate(rows, columns); }
   ABitMatrix(const ABitMatrix& other) { *this = other; }
-  /// Take over the flags of `other`, which is empty then.
+  /// Take over the flags of `other`, which is then empty.
   ABitMatrix(ABitMatrix&& other) noexcept { *this = std::move(other); }
   /// The image at the current position of `f`.
   explicit ABitMatrix(AFile& f) { Load(f); }
@@ -24,11 +24,12 @@ class ZELTRA_API ABitMatrix {
 
   ABitMatrix& operator=(const ABitMatrix& other);
   ABitMatrix& operator=(ABitMatrix&& other) noexcept;
-  /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. Only that bit counts, deliberately: 2 clears the matrix.
+  /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. Programs rely on only that bit counting: 2 clears the
+  /// matrix.
   ABitMatrix& operator=(int v);
 
-  /// Give the matrix another shape, all flags clear. It acts only if both dimensions differ from the present ones: a
-  /// change of one alone is ignored, deliberately.
+  /// Give the matrix another shape, with all flags clear. This happens only if both dimensions differ from the present
+  /// ones; programs rely on a change of one alone being ignored.
   ABitMatrix& reSize(int rows, int columns);
   /// The same as reSize.
   ABitMatrix& GrowBy(int rows, int columns) { return reSize(rows, columns); }

@@ -1,4 +1,4 @@
-// A file that a job reads, which remembers what could not be read.
+// A file that a job reads, which remembers whether reading failed.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_AINPUTFILE_H_
 #define ZELTRA_CORE_AINPUTFILE_H_
@@ -11,28 +11,29 @@
 
 namespace zeltra {
 
-/// A file that is open for reading and keeps the size that it had when it was opened.
+/// A file that is open for reading and remembers the size that it had when it was opened.
 ///
-/// A class that reads a list from a file takes a failed read for an empty list, so a job asks here, before it declares
-/// its output whole. After the first read that fails all others do: a broken disk may take its time for each.
-/// Any number of threads may call ReadAt at once, and Check.
+/// A class that reads a list from a file takes a failed read for an empty list, so a job calls Check before it declares
+/// its output complete. After the first failed read all others fail too, since a broken disk may be slow to fail each
+/// one. Any number of threads may call ReadAt and Check at once.
 class ZELTRA_API AInputFile : public AFile {
  public:
   AInputFile() = default;
   AInputFile(const AInputFile&) = delete;
   AInputFile& operator=(const AInputFile&) = delete;
 
-  /// @param name  by which sentences name the file; `path` if empty
+  /// @param name  what messages call the file; `path` if empty
   /// @return a failure with the system's reason
   AResult Open(const std::string& path, const std::string& name = {});
-  /// Take over a file that is open, from its start.
+  /// Take over an open file, positioned at its start.
   AResult Adopt(AFile& file, const std::string& name);
   const std::string& name() const { return name_; }
 
-  /// @return a failure if a byte that the file had when it was opened could not be read, or if its size or its time
-  ///         stamp is another now
+  /// @return a failure if a byte that the file had when it was opened could not be read, or if its size or time stamp
+  ///         has changed since
   AResult Check() const;
-  /// The result of a job that reads the file: the failure of Check() if there is one, which may be why the job failed.
+  /// The result of a job that reads the file: the failure of Check() if there is one, since it may be why the job
+  /// failed.
   AResult Settle(const AResult& result) const;
 
   int Seek(const int64& pos) override;
@@ -50,9 +51,9 @@ class ZELTRA_API AInputFile : public AFile {
   int64 size_ = 0;
   int64 modified_ = 0;  // as in platform::FileStamp
   int64 position_ = 0;
-  mutable std::mutex mutex_;     // guards the two that follow
+  mutable std::mutex mutex_;     // guards the two below
   mutable int64 failedAt_ = -1;  // the first byte that could not be read
-  mutable int error_ = 0;        // why; 0 where the file ended early
+  mutable int error_ = 0;        // why; 0 if the file ended early
 };
 
 }  // namespace zeltra

@@ -14,7 +14,7 @@
 
 namespace zeltra {
 
-/// A matrix of trivially copyable elements, line after line: element (i, j) lies at index i x LineLength() + j.
+/// A matrix of trivially copyable elements, line by line: element (i, j) lies at index i x LineLength() + j.
 ///
 /// The image in a file is int32 lines, int32 line length, then the elements, little-endian.
 template <typename T>
@@ -23,10 +23,10 @@ class AMatrix {
 
  public:
   AMatrix() = default;
-  /// All elements are zero bytes. A shape that is negative or cannot be had leaves the matrix empty: lpArray() is null.
+  /// All elements are zero bytes. A shape that is negative or too large leaves the matrix empty: lpArray() is null.
   AMatrix(int lines, int lineLength) { reSize(lines, lineLength); }
   AMatrix(const AMatrix& other) { *this = other; }
-  /// Take over the elements of `other`, which is empty then.
+  /// Take over the elements of `other`, which is then empty.
   AMatrix(AMatrix&& other) noexcept { TakeOver(other); }
   explicit AMatrix(AFile& f) { Load(f); }
   virtual ~AMatrix() { std::free(data_); }
@@ -43,8 +43,8 @@ class AMatrix {
   T& operator()(int i, int j) { return Line(i)[j]; }
   const T& operator()(int i, int j) const { return Line(i)[j]; }
 
-  /// Give the matrix a shape; the old contents are discarded and all elements are zero bytes.
-  /// @return 0 if the shape is empty, negative or cannot be had, and the matrix then is empty
+  /// Give the matrix a new shape; the old contents are discarded and all elements are zero bytes.
+  /// @return 0 if the shape is empty, negative or too large for memory; the matrix is then empty
   int reSize(int lines, int lineLength);
 
   /// Write the image at the current position. @return non-zero once all is written

@@ -12,8 +12,8 @@
 namespace zeltra {
 
 /// An array of objects with a default constructor and assignment. Storage that is not in use holds default-constructed
-/// objects. Elements may have `int Load(AFile&)` and `int Store(AFile&)`, which Load and Store of the array call in
-/// turn.
+/// objects. Elements may have `int Load(AFile&)` and `int Store(AFile&)`, which Load and Store of the array call for
+/// each element.
 template <typename T>
 class AObjArray {
  public:
@@ -23,7 +23,7 @@ class AObjArray {
   /// The `n` elements at `p`; `copy` 0 adopts the block, which must come from array new.
   AObjArray(T* p, int n, int growBy, int copy);
   AObjArray(const AObjArray& other) : growBy_(other.growBy_) { *this += other; }
-  /// Take over the elements of `other`, which is empty then.
+  /// Take over the elements of `other`, which is then empty.
   AObjArray(AObjArray&& other) noexcept { TakeOver(other); }
   virtual ~AObjArray() { delete[] data_; }
 
@@ -37,7 +37,7 @@ class AObjArray {
   const T* begin() const { return data_; }
   const T* end() const { return data_ + std::max(count_, 0); }
 
-  /// Make room for `capacity` elements in all; the elements in use stay.
+  /// Make room for `capacity` elements in all, keeping the elements in use.
   void Reserve(int capacity) {
     if (capacity > capacity_) Reallocate(capacity);
   }
@@ -48,14 +48,14 @@ class AObjArray {
   /// @return i
   int InsertAt(int i, const T& x);
 
-  /// Remove `n` elements from `first` on. Storage never shrinks.
-  /// @return the new count; `first` when the tail is dropped
+  /// Remove `n` elements starting at `first`. Storage never shrinks.
+  /// @return the new count; `first` if the tail is dropped
   int DeleteItems(int first, int n);
 
   /// Empty the array and release its storage.
   AObjArray& Free();
 
-  /// Set the size to `n`. The elements in use are kept where nothing has to be reallocated or `keep` is non-zero.
+  /// Set the size to `n`. The elements in use are kept if nothing has to be reallocated or `keep` is non-zero.
   AObjArray& GrowBy(int n, int keep);
 
   AObjArray& operator=(const AObjArray& other);
@@ -67,7 +67,7 @@ class AObjArray {
   /// Write the count, then each element. @return 0 at the first failure
   int Store(AFile& f) const;
 
-  /// Read what Store wrote; at least one byte an element is expected of the file.
+  /// Read what Store wrote; the file is expected to hold at least one byte per element.
   /// @return 0 at the first failure; the array then holds the elements read so far
   int Load(AFile& f);
 
@@ -181,8 +181,8 @@ int AObjArray<T>::Load(AFile& f) {
   Free();
   int32_t n = 0;
   if (!ReadWhole(f, &n, sizeof n) || n < 0 || !HasBytes(f, n)) return 0;
-  // Room is taken at once for what the file has bytes for. Elements that are smaller in the file than in memory get
-  // more as they arrive, twice as much each time.
+  // Room is taken at once for as many elements as the file has bytes. If elements are smaller in the file than in
+  // memory, room for more is added as they arrive, doubling each time.
   const int64 atOnce = (f.GetFileSize() - f.Tell()) / static_cast<int64>(sizeof(T));
   Reallocate(static_cast<int>(std::min<int64>(n, atOnce)));
   for (int i = 0; i < n; ++i) {

@@ -10,9 +10,9 @@
 
 namespace zeltra {
 
-/// An array of pointers; `P` is a pointer type. While auto-delete is set, dropped elements are deleted: by DeleteItems,
-/// Free and the destructor. It is set after every constructor but that of a copy, which shows the elements of an
-/// APtrArray as long as that one lives and leaves them to it. A move takes elements and setting over.
+/// An array of pointers; `P` is a pointer type. While auto-delete is set, DeleteItems, Free and the destructor delete
+/// the elements that they drop. Every constructor sets it except the copying one, whose array only refers to elements
+/// that the original still owns, and is valid as long as the original lives. A move hands over elements and setting.
 template <typename P>
 class APtrArray : public AArray<P> {
   static_assert(std::is_pointer_v<P>);
@@ -22,14 +22,13 @@ class APtrArray : public AArray<P> {
   APtrArray(int size, int capacity, int growBy) : AArray<P>(size, capacity, growBy) {}
   /// Adopt the block `p`, which must come from malloc.
   APtrArray(P* p, int n, int growBy) : AArray<P>(p, n, growBy, 0) {}
-  /// The pointers of `other`, which keeps them as well and must not delete them.
+  /// Copy the pointers of `other`, which keeps them too but must not delete what they point to.
   explicit APtrArray(const AArray<P>& other) : AArray<P>(other) {}
   APtrArray(const APtrArray& other) : AArray<P>(other), autoDelete_(0) {}
   APtrArray(APtrArray&& other) noexcept : AArray<P>(std::move(other)), autoDelete_(other.autoDelete_) {}
   APtrArray& operator=(const APtrArray&) = delete;
   APtrArray& operator=(APtrArray&& other) noexcept;
-  /// The image holds the pointers themselves, deliberately: it has no meaning to another process than the one that
-  /// wrote it.
+  /// The image holds the pointers themselves, for use within one process: it means nothing to any other.
   explicit APtrArray(AFile& f) : AArray<P>(f) {}
   ~APtrArray() override { DeleteElements(0, this->count()); }
 

@@ -32,7 +32,7 @@ class ASort {
   std::vector<Item> items_;
 };
 
-/// Pairs that are in the order of their keys at every moment, each key once, for searching by halves.
+/// Pairs kept in the order of their keys at all times, each key once, for binary search.
 template <typename K, typename V>
 class ABSort : private ASort<K, V> {
  public:
@@ -46,7 +46,7 @@ class ABSort : private ASort<K, V> {
   /// @return non-zero if the key is present
   int Search(const K& key, int& index) const;
 
-  /// Insert a key with its value at its place; the value of a key that is present stays.
+  /// Insert a key with its value in order; a key that is already present keeps its value.
   /// @return the position of the key
   int Add(const K& key, const V& value);
 };

@@ -1,4 +1,4 @@
-// A file behind a buffer whose size the caller chooses.
+// A buffered file; the caller chooses the size of the buffer.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_ASTREAMFILE_H_
 #define ZELTRA_CORE_ASTREAMFILE_H_
@@ -10,11 +10,11 @@
 
 namespace zeltra {
 
-/// A file over a runtime stream, for sequential readers and writers.
+/// A file on a stream of the C runtime, for sequential readers and writers.
 ///
 /// The buffer lives until the object is destroyed, so one object can be opened successfully only once. A copy shares
 /// the stream and the buffer: whichever closes first, or is destroyed first, closes the stream for both. To pass a
-/// stream on, or to keep streams in a container, move them: the source of a move is closed and as good as new.
+/// stream on, or to keep streams in a container, move them: the source of a move is then closed and as good as new.
 class ZELTRA_API AStreamFile : public ABFile {
  public:
   AStreamFile() = default;
@@ -25,9 +25,9 @@ class ZELTRA_API AStreamFile : public ABFile {
   ~AStreamFile() override;
 
   /// Open as fopen does, fully buffered with `bufSize` bytes. A stream that is still open is closed first.
-  /// @return 0 with nothing changed, in the file either, if `bufSize` is below 1 or there is no memory for the buffer;
-  ///         0 with the object closed if the file cannot be opened; 0 with the stream just opened in place if the
-  ///         object was opened before or the runtime refuses the buffer
+  /// @return 0 with nothing changed, not even the file, if `bufSize` is below 1 or there is no memory for the buffer; 0
+  ///         with the object closed if the file cannot be opened; 0 with the new stream open if the object was opened
+  ///         before or the runtime refuses the buffer
   int Open(const char* path, const char* mode, int bufSize);
 
   int Close() override;
@@ -39,16 +39,16 @@ class ZELTRA_API AStreamFile : public ABFile {
   int WriteL(void* buf, int64 n) override;
   using ABFile::Write;
   using ABFile::WriteL;
-  /// Read a line of at most n - 1 bytes; it ends at a newline, which is kept, whatever `delim` says.
+  /// Read a line of at most n - 1 bytes; it ends at a newline, which is kept. `delim` is ignored.
   int GetLine(char* buf, int n, char delim) override;
-  /// Size on disk: bytes that still wait in the buffer are not counted.
+  /// Size on disk, not counting bytes still in the buffer.
   int64 GetFileSize() override;
-  /// Cut the file at the current position.
+  /// Truncate the file at the current position.
   /// @return the system's error number: 0 for success, unlike every other operation
   int Trunc() override;
 
  private:
-  // Copies share this, so that all of them see the stream closed. The stream never outlives its buffer.
+  // Shared by copies, so that all of them see the stream closed. The stream never outlives its buffer.
   struct Shared {
     ~Shared();
     int Close();

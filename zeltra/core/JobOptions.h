@@ -1,4 +1,4 @@
-// What every whole-file job takes.
+// Options common to all whole-file jobs.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_JOBOPTIONS_H_
 #define ZELTRA_CORE_JOBOPTIONS_H_
@@ -13,15 +13,15 @@ struct JobOptions {
   CProgressCtrl* progress = nullptr;
   /// A value other than 0 ends the job soon with AResult::Cancelled; not owned.
   const ACancelFlag* cancel = nullptr;
-  /// Whether an output that exists already gives way.
+  /// Whether an existing output is replaced.
   bool overwrite = false;
-  /// Whether a job ends only when the disk holds its outputs, under their names.
+  /// Whether a job waits until its outputs are safely on disk, under their final names.
   bool sync = true;
-  /// Threads that a job may use; 0 for one a processor. Results are the same bits for any number.
+  /// Threads that a job may use; 0 means one per processor. Results are bit-identical for any number.
   int threads = 0;
 };
 
-/// Whether the job is asked to stop.
+/// Whether the job has been asked to stop.
 inline bool IsCancelled(const JobOptions& options) {
   return IsSet(options.cancel);
 }

@@ -29,7 +29,7 @@ int AFITS::ReadHeaders() {
   tables_.Free();
   main_ = std::make_unique<AFITSmain>(file_.get());
   if (!main_->ReadHeader()) return 0;
-  // Every header lies behind the one before it, so the walk ends.
+  // Every header lies after the one before it, so the walk ends.
   int more = main_->SeekToNext();
   while (more) {
     auto table = std::make_unique<AFITSxtbl>(file_.get());

@@ -11,14 +11,14 @@
 
 namespace zeltra {
 
-// Before their first use, since a class that is complete takes no attributes.
+// Declared before their first use, since a complete class accepts no more attributes.
 ZELTRA_EXPORT_TEMPLATE(AArray<AFITSxtbl*>);
 ZELTRA_EXPORT_TEMPLATE(APtrArray<AFITSxtbl*>);
 
-/// A random-groups UV FITS file: Open(), ReadHeaders(), then any number of seeks and reads. Questions asked before
-/// ReadHeaders() are answered with 0 or null.
+/// A random-groups UV FITS file: Open(), ReadHeaders(), then any number of seeks and reads. Until ReadHeaders() has
+/// been called, queries return 0 or null.
 ///
-/// Every card of every header is there as it stands in the file, whether a class knows its keyword or not:
+/// Every card of every header is available as it stands in the file, whether or not a class knows its keyword:
 ///
 ///     for (int i = 0; i < fits.main()->CardCount(); ++i) use(fits.main()->CardText(i));
 ///     ParseFITSstr card;
@@ -35,17 +35,17 @@ class ZELTRA_API AFITS {
   /// Open for reading. @return 0 if the file cannot be opened; file() is then null
   int Open(const std::string& path);
 
-  /// Read the primary header from the current position and all extension headers behind it.
-  /// @return 0 if the primary header cannot be read. An extension header that cannot be read ends the walk with
-  ///         success, and no table of it is kept.
+  /// Read the primary header from the current position and all extension headers after it.
+  /// @return 0 if the primary header cannot be read. An unreadable extension header ends the walk successfully, without
+  ///         a table for it.
   int ReadHeaders();
 
-  /// Whether ReadHeaders() came to the end of the file: all headers could be read, the data of each are in the file,
-  /// and nothing follows those of the last one but what fills up their block, which need not be full. False where the
-  /// file is cut short, where a header cannot be read, or where other bytes follow.
+  /// Whether ReadHeaders() reached the end of the file: all headers could be read, the data of each are in the file,
+  /// and nothing follows the last data but the padding of their block, which need not be complete. False if the file is
+  /// cut short, if a header cannot be read, or if other bytes follow.
   bool EndsCleanly() const;
 
-  /// The first extension whose EXTNAME contains `name`, deliberately not only one that equals it; null if none.
+  /// The first extension whose EXTNAME contains `name`, since writers add words to it; null if there is none.
   AFITSxtbl* HasExtTable(const std::string& name) const;
 
   // Lengths of the first axis whose CTYPE contains "STOKES", "FREQ" or "IF"; 0 if there is none.
@@ -59,8 +59,8 @@ class ZELTRA_API AFITS {
   int SeekToGroup(int i);
   /// Move to the first value of group i, after its random parameters. @return 1 for success
   int SeekToVis(int i);
-  /// Read one value of BITPIX -32, 16 or 32 at the current position, unscaled.
-  /// @return 1e38 for other BITPIX, and if the value cannot be read
+  /// Read one value of BITPIX -32, 16 or 32 at the current position, without scaling.
+  /// @return 1e38 for any other BITPIX, and if the value cannot be read
   double ReadAndTransform();
 
   AFITSmain* main() const { return main_.get(); }

@@ -1,4 +1,4 @@
-// Delivers the groups of a UV FITS file as records.
+// Reading the groups of a UV FITS file as records.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_FITS_AFITSREAD_H_
 #define ZELTRA_FITS_AFITSREAD_H_
@@ -15,16 +15,16 @@ class AUVXVisibility;
 class CProgressCtrl;
 struct AUVXGroup;
 
-/// A source of records; this one has none to give.
+/// A source of records; this base class provides none.
 class ZELTRA_API ABaseFITSRead {
  public:
-  /// @param fits, progress  the caller's; they outlive the reader. `progress` may be null.
+  /// @param fits, progress  owned by the caller; they must outlive the reader. `progress` may be null.
   explicit ABaseFITSRead(AFITS* fits = nullptr, CProgressCtrl* progress = nullptr) : fits_(fits), progress_(progress) {}
   ABaseFITSRead(const ABaseFITSRead&) = delete;
   ABaseFITSRead& operator=(const ABaseFITSRead&) = delete;
   virtual ~ABaseFITSRead();
 
-  /// Fetch the next record. @return 1, here without doing anything
+  /// Fetch the next record. @return 1; this base class does nothing else
   virtual int GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& index);
 
  protected:
@@ -32,22 +32,22 @@ class ZELTRA_API ABaseFITSRead {
   CProgressCtrl* progress_;
 };
 
-/// Reads the groups of a UV FITS file in their order, about 8 KiB at a time, and sends the share delivered to the
-/// progress control. Nobody else may move the file between calls.
+/// Reads the groups of a UV FITS file in order, about 8 KiB at a time, and reports the share delivered to the progress
+/// control. Nothing else may move the file position between calls.
 class ZELTRA_API AFITSRead : public ABaseFITSRead {
  public:
-  /// @param fits  its headers have been read
+  /// @param fits  a file whose headers have been read
   AFITSRead(AFITS* fits, CProgressCtrl* progress);
 
   /// Fetch the next group.
-  /// @param vis    has been sized for the file, as AUVXVisibility(AFITS&) does
+  /// @param vis    must be sized for the file, as by AUVXVisibility(AFITS&)
   /// @param index  number of the group, from 0
-  /// @return 0, with nothing changed, after the last group that is whole in the file. A damaged file may hold fewer
-  ///         than GCOUNT says, which looks the same: Complete() tells.
+  /// @return 0, with nothing changed, after the last complete group in the file. A damaged file may hold fewer than
+  ///         GCOUNT says, which looks the same: ask Complete().
   int GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& index) override;
 
-  /// Whether as many groups were delivered as GCOUNT says. Asked after GetUVGVis has returned 0: false for a file that
-  /// is cut short, whose groups cannot be read, or whose primary header was refused.
+  /// Whether as many groups were delivered as GCOUNT says. Call it after GetUVGVis has returned 0: false for a file
+  /// that is cut short, whose groups cannot be read, or whose primary header was refused.
   bool Complete() const;
 
  private:

@@ -207,7 +207,7 @@ int AFITSbase::LocateData() {
   if (bytes > INT_MAX) return 0;
   groupBytes_ = static_cast<int>(bytes);
 
-  // Without a GCOUNT card a primary image counts as having no data, deliberately.
+  // Without a GCOUNT card a primary image counts as having no data; programs rely on it.
   const int64 dataBytes = WholeBlocks(int64{gcount_} * groupBytes_);
   if (headerEnd_ > INT64_MAX - kFITSBlock - dataBytes) return 0;
   dataStart_ = WholeBlocks(headerEnd_);

@@ -1,4 +1,4 @@
-// Headers of a FITS file: what all have in common, and the primary one.
+// Headers of a FITS file: the common base, and the primary header.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_FITS_AFITSBASE_H_
 #define ZELTRA_FITS_AFITSBASE_H_
@@ -14,10 +14,10 @@
 
 namespace zeltra {
 
-/// One header with the place of its data.
+/// One header with the position of its data.
 ///
-/// ReadHeader() reads card after card and calls Dispatch(), which calls the handler of the card's keyword. A derived
-/// class overrides Dispatch() and leaves the keywords that it does not know to its base.
+/// ReadHeader() reads card after card and calls Dispatch(), which calls the handler for the card's keyword. A derived
+/// class overrides Dispatch() and passes keywords that it does not know to its base.
 ///
 /// Arrays have no more than 999 elements, since no keyword has a larger index. Cards with an index beyond an array,
 /// or before the count that sizes it, are ignored.
@@ -29,11 +29,11 @@ class ZELTRA_API AFITSbase {
   AFITSbase& operator=(const AFITSbase&) = delete;
   virtual ~AFITSbase();
 
-  /// Call the handler of the keyword with this hash; a hash without a handler does nothing. @return 1
+  /// Call the handler for the keyword with this hash, if there is one. @return 1
   virtual int Dispatch(int hash);
 
-  // Handlers: each takes what the current card says and returns 1. Those of this library change nothing while no
-  // header is being read.
+  // Handlers: each processes the current card and returns 1. Those of this library change nothing while no header is
+  // being read.
   virtual int BITPIX();
   virtual int NAXIS();
   virtual int PCOUNT();
@@ -46,9 +46,9 @@ class ZELTRA_API AFITSbase {
   virtual int END();
 
   /// Read a header from the current file position; the file is then positioned after the END card.
-  /// @return 0 if the file ends before END, or if the header is one whose data cannot be addressed: counts that are
-  ///         negative or beyond 999 axes or table fields, or beyond the cards that the header's blocks have room for,
-  ///         negative lengths, a group that is too large for an int
+  /// @return 0 if the file ends before END, or if the data could not be addressed: counts that are negative, above 999
+  ///         axes or table fields, or above the cards that the header's blocks have room for; negative lengths; a group
+  ///         that is too large for an int
   int ReadHeader();
 
   /// Move the file to the next header. @return 1 if there is data, 0 at the end of the file
@@ -58,29 +58,29 @@ class ZELTRA_API AFITSbase {
   int naxis() const { return naxis_; }
   /// NAXISn of an axis counted from 1; 0 if there is no such axis.
   int AxisLength(int axis) const;
-  /// PCOUNT: the number of random parameters, in an extension the bytes after its table.
+  /// PCOUNT: the number of random parameters; in an extension, the bytes after its table.
   int pcount() const { return pcount_; }
-  /// GCOUNT: the number of groups, 0 if there was no such card.
+  /// GCOUNT: the number of groups, 0 if there is no such card.
   int gcount() const { return gcount_; }
-  /// Bytes of one group: its random parameters and its data array; of an extension those of its data, NAXIS1 x NAXIS2
+  /// Bytes of one group: its random parameters and its data array; in an extension, bytes of its data: NAXIS1 x NAXIS2
   /// of a table, and the PCOUNT bytes after them.
   int groupBytes() const { return groupBytes_; }
   /// BITPIX / 8: negative for floating-point values.
   int valueBytes() const { return valueBytes_; }
 
-  /// Random parameters that have the following values: min(PCOUNT, 999), of an extension none. The index i counts from
-  /// 0, without a check.
+  /// Number of random parameters that have the values below: min(PCOUNT, 999), or none in an extension. The index i
+  /// counts from 0 and is not checked.
   int Parameters() const { return static_cast<int>(ptype_.size()); }
   double& pscal(int i) { return pscal_[static_cast<size_t>(i)]; }  ///< PSCALn, 1 if there was no such card
   double& pzero(int i) { return pzero_[static_cast<size_t>(i)]; }  ///< PZEROn, 0 if there was no such card
   std::string& ptype(int i) { return ptype_[static_cast<size_t>(i)]; }
 
-  // The cards as they stand in the file, HISTORY and COMMENT among them, from the first one to END. There are none
-  // until a header was read to its END, and none of a header longer than kFITSMostHeaderBytes.
+  // The cards as they stand in the file, including HISTORY and COMMENT, from the first one to END. There are none until
+  // a header has been read to its END, nor for a header longer than kFITSMostHeaderBytes.
   int CardCount() const { return static_cast<int>(cards_.size() / kFITSCard); }
   /// A card counted from 0: 80 characters, valid until the next ReadHeader().
   std::string_view CardText(int i) const;
-  /// Take the last card apart whose keyword, with its index, is `key`. @return false if there is none
+  /// Parse the last card whose keyword, including its index, is `key`. @return false if there is none
   bool FindCard(const std::string& key, ParseFITSstr& card) const;
 
   int64 headerStart() const { return headerStart_; }  ///< file position of the first card
@@ -89,22 +89,21 @@ class ZELTRA_API AFITSbase {
   int64 nextHeader() const { return nextHeader_; }    ///< file position after the data; -1 until a header was read
 
  protected:
-  /// @param isExtension  whether NAXIS1 = 0 means that there are no data, as it does not where there are random groups
+  /// @param isExtension  whether NAXIS1 = 0 means that there are no data, which it does not with random groups
   AFITSbase(AFile* file, bool isExtension);
-  /// The card that a handler is called for.
+  /// The card being handled.
   const ParseFITSstr& card() const { return card_; }
   /// Whether a header is being read, so that there is a current card.
   bool isReading() const { return isReading_; }
-  /// Take the value of the current card into `field`, which stays where there is none. @return 1
+  /// Store the value of the current card in `field`, which is unchanged if there is no card. @return 1
   int Take(int& field) const;
   int Take(double& field) const;
   int Take(std::string& field) const;
-  /// Release what the header holds about random parameters, which an extension has none of.
+  /// Release what the header holds about random parameters, which extensions do not have.
   void FreeParameters();
-  /// Whether the current card's index, which counts from 1, has an element in an array of `size`; false without a
-  /// current card.
+  /// Whether the current card's index, which counts from 1, is within an array of `size`; false without a current card.
   bool IndexWithin(size_t size) const;
-  /// The current card's value, which sizes an array, if it lies in 0..999; else 0, and ReadHeader will fail.
+  /// The current card's value, an array size, if it lies in 0..999; otherwise 0, and ReadHeader will fail.
   int ArraySize();
 
  private:
@@ -128,7 +127,7 @@ class ZELTRA_API AFITSbase {
   int64 headerEnd_ = 0;
   int64 dataStart_ = 0;
   int64 nextHeader_ = -1;
-  int largestCount_ = 0;  // of axes or table fields, as claimed
+  int largestCount_ = 0;  // largest number of axes or table fields claimed
   bool isRefused_ = false;
   std::string cards_;
 };
@@ -169,9 +168,9 @@ class ZELTRA_API AFITSmain : public AFITSbase {
   /// The first axis, counted from 1, whose CTYPE contains `name`; 0 if there is none.
   int FindAxis(const char* name) const;
 
-  /// CTYPEn of an axis counted from 1, without a check.
+  /// CTYPEn of an axis counted from 1, not checked.
   std::string& ctype(int axis) { return ctype_[static_cast<size_t>(axis) - 1]; }
-  /// The axes' values: lines CRVAL, CDELT, CRPIX, CROTA, column n - 1 for axis n; zero without a card.
+  /// The axes' values: lines CRVAL, CDELT, CRPIX, CROTA, column n - 1 for axis n; zero if there is no card.
   AMatrix<double>& axes() { return axes_; }
   double& bscale() { return bscale_; }  ///< 1 if there was no such card
   double& bzero() { return bzero_; }    ///< 0 if there was no such card

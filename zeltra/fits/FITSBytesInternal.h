@@ -11,8 +11,8 @@
 
 namespace zeltra {
 
-// Each of the following reverses the bytes of `count` words from `from` into `to`, which may be the same place or
-// places apart, but not overlap otherwise. No alignment is needed. Each is its own inverse.
+// Each function below reverses the bytes of `count` words from `from` into `to`; the two may be the same place but must
+// not overlap otherwise. No alignment is needed. Each is its own inverse.
 
 inline void Swap16(void* to, const void* from, size_t count) {
   auto* out = static_cast<char*>(to);
@@ -26,7 +26,7 @@ inline void Swap16(void* to, const void* from, size_t count) {
 }
 
 /// Four words at a time: every visibility passes through here, and this is three times as fast as one by one. Compilers
-/// do not find it themselves, because plain SSE2 has no byte shuffle.
+/// do not do this themselves, because plain SSE2 has no byte shuffle.
 inline void Swap32(void* to, const void* from, size_t count) {
   auto* out = static_cast<char*>(to);
   const auto* in = static_cast<const char*>(from);
@@ -64,8 +64,8 @@ double FITSNumber(const char* raw) {
   return static_cast<double>(value);
 }
 
-/// Call `use` with a number of the type that takes `valueBytes` in a file (BITPIX / 8), of those that random parameters
-/// are written in: BITPIX -32, 16 and 32.
+/// Call `use` with a number of the type whose size in a file is `valueBytes` (BITPIX / 8), if it is one that random
+/// parameters are written in: BITPIX -32, 16 and 32.
 /// @return false, without a call, for other types
 template <typename Use>
 bool WithParameterType(int valueBytes, Use use) {

@@ -10,13 +10,13 @@
 
 namespace zeltra {
 
-/// Reads the cards of a header from the file's current position on. Headers with thousands of HISTORY cards occur, and
-/// a request a card would be slow. The file's position is undefined while the reader is in use.
+/// Reads the cards of a header starting at the file's current position. Headers with thousands of HISTORY cards occur,
+/// for which one request per card would be slow. The file's position is undefined while the reader is in use.
 class FITSCardReader {
  public:
   explicit FITSCardReader(ABFile& file) : file_(file), position_(file.Tell()), fileSize_(file.GetFileSize()) {}
 
-  /// Put the next card into `card`. @return false if the file holds no further 80 bytes or cannot be read
+  /// Put the next card into `card`. @return false if fewer than 80 bytes remain in the file, or it cannot be read
   bool Next(std::string& card);
 
   /// File position of the card that Next would read.
@@ -29,7 +29,7 @@ class FITSCardReader {
   int64 position_;
   int64 fileSize_;
   int held_ = 0;  // bytes of block_ in use
-  int used_ = 0;  // of these, bytes handed out
+  int used_ = 0;  // number of these bytes already handed out
   char block_[kFITSBlock] = {};
 };
 

@@ -10,30 +10,30 @@
 
 namespace zeltra {
 
-/// A header under construction: cards are added in their order, then Write() puts them into a file. Keywords are taken
-/// as they are; in texts '?' stands for what is not printable.
+/// A header under construction: add cards in order, then call Write() to put them into a file. Keywords are used
+/// unchanged; in texts '?' replaces unprintable characters.
 class FITSHeaderWriter {
  public:
-  /// A card whose value is written as it stands.
+  /// A card whose value is written unchanged.
   void AddValue(const std::string& key, const std::string& value) { Add(key, value, 1); }
   void AddLogical(const std::string& key);  ///< T
   void AddInteger(const std::string& key, int64 value) { Add(key, std::to_string(value), 1); }
-  /// A number in the form of "%.9E" where that says all, else with as many digits as read back to the same number. FITS
-  /// has no text for what is not a finite number, which becomes 0.
+  /// A number in the form "%.9E" if that is exact, otherwise with as many digits as it takes to read back the same
+  /// number. FITS has no text for a number that is not finite, which becomes 0.
   void AddNumber(const std::string& key, double value);
-  /// A number in the form of "%.12E".
+  /// A number in the form "%.12E".
   void AddRoundedNumber(const std::string& key, double value);
   void AddText(const std::string& key, const std::string& value);
-  /// The same unless there is no text.
+  /// The same, but no card if the text is empty.
   void AddKnownText(const std::string& key, const std::string& value);
-  /// The day as YYYY-MM-DD, unless there is none: a Julian date that is not positive.
+  /// The day as YYYY-MM-DD, but no card if the Julian date is not positive, which means that there is none.
   void AddDay(const std::string& key, double julianDate);
-  /// A card as it stands, of up to 80 characters.
+  /// A card of up to 80 characters, written unchanged.
   void AddCard(const std::string& card);
-  /// As many HISTORY cards as the text needs, one at least.
+  /// As many HISTORY cards as the text needs, at least one.
   void AddHistory(const std::string& text);
 
-  /// Write the cards and END, and blanks up to a whole block. @return 0 if not all is written
+  /// Write the cards and END, padded with blanks to a whole block. @return 0 if not all is written
   int Write(ABFile& file);
 
  private:
@@ -43,11 +43,11 @@ class FITSHeaderWriter {
   std::string cards_;
 };
 
-/// Whether the columns and the layout of an extension determine the value of this keyword (with its index, as in
-/// "TTYPE1"), or it has none. Such keywords are not those of a table: they are neither kept nor written with it.
+/// Whether this keyword (with its index, as in "TTYPE1") is determined by the columns and the layout of an extension,
+/// or has no value. Such keywords do not belong to a table: they are neither kept nor written with it.
 bool IsStructuralKeyword(std::string_view key);
 
-/// Write zeros up to a whole block after `bytes` bytes of data. @return 0 if not all is written
+/// Write zeros to complete the last block after `bytes` bytes of data. @return 0 if not all is written
 int PadFITSData(ABFile& file, int64 bytes);
 
 }  // namespace zeltra

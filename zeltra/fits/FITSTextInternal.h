@@ -1,4 +1,4 @@
-// Texts as FITS allows them.
+// Restricting texts to what FITS allows.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_FITS_FITSTEXTINTERNAL_H_
 #define ZELTRA_FITS_FITSTEXTINTERNAL_H_
@@ -8,7 +8,7 @@
 
 namespace zeltra {
 
-/// Put '?' for every byte that is no printable ASCII character.
+/// Replace every byte that is not a printable ASCII character by '?'.
 inline void ReplaceUnprintable(char* begin, char* end) {
   std::replace_if(
       begin, end, [](char c) { return c < ' ' || c > '~'; }, '?');
@@ -20,7 +20,7 @@ inline std::string PrintableText(std::string text) {
   return text;
 }
 
-/// Fill a text with zero bytes after the first one, which ends it: some writers leave garbage there.
+/// Fill a text with zero bytes after its first zero byte, since some writers leave garbage there.
 /// @param end  set to where the text ends
 /// @return whether anything was cleared
 inline bool ClearAfterZero(char* text, int width, char*& end) {

@@ -9,24 +9,24 @@
 
 namespace zeltra {
 
-/// Bytes of `bits` bits.
+/// Number of bytes that hold `bits` bits.
 inline int BitBytes(int bits) {
   return (bits + 7) / 8;
 }
 
 /// Width of an element in the rows, of letter D, E, J, I, A or L; 0 for other letters, which are neither converted nor
-/// stepped over, deliberately: the AIPS tables that this library reads have none of them.
+/// stepped over, since the AIPS tables that this library reads do not contain them.
 int ElementBytes(char type);
 
-/// Width of a whole field; an "X" field of bits has one, too.
+/// Width of a whole field, including an "X" field of bits.
 int FieldBytes(AXTblFormat format);
 
-/// Turn every number of `rowCount` rows from the byte order of FITS into the machine's, or back. A field of bits is
+/// Convert every number of `rowCount` rows from the byte order of FITS to the machine's, or back. A field of bits is
 /// reversed as a whole.
 ///
-/// One running offset goes over all rows, deliberately not reset at each row: the widths of the fields add up to that
+/// A single offset runs through all rows without being reset at each row, since the widths of the fields add up to that
 /// of a row.
-/// @param bytes  of the rows; fields that reach beyond stay as they are
+/// @param bytes  size of the rows; fields that reach beyond it are left unchanged
 void SwapTableRows(char* rows, int64 bytes, int rowCount, std::vector<AXTblFormat> fields);
 
 }  // namespace zeltra

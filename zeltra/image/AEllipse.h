@@ -14,12 +14,12 @@ class ZELTRA_API AEllipse {
  public:
   virtual ~AEllipse() = default;
 
-  /// Hand the `n` vertices to Point(), the first again as the last. Nothing happens where `n` is 0 or less.
+  /// Pass the `n` vertices to Point(), repeating the first one at the end. Nothing happens if `n` is 0 or less.
   /// @param a, b   semi-axes along the ellipse's own x and y, pixels
   /// @param angle  rotation from x towards y, tenths of a degree
   void Draw(const CPoint& center, int a, int b, int angle, int n);
 
-  /// A vertex, cut towards zero to whole pixels.
+  /// A vertex, truncated towards zero to whole pixels.
   virtual void Point(int index, int x, int y);
 };
 

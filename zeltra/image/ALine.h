@@ -13,7 +13,7 @@ class ZELTRA_API ALine {
  public:
   virtual ~ALine() = default;
 
-  /// Hand every pixel of the segment from (x1, y1) to (x2, y2), both included, to Point().
+  /// Pass every pixel of the segment from (x1, y1) to (x2, y2), both included, to Point().
   void Draw(int x1, int y1, int x2, int y2);
 
  protected:

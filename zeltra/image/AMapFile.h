@@ -1,4 +1,4 @@
-// Map files: one image, real or complex, behind a fixed prologue.
+// Map files: one image, real or complex, after a fixed prologue.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_IMAGE_AMAPFILE_H_
 #define ZELTRA_IMAGE_AMAPFILE_H_
@@ -19,7 +19,7 @@ namespace zeltra {
 
 class AMapFile;
 
-/// Beam of a map: 32 bytes whose meaning is agreed between the programs that write and read them. The maps of this
+/// Beam of a map: 32 bytes whose meaning is up to the programs that write and read them. The maps written by this
 /// library's own jobs hold four doubles: the widths of an ABeamShape in radians, its angle, and 0.
 struct ZELTRA_API ABeamPar {
   char data[32];
@@ -47,7 +47,7 @@ struct ZELTRA_API AMapHeader {
   std::string Source() const;
   std::string Unit() const;
 
-  /// Read from the start of `file`. @return 0 if the file is shorter than a header, which then stays as it was
+  /// Read from the start of `file`. @return 0 if the file is shorter than a header, which is then left unchanged
   int Load(AMapFile& file);
   /// Write to the start of `file`. @return non-zero once all is written
   int Store(AMapFile& file) const;
@@ -57,7 +57,7 @@ static_assert(offsetof(AMapHeader, unit) == 40 && offsetof(AMapHeader, stokes) =
               offsetof(AMapHeader, reserved1) == 62 && offsetof(AMapHeader, beam) == 72 &&
               offsetof(AMapHeader, reserved2) == 104);
 
-/// The three ranges of a map. The first two belong to the programs that write them; the third is that of the pixels.
+/// The three ranges of a map. The programs that write a map define the first two; the third is that of the pixels.
 struct ZELTRA_API TMinMax {
   TMnMx range[3];
 
@@ -66,7 +66,7 @@ struct ZELTRA_API TMinMax {
 };
 static_assert(sizeof(TMinMax) == 48);
 
-/// A rectangle of pixels; both corners belong to it.
+/// A rectangle of pixels, including both corners.
 struct AMatrixRect {
   int32_t i1;  ///< first line
   int32_t j1;  ///< first element of a line
@@ -91,18 +91,18 @@ static_assert(sizeof(AMatrixRect) == 16);
 ///     164    4  int32 line length in elements
 ///     168       pixels, line after line
 ///
-/// Every operation goes to its own place in the file. Results are non-zero for success, or new objects that the caller
-/// owns, null for failure. What the file claims to hold is held against its size before memory is taken for it.
+/// Every operation seeks to its own position in the file. Results are non-zero for success, or new objects that the
+/// caller owns, null for failure. Sizes that the file claims are checked against its length before memory is allocated.
 class ZELTRA_API AMapFile : public AFile {
  public:
-  /// Open a map to read and write it. @param create  non-zero makes an empty file, also of one that exists
+  /// Open a map to read and write it. @param create  non-zero creates an empty file, or empties an existing one
   int Open(const char* path, int create);
 
-  /// The ranges; empty ones where the file is too short to hold them.
+  /// The ranges; empty ones if the file is too short to hold them.
   TMinMax GetMinMax();
   int PutMinMax(const TMinMax& ranges);
 
-  /// Line length (cx) and number of lines (cy) as stored, both 0 where the file is too short to hold them.
+  /// Line length (cx) and number of lines (cy) as stored, both 0 if the file is too short to hold them.
   CSize GetMatrixSize();
 
   using AFile::GetLine;
@@ -113,24 +113,24 @@ class ZELTRA_API AMapFile : public AFile {
   /// Write line `i`, as many floats as the line length. `i` may lie beyond the number of lines, so that a map can be
   /// built line by line once its sizes are stored.
   int PutLine(int i, const float* buf);
-  /// The same from an array, which has to hold a line at least.
+  /// The same from an array, which must hold at least one line.
   int PutLine(int i, const AArray<float>& line);
 
   /// The whole image.
   AMatrix<float>* GetMatrix();
-  /// The part `r` of the image, which has to lie inside it.
+  /// The part `r` of the image, which must lie inside it.
   AMatrix<float>* GetMatrix(const AMatrixRect& r);
 
-  /// Make `m` the image and store the range of its finite pixels; the other two ranges stay. A failed write of pixels
-  /// leaves the ranges as they were.
+  /// Make `m` the image and store the range of its finite pixels, leaving the other two ranges unchanged. If writing
+  /// the pixels fails, all ranges stay unchanged.
   int PutMatrix(const AMatrix<float>& m);
-  /// Make the part `r` of `m` the whole image, deliberately unlike GetMatrix(r), which reads a part of a larger one.
+  /// Make the part `r` of `m` the whole image, whereas GetMatrix(r) reads a part of a larger image.
   /// @return 0, with nothing written, if `r` does not lie inside the matrix
   int PutMatrix(const AMatrix<float>& m, const AMatrixRect& r);
 };
 
 /// A map of complex numbers, each two 32-bit floats, real part first; otherwise as AMapFile. The range of the pixels is
-/// that of their real parts alone, deliberately.
+/// that of their real parts alone, which programs rely on.
 class ZELTRA_API ACMapFile : public AMapFile {
  public:
   using AFile::GetLine;

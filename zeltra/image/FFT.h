@@ -20,25 +20,24 @@ ZELTRA_API bool IsFFTLength(int n);
 ///     dir = -1:  X[k] =       sum x[j] exp(-2 pi i j k / n)
 ///     dir = +1:  X[k] = (1/n) sum x[j] exp(+2 pi i j k / n)
 ///
-/// so that -1 followed by +1 restores the matrix up to rounding. The positive exponent carries the 1/n, deliberately:
-/// -1 is what other software mostly calls the forward transform, and +1, not -1, the direction that is scaled.
+/// so that -1 followed by +1 restores the matrix up to rounding. Direction +1 is the one scaled by 1/n, because -1 is
+/// what most other software calls the forward transform, unscaled.
 ///
 /// Only these lengths are transformed:
 ///
 ///     2, 4, 16, 32, 256, 512, 1024, 2048, 32768, 65536, ... 2^23, 2^25, 2^27, 2^29, 2^30
 ///
-/// Lines, or columns, of any other length stay as they are. That is not an error and is not reported; IsFFTLength
-/// tells beforehand. Among the powers
-/// of two 8, 64, 128, 4096, 8192, 16384, 2^24, 2^26 and 2^28 are left out, deliberately and on every system: a matrix
-/// of 8 x 8 is returned unchanged, and of 16 lines of 8 only the columns are transformed. docs/fft.md tells why.
-///
+/// Lines, or columns, of any other length are left unchanged. That is not an error and is not reported; IsFFTLength
+/// says so beforehand. The powers of two 8, 64, 128, 4096, 8192, 16384, 2^24, 2^26 and 2^28 are left out on every
+/// system, for the reasons given in docs/fft.md: an 8 x 8 matrix is returned unchanged, and of 16 lines of 8 only the
+/// columns are transformed.
 /// Arithmetic is in double precision; the float variant rounds to float after the lines and after the columns. The
-/// result has the same bits whatever the number of threads and the vector registers of the processor.
+/// result is bit-identical for any number of threads and any vector registers of the processor.
 ///
-/// The lines, then the columns, are split into one block a thread, the last block taking what the division leaves. With
-/// fewer lines (or columns) than threads a single thread does them all, and only that one is started. A count above 64
-/// and above the number of processors is cut to the larger of the two. A thread that the system refuses to start has
-/// its block done by the caller's. All threads have ended on return.
+/// The lines, then the columns, are split into one block per thread, the last block including the remainder. With fewer
+/// lines (or columns) than threads, a single thread does them all, and only that one is started. A count above both 64
+/// and the number of processors is reduced to the larger of the two. If the system refuses to start a thread, the
+/// caller's thread does its block. All threads have ended on return.
 ///
 /// @param m        no other thread may use it during the call
 /// @param dir      +1 or -1

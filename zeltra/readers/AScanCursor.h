@@ -1,4 +1,4 @@
-// The place of a reader in the index of its file.
+// A reader's position in the index of its file.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_READERS_ASCANCURSOR_H_
 #define ZELTRA_READERS_ASCANCURSOR_H_
@@ -17,28 +17,28 @@ struct AUVXPositionItem;
 
 /// Walks the records of the scans that a reader selects.
 ///
-/// The index is what the file claims: a scan that ends before it starts holds no record, and a record that the file
-/// does not hold ends the walk.
+/// The index is only what the file claims: a scan that ends before it starts holds no record, and a record that the
+/// file does not hold ends the walk.
 class ZELTRA_API AScanCursor {
  public:
-  /// Tells whether a scan is left out.
+  /// Says whether a scan is left out.
   using Drop = std::function<bool(AUVXPositionItem&)>;
 
   /// Load the index ("NX") of `file`. A file without one shows the message "AUVXREAD NX=NULL" and has no scans.
   explicit AScanCursor(AUVXFile& file);
-  /// Take `scans` for the index.
+  /// Use `scans` as the index.
   AScanCursor(AUVXFile& file, std::shared_ptr<AUVXPosition> scans);
 
   AUVXPosition& positions() const { return *positions_; }
 
-  /// Number of records in the selected scans, as the index has it.
+  /// Number of records in the selected scans, according to the index.
   int CountRecords(const Drop& drop) const;
 
   /// Go to the first record of the first selected scan.
   void First(const Drop& drop);
 
-  /// Make sure of a current record: behind the end of a scan go to the next selected one.
-  /// @param jumped  whether the record does not follow the last one
+  /// Ensure that there is a current record: after the end of a scan go to the next selected one.
+  /// @param jumped  whether the record does not directly follow the previous one
   /// @return false at the end
   bool Settle(const Drop& drop, bool& jumped);
 

@@ -1,4 +1,4 @@
-// What the readers of UVX records share.
+// The common base of the readers of UVX records.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_READERS_AUVXBASEREAD_H_
 #define ZELTRA_READERS_AUVXBASEREAD_H_
@@ -15,8 +15,8 @@ namespace zeltra {
 
 class AUVXFreqs;
 
-/// A reader hands out the records of an open file one at a time. It moves the position of the file and expects that
-/// nobody else does between its calls: one reader a file at a time.
+/// A reader returns the records of an open file one at a time. It moves the position of the file and expects that
+/// nothing else does so between its calls: use one reader per file at a time.
 ///
 /// Copies of a reader share what it owns and are not meant to be used side by side.
 class ZELTRA_API AUVXBaseRead {
@@ -25,8 +25,8 @@ class ZELTRA_API AUVXBaseRead {
   AUVXBaseRead& operator=(const AUVXBaseRead&) = default;
   virtual ~AUVXBaseRead();
 
-  /// The frequencies of the setup of the last record read; the position of the file stays. The array is the reader's
-  /// and valid until the next call that follows a record of another setup.
+  /// The frequencies of the setup of the last record read; the position of the file is preserved. The reader owns the
+  /// array, which is valid until the next call after a record of another setup.
   virtual AUVXFreqs* GetFreqs();
 
   AUVXFile& uvx() const { return *file_; }
@@ -35,7 +35,7 @@ class ZELTRA_API AUVXBaseRead {
   /// Neither `file`, which must outlive the reader, nor `progress`, which may be null, is owned.
   AUVXBaseRead(AUVXFile* file, CProgressCtrl* progress);
 
-  /// Copy the record at `p`, `bytes` long: as many values as `vis` has, at most those of the record.
+  /// Copy the record of `bytes` bytes at `p`: as many values as `vis` has, but no more than the record has.
   void Take(const char* p, int bytes, AUVXGroup& group, AUVXVisibility& vis) {
     group.load(const_cast<char*>(p));
     const size_t held = static_cast<size_t>(bytes - AUVXGroup::kBytes);
@@ -44,7 +44,7 @@ class ZELTRA_API AUVXBaseRead {
     freqSel_ = group.freqSel();
   }
 
-  /// Tell the progress: `recordsRead_` of `total`.
+  /// Report the progress: `recordsRead_` of `total`.
   void TellProgress(int total) {
     if (progress_) SendProgress(progress_, recordsRead_, total, lastPercent_);
   }

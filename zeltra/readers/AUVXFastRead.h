@@ -1,4 +1,4 @@
-// The reader of all records of a file.
+// The reader for all records of a file.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_READERS_AUVXFASTREAD_H_
 #define ZELTRA_READERS_AUVXFASTREAD_H_
@@ -7,7 +7,7 @@
 
 namespace zeltra {
 
-/// Reads every record of a file in order, in blocks of at most 4 MiB (or one record, where that is larger).
+/// Reads every record of a file in order, in blocks of at most 4 MiB (or one record, if that is larger).
 class ZELTRA_API AUVXFastRead : public AUVXBaseRead {
  public:
   AUVXFastRead(AUVXFile* file, CProgressCtrl* progress);
@@ -15,7 +15,7 @@ class ZELTRA_API AUVXFastRead : public AUVXBaseRead {
   /// Read the next record.
   /// @param vis          sized for the file
   /// @param recordIndex  index of the record in the file, from 0
-  /// @return 0 at the end of the records that the file holds; the outputs then keep their values
+  /// @return 0 after the last record that the file holds; the outputs then keep their values
   int GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& recordIndex) {
     if (recordsRead_ >= recordsLoaded_ && !LoadBlock()) return 0;
     Take(next_, recordBytes_, group, vis);

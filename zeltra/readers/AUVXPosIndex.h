@@ -20,15 +20,15 @@ class ZELTRA_API AUVXPosIndex {
   AUVXPosIndex& operator=(const AUVXPosIndex&) = default;
   virtual ~AUVXPosIndex();
 
-  /// Whether a scan is left out: here one of another source.
+  /// Whether a scan is left out: here, if it is of another source.
   virtual int IsDropPosItem(AUVXPositionItem& scan);
 
   /// Give the index, from 0, of the next selected record. @return 0 at the end
   int GetIndex(int& recordIndex);
 
-  /// The frequencies of the setup: that of the source's first scan, or the one selected. The position of the file
+  /// The frequencies of the setup: that of the source's first scan, or the selected one. The position of the file
   /// changes.
-  /// @return new, the caller's
+  /// @return a new array, owned by the caller
   AUVXFreqs* GetFreqs();
 
  protected:
@@ -47,7 +47,7 @@ class ZELTRA_API AUVXPosIndex_FqS : public AUVXPosIndex {
  public:
   AUVXPosIndex_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress);
 
-  /// Here one of another source or setup.
+  /// Here, if it is of another source or setup.
   int IsDropPosItem(AUVXPositionItem& scan) override;
 };
 

@@ -1,4 +1,4 @@
-// Readers of one source, and of one frequency setup of it, through the index of the file.
+// Readers of one source, or of one frequency setup of it, using the index of the file.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_READERS_AUVXREAD_H_
 #define ZELTRA_READERS_AUVXREAD_H_
@@ -14,30 +14,30 @@ namespace zeltra {
 /// Reads the records of one source, scan by scan in the order of the index. A file without an index shows the message
 /// "AUVXREAD NX=NULL" at construction and reads as empty.
 ///
-/// A class that derives from this one and overrides IsDropPosItem, which a constructor of a base class cannot call,
-/// goes to the first of its own scans in its own constructor, and counts its own records:
+/// A constructor of this class cannot call an overridden IsDropPosItem. A class that overrides it therefore goes to the
+/// first of its own scans, and counts its own records, in its own constructor:
 ///
 ///     const auto drop = [this](AUVXPositionItem& scan) { return MyRead::IsDropPosItem(scan) != 0; };
-///     freqSel_ = ...;                         // of which GetFreqs() tells the frequencies
+///     freqSel_ = ...;                         // the setup whose frequencies GetFreqs() returns
 ///     Select(drop);
 ///     total_ = cursor_.CountRecords(drop);    // for count() and progress; reading ends after total_ + 1 records
 ///
-/// Without it the first scan of the source is read whatever IsDropPosItem says of it.
+/// Otherwise the first scan of the source is read even if IsDropPosItem rejects it.
 class ZELTRA_API AUVXRead : public AUVXBaseRead {
  public:
   AUVXRead(AUVXFile* file, int source, CProgressCtrl* progress);
 
-  /// Whether a scan is left out: here one of another source.
+  /// Whether a scan is left out: here, if it is of another source.
   virtual int IsDropPosItem(AUVXPositionItem& scan);
 
   /// Read the next record.
   /// @param vis          sized for the file
   /// @param recordIndex  index of the record in the file, from 0
-  /// @return 0 at the end of the selected scans and at a record that the index promises and the file does not hold;
-  ///         the outputs then have no meaning
+  /// @return 0 at the end of the selected scans, and at a record that the index promises but the file does not hold;
+  ///         the outputs are then meaningless
   int GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& recordIndex);
 
-  /// Number of records selected, as the index has it.
+  /// Number of records selected, according to the index.
   int count() const { return total_; }
 
  protected:
@@ -60,10 +60,10 @@ class ZELTRA_API AUVXRead : public AUVXBaseRead {
 class ZELTRA_API AUVXRead_FqS : public AUVXRead {
  public:
   AUVXRead_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress);
-  /// Read by `scans` in place of the index of the file; many readers may share one long list.
+  /// Read by `scans` instead of the index of the file; many readers may share one long list.
   AUVXRead_FqS(AUVXFile* file, int source, int freqSel, std::shared_ptr<AUVXPosition> scans);
 
-  /// Here one of another source or setup.
+  /// Here, if it is of another source or setup.
   int IsDropPosItem(AUVXPositionItem& scan) override;
 
  private:

@@ -17,40 +17,40 @@ namespace zeltra {
 ///   AddToArray      once per record that is not dropped
 ///   GetArray        once per interval: the result
 ///
-/// Times, the length of the intervals among them, have the unit of the times that the reader gives: of the records of a
-/// file days, Julian dates. There is no way back; to read again make a new reader.
+/// Times, including the length of the intervals, have the unit of the times that the reader gives: Julian dates in days
+/// for the records of a file. A reader cannot be rewound; to read again make a new one.
 class ZELTRA_API AUVXTimeIntervalRead {
  public:
   /// @param reader     not owned
   /// @param startTime  earlier records are skipped; intervals begin at startTime + k x interval, or at their first
-  ///                   record where startTime is too far away for that
+  ///                   record if startTime is too far away for that
   /// @param stopTime   no interval begins later; records at exactly this time belong to the last one
-  /// @param interval   length; a negative one, and zero, make an interval of every distinct record time
+  /// @param interval   length; if it is negative or zero, every distinct record time is an interval
   AUVXTimeIntervalRead(AUVXRead* reader, double startTime, double stopTime, double interval);
   AUVXTimeIntervalRead(const AUVXTimeIntervalRead&) = default;
   AUVXTimeIntervalRead& operator=(const AUVXTimeIntervalRead&) = default;
   virtual ~AUVXTimeIntervalRead();
 
-  /// The result of the current interval; null here.
+  /// The result of the current interval; null in this class.
   virtual void* GetArray();
 
-  /// 1 if a record is to be skipped: here one whose flag byte is not 0.
+  /// 1 if a record is to be skipped: here, if its flag byte is not 0.
   virtual int IsDropUVVis(AUVXGroup& group, AUVXVisibility& vis, int pos);
 
   /// Prepare an empty result.
   virtual void AllocateArray();
 
-  /// Take one record of the interval.
+  /// Add one record of the interval.
   /// @param pos     index of the record in its file
-  /// @param t1, t2  bounds of the interval; both the time of its first record where intervals are record times
+  /// @param t1, t2  bounds of the interval; if intervals are record times, both are the time of its first record
   virtual void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2);
 
-  /// Read the next interval that holds records.
-  /// @return GetArray(), or null when there is none
+  /// Read the next interval that contains records.
+  /// @return GetArray(), or null if there is none
   void* GetTimeInterval();
 
  protected:
-  /// Read up to the first record of the first interval, unless that is done already, as GetTimeInterval does.
+  /// Read up to the first record of the first interval, as GetTimeInterval does, unless that has been done already.
   void GoToStart();
 
  private:
@@ -72,8 +72,8 @@ class ZELTRA_API AUVXTimeIntervalRead {
 /// Collects every interval into the means of its baselines.
 ///
 /// Intervals are in the unit of the reader's times, days, and AUVXTimeMeanArray rounds its mean time to 0.01 of that
-/// unit. A host that wants seconds, for closure phases say, hands the times on in seconds since 0 h of a day, and
-/// leaves startTime, stopTime and interval in days:
+/// unit. A program that needs seconds, such as for closure phases, passes the times on in seconds since 0 h of a day,
+/// and leaves startTime, stopTime and interval in days:
 ///
 ///     class SecondsRead : public AUVXTIRead {
 ///       using AUVXTIRead::AUVXTIRead;
@@ -94,8 +94,8 @@ class ZELTRA_API AUVXTIRead : public AUVXTimeIntervalRead {
   void AddToArray(AUVXGroup& group, AUVXVisibility& vis, int pos, double t1, double t2) override;
 
   /// Read the next interval.
-  /// @return its sums, on which the caller calls CalculateMean before use; the reader's, until the next call. Null when
-  ///         there is no further interval.
+  /// @return its sums, on which the caller must call CalculateMean before use; owned by the reader and valid until the
+  ///         next call. Null if there is no further interval.
   AUVXTimeMeanArray* GetTimeInterval();
 
  private:
@@ -106,7 +106,7 @@ class ZELTRA_API AUVXTIRead : public AUVXTimeIntervalRead {
 /// Combines the polarisations of every record before it is averaged.
 class ZELTRA_API AUVXTIRead_RL : public AUVXTIRead {
  public:
-  /// @param mix  the combinations, not owned; null leaves records as they are. A combination of polarisations that the
+  /// @param mix  the combinations, not owned; null leaves records unchanged. A combination of polarisations that the
   ///             records lack gives flagged zeros.
   AUVXTIRead_RL(AUVXRead* reader, double startTime, double stopTime, double interval, const AArray<AStokesMix>* mix,
                 int complexMean);

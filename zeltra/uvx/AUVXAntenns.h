@@ -19,11 +19,11 @@ struct ZELTRA_API AUVXTlscItem {
   double x = 0, y = 0, z = 0;  ///< metres, from the centre of the array
   int32_t id = 0;              ///< antenna number
 
-  /// The name without blanks at its ends.
+  /// The name without leading and trailing blanks.
   std::string Name() const;
 };
 
-/// An antenna with the further columns of its table.
+/// An antenna with the other columns of its table.
 struct ZELTRA_API AUVXTlscItemEx {
   char name[18] = {};             ///< zero-terminated
   double x = 0, y = 0, z = 0;     ///< metres, from the centre of the array
@@ -39,20 +39,20 @@ struct ZELTRA_API AUVXTlscItemEx {
 ZELTRA_EXPORT_TEMPLATE(AArray<AUVXTlscItem>);
 ZELTRA_EXPORT_TEMPLATE(AArray<AUVXTlscItemEx>);
 
-/// What the keywords of an antenna table say of the coordinate frame.
+/// What the keywords of an antenna table say about the coordinate frame.
 struct ZELTRA_API AUVXArrayFrame {
   double x = 0, y = 0, z = 0;  ///< centre of the array, metres
   bool isRight = false;        ///< whether the frame is right-handed
 
-  /// Take over the keywords of `table`: ARRAYX, ARRAYY, ARRAYZ, 0 where absent; FRAME and XYZHAND, which leave the
-  /// handedness as it is where they are absent or unknown.
+  /// Take over the keywords of `table`: ARRAYX, ARRAYY, ARRAYZ, 0 if absent; FRAME and XYZHAND, which leave the
+  /// handedness unchanged if they are absent or unknown.
   void Read(const AUVXTable& table);
 };
 
 /// The antennas of a file.
 ///
 /// A copy has the items only: its centre is 0 and it is marked right-handed; assignment leaves centre and handedness as
-/// they were. Whoever needs them reads the table again, or moves the list into a new one, which takes all of it.
+/// they were. To keep them, read the table again, or move the list, which transfers everything.
 class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
  public:
   /// Empty, not right-handed.
@@ -64,16 +64,17 @@ class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
   AUVXAntenns(AUVXAntenns&& other) noexcept;
   AUVXAntenns& operator=(const AUVXAntenns& other);
 
-  /// Read "AN" anew.
+  /// Read "AN" again.
   void Init(const AUVXTable& table);
-  /// Append an item a row of "AN", and take over its centre and handedness. A number 0 becomes the row's number from 1.
+  /// Append an item for each row of "AN", and take over its centre and handedness. A number 0 is replaced by that of
+  /// the row, from 1.
   void Create(const AUVXTable& table);
 
-  /// Place of the first antenna with this number, or -1.
+  /// Index of the first antenna with this number, or -1.
   int IndexForID(int id) const;
-  /// The antenna with this number, deliberately the first one if there is none such: a record's antenna is asked for by
-  /// AUVXGroup::antenna1(), since tlsc1() is negative above 127. A list without items gives an empty item that is
-  /// overwritten by the next such call.
+  /// The antenna with this number; if there is none, the first one, so that there is always an item. Look up a record's
+  /// antenna by AUVXGroup::antenna1(), since tlsc1() is negative above 127. An empty list gives an empty item that the
+  /// next such call overwrites.
   AUVXTlscItem& ForID(int id);
   bool IsRight() const { return frame_.isRight; }
   /// Centre of the array, metres.
@@ -81,18 +82,18 @@ class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
   double ArrayY() const { return frame_.y; }
   double ArrayZ() const { return frame_.z; }
 
-  /// Places of the antennas that have no baseline: the low 8 bits of their numbers count.
-  /// @return new, the caller's
+  /// Indices of the antennas that have no baseline; only the low 8 bits of their numbers are compared.
+  /// @return a new array, owned by the caller
   AArray<int>* GetDeleteRows(const AUVXBaseLines& baseLines) const;
   /// Make an "AN" table of names, positions and numbers; names are cut to 8 characters.
-  /// @return new, the caller's
+  /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable() const;
 
  private:
   AUVXArrayFrame frame_;
 };
 
-/// The antennas of a file with the further columns; see AUVXAntenns for what is not said here.
+/// The antennas of a file with the other columns of the table; everything not described here is as in AUVXAntenns.
 class ZELTRA_API AUVXAntennsEx : public AArray<AUVXTlscItemEx> {
  public:
   /// Empty, marked right-handed.
@@ -114,7 +115,7 @@ class ZELTRA_API AUVXAntennsEx : public AArray<AUVXTlscItemEx> {
   double ArrayZ() const { return frame_.z; }
 
   AArray<int>* GetDeleteRows(const AUVXBaseLines& baseLines) const;
-  /// The same table as that of AUVXAntenns: the further columns are not written.
+  /// The same table as that of AUVXAntenns: the additional columns are not written.
   AUVXTable* ToUVXTable() const;
 
  private:

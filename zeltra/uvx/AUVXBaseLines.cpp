@@ -26,7 +26,7 @@ bool Before(const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) {
   return Key(a) < Key(b);
 }
 
-/// Flagged items behind the others of the same baseline.
+/// Flagged items come after the others of the same baseline.
 bool BeforeWithFlag(const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) {
   return Before(a, b) || (!Before(b, a) && a.flag == 0 && b.flag != 0);
 }

@@ -36,24 +36,24 @@ ZELTRA_EXPORT_TEMPLATE(AArray<AUVXBaseLineItem>);
 class ZELTRA_API AUVXBaseLines : public AArray<AUVXBaseLineItem> {
  public:
   AUVXBaseLines();
-  /// Read a "BL" table that ToUVXTable made, in any order of rows.
+  /// Read a "BL" table that ToUVXTable made, with its rows in any order.
   explicit AUVXBaseLines(const AUVXTable& table);
   AUVXBaseLines(const AUVXBaseLines&) = default;
   AUVXBaseLines& operator=(const AUVXBaseLines&) = default;
   AUVXBaseLines(AUVXBaseLines&&) noexcept = default;
   AUVXBaseLines& operator=(AUVXBaseLines&&) noexcept = default;
 
-  /// Add a baseline that is not there yet. One that is there loses its flag if `item` is not flagged.
-  /// @return its place
+  /// Add a baseline that is not in the list yet. One that is there loses its flag if `item` is not flagged.
+  /// @return its index
   int checkBase(const AUVXBaseLineItem& item);
 
-  /// The source numbers that occur, ascending. @return new, the caller's
+  /// The source numbers that occur, ascending. @return a new array, owned by the caller
   AArray<short>* getSourceMap() const;
-  /// The antenna numbers that occur, 0 to 255, ascending. @return new, the caller's
+  /// The antenna numbers that occur, 0 to 255, ascending. @return a new array, owned by the caller
   AArray<int>* getTlscMap() const;
 
   /// Make a "BL" table of this library's own family: SOURCE, ANT1, ANT2 and FLAG, 16-bit integers, antennas 0 to 255.
-  /// @return new, the caller's
+  /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable() const;
 };
 

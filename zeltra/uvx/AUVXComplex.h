@@ -15,7 +15,7 @@ namespace zeltra {
 class AFITS;
 class AUVXMinMax;
 
-/// A visibility in the unit `bunit` of its file; 12 bytes, in a file as in memory. It has no meaning unless its weight
+/// A visibility in the unit `bunit` of its file; 12 bytes, in a file as in memory. It is meaningless unless its weight
 /// is greater than 0.
 struct ZELTRA_API AUVXComplex {
   float re = 0;
@@ -36,7 +36,7 @@ struct ZELTRA_API AUVXComplex {
   /// Number i: 0 real part, 1 imaginary part, 2 weight.
   float& operator()(int i) { return i == 0 ? re : i == 1 ? im : weight; }
 
-  /// 1 if the weight is greater than 0, also for NaN, which does not compare; else 0.
+  /// 1 if the weight is greater than 0 or NaN, else 0.
   int isValid() const { return !(weight <= 0); }
   /// Amplitude, in single precision.
   double ampl() const { return std::sqrt(re * re + im * im); }
@@ -44,7 +44,7 @@ struct ZELTRA_API AUVXComplex {
   double phase() const { return std::atan2(im, re); }
 
   std::complex<float> FC() const { return {re, im}; }
-  /// Set both parts; the weight stays.
+  /// Set both parts, leaving the weight unchanged.
   AUVXComplex& operator=(const std::complex<float>& value) {
     re = value.real();
     im = value.imag();
@@ -62,12 +62,12 @@ inline bool IsFinite(const AUVXComplex& value) {
   return std::isfinite(value.re) && std::isfinite(value.im) && std::isfinite(value.weight);
 }
 
-/// Widen the ranges of re, im and weight by `count` complexes, in their order: see TMnMx::check.
-/// @return whether all are finite numbers
+/// Widen the ranges of re, im and weight by `count` complexes, in order: see TMnMx::check.
+/// @return whether all numbers are finite
 ZELTRA_API bool CheckRange(const AUVXComplex* values, int64 count, AUVXMinMax& range);
 
-/// Decode `count` complexes, three FITS values each, from `raw`, and scale them by BSCALE and BZERO. Every BITPIX is
-/// understood (8, 16, 32, 64, -32, -64); of another one all values become 0 with weight 0.
+/// Decode `count` complexes, three FITS values each, from `raw`, and scale them by BSCALE and BZERO. Every BITPIX of
+/// FITS is supported (8, 16, 32, 64, -32, -64); with any other all values become 0 with weight 0.
 ZELTRA_API void DecodeFITSValues(const AFITS& fits, const char* raw, AUVXComplex* values, int64 count);
 
 ZELTRA_EXPORT_TEMPLATE(AArray<AUVXComplex>);

@@ -19,7 +19,7 @@ static_assert(sizeof(AUVXFqTblItem) == 16);
 
 /// The "FQ" table of a file: one row per frequency setup, one column per IF. A file without the table has no setups.
 ///
-/// Where there is no such row or IF, frequencies are 0.
+/// Frequencies are 0 for a row or IF that does not exist.
 class ZELTRA_API AUVXFqTbl {
  public:
   AUVXFqTbl() = default;
@@ -29,18 +29,18 @@ class ZELTRA_API AUVXFqTbl {
   AUVXFqTbl& operator=(const AUVXFqTbl&) = default;
   virtual ~AUVXFqTbl();
 
-  /// Read the table of `file`. Columns are told by name; of their formats D, E and J are understood. A column of
-  /// another format takes no bytes of a row, deliberately, and repeats the value read before it.
+  /// Read the table of `file`. Columns are recognised by name, with formats D, E and J. As programs rely on, a column
+  /// of another format takes no bytes of a row, and repeats the value read before it.
   void Init(AUVXFile& file);
-  /// The same, reduced to the setups in which the index of the file has scans of `source`, in their old order; of any
-  /// source if it is negative. A file without an index keeps all setups.
+  /// The same, keeping only the setups in which the index of the file has scans of `source`, in their old order; of any
+  /// source if it is negative. If the file has no index, all setups are kept.
   void Init(AUVXFile& file, int source);
 
   /// Number of IFs in the header: 0 if the data have no IF axis.
   int GetRealIFs() const { return realIFs_; }
-  /// Number of IFs, at least 1 once a file was read.
+  /// Number of IFs, at least 1 once a file has been read.
   int GetIFs() const { return IFs_; }
-  /// Channels of an IF.
+  /// Channels per IF.
   int GetChannels() const { return channels_; }
   /// Number of setups.
   int GetFreqSels() const { return ids_.count(); }

@@ -14,15 +14,15 @@ class AUVXTable;
 /// Frequency, Hz, of each channel of each IF in one frequency setup, [IF][channel], in the order of the visibilities.
 ///
 /// Channel c of IF i has the frequency f0 + IF FREQ(i) + c x CH WIDTH(i), where f0 is the frequency of channel 0 in the
-/// header of the file and the other two come from the row of its "FQ" table whose FRQSEL is the setup, deliberately
-/// from the first row if there is none such. The sign of CH WIDTH alone tells the sideband. An IF that the row lacks
-/// has NaN. Without the table, IF FREQ is 0 and CH WIDTH the increment of the FREQ axis of a FITS file, 0 in a UVX
-/// file.
+/// header of the file and the other two come from the row of its "FQ" table whose FRQSEL is the setup, or from the
+/// first row if there is no such row, as programs rely on. Only the sign of CH WIDTH determines the sideband. IFs that
+/// the row lacks have NaN. Without the table, IF FREQ is 0 and CH WIDTH the increment of the FREQ axis of a FITS file,
+/// 0 in a UVX file.
 ///
-/// A file that promises more than 131072 frequencies and is too small to hold a record of as many gives none.
+/// A file that claims more than 131072 frequencies but is too small for even one such record gives none.
 class ZELTRA_API AUVXFreqs : public AArray<double> {
  public:
-  /// Values are uninitialised. `IFs` below 1 counts as one. A size that is negative or past the range of int is 0.
+  /// Values are uninitialised. `IFs` below 1 counts as one. A size that is negative or exceeds an int becomes 0.
   explicit AUVXFreqs(int channels = 1, int IFs = 1);
   /// The setup `freqSel` of `uvx`, whose position moves.
   AUVXFreqs(AUVXFile& uvx, int freqSel);
@@ -30,7 +30,7 @@ class ZELTRA_API AUVXFreqs : public AArray<double> {
   AUVXFreqs(AFITS& fits, int freqSel);
   AUVXFreqs(const AUVXFreqs&) = default;
   AUVXFreqs& operator=(const AUVXFreqs&) = default;
-  /// Take over the frequencies of `other`, which has none then.
+  /// Take over the frequencies of `other`, which then has none.
   AUVXFreqs(AUVXFreqs&& other) noexcept;
   AUVXFreqs& operator=(AUVXFreqs&& other) noexcept;
 
@@ -46,8 +46,9 @@ class ZELTRA_API AUVXFreqs : public AArray<double> {
   double operator()(int f) const { return lpArray()[f]; }
 
   /// Make an "FQ" table of one setup, number 1, as AIPS writes it: offsets from `reference`, Hz, and channel widths of
-  /// the IFs, which increase steadily. The width of single channels is that of the file they come from, else 0.
-  /// @return new, the caller's
+  /// the IFs, which are evenly spaced in order. The width of single channels is that of the file they come from, else
+  /// 0.
+  /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable(double reference) const;
 
  private:
@@ -57,7 +58,7 @@ class ZELTRA_API AUVXFreqs : public AArray<double> {
 
   int IFs_ = 0;
   int channels_ = 0;
-  double width_ = 0;  // of a channel, Hz, which single channels do not show
+  double width_ = 0;  // channel width, Hz, which cannot be derived from single channels
 };
 
 }  // namespace zeltra

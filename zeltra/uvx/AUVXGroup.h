@@ -1,4 +1,4 @@
-// What is known of one visibility record: baseline, time, source and u, v, w.
+// The head of one visibility record: baseline, time, source and u, v, w.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_UVX_AUVXGROUP_H_
 #define ZELTRA_UVX_AUVXGROUP_H_
@@ -18,8 +18,8 @@ class AUVXMinMax;
 
 #pragma pack(push, 1)
 
-/// The head of a record: 26 bytes, little-endian, in a file as in memory. The object may lie at any address, so its
-/// numbers have to be copied before they are passed on by reference or pointer.
+/// The head of a record: 26 bytes, little-endian, in a file as in memory. The object may lie at any address, so copy
+/// its numbers before passing them on by reference or pointer.
 ///
 /// u, v, w keep the unit of the random parameters they came from, seconds in most files.
 struct ZELTRA_API AUVXGroup {
@@ -48,8 +48,8 @@ struct ZELTRA_API AUVXGroup {
   double v() const { return vv; }
   double w() const { return ww; }
   double uvTime() const { return date; }
-  /// The stored bytes, with their sign: antenna 200 is -56 here, and AUVXAntenns::ForID(-56) quietly gives the first
-  /// antenna of the list. What looks an antenna up by its number asks antenna1() and antenna2().
+  /// The stored bytes, with their sign: antenna 200 is -56 here, for which AUVXAntenns::ForID(-56) silently returns the
+  /// first antenna of the list. Look antennas up by antenna1() and antenna2().
   int tlsc1() const { return ant1; }
   int tlsc2() const { return ant2; }
   /// The antenna numbers, 0 to 255.
@@ -63,30 +63,30 @@ struct ZELTRA_API AUVXGroup {
   int store(AUVXFile& uvx) const;
   int store(ABFile& file) const;
 
-  /// Copy from `p`, an image in memory. @return the byte behind it
+  /// Copy from `p`, an image in memory. @return the byte after it
   const char* load(const char* p) {
     std::memcpy(static_cast<void*>(this), p, kBytes);
     return p + kBytes;
   }
   char* load(char* p) { return const_cast<char*>(load(static_cast<const char*>(p))); }
-  /// Copy to `p`. @return the byte behind the image
+  /// Copy to `p`. @return the byte after the image
   char* store(char* p) const {
     std::memcpy(p, this, kBytes);
     return p + kBytes;
   }
 
-  /// Decode the random parameters at the current position of `fits`. Parameters are told by the first letters of their
-  /// names: B baseline (256 x antenna 1 + antenna 2), D date, FR frequency setup, FL flag, S source, U, V, W; repeats
-  /// of baseline, date, u, v, w add up, of the others the last one counts. A file without source or setup has source 1
-  /// and setup 1.
+  /// Decode the random parameters at the current position of `fits`. Parameters are recognised by the first letters of
+  /// their names: B baseline (256 x antenna 1 + antenna 2), D date, FR frequency setup, FL flag, S source, U, V, W.
+  /// Repeats of baseline, date, u, v and w are added up; of the others the last one counts. A file without source or
+  /// setup has source 1 and setup 1.
   /// @return 0 if they are not all in the file; the contents are then undefined
   int load(AFITS& fits);
-  /// Decode the random parameters at `p`, an image in memory of a whole group. @return the byte behind them
+  /// Decode the random parameters at `p`, an image in memory of a whole group. @return the byte after them
   char* load(AFITS& fits, char* p);
 
-  /// Write u, v, w, the baseline, the date in two parts (days cut to hundredths, and the rest) and, where
-  /// asked for, source and setup, as big-endian floats: 24 or 32 bytes. The antennas of the group are exchanged
-  /// afterwards, deliberately: callers write a group once.
+  /// Write u, v, w, the baseline, the date in two parts (days truncated to hundredths, and the rest) and, if asked for,
+  /// source and setup, as big-endian floats: 24 or 32 bytes. The antennas of the group are left exchanged, since
+  /// callers write a group only once.
   int ToFITS(AFile& file, int withSourceAndFreqSel);
 
   /// Widen the ranges of u, v, w and time.

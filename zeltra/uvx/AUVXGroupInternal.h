@@ -10,8 +10,8 @@
 
 namespace zeltra {
 
-/// A parameter as an integer, rounded as the format wants it: one half is added and the fraction dropped. What no int
-/// holds, NaN too, becomes the nearest or the smallest int.
+/// A parameter as an integer, rounded as the format requires: one half is added and the fraction dropped. A value
+/// outside the range of int becomes the nearest int, NaN the smallest.
 inline int IntegerForm(double value) {
   constexpr double kSmallest = std::numeric_limits<int32_t>::min(), kLargest = std::numeric_limits<int32_t>::max();
   value += 0.5;
@@ -19,7 +19,7 @@ inline int IntegerForm(double value) {
   return static_cast<int32_t>(value < kLargest ? value : kLargest);
 }
 
-/// What a random parameter tells of a group. No first letter tells the last four.
+/// What a random parameter says about a group. The last four are not recognised by a first letter.
 enum class ParameterRole {
   None,
   U,
@@ -36,7 +36,7 @@ enum class ParameterRole {
   Integration
 };
 
-/// The role of a parameter by the first letters of its name.
+/// The role of a parameter, by the first letters of its name.
 inline ParameterRole RoleOf(const char* name) {
   switch (name[0]) {
     case 'B':
@@ -58,7 +58,7 @@ inline ParameterRole RoleOf(const char* name) {
   }
 }
 
-/// What of a group's parameters is a matter of choice.
+/// The parts of a group's parameters that are optional or computed.
 struct ParameterForm {
   float baseline;
   float date1, date2;  ///< the two parts of the date
@@ -68,10 +68,10 @@ struct ParameterForm {
   float integration = 0;  ///< seconds
 };
 
-/// Encode the parameters of a group as big-endian floats: u, v, w, the baseline, the date in two parts and, where asked
+/// Encode the parameters of a group as big-endian floats: u, v, w, the baseline, the date in two parts and, if asked
 /// for, source and setup, the flag, and the integration time.
 /// @param to  room for ten numbers
-/// @return bytes in use of `to`
+/// @return number of bytes of `to` used
 int EncodeParameters(const AUVXGroup& group, const ParameterForm& form, float* to);
 
 }  // namespace zeltra

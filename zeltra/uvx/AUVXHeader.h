@@ -16,8 +16,8 @@ namespace zeltra {
 class AFITS;
 class AUVXFile;
 
-// Images of the file's bytes, little-endian and without padding. They may lie at any address, so their numbers have to
-// be copied before they are passed on by reference or pointer.
+// Images of the file's bytes, little-endian and without padding. They may lie at any address, so copy their numbers
+// before passing them on by reference or pointer.
 #pragma pack(push, 1)
 
 /// Range of one quantity.
@@ -25,7 +25,7 @@ struct TMnMx {
   double minimum;
   double maximum;
 
-  /// Take `x` into the range. A NaN replaces the minimum and never the maximum.
+  /// Extend the range to include `x`. A NaN replaces the minimum and never the maximum.
   void check(double x) {
     if (!(x >= minimum)) minimum = x;
     if (x > maximum) maximum = x;
@@ -39,7 +39,7 @@ class ZELTRA_API AUVXMinMax {
  public:
   /// Empty ranges, as init makes them.
   AUVXMinMax() { init(); }
-  /// The ranges in the header of `uvx`; empty ones where they cannot be read.
+  /// The ranges in the header of `uvx`; empty ones if they cannot be read.
   explicit AUVXMinMax(AUVXFile& uvx);
   /// The ranges at the current position of `file`.
   explicit AUVXMinMax(ABFile& file);
@@ -93,21 +93,21 @@ class ZELTRA_API AUVXStokes {
   explicit AUVXStokes(AUVXFile& uvx);
   /// The list at the current position of `file`.
   explicit AUVXStokes(ABFile& file);
-  /// The list of the STOKES axis of `fits`, cut to eight codes; empty if there is no such axis.
+  /// The list of the STOKES axis of `fits`, at most its first eight codes; empty if there is no such axis.
   explicit AUVXStokes(const AFITS& fits);
 
   int count() const { return count_; }
-  /// Set the number of codes; one outside 0..8 is moved to the nearer end.
+  /// Set the number of codes, clamped to 0..8.
   void SetCount(int count) { count_ = static_cast<int16_t>(std::clamp(count, 0, kLargestCount)); }
 
   /// Code i; no range check.
   AUVXStokesCode& operator()(int i) { return codes_[i]; }
   const AUVXStokesCode& operator()(int i) const { return codes_[i]; }
 
-  /// Find the first place of `code`. @return 1, or 0 with `index` untouched if the list lacks it
+  /// Find the first index of `code`. @return 1, or 0 with `index` unchanged if it is not in the list
   int FindStokes(int code, int& index) const;
 
-  /// Read from the header of `uvx`. A count outside 0..8 is moved to the nearer end.
+  /// Read from the header of `uvx`. The count is clamped to 0..8.
   /// @return 0 with an empty list if the bytes are not there
   int Load(AUVXFile& uvx);
   /// Read from the current position of `file`.
@@ -133,7 +133,7 @@ struct ZELTRA_API AUVXInfoHeader {
   char observer[16];   ///< zero-terminated
   char telescope[16];  ///< zero-terminated
 
-  // The texts, without blanks at their ends.
+  // The texts, without leading and trailing blanks.
   std::string Bunit() const;
   std::string Observer() const;
   std::string Telescope() const;
@@ -144,25 +144,25 @@ static_assert(offsetof(AUVXInfoHeader, count) == 0 && offsetof(AUVXInfoHeader, e
               offsetof(AUVXInfoHeader, bunit) == 22 && offsetof(AUVXInfoHeader, observer) == 32 &&
               offsetof(AUVXInfoHeader, telescope) == 48);
 
-/// The header as it stands in a UVX file.
+/// The header as stored in a UVX file.
 struct ZELTRA_API AUVXHeader {
   AUVXInfoHeader info;
   AUVXMinMax range;
   AUVXStokes stokes;
   int32_t IFs;         ///< number of IFs; 0 if the data have no IF axis, which counts as one
-  int32_t channels;    ///< channels of an IF
+  int32_t channels;    ///< channels per IF
   double freq0;        ///< frequency of channel 0 of IF 0, Hz
   char reserved[255];  ///< zero
 
-  /// All bytes zero, the ranges too: init them before values are checked against them.
+  /// All bytes zero, including the ranges: call init on these before checking values against them.
   AUVXHeader();
   /// The header of `uvx`; bytes that cannot be read are zero.
   explicit AUVXHeader(AUVXFile& uvx);
-  /// The header that the primary header of `fits`, which has been read, asks for, with empty ranges. Texts are cut to
+  /// The header that the primary header of `fits`, which has been read, calls for, with empty ranges. Texts are cut to
   /// their fields; the telescope is INSTRUME, and `freq0` the frequency of pixel 1 of the FREQ axis.
   explicit AUVXHeader(const AFITS& fits);
 
-  /// Write into `uvx`, whose geometry in memory stays as it is: AUVXFile::Write sets it as well.
+  /// Write into `uvx` without changing its geometry in memory; AUVXFile::Write sets that too.
   int store(AUVXFile& uvx) const;
 };
 static_assert(sizeof(AUVXHeader) == 465);

@@ -12,16 +12,15 @@ namespace zeltra {
 
 class AUVXTable;
 
-/// The table "IT": how long each record was integrated, in runs of records of one time. Seconds, 0 where it is not
-/// known.
+/// The table "IT": how long each record was integrated, as runs of records with the same time. Seconds, 0 if unknown.
 class ZELTRA_API AUVXIntegrations {
  public:
-  /// Most runs of a list, which take 64 MiB. What changes more often is given up.
+  /// Maximum number of runs, which take 64 MiB; a list that needs more is abandoned.
   static constexpr int kMostRuns = 1 << 23;
 
   AUVXIntegrations() = default;
-  /// Read a table "IT" of a file of so many records. Of one that tells another number, or whose runs do not follow each
-  /// other, nothing is kept.
+  /// Read a table "IT" of a file of the given number of records. If the table gives another number, or its runs are not
+  /// contiguous, nothing is kept.
   AUVXIntegrations(const AUVXTable& table, int records);
 
   /// Append the time of the next record.
@@ -35,7 +34,7 @@ class ZELTRA_API AUVXIntegrations {
   bool IsGivenUp() const { return isGivenUp_; }
 
   /// Make a table "IT" of the library's own family: FIRST VIS, from 1, and INTTIM; the keyword RECORDS.
-  /// @return new, the caller's
+  /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable() const;
 
  private:
@@ -53,17 +52,17 @@ class ZELTRA_API AUVXIntegrations {
   bool isGivenUp_ = false;
 };
 
-/// Looks integration times up; quick for records in their order. The list has to outlive it.
+/// Looks integration times up; fast for records in order. The list must outlive it.
 class ZELTRA_API AUVXIntegrationCursor {
  public:
   explicit AUVXIntegrationCursor(const AUVXIntegrations& list) : list_(&list) { Find(0); }
 
-  /// The time of a record, from 0, as it is stored; 0 where it is not known.
+  /// The time of a record, counted from 0, as stored; 0 if unknown.
   float Stored(int record) {
     if (record < first_ || record >= end_) Find(record);
     return seconds_;
   }
-  /// The same, and 0 too for what is none: files hold negative times, and some of a day and more.
+  /// The same, but 0 for implausible values: some files hold negative times, or times of a day and more.
   float Usable(int record) {
     const float seconds = Stored(record);
     return seconds > 0 && seconds < kDay ? seconds : 0;

@@ -18,7 +18,8 @@ template class AArray<AUVXPositionItem>;
 
 namespace {
 
-/// Number of scans from which on room is doubled: files that change the source with every record have as many scans.
+/// Above this number of scans, storage doubles: files that change source with every record have as many scans as
+/// records.
 constexpr int kLongList = 4096;
 constexpr int kLargestDoubled = 1 << 30;
 

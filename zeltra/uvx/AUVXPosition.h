@@ -27,14 +27,14 @@ ZELTRA_EXPORT_TEMPLATE(AArray<AUVXPositionItem>);
 
 /// The scans of a file in the order of its records.
 ///
-/// An index of records is made by one CheckUVGroup call for each; it takes times as they stand in the groups, and the
-/// table takes them for seconds: whoever writes the table passes groups with seconds since 0 h of the observation date.
+/// To build an index of records, call CheckUVGroup for each. It takes times as they stand in the groups, and the table
+/// takes them as seconds: to write the table, pass groups with seconds since 0 h of the observation date.
 class ZELTRA_API AUVXPosition : public AArray<AUVXPositionItem> {
  public:
   AUVXPosition() = default;
   /// Read "NX".
   explicit AUVXPosition(const AUVXTable& table) { Init(table); }
-  /// The same in place of what the list held.
+  /// The same, replacing the contents of the list.
   void Init(const AUVXTable& table);
   AUVXPosition(const AUVXPosition&) = default;
   AUVXPosition& operator=(const AUVXPosition&) = default;
@@ -42,7 +42,7 @@ class ZELTRA_API AUVXPosition : public AArray<AUVXPositionItem> {
   AUVXPosition& operator=(AUVXPosition&&) noexcept = default;
 
   /// Extend the index by the record with this number, from 0. A change of source or setup begins a new scan; a gap in
-  /// time never does. A time before the scan's start lengthens the scan, and the start stays.
+  /// time never does. A time before the scan's start lengthens the scan but does not move the start.
   /// @return the number of scans
   int CheckUVGroup(const AUVXGroup& group, int recordIndex);
   /// Add the seconds since midnight of `julianDate` to every start.
@@ -52,13 +52,13 @@ class ZELTRA_API AUVXPosition : public AArray<AUVXPositionItem> {
   int FreqSelForSrc(int sourceId) const;
   /// Number of records of a source.
   int CountForSrc(int sourceId) const;
-  /// The setups of a source, ascending, each once. @return new, the caller's
+  /// The setups of a source, ascending, each once. @return a new array, owned by the caller
   AArray<int>* GetFreqSels(int sourceId) const;
-  /// The same into `out`, which loses what it held.
+  /// The same into `out`, whose old contents are discarded.
   AArray<int>& GetFreqSels(int sourceId, AArray<int>& out) const;
 
   /// Make an "NX" table: times in days, as 32-bit floats, of the middle of each scan.
-  /// @return new, the caller's
+  /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable() const;
 };
 

@@ -1,4 +1,4 @@
-// Rows of the index that is made here.
+// Rows of the index tables that this library writes.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_UVX_AUVXPOSITIONINTERNAL_H_
 #define ZELTRA_UVX_AUVXPOSITIONINTERNAL_H_
@@ -10,8 +10,8 @@
 
 namespace zeltra {
 
-/// A row of the table that AUVXPosition::ToUVXTable makes. There may be millions, so they are not made number by
-/// number.
+/// A row of the table that AUVXPosition::ToUVXTable makes. There may be millions, so rows are written whole rather than
+/// value by value.
 struct IndexRow {
   float time, interval;  // days
   int32_t source, subarray, start, end, setup;

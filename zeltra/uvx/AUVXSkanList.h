@@ -12,7 +12,7 @@ namespace zeltra {
 
 class AUVXTable;
 
-/// One solution interval; a row of the "SL" table as it is.
+/// One solution interval; a row of the "SL" table as stored.
 struct AUVXSkanListItem {
   double tstart = 0;    ///< first time, days
   double tstop = 0;     ///< last time, days
@@ -35,12 +35,12 @@ class ZELTRA_API AUVXSkanList : public AArray<AUVXSkanListItem> {
 
   /// Read a table, with the keywords MJD0 and SOL_INT.
   ///
-  /// SOL_INT is read as an integer, deliberately: of the value that ToUVXTable writes, with an exponent, only the digit
-  /// before the point comes back (10, written as 1.0000000000E+01, reads as 1).
-  /// @return false for a table whose rows are not 24 bytes wide: the list then has its size and undefined contents
+  /// SOL_INT is read as an integer, as programs rely on: of the value that ToUVXTable writes, with an exponent, only
+  /// the digit before the decimal point is read back (10, written as 1.0000000000E+01, reads as 1).
+  /// @return false if the rows of the table are not 24 bytes wide: the list then has its size and undefined contents
   bool Create(const AUVXTable& table);
 
-  /// @return new, the caller's
+  /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable() const;
 
   double GetSolutionInterval() const { return solutionInterval_; }

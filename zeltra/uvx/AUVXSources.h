@@ -24,7 +24,7 @@ struct ZELTRA_API AUVXSourceItem {
   double raEpoch = 0;   ///< right ascension at the epoch
   double decEpoch = 0;  ///< declination at the epoch
 
-  /// The name without blanks at its ends.
+  /// The name without leading and trailing blanks.
   std::string Name() const;
 };
 
@@ -43,29 +43,29 @@ class ZELTRA_API AUVXSources : public AArray<AUVXSourceItem> {
   AUVXSources(AUVXSources&&) noexcept = default;
   AUVXSources& operator=(AUVXSources&&) noexcept = default;
 
-  /// Read "SU" anew.
+  /// Read "SU" again.
   void Init(const AUVXTable& table);
 
-  /// Place of the first source with this number, or -1.
+  /// Index of the first source with this number, or -1.
   int IndexForID(int id) const;
-  /// The source with this number, deliberately the first one if there is none such. A list without items gives an empty
-  /// item that is overwritten by the next such call.
+  /// The source with this number; if there is none, the first one, so that there is always an item. An empty list gives
+  /// an empty item that the next such call overwrites.
   AUVXSourceItem& ForID(int id);
 
-  /// Places of the sources that have no baseline: the low 16 bits of their numbers count.
-  /// @return new, the caller's
+  /// Indices of the sources that have no baseline; only the low 16 bits of their numbers are compared.
+  /// @return a new array, owned by the caller
   AArray<int>* GetDeleteRows(const AUVXBaseLines& baseLines) const;
   /// Make an "SU" table of numbers, names (cut to 16 characters), epochs and apparent coordinates; those at the epoch
   /// are not written.
-  /// @return new, the caller's
+  /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable() const;
 
   /// Precess the apparent coordinates of the sources with a negative epoch from its date to `julianDate`, and make
   /// their epochs positive.
   ///
   /// Precession in declination n and right ascension m, arc seconds a year, follow Newcomb; ra and dec go into sine,
-  /// cosine and tangent as they are stored, in whatever unit, deliberately, so that results agree with files that were
-  /// corrected before. An epoch other than 1950 and 1900 counts as J2000.
+  /// cosine and tangent as stored, whatever their unit, so that results agree with files corrected earlier. An epoch
+  /// other than 1950 and 1900 counts as J2000.
   void CorrectRADEC(double julianDate);
 };
 

@@ -394,7 +394,7 @@ int AUVXTable::ColumnOffset(int column) const {
   }
 }
 
-/// First byte of an element, of a column of bits as a whole; null if there is none such.
+/// First byte of an element, of a column of bits as a whole; null if there is no such element.
 const char* AUVXTable::Cell(int row, int column, int element, AXTblFormat& format) const {
   const int offset = row >= 0 && row < rows_ ? ColumnOffset(column) : -1;
   if (offset < 0) return nullptr;

@@ -1,4 +1,4 @@
-// How the bytes of a table's rows are read, for the lists that are made from tables.
+// Reading the bytes of a table's rows, for the lists that are made from tables.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_UVX_AUVXTABLEINTERNAL_H_
 #define ZELTRA_UVX_AUVXTABLEINTERNAL_H_
@@ -17,13 +17,13 @@ namespace zeltra {
 /// Element at `p`, at any address, of letter D, E, J or I.
 double DecodeElement(const char* p, char type);
 
-/// x + 0.5 with its fraction cut off; 0 for NaN, the nearest end of the range for what int cannot hold.
+/// x + 0.5 with its fraction dropped; 0 for NaN, and clamped to the range of int.
 int RoundedInt(double x);
 
 /// Texts of table columns and units, padded with blanks to eight characters.
 std::string PaddedToEight(const std::string& text);
 
-/// A column as the lists see it.
+/// A column as the lists use it.
 struct ListColumn {
   std::string name;
   char type;
@@ -35,8 +35,8 @@ struct ListColumn {
   bool IsNumeric() const { return count > 0 && (type == 'D' || type == 'E' || type == 'I' || type == 'J'); }
 };
 
-/// The columns of a table in their order. Letters other than A, D, E, I, J, L take no bytes of a row here,
-/// deliberately, bits among them: the columns behind such a one are read where they would lie without it.
+/// The columns of a table in order. As programs rely on, letters other than A, D, E, I, J, L, including bits, take no
+/// bytes of a row here: later columns are read where they would be without such a column.
 std::vector<ListColumn> ListColumns(const AUVXTable& table);
 
 /// Element `element` of a numeric column in one row.
@@ -66,12 +66,12 @@ void ReadField(const AUVXTable& table, const ListColumn& column, Item* items, ch
   }
 }
 
-/// Append one item as a default constructor makes it for each row of `table`.
+/// Append one default-constructed item for each row of `table`.
 /// @return the first of them
 template <typename Item>
 Item* AppendItems(AArray<Item>& list, const AUVXTable& table) {
   const int before = list.count();
-  // An index has millions of rows, so that nothing is copied where nothing has to be.
+  // An index has millions of rows, so nothing is copied unless it has to be.
   if (before == 0) {
     list.GrowBy(table.rows());
   } else {
@@ -81,7 +81,7 @@ Item* AppendItems(AArray<Item>& list, const AUVXTable& table) {
   return list.lpArray() + before;
 }
 
-/// Place of the first item with this id, or -1.
+/// Index of the first item with this id, or -1.
 template <typename Item>
 int FindId(const AArray<Item>& list, int id) {
   const Item* end = list.lpArray() + list.count();
@@ -90,7 +90,7 @@ int FindId(const AArray<Item>& list, int id) {
   return found == end ? -1 : static_cast<int>(found - list.lpArray());
 }
 
-/// The first item with this id, else the first item. An empty list gives an item of its own thread's, empty at every
+/// The first item with this id, else the first item. An empty list gives an item local to the thread, emptied at every
 /// call.
 template <typename Item>
 Item& ItemForId(AArray<Item>& list, int id) {
@@ -99,8 +99,8 @@ Item& ItemForId(AArray<Item>& list, int id) {
   return none = Item();
 }
 
-/// Places of the items whose `key` is not in the ascending `present`.
-/// @return new, the caller's
+/// Indices of the items whose `key` is not in the ascending `present`.
+/// @return a new array, owned by the caller
 template <typename Item, typename Number, typename Key>
 AArray<int>* PlacesWithout(const AArray<Item>& list, const AArray<Number>& present, Key key) {
   auto* places = new AArray<int>;

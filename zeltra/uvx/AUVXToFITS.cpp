@@ -63,7 +63,7 @@ std::string Numbered(const char* key, int number) {
 
 // Primary header
 
-/// What of the primary header the tables tell.
+/// The parts of the primary header that come from the tables.
 struct FirstSource {
   std::string object;
   double ra = 0;  // degrees

@@ -11,8 +11,8 @@ class AUVXFile;
 
 /// The complexes of one baseline at one time, [IF][channel][polarisation], polarisation fastest.
 ///
-/// A visibility is sized for its file before it is loaded: load and store move as many complexes as it has, whatever
-/// the file's header says.
+/// Size a visibility for its file before loading it: load and store move as many complexes as it has, whatever the
+/// file's header says.
 class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
  public:
   /// Sized for these axis lengths, the values uninitialised: see GrowBy.
@@ -23,7 +23,7 @@ class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
   /// Sized for the groups of `fits`, whose headers have been read.
   explicit AUVXVisibility(const AFITS& fits);
   AUVXVisibility& operator=(const AUVXVisibility&) = default;
-  /// Take over the values of `other`, whose axes have no length then.
+  /// Take over the values of `other`, whose axes then have length 0.
   AUVXVisibility(AUVXVisibility&& other) noexcept;
   AUVXVisibility& operator=(AUVXVisibility&& other) noexcept;
 
@@ -33,7 +33,7 @@ class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
   /// Number of frequency points: channels of all IFs.
   int freqs() const { return IFs_ > 0 ? channels_ * IFs_ : channels_; }
 
-  /// Place of a value; note the order of the arguments.
+  /// Index of a value; note the order of the arguments.
   int index(int channel, int IF, int stokesIndex) const { return (channels_ * IF + channel) * stokes_ + stokesIndex; }
   AUVXComplex& operator()(int channel, int IF, int stokesIndex) { return lpArray()[index(channel, IF, stokesIndex)]; }
   const AUVXComplex& operator()(int channel, int IF, int stokesIndex) const {
@@ -47,8 +47,8 @@ class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
   const AUVXComplex* operator()(int f) const { return lpArray() + stokes_ * f; }
 
   /// Size for these axis lengths; IFs below 1 count as one. The old values are lost.
-  /// @return the number of complexes; otherwise their product, not positive, and no storage is held. A shape that no
-  ///         int counts, or that no memory can be had for, becomes 0, 0, 0.
+  /// @return the number of complexes, or, with no storage held, the product of the lengths if it is not positive. A
+  ///         shape too large for an int or for memory becomes 0, 0, 0.
   int GrowBy(int IFs, int channels, int stokes);
   int GrowBy(const AUVXVisibility& other) { return GrowBy(other.IFs_, other.channels_, other.stokes_); }
   int GrowBy(const AUVXFile& uvx);
@@ -58,26 +58,26 @@ class ZELTRA_API AUVXVisibility : public AArray<AUVXComplex> {
   int load(ABFile& file);
   /// Write at the current position. @return 0 if not all was written
   ///
-  /// In lower case, the values alone, as a record holds them. Store, which every array has, writes their number before
-  /// them, which no record of a UVX file does.
+  /// In lower case: the values alone, as in a record. Store, which every array has, writes their number first, which
+  /// records of a UVX file do not have.
   int store(AUVXFile& uvx) const;
   int store(ABFile& file) const;
 
-  /// Copy from `p`, an image in memory. @return the byte behind it
+  /// Copy from `p`, an image in memory. @return the byte after it
   const char* load(const char* p);
   char* load(char* p) { return const_cast<char*>(load(static_cast<const char*>(p))); }
-  /// Copy to `p`. @return the byte behind the image
+  /// Copy to `p`. @return the byte after the image
   char* store(char* p) const;
 
   /// Decode the data values of one group at the current position of `fits`: see DecodeFITSValues.
   /// @return 0 if they are not all in the file; the contents are then undefined
   int load(AFITS& fits);
-  /// Decode them from `p`, an image in memory that reaches to the end of the group. Complexes that the group does not
-  /// have become 0 with weight 0. @return the byte behind the values
+  /// Decode them from `p`, an image in memory that reaches to the end of the group. Complexes that the group lacks
+  /// become 0 with weight 0. @return the byte after the values
   char* load(AFITS& fits, char* p);
 
-  /// Write the values as big-endian floats at the current position. The object holds big-endian values afterwards,
-  /// deliberately: callers write a visibility once.
+  /// Write the values as big-endian floats at the current position. The object is left holding big-endian values, since
+  /// callers write a visibility only once.
   int ToFITS(ABFile& file);
 
   /// Widen the ranges of re, im and weight.

@@ -161,7 +161,7 @@ std::string AUVXWriter::IndexRemark() const {
          " s apart, so that no gap below 8 times that ends a scan; --scan-gap of import and copy sets another bound";
 }
 
-// What runs once a record is inline: a call of an exported function takes a detour.
+// Functions that run once per record are inline: a call of an exported function is indirect.
 
 // Extend the index and the list of baselines.
 inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {

@@ -1,4 +1,4 @@
-// The index of records, made as they pass.
+// The index of records, made as they are written.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_UVX_SCANINDEXINTERNAL_H_
 #define ZELTRA_UVX_SCANINDEXINTERNAL_H_
@@ -12,20 +12,20 @@
 
 namespace zeltra {
 
-/// Counts the distances of the successive time stamps of one source and setup.
+/// Counts the intervals between successive time stamps of one source and setup.
 ///
-/// Only a median above 7.5 s matters, so that all shorter distances are one bin; the others have 64 bins an octave,
-/// each of which keeps its longest distance. The median is the longest of its bin: at most 1.6 % above the true one,
-/// and the true one where distances are all alike.
+/// Only a median above 7.5 s matters, so all shorter intervals share one bin; longer ones have 64 bins an octave, each
+/// of which remembers its longest interval. The median is the longest of its bin: at most 1.6 % above the true one, and
+/// exact if all intervals are equal.
 class SpacingCount {
  public:
-  /// Distances up to here are not told apart, seconds.
+  /// Intervals up to this length share a bin, seconds.
   static constexpr double kShortest = 7.5;
 
-  /// @param mayGrow  whether a distance may open a bin; otherwise it does not count where there is none
-  /// @return whether it opened one
+  /// @param mayGrow  whether an interval may open a bin; otherwise it is ignored if there is none for it
+  /// @return whether it opened a bin
   bool Add(double seconds, bool mayGrow);
-  /// Seconds; of two middle distances the shorter one; 0 without any.
+  /// Seconds; the shorter of two middle intervals; 0 if there are none.
   double Median() const;
 
  private:
@@ -35,35 +35,36 @@ class SpacingCount {
     int64 count = 0;
   };
   std::vector<Bin> bins_;  // ascending
-  size_t last_ = 0;        // the bin of the last distance
+  size_t last_ = 0;        // the bin of the last interval
 };
 
-/// Makes the table "NX" of records in their order: see AUVXWriter on where a scan ends.
+/// Makes the table "NX" of records in order: see AUVXWriter for where a scan ends.
 ///
-/// Gaps longer than any bound may be each begin a row of the table while records pass. When all distances of time
-/// stamps are known, rows are joined whose gap ends no scan. Memory: a row, of 28 bytes, and 4 bytes more for a gap.
+/// While records pass, each gap that might end a scan begins a row of the table. Once all intervals between time stamps
+/// are known, rows are joined again if the gap between them ends no scan. Memory: 28 bytes a row, and 4 bytes more for
+/// a gap.
 class ScanIndex {
  public:
   ScanIndex() { Clear(); }
 
-  /// Gaps longer than this end scans, whatever the spacing of the time stamps.
+  /// End scans at gaps longer than this, whatever the spacing of the time stamps.
   void SetGap(double seconds) { gap_ = seconds; }
-  /// Forget all records; the gap stays.
+  /// Discard all records, but keep the gap.
   void Clear();
 
-  /// The records that follow are of this subarray, which ends a scan of another one.
+  /// The records that follow belong to this subarray; a scan of another subarray ends here.
   void SetSubarray(int subarray) { subarray_ = subarray; }
   /// The next record begins a scan of a given list.
   void BeginGiven(int subarray);
-  /// Take a record that begins a given scan, or differs from the one before in its time stamp, source or setup.
+  /// Add a record that begins a given scan, or differs from the previous one in time stamp, source or setup.
   /// @param record  its number, from 0
   void Take(int record, double seconds, int source, int setup);
 
-  /// Whether there are more scans than a file has.
+  /// Whether there are more scans than a file may have.
   bool IsFull() const { return isFull_; }
   /// The table of `records` records.
   AUVXTable& Table(int records);
-  /// The largest median spacing, above the shortest gap that ends scans, for whose sake a gap ended none; 0 without.
+  /// The largest median spacing that kept a gap from ending a scan, if above the shortest gap that can; otherwise 0.
   double wideSpacing() const { return wideSpacing_; }
 
  private:
@@ -77,10 +78,10 @@ class ScanIndex {
   void Store(const AUVXPositionItem& scan, int row);
 
   AUVXTable index_;
-  std::vector<IndexRow> last_;  // rows that follow those of the table
-  std::vector<float> gaps_;     // seconds, before each row that is of the same source and setup as the one before it
+  std::vector<IndexRow> last_;  // rows after those of the table
+  std::vector<float> gaps_;     // seconds, before each row of the same source and setup as the row before it
   std::unordered_map<int, SpacingCount> spacings_;
-  int bins_ = 0;  // in all of them
+  int bins_ = 0;  // total over all of them
   AUVXPositionItem scan_;
   double end_ = 0;        // of the scan, seconds
   double stamp_ = 0;      // the last one, seconds
@@ -89,7 +90,7 @@ class ScanIndex {
   bool isBegun_ = false;  // whether the next record begins a given scan
   bool isGiven_ = false;  // whether scans are given
   bool isFull_ = false;
-  double gap_ = 0;  // 0: what the spacing of the time stamps makes it
+  double gap_ = 0;  // 0: determined by the spacing of the time stamps
   double wideSpacing_ = 0;
 };
 
