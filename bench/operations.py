@@ -27,7 +27,7 @@ OPERATIONS = [
     ("solve for phases", "solve IN --model point --interval 1 -o OUT"),
     ("sort, in order", "sort IN OUT"),
     ("sort, shuffled", "sort SHUFFLED OUT"),
-    ("sort, shuffled, 16 MiB", "sort SHUFFLED OUT --memory 16"),
+    ("sort, shuffled, 32 MiB", "sort SHUFFLED OUT --memory 32"),
     ("split", "split IN PARTS"),
     ("join", "join PARTS/3C273.uvx PARTS/3C279.uvx OUT"),
     ("apply gains", "apply IN OUT --gains GAINS"),

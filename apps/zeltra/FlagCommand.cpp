@@ -48,7 +48,7 @@ AResult PrintSummary(const AUVXContents& contents, TableFormat format, const Fla
 
 AResult Flag(Arguments& arguments, Session& session) {
   if (AResult result = CheckFlagOptions(arguments.options); !result) {
-    throw CLI::ValidationError("flag", result.message());
+    throw CLI::ValidationError("flag", arguments.from + ": " + result.message());
   }
   UVXInput input;
   if (AResult result = input.Open(arguments.from, arguments.options.selection, session); !result) return result;

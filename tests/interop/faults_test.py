@@ -77,7 +77,7 @@ class Faults(Case):
         jobs = [["info", "--json", "--baselines"], ["records", "--csv"], ["table", "AN", "--csv"], ["loops", "1-2"],
                 ["copy", out], ["copy", out, "--force"], ["average", "-o", out, "--interval", "60"],
                 ["average", "--interval", "60", "--csv"], ["closure", "--csv", "--interval", "60"], ["uvw", out],
-                ["sort", out], ["sort", out, "--order", "UV"], ["sort", out, "--order", "UV", "--memory", "1"], ["split", self.work],
+                ["sort", out], ["sort", out, "--order", "UV"], ["sort", out, "--order", "UV", "--memory", "25"], ["split", self.work],
                 ["average-frequency", out, "--channels", "all"], ["unfold", out, "--ifs"],
                 ["flag", out, "--antenna", "1"], ["shift", out, "--ra", "1", "--dec", "1", "--source", "1"],
                 ["plan", "--interval", "60"], ["average", "-o", out, "--interval", "60", "--part", "1/2"],

@@ -169,7 +169,7 @@ def shift(model, mas=(3.0, -2.0)):
 OPERATIONS = [
     ("copy", ["--if", upper_ifs], keep_second_half, 0),
     *(("sort", ["--order", order], sort(order), 0) for order in ("BT", "XY", "UV", "WR", "PZ", "M*")),
-    ("sort", ["--memory", "1"], sort("TB"), 0),
+    ("sort", ["--memory", "25"], sort("TB"), 0),
     ("delete-if", ["--keep", upper_ifs], keep_second_half, 0),
     ("average-frequency", ["--channels", "all", contiguous], average_all, 1e-6),
     ("average-frequency", ["--channels", lambda model: str(min(3, model.vis.shape[2])), "--trim", "12.5%",
@@ -270,6 +270,7 @@ class Operations(Case):
             part, setup = Model(os.path.join(folder, name)), int(name[-5])
             self.assertEqual(part.frequencies, {setup: frequencies[setup]})
             self.assertEqual(part.freq0, frequencies[setup][0][0])
+            self.assertAlmostEqual(float(part.tables["AN"].keywords["FREQ"][0]), part.freq0, delta=0.5)
             source = 1 if name.startswith("3C273") else 2
             kept = (whole.records["group"]["source"] == source) & (whole.records["group"]["frqsel"] == setup)
             np.testing.assert_array_equal(part.group, whole.records["group"][kept])
@@ -307,6 +308,13 @@ class Operations(Case):
         np.testing.assert_allclose(uvx.File(out).table("FG").column(4)[1], np.ptp(given.records["group"]["time"]) * np.arange(2) +
                                    given.records["group"]["time"][0] - given.date_obs, rtol=0, atol=1e-6)
 
+    def test_join_keeps_apart_what_only_numbers_tell_apart(self):
+        path, out = self.observation(), self.path("out.uvx")
+        uvx.renumber(path, path, {}, {}, unnamed=True)
+        zeltra("join", path, path, out)
+        group, given = uvx.File(out).records["group"], uvx.File(path).records["group"]
+        np.testing.assert_array_equal(group, np.concatenate([given, given]))
+
     def test_join_refuses_what_contradicts(self):
         path, other = self.observation(), self.path("other.uvx")
         for change, sentence in (({"position": 30}, "antenna BR lies 30 m from that of"),
@@ -320,7 +328,7 @@ class Operations(Case):
     def test_integration_times_follow_their_records(self):
         for path in sorted(glob.glob(SHARED + "/maps/*.uvf"))[:1]:
             zeltra("import", path, self.path("in.uvx"))
-            for memory in ("256", "1"):
+            for memory in ("256", "25"):
                 model = Model(self.path("in.uvx"))
                 sort("UV")(model)
                 zeltra("sort", self.path("in.uvx"), self.path("out.uvx"), "--order", "UV", "--memory", memory, "-f")

@@ -121,9 +121,9 @@ def with_tables(path, tables):
     return path
 
 
-def renumber(path, out, sources, antennas, days=0, position=0, name=False, unit=b""):
+def renumber(path, out, sources, antennas, days=0, position=0, name=False, unit=b"", unnamed=False):
     """A file with other numbers of sources and antennas, or something else in the way of joining the two: antenna 1
-    moved, both sources under each other's name, another unit."""
+    moved, both sources under each other's name, another unit, antennas without names and positions."""
     with open(path, "rb") as file:
         raw = bytearray(file.read())
     file = File(path)
@@ -159,6 +159,8 @@ def renumber(path, out, sources, antennas, days=0, position=0, name=False, unit=
                 cell[:] = moved.view("u1")
             if title == "SOURCE" and letter == "A" and name:
                 cell[:] = cell[::-1].copy()
+            if title in ("ANNAME", "STABXYZ") and unnamed:
+                cell[:] = 0
             offset += width
     with open(out, "wb") as made:
         made.write(raw)

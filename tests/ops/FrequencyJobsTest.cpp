@@ -8,6 +8,7 @@
 #include "zeltra/fits/AFITSxtbl.h"
 #include "zeltra/ops/AverageFrequency.h"
 #include "zeltra/ops/DeleteIFs.h"
+#include "zeltra/ops/ShiftUVX.h"
 #include "zeltra/ops/SqueezeUVX.h"
 #include "zeltra/ops/UnfoldUVX.h"
 #include "zeltra/uvx/AUVXFqTbl.h"
@@ -206,6 +207,7 @@ TEST(Squeeze, TakesTheSetupsOfASource) {
   const AUVXFqTbl made(out.uvx());
   ASSERT_EQ(made.GetFreqSels(), 1);
   EXPECT_EQ(made.GetFreqSelID(0), 2);
+  EXPECT_DOUBLE_EQ(out.uvx().freq0(), 1.4e9 + 6e8);
   EXPECT_DOUBLE_EQ(made.GetFreq(2, 0, 0), 1.4e9 + 6e8 + 2 * 2e6);
   EXPECT_EQ(out.uvx().count(), 6);
   ASSERT_TRUE(SQFromChannel(two, channels.path(), options));
@@ -216,6 +218,34 @@ TEST(Squeeze, TakesTheSetupsOfASource) {
   both.Look();
   EXPECT_DOUBLE_EQ(both.uvx().freq0(), 1.4e9 + 1.5e6);
   EXPECT_DOUBLE_EQ(AUVXFqTbl(both.uvx()).GetFreq(0, 1, 1), 1.4e9 + 7e8 + 1.5 * 3e6);
+}
+
+TEST(Squeeze, GivesOneChannelTheWholeBandwidth) {
+  const auto squeezed = [](double second, double width) {
+    Source source(SyntheticUVX().IFs(2).Channels(4).Table(
+        TableOf<double>("FQ", {{"IF FREQ", "HZ", "2D"}, {"CH WIDTH", "HZ", "2D"}, {"TOTAL BANDWIDTH", "HZ", "2D"}}, 1,
+                        {0, second, 1e6, width, 4e6, 4e6})));
+    SqueezeOptions options;
+    options.IFs = options.channels = true;
+    Made out;
+    const AResult result = SaveAndSQ(source, out.path(), options);
+    if (!result) return std::pair(result.message(), std::vector<double>());
+    out.Look();
+    return std::pair(result.message(), Numbers(out, "FQ"));
+  };
+  EXPECT_THAT(squeezed(4e6, 1e6).second, ElementsAre(0, 4e6, 8e6));
+  EXPECT_THAT(squeezed(9e6, -1e6).second, ElementsAre(0, 4e6, 4e6));
+  EXPECT_THAT(squeezed(std::numeric_limits<double>::quiet_NaN(), 1e6).first, HasSubstr("no frequencies for IF 2"));
+}
+
+TEST(FrequencyJobs, RefuseFrequenciesThatAreNotKnown) {
+  Source source(
+      SyntheticUVX().IFs(2).Table(TableOf<double>("SU", {{"RAEPO", "", "1D"}, {"DECEPO", "", "1D"}}, 1, {1, 2})));
+  Made out;
+  EXPECT_THAT(Error(ShiftUVX(source, out.path(), {}, nullptr)), HasSubstr("no table FQ"));
+  DeleteIFsOptions options;
+  options.deleted = {0};
+  EXPECT_THAT(Error(DeleteIFs(source, out.path(), options)), HasSubstr("no table FQ"));
 }
 
 TEST(Unfold, GivesTablesARowForEverySetup) {

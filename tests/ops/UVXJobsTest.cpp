@@ -65,7 +65,8 @@ TEST(CopyUVX, LeavesRowsOfAntennasAndSourcesOut) {
   EXPECT_EQ(copy.Table("AN")->rows(), 3);
   EXPECT_EQ(copy.Table("TY")->rows(), 1);
   EXPECT_EQ(copy.Table("TY")->Number(0, 0), 2);
-  EXPECT_EQ(Image(copy, "SU"), Image(source, "SU"));
+  EXPECT_EQ(copy.Table("SU")->rows(), 1);
+  EXPECT_EQ(copy.Table("SU")->Number(0, 0), 2);
   EXPECT_EQ(AUVXPosition(*copy.Table("NX")).CountForSrc(2), 6);
 }
 
@@ -119,7 +120,8 @@ TEST(CopyUVX, ReducesColumnsThatAreAboutIFs) {
   Made copy;
   CopySummary summary;
   ASSERT_TRUE(CopyUVX(source, copy.path(), options, &summary));
-  ASSERT_EQ(summary.remarks.size(), 1u);
+  ASSERT_EQ(summary.remarks.size(), 2u);
+  EXPECT_THAT(summary.remarks[1], HasSubstr("no table FQ"));
   EXPECT_THAT(summary.remarks[0],
               HasSubstr("left out, which are about IFs or channels that are not there any more, or may be: XX"));
   copy.Look();

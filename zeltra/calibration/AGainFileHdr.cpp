@@ -157,7 +157,7 @@ AResult DescribeGains(AUVXInput& input, AGains& gains) {
   header = AGainFileHdr();
   header.dateObs = given.info.dateObs;
   header.freq0 = given.freq0;
-  header.IFs = static_cast<int16_t>(std::clamp<int>(given.IFs, 1, INT16_MAX));
+  header.IFs = static_cast<int16_t>(std::clamp(int{given.IFs}, 1, INT16_MAX));
   if (given.IFs > INT16_MAX) return AResult::Fail(input.path() + ": has more IFs than gains are kept for, 32767");
   DescribePolarisations(given.stokes, header);
   SetFieldText(header.timeScale, sizeof header.timeScale, contents.timeScale());

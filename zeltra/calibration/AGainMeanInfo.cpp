@@ -141,7 +141,7 @@ int GainAverrage(const AGainArray& gains, double seconds, double start, AGainArr
     const AGainArrayItem& item = gains(i);
     // A Julian date is good for 0.04 ms: times that lie at a bound but for that belong to the interval that begins.
     const double number = std::floor(((item.time - start) * kSecondsPerDay + 1e-4) / seconds);
-    const Interval interval(number, item.source, item.setup, item.subarray, item.reference);
+    const Interval interval(number, int{item.source}, int{item.setup}, int{item.subarray}, int{item.reference});
     spans[interval].Add(item);
     const auto [found, isNew] = intervals.try_emplace({interval, KeyOf(item)});
     if (isNew) found->second.first = item;

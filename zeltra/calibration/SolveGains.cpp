@@ -429,7 +429,7 @@ void Solver::Refer() {
       };
       end = static_cast<int>(std::find_if(gains_.lpArray() + first, gains_.lpArray() + span.end, isOther) -
                              gains_.lpArray());
-      int& current = references[{gains_(first).ifIndex, gains_(first).hand}];
+      int& current = references[{int{gains_(first).ifIndex}, int{gains_(first).hand}}];
       const AGainArrayItem* reference = FindReference(first, end, order, current);
       if (!reference) continue;
       const uint8_t number = reference->antenna;
@@ -458,7 +458,7 @@ void Solver::Normalize() {
   for (int i = 0; i < gains_.count(); ++i) {
     const AGainArrayItem& item = gains_(i);
     if (!item.isValid()) continue;
-    auto& [sum, count] = logarithms[{item.ifIndex, item.hand}];
+    auto& [sum, count] = logarithms[{int{item.ifIndex}, int{item.hand}}];
     sum += std::log(std::abs(item.gain()));
     ++count;
   }
@@ -467,7 +467,7 @@ void Solver::Normalize() {
     factors[key] = isNormalized() ? std::exp(-sum.first / static_cast<double>(sum.second)) : 1;
   for (int i = 0; i < gains_.count(); ++i) {
     AGainArrayItem& item = gains_(i);
-    if (item.isValid()) item.SetGain(factors[{item.ifIndex, item.hand}] * item.gain());
+    if (item.isValid()) item.SetGain(factors[{int{item.ifIndex}, int{item.hand}}] * item.gain());
   }
   if (!isNormalized() || factors.empty()) return;
   const auto [least, most] = std::minmax_element(factors.begin(), factors.end(),

@@ -164,6 +164,7 @@ AResult WriteAverages(AUVXInput& from, const std::string& to, const AverageFrequ
                       CopySummary& summary) {
   std::unique_ptr<AUVXTable> setups;
   if (AResult result = OpenSetups(from, setups); !result) return result;
+  if (AResult result = CheckFrequencies(from.path(), *setups, std::max(from.uvx().IFs(), 1)); !result) return result;
   FrequencyAverage average;
   average.needsAll = options.needsAll;
   average.command = AverageFrequencyDescription().Command(options);

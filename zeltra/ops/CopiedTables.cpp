@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
+#include "zeltra/ops/RowNumbersInternal.h"
 #include "zeltra/uvx/AUVXAntenns.h"
 
 namespace zeltra {
@@ -15,6 +17,14 @@ AResult CopyTable(AUVXInput& from, const AUVXTableItem& item, AUVXWriter& to,
   const std::unique_ptr<AUVXTable> table = from.Table(item);
   if (!table) return AResult::Fail(from.path() + ": a table cannot be read any more");
   return !change || change(*table) ? to.AddTable(*table) : AResult::Ok();
+}
+
+// Keep the rows of these sources, in ascending order.
+void DropSources(AUVXTable& list, const AArray<short>& sources, const RowNumbers& numbers) {
+  const int column = numbers.columns().front().place;
+  KeepRows(list, [&](int row) {
+    return std::binary_search(sources.lpArray(), sources.lpArray() + sources.count(), list.Number(row, column));
+  });
 }
 
 }  // namespace
@@ -52,8 +62,14 @@ void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines) {
     // Source 0 stands for all of them.
     const std::unique_ptr<AArray<short>> sources(baseLines.getSourceMap());
     const short* begin = sources->lpArray();
-    sources->InsertAt(static_cast<int>(std::lower_bound(begin, begin + sources->count(), short{0}) - begin), 0);
-    table.CheckSources(sources.get());
+    const int place = static_cast<int>(std::lower_bound(begin, begin + sources->count(), short{0}) - begin);
+    const bool hasZero = place < sources->count() && (*sources)(place) == 0;
+    if (!hasZero) sources->InsertAt(place, 0);
+    if (table.Code() != "SU") {
+      table.CheckSources(sources.get());
+    } else if (const std::optional<RowNumbers> numbers = RowNumbers::Of(table); numbers && !hasZero) {
+      DropSources(table, *sources, *numbers);
+    }
   }
 }
 

@@ -21,7 +21,8 @@ AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
 AResult CopyTables(AUVXInput& from, AUVXWriter& to, const AUVXHeaderCards& cards, const std::string& command,
                    const std::function<bool(AUVXTable&)>& change);
 
-/// Take out the rows of antennas and sources that have no records. Rows of all sources, number 0, stay.
+/// Take out the rows of antennas and sources that have no records. Rows of all sources, number 0, stay; so does
+/// a list of sources where records are of source 0.
 void DropUnusedRows(AUVXTable& table, const AUVXBaseLines& baseLines);
 
 }  // namespace zeltra

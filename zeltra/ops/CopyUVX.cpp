@@ -107,6 +107,9 @@ AResult Copier::CopyTables() {
     return tables.Change(table);
   });
   summary_.remarks = tables.Remarks();
+  if (!channels_.Frequencies().IsNone() && !from_.Table("FQ")) {
+    summary_.remarks.push_back("there is no table FQ, so that the frequencies of what is kept are not known");
+  }
   if (const std::string remark = scans_->Remark(); !remark.empty()) summary_.remarks.push_back(remark);
   return result;
 }

@@ -85,7 +85,7 @@ class FlagTextReader {
   using Pair = std::pair<int, int>;
 
   AResult Fail(const std::string& what) const {
-    return AResult::Fail(path_ + ": line " + std::to_string(lexer_.line()) + ": " + what);
+    return AResult::Fail(path_ + ": line " + std::to_string(line_) + ": " + what);
   }
   AResult ReadAssignment();
   AResult Apply(const std::string& key, const std::vector<FlagWord>& values);
@@ -102,6 +102,7 @@ class FlagTextReader {
 
   const std::string path_;
   FlagLexer lexer_;
+  int line_ = 1;  // on which the keyword or / that is read stands
   const AUVXContents& contents_;
   FlagEntries& entries_;
   FlagListNotes& notes_;
@@ -119,6 +120,7 @@ class FlagTextReader {
 
 AResult FlagTextReader::Run() {
   while (lexer_.Peek() != 0) {
+    line_ = lexer_.line();
     AResult result = lexer_.Takes('/') ? EndEntry() : ReadAssignment();
     if (!result) return result;
   }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <memory>
 
 #include "zeltra/core/Text.h"
@@ -12,10 +11,10 @@
 #include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/FlagEntriesInternal.h"
 #include "zeltra/ops/KeptScansInternal.h"
+#include "zeltra/ops/KnownFrequenciesInternal.h"
 #include "zeltra/ops/RecordChoice.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/ops/SharedOptionsInternal.h"
-#include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
@@ -59,6 +58,7 @@ class Flagger {
         summary_(summary),
         contents_(from.contents()),
         integrations_(contents_.integrations()),
+        frequencies_(from),
         IFs_(std::max(from.uvx().IFs(), 1)),
         channels_(from.uvx().channels()),
         stokes_(from.uvx().stokes()),
@@ -90,6 +90,7 @@ class Flagger {
   FlagSummary& summary_;
   const AUVXContents& contents_;
   AUVXIntegrationCursor integrations_;
+  KnownFrequencies frequencies_;
   const int IFs_, channels_, stokes_;
   const bool hasAmplitudes_;
   RecordChoice choice_;
@@ -98,18 +99,21 @@ class Flagger {
   std::vector<Mark> begin_;  // initial marks of every record taken
   std::vector<Mark> marks_;  // those of the record
   std::vector<AUVXComplex> values_;
-  std::map<int, AUVXFreqs> frequencies_;  // by setup
-  bool isTaken_ = false;                  // the record
-  int scan_ = 0;                          // of the record, where subarrays matter
+  bool isTaken_ = false;  // the record
+  int scan_ = 0;          // of the record, where subarrays matter
   int64 turned_ = 0, turnedRecords_ = 0;
 };
 
 AResult Flagger::Open() {
-  if (AResult result = CheckFlagOptions(options_); !result) return result;
+  if (AResult result = CheckFlagOptions(options_); !result)
+    return AResult::Fail(from_.path() + ": " + result.message());
   if (AResult result = from_.CheckTables(); !result) return result;
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = choice_.Open(from_, options_.selection, RecordChoice::UVDistances); !result) return result;
   if (AResult result = SelectValues(); !result) return result;
+  if (options_.selection.uvRange.IsLimited()) {
+    if (AResult result = frequencies_.Open(); !result) return result;
+  }
   return ReadLists();
 }
 
@@ -217,6 +221,8 @@ AResult Flagger::Run(const std::string& to) {
     isTaken_ = choice_.Takes(group, record.index);
     isAnyTaken = isAnyTaken || isTaken_;
     if (isTaken_) {
+      if (options_.selection.uvRange.IsLimited()) copied = frequencies_.Check(record);
+      if (!copied) return false;
       MarkRecord(record);
       Turn(group, record);
     }
@@ -247,11 +253,7 @@ void Flagger::MarkRecord(const WalkedRecord& record) {
 
 // Exclude the values outside the range of uv distances, each at its own frequency.
 void Flagger::MarkDistances(const AUVXGroup& group) {
-  const auto found = frequencies_.find(group.freqSel());
-  const AUVXFreqs& frequencies =
-      found != frequencies_.end()
-          ? found->second
-          : frequencies_.emplace(group.freqSel(), AUVXFreqs(from_.uvx(), group.freqSel())).first->second;
+  const AUVXFreqs& frequencies = frequencies_.Of(group.freqSel());
   const double seconds = std::hypot(group.u(), group.v());
   const auto stokes = static_cast<size_t>(stokes_);
   for (size_t point = 0; point * stokes < marks_.size(); ++point) {
@@ -409,7 +411,7 @@ AJobDescription DescribeFlag() {
 }  // namespace
 
 AResult CheckFlagOptions(const FlagOptions& options) {
-  if (!HasCriterion(options) && IsEmpty(options.selection)) {
+  if (!options.unflag && !HasCriterion(options) && IsEmpty(options.selection)) {
     return AResult::Fail("nothing says what to flag: a selection, --clip, --below, --trim, --table or --file");
   }
   if (options.clip < options.below) return AResult::Fail("--clip is less than --below, which flags everything");

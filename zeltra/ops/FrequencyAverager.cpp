@@ -87,7 +87,7 @@ AResult Averager::CopyTables() {
     return tables.Change(table);
   });
   for (std::string& remark : tables.Remarks()) summary_.remarks.push_back(std::move(remark));
-  for (std::string remark : {means_.Remark(), scans_->Remark()}) {
+  for (std::string remark : {means_.Remark(), means_.NotFiniteRemark(), scans_->Remark()}) {
     if (!remark.empty()) summary_.remarks.push_back(std::move(remark));
   }
   return result;

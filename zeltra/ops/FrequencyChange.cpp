@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "zeltra/ops/FrequencyChangeInternal.h"
 #include "zeltra/ops/IFColumnsInternal.h"
@@ -51,14 +52,40 @@ double FrequencyChange::NewStart(const SetupFrequencies& setups, int row, size_t
 
 double FrequencyChange::NewWidth(const SetupFrequencies& setups, int row, size_t part) const {
   if (!isStacked) return step * setups.Width(row, parts[part][0]);
-  double sum = 0;
-  for (const int i : parts[part]) sum += setups.Width(row, i);
-  return step * sum / static_cast<double>(parts[part].size());
+  double sum = 0, absolute = 0;
+  for (const int i : parts[part]) {
+    sum += setups.Width(row, i);
+    absolute += std::fabs(setups.Width(row, i));
+  }
+  // One channel of IFs of both sidebands has none.
+  const bool isMixed = std::fabs(sum) < absolute * (1 - 1e-12);
+  return step * (isMixed ? absolute : sum) / static_cast<double>(parts[part].size());
+}
+
+double FrequencyChange::NewBandwidth(const SetupFrequencies& setups, int row, size_t part) const {
+  if (isStacked && count == 1) {
+    const Span span = SpanOf(setups, row, part);
+    if (span.isFilled) return span.high - span.low;
+  }
+  return std::fabs(NewWidth(setups, row, part)) * count;
+}
+
+FrequencyChange::Span FrequencyChange::SpanOf(const SetupFrequencies& setups, int row, size_t part) const {
+  double low = std::numeric_limits<double>::infinity(), high = -low, covered = 0;
+  for (const int i : parts[part]) {
+    const double channel = setups.Width(row, i), edge = setups.Start(row, i) - channel / 2;
+    const double other = edge + channels * channel;
+    low = std::min({low, edge, other});
+    high = std::max({high, edge, other});
+    covered += std::fabs(channel) * channels;
+  }
+  const double tolerance = 0.01 * std::fabs(setups.Width(row, parts[part][0]));
+  return {low, high, std::fabs(high - low - covered) <= tolerance};
 }
 
 double FrequencyChange::Shift(const AUVXTable& setups) const {
   const SetupFrequencies frequencies(setups);
-  return parts.empty() || count == 0 ? 0 : NewStart(frequencies, 0, 0) - frequencies.Start(0, 0);
+  return parts.empty() || count == 0 ? 0 : NewStart(frequencies, 0, 0) - frequencies.Start(0, 0) + leftOut;
 }
 
 void FrequencyChange::Change(AUVXHeader& header, const AUVXTable* setups) const {
@@ -94,8 +121,28 @@ bool FrequencyChange::Translate(Range ofIFs, Range ofChannels, size_t part, std:
   return true;
 }
 
+AResult CheckFrequencies(const std::string& path, const AUVXTable& setups, int IFs) {
+  const SetupFrequencies frequencies(setups);
+  for (int row = 0; row < setups.rows(); ++row) {
+    for (int i = 0; i < IFs; ++i) {
+      if (std::isfinite(setups.Number(row, frequencies.startColumn, i)) &&
+          std::isfinite(setups.Number(row, frequencies.widthColumn, i)))
+        continue;
+      return AResult::Fail(path + ": its table FQ gives no frequencies for IF " + std::to_string(i + 1) + " of setup " +
+                           std::to_string(frequencies.Id(row)));
+    }
+  }
+  return AResult::Ok();
+}
+
 AResult CheckSetups(const std::string& path, const FrequencyChange& change, const AUVXTable* setups) {
-  if (change.IsNone() || !setups || FillsRows(*setups)) return AResult::Ok();
+  if (change.IsNone()) return AResult::Ok();
+  if (!setups || setups->rows() == 0) {
+    if (change.parts.empty() || change.parts[0][0] == 0) return AResult::Ok();
+    return AResult::Fail(
+        path + ": has no table FQ, so that IF 1, whose frequency is that of the file, cannot be left " + "out");
+  }
+  if (FillsRows(*setups)) return CheckFrequencies(path, *setups, change.IFs);
   return AResult::Fail(path + ": IFs or channels cannot be left out, since the columns of its table FQ do not " +
                        "fill the rows");
 }

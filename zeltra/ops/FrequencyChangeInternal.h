@@ -12,7 +12,8 @@
 
 namespace zeltra {
 
-/// The frequencies in an "FQ" table, by row and IF, Hz: columns are found as by AUVXFqTbl, and 0 replaces NaN.
+/// The frequencies in an "FQ" table, by row and IF, Hz: columns are found as by AUVXFqTbl, and 0 replaces
+/// NaN: see CheckFrequencies.
 class SetupFrequencies {
  public:
   explicit SetupFrequencies(const AUVXTable& setups);
@@ -41,6 +42,12 @@ struct FrequencyChange {
     bool operator==(const Range&) const = default;
   };
 
+  /// Frequencies relative to that of the header, Hz.
+  struct Span {
+    double low, high;
+    bool isFilled;  ///< by IFs that neither leave gaps nor overlap
+  };
+
   int IFs = 1;  ///< of the input, at least 1
   int channels = 0;
   std::vector<std::vector<int>> parts;  ///< for each IF of the output, the IFs that it is made from, ascending
@@ -51,6 +58,7 @@ struct FrequencyChange {
   int step = 1;            ///< from one output channel to the next
   int width = 1;           ///< how many channels make one output channel
   int count = 0;           ///< number of channels in an output IF
+  double leftOut = 0;      ///< from the first setup to the first of those that are kept, Hz
 
   /// No change.
   static FrequencyChange None(const AUVXHeader& header);
@@ -58,11 +66,15 @@ struct FrequencyChange {
   bool KeepsChannels() const { return first == 0 && step == 1 && width == 1 && used == channels; }
   bool KeepsIFs() const { return static_cast<int>(parts.size()) == IFs; }
   bool JoinsIFs() const;
-  bool IsNone() const { return KeepsIFs() && KeepsChannels(); }
+  bool IsNone() const { return KeepsIFs() && KeepsChannels() && leftOut == 0; }
 
   /// Frequency of the first channel of an output IF, relative to the input's header, and the width.
   double NewStart(const SetupFrequencies& setups, int row, size_t part) const;
   double NewWidth(const SetupFrequencies& setups, int row, size_t part) const;
+  /// The bandwidth of an output IF: where the IFs of a part become one channel and fill a span, it is all of that.
+  double NewBandwidth(const SetupFrequencies& setups, int row, size_t part) const;
+  /// What all channels of the IFs of a part cover.
+  Span SpanOf(const SetupFrequencies& setups, int row, size_t part) const;
   /// The increase of the header's frequency, which follows the first IF of the first setup.
   double Shift(const AUVXTable& setups) const;
   /// Update the axis lengths and the frequency of a header. @param setups  the "FQ" table, null if there is none
@@ -73,6 +85,8 @@ struct FrequencyChange {
   bool Translate(Range ofIFs, Range ofChannels, size_t part, std::vector<Range>& runs) const;
 };
 
+/// Check that a table "FQ" gives frequencies for all these IFs in all of its setups.
+AResult CheckFrequencies(const std::string& path, const AUVXTable& setups, int IFs);
 /// Check that frequencies can be changed. @param setups  the "FQ" table, null if there is none
 AResult CheckSetups(const std::string& path, const FrequencyChange& change, const AUVXTable* setups);
 

@@ -108,13 +108,14 @@ AUVXComplex FrequencyMeans::Mean(const Sums& sums, const Place& place) {
                      isWhole || !needsAll_ ? weight : -weight);
 }
 
-AUVXComplex FrequencyMeans::FlaggedMean(const AUVXComplex* values, const Place& place) const {
+AUVXComplex FrequencyMeans::FlaggedMean(const AUVXComplex* values, const Place& place) {
   Sums weighted, plain;
   for (size_t i = place.firstRun; i < place.endRun; ++i) {
     for (int point = runs_[i].first; point < runs_[i].first + runs_[i].count; ++point) {
       const AUVXComplex& value = values[static_cast<std::ptrdiff_t>(point) * stokes_];
-      if (!IsFinite(value)) continue;
-      const double weight = std::fabs(double{value.weight});
+      if (!(value.weight <= 0) && !IsFinite(value)) ++notFinite_;
+      if (!std::isfinite(value.re) || !std::isfinite(value.im) || std::isnan(value.weight)) continue;
+      const double weight = std::isfinite(value.weight) ? std::fabs(double{value.weight}) : 0;
       weighted.re += weight * double{value.re};
       weighted.im += weight * double{value.im};
       weighted.weight += weight;
@@ -138,6 +139,12 @@ std::string FrequencyMeans::Remark() const {
   if (needsAll_) return means + "are flagged, since not all of their values are valid";
   return means + "lack flagged values: " + share(counted_, points_) +
          " of theirs are there, so that their frequencies are not quite those of the channels";
+}
+
+std::string FrequencyMeans::NotFiniteRemark() const {
+  if (notFinite_ == 0) return {};
+  return std::to_string(notFinite_) + " values are not finite, or have such weights; means of only such and flagged " +
+         "values are flagged";
 }
 
 }  // namespace zeltra

@@ -15,7 +15,8 @@ namespace zeltra {
 /// finite numbers; its weight is sum w. Sums are in double precision, separately for each polarisation.
 ///
 /// If no value counts, the mean is flagged: it is the mean of the finite values weighted by the absolute weights, with
-/// minus their sum as its weight, so that it can be restored; if all weights are 0, the plain mean with weight 0.
+/// minus their sum as its weight, so that it can be restored; if all weights are 0 or infinite, the plain mean with
+/// weight 0.
 class FrequencyMeans {
  public:
   /// @param needsAll  whether a mean is flagged, with a negative weight, if any of its values does not count
@@ -28,6 +29,9 @@ class FrequencyMeans {
   /// A sentence about means for which some values did not count, so that their frequencies differ slightly from those
   /// of the channels; empty if there are none.
   std::string Remark() const;
+  /// A sentence about values that are flagged in the mean only since they, or their weights, are not finite; empty if
+  /// there are none.
+  std::string NotFiniteRemark() const;
 
  private:
   // A run of adjacent frequency points of the input: IF x channels + channel.
@@ -48,7 +52,7 @@ class FrequencyMeans {
   void AddRun(int first, int count);
   void SumUp(const AUVXComplex* values, const Place& place, Sums* sums) const;
   AUVXComplex Mean(const Sums& sums, const Place& place);
-  AUVXComplex FlaggedMean(const AUVXComplex* values, const Place& place) const;
+  AUVXComplex FlaggedMean(const AUVXComplex* values, const Place& place);
 
   int stokes_;
   bool needsAll_;
@@ -57,6 +61,7 @@ class FrequencyMeans {
   int64 means_ = 0;                 // of values that count
   int64 partial_ = 0;               // those of them in which some values do not count
   int64 points_ = 0, counted_ = 0;  // of the latter
+  int64 notFinite_ = 0;             // values in means of which no value counts, though their weight does not flag them
 };
 
 }  // namespace zeltra

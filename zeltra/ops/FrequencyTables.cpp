@@ -52,7 +52,7 @@ bool FrequencyTables::Change(AUVXTable& table) {
   if (change_.IsNone()) return true;
   const std::string code = table.Code();
   const bool isKept = code == "FG" ? TranslateFlags(table) : ChangeColumns(table);
-  if (code == "AN") FollowReference(table);
+  if (code == "AN") FollowReference(table, freq0_, shift_);
   if (!isKept) LeaveOut(table);
   return isKept;
 }
@@ -86,24 +86,11 @@ void FrequencyTables::MoveFrequencies(const AUVXTable& from, AUVXTable& setups) 
   for (int row = 0; row < setups.rows(); ++row) {
     for (size_t part = 0; part < change_.parts.size(); ++part) {
       const int i = static_cast<int>(part);
-      const double width = change_.NewWidth(frequencies, row, part);
       setups.SetNumber(row, frequencies.startColumn, i, change_.NewStart(frequencies, row, part) - shift_);
-      setups.SetNumber(row, frequencies.widthColumn, i, width);
+      setups.SetNumber(row, frequencies.widthColumn, i, change_.NewWidth(frequencies, row, part));
       if (change_.KeepsChannels() && !change_.JoinsIFs()) continue;
-      setups.SetNumber(row, frequencies.bandwidthColumn, i, std::fabs(width) * change_.count);
+      setups.SetNumber(row, frequencies.bandwidthColumn, i, change_.NewBandwidth(frequencies, row, part));
     }
-  }
-}
-
-// The keyword FREQ of "AN" is normally the reference frequency of the file.
-void FrequencyTables::FollowReference(AUVXTable& antennas) const {
-  for (int i = 0; i < antennas.keywords().count(); ++i) {
-    const AUVXTableKeyWord& keyWord = antennas.keywords()(i);
-    if (shift_ == 0 || keyWord.Key() != "FREQ" || std::fabs(keyWord.Number() - freq0_) > 0.5) continue;
-    std::string number = valToStr(freq0_ + shift_);
-    std::replace(number.begin(), number.end(), 'e', 'E');
-    SetKeyWord(antennas, "FREQ", number);
-    return;
   }
 }
 
@@ -125,16 +112,21 @@ bool FrequencyTables::AreAlike(const AUVXTable& table) const {
   return true;
 }
 
-void FrequencyTables::FillMeans(const AUVXTable& from, AUVXTable& sources) const {
+void FrequencyTables::FillMeans(const AUVXTable& from, AUVXTable& sources) {
   for (int column = 0; column < from.columnCount(); ++column) {
     if (ElementsOfIF(from, column, change_.IFs) != 1) continue;
+    bool differs = false;
     for (int row = 0; row < from.rows(); ++row) {
       for (size_t part = 0; part < change_.parts.size(); ++part) {
         double sum = 0;
-        for (const int i : change_.parts[part]) sum += from.Number(row, column, i);
+        for (const int i : change_.parts[part]) {
+          sum += from.Number(row, column, i);
+          differs |= from.Number(row, column, i) != from.Number(row, column, change_.parts[part][0]);
+        }
         sources.SetNumber(row, column, static_cast<int>(part), sum / static_cast<double>(change_.parts[part].size()));
       }
     }
+    if (differs) averaged_ += (averaged_.empty() ? "" : ", ") + from.columns()(column).Name();
   }
 }
 
@@ -182,11 +174,25 @@ std::vector<std::string> FrequencyTables::Remarks() const {
                       leftOut_);
   }
   if (hasEmptied_) remarks.push_back("table AN is left without polarisation terms, which are others for each IF");
+  if (!averaged_.empty()) {
+    remarks.push_back("columns of table SU that differ between IFs are now the means over them: " + averaged_);
+  }
   if (flagsLeftOut_ > 0) {
     remarks.push_back(std::to_string(flagsLeftOut_) + (flagsLeftOut_ == 1 ? " entry" : " entries") +
                       " of table FG left out, for a part of what is one channel now");
   }
   return remarks;
+}
+
+void FollowReference(AUVXTable& antennas, double freq0, double shift) {
+  for (int i = 0; i < antennas.keywords().count(); ++i) {
+    const AUVXTableKeyWord& keyWord = antennas.keywords()(i);
+    if (shift == 0 || keyWord.Key() != "FREQ" || std::fabs(keyWord.Number() - freq0) > 0.5) continue;
+    std::string number = valToStr(freq0 + shift);
+    std::replace(number.begin(), number.end(), 'e', 'E');
+    SetKeyWord(antennas, "FREQ", number);
+    return;
+  }
 }
 
 }  // namespace zeltra

@@ -40,19 +40,22 @@ class FrequencyTables {
  private:
   bool ChangeColumns(AUVXTable& table);
   void MoveFrequencies(const AUVXTable& from, AUVXTable& setups) const;
-  void FollowReference(AUVXTable& antennas) const;
   bool AreAlike(const AUVXTable& table) const;
-  void FillMeans(const AUVXTable& from, AUVXTable& sources) const;
+  void FillMeans(const AUVXTable& from, AUVXTable& sources);
   bool TranslateFlags(AUVXTable& flags);
   bool TranslateFlag(AUVXTable& flags, int row, AUVXTable& to);
 
   FrequencyChange change_;
   double freq0_, shift_;
   int ifsColumn_ = -1, channelsColumn_ = -1;
-  std::string leftOut_;  // codes of tables
+  std::string leftOut_;   // codes of tables
+  std::string averaged_;  // columns of "SU"
   bool hasEmptied_ = false;
   int64 flagsLeftOut_ = 0;
 };
+
+/// The keyword FREQ of "AN" is normally the reference frequency of the file: where it is `freq0`, move it too.
+void FollowReference(AUVXTable& antennas, double freq0, double shift);
 
 }  // namespace zeltra
 

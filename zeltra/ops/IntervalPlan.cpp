@@ -90,10 +90,7 @@ AResult IntervalPlan::SetClock() {
     const int stream = StreamOf(i);
     if (stream < 0 || !seen.insert(stream).second || scans(i).startVis < 1) continue;
     const double date = TimeOf(scans(i).startVis - 1);
-    if (!std::isfinite(date)) {
-      return AResult::Fail(input_.path() + ": the time of record " + std::to_string(scans(i).startVis) +
-                           " is not a number");
-    }
+    if (!std::isfinite(date)) return HasNoTime(scans(i).startVis - 1);
     first = std::min(first, date);
   }
   const double date = contents_.header().info.dateObs;
@@ -128,6 +125,35 @@ AResult IntervalPlan::FindStretches() {
 AResult IntervalPlan::GoesBack(int record) const {
   return AResult::Fail(input_.path() + ": record " + std::to_string(record + 1) +
                        " goes back in time; averaging needs time order, which 'zeltra sort' establishes");
+}
+
+int IntervalPlan::ScanOf(int record) const {
+  const AUVXPositionItem* list = contents_.scans().lpArray();
+  const auto isBefore = [](const AUVXPositionItem& scan, int place) { return scan.endVis <= place; };
+  return static_cast<int>(std::lower_bound(list, list + contents_.scans().count(), record, isBefore) - list);
+}
+
+AResult IntervalPlan::HasNoTime(int record) const {
+  return AResult::Fail(input_.path() + ": the time of record " + std::to_string(record + 1) + " is not a number");
+}
+
+AResult IntervalPlan::CheckTimes(const IntervalPart& part) const {
+  const AUVXPosition& scans = contents_.scans();
+  std::vector<double> last(streams_.size(), part.begin);
+  for (const RecordRange& range : part.ranges) {
+    for (int scan = ScanOf(range.first); scan < scans.count() && scans(scan).startVis <= range.end; ++scan) {
+      const int stream = StreamOf(scan);
+      const int end = stream < 0 ? 0 : std::min(scans(scan).endVis, range.end);
+      for (int record = std::max(scans(scan).startVis - 1, range.first); record < end; ++record) {
+        const double ticks = clock_.Ticks(TimeOf(record));
+        double& before = last[static_cast<size_t>(stream)];
+        if (!std::isfinite(ticks)) return HasNoTime(record);
+        if (ticks < before || ticks >= part.end) return GoesBack(record);
+        before = ticks;
+      }
+    }
+  }
+  return AResult::Ok();
 }
 
 // Times of evenly spaced records, which show roughly how many records lie between two times.

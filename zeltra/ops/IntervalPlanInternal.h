@@ -85,10 +85,16 @@ class IntervalPlan {
   int64 RecordsOf(int part) const;
   /// Index in streams() for the records of a scan, given by its place in the index; -1 if it is not selected.
   int StreamOf(int scan) const;
+  /// The place in the index of the scan that a record is in.
+  int ScanOf(int record) const;
   /// Time of a record, a Julian date; NaN if it cannot be read.
   double TimeOf(int record) const;
   /// The failure for a stream that goes back in time.
   AResult GoesBack(int record) const;
+  /// The failure for a time that is NaN or infinite.
+  AResult HasNoTime(int record) const;
+  /// Check the times of all records of a part, as a walk over them does.
+  AResult CheckTimes(const IntervalPart& part) const;
 
  private:
   // Scans that are consecutive in the file and in time.

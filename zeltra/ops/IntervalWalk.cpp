@@ -239,9 +239,7 @@ AResult IntervalWorker::TakeRecord(const char* bytes, int record) {
 
 AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
   const double ticks = clock_.Ticks(group.date);
-  if (!std::isfinite(ticks)) {
-    return AResult::Fail(shape_.input.path() + ": the time of record " + std::to_string(record + 1) + " is no number");
-  }
+  if (!std::isfinite(ticks)) return shape_.plan.HasNoTime(record);
   StreamState& state = states_[static_cast<size_t>(stream_)];
   const bool isInOrder = ticks >= state.lastTicks && ticks >= part_->begin && ticks < part_->end;
   if (!isInOrder) return shape_.plan.GoesBack(record);

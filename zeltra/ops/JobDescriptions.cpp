@@ -108,8 +108,8 @@ AJobDescription DescribeLoops() {
 AJobDescription DescribeCopy() {
   AJobDescriber<CopyOptions> job(
       "copy", "Copy a UVX file, or the part of it that is selected",
-      "Scans are kept as far as they have records, the baseline list is made anew, antennas that have no records any "
-      "more are left out, as are rows of other tables about such sources; the list of sources stays whole. "
+      "Scans are kept as far as they have records, the baseline list is made anew, antennas and sources that have no "
+      "records any more are left out, as are rows of other tables about such sources. "
       "Frequencies stay right where IFs or channels are left out.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -70,6 +71,7 @@ class Joiner {
   void SettleDate();
   AResult CopyInput(size_t number);
   AResult CopyRecords(AUVXInput& input, const JoinedNumbers& numbers, RecordReach& reach);
+  AResult Unlisted(const std::string& path, const JoinedNumbers& numbers, const WalkedRecord& record) const;
   AResult TakeTables(AUVXInput& input, size_t number);
   double DaysAfter(const Input& input) const;
   AResult AddTables();
@@ -168,7 +170,7 @@ AResult Joiner::CheckAgreement(AUVXInput& input) const {
     return Differs(input, what, std::to_string(a), std::to_string(b));
   };
   if (names(own) != names(first)) return Differs(input, "has the polarisations", names(own), names(first));
-  const int ownIFs = std::max<int>(own.IFs, 1), firstIFs = std::max<int>(first.IFs, 1);
+  const int ownIFs = std::max(int{own.IFs}, 1), firstIFs = std::max(int{first.IFs}, 1);
   if (ownIFs != firstIFs) return differ("has IFs:", ownIFs, firstIFs);
   if (own.channels != first.channels) return differ("has channels:", int{own.channels}, int{first.channels});
   if (unit(own) != unit(first)) return Differs(input, "has the unit", unit(own), unit(first));
@@ -223,9 +225,7 @@ AResult Joiner::CopyRecords(AUVXInput& input, const JoinedNumbers& numbers, Reco
     if (!sources.Translate(group.sourceNo(), source) || !setups.Translate(group.freqSel(), setup) ||
         !antennas.Translate(static_cast<std::uint8_t>(group.ant1), first) ||
         !antennas.Translate(static_cast<std::uint8_t>(group.ant2), second)) {
-      copied = AResult::Fail(input.path() + ": record " + std::to_string(record.index + 1) +
-                             " is of a source, setup or antenna that the file does not list, whose number is that of "
-                             "another one in another input");
+      copied = Unlisted(input.path(), numbers, record);
       return false;
     }
     group.source = static_cast<std::int16_t>(source);
@@ -244,6 +244,19 @@ AResult Joiner::CopyRecords(AUVXInput& input, const JoinedNumbers& numbers, Reco
     return static_cast<bool>(copied);
   });
   return copied ? result : copied;
+}
+
+// Names the number of a record that has none in the joined lists.
+AResult Joiner::Unlisted(const std::string& path, const JoinedNumbers& numbers, const WalkedRecord& record) const {
+  const std::pair<RowNumber, int> all[] = {{RowNumber::Source, record.group.sourceNo()},
+                                           {RowNumber::Setup, record.group.freqSel()},
+                                           {RowNumber::Antenna, static_cast<std::uint8_t>(record.group.ant1)},
+                                           {RowNumber::Antenna, static_cast<std::uint8_t>(record.group.ant2)}};
+  const auto* unlisted = std::find_if(std::begin(all), std::end(all) - 1, [&](const auto& each) {
+    return !lists_.NumberOf(numbers, each.first, each.second);
+  });
+  return AResult::Fail(path + ": record " + std::to_string(record.index + 1) + " is of " +
+                       lists_.ReasonOf(numbers, unlisted->first, unlisted->second));
 }
 
 // Days that the observation date of an input is after that of the output; NaN where one is not known.

@@ -36,6 +36,22 @@ bool AreClose(const std::vector<double>& a, const std::vector<double>& b, double
                     [tolerance](double x, double y) { return std::fabs(x - y) <= tolerance; });
 }
 
+// Of what an input before has too and what the current one has not matched yet: the one of the same number, else the
+// only one there is, unless only its number can tell it from others.
+template <class Item, class IsSame>
+Item* Match(std::vector<Item>& known, int input, int number, bool isByNumber, IsSame isSame) {
+  Item* match = nullptr;
+  int count = 0;
+  for (Item& item : known) {
+    if (item.input == input || item.matched == input || !isSame(item)) continue;
+    ++count;
+    if (!match || item.number == number) match = &item;
+  }
+  if (match && match->number != number && (isByNumber || count > 1)) return nullptr;
+  if (match) match->matched = input;
+  return match;
+}
+
 }  // namespace
 
 AResult JoinedLists::Add(AUVXInput& input, JoinedNumbers& numbers) {
@@ -50,6 +66,17 @@ std::optional<int> JoinedLists::NumberOf(const JoinedNumbers& numbers, RowNumber
   if (const auto place = list.find(number); place != list.end()) return place->second;
   if (ListOf(kind).taken.contains(number)) return {};
   return number;
+}
+
+std::string JoinedLists::ReasonOf(const JoinedNumbers& numbers, RowNumber kind, int number) const {
+  const List& list = ListOf(kind);
+  const std::string table = kind == RowNumber::Source ? "SU" : kind == RowNumber::Setup ? "FQ" : "AN";
+  const std::string named = list.what + " " + std::to_string(number);
+  const std::string& other = paths_[static_cast<size_t>(list.taken.at(number))];
+  return named +
+         (numbers.Of(kind).empty() ? ", but the file has no table " + table
+                                   : ", which the table " + table + " of the file does not list") +
+         ", so that it cannot be told whether it is " + named + " of " + other;
 }
 
 AUVXTable* JoinedLists::Table(const std::string& code) {
@@ -68,7 +95,7 @@ AResult JoinedLists::Begin(List& list, AUVXInput& input, const AUVXTable& table)
 }
 
 bool JoinedLists::TakeNumber(List& list, int wanted, int& number) const {
-  const int input = static_cast<int>(paths_.size()) - 1;
+  const int input = CurrentInput();
   number = wanted;
   if (const auto place = list.taken.find(wanted);
       place != list.taken.end() && (list.isThere || place->second != input)) {
@@ -78,33 +105,44 @@ bool JoinedLists::TakeNumber(List& list, int wanted, int& number) const {
   return number <= list.most;
 }
 
-AResult JoinedLists::Place(List& list, Thing thing, const AUVXTable& table, int row, int& number) {
-  thing.input = static_cast<int>(paths_.size()) - 1;
-  const std::string& path = paths_.back();
-  const Thing* namesake = nullptr;
-  for (const Thing& known : list.things) {
-    if (known.input == thing.input || known.name != thing.name || known.qualifier != thing.qualifier) continue;
-    namesake = &known;
-    if (!(Distance(known.place, thing.place) <= list.tolerance)) continue;
-    number = known.number;
+AResult JoinedLists::Place(List& list, Thing thing, const AUVXTable& table, int row, std::map<int, int>& numbers) {
+  // The first row of a number counts.
+  if (numbers.contains(thing.number)) return AResult::Ok();
+  thing.input = CurrentInput();
+  const auto isNamesake = [&thing](const Thing& known) {
+    return known.name == thing.name && known.qualifier == thing.qualifier;
+  };
+  const auto isSame = [&](const Thing& known) {
+    return isNamesake(known) && Distance(known.place, thing.place) <= list.tolerance;
+  };
+  // What has no name may have no place either.
+  if (const Thing* known = Match(list.things, thing.input, thing.number, thing.name.empty(), isSame)) {
+    numbers.emplace(thing.number, known->number);
     return AResult::Ok();
   }
-  if (namesake && !thing.name.empty()) {
-    const double apart = Distance(namesake->place, thing.place) / list.scale;
+  const std::string& path = paths_.back();
+  for (const Thing& known : list.things) {
+    if (thing.name.empty() || known.input == thing.input || !isNamesake(known) || isSame(known)) continue;
+    const double apart = Distance(known.place, thing.place) / list.scale;
     return AResult::Fail(path + ": its " + list.what + " " + thing.name +
                          (std::isfinite(apart) ? " lies " + RoundedNumber(apart, 4) + " " + list.unit + " from that of "
                                                : " has another position or equinox than that of ") +
-                         paths_[static_cast<size_t>(namesake->input)]);
+                         paths_[static_cast<size_t>(known.input)]);
   }
+  int number = 0;
   if (!TakeNumber(list, thing.number, number)) {
     return AResult::Fail(path + ": the inputs have more than the " + std::to_string(list.most) + " " + list.what +
                          "s of a UVX file together");
   }
+  numbers.emplace(thing.number, number);
   thing.number = number;
   list.things.push_back(thing);
-  if (!list.isThere) return AResult::Ok();
+  return list.isThere ? Append(list, table, row, number) : AResult::Ok();
+}
+
+AResult JoinedLists::Append(List& list, const AUVXTable& table, int row, int number) const {
   if (!RowCopy(table, list.table).Append(table, row, list.table)) {
-    return AResult::Fail(path + ": the joined table " + table.Code() + " would reach 2 GiB");
+    return AResult::Fail(paths_.back() + ": the joined table " + table.Code() + " would reach 2 GiB");
   }
   const std::optional<RowNumbers> columns = RowNumbers::Of(list.table);
   for (const RowNumbers::Column& column : columns->columns()) {
@@ -125,9 +163,7 @@ AResult JoinedLists::AddSources(AUVXInput& input, JoinedNumbers& numbers) {
     Thing source = {item.Name(), 0, Direction(input.contents().PositionOf(item)), item.id, 0};
     const double stated = table->Number(row, qualifier);
     if (std::fabs(stated) < 1e9) source.qualifier = static_cast<int>(stated);
-    int number = 0;
-    if (AResult result = Place(sources_, source, *table, row, number); !result) return result;
-    numbers.sources.emplace(item.id, number);
+    if (AResult result = Place(sources_, source, *table, row, numbers.sources); !result) return result;
   }
   sources_.isThere = true;
   return AResult::Ok();
@@ -155,13 +191,11 @@ AResult JoinedLists::AddAntennas(AUVXInput& input, JoinedNumbers& numbers) {
     const std::array<double, 4> place = {item.x + (center[0] - center_[0]), item.y + (center[1] - center_[1]),
                                          item.z + (center[2] - center_[2]), 0};
     const int before = antennas_.table.rows();
-    int number = 0;
-    AResult result = Place(antennas_, {item.Name(), 0, place, item.id, 0}, *table, row, number);
+    AResult result = Place(antennas_, {item.Name(), 0, place, item.id}, *table, row, numbers.antennas);
     if (!result) return result;
     for (int i = 0; i < 3 && antennas_.table.rows() > before; ++i) {
       antennas_.table.SetNumber(before, positions, i, place[static_cast<size_t>(i)]);
     }
-    numbers.antennas.emplace(item.id, number);
   }
   antennas_.isThere = true;
   return AResult::Ok();
@@ -183,20 +217,21 @@ AResult JoinedLists::AddSetups(AUVXInput& input, JoinedNumbers& numbers) {
   }
   if (AResult result = Begin(setups_, input, *table); !result) return result;
   const int IFs = std::max<int>(input.uvx().IFs(), 1);
-  const size_t knownBefore = knownSetups_.size();
   for (int row = 0; row < table->rows(); ++row) {
     Setup setup;
+    setup.input = CurrentInput();
     // Of the first channel, and of the one after the last.
     for (int i = 0; i < IFs; ++i) {
       const double first = freq0 + frequencies.Start(row, i);
       setup.frequencies.insert(setup.frequencies.end(),
                                {first, first + frequencies.Width(row, i) * input.uvx().channels()});
     }
-    const auto known = std::find_if(
-        knownSetups_.begin(), knownSetups_.begin() + static_cast<std::ptrdiff_t>(knownBefore),
-        [&](const Setup& other) { return AreClose(other.frequencies, setup.frequencies, setups_.tolerance); });
     const int id = frequencies.Id(row);
-    if (known != knownSetups_.begin() + static_cast<std::ptrdiff_t>(knownBefore)) {
+    if (numbers.setups.contains(id)) continue;
+    const Setup* known = Match(knownSetups_, setup.input, id, false, [&](const Setup& other) {
+      return AreClose(other.frequencies, setup.frequencies, setups_.tolerance);
+    });
+    if (known) {
       numbers.setups.emplace(id, known->number);
       continue;
     }
@@ -214,8 +249,15 @@ AResult JoinedLists::AddSetups(AUVXInput& input, JoinedNumbers& numbers) {
     const int added = joined.rows() - 1;
     joined.SetNumber(added, places.idColumn, 0, setup.number);
     for (int i = 0; i < IFs; ++i) {
-      joined.SetNumber(added, places.startColumn, i, freq0 + frequencies.Start(row, i) - freq0_);
+      joined.SetNumber(added, places.startColumn, i, frequencies.Start(row, i) + (freq0 - freq0_));
       joined.SetNumber(added, places.widthColumn, i, frequencies.Width(row, i));
+    }
+  }
+  // The inputs before have no such table, but the first one gives the frequency that the joined table counts from.
+  const int moved = setups_.isThere || freq0 == freq0_ ? 0 : table->rows();
+  for (int row = 0; row < moved; ++row) {
+    for (int i = 0; i < IFs; ++i) {
+      setups_.table.SetNumber(row, frequencies.startColumn, i, frequencies.Start(row, i) + (freq0 - freq0_));
     }
   }
   setups_.isThere = true;

@@ -27,7 +27,8 @@ struct JoinedNumbers {
 };
 
 /// Joins "SU", "AN" and "FQ" of several inputs. A source, antenna or setup that is there already gives its number;
-/// another one keeps its own, or gets the lowest free one where it is taken. The first input keeps all its numbers.
+/// another one keeps its own, or gets the lowest free one where it is taken. The first input keeps all its numbers, and
+/// what has different numbers in one input never gets the same one.
 class JoinedLists {
  public:
   /// Add the lists of the next input.
@@ -37,6 +38,8 @@ class JoinedLists {
   /// The number that one of an input becomes; none of what its list does not have, while another input has something
   /// of that number.
   std::optional<int> NumberOf(const JoinedNumbers& numbers, RowNumber kind, int number) const;
+  /// Why there is no number: what an input lacks, and which other input has something of that number.
+  std::string ReasonOf(const JoinedNumbers& numbers, RowNumber kind, int number) const;
   /// The joined table "SU", "AN" or "FQ"; null where no input has it.
   AUVXTable* Table(const std::string& code);
 
@@ -48,6 +51,7 @@ class JoinedLists {
     std::array<double, 4> place = {};  // unit vector and equinox, or metres
     int number = 0;
     int input = 0;
+    int matched = -1;  // the last input that has it too
   };
   struct List {
     std::string what, unit;
@@ -61,12 +65,16 @@ class JoinedLists {
   struct Setup {
     std::vector<double> frequencies;
     int number = 0;
+    int input = 0;
+    int matched = -1;
   };
 
   AResult AddSources(AUVXInput& input, JoinedNumbers& numbers);
   AResult AddAntennas(AUVXInput& input, JoinedNumbers& numbers);
   AResult AddSetups(AUVXInput& input, JoinedNumbers& numbers);
-  AResult Place(List& list, Thing thing, const AUVXTable& table, int row, int& number);
+  int CurrentInput() const { return static_cast<int>(paths_.size()) - 1; }
+  AResult Place(List& list, Thing thing, const AUVXTable& table, int row, std::map<int, int>& numbers);
+  AResult Append(List& list, const AUVXTable& table, int row, int number) const;
   AResult Begin(List& list, AUVXInput& input, const AUVXTable& table) const;
   bool TakeNumber(List& list, int wanted, int& number) const;
   const List& ListOf(RowNumber kind) const {

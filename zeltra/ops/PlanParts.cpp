@@ -16,14 +16,11 @@ PlannedPart Described(const IntervalPlan& plan, const IntervalPart& part, int re
   planned.first = std::numeric_limits<int>::max();
   std::set<int> sources, setups;
   const AUVXPosition& scans = plan.contents().scans();
-  const AUVXPositionItem* list = scans.lpArray();
   for (const RecordRange& range : part.ranges) {
     planned.first = std::min(planned.first, range.first);
     planned.last = std::max(planned.last, range.end - 1);
     planned.records += range.end - range.first;
-    const auto isBefore = [](const AUVXPositionItem& scan, int record) { return scan.endVis <= record; };
-    auto scan = static_cast<int>(std::lower_bound(list, list + scans.count(), range.first, isBefore) - list);
-    for (; scan < scans.count() && scans(scan).startVis <= range.end; ++scan) {
+    for (int scan = plan.ScanOf(range.first); scan < scans.count() && scans(scan).startVis <= range.end; ++scan) {
       const int stream = plan.StreamOf(scan);
       if (stream < 0) continue;
       sources.insert(plan.streams()[static_cast<size_t>(stream)].source);
@@ -64,7 +61,10 @@ AResult PlanParts(AUVXInput& from, const PlanOptions& options, std::vector<Plann
   parts.clear();
   IntervalPlan plan(from, options);
   if (AResult result = plan.Open(RecordChoice::Nothing); !result) return from.Settle(result);
-  for (const IntervalPart& part : plan.parts()) parts.push_back(Described(plan, part, from.uvx().recSize()));
+  for (const IntervalPart& part : plan.parts()) {
+    if (AResult result = plan.CheckTimes(part); !result) return from.Settle(result);
+    parts.push_back(Described(plan, part, from.uvx().recSize()));
+  }
   return from.Settle(AResult::Ok());
 }
 

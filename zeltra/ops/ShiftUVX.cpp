@@ -11,9 +11,9 @@
 #include "zeltra/numeric/Astrometry.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/KeptScansInternal.h"
+#include "zeltra/ops/KnownFrequenciesInternal.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/ops/SharedOptionsInternal.h"
-#include "zeltra/uvx/AUVXFreqs.h"
 #include "zeltra/uvx/AUVXWriter.h"
 
 namespace zeltra {
@@ -79,6 +79,7 @@ class Shifter {
         summary_(summary),
         contents_(from.contents()),
         integrations_(contents_.integrations()),
+        frequencies_(from),
         offset_{options.ra, options.dec} {}
 
   AResult Run(const std::string& to);
@@ -97,6 +98,7 @@ class Shifter {
   ShiftSummary& summary_;
   const AUVXContents& contents_;
   AUVXIntegrationCursor integrations_;
+  KnownFrequencies frequencies_;
   const Offset offset_;
   std::map<int, Rotation> rotations_;              // by source
   std::map<int, std::vector<ChannelGrid>> grids_;  // by setup
@@ -108,6 +110,7 @@ AResult Shifter::Open() {
   if (AResult result = from_.CheckTables(); !result) return result;
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = contents_.CheckLists(); !result) return result;
+  if (AResult result = frequencies_.Open(); !result) return result;
   if (!(options_.ra * options_.ra + options_.dec * options_.dec < 1)) {
     return AResult::Fail(from_.path() + ": the new phase centre is a quarter of the sky away or more");
   }
@@ -156,7 +159,7 @@ AResult Shifter::AddSource(int number) {
 const std::vector<ChannelGrid>& Shifter::GridsOf(int setup) {
   std::vector<ChannelGrid>& grids = grids_[setup];
   if (!grids.empty()) return grids;
-  const AUVXFreqs frequencies(from_.uvx(), setup);
+  const AUVXFreqs& frequencies = frequencies_.Of(setup);
   for (int i = 0; i < std::max(from_.uvx().IFs(), 1); ++i) {
     const bool isThere = (i + 1) * frequencies.channels() <= frequencies.count() && frequencies.channels() > 0;
     const double start = isThere ? frequencies(0, i) : 0;
@@ -210,6 +213,7 @@ AResult Shifter::Run(const std::string& to) {
     scans.Enter(record.index);
     const bool isMeant = rotations_.contains(group.sourceNo());
     if (isMeant) {
+      if (copied = frequencies_.Check(record); !copied) return false;
       std::copy_n(record.values, values_.size(), values_.data());
       without_ += !Shift(group);
     }

@@ -42,8 +42,9 @@ struct ShiftSummary {
 /// DEC of a file with one source. RAOBS, DECOBS, OBSRA and OBSDEC are unchanged: they say where the antennas pointed.
 /// Scans and all other tables are unchanged; the baseline list is made anew.
 /// @param summary  may be null
-/// @return a failure if there are several sources and none is named, if one is not in the table "SU", or if the new
-///         centre is not on the hemisphere around the old one
+/// @return a failure if there are several sources and none is named, if one is not in the table "SU", if a frequency is
+///         not known or not above 0 where there are values, or if the new centre is not on the hemisphere around the
+///         old one
 ZELTRA_API AResult ShiftUVX(AUVXInput& from, const std::string& to, const ShiftOptions& options, ShiftSummary* summary);
 
 /// The options of the job and what it makes.

@@ -25,9 +25,9 @@ constexpr int kCachedRequest = 1 << 12;
 constexpr int kDiskRequest = 1 << 17;
 // Runs on the disk are written, which takes longer than reading them, and read again.
 constexpr int kPassesOfRuns = 4;
-// Of the memory: blocks, lists and the program itself; but half of it is left for the records.
-constexpr double kOtherMemory = 24 << 20;
-constexpr double kLeastMemory = 1 << 20;
+// Of the memory, MiB: blocks, lists and the program itself; and the least for the records.
+constexpr int kOtherMemory = 24;
+constexpr int kLeastMemory = 1;
 constexpr int kLeastRecords = 4;
 
 AUVXGroup GroupAt(const char* record) {
@@ -99,7 +99,7 @@ Sorter::Sorter(AUVXInput& from, const std::string& to, const SortOptions& option
       count_(from.uvx().count()),
       recordBytes_(from.uvx().recSize()),
       memory_(std::max(
-          {options.memory - kOtherMemory, options.memory / 2, kLeastMemory, double{kLeastRecords} * recordBytes_})),
+          {options.memory - (kOtherMemory << 20), double{kLeastMemory << 20}, double{kLeastRecords} * recordBytes_})),
       bytes_(static_cast<double>(int64{recordBytes_} * count_)),
       keepsKeys_(double{sizeof(SortKey)} * count_ <= memory_ / 2),
       requestBytes_(bytes_ < static_cast<double>(FreeMemory()) / 2 ? kCachedRequest : kDiskRequest),
@@ -332,12 +332,12 @@ AJobDescription DescribeSort() {
          "order", [](const std::string& text, SortOptions& o) { return SortOrder().Open(o.order = text); },
          [](const SortOptions& o) { return o.order; }, "two keys, of which the second varies fastest")
       .Form("KEYS");
-  job.Option("memory", &SortOptions::memory, "the most memory to take; k, M or G may follow, as in 2G")
+  job.Option("memory", &SortOptions::memory, "the most memory to take, 25 at least; k, M or G may follow, as in 2G")
       .Form("MIB")
       .Unit("MiB")
       .Scale(1 << 20)
       .Suffixes(kBinary)
-      .From(1)
+      .From(kOtherMemory + kLeastMemory)
       .KeepsResult();
   job.Overwrite();
   return job.Finish();

@@ -20,7 +20,8 @@ struct SortOptions : JobOptions {
   ///   T  time                                      P  position angle of u, v     Z, M  |u|, |v|, ascending
   ///   U, V, W  the coordinate                      *  nothing, as second key
   std::string order = "TB";
-  /// Bytes of memory for keys and records; but four records, and 1 MiB, at least.
+  /// Bytes of memory, of which 24 MiB are for other things than keys and records; these get 1 MiB, and four records,
+  /// at least.
   double memory = 1 << 28;
 };
 

@@ -14,6 +14,7 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/FrequencyChangeInternal.h"
+#include "zeltra/ops/FrequencyTablesInternal.h"
 #include "zeltra/ops/RecordChoice.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/ops/RowNumbersInternal.h"
@@ -58,12 +59,19 @@ class PartNames {
     const std::string number = std::string("_") + std::to_string(source);
     std::string name = SafeName(contents_.SourceName(source));
     if (contents_.SourceName(source).empty() || shared_.contains(Capitals(name))) name += number;
-    if (contents_.setups().GetFreqSels() > 1) name += std::string("_setup") + std::to_string(setup);
+    if (AreSeveral(setup) || taken_.contains(Capitals(name))) name += std::string("_setup") + std::to_string(setup);
     while (!taken_.insert(Capitals(name)).second) name += number + "_" + std::to_string(setup);
     return name + ".uvx";
   }
 
+  /// Whether there is a list of setups without this one.
+  bool LacksSetup(int setup) const {
+    return contents_.setups().GetFreqSels() > 0 && contents_.setups().GetFreqSelNum(setup) < 0;
+  }
+
  private:
+  // Whether there are setups beside this one.
+  bool AreSeveral(int setup) const { return contents_.setups().GetFreqSels() > 1 || LacksSetup(setup); }
   static std::string Capitals(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
@@ -95,6 +103,7 @@ class Splitter {
   AResult FinishPart(Stream stream, AUVXWriter& writer);
   bool Reduce(AUVXTable& table, Stream stream);
   int RowOf(const AUVXTable& setups, int setup) const;
+  double ShiftOf(int setup) const;
 
   AUVXInput& from_;
   const std::string folder_;
@@ -116,10 +125,11 @@ AResult Splitter::Run() {
   if (AResult result = from_.CheckTables(); !result) return result;
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = choice_.Open(from_, options_.selection); !result) return result;
+  if (from_.uvx().count() == 0) return AResult::Fail(from_.path() + ": has no records to split");
   do {
     if (AResult result = Pass(); !result) return result;
   } while (!waiting_.empty());
-  if (done_.empty() && from_.uvx().count() > 0) return choice_.NothingSelected(from_, options_);
+  if (done_.empty()) return choice_.NothingSelected(from_, options_);
   std::string codes;
   for (const std::string& code : leftOut_) codes += (codes.empty() ? "" : ", ") + code;
   if (!codes.empty()) summary_.remarks.push_back("tables whose columns are not understood are left out: " + codes);
@@ -178,11 +188,12 @@ AUVXWriter* Splitter::WriterOf(Stream stream, AResult& result) {
 
 AResult Splitter::Create(Stream stream, AUVXWriter& writer) {
   AUVXHeader header(from_.uvx());
-  if (const std::unique_ptr<AUVXTable> setups = from_.Table("FQ")) {
-    const int row = RowOf(*setups, stream.second);
-    if (row >= 0) header.freq0 += SetupFrequencies(*setups).Start(row, 0);
-  }
+  header.freq0 += ShiftOf(stream.second);
   summary_.paths.push_back(folder_ + "/" + names_.NameOf(stream));
+  if (names_.LacksSetup(stream.second)) {
+    summary_.remarks.push_back(summary_.paths.back() + ": the table FQ does not list its setup " +
+                               std::to_string(stream.second) + ", and is kept as it is");
+  }
   return writer.Create(summary_.paths.back(), header, options_, from_.path());
 }
 
@@ -190,6 +201,13 @@ AResult Splitter::FinishPart(Stream stream, AUVXWriter& writer) {
   AResult result = CopyTables(from_, writer, SplitDescription().Command(options_),
                               [&](AUVXTable& table) { return Reduce(table, stream); });
   return result ? writer.Finish(files_) : result;
+}
+
+// What the frequency of the header is increased by for a setup.
+double Splitter::ShiftOf(int setup) const {
+  const std::unique_ptr<AUVXTable> setups = from_.Table("FQ");
+  const int row = setups ? RowOf(*setups, setup) : -1;
+  return row >= 0 ? SetupFrequencies(*setups).Start(row, 0) : 0;
 }
 
 // The row of a setup beside others; -1 where there are no others, or columns that leave its frequencies open.
@@ -220,6 +238,7 @@ bool Splitter::Reduce(AUVXTable& table, Stream stream) {
     }
     return true;
   }
+  if (code == "AN") FollowReference(table, from_.uvx().freq0(), ShiftOf(setup));
   const std::optional<RowNumbers> numbers = RowNumbers::Of(table);
   if (!numbers) {
     if (RowNumbers::IsKnown(code)) leftOut_.insert(code);

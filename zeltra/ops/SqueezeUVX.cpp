@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <memory>
 #include <numeric>
 #include <utility>
@@ -40,21 +39,15 @@ std::string MHz(double frequency) {
 // A sentence if the IFs of a setup leave gaps, overlap or differ in width.
 std::string SpanRemark(const FrequencyChange& change, const AUVXTable& setups, int row, double freq0) {
   const SetupFrequencies frequencies(setups);
-  double low = std::numeric_limits<double>::infinity(), high = -low, covered = 0;
+  const FrequencyChange::Span span = change.SpanOf(frequencies, row, 0);
   bool isEven = true;
-  for (int i = 0; i < change.IFs; ++i) {
-    const double width = frequencies.Width(row, i), edge = frequencies.Start(row, i) - width / 2;
-    const double other = edge + change.channels * width;
-    low = std::min({low, edge, other});
-    high = std::max({high, edge, other});
-    covered += std::fabs(width) * change.channels;
-    isEven &= width == frequencies.Width(row, 0);
-  }
-  if (isEven && std::fabs(high - low - covered) <= 0.01 * std::fabs(frequencies.Width(row, 0))) return {};
+  for (int i = 1; i < change.IFs; ++i) isEven &= frequencies.Width(row, i) == frequencies.Width(row, 0);
+  if (isEven && span.isFilled) return {};
   const double middle =
       change.NewStart(frequencies, row, 0) + (change.count - 1) / 2.0 * change.NewWidth(frequencies, row, 0);
-  return "the IFs of setup " + std::to_string(frequencies.Id(row)) + ", from " + MHz(freq0 + low) + " to " +
-         MHz(freq0 + high) + ", do not fill that span, or differ in width; their mean is at " + MHz(freq0 + middle);
+  return "the IFs of setup " + std::to_string(frequencies.Id(row)) + ", from " + MHz(freq0 + span.low) + " to " +
+         MHz(freq0 + span.high) + ", do not fill that span, or differ in width; their mean is at " +
+         MHz(freq0 + middle);
 }
 
 AResult CheckSidebands(const std::string& path, const FrequencyChange& change, const AUVXTable& setups) {
@@ -91,9 +84,12 @@ AResult Squeeze(AUVXInput& from, const std::string& to, const SqueezeOptions& op
   average.command = SqueezeDescription().Command(options);
   if (!options.source.empty()) average.selection.sources = {options.source};
   if (AResult result = FindSetups(from, options.source, average.setups); !result) return result;
-  KeepSetups(*setups, average.setups);
   FrequencyChange& change = average.change;
   change = FrequencyChange::None(AUVXHeader(from.uvx()));
+  const double firstStart = SetupFrequencies(*setups).Start(0, 0);
+  KeepSetups(*setups, average.setups);
+  if (AResult result = CheckFrequencies(from.path(), *setups, change.IFs); !result) return result;
+  change.leftOut = SetupFrequencies(*setups).Start(0, 0) - firstStart;
   if (options.channels) change.step = change.width = std::exchange(change.count, 1);
   if (options.IFs && change.IFs > 1) {
     std::vector<int> all(static_cast<size_t>(change.IFs));

@@ -91,6 +91,7 @@ AResult Unfolder::FindSetups() {
   std::unique_ptr<AUVXTable> table;
   if (AResult result = OpenSetups(from_, table); !result) return result;
   setups_.IFs = std::max(from_.uvx().IFs(), 1);
+  if (AResult result = CheckFrequencies(from_.path(), *table, setups_.IFs); !result) return result;
   setups_.channels = from_.uvx().channels();
   setups_.byIF = options_.IFs;
   setups_.byChannel = options_.channels;
