@@ -213,10 +213,10 @@ class Operations(Case):
         paths = sorted(glob.glob(SHARED + "/*.uvfits") + glob.glob(SHARED + "/maps/*.uvf"))
         if not paths:
             self.skipTest("no real files")
-        for path in paths:
+        for number, path in enumerate(paths):
             name = os.path.basename(path)
             zeltra("import", path, self.path(name))
-            for command, options, change, tolerance in OPERATIONS:
+            for place, (command, options, change, tolerance) in enumerate(OPERATIONS):
                 with self.subTest(name, command=command, options=options):
                     expected = Model(self.path(name))
                     words = [option(expected) if callable(option) else option for option in options]
@@ -224,7 +224,8 @@ class Operations(Case):
                     out = self.path(command + ".uvx")
                     zeltra(command, self.path(name), out, "-f", *words)
                     self.check(Model(out), expected, tolerance)
-                    self.check_export(out)
+                    if (number + place) % 4 == 0:  # every operation with a file or two
+                        self.check_export(out)
 
     def integrations(self, path):
         table = uvx.File(path).table("IT")
