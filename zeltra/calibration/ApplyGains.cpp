@@ -98,7 +98,7 @@ class Applier {
   AUVXWriter writer_;
   std::optional<KeptScans> kept_;
   std::vector<AUVXComplex> values_;
-  // The time of the last record.
+  // The moment of the last record, and what follows from it.
   GainMoment moment_;
   int64 number_ = -1;
   std::vector<AUVXFqTblItem> frequencies_;  // of its setup, by IF
