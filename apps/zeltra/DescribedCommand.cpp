@@ -130,7 +130,7 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
     const bool isBeside = std::any_of(description.outputs.begin(), description.outputs.end(),
                                       [](const AJobFile& file) { return file.isRequired(); });
     for (const AJobFile& file : description.outputs) {
-      if (!isBeside) ReplaceTable(command, file);
+      if (!isBeside && !file.isWord()) ReplaceTable(command, file);
     }
   }
   session.Describe(description);

@@ -7,6 +7,7 @@
 #include "apps/zeltra/UVXInput.h"
 #include "apps/zeltra/plot/PictureArguments.h"
 #include "apps/zeltra/plot/PictureFile.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/imaging/SelfCalibrate.h"
 
 namespace zeltra::app {
@@ -24,7 +25,8 @@ struct Arguments {
   Options options;
 };
 
-void PrintRound(const SelfCalRound& round, TablePrinter& printer) {
+void PrintRound(const SelfCalRound& round, TableFormat format, TablePrinter& printer) {
+  constexpr int kDigits = 5;  // for people
   printer.Integer(round.number);
   printer.Text(round.step);
   printer.Integer(round.solved);
@@ -32,7 +34,7 @@ void PrintRound(const SelfCalRound& round, TablePrinter& printer) {
   const double count = 2 * static_cast<double>(round.visibilities);
   for (const double number :
        {round.chi2 / count, round.flux, round.peak, round.rms, round.dynamicRange, round.closures.Reduced()}) {
-    printer.Real(static_cast<float>(number));
+    printer.Real(format == TableFormat::Text ? ParseNumber(RoundedNumber(number, kDigits)) : number);
   }
   printer.Integer(round.closures.closures);
   printer.EndRow();
@@ -55,7 +57,7 @@ AResult Calibrate(Arguments& arguments, Session& session) {
   CleanImage image;
   if (AResult result = SelfCalibrate(
           input, arguments.to, arguments.names, arguments.options,
-          [&printer](const SelfCalRound& round) { PrintRound(round, printer); }, draw, image);
+          [&](const SelfCalRound& round) { PrintRound(round, arguments.format, printer); }, draw, image);
       !result) {
     return result;
   }
