@@ -8,6 +8,7 @@
 #include "zeltra/analysis/ABaseLine.h"
 #include "zeltra/analysis/AClosePhaseArray.h"
 #include "zeltra/analysis/AUVXTimeMeanArray.h"
+#include "zeltra/c/zeltra_c.h"
 #include "zeltra/calibration/AGainArray.h"
 #include "zeltra/calibration/AGainFileHdr.h"
 #include "zeltra/calibration/AGainMeanInfo.h"
