@@ -90,8 +90,8 @@ typedef struct zeltra_callbacks {
   int (*block)(void* user, const zeltra_column* const* columns, size_t column_count, size_t rows);
 
   /**
-   * Output that is not a table: the page or the JSON object of "info", the chains of "loops". Text of several calls
-   * belongs together; it may contain line breaks.
+   * Output that is not a table: the JSON object of "info", which `zeltra info --json` prints, and the chains of
+   * "loops", a line each. Text of several calls belongs together.
    * @param bytes  length of the text, without the zero that ends it
    * @return non-zero to cancel the job
    */
@@ -118,13 +118,14 @@ ZELTRA_C_API const char* const* zeltra_jobs(void);
  *      "outputs": [the same],
  *      "options": [{"name", "kind", "form", "unit", "default", "choices": [..], "min", "max", "special", "required",
  *                   "excludes", "help"}],
- *      "columns": [{"name", "unit", "help"}]}
+ *      "columns": [{"name", "type", "unit", "help"}]}
  *
  * Files whose "option" is null are given to zeltra_run by their place, others as an option of that name. "list" says
  * that there may be more of them. The kind of an option is "flag", "whole", "real", "text", "time", "range",
  * "text list", "number list" or "choice". "default" is text, in the form of a value or in words; "min", "max" and
  * "special" (a value allowed outside the range) are numbers. Null, or an empty list, is what there is not. Capitals in
- * the name of a column stand for numbers and names: "re_IF_CHANNEL_POLARISATION".
+ * the name of a column stand for numbers and names: "re_IF_CHANNEL_POLARISATION". Its type is "int64", "double" or
+ * "text". A job may leave columns out; "table" and "uvw", whose tables are not described, tell theirs in the blocks.
  *
  * @return valid for as long as the library is loaded; NULL if there is no such job, or no memory
  */

@@ -26,7 +26,9 @@ AJobDescription DescribeImage() {
   job.Input(UVXInputFile());
   job.Output({"OUT.map", "the map file to make", "", 0, {}, true});
   job.Output({"OUT.fits", "make a FITS image", "fits", 0, {}});
-  job.Output({"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}});
+  AJobFile picture = {"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}};
+  picture.isPicture = true;
+  job.Output(picture);
   job.Output({"BEAM.map", "make a map file of the dirty beam", "beam", 0, {}});
   DescribeSelection(job, {.sources = "the only one",
                           .stokes = "I, or the first one where there is no I",

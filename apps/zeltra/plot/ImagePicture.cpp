@@ -13,6 +13,7 @@
 #include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
+#include "zeltra/jobs/ImageJob.h"
 
 namespace zeltra::app {
 namespace {
@@ -265,14 +266,6 @@ bool Picture::DrawBar(SVG& svg) const {
 
 std::string ImagePicture(const DirtyImage& image, const PictureOptions& options) {
   return Picture(image, options).Draw();
-}
-
-std::string BeamText(const ABeamShape& shape) {
-  const AngleUnit unit = AngleUnitFor(shape.major);
-  char angle[24];
-  std::snprintf(angle, sizeof angle, " at %.1f degrees", shape.angle);
-  return RoundedNumber(shape.major / unit.radians, 4) + " x " + RoundedNumber(shape.minor / unit.radians, 4) + " " +
-         unit.name + angle;
 }
 
 }  // namespace zeltra::app
