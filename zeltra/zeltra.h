@@ -21,6 +21,7 @@
 #include "zeltra/calibration/GainTimeline.h"
 #include "zeltra/calibration/ModelPrediction.h"
 #include "zeltra/calibration/SolveGains.h"
+#include "zeltra/calibration/VisibilityList.h"
 #include "zeltra/calibration/VisibilityModel.h"
 #include "zeltra/core/AArray.h"
 #include "zeltra/core/ABFile.h"
