@@ -12,7 +12,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // Somewhat less than what is promised.
-constexpr auto kPatience = std::chrono::milliseconds(40);
+constexpr auto kPatience = std::chrono::milliseconds(30);
 
 }  // namespace
 

@@ -244,6 +244,7 @@ AResult Sorter::Gather() {
     const int64 count = std::min(size, count_ - first);
     if (AResult result = FillWindow(WantedOf(first, count), window.get()); !result) return result;
     for (int64 i = 0; i < count; ++i) {
+      if (i % 4096 == 0 && IsCancelled(options_)) return Cancelled();
       AResult result = Write(window.get() + i * recordBytes_, keys_[static_cast<size_t>(first + i)].record);
       if (!result) return result;
     }
