@@ -106,6 +106,7 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
 /// Add only the options.
 void AddOptions(CLI::App& command, const AJobDescription& description, JobOptions& options);
 
+void AddCleanCommand(CLI::App& app, Session& session);
 void AddGainsCommand(CLI::App& app, Session& session);
 void AddImageCommand(CLI::App& app, Session& session);
 void AddInfoCommand(CLI::App& app, Session& session);

@@ -54,7 +54,7 @@ std::string NoCommand(const CLI::App& app, const std::vector<std::string>& argum
 void AddCommands(CLI::App& app, Session& session) {
   using Adder = void (*)(CLI::App&, Session&);
   const std::map<std::string, Adder> own = {
-      {"gains", AddGainsCommand}, {"image", AddImageCommand}, {"info", AddInfoCommand}};
+      {"clean", AddCleanCommand}, {"gains", AddGainsCommand}, {"image", AddImageCommand}, {"info", AddInfoCommand}};
   for (const AJob& job : Jobs()) {
     const std::string& name = job.description().name;
     // Plots are listed beside images.

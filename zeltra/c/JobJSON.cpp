@@ -79,6 +79,7 @@ void WriteOption(const AJobDescription& job, const AJobOption& option, AJSONWrit
   json.Key("special");
   option.special ? json.Value(*option.special) : json.Value(nullptr);
   json.Member("required", option.isRequired);
+  json.Member("repeated", option.isRepeated);
   WriteMember("excludes", option.excludes, json);
   json.Member("help", option.help);
   json.EndObject();

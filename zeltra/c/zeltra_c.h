@@ -117,15 +117,16 @@ ZELTRA_C_API const char* const* zeltra_jobs(void);
  *      "inputs":  [{"name", "help", "option", "required", "list", "endings": [..]}],
  *      "outputs": [the same],
  *      "options": [{"name", "kind", "form", "unit", "default", "choices": [..], "min", "max", "special", "required",
- *                   "excludes", "help"}],
+ *                   "repeated", "excludes", "help"}],
  *      "columns": [{"name", "type", "unit", "help"}]}
  *
  * Files whose "option" is null are given to zeltra_run by their place, others as an option of that name. "list" says
- * that there may be more of them. The kind of an option is "flag", "whole", "real", "text", "time", "range",
- * "text list", "number list" or "choice". "default" is text, in the form of a value or in words; "min", "max" and
- * "special" (a value allowed outside the range) are numbers. Null, or an empty list, is what there is not. Capitals in
- * the name of a column stand for numbers and names: "re_IF_CHANNEL_POLARISATION". Its type is "int64", "double" or
- * "text". A job may leave columns out; "table" and "uvw", whose tables are not described, tell theirs in the blocks.
+ * that there may be more of them. An option that is "repeated", or a list, may be given several times. The kind of an
+ * option is "flag", "whole", "real", "text", "time", "range", "text list", "number list" or "choice". "default" is
+ * text, in the form of a value or in words; "min", "max" and "special" (a value allowed outside the range) are numbers.
+ * Null, or an empty list, is what there is not. Capitals in the name of a column stand for numbers and names:
+ * "re_IF_CHANNEL_POLARISATION". Its type is "int64", "double" or "text". A job may leave columns out; "table" and
+ * "uvw", whose tables are not described, tell theirs in the blocks.
  *
  * @return valid for as long as the library is loaded; NULL if there is no such job, or no memory
  */

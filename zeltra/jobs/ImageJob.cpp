@@ -2,12 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/jobs/ImageJob.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
-
 #include "zeltra/core/AngleUnit.h"
-#include "zeltra/core/Text.h"
+#include "zeltra/jobs/ImageText.h"
 #include "zeltra/jobs/JobInput.h"
 #include "zeltra/jobs/JobsInternal.h"
 
@@ -24,25 +20,11 @@ std::string Label(const ImageNames& names) {
   return {};
 }
 
-std::string In(const AngleUnit& unit, double radians) {
-  return RoundedNumber(radians / unit.radians, 4);
-}
-
-std::string PlaceText(const ImagePeak& peak, double cell) {
-  const AngleUnit unit = AngleUnitFor(std::max({std::fabs(peak.east), std::fabs(peak.north), cell}));
-  const std::string name = std::string(" ") + unit.name;
-  return In(unit, peak.east) + name + " east, " + In(unit, peak.north) + name + " north";
-}
-
 std::string Summary(const DirtyImage& image) {
-  const ImagePeak peak = FindPeak(image);
-  const auto value = [&](double number) {
-    return RoundedNumber(number, 4).append(image.unit.empty() ? "" : " ").append(PlainText(image.unit));
-  };
   return std::to_string(image.visibilities) + " visibilities of " + image.polarisation + ", cells of " +
-         AngleText(image.cell) + ", peak " + value(peak.value) + " at " + PlaceText(peak, image.cell) +
+         AngleText(image.cell) + ", peak " + PeakText(image) +
          (image.shape.major > 0 ? ", beam " + BeamText(image.shape) : ", no beam") + ", thermal noise " +
-         value(image.noise) + ", rms of the map " + value(image.rms);
+         BrightnessText(image.noise, image) + ", rms of the map " + BrightnessText(image.rms, image);
 }
 
 AResult RunImage(const AJobFiles& files, ImageOptions& options, AJobHost& host) {
@@ -52,7 +34,11 @@ AResult RunImage(const AJobFiles& files, ImageOptions& options, AJobHost& host) 
 }  // namespace
 
 AResult MakeImage(const AJobFiles& files, const ImageOptions& options, const PictureDrawer& draw, AJobHost& host) {
-  const ImageNames names = {files.outputs[0], files.outputs[3], files.outputs[1], files.outputs[2]};
+  ImageNames names;
+  names.map = files.outputs[0];
+  names.fits = files.outputs[1];
+  names.picture = files.outputs[2];
+  names.beam = files.outputs[3];
   const std::string label = Label(names);
   if (label.empty()) return AResult::Misuse("OUT.map, --fits, --png or --beam is required");
   if (!names.picture.empty() && !draw) return AResult::Misuse(names.picture + ": only the command draws pictures");
@@ -66,23 +52,13 @@ AResult MakeImage(const AJobFiles& files, const ImageOptions& options, const Pic
   if (AResult result = ImageUVX(input, options, image); !result) return result;
   std::string picture;
   if (!names.picture.empty()) {
-    if (AResult result = draw(image, names.picture, picture); !result) return result;
+    if (AResult result = draw(image, nullptr, names.picture, picture); !result) return result;
   }
   if (AResult result = outputs.Store(image, picture); !result) return result;
   NoteAll(image.remarks, host);
-  if (image.beyond > 0) {
-    host.Note(std::to_string(image.beyond) + " visibilities on baselines too long for the cell are left out");
-  }
+  if (image.beyond > 0) host.Note(BeyondText(image));
   host.Report(label + Summary(image));
   return AResult::Ok();
-}
-
-std::string BeamText(const ABeamShape& shape) {
-  const AngleUnit unit = AngleUnitFor(shape.major);
-  char angle[24];
-  std::snprintf(angle, sizeof angle, " at %.1f degrees", shape.angle);
-  return RoundedNumber(shape.major / unit.radians, 4) + " x " + RoundedNumber(shape.minor / unit.radians, 4) + " " +
-         unit.name + angle;
 }
 
 AJob ImageJob() {

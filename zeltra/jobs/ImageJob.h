@@ -6,23 +6,23 @@
 #include <functional>
 #include <string>
 
+#include "zeltra/calibration/ComponentModel.h"
 #include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/jobs/JobHost.h"
 
 namespace zeltra {
 
 /// Draws an image.
-/// @param name     of the picture's file, whose ending tells its kind
-/// @param picture  receives the bytes of the file
-using PictureDrawer = std::function<AResult(const DirtyImage& image, const std::string& name, std::string& picture)>;
+/// @param components  those that may be marked; null if there are none
+/// @param name        of the picture's file, whose ending tells its kind
+/// @param picture     receives the bytes of the file
+using PictureDrawer = std::function<AResult(const DirtyImage& image, const ComponentModel* components,
+                                            const std::string& name, std::string& picture)>;
 
 /// Run the job of ImageDescription().
 /// @param draw  empty: no picture can be named
 ZELTRA_API AResult MakeImage(const AJobFiles& files, const ImageOptions& options, const PictureDrawer& draw,
                              AJobHost& host);
-
-/// The size and angle of a beam, as in "1.43 x 0.62 mas at -6.9 degrees".
-ZELTRA_API std::string BeamText(const ABeamShape& shape);
 
 }  // namespace zeltra
 

@@ -62,8 +62,9 @@ AResult Reader::ReadOption(const std::string& text) {
   const size_t equal = std::min(text.find('='), text.size());
   const std::string name = text.substr(0, equal), value = text.substr(std::min(equal + 1, text.size()));
   const AJobOption* option = description_.Find(name);
-  const bool isList = option && (option->kind == AOptionKind::TextList || option->kind == AOptionKind::NumberList);
-  if (!given_.insert(name).second && !isList) return Refuse(name + " is given twice");
+  const bool mayRepeat = option && (option->isRepeated || option->kind == AOptionKind::TextList ||
+                                    option->kind == AOptionKind::NumberList);
+  if (!given_.insert(name).second && !mayRepeat) return Refuse(name + " is given twice");
   if (std::string* file = option ? nullptr : FileOf(name)) {
     *file = value;
     return AResult::Ok();

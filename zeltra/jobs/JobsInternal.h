@@ -23,6 +23,7 @@ AJob JobOf(const AJobDescription& (*description)(), bool hasTable = false) {
 AJob ApplyJob();
 AJob AverageJob();
 AJob AverageFrequencyJob();
+AJob CleanJob();
 AJob ClosureJob();
 AJob CopyJob();
 AJob DeleteIFsJob();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "apps/zeltra/plot/ImagePicture.h"
+#include "apps/zeltra/plot/PictureArguments.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,13 +7,14 @@
 
 #include "apps/zeltra/plot/Contours.h"
 #include "apps/zeltra/plot/PalettePNG.h"
+#include "apps/zeltra/plot/PictureFile.h"
 #include "apps/zeltra/plot/Plot.h"
 #include "apps/zeltra/plot/SVG.h"
 #include "apps/zeltra/plot/Ticks.h"
 #include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
-#include "zeltra/jobs/ImageJob.h"
+#include "zeltra/jobs/ImageText.h"
 
 namespace zeltra::app {
 namespace {
@@ -62,7 +63,7 @@ struct ColourScale {
 
 class Picture {
  public:
-  Picture(const DirtyImage& image, const PictureOptions& options);
+  Picture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model);
   std::string Draw();
 
  private:
@@ -75,12 +76,14 @@ class Picture {
   double YOf(double north) const;
   bool DrawPixels(SVG& svg) const;
   void DrawContours(SVG& svg) const;
+  void DrawComponents(SVG& svg) const;
   void DrawBeam(SVG& svg) const;
   void DrawAxes(SVG& svg) const;
   bool DrawBar(SVG& svg) const;
 
   const DirtyImage& image_;
   const PictureOptions options_;
+  const ComponentModel* const model_;
   const int bin_;       // pixels of the image per pixel of the picture
   const int pixels_;    // of a line of the picture
   const double side_;   // of the picture in the drawing
@@ -94,9 +97,10 @@ class Picture {
   std::vector<int> levels_;  // of contours, in steps
 };
 
-Picture::Picture(const DirtyImage& image, const PictureOptions& options)
+Picture::Picture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model)
     : image_(image),
       options_(options),
+      model_(options.components ? model : nullptr),
       bin_((image.map.Lines() + kMostPixels - 1) / kMostPixels),
       pixels_(image.map.Lines() / bin_),
       side_((2 * kLeastSide + pixels_ - 1) / pixels_ * pixels_ / 2.0),
@@ -118,6 +122,7 @@ std::string Picture::Draw() {
            17);
   if (!DrawPixels(svg) || !DrawBar(svg)) return {};
   DrawContours(svg);
+  DrawComponents(svg);
   DrawBeam(svg);
   DrawAxes(svg);
   svg.TextUpward(width - 14, kTop + side_ / 2, brightness_);
@@ -215,6 +220,21 @@ void Picture::DrawContours(SVG& svg) const {
   }
 }
 
+// A cross for each component, and the half-power ellipse of a Gaussian.
+void Picture::DrawComponents(SVG& svg) const {
+  constexpr double kArm = 3;
+  if (!model_) return;
+  for (const ModelComponent& c : model_->components()) {
+    const double x = XOf(c.x), y = YOf(c.y);
+    if (x < kLeft || x > kLeft + side_ || y < kTop || y > kTop + side_) continue;
+    const char* colour = c.flux < 0 ? "#ff3030" : "#30c0ff";
+    svg.Line(x - kArm, y, x + kArm, y, colour);
+    svg.Line(x, y - kArm, x, y + kArm, colour);
+    const double major = c.major / 2 / image_.cell * scale_;
+    if (c.isGaussian) svg.Ellipse(x, y, major * c.ratio, major, -c.angle * kDegreesPerRadian, colour, 1);
+  }
+}
+
 // The half-power ellipse in the lower left corner, unless it fills the picture.
 void Picture::DrawBeam(SVG& svg) const {
   const double major = image_.shape.major / 2 / image_.cell * scale_;
@@ -264,8 +284,27 @@ bool Picture::DrawBar(SVG& svg) const {
 
 }  // namespace
 
-std::string ImagePicture(const DirtyImage& image, const PictureOptions& options) {
-  return Picture(image, options).Draw();
+AResult ParseClip(const std::string& text, PictureOptions& picture) {
+  const size_t comma = text.find(',');
+  PictureOptions::Range clip = {};
+  const bool isRange = comma != text.npos && strToVal(text.substr(0, comma), clip.low) &&
+                       strToVal(text.substr(comma + 1), clip.high) && clip.low < clip.high;
+  if (!isRange) return AResult::Fail("'" + text + "' is not two numbers, the smaller one first, as in -0.01,0.5");
+  picture.clip = clip;
+  return AResult::Ok();
+}
+
+PictureDrawer DrawerOf(const PictureOptions& options) {
+  return [&options](const DirtyImage& image, const ComponentModel* components, const std::string& name,
+                    std::string& picture) {
+    picture = ImagePicture(image, options, components);
+    if (picture.empty()) return AResult::Fail(name + ": there is no memory for the picture");
+    return FinishPicture(name, picture);
+  };
+}
+
+std::string ImagePicture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model) {
+  return Picture(image, options, model).Draw();
 }
 
 }  // namespace zeltra::app
