@@ -67,6 +67,12 @@ void DescribeImaging(AJobDescriber<Options>& job, unsigned leftOut = 0) {
       .Otherwise("half of what is free");
 }
 
+AJobFile PictureFile() {
+  AJobFile picture = {"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}};
+  picture.isPicture = true;
+  return picture;
+}
+
 AJobDescription DescribeImage() {
   AJobDescriber<ImageOptions> job(
       "image", "Make the dirty image of a source",
@@ -85,7 +91,7 @@ AJobDescription DescribeImage() {
   job.Input(UVXInputFile());
   job.Output({"OUT.map", "the map file to make", "", 0, {}, true});
   job.Output({"OUT.fits", "make a FITS image", "fits", 0, {}});
-  job.Output({"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}});
+  job.Output(PictureFile());
   job.Output({"BEAM.map", "make a map file of the dirty beam", "beam", 0, {}});
   DescribeImaging(job);
   job.Overwrite();
@@ -162,7 +168,7 @@ AJobDescription DescribeClean() {
   job.Output({"OUT.fits", "the FITS image to make", "", 0, {}});
   job.Output({"OUT.mod", "write the components as text", "save-model", 0, {}});
   job.Output({"R.fits", "make a FITS image of what is left", "residual", 0, {}});
-  job.Output({"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}});
+  job.Output(PictureFile());
   DescribeImaging(job, kStopTime);
   DescribeCleaning(job);
   job.Threads();
