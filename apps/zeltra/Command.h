@@ -99,6 +99,7 @@ void AddClosureCommand(CLI::App& app, Session& session);
 void AddCopyCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);
 void AddFrequencyCommands(CLI::App& app, Session& session);
+void AddFitCommand(CLI::App& app, Session& session);
 void AddFlagCommand(CLI::App& app, Session& session);
 void AddGainsCommand(CLI::App& app, Session& session);
 void AddImageCommand(CLI::App& app, Session& session);

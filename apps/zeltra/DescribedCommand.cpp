@@ -126,8 +126,11 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
   }
   if (targets.format) {
     AddFormat(command, *targets.format);
+    // Beside an output that has to be named the table is printed in any case.
+    const bool isBeside = std::any_of(description.outputs.begin(), description.outputs.end(),
+                                      [](const AJobFile& file) { return file.isRequired(); });
     for (const AJobFile& file : description.outputs) {
-      if (!file.isWord() && !file.isNeeded) ReplaceTable(command, file);
+      if (!file.isWord() && !isBeside) ReplaceTable(command, file);
     }
   }
   session.Describe(description);

@@ -82,6 +82,7 @@ int Run(std::vector<std::string> arguments) {
   AddGainsCommand(app, session);
   AddApplyCommand(app, session);
   AddSolveCommand(app, session);
+  AddFitCommand(app, session);
   AddImageCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);

@@ -1,0 +1,84 @@
+// zeltra fit: components of a source, from its visibilities or from an image.
+// SPDX-License-Identifier: MIT
+#include <cmath>
+#include <memory>
+
+#include "apps/zeltra/Command.h"
+#include "apps/zeltra/UVXInput.h"
+#include "zeltra/calibration/FitUVX.h"
+#include "zeltra/core/Text.h"
+#include "zeltra/core/Units.h"
+
+namespace zeltra::app {
+namespace {
+
+struct Arguments {
+  std::string from, image;
+  std::string to, residual;
+  TableFormat format = TableFormat::Text;
+  FitOptions options;
+};
+
+AResult PrintComponents(const Arguments& arguments, const ComponentFit& fit) {
+  StandardOutput out;
+  TablePrinter printer(out, arguments.format, PrintedColumns(FitDescription(), arguments.format));
+  const auto print = [&printer](double value, double error, double unit) {
+    printer.Real(value / unit);
+    if (std::isfinite(error)) {
+      printer.Real(error / unit);
+    } else {
+      printer.Nothing();
+    }
+  };
+  for (size_t i = 0; i < fit.errors.size(); ++i) {
+    const ModelComponent& c = fit.model.components()[i];
+    const ComponentErrors& e = fit.errors[i];
+    printer.Integer(static_cast<int64>(i) + 1);
+    print(c.flux, e.flux, 1);
+    print(c.x, e.x, kRadiansPerMas);
+    print(c.y, e.y, kRadiansPerMas);
+    print(c.major, e.major, kRadiansPerMas);
+    print(c.ratio, e.ratio, 1);
+    print(c.angle, e.angle, kRadiansPerDegree);
+    printer.EndRow();
+  }
+  printer.Finish();
+  return out.Flush();
+}
+
+std::string Chi(double chi2, int64 visibilities) {
+  return RoundedNumber(chi2 / (2 * static_cast<double>(visibilities)), 7);
+}
+
+AResult FitVisibilities(Arguments& arguments, ComponentFit& fit, Session& session) {
+  UVXInput input;
+  if (AResult result = input.Open(arguments.from, arguments.options.selection, session); !result) return result;
+  if (AResult result = FitUVX(input, arguments.to, arguments.residual, arguments.options, fit); !result) return result;
+  for (const std::string& remark : fit.remarks) session.Note(remark);
+  session.Report(arguments.to + ": " + std::to_string(fit.parameters) + " numbers of " +
+                 std::to_string(fit.errors.size()) + " components fitted to " + std::to_string(fit.visibilities) +
+                 " visibilities in " + std::to_string(fit.iterations) + " steps; chi^2/2N " +
+                 Chi(fit.chi2Before, fit.visibilities) + " before, " + Chi(fit.chi2After, fit.visibilities) + " after");
+  if (!arguments.residual.empty()) ReportUVX(session, arguments.residual);
+  return AResult::Ok();
+}
+
+AResult RunFit(Arguments& arguments, Session& session) {
+  if (arguments.options.model.empty()) throw CLI::RequiredError("--model");
+  ComponentFit fit;
+  AResult result = FitVisibilities(arguments, fit, session);
+  return result ? PrintComponents(arguments, fit) : result;
+}
+
+}  // namespace
+
+void AddFitCommand(CLI::App& app, Session& session) {
+  auto arguments = std::make_shared<Arguments>();
+  AddCommand(app, session, FitDescription(),
+             {arguments->options,
+              {&arguments->from, &arguments->image, &arguments->to, &arguments->residual},
+              &arguments->format},
+             [arguments, &session] { return RunFit(*arguments, session); });
+}
+
+}  // namespace zeltra::app
