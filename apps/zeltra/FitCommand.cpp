@@ -12,6 +12,8 @@
 namespace zeltra::app {
 namespace {
 
+constexpr int kDigits = 6, kErrorDigits = 2;
+
 struct Arguments {
   std::string from, image;
   std::string to, residual;
@@ -22,13 +24,13 @@ struct Arguments {
 AResult PrintComponents(const Arguments& arguments, const ComponentFit& fit) {
   StandardOutput out;
   TablePrinter printer(out, arguments.format, PrintedColumns(FitDescription(), arguments.format));
-  const auto print = [&printer](double value, double error, double unit) {
-    printer.Real(value / unit);
-    if (std::isfinite(error)) {
-      printer.Real(error / unit);
-    } else {
-      printer.Nothing();
-    }
+  const auto number = [&](double value, int digits) {
+    if (!std::isfinite(value)) return printer.Nothing();
+    arguments.format == TableFormat::Text ? printer.Text(RoundedNumber(value, digits)) : printer.Real(value);
+  };
+  const auto print = [&number](double value, double error, double unit) {
+    number(value / unit, kDigits);
+    number(error / unit, kErrorDigits);
   };
   for (size_t i = 0; i < fit.errors.size(); ++i) {
     const ModelComponent& c = fit.model.components()[i];
@@ -46,6 +48,10 @@ AResult PrintComponents(const Arguments& arguments, const ComponentFit& fit) {
   return out.Flush();
 }
 
+std::string Count(int64 n, const std::string& what) {
+  return std::to_string(n) + " " + what + (n == 1 ? "" : "s");
+}
+
 std::string Chi(double chi2, int64 visibilities) {
   return RoundedNumber(chi2 / (2 * static_cast<double>(visibilities)), 7);
 }
@@ -55,9 +61,9 @@ AResult FitVisibilities(Arguments& arguments, ComponentFit& fit, Session& sessio
   if (AResult result = input.Open(arguments.from, arguments.options.selection, session); !result) return result;
   if (AResult result = FitUVX(input, arguments.to, arguments.residual, arguments.options, fit); !result) return result;
   for (const std::string& remark : fit.remarks) session.Note(remark);
-  session.Report(arguments.to + ": " + std::to_string(fit.parameters) + " numbers of " +
-                 std::to_string(fit.errors.size()) + " components fitted to " + std::to_string(fit.visibilities) +
-                 " visibilities in " + std::to_string(fit.iterations) + " steps; chi^2/2N " +
+  session.Report(arguments.to + ": " + Count(fit.parameters, "number") + " of " +
+                 Count(std::ssize(fit.errors), "component") + " fitted to " + std::to_string(fit.visibilities) +
+                 " visibilities" + " in " + Count(fit.iterations, "step") + "; chi^2/2N " +
                  Chi(fit.chi2Before, fit.visibilities) + " before, " + Chi(fit.chi2After, fit.visibilities) + " after");
   if (!arguments.residual.empty()) ReportUVX(session, arguments.residual);
   return AResult::Ok();

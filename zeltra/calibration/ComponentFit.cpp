@@ -10,6 +10,7 @@
 #include <numbers>
 
 #include "zeltra/calibration/ModelPrediction.h"
+#include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/PartRunnerInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
@@ -21,7 +22,6 @@ namespace {
 
 using Complex = std::complex<double>;
 
-constexpr int kMostParameters = 1000;
 // Visibilities of a part, whose rows become one triangle, and of a block of these rows, which stays in the cache.
 constexpr size_t kPart = 4096, kBlock = 128;
 // Part of a derivative that has to differ from all those before it. Otherwise the parameter is not determined.
@@ -362,9 +362,9 @@ class ComponentFitter {
   AResult Minimize();
   AResult FindErrors();
   AResult Linearize(const Parameters& parameters, AQRSums& sums) const;
+  void DropUndetermined(Parameters& parameters, const AQRSums& sums);
   void SetErrors(const Parameters& parameters, const std::vector<double>& covariance);
   void RemarkOnCorrelations(const Parameters& parameters, const std::vector<double>& covariance);
-  void RemarkOnWidths();
   std::string NameOf(const Parameter& parameter) const;
 
   VisibilityList& list_;
@@ -377,9 +377,7 @@ class ComponentFitter {
 AResult ComponentFitter::Run() {
   if (AResult result = Divide(); !result) return result;
   if (AResult result = Minimize(); !result) return result;
-  if (AResult result = FindErrors(); !result) return result;
-  RemarkOnWidths();
-  return AResult::Ok();
+  return FindErrors();
 }
 
 // Take the components that nothing changes out of the visibilities.
@@ -389,9 +387,8 @@ AResult ComponentFitter::Divide() {
   for (size_t i = 0; i < all.size(); ++i) {
     ModelComponent c = all[i];
     Fold(c);
-    if (!c.isGaussian) c.free &= ~kShape;
+    c.free = FreeNumbers(c);
     if (c.ratio == 0 && (c.free & ModelComponent::FreeRatio)) c.ratio = kFirstRatio;
-    if (c.ratio == 1 && !(c.free & ModelComponent::FreeRatio)) c.free &= ~unsigned{ModelComponent::FreeAngle};
     if (c.free == 0) {
       fixed.components().push_back(c);
       continue;
@@ -399,8 +396,8 @@ AResult ComponentFitter::Divide() {
     free_.push_back(c);
     places_.push_back(i);
     fit_.parameters += std::popcount(c.free);
-    if (fit_.parameters > kMostParameters) {
-      return AResult::Fail("more than " + std::to_string(kMostParameters) +
+    if (fit_.parameters > kMostFreeNumbers) {
+      return AResult::Fail("more than " + std::to_string(kMostFreeNumbers) +
                            " numbers are free, which is more than a fit can take");
     }
   }
@@ -452,40 +449,55 @@ AResult ComponentFitter::Linearize(const Parameters& parameters, AQRSums& sums) 
 AResult ComponentFitter::FindErrors() {
   fit_.errors.resize(fit_.model.components().size());
   Parameters parameters(free_, false);
-  const int all = parameters.count();
-  AQRSums sums(all);
+  AQRSums sums(parameters.count());
   if (AResult result = Linearize(parameters, sums); !result) return result;
-  std::vector<bool> dropped(static_cast<size_t>(all));
-  std::vector<std::string> names;
-  for (int j = 0; j < all; ++j) {
-    double square = 0;
-    for (int i = 0; i <= j; ++i) square += sums.R(i, j) * sums.R(i, j);
-    if (std::fabs(sums.R(j, j)) > kLeastShare * std::sqrt(square)) continue;
-    dropped[static_cast<size_t>(j)] = true;
-    const Parameter& parameter = parameters[j];
-    names.push_back(NameOf(parameter));
-    NumberOf(fit_.errors[places_[parameter.component]], parameter.number) = std::numeric_limits<double>::infinity();
-  }
-  if (names.empty()) {
+  DropUndetermined(parameters, sums);
+  if (parameters.count() == sums.unknowns()) {
     SetErrors(parameters, sums.Covariance());
     return AResult::Ok();
   }
-  fit_.remarks.push_back("the data do not determine " + List(names));
-  parameters.Drop(dropped);
   AQRSums rest(parameters.count());
   AResult result = Linearize(parameters, rest);
   if (result) SetErrors(parameters, rest.Covariance());
   return result;
 }
 
+void ComponentFitter::DropUndetermined(Parameters& parameters, const AQRSums& sums) {
+  std::vector<bool> dropped;
+  std::vector<std::string> names;
+  for (int j = 0; j < sums.unknowns(); ++j) {
+    double square = 0;
+    for (int i = 0; i <= j; ++i) square += sums.R(i, j) * sums.R(i, j);
+    dropped.push_back(!(std::fabs(sums.R(j, j)) > kLeastShare * std::sqrt(square)));
+    if (!dropped.back()) continue;
+    const Parameter& parameter = parameters[j];
+    names.push_back(NameOf(parameter));
+    NumberOf(fit_.errors[places_[parameter.component]], parameter.number) = std::numeric_limits<double>::infinity();
+  }
+  parameters.Drop(dropped);
+  if (!names.empty()) fit_.remarks.push_back("the data do not determine " + List(names));
+}
+
 void ComponentFitter::SetErrors(const Parameters& parameters, const std::vector<double>& covariance) {
   if (covariance.empty()) return;
+  std::vector<std::string> small;
   const double freedom = 2 * static_cast<double>(fit_.visibilities) - parameters.count();
   const auto stride = static_cast<size_t>(parameters.count()) + 1;
   for (int i = 0; i < parameters.count(); ++i) {
-    const double variance = covariance[static_cast<size_t>(i) * stride] * fit_.chi2After / freedom;
-    NumberOf(fit_.errors[places_[parameters[i].component]], parameters[i].number) = std::sqrt(variance);
+    const Parameter& parameter = parameters[i];
+    double error = std::sqrt(covariance[static_cast<size_t>(i) * stride] * fit_.chi2After / freedom);
+    const bool isWidth = parameter.number == ModelComponent::FreeMajor || parameter.number == ModelComponent::FreeRatio;
+    const double value = NumberOf(free_[parameter.component], parameter.number);
+    if (isWidth && error > value) {
+      // Near 0 only the square has a parabola of chi^2 around it.
+      const double bound = std::sqrt(value * (value + 2 * error));
+      error = bound - value;
+      const bool isAngle = parameter.number == ModelComponent::FreeMajor;
+      small.push_back(NameOf(parameter) + " below " + (isAngle ? AngleText(bound, 3) : RoundedNumber(bound, 3)));
+    }
+    NumberOf(fit_.errors[places_[parameter.component]], parameter.number) = error;
   }
+  if (!small.empty()) fit_.remarks.push_back("not resolved: " + List(small));
   RemarkOnCorrelations(parameters, covariance);
 }
 
@@ -513,21 +525,17 @@ void ComponentFitter::RemarkOnCorrelations(const Parameters& parameters, const s
   if (!names.empty()) fit_.remarks.push_back("strong correlations: " + List(names));
 }
 
-void ComponentFitter::RemarkOnWidths() {
-  std::vector<std::string> names;
-  for (size_t i = 0; i < fit_.errors.size(); ++i) {
-    if (fit_.errors[i].major >= fit_.model.components()[i].major && fit_.errors[i].major > 0)
-      names.push_back(std::to_string(i + 1));
-  }
-  if (!names.empty())
-    fit_.remarks.push_back("not resolved, as the error of the major axis exceeds it: components " + List(names));
-}
-
 std::string ComponentFitter::NameOf(const Parameter& parameter) const {
   return zeltra::NameOf(parameter.number) + " of component " + std::to_string(places_[parameter.component] + 1);
 }
 
 }  // namespace
+
+unsigned FreeNumbers(const ModelComponent& c) {
+  if (!c.isGaussian) return c.free & ~kShape;
+  const bool staysCircle = c.ratio == 1 && !(c.free & ModelComponent::FreeRatio);
+  return staysCircle ? c.free & ~unsigned{ModelComponent::FreeAngle} : c.free;
+}
 
 void Fold(ModelComponent& c) {
   if (!c.isGaussian) return;

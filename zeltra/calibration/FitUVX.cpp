@@ -2,6 +2,7 @@
 #include "zeltra/calibration/FitUVX.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "zeltra/calibration/ModelFile.h"
@@ -88,15 +89,18 @@ AResult Fitter::WriteResidual(AUVXWriter& writer) {
 
 AResult OpenStart(const FitOptions& options, ComponentModel& model) {
   if (AResult result = model.Open(options.model); !result) return result;
-  bool isAnyFree = false;
+  int count = 0;
   for (ModelComponent& c : model.components()) {
-    constexpr unsigned kPoint = ModelComponent::FreeFlux | ModelComponent::FreeX | ModelComponent::FreeY;
     if (options.free) c.free = *options.free;
-    isAnyFree |= (c.free & (c.isGaussian ? ~0U : kPoint)) != 0;
+    count += std::popcount(FreeNumbers(c));
+    if (count <= kMostFreeNumbers) continue;
+    return AResult::Fail(options.model + ": more than " + std::to_string(kMostFreeNumbers) +
+                         " numbers are free to be fitted, which is more than a fit takes");
   }
-  if (isAnyFree) return AResult::Ok();
+  if (count > 0) return AResult::Ok();
   return AResult::Fail(options.model +
-                       ": no number is free to be fitted: a v behind it in the file marks one, and --free names kinds");
+                       ": no number is free to be fitted: a v after it marks one in the file, and --free frees numbers "
+                       "of all components");
 }
 
 std::string ModelText(const ComponentFit& fit) {
