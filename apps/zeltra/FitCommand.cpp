@@ -8,6 +8,7 @@
 #include "zeltra/calibration/FitUVX.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
+#include "zeltra/imaging/FitImage.h"
 
 namespace zeltra::app {
 namespace {
@@ -69,10 +70,36 @@ AResult FitVisibilities(Arguments& arguments, ComponentFit& fit, Session& sessio
   return AResult::Ok();
 }
 
+AResult FitPixels(Arguments& arguments, ComponentFit& sky, Session& session) {
+  ImageFit fit;
+  AResult result = FitImage(arguments.image, arguments.options.model, arguments.to, arguments.options, fit);
+  if (!result) return result;
+  sky = fit.sky;
+  for (const std::string& remark : sky.remarks) session.Note(remark);
+  session.Report(arguments.to + ": " + Count(std::ssize(sky.errors), "component") + " fitted in " +
+                 Count(fit.rounds, "round") + "; rms of the rest " + RoundedNumber(fit.rms, 4) + " " + fit.unit);
+  return AResult::Ok();
+}
+
+// What means something else, or nothing, for an image.
+void CheckArguments(const Arguments& arguments) {
+  if (arguments.image.empty()) {
+    if (arguments.from.empty()) throw CLI::RequiredError("FILE or --image-plane");
+    if (arguments.options.model.empty()) throw CLI::RequiredError("--model");
+    return;
+  }
+  if (!arguments.from.empty()) throw CLI::ValidationError("--image-plane", "stands in place of " + arguments.from);
+  const AJobDescription& fit = FitDescription();
+  if (!arguments.residual.empty() || fit.Command(arguments.options) != fit.Command(FitOptions())) {
+    throw CLI::ValidationError("--image-plane", "goes with --model and --output, not with options for visibilities");
+  }
+}
+
 AResult RunFit(Arguments& arguments, Session& session) {
-  if (arguments.options.model.empty()) throw CLI::RequiredError("--model");
+  CheckArguments(arguments);
   ComponentFit fit;
-  AResult result = FitVisibilities(arguments, fit, session);
+  AResult result =
+      arguments.image.empty() ? FitVisibilities(arguments, fit, session) : FitPixels(arguments, fit, session);
   return result ? PrintComponents(arguments, fit) : result;
 }
 
