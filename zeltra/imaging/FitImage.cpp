@@ -21,7 +21,7 @@ namespace zeltra {
 namespace {
 
 constexpr double kFourLn2 = 4 * std::numbers::ln2;
-constexpr int kMostRounds = 2000;
+constexpr int kMostRounds = 100;
 constexpr int kMovingRounds = 10;  // after these the pixels of a component stay, so that rounds converge
 // Of peaks, and of places and widths in beams; pixels are floats.
 constexpr double kSettled = 1e-6;
@@ -110,7 +110,8 @@ AResult ImageFitter::Run(const ComponentModel& start) {
     }
   }
   if (fit_.rounds == kMostRounds) {
-    fit_.sky.remarks.push_back("the fit has not converged after " + std::to_string(kMostRounds) + " rounds");
+    fit_.sky.remarks.push_back("the fit has not converged after " + std::to_string(kMostRounds) +
+                               " rounds, as components overlap: a fit to the visibilities takes them together");
   }
   fit_.rms = RMS();
   fit_.unit = image_.unit;
