@@ -1,7 +1,9 @@
 // What the jobs on gains and models take and give, as people see it.
 // SPDX-License-Identifier: MIT
-#include <map>
+#include <algorithm>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 #include "zeltra/calibration/FitUVX.h"
 #include "zeltra/calibration/SolveGains.h"
@@ -79,20 +81,31 @@ AJobDescription DescribeSolve() {
   return job.Finish();
 }
 
+constexpr std::pair<const char*, unsigned> kFreeNames[] = {
+    {"flux", ModelComponent::FreeFlux},   {"x", ModelComponent::FreeX},         {"y", ModelComponent::FreeY},
+    {"major", ModelComponent::FreeMajor}, {"ratio", ModelComponent::FreeRatio}, {"pa", ModelComponent::FreeAngle}};
+
 // Names of the numbers of a component, separated by commas.
 AResult ParseFree(const std::string& text, std::optional<unsigned>& free) {
-  static const std::map<std::string, unsigned> kNames = {
-      {"flux", ModelComponent::FreeFlux},   {"x", ModelComponent::FreeX},         {"y", ModelComponent::FreeY},
-      {"major", ModelComponent::FreeMajor}, {"ratio", ModelComponent::FreeRatio}, {"pa", ModelComponent::FreeAngle}};
   std::vector<std::string> words;
   if (AResult result = ALineParse(text, words); !result) return result;
-  free = free.value_or(0);
   for (const std::string& word : words) {
-    const auto found = kNames.find(word);
-    if (found == kNames.end()) return AResult::Fail(word + ": none of flux, x, y, major, ratio, pa");
-    *free |= found->second;
+    const auto* found = std::find_if(std::begin(kFreeNames), std::end(kFreeNames),
+                                     [&word](const auto& name) { return name.first == word; });
+    if (found == std::end(kFreeNames)) return AResult::Fail(word + ": none of flux, x, y, major, ratio, pa");
+    free = free.value_or(0) | found->second;
   }
   return AResult::Ok();
+}
+
+std::string FreeText(const std::optional<unsigned>& free) {
+  std::string text;
+  for (const auto& [name, number] : kFreeNames) {
+    if (!(free.value_or(0) & number)) continue;
+    if (!text.empty()) text += ',';
+    text += name;
+  }
+  return text;
 }
 
 AJobDescription DescribeFit() {
@@ -134,7 +147,7 @@ AJobDescription DescribeFit() {
       .KeepsResult();
   job.Parsed(
          "free", [](const std::string& text, FitOptions& o) { return ParseFree(text, o.free); },
-         [](const FitOptions&) { return std::string(); },
+         [](const FitOptions& o) { return FreeText(o.free); },
          "what may change in all components: flux, x, y, major, ratio, pa")
       .Form("NAME[,...]")
       .Otherwise("the numbers followed by v in the model");
