@@ -38,37 +38,14 @@ constexpr unsigned kNumbers[] = {ModelComponent::FreeFlux,  ModelComponent::Free
 // Of a component or of its errors.
 template <typename Component>
 double& NumberOf(Component& c, unsigned number) {
-  switch (number) {
-    case ModelComponent::FreeFlux:
-      return c.flux;
-    case ModelComponent::FreeX:
-      return c.x;
-    case ModelComponent::FreeY:
-      return c.y;
-    case ModelComponent::FreeMajor:
-      return c.major;
-    case ModelComponent::FreeRatio:
-      return c.ratio;
-    default:
-      return c.angle;
-  }
+  constexpr double Component::*kMembers[] = {&Component::flux,  &Component::x,     &Component::y,
+                                             &Component::major, &Component::ratio, &Component::angle};
+  return c.*kMembers[std::countr_zero(number)];
 }
 
 std::string NameOf(unsigned number) {
-  switch (number) {
-    case ModelComponent::FreeFlux:
-      return "flux";
-    case ModelComponent::FreeX:
-      return "x";
-    case ModelComponent::FreeY:
-      return "y";
-    case ModelComponent::FreeMajor:
-      return "major axis";
-    case ModelComponent::FreeRatio:
-      return "axial ratio";
-    default:
-      return "angle";
-  }
+  constexpr const char* kNames[] = {"flux", "x", "y", "major axis", "axial ratio", "angle"};
+  return kNames[std::countr_zero(number)];
 }
 
 // A Gaussian of flux 1 without its phase is exp(-kScale (uu u^2 + uv u v + vv v^2)); also the derivatives of the three.

@@ -18,7 +18,8 @@ namespace {
 
 // 1 GiB of floats.
 constexpr double kMostPixels = 1 << 28;
-constexpr double kSmallAngle = 1e-6;  // degrees, of a rotation that nobody sees
+constexpr double kLeastPixel = 1e-15, kMostAngle = 60;  // degrees
+constexpr double kSmallAngle = 1e-6;                    // degrees, of a rotation that nobody sees
 
 class ImageReader {
  public:
@@ -101,7 +102,10 @@ AResult ImageReader::FindPlace() {
   if (AResult result = Number("CDELT2", {}, north); !result) return result;
   if (AResult result = Number("CRPIX1", 0, image_.element); !result) return result;
   if (AResult result = Number("CRPIX2", 0, image_.line); !result) return result;
-  if (east == 0 || north == 0) return Fail("its pixels have no size, by CDELT1 and CDELT2");
+  for (const double size : {std::fabs(east), std::fabs(north)}) {
+    if (!(size > kLeastPixel && size < kMostAngle))
+      return Fail("its pixels have no size that can be meant, by CDELT1 and CDELT2");
+  }
   for (const char* key : {"CROTA1", "CROTA2", "PC1_2", "PC2_1", "CD1_1", "CD1_2", "CD2_1", "CD2_2"}) {
     if (AResult result = Number(key, 0, rotation); !result) return result;
     if (std::fabs(rotation) > kSmallAngle) return Fail("is rotated or skewed, by card " + std::string(key));
@@ -126,7 +130,8 @@ AResult ImageReader::FindBeam() {
   if (AResult result = Number("BMAJ", {}, image_.beam.major); !result) return result;
   if (AResult result = Number("BMIN", {}, image_.beam.minor); !result) return result;
   if (AResult result = Number("BPA", 0, image_.beam.angle); !result) return result;
-  if (!(image_.beam.minor > 0) || !(image_.beam.major >= image_.beam.minor))
+  const ABeamShape& beam = image_.beam;
+  if (!(beam.minor > kLeastPixel && beam.major >= beam.minor && beam.major < kMostAngle))
     return Fail("its beam, by BMAJ and BMIN, is no ellipse");
   image_.beam.major *= kRadiansPerDegree;
   image_.beam.minor *= kRadiansPerDegree;
