@@ -28,6 +28,11 @@ struct ZELTRA_API VisibilityList {
 
   size_t size() const { return u.size(); }
   void Add(const SelectedVisibility& visibility);
+  /// Whether another one may be added.
+  /// @param memory  the most to use, bytes; 0: no limit
+  bool HasRoom(double memory) const;
+  /// The failure where there is no room.
+  static AResult NoRoom(const std::string& path);
 
   /// Read all that is selected, in file order.
   /// @param data    selected already, with one polarisation
