@@ -53,9 +53,9 @@ AResult FitVisibilities(const AJobFiles& files, const FitOptions& options, Compo
   if (AResult result = FitUVX(input, to, residual, options, fit); !result) return result;
   NoteAll(fit.remarks, host);
   host.Report(files.outputs[0] + ": " + Count(fit.parameters, "number") + " of " +
-                 Count(std::ssize(fit.errors), "component") + " fitted to " + std::to_string(fit.visibilities) +
-                 " visibilities" + " in " + Count(fit.iterations, "step") + "; chi^2/2N " +
-                 Chi(fit.chi2Before, fit.visibilities) + " before, " + Chi(fit.chi2After, fit.visibilities) + " after");
+              Count(std::ssize(fit.errors), "component") + " fitted to " + std::to_string(fit.visibilities) +
+              " visibilities" + " in " + Count(fit.iterations, "step") + "; chi^2/2N " +
+              Chi(fit.chi2Before, fit.visibilities) + " before, " + Chi(fit.chi2After, fit.visibilities) + " after");
   if (!residual.empty()) ReportUVX(host, residual);
   return AResult::Ok();
 }
@@ -67,7 +67,7 @@ AResult FitPixels(const AJobFiles& files, const FitOptions& options, ComponentFi
   sky = fit.sky;
   NoteAll(sky.remarks, host);
   host.Report(files.outputs[0] + ": " + Count(std::ssize(sky.errors), "component") + " fitted in " +
-                 Count(fit.rounds, "round") + "; rms of the rest " + RoundedNumber(fit.rms, 4) + " " + fit.unit);
+              Count(fit.rounds, "round") + "; rms of the rest " + RoundedNumber(fit.rms, 4) + " " + fit.unit);
   return AResult::Ok();
 }
 
