@@ -1,0 +1,130 @@
+"""Images."""
+# SPDX-License-Identifier: MIT
+from __future__ import annotations
+
+import io
+import os
+import shutil
+import tempfile
+from dataclasses import dataclass
+from functools import cached_property
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+from numpy.typing import NDArray
+
+from ._error import Error, missing, reason
+from ._jobs import Path
+
+if TYPE_CHECKING:
+    from astropy.units import Quantity
+    from astropy.wcs import WCS
+    from matplotlib.axes import Axes
+
+
+@dataclass(frozen=True)
+class Beam:
+    """A Gaussian beam: full widths at half maximum, and the position angle of the major axis from north through east."""
+
+    major: Quantity
+    minor: Quantity
+    angle: Quantity
+
+
+class Image:
+    """An image of a source.
+
+    Attributes
+    ----------
+    data : numpy.ndarray
+        Pixels [y, x], north up and east to the left.
+    header : astropy.io.fits.Header
+        The cards of the FITS image.
+    notes, reports : list of str
+        What to know about the result, and what was made, in sentences.
+    """
+
+    def __init__(self, fits_file: bytes, notes: list[str], reports: list[str]) -> None:
+        from astropy.io import fits
+        self._bytes = fits_file
+        self.notes, self.reports = notes, reports
+        with fits.open(io.BytesIO(fits_file)) as units:
+            self.header = units[0].header
+            pixels = np.asarray(units[0].data, np.float32)
+        self.data: NDArray[np.float32] = pixels.reshape(pixels.shape[-2:])
+
+    def __repr__(self) -> str:
+        lines, elements = self.data.shape
+        return f"<zeltra.Image of {self.header.get('OBJECT', '')}: {elements} x {lines} pixels>"
+
+    @cached_property
+    def wcs(self) -> WCS:
+        """The two axes of the sky."""
+        from astropy.wcs import WCS as AstropyWCS
+        return AstropyWCS(self.header).celestial
+
+    @property
+    def beam(self) -> Beam:
+        """The Gaussian that curves as the dirty beam does at its centre."""
+        from astropy import units
+        return Beam(*((self.header[card] * units.deg).to(unit) for card, unit in
+                      (("BMAJ", units.mas), ("BMIN", units.mas), ("BPA", units.deg))))
+
+    @property
+    def noise(self) -> Quantity:
+        """Thermal noise, as expected from the weights."""
+        from astropy import units
+        return float(self.header["NOISE"]) * units.Unit(str(self.header.get("BUNIT", "JY/BEAM")).title().replace("Beam", "beam"))
+
+    def to_fits(self, path: Path, *, force: bool = False) -> None:
+        """Write a FITS image.
+
+        Parameters
+        ----------
+        path : str or os.PathLike
+            The file to make.
+        force : bool
+            Replace it if it exists.
+        """
+        path = os.fspath(path)
+        if not force and os.path.lexists(path):
+            raise Error(f"{path}: exists already and is not replaced unasked")
+        try:
+            with tempfile.TemporaryDirectory(dir=os.path.dirname(path) or ".", prefix=".zeltra-") as folder:
+                name = os.path.join(folder, "image.fits")
+                with open(name, "wb") as file:
+                    shutil.copyfileobj(io.BytesIO(self._bytes), file)
+                    file.flush()
+                    os.fsync(file.fileno())
+                os.replace(name, path)
+        except OSError as failure:
+            raise Error(f"{path}: cannot be written: {reason(failure)}") from failure
+
+    def plot(self, ax: Axes | None = None, **options: Any) -> Axes:
+        """Draw the image.
+
+        Parameters
+        ----------
+        ax : matplotlib.axes.Axes, optional
+            Where to draw; without it a figure is made.
+        **options
+            Options of `Axes.imshow`.
+
+        Returns
+        -------
+        matplotlib.axes.Axes
+        """
+        try:
+            import matplotlib.pyplot as plt
+        except ImportError as failure:
+            missing("matplotlib", "a plot", failure)
+        from astropy import units
+        axes: Axes = plt.figure().add_subplot() if ax is None else ax
+        lines, elements = self.data.shape
+        step = (abs(self.header["CDELT2"]) * units.deg).to_value(units.mas)
+        left, low = (elements / 2 + 0.5) * step, -(lines / 2 + 0.5) * step
+        shown = axes.imshow(self.data, **{"origin": "lower", "cmap": "cubehelix", "interpolation": "nearest", "extent":
+                                          (left, left - elements * step, low, low + lines * step), **options})
+        axes.set(xlabel="east / mas", ylabel="north / mas", title=str(self.header.get("OBJECT", "")))
+        axes.figure.colorbar(shown, ax=axes, label=str(self.header.get("BUNIT", "")))
+        return axes

@@ -1,0 +1,2 @@
+ImportSummary=None
+import_uvfits=None
