@@ -17,7 +17,7 @@ from ._image import Beam, Image
 from ._import import ImportSummary, import_uvfits
 from ._jobs import Result, run
 from ._library import version
+from ._version import __version__
 
-__version__ = "0.1.0"
-__all__ = ["Average", "Beam", "Block", "Error", "File", "Image", "ImportSummary", "Result", "Selection", "import_uvfits",
-           "jobs", "open", "run", "version"]
+__all__ = ["Average", "Beam", "Block", "Error", "File", "Image", "ImportSummary", "Result", "Selection", "__version__",
+           "import_uvfits", "jobs", "open", "run", "version"]

@@ -12,7 +12,8 @@ from numpy.typing import NDArray
 
 from ._contents import C
 from ._file import open_file
-from ._jobs import Jobs, Path, Progress, run
+from ._jobs import Jobs, Path, run
+from ._library import Progress
 
 if TYPE_CHECKING:
     from astropy.time import Time

@@ -146,9 +146,10 @@ class Contents:
         if image is None:
             return np.empty(0, np.int64), [], np.empty((0, 3))
         rows = len(image)
+        stored = image
 
         def numbers(name: str) -> NDArray[np.float64]:
-            return image.column(name).astype(np.float64).reshape(rows) if image.has(name) else np.zeros(rows)
+            return stored.column(name).astype(np.float64).reshape(rows) if stored.has(name) else np.zeros(rows)
 
         epoch = numbers("EPOCH")
         # A negative equinox marks coordinates of that equinox stored in place of apparent ones.
@@ -231,18 +232,33 @@ class Contents:
 
     def frequencies(self, setup: int) -> NDArray[np.float64]:
         """Frequencies [if, channel] in Hz; a setup without a row has those of the first row."""
-        image, header = self.needed("FQ"), self.header
-        if len(image) == 0:
-            raise Error(f"{self.path}: the table FQ has no rows")
-        numbers = image.column("FRQSEL") if image.has("FRQSEL") else np.arange(1, len(image) + 1)
+        start = self._setup_column(setup, "IF FREQ")
+        return np.asarray(self.header.freq0 + start[:, None] + np.arange(self.header.channels) * self.widths(setup)[:, None])
+
+    def widths(self, setup: int) -> NDArray[np.float64]:
+        """Width of a channel of each IF in Hz, negative for a lower sideband."""
+        return self._setup_column(setup, "CH WIDTH")
+
+    def _setup_column(self, setup: int, name: str) -> NDArray[np.float64]:
+        image, ifs = self.needed("FQ"), self.header.ifs
+        rows = len(image)
+        if rows == 0 or not image.has(name):
+            raise Error(f"{self.path}: the table FQ has no column {name}, or no rows")
+        numbers = image.column("FRQSEL") if image.has("FRQSEL") else np.arange(1, rows + 1)
         places = np.flatnonzero(numbers == setup)
-        row = int(places[0]) if len(places) else 0
-        start = image.column("IF FREQ").reshape(len(image), -1)[row].astype(np.float64)
-        width = image.column("CH WIDTH").reshape(len(image), -1)[row].astype(np.float64)
-        if min(len(start), len(width)) < header.ifs:
-            raise Error(f"{self.path}: the table FQ has frequencies of {min(len(start), len(width))} of {header.ifs} IFs")
-        channels = np.arange(header.channels)
-        return np.asarray(header.freq0 + start[:header.ifs, None] + channels * width[:header.ifs, None])
+        values = image.column(name).reshape(rows, -1)[int(places[0]) if len(places) else 0].astype(np.float64)
+        if len(values) < ifs:
+            raise Error(f"{self.path}: the table FQ has frequencies of {len(values)} of {ifs} IFs")
+        return np.asarray(values[:ifs])
+
+    def integration_times(self, records: NDArray[np.int64]) -> NDArray[np.float64]:
+        """Integration times of records in seconds, 0 where they are not known."""
+        image = self.image("IT")
+        if image is None or len(image) == 0 or int(image.keywords.get("RECORDS", -1)) != self.header.records:
+            return np.zeros(len(records))
+        seconds = image.column("INTTIM").astype(np.float64)
+        seconds[~((seconds > 0) & (seconds < 86400))] = 0
+        return np.asarray(seconds[np.searchsorted(image.column("FIRST VIS"), records + 1, "right") - 1])
 
     @cached_property
     def time_scale(self) -> str:

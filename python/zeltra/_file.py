@@ -18,7 +18,8 @@ from numpy.typing import NDArray
 from . import _layout
 from ._contents import C, Contents, astropy_unit
 from ._error import Error, reason
-from ._jobs import Jobs, Progress, run
+from ._jobs import Jobs, run
+from ._library import Progress
 from ._select import (Baselines, Conditions, Moment, Names, Numbers, Place, job_options, numbers_of, places, pol_places,
                       record_places)
 
@@ -58,7 +59,7 @@ class Visibilities:
         vis, weight = self.vis, self.weight
         good = (weight > 0) & np.isfinite(weight) & np.isfinite(vis)
         good &= (self.records["flag"] == 0)[:, None, None, None]
-        return np.logical_not(good, out=good)
+        return np.asarray(~good)
 
     @property
     def uvw(self) -> Quantity:
@@ -409,7 +410,7 @@ def _read(file: Any, target: NDArray[np.uint8], offset: int, path: str) -> None:
     file.seek(offset)
     done = 0
     while done < len(target):
-        got = file.readinto(memoryview(target)[done:])
+        got = file.readinto(target[done:].data)
         if not got:
             raise Error(f"{path}: ends at byte {offset + done}, within its records")
         done += got

@@ -6,7 +6,8 @@ from dataclasses import dataclass
 from typing import Any
 
 from ._file import open_file
-from ._jobs import Path, Progress, keywords, run
+from ._jobs import Path, keywords, run
+from ._library import Progress
 
 
 @dataclass(frozen=True)

@@ -13,7 +13,7 @@ import numpy as np
 from . import _library
 from ._contents import astropy_unit
 from ._error import Error
-from ._library import Cells, Progress
+from ._library import Cells, Progress, masked
 
 if TYPE_CHECKING:
     from astropy.table import QTable
@@ -64,7 +64,7 @@ class Result:
         table = QTable(meta={"notes": self.notes})
         for name, cells in self.columns.items():
             unit = None if self.units[name] == "JD" else astropy_unit(_UNITS.get(self.units[name], self.units[name]))
-            table[name] = cells if unit is None else np.ma.filled(cells, np.nan) * unit
+            table[name] = cells if unit is None else masked.filled(cells, np.nan) * unit
         return table
 
 
@@ -166,8 +166,8 @@ def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), op
     host = _library.run(job, names, [os.fspath(file) for file in outputs], texts + option_texts(job, chosen), progress, collect)
     for name in result.units:
         parts = [block[name] for block in blocks]
-        masked = any(np.ma.is_masked(part) for part in parts)
-        whole = np.ma.concatenate(parts) if masked else np.concatenate([np.ma.getdata(part) for part in parts])
+        has_gaps = any(masked.is_masked(part) for part in parts)
+        whole = masked.concatenate(parts) if has_gaps else np.concatenate([masked.getdata(part) for part in parts])
         result.columns[name] = whole - 1 if name in COUNTED and whole.dtype.kind == "i" else whole
     result.text, result.notes, result.reports = "".join(host.texts), host.notes, host.reports
     return result

@@ -12,7 +12,7 @@ from numpy.typing import NDArray
 
 from ._error import Error
 
-Buffer = Union[bytes, memoryview, "np.memmap[Any, Any]"]
+Buffer = Union[bytes, memoryview]
 Value = Union[str, int, float, bool]
 
 MAGIC = 1003

@@ -22,6 +22,7 @@ from ._error import Error
 
 Progress = Callable[[str, int], object]
 Cells = Union[NDArray[Any], "np.ma.MaskedArray[Any, Any]"]
+masked: Any = np.ma  # whose functions numpy does not annotate
 BlockSink = Callable[[dict[str, Cells], dict[str, str]], object]
 
 _DONE, _CANCELLED = 0, 130
@@ -132,7 +133,7 @@ def _cells(column: _Column) -> Cells:
     if not column.present or not count:
         return values
     present = np.frombuffer(ctypes.string_at(column.present, count), np.uint8)
-    return np.ma.MaskedArray(values, present == 0)
+    return masked.MaskedArray(values, present == 0)  # type: ignore[no-any-return]
 
 
 class _Host:

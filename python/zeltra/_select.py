@@ -65,7 +65,7 @@ def baselines(wanted: Baselines) -> list[str | tuple[Name, Name]]:
     """One baseline, as text or as two antennas, or a list of them."""
     if isinstance(wanted, str):
         return [*wanted.split(",")]
-    return list(wanted) if isinstance(wanted, list) else [wanted]  # type: ignore[list-item]
+    return list(wanted) if isinstance(wanted, list) else [wanted]
 
 
 def places(numbers: Numbers | None, count: int, what: str, path: str) -> Place:
@@ -140,7 +140,7 @@ def record_places(contents: Contents, heads: NDArray[np.void], wanted: Condition
     return as_slice(np.concatenate(found) if found else np.empty(0, np.int64))
 
 
-def _stretches(contents: Contents, times: NDArray[np.float64], wanted: Conditions) -> Iterable[tuple[int, int]]:
+def _stretches(contents: Contents, times: Any, wanted: Conditions) -> Iterable[tuple[int, int]]:
     """First record and the one after the last, of each scan that is taken; times ascend within a scan."""
     scans = contents.scan_list
     taken = np.ones(len(scans), bool)

@@ -1,2 +1,1 @@
-ImportSummary=None
-import_uvfits=None
+"""The jobs of the command."""
