@@ -19,6 +19,7 @@ if TYPE_CHECKING:
 # Codes of casacore's Stokes by those of FITS: I Q U V, RR RL LR LL, XX XY YX YY.
 _CORRELATIONS = {1: 1, 2: 2, 3: 3, 4: 4, -1: 5, -3: 6, -4: 7, -2: 8, -5: 9, -7: 10, -8: 11, -6: 12}
 _PRODUCTS = {5: (0, 0), 6: (0, 1), 7: (1, 0), 8: (1, 1), 9: (0, 0), 10: (0, 1), 11: (1, 0), 12: (1, 1)}
+_MOUNTS = {1: "EQUATORIAL", 2: "SPACE_HALCA", 3: "X-Y"}  # by MNTSTA, in casacore's words
 _BLOCK = 4096
 
 
@@ -124,9 +125,12 @@ class _MeasurementSet:
         for number, name, position in zip(numbers, names, self._contents.geocentric()):
             positions[number - 1], stations[number - 1] = position, name
         names = [name or str(row + 1) for row, name in enumerate(stations)]
-        diameters = np.zeros(rows)
-        self._fill("ANTENNA", rows, NAME=names, STATION=stations, TYPE=["GROUND-BASED"] * rows, MOUNT=["ALT-AZ"] * rows,
-                   POSITION=positions, OFFSET=np.zeros((rows, 3)), DISH_DIAMETER=diameters, FLAG_ROW=np.zeros(rows, bool))
+        image, mounts = self._contents.image("AN"), ["ALT-AZ"] * rows
+        if image is not None and image.has("MNTSTA"):
+            for number, mount in zip(numbers, image.column("MNTSTA")):
+                mounts[number - 1] = _MOUNTS.get(int(mount), "ALT-AZ")
+        self._fill("ANTENNA", rows, NAME=names, STATION=stations, TYPE=["GROUND-BASED"] * rows, MOUNT=mounts,
+                   POSITION=positions, OFFSET=np.zeros((rows, 3)), DISH_DIAMETER=np.zeros(rows), FLAG_ROW=np.zeros(rows, bool))
         kinds = ["X", "Y"] if self._correlations.size and self._correlations[0] > 8 else ["R", "L"]
         self._fill("FEED", rows, ANTENNA_ID=np.arange(rows, dtype=np.int32), FEED_ID=np.zeros(rows, np.int32),
                    BEAM_ID=np.full(rows, -1, np.int32), SPECTRAL_WINDOW_ID=np.full(rows, -1, np.int32),
