@@ -33,6 +33,14 @@ def sim(command, tmp_path_factory):
 
 
 @pytest.fixture(scope="session")
+def big(command, tmp_path_factory):
+    """A file of 253 MB, which has 16 parts and takes a second to sort."""
+    path = tmp_path_factory.mktemp("big") / "big.uvx"
+    command("simulate", path, "--integration", 1, "--channels", 16, "--minutes", 60)
+    return str(path)
+
+
+@pytest.fixture(scope="session")
 def real(command, tmp_path_factory):
     """The real files, imported: names and paths."""
     folder, found = tmp_path_factory.mktemp("real"), {}

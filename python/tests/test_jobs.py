@@ -125,14 +125,6 @@ def test_failures_have_the_sentences_of_the_command(sim, tmp_path):
         z.open(sim).run("copy", "a\0b")
 
 
-@pytest.fixture(scope="module")
-def big(command, tmp_path_factory):
-    """A file that takes a second to sort or average."""
-    path = tmp_path_factory.mktemp("big") / "big.uvx"
-    command("simulate", path, "--integration", 1, "--channels", 16, "--minutes", 60)
-    return str(path)
-
-
 def test_progress_is_told_and_may_cancel(big, tmp_path):
     steps = []
     z.jobs.sort(big, tmp_path / "a.uvx", order="UV", progress=lambda step, percent: steps.append((step, percent)))
