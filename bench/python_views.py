@@ -11,7 +11,8 @@ import tempfile
 
 WAYS = [("import only", "pass"),
         ("every 1000th record", "f.vis[::1000].sum()"),
-        ("one source and antenna", "sum(len(b) for b in f.select(source=1, antenna='PT').blocks())"),
+        ("one source and antenna",
+         "sum(len(b) for b in f.select(source=1, antenna='PT').blocks())"),
         ("sum of blocks", "sum(b.vis.sum() for b in f.blocks())"),
         ("sum of the view", "f.vis.sum()")]
 PROGRAM = """
@@ -31,12 +32,24 @@ def main(zeltra, folder=None, size="1"):
     try:
         path = os.path.join(folder, "in.uvx")
         minutes = float(size) * 1e9 / 278730 / 60
-        subprocess.run([zeltra, "simulate", path, "--integration", "1", "--ifs", "8", "--channels", "16", "--minutes",
-                        str(minutes), "-q"], check=True)
-        package = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "python")
+        subprocess.run([
+            zeltra, "simulate", path, "--integration", "1", "--ifs", "8",
+            "--channels", "16", "--minutes",
+            str(minutes), "-q"
+        ],
+                       check=True)
+        package = os.path.join(os.path.dirname(os.path.abspath(__file__)),
+                               "..", "python")
         for name, way in WAYS:
-            done = subprocess.run([sys.executable, "-c", PROGRAM.format(way=way), path], capture_output=True, text=True,
-                                  env={**os.environ, "PYTHONPATH": package}, check=True)
+            done = subprocess.run(
+                [sys.executable, "-c",
+                 PROGRAM.format(way=way), path],
+                capture_output=True,
+                text=True,
+                env={
+                    **os.environ, "PYTHONPATH": package
+                },
+                check=True)
             print("%-24s%s" % (name, done.stdout.rstrip()))
     finally:
         shutil.rmtree(folder)

@@ -13,7 +13,9 @@ def main(path: str) -> None:
         for number, name in zip(f.sources["number"], f.sources["name"]):
             average = f.select(source=int(number)).average(1 * u.min)
             mean = np.nanmean(np.abs(average.vis))
-            print(f"{name}: {len(average.time)} intervals, {len(average.baseline)} baselines, {mean:.3f} {average.unit}")
+            print(
+                f"{name}: {len(average.time)} intervals, {len(average.baseline)} baselines, {mean:.3f} {average.unit}"
+            )
 
 
 main(sys.argv[1])

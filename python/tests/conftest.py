@@ -12,15 +12,17 @@ sys.path[:0] = [os.path.join(ROOT, "python"), os.path.join(ROOT, "tests", "inter
 os.environ["PYTHONPATH"] = os.path.join(ROOT, "python")  # for processes that tests start
 BUILD = os.path.join(ROOT, "build", "release")
 os.environ.setdefault("ZELTRA_LIBRARY", os.path.join(BUILD, "lib", "libzeltra.so.0"))
-COMMAND = os.environ.get("ZELTRA_COMMAND", os.path.join(BUILD, "bin", "zeltra"))
+COMMAND = os.environ.setdefault("ZELTRA_COMMAND", os.path.join(BUILD, "bin", "zeltra"))
 SHARED = os.environ.get("ZELTRA_SHARED_DATA", os.path.join(ROOT, "..", "shared", "data"))
 
 
 @pytest.fixture(scope="session")
 def command():
     """Run the command. Gives what it prints on standard output, or raises CalledProcessError."""
+
     def run(*words):
         return subprocess.run([COMMAND, *map(str, words)], check=True, capture_output=True, text=True).stdout
+
     return run
 
 

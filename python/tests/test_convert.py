@@ -90,10 +90,12 @@ def test_measurement_sets_agree_with_the_import_of_casacore(real, command, impor
     with pytest.raises(z.Error, match="made.ms: exists already"):
         f.to_ms(made)
     assert sorted(os.listdir(tmp_path)) == ["a.uvfits", "b.uvfits", "made.ms", "wanted.ms"]
-    columns = {"": "UVW FLAG ANTENNA1 ANTENNA2 ARRAY_ID DATA_DESC_ID FIELD_ID OBSERVATION_ID TIME TIME_CENTROID DATA "
-                   "WEIGHT_SPECTRUM FEED1 FEED2", "::ANTENNA": "POSITION STATION", "::FIELD": "NAME NUM_POLY",
-               "::SPECTRAL_WINDOW": "CHAN_FREQ CHAN_WIDTH RESOLUTION TOTAL_BANDWIDTH REF_FREQUENCY NUM_CHAN",
-               "::POLARIZATION": "CORR_TYPE CORR_PRODUCT", "::DATA_DESCRIPTION": "SPECTRAL_WINDOW_ID POLARIZATION_ID"}
+    columns = {
+        "": "UVW FLAG ANTENNA1 ANTENNA2 ARRAY_ID DATA_DESC_ID FIELD_ID OBSERVATION_ID TIME TIME_CENTROID DATA "
+            "WEIGHT_SPECTRUM FEED1 FEED2", "::ANTENNA": "POSITION STATION", "::FIELD": "NAME NUM_POLY",
+        "::SPECTRAL_WINDOW": "CHAN_FREQ CHAN_WIDTH RESOLUTION TOTAL_BANDWIDTH REF_FREQUENCY NUM_CHAN",
+        "::POLARIZATION": "CORR_TYPE CORR_PRODUCT", "::DATA_DESCRIPTION": "SPECTRAL_WINDOW_ID POLARIZATION_ID"
+    }
     if f.table("HD") and name != "j0414_a3dtable":  # without integration times casacore takes the least spacing
         columns[""] += " EXPOSURE INTERVAL"
     for part, names in columns.items():
@@ -107,7 +109,8 @@ def test_measurement_sets_agree_with_the_import_of_casacore(real, command, impor
         np.testing.assert_allclose(mine.getcol("PHASE_DIR"), theirs.getcol("PHASE_DIR"), rtol=0, atol=1e-14)
     with table(made, ack=False) as mine:
         scans = f.scans
-        assert mine.getcol("SCAN_NUMBER")[::f.shape[1]].tolist() == np.searchsorted(scans["first"], f.numbers, "right").tolist()
+        assert mine.getcol("SCAN_NUMBER")[::f.shape[1]].tolist() == np.searchsorted(scans["first"], f.numbers,
+                                                                                    "right").tolist()
 
 
 @pytest.mark.filterwarnings("ignore::DeprecationWarning")

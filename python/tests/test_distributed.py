@@ -72,6 +72,7 @@ def test_a_killed_worker_costs_no_result(big, whole, tmp_path):
             while not list(tmp_path.glob("out/.*/*-of-*")):
                 time.sleep(0.001)
             os.kill(list(pids.values())[0], signal.SIGKILL)
+
         killer = threading.Thread(target=kill)
         killer.start()
         outcome = zeltra.distributed.average(links, out, 30, client, tasks=16)
@@ -113,8 +114,10 @@ def test_outputs_are_not_replaced_unasked_and_versions_must_agree(sim, tmp_path,
     assert len(z.open(tmp_path / "a.uvx")) > 0
 
     class Stale(Shuffled):
+
         def gather(self, tasks):
             monkeypatch.setattr(z, "__version__", "0.0.9")
             return super().gather(tasks)
+
     with pytest.raises(z.Error, match="a worker has version 0.0.9/"):
         zeltra.distributed.average(sim, tmp_path / "b.uvx", 60, Stale())

@@ -28,7 +28,8 @@ def check_against_second_reader(path):
             if letter == "A":
                 assert [text.encode() for text in column] == list(other.column(name))
             elif letter in "IJED":
-                np.testing.assert_array_equal(column.reshape(len(table), -1), other.column(name).reshape(len(table), -1))
+                np.testing.assert_array_equal(column.reshape(len(table), -1),
+                                              other.column(name).reshape(len(table), -1))
 
 
 def test_real_files_have_the_bytes_of_the_second_reader(real):
@@ -44,12 +45,15 @@ def test_lists_agree_with_the_command(sim, real, command):
     for path in [sim, *real.values()]:
         told, f = json.loads(command("info", path, "--json")), z.open(path)
         assert list(f.antennas["name"]) == [antenna["name"] for antenna in told["antennas"]]
-        assert np.allclose(f.antennas["xyz"].value, [[antenna[axis] for axis in "xyz"] for antenna in told["antennas"]], rtol=1e-15)
+        assert np.allclose(f.antennas["xyz"].value, [[antenna[axis] for axis in "xyz"] for antenna in told["antennas"]],
+                           rtol=1e-15)
         assert list(f.scans["first"] + 1) == [scan["first"] for scan in told["scans"]]
         start = [told["date_obs_jd"] + scan["start_s"] / 86400 for scan in told["scans"]]
         assert np.allclose(f.scans["start"].jd, start, rtol=0, atol=2e-9)
         for setup in told["frequencies"]:
-            wanted = [[one["start_hz"] + channel * one["delta_hz"] for channel in range(f.shape[2])] for one in setup["ifs"]]
+            wanted = [
+                [one["start_hz"] + channel * one["delta_hz"] for channel in range(f.shape[2])] for one in setup["ifs"]
+            ]
             np.testing.assert_allclose(f.frequencies(setup["setup"]).value, wanted, rtol=1e-15)
         assert f.sources["coord"].shape == (len(told["sources"]),)
 
@@ -79,7 +83,8 @@ def test_selections_of_values_are_views_and_blocks_have_the_same_bytes(sim):
     assert s.shape == (7290, 1, 2, 2)
     assert z.open(sim).select(scan=0, pols="LL").vis.base is not None
     for numbers in (s, f.select(antenna="HN", uvrange=(1e7, 1e9)), f.select(scan=[0, 1, 4])):
-        whole = f.vis[numbers.numbers][:, numbers.ifs][:, :, numbers.channels][..., [f.pols.index(p) for p in numbers.pols]]
+        whole = f.vis[numbers.numbers][:, numbers.ifs][:, :, numbers.channels][...,
+                                                                               [f.pols.index(p) for p in numbers.pols]]
         blocks = list(numbers.blocks(1000))
         assert all(block.vis.flags.c_contiguous and block.vis.flags.aligned and len(block) <= 1000 for block in blocks)
         assert np.concatenate([block.vis for block in blocks]).tobytes() == whole.tobytes() == numbers.vis.tobytes()
@@ -88,12 +93,14 @@ def test_selections_of_values_are_views_and_blocks_have_the_same_bytes(sim):
 
 
 def test_flags_count_records_weights_and_values_that_are_not_finite(sim, tmp_path):
+
     def spoil(records):
         records["group"]["flag"][0] = 1
         records["vis"][1, 0, 0, 0, 2] = 0
         records["vis"][2, 0, 0, 0, 0] = np.inf
         records["vis"][3, 0, 0, 0, 2] = np.nan
         records["vis"][4:6, :, :, :, 2] = 1
+
     flags = z.open(uvx.edited(sim, str(tmp_path / "a.uvx"), spoil)).flags
     assert flags[0].all() and flags[[1, 2, 3], 0, 0, 0].all() and not flags[4:6].any()
 

@@ -39,22 +39,26 @@ def check_table(columns, text):
 
 def test_averages_are_those_of_the_command(sim, command, tmp_path):
     average = z.open(sim).select(source="3C279", ifs=1).average(0.5 * u.min, mean="plain")
-    command("average", sim, "--interval", 30, "--source", "3C279", "--if", 2, "--mean", "plain", "-o", tmp_path / "a.uvx")
+    command("average", sim, "--interval", 30, "--source", "3C279", "--if", 2, "--mean", "plain", "-o",
+            tmp_path / "a.uvx")
     average.to_uvx(tmp_path / "b.uvx")
     assert bytes_of(tmp_path / "a.uvx") == bytes_of(tmp_path / "b.uvx")
     f = z.open(tmp_path / "a.uvx")
     assert average.vis.shape == (54, 45, 1, 4, 4) and average.frequencies().shape == (1, 4)
     for number in range(0, len(f), 97):
         interval = np.flatnonzero(average.time == f.time[number])[0]
-        baseline = np.flatnonzero((average.baseline == [f.records["ant1"][number], f.records["ant2"][number]]).all(axis=1))[0]
+        baseline = np.flatnonzero((average.baseline == [f.records["ant1"][number],
+                                                        f.records["ant2"][number]]).all(axis=1))[0]
         good = ~f.flags[number]
         assert (average.vis[interval, baseline][good] == f.vis[number][good]).all()
-        assert np.isnan(average.vis[interval, baseline][~good]).all() and (average.weight[interval, baseline][~good] == 0).all()
+        assert np.isnan(average.vis[interval, baseline][~good]).all() and (average.weight[interval, baseline][~good]
+                                                                           == 0).all()
     assert (average.weight > 0).sum() == (~f.flags).sum()
 
 
-@pytest.mark.parametrize("options, words", [({}, []), ({"each": True, "channel": [0, 2]}, ["--each", "--channel", "1,3"]),
-                                            ({"amplitudes": True, "set": "independent"}, ["--amplitudes", "--set", "independent"])])
+@pytest.mark.parametrize("options, words",
+                         [({}, []), ({"each": True, "channel": [0, 2]}, ["--each", "--channel", "1,3"]),
+                          ({"amplitudes": True, "set": "independent"}, ["--amplitudes", "--set", "independent"])])
 def test_closures_are_those_of_the_command(sim, command, options, words):
     result = z.open(sim).select(source=1).run("closure", interval=300, **options)
     check_table(result.columns, command("closure", sim, "--interval", 300, "--source", 1, "--csv", *words))
@@ -69,7 +73,8 @@ def test_closures_are_a_table_with_units(sim):
 def test_images_are_those_of_the_command(sim, command, tmp_path):
     image = z.open(sim).select(source="3C273").image(size=128, cell=0.3 * u.mas, weight="robust=0")
     path = tmp_path / "a.fits"
-    command("image", sim, "--fits", path, "--source", "3C273", "--size", 128, "--cell", "0.3mas", "--weight", "robust=0")
+    command("image", sim, "--fits", path, "--source", "3C273", "--size", 128, "--cell", "0.3mas", "--weight",
+            "robust=0")
     image.to_fits(tmp_path / "b.fits")
     assert bytes_of(path) == bytes_of(tmp_path / "b.fits")
     with fits.open(path) as file:
@@ -86,8 +91,9 @@ def test_every_job_has_its_function(sim, tmp_path, command):
     z.jobs.delete_if(sim, tmp_path / "a.uvx", if_=0)
     command("delete-if", sim, tmp_path / "b.uvx", "--if", 1)
     assert bytes_of(tmp_path / "a.uvx") == bytes_of(tmp_path / "b.uvx")
-    check_table(z.jobs.plan(sim, interval=60, start=Time("2020-03-20T07:30:00")).columns,
-                command("plan", sim, "--interval", 60, "--start", "07:30", "--csv"))
+    check_table(
+        z.jobs.plan(sim, interval=60, start=Time("2020-03-20T07:30:00")).columns,
+        command("plan", sim, "--interval", 60, "--start", "07:30", "--csv"))
     z.jobs.solve(z.open(sim).select(source=1), model="point", interval=1 * u.min, output=tmp_path / "a.gain")
     applied = z.open(sim).apply(tmp_path / "c.uvx", gains=tmp_path / "a.gain", from_="3C273", missing="pass")
     assert len(applied) == 14580
@@ -98,7 +104,8 @@ def test_uv_fits_opens_as_its_import_does(sim, command, tmp_path):
     z.open(sim).to_uvfits(tmp_path / "b.uvfits")
     assert bytes_of(tmp_path / "a.uvfits") == bytes_of(tmp_path / "b.uvfits")
     summary = z.import_uvfits(tmp_path / "a.uvfits", tmp_path / "a.uvx")
-    assert (summary.records, summary.sorted, summary.tables[:2]) == (14580, False, z.open(tmp_path / "a.uvx").tables[:2])
+    assert (summary.records, summary.sorted, summary.tables[:2]) == (14580, False,
+                                                                     z.open(tmp_path / "a.uvx").tables[:2])
     with gzip.open(tmp_path / "c.uvfits.gz", "wb") as packed:
         packed.write(bytes_of(tmp_path / "a.uvfits"))
     for name in ("a.uvfits", "c.uvfits.gz"):
@@ -117,7 +124,8 @@ def test_failures_have_the_sentences_of_the_command(sim, tmp_path):
         with pytest.raises(z.Error) as failure:
             z.open(sim).run(*words, **options)
         listed = [f"--{name}={value}" for name, value in options.items()]
-        done = subprocess.run([os.environ["ZELTRA_COMMAND"], words[0], sim, *words[1:], *listed], capture_output=True, text=True)
+        done = subprocess.run([os.environ["ZELTRA_COMMAND"], words[0], sim, *words[1:], *listed], capture_output=True,
+                              text=True)
         assert str(failure.value) in done.stderr
     with pytest.raises(z.Error, match="selected already"):
         z.open(sim).select(source=1).average(60, source=2)
@@ -132,6 +140,7 @@ def test_progress_is_told_and_may_cancel(big, tmp_path):
 
     def stop(step, percent):
         raise LookupError("enough")
+
     with pytest.raises(LookupError, match="enough"):
         z.jobs.sort(big, tmp_path / "b.uvx", order="UV", progress=stop)
     assert os.listdir(tmp_path) == ["a.uvx"]
@@ -147,6 +156,7 @@ def test_two_threads_run_jobs_at_once(big):
             z.jobs.average(big, interval=3600, progress=lambda *_: waited or waited.append(both.wait()))
         except BaseException as failure:
             failures.append(failure)
+
     threads = [threading.Thread(target=work) for _ in range(2)]
     for thread in threads:
         thread.start()
@@ -161,7 +171,8 @@ def test_an_interrupt_ends_a_job_within_02_s_without_an_output(big, tmp_path):
             "first = True\n"
             "try:\n    while True: z.jobs.sort(sys.argv[1], 'a.uvx', order='UV', force=True, progress=told)\n"
             "except KeyboardInterrupt: print('ended', flush=True)\n")
-    with subprocess.Popen([sys.executable, "-c", code, big], cwd=tmp_path, stdout=subprocess.PIPE, text=True) as process:
+    with subprocess.Popen([sys.executable, "-c", code, big], cwd=tmp_path, stdout=subprocess.PIPE,
+                          text=True) as process:
         assert process.stdout.readline() == "runs\n"
         begin = time.monotonic()
         process.send_signal(signal.SIGINT)

@@ -42,26 +42,35 @@ def test_import_loads_neither_astropy_nor_the_library_nor_warns():
 
 
 def test_example_runs(sim, tmp_path):
-    done = subprocess.run([sys.executable, "-W", "error", os.path.join(ROOT, "examples", "averages.py"), sim],
-                          cwd=tmp_path, capture_output=True, text=True)
+    done = subprocess.run([sys.executable, "-W", "error",
+                           os.path.join(ROOT, "examples", "averages.py"), sim], cwd=tmp_path, capture_output=True,
+                          text=True)
     assert done.returncode == 0 and done.stdout.startswith("3C273: 27 intervals"), done.stderr
 
 
 @pytest.mark.parametrize("page", ["python.md", "distributed.md"])
 def test_documents_say_what_happens(page):
     pytest.importorskip("matplotlib")
-    subprocess.run([sys.executable, os.path.join(ROOT, "scripts", "make-python-page"), "--check",
-                    os.path.join(ROOT, "docs", page)], check=True)
+    subprocess.run([
+        sys.executable,
+        os.path.join(ROOT, "scripts", "make-python-page"), "--check",
+        os.path.join(ROOT, "docs", page)
+    ], check=True)
     if page == "distributed.md":
-        subprocess.run([sys.executable, os.path.join(ROOT, "scripts", "sessions"), "--program", os.environ["ZELTRA_COMMAND"],
-                        os.path.join(ROOT, "docs", page)], check=True)
+        subprocess.run([
+            sys.executable,
+            os.path.join(ROOT, "scripts", "sessions"), "--program", os.environ["ZELTRA_COMMAND"],
+            os.path.join(ROOT, "docs", page)
+        ], check=True)
 
 
 def test_wheel_serves_any_system(tmp_path):
     pytest.importorskip("pip")
     pytest.importorskip("wheel")
     shutil.copytree(os.path.join(ROOT, "python"), tmp_path / "python", ignore=shutil.ignore_patterns("__pycache__"))
-    subprocess.run([sys.executable, "-m", "pip", "wheel", "--no-deps", "--no-build-isolation", "-q", "-w", tmp_path,
-                    tmp_path / "python"], check=True, capture_output=True)
+    subprocess.run([
+        sys.executable, "-m", "pip", "wheel", "--no-deps", "--no-build-isolation", "-q", "-w", tmp_path,
+        tmp_path / "python"
+    ], check=True, capture_output=True)
     with zipfile.ZipFile(tmp_path / f"zeltra-{zeltra.__version__}-py3-none-any.whl") as wheel:
         assert {"zeltra/__init__.py", "zeltra/jobs.py", "zeltra/py.typed"} <= set(wheel.namelist())

@@ -48,8 +48,12 @@ class Average:
         self._visibilities, self._options = visibilities, dict(options)
         with tempfile.TemporaryDirectory(prefix="zeltra-") as folder:
             name = os.path.join(folder, "average.uvx")
-            result = run("average", [visibilities], [], {**options, "output": name, "no-sync": True},  # type: ignore[list-item]
-                         progress=progress)
+            result = run(
+                "average",
+                [visibilities],
+                [],
+                {**options, "output": name, "no-sync": True},  # type: ignore[list-item]
+                progress=progress)
             self.notes = result.notes
             with open_file(name) as file:
                 heads = np.array(file.records)
@@ -96,5 +100,9 @@ class Average:
         progress : callable, optional
             As in `zeltra.run`.
         """
-        run("average", [self._visibilities], [], {**self._options, "output": path, "force": force},  # type: ignore[list-item]
+        run(
+            "average",
+            [self._visibilities],
+            [],
+            {**self._options, "output": path, "force": force},  # type: ignore[list-item]
             progress=progress)

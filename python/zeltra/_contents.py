@@ -20,9 +20,11 @@ Name = Union[int, str]
 C = 299792458.0  # m/s
 REMEDY = "; 'zeltra copy' writes a file with a new one"
 _MOST_NAMED = 20
-_UNITS = {"METERS": "m", "METER": "m", "DEGREES": "deg", "DEG": "deg", "SECONDS": "s", "SEC": "s", "DAYS": "d", "DAY": "d",
-          "HZ": "Hz", "RADIANS": "rad", "YEARS": "yr", "JY": "Jy", "KELVIN": "K", "KELVINS": "K", "M/SEC": "m/s",
-          "METERS/SEC": "m/s", "HZ/SEC": "Hz/s"}
+_UNITS = {
+    "METERS": "m", "METER": "m", "DEGREES": "deg", "DEG": "deg", "SECONDS": "s", "SEC": "s", "DAYS": "d", "DAY": "d",
+    "HZ": "Hz", "RADIANS": "rad", "YEARS": "yr", "JY": "Jy", "KELVIN": "K", "KELVINS": "K", "M/SEC": "m/s",
+    "METERS/SEC": "m/s", "HZ/SEC": "Hz/s"
+}
 
 
 def astropy_unit(text: str) -> Any:
@@ -154,9 +156,11 @@ class Contents:
         epoch = numbers("EPOCH")
         # A negative equinox marks coordinates of that equinox stored in place of apparent ones.
         at_equinox = (epoch > 0) & ((numbers("RAEPO") != 0) | (numbers("DECEPO") != 0))
-        place = np.column_stack([np.where(at_equinox, numbers("RAEPO"), numbers("RAAPP")),
-                                 np.where(at_equinox, numbers("DECEPO"), numbers("DECAPP")),
-                                 np.where(epoch != 0, np.abs(epoch), self.header.epoch)])
+        place = np.column_stack([
+            np.where(at_equinox, numbers("RAEPO"), numbers("RAAPP")),
+            np.where(at_equinox, numbers("DECEPO"), numbers("DECAPP")),
+            np.where(epoch != 0, np.abs(epoch), self.header.epoch)
+        ])
         names = [str(name) for name in image.column("SOURCE")] if image.has("SOURCE") else [""] * rows
         ids = next((name for name in ("ID. NO.", "ID NO.", "SOURCE_ID") if image.has(name)), None)
         return (image.column(ids).astype(np.int64) if ids else np.arange(1, rows + 1)), names, place
@@ -211,7 +215,9 @@ class Contents:
         image = self.image("NX")
         rows = len(image) if image else 0
         scans = np.zeros(rows, [("source", "i8"), ("setup", "i8"), ("subarray", "i8"), ("first", "i8"), ("end", "i8")])
-        named = {"source": "SOURCE ID", "setup": "FREQ ID", "subarray": "SUBARRAY", "first": "START VIS", "end": "END VIS"}
+        named = {
+            "source": "SOURCE ID", "setup": "FREQ ID", "subarray": "SUBARRAY", "first": "START VIS", "end": "END VIS"
+        }
         for field, name in named.items():
             if image is not None and image.has(name):
                 scans[field] = image.column(name)
@@ -224,16 +230,19 @@ class Contents:
         if len(scans) == 0 and records > 0:
             raise Error(f"{self.path}: has no index table NX{REMEDY}")
         ends = np.concatenate([[0], scans["end"]])
-        wrong = np.flatnonzero((scans["first"] != ends[:-1]) | (scans["end"] <= scans["first"]) | (scans["end"] > records))
+        wrong = np.flatnonzero((scans["first"] != ends[:-1]) | (scans["end"] <= scans["first"]) |
+                               (scans["end"] > records))
         if len(wrong):
-            raise Error(f"{self.path}: the index table NX does not follow the records at number {ends[wrong[0]] + 1}{REMEDY}")
+            raise Error(
+                f"{self.path}: the index table NX does not follow the records at number {ends[wrong[0]] + 1}{REMEDY}")
         if ends[-1] != records:
             raise Error(f"{self.path}: the index table NX ends at record number {ends[-1]} of {records}{REMEDY}")
 
     def frequencies(self, setup: int) -> NDArray[np.float64]:
         """Frequencies [if, channel] in Hz; a setup without a row has those of the first row."""
         start = self._setup_column(setup, "IF FREQ")
-        return np.asarray(self.header.freq0 + start[:, None] + np.arange(self.header.channels) * self.widths(setup)[:, None])
+        return np.asarray(self.header.freq0 + start[:, None] +
+                          np.arange(self.header.channels) * self.widths(setup)[:, None])
 
     def widths(self, setup: int) -> NDArray[np.float64]:
         """Width of a channel of each IF in Hz, negative for a lower sideband."""
@@ -284,8 +293,9 @@ class Contents:
         numbers, names, place = self.source_list
         coordinates = []
         for ra, dec, equinox in place:
-            frame = ICRS() if equinox == 2000 else FK4(equinox=Time(equinox, format="byear")) if equinox < 1984 else (
-                FK5(equinox=Time(equinox, format="jyear")))
+            frame = ICRS() if equinox == 2000 else FK4(
+                equinox=Time(equinox, format="byear")) if equinox < 1984 else (FK5(
+                    equinox=Time(equinox, format="jyear")))
             coordinates.append(SkyCoord(ra * units.deg, dec * units.deg, frame=frame).icrs)
         table = QTable({"number": numbers, "name": np.array(names, dtype=str)})
         table["coord"] = SkyCoord(coordinates) if coordinates else SkyCoord([], [], unit="deg")

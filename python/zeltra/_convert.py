@@ -22,18 +22,21 @@ def to_xarray(selection: Selection) -> xarray.Dataset:
         missing("xarray", "to_xarray", failure)
     records, contents = selection.records, selection._contents
     setups = np.unique(records["freqsel"]).astype(np.int64)
-    frequencies = np.stack([selection.frequencies(int(setup)).value for setup in setups]) if len(setups) else (
-        np.empty((0, *selection.shape[1:3])))
+    frequencies = np.stack([selection.frequencies(int(setup)).value for setup in setups]) if len(setups) else (np.empty(
+        (0, *selection.shape[1:3])))
     values = ("record", "if", "channel", "pol")
-    data = {"vis": (values, np.array(selection.vis), {"units": contents.header.unit}),
-            "weight": (values, np.array(selection.weight)), "flag": (values, selection.flags),
-            "uvw": (("record", "axis"), selection._uvw_seconds() * C, {"units": "m"})}
+    data = {
+        "vis": (values, np.array(selection.vis), {"units": contents.header.unit}),
+        "weight": (values, np.array(selection.weight)), "flag": (values, selection.flags), "uvw": (
+            ("record", "axis"), selection._uvw_seconds() * C, {"units": "m"})
+    }
     seconds = (records["time"] - contents.header.date_obs) * 86400
-    coords = {"time": ("record", np.array(records["time"]), {"units": "JD", "scale": contents.time_scale}),
-              "seconds": ("record", seconds, {"units": "s", "since": "0 h of the observation date"}),
-              "frequency": (("setup", "if", "channel"), frequencies, {"units": "Hz"}),
-              "record": selection.numbers, "if": selection.ifs, "channel": selection.channels, "pol": selection.pols,
-              "setup": setups, "axis": ["u", "v", "w"]}
+    coords = {
+        "time": ("record", np.array(records["time"]), {"units": "JD", "scale": contents.time_scale}),
+        "seconds": ("record", seconds, {"units": "s", "since": "0 h of the observation date"}), "frequency": (
+            ("setup", "if", "channel"), frequencies, {"units": "Hz"}), "record": selection.numbers, "if": selection.ifs,
+        "channel": selection.channels, "pol": selection.pols, "setup": setups, "axis": ["u", "v", "w"]
+    }
     for name, field in (("ant1", "ant1"), ("ant2", "ant2"), ("source", "source"), ("freqsel", "freqsel")):
         coords[name] = ("record", np.array(records[field]))
     attributes = {"telescope": contents.header.telescope, "observer": contents.header.observer}
@@ -51,7 +54,8 @@ def to_pyuvdata(selection: Selection) -> Any:
     contents, records = selection._contents, selection.records
     setups = np.unique(records["freqsel"])
     if len(setups) != 1:
-        raise Error(f"{selection.path}: a UVData has one frequency setup, there are {', '.join(map(str, setups)) or 'none'}")
+        raise Error(
+            f"{selection.path}: a UVData has one frequency setup, there are {', '.join(map(str, setups)) or 'none'}")
     blts, ifs, channels, pols = selection.shape
     frequencies = selection.frequencies(int(setups[0])).value
     numbers, names, _ = contents.antenna_list
@@ -59,7 +63,7 @@ def to_pyuvdata(selection: Selection) -> Any:
     center = contents.array_center if contents.array_center.any() else positions[0]
 
     telescope = Telescope()
-    telescope.name, telescope.instrument = contents.header.telescope or "unknown", contents.header.telescope or "unknown"
+    telescope.name = telescope.instrument = contents.header.telescope or "unknown"
     telescope.location = EarthLocation.from_geocentric(*center, unit=units.m)
     telescope.Nants, telescope.antenna_names, telescope.antenna_numbers = len(numbers), np.array(names), numbers
     telescope.antenna_positions = positions - center
@@ -94,9 +98,10 @@ def to_pyuvdata(selection: Selection) -> Any:
     ids, source_names, place = contents.source_list
     catalog = {}
     for number, name, (ra, dec, equinox) in zip(ids, source_names, place):
-        catalog[int(number)] = {"cat_name": name, "cat_type": "sidereal", "cat_lon": np.radians(ra), "cat_lat": np.radians(dec),
-                                "cat_frame": "fk4" if equinox < 1984 else "fk5", "cat_epoch": float(equinox),
-                                "info_source": "file"}
+        catalog[int(number)] = {
+            "cat_name": name, "cat_type": "sidereal", "cat_lon": np.radians(ra), "cat_lat": np.radians(dec),
+            "cat_frame": "fk4" if equinox < 1984 else "fk5", "cat_epoch": float(equinox), "info_source": "file"
+        }
     uv.phase_center_catalog, uv.Nphase = catalog, len(catalog)
     uv.phase_center_id_array = records["source"].astype(np.int64)
     uv.set_lsts_from_time_array()

@@ -219,8 +219,8 @@ class Selection(Visibilities, Jobs):
 
     def __repr__(self) -> str:
         records, ifs, channels, pols = self.shape
-        return (f"<zeltra.{type(self).__name__} {self._contents.path!r}: {records} records, {ifs} IFs, {channels} channels, "
-                f"{'/'.join(self.pols)}>")
+        return (f"<zeltra.{type(self).__name__} {self._contents.path!r}: {records} records, {ifs} IFs, "
+                f"{channels} channels, {'/'.join(self.pols)}>")
 
     @cached_property
     def _place(self) -> Place:
@@ -362,13 +362,14 @@ class Selection(Visibilities, Jobs):
         self._mapping.check_unchanged()
         with open(self.path, "rb", buffering=0) as file:
             for at in range(0, len(self), records):
-                numbers = (np.arange(place.start, place.stop, place.step)[at:at + records] if isinstance(place, slice)
-                           else place[at:at + records])
+                numbers = (np.arange(place.start, place.stop, place.step)[at:at + records]
+                           if isinstance(place, slice) else place[at:at + records])
                 raw = np.empty(len(numbers) * header.record_bytes, np.uint8)
                 done = 0
                 for run in np.split(numbers, np.flatnonzero(np.diff(numbers) != 1) + 1):
                     size = len(run) * header.record_bytes
-                    _read(file, raw[done:done + size], header.data_offset + int(run[0]) * header.record_bytes, self.path)
+                    _read(file, raw[done:done + size], header.data_offset + int(run[0]) * header.record_bytes,
+                          self.path)
                     done += size
                 yield Block(self._contents, raw, numbers, self._axes)
 
@@ -419,9 +420,9 @@ def _read(file: Any, target: NDArray[np.uint8], offset: int, path: str) -> None:
 class File(Selection):
     """A UVX file, open for reading. Made by `zeltra.open`.
 
-    The arrays `records`, `vis` and `weight` are read-only views of the file itself: whoever uses a part of them reads no
-    more than that part. They keep the file mapped for as long as they live, even after `close`. For arithmetic on whole
-    files `blocks` is faster, since values of a UVX file are not aligned.
+    The arrays `records`, `vis` and `weight` are read-only views of the file itself: whoever uses a part of them reads
+    no more than that part. They keep the file mapped for as long as they live, even after `close`. For arithmetic on
+    whole files `blocks` is faster, since values of a UVX file are not aligned.
     """
 
     def __init__(self, mapping: Mapping) -> None:

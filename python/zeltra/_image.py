@@ -24,7 +24,7 @@ if TYPE_CHECKING:
 
 @dataclass(frozen=True)
 class Beam:
-    """A Gaussian beam: full widths at half maximum, and the position angle of the major axis from north through east."""
+    """A Gaussian beam: full widths at half maximum, position angle of the major axis from north through east."""
 
     major: Quantity
     minor: Quantity
@@ -67,14 +67,15 @@ class Image:
     def beam(self) -> Beam:
         """The Gaussian that curves as the dirty beam does at its centre."""
         from astropy import units
-        return Beam(*((self.header[card] * units.deg).to(unit) for card, unit in
-                      (("BMAJ", units.mas), ("BMIN", units.mas), ("BPA", units.deg))))
+        return Beam(*((self.header[card] * units.deg).to(unit)
+                      for card, unit in (("BMAJ", units.mas), ("BMIN", units.mas), ("BPA", units.deg))))
 
     @property
     def noise(self) -> Quantity:
         """Thermal noise, as expected from the weights."""
         from astropy import units
-        return float(self.header["NOISE"]) * units.Unit(str(self.header.get("BUNIT", "JY/BEAM")).title().replace("Beam", "beam"))
+        return float(self.header["NOISE"]) * units.Unit(
+            str(self.header.get("BUNIT", "JY/BEAM")).title().replace("Beam", "beam"))
 
     def to_fits(self, path: Path, *, force: bool = False) -> None:
         """Write a FITS image.
@@ -123,8 +124,11 @@ class Image:
         lines, elements = self.data.shape
         step = (abs(self.header["CDELT2"]) * units.deg).to_value(units.mas)
         left, low = (elements / 2 + 0.5) * step, -(lines / 2 + 0.5) * step
-        shown = axes.imshow(self.data, **{"origin": "lower", "cmap": "cubehelix", "interpolation": "nearest", "extent":
-                                          (left, left - elements * step, low, low + lines * step), **options})
+        shown = axes.imshow(
+            self.data, **{
+                "origin": "lower", "cmap": "cubehelix", "interpolation": "nearest",
+                "extent": (left, left - elements * step, low, low + lines * step), **options
+            })
         axes.set(xlabel="east / mas", ylabel="north / mas", title=str(self.header.get("OBJECT", "")))
         axes.figure.colorbar(shown, ax=axes, label=str(self.header.get("BUNIT", "")))
         return axes

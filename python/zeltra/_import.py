@@ -56,4 +56,5 @@ def import_uvfits(path: Path, output: Path, overwrite: bool = False, progress: P
     chosen = {"force": overwrite, **keywords(options)}
     result = run("import", [path], [output], chosen, progress=progress)
     with open_file(output) as file:
-        return ImportSummary(len(file), any(", sorted by time" in told for told in result.reports), file.tables, result.notes)
+        return ImportSummary(len(file), any(", sorted by time" in told for told in result.reports), file.tables,
+                             result.notes)

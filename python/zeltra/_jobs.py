@@ -110,8 +110,8 @@ def option_texts(job: str, options: Mapping[str, Any]) -> list[str]:
     return texts
 
 
-def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), options: Mapping[str, Any] | None = None, *,
-        progress: Progress | None = None) -> Result:
+def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), options: Mapping[str, Any] | None = None,
+        *, progress: Progress | None = None) -> Result:
     """Run a job of the command by its name.
 
     Parameters
@@ -163,7 +163,8 @@ def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), op
         blocks.append(columns)
         result.units = units
 
-    host = _library.run(job, names, [os.fspath(file) for file in outputs], texts + option_texts(job, chosen), progress, collect)
+    host = _library.run(job, names, [os.fspath(file) for file in outputs], texts + option_texts(job, chosen), progress,
+                        collect)
     for name in result.units:
         parts = [block[name] for block in blocks]
         has_gaps = any(masked.is_masked(part) for part in parts)
@@ -250,8 +251,8 @@ class Jobs:
         Returns
         -------
         QTable
-            Columns time, source, ant1, ant2, ant3, phase and sigma, or ant4 and log_amplitude; with each=True also stokes,
-            if and channel. Notes are in .meta.
+            Columns time, source, ant1, ant2, ant3, phase and sigma, or ant4 and log_amplitude; with each=True also
+            stokes, if and channel. Notes are in .meta.
         """
         result = self.run("closure", interval=interval, progress=progress, **options)
         for name in ("stokes", "if", "channel"):
@@ -294,7 +295,8 @@ class Jobs:
             with open(name, "rb") as file:
                 return Image(file.read(), result.notes, result.reports)
 
-    def solve(self, model: Input, output: Path | None = None, *, progress: Progress | None = None, **options: Any) -> Result:
+    def solve(self, model: Input, output: Path | None = None, *, progress: Progress | None = None,
+              **options: Any) -> Result:
         """Solve for the gains of antennas with a model of the source.
 
         Parameters

@@ -20,8 +20,9 @@ HEADER_BYTES = 481
 RECORD_HEAD = np.dtype([("flag", "i1"), ("freqsel", "i1"), ("source", "<i2"), ("u", "<f4"), ("v", "<f4"), ("w", "<f4"),
                         ("time", "<f8"), ("ant1", "u1"), ("ant2", "u1")])
 VALUE_BYTES = 12  # real part, imaginary part, weight
-POLARISATIONS = {1: "I", 2: "Q", 3: "U", 4: "V", -1: "RR", -2: "LL", -3: "RL", -4: "LR", -5: "XX", -6: "YY", -7: "XY",
-                 -8: "YX"}
+POLARISATIONS = {
+    1: "I", 2: "Q", 3: "U", 4: "V", -1: "RR", -2: "LL", -3: "RL", -4: "LR", -5: "XX", -6: "YY", -7: "XY", -8: "YX"
+}
 MOST_TABLES = 128
 _NUMBERS = {"I": "<i2", "J": "<i4", "E": "<f4", "D": "<f8"}
 
@@ -194,7 +195,8 @@ def read_table(raw: Buffer, code: str, offset: int, size: int, path: str) -> Tab
     columns = tuple(_column(image[place:place + 36]) for place in range(at + 12, data, 36))
     if sum(column.bytes for column in columns) > row_bytes:
         raise damaged
-    return TableImage(code, keywords, columns, np.frombuffer(image, np.uint8, rows * row_bytes, data).reshape(rows, row_bytes))
+    return TableImage(code, keywords, columns,
+                      np.frombuffer(image, np.uint8, rows * row_bytes, data).reshape(rows, row_bytes))
 
 
 def _column(raw: bytes) -> Column:

@@ -31,9 +31,9 @@ _MOST_BYTES = 1 << 16  # of the sentence of a failure
 
 
 class _Column(ctypes.Structure):
-    _fields_ = [("size", ctypes.c_size_t), ("name", ctypes.c_char_p), ("unit", ctypes.c_char_p), ("type", ctypes.c_int32),
-                ("reserved", ctypes.c_int32), ("count", ctypes.c_size_t), ("values", ctypes.c_void_p),
-                ("present", ctypes.c_void_p)]
+    _fields_ = [("size", ctypes.c_size_t), ("name", ctypes.c_char_p), ("unit", ctypes.c_char_p),
+                ("type", ctypes.c_int32), ("reserved", ctypes.c_int32), ("count", ctypes.c_size_t),
+                ("values", ctypes.c_void_p), ("present", ctypes.c_void_p)]
 
 
 _ProgressCall = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int)
@@ -44,8 +44,8 @@ _SentenceCall = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p)
 
 
 class _Callbacks(ctypes.Structure):
-    _fields_ = [("size", ctypes.c_size_t), ("user", ctypes.c_void_p), ("progress", _ProgressCall), ("block", _BlockCall),
-                ("text", _TextCall), ("note", _SentenceCall), ("report", _SentenceCall)]
+    _fields_ = [("size", ctypes.c_size_t), ("user", ctypes.c_void_p), ("progress", _ProgressCall),
+                ("block", _BlockCall), ("text", _TextCall), ("note", _SentenceCall), ("report", _SentenceCall)]
 
 
 def _names() -> Iterator[str]:
@@ -53,7 +53,8 @@ def _names() -> Iterator[str]:
     if named := os.environ.get("ZELTRA_LIBRARY"):
         yield named
         return
-    names = {"win32": ["ZELTRA.dll"], "darwin": ["libzeltra.0.dylib"]}.get(sys.platform, ["libzeltra.so.0", "libzeltra.so"])
+    names = {"win32": ["ZELTRA.dll"], "darwin": ["libzeltra.0.dylib"]}.get(sys.platform,
+                                                                           ["libzeltra.so.0", "libzeltra.so"])
     for name in names:
         if (beside := Path(__file__).parent / name).exists():
             yield str(beside)
@@ -81,7 +82,8 @@ def library() -> ctypes.CDLL:
             return loaded
         except (OSError, AttributeError) as failure:
             failures.append(str(failure))
-    raise Error("the ZELTRA library is not found; the environment variable ZELTRA_LIBRARY may name it: " + "; ".join(failures))
+    raise Error("the ZELTRA library is not found; the environment variable ZELTRA_LIBRARY may name it: " +
+                "; ".join(failures))
 
 
 def version() -> str:
@@ -163,7 +165,8 @@ class _Host:
         found = [columns[place].contents for place in range(count)]
         block = self._block
         return self._kept(lambda: block({_text(column.name): _cells(column) for column in found},
-                                        {_text(column.name): _text(column.unit) for column in found}) if block else None)
+                                        {_text(column.name): _text(column.unit) for column in found})
+                          if block else None)
 
     def _on_text(self, _user: int, text: Any, size: int) -> int:
         return self._kept(lambda: self.texts.append(_text(ctypes.string_at(text, size))))
@@ -175,8 +178,8 @@ class _Host:
 
     @contextmanager
     def hearing_interrupts(self) -> Iterator[None]:
-        """Let SIGINT cancel the job. Its usual handler raises an exception, which is lost at the entrance of a callback,
-        so another one takes its place, and it is called after the job.
+        """Let SIGINT cancel the job. Its usual handler raises an exception, which is lost at the entrance of a
+        callback, so another one takes its place, and it is called after the job.
         """
         usual = signal.getsignal(signal.SIGINT)
         if threading.current_thread() is not threading.main_thread() or not callable(usual):
@@ -195,8 +198,8 @@ class _Host:
             usual(signal.SIGINT, None)
 
 
-def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequence[str], progress: Progress | None = None,
-        block: BlockSink | None = None) -> _Host:
+def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequence[str],
+        progress: Progress | None = None, block: BlockSink | None = None) -> _Host:
     """Run a job to its end, without the interpreter's lock.
 
     Raises
@@ -208,8 +211,8 @@ def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequen
     callbacks = host.callbacks()
     sentence = ctypes.create_string_buffer(_MOST_BYTES)
     with host.hearing_interrupts():
-        code = library().zeltra_run(job.encode(), _list(inputs), _list(outputs), _list(options), ctypes.byref(callbacks),
-                                    sentence, ctypes.c_size_t(_MOST_BYTES), None)
+        code = library().zeltra_run(job.encode(), _list(inputs), _list(outputs), _list(options),
+                                    ctypes.byref(callbacks), sentence, ctypes.c_size_t(_MOST_BYTES), None)
     if host.failure is not None:
         raise host.failure
     if code != _DONE:

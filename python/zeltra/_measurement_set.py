@@ -51,6 +51,7 @@ def to_ms(selection: Selection, path: str) -> None:
 
 
 class _MeasurementSet:
+
     def __init__(self, selection: Selection, tables: Any, path: str) -> None:
         self._selection, self._tables = selection, tables
         self._contents = selection._contents
@@ -59,8 +60,10 @@ class _MeasurementSet:
         self._order = np.argsort(correlations)
         self._correlations = correlations[self._order]
         self._setups = np.unique(selection.records["freqsel"]).astype(int)
-        description = tables.maketabdesc([tables.makearrcoldesc("DATA", 0j, ndim=2, valuetype="complex"),
-                                          tables.makearrcoldesc("WEIGHT_SPECTRUM", 0.0, ndim=2, valuetype="float")])
+        description = tables.maketabdesc([
+            tables.makearrcoldesc("DATA", 0j, ndim=2, valuetype="complex"),
+            tables.makearrcoldesc("WEIGHT_SPECTRUM", 0.0, ndim=2, valuetype="float")
+        ])
         self._main = tables.default_ms(path, description)
         self._path = path
 
@@ -89,11 +92,13 @@ class _MeasurementSet:
         scans = np.searchsorted(self._contents.scan_list["first"], block.numbers, "right")
         setup = np.searchsorted(self._setups, heads["freqsel"])
         sources = self._contents.source_list[0]
-        field = np.argsort(sources)[np.searchsorted(np.sort(sources), heads["source"])] if len(sources) else heads["source"] * 0
+        field = np.argsort(sources)[np.searchsorted(np.sort(sources),
+                                                    heads["source"])] if len(sources) else heads["source"] * 0
         columns: dict[str, NDArray[Any]] = {
             "TIME": seconds, "TIME_CENTROID": seconds, "EXPOSURE": integration, "INTERVAL": integration,
             "ANTENNA1": heads["ant1"].astype(np.int32) - 1, "ANTENNA2": heads["ant2"].astype(np.int32) - 1,
-            "SCAN_NUMBER": scans.astype(np.int32), "FIELD_ID": field.astype(np.int32), "UVW": block._uvw_seconds() * C}
+            "SCAN_NUMBER": scans.astype(np.int32), "FIELD_ID": field.astype(np.int32), "UVW": block._uvw_seconds() * C
+        }
         columns = {name: np.repeat(values, ifs, axis=0) for name, values in columns.items()}
         columns["DATA"] = block.vis[..., self._order].reshape(spectrum.shape)
         columns["WEIGHT_SPECTRUM"], columns["FLAG"] = spectrum, flag
@@ -130,13 +135,15 @@ class _MeasurementSet:
             for number, mount in zip(numbers, image.column("MNTSTA")):
                 mounts[number - 1] = _MOUNTS.get(int(mount), "ALT-AZ")
         self._fill("ANTENNA", rows, NAME=names, STATION=stations, TYPE=["GROUND-BASED"] * rows, MOUNT=mounts,
-                   POSITION=positions, OFFSET=np.zeros((rows, 3)), DISH_DIAMETER=np.zeros(rows), FLAG_ROW=np.zeros(rows, bool))
+                   POSITION=positions, OFFSET=np.zeros(
+                       (rows, 3)), DISH_DIAMETER=np.zeros(rows), FLAG_ROW=np.zeros(rows, bool))
         kinds = ["X", "Y"] if self._correlations.size and self._correlations[0] > 8 else ["R", "L"]
         self._fill("FEED", rows, ANTENNA_ID=np.arange(rows, dtype=np.int32), FEED_ID=np.zeros(rows, np.int32),
                    BEAM_ID=np.full(rows, -1, np.int32), SPECTRAL_WINDOW_ID=np.full(rows, -1, np.int32),
-                   NUM_RECEPTORS=np.full(rows, 2, np.int32), BEAM_OFFSET=np.zeros((rows, 2, 2)), POSITION=np.zeros((rows, 3)),
-                   POLARIZATION_TYPE={"shape": [rows, 2], "array": kinds * rows}, RECEPTOR_ANGLE=np.zeros((rows, 2)),
-                   POL_RESPONSE=np.tile(np.eye(2, dtype=np.complex64), (rows, 1, 1)),
+                   NUM_RECEPTORS=np.full(rows, 2, np.int32), BEAM_OFFSET=np.zeros((rows, 2, 2)), POSITION=np.zeros(
+                       (rows, 3)), POLARIZATION_TYPE={"shape": [rows, 2], "array": kinds * rows},
+                   RECEPTOR_ANGLE=np.zeros((rows, 2)), POL_RESPONSE=np.tile(np.eye(2, dtype=np.complex64),
+                                                                            (rows, 1, 1)),
                    TIME=np.full(rows, _seconds(self._contents.header.date_obs)), INTERVAL=np.zeros(rows))
 
     def _write_fields(self) -> None:
@@ -158,12 +165,13 @@ class _MeasurementSet:
         selection = self._selection
         ifs, channels = selection.shape[1:3]
         rows = ifs * len(self._setups)
-        frequencies = np.concatenate([selection.frequencies(int(setup)).value for setup in self._setups]).reshape(rows, channels)
+        frequencies = np.concatenate([selection.frequencies(int(setup)).value for setup in self._setups
+                                     ]).reshape(rows, channels)
         widths = np.concatenate([self._widths(int(setup)) for setup in self._setups])
         spread = np.broadcast_to(np.abs(widths)[:, None], frequencies.shape)
         self._fill("SPECTRAL_WINDOW", rows, NAME=["none"] * rows, NUM_CHAN=np.full(rows, channels, np.int32),
-                   CHAN_FREQ=frequencies, CHAN_WIDTH=spread * np.sign(widths)[:, None], EFFECTIVE_BW=spread, RESOLUTION=spread,
-                   REF_FREQUENCY=frequencies[:, 0], TOTAL_BANDWIDTH=np.abs(widths) * channels,
+                   CHAN_FREQ=frequencies, CHAN_WIDTH=spread * np.sign(widths)[:, None], EFFECTIVE_BW=spread,
+                   RESOLUTION=spread, REF_FREQUENCY=frequencies[:, 0], TOTAL_BANDWIDTH=np.abs(widths) * channels,
                    MEAS_FREQ_REF=np.full(rows, 5, np.int32), NET_SIDEBAND=np.sign(widths).astype(np.int32),
                    IF_CONV_CHAIN=np.tile(np.arange(ifs, dtype=np.int32), len(self._setups)),
                    FREQ_GROUP=np.zeros(rows, np.int32), FREQ_GROUP_NAME=["none"] * rows, FLAG_ROW=np.zeros(rows, bool))

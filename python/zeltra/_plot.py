@@ -93,8 +93,8 @@ class Plots:
     def phase(self, ax: Axes | None = None, x: str = "uvdist", **options: Any) -> Axes:
         """Draw phases, in degrees, against distance in the u, v plane or time. Parameters are those of `amplitude`."""
         axes = axes_of(ax)
-        self._draw(axes, lambda block: (self._abscissa(block, x), np.degrees(np.angle(block.vis))), self._visibilities.pols,
-                   options)
+        self._draw(axes, lambda block: (self._abscissa(block, x), np.degrees(np.angle(block.vis))),
+                   self._visibilities.pols, options)
         return self._labelled(axes, x, "phase / degrees")
 
     def closure(self, ax: Axes | None = None, interval: Any = 60, **options: Any) -> Axes:
@@ -116,7 +116,8 @@ class Plots:
         axes = axes_of(ax)
         columns = self._visibilities.run("closure", interval=interval, **options).columns
         hours = (columns["time"] - self._visibilities._contents.header.date_obs) * 24
-        axes.errorbar(hours, np.degrees(columns["phase"]), np.degrees(columns["sigma"]), fmt=".", markersize=3, elinewidth=0.5)
+        axes.errorbar(hours, np.degrees(columns["phase"]), np.degrees(columns["sigma"]), fmt=".", markersize=3,
+                      elinewidth=0.5)
         return self._labelled(axes, "time", "closure phase / degrees")
 
     def _frequencies(self, block: Block) -> NDArray[np.float64]:
@@ -152,12 +153,14 @@ class Plots:
         taken = np.zeros((len(series), CELLS, CELLS), bool)
         for x, y, good in self._values(pair):
             number = np.broadcast_to(np.arange(len(series)), good.shape)[good]
-            column, row = (np.rint((values[good] - least) / step).astype(int)
-                           for values, least, step in zip((x, y), low, width))
+            column, row = (
+                np.rint((values[good] - least) / step).astype(int) for values, least, step in zip((x, y), low, width))
             taken[number, column, row] = True
         for name, cells in zip(series, taken):
             column, row = np.nonzero(cells)
-            chosen = {"linestyle": "", "marker": ".", "markersize": 1.5, "rasterized": True, "label": name or None, **options}
+            chosen = {
+                "linestyle": "", "marker": ".", "markersize": 1.5, "rasterized": True, "label": name or None, **options
+            }
             axes.plot(low[0] + column * width[0], low[1] + row * width[1], **chosen)
 
     def _values(self, pair: Pair) -> Any:

@@ -214,12 +214,14 @@ def job_options(wanted: Conditions, contents: Contents) -> dict[str, str]:
     if wanted.antenna is not None:
         options["antenna"] = ",".join(str(name) for name in listed(wanted.antenna))
     if wanted.baseline is not None:
-        options["baseline"] = ",".join(name if isinstance(name, str) else "-".join(map(str, name))
-                                       for name in baselines(wanted.baseline))
+        options["baseline"] = ",".join(
+            name if isinstance(name, str) else "-".join(map(str, name)) for name in baselines(wanted.baseline))
     if wanted.setup is not None:
         options["freqsel"] = str(wanted.setup)
-    counted = {"scan": (wanted.scan, len(contents.scan_list)), "if": (wanted.ifs, header.ifs),
-               "channel": (wanted.channels, header.channels)}
+    counted = {
+        "scan": (wanted.scan, len(contents.scan_list)), "if": (wanted.ifs, header.ifs),
+        "channel": (wanted.channels, header.channels)
+    }
     for name, (numbers, count) in counted.items():
         if numbers is not None:
             what = "IF" if name == "if" else name

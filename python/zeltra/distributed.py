@@ -105,7 +105,8 @@ def _divide(file: _File, options: dict[str, Any], tasks: int | None) -> tuple[St
 
 
 def _average_part(file: _File, number: int, options: dict[str, Any]) -> None:
-    run("average", [file.path], options={**options, "output": file.made, "part": f"{number}/{file.tasks}", "force": True})
+    run("average", [file.path],
+        options={**options, "output": file.made, "part": f"{number}/{file.tasks}", "force": True})
 
 
 def _join_average(file: _File) -> None:
@@ -115,8 +116,11 @@ def _join_average(file: _File) -> None:
 def _closure_part(file: _File, number: int, options: dict[str, Any]) -> None:
     """Write the lines of a task's parts."""
     result = run("closure", [file.path], options={**options, "part": f"{number}/{file.tasks}"})
-    columns = {name: _library.masked.filled(cells, "" if cells.dtype.kind == "U" else -1 if cells.dtype.kind == "i" else np.nan)
-               for name, cells in result.columns.items()}
+    columns = {
+        name: _library.masked.filled(cells,
+                                     "" if cells.dtype.kind == "U" else -1 if cells.dtype.kind == "i" else np.nan)
+        for name, cells in result.columns.items()
+    }
     with tempfile.NamedTemporaryFile(dir=file.folder, suffix=".npz", delete=False) as part:
         np.savez(part, __units__=np.array(list(result.units.values()), dtype=str), **columns)
     os.replace(part.name, f"{file.made}.{number}.npz")
@@ -145,7 +149,8 @@ def _image(file: _File, _number: int, options: dict[str, Any]) -> None:
     run("image", [file.path], options={**options, "fits": file.made, "force": True})
 
 
-def _publish(file: _File, parts: Iterable[tuple[Any, Sentence]], join: Callable[[_File], None] | None, force: bool) -> None:
+def _publish(file: _File, parts: Iterable[tuple[Any, Sentence]], join: Callable[[_File], None] | None,
+             force: bool) -> None:
     """Join the parts and give the result its name."""
     for _, sentence in parts:
         if sentence is not None:
@@ -211,14 +216,17 @@ def _files(paths: Paths, out: Path, ending: str, force: bool, outcome: Outcome) 
     return files
 
 
-def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: Client | None, force: bool, tasks: int | None,
-         part: Callable[[_File, int, dict[str, Any]], None], join: Callable[[_File], None] | None) -> Outcome:
+def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: Client | None, force: bool,
+         tasks: int | None, part: Callable[[_File, int, dict[str, Any]],
+                                           None], join: Callable[[_File], None] | None) -> Outcome:
     host: Any = _Here() if client is None else client
     if client is not None and part is not _image:
         options = {"threads": 1, **options}  # workers share the processors
     outcome = Outcome()
-    given = {os.path.abspath(os.fspath(path)): os.fspath(path)
-             for path in ([paths] if isinstance(paths, (str, os.PathLike)) else paths)}
+    given = {
+        os.path.abspath(os.fspath(path)): os.fspath(path)
+        for path in ([paths] if isinstance(paths, (str, os.PathLike)) else paths)
+    }
     files = _files(paths, out, ending, force, outcome)
     try:
         if join is None:
@@ -231,7 +239,9 @@ def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: 
                 outcome.failures[given[file.path]] = sentence
                 continue
             whole = _File(file.path, file.output, file.folder, file.versions, *found)
-            parts = [host.submit(_guarded, part, whole, number, options, pure=False) for number in range(1, whole.tasks + 1)]
+            parts = [
+                host.submit(_guarded, part, whole, number, options, pure=False) for number in range(1, whole.tasks + 1)
+            ]
             finals.append((whole, host.submit(_guarded, _publish, whole, parts, join, force, pure=False)))
         for (file, _), (_, sentence) in zip(finals, host.gather([final for _, final in finals])):
             if sentence is None:
@@ -289,15 +299,15 @@ def average(paths: Paths, out: Path, interval: Any, client: Client | None = None
 
 def closures(paths: Paths, out: Path, interval: Any, client: Client | None = None, *, force: bool = False,
              tasks: int | None = None, **options: Any) -> Outcome:
-    """Form closures of files, as FITS tables with the columns of `zeltra.jobs.closure`; IFs and channels count from 0, and
-    -1 stands where there is none. Parameters are those of `average`.
+    """Form closures of files, as FITS tables with the columns of `zeltra.jobs.closure`; IFs and channels count from 0,
+    and -1 stands where there is none. Parameters are those of `average`.
     """
     chosen = {"interval": interval, **keywords(options)}
     return _run(paths, out, ".fits", chosen, client, force, tasks, _closure_part, _join_closures)
 
 
 def image(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
-    """Make a FITS image of each file, in one task each. Options are those of `zeltra.jobs.image`, other parameters those of
-    `average`.
+    """Make a FITS image of each file, in one task each. Options are those of `zeltra.jobs.image`, other parameters
+    those of `average`.
     """
     return _run(paths, out, ".fits", keywords(options), client, force, None, _image, None)
