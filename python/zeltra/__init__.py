@@ -4,8 +4,8 @@
     f = z.open("a.uvx")
     f.vis.shape, f.select(source="3C273").average(60).vis
 
-IFs, channels, scans and records count from 0, as arrays do; the command counts them from 1. Numbers of antennas, sources
-and frequency setups are those of the file.
+IFs, channels, scans and records count from 0, as arrays do; the command counts them from 1. Numbers of antennas,
+sources and frequency setups are those of the file.
 """
 # SPDX-License-Identifier: MIT
 from . import jobs

@@ -48,12 +48,7 @@ class Average:
         self._visibilities, self._options = visibilities, dict(options)
         with tempfile.TemporaryDirectory(prefix="zeltra-") as folder:
             name = os.path.join(folder, "average.uvx")
-            result = run(
-                "average",
-                [visibilities],
-                [],
-                {**options, "output": name, "no-sync": True},  # type: ignore[list-item]
-                progress=progress)
+            result = run("average", [visibilities], [], {**options, "output": name, "no-sync": True}, progress=progress)
             self.notes = result.notes
             with open_file(name) as file:
                 heads = np.array(file.records)
@@ -100,9 +95,4 @@ class Average:
         progress : callable, optional
             As in `zeltra.run`.
         """
-        run(
-            "average",
-            [self._visibilities],
-            [],
-            {**self._options, "output": path, "force": force},  # type: ignore[list-item]
-            progress=progress)
+        run("average", [self._visibilities], [], {**self._options, "output": path, "force": force}, progress=progress)

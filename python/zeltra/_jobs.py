@@ -18,12 +18,12 @@ from ._library import Cells, Progress, masked
 if TYPE_CHECKING:
     from astropy.table import QTable
 
-    from ._file import File, Selection
+    from ._file import File
     from ._image import Image
     from ._average import Average
 
 Path = Union[str, "os.PathLike[str]"]
-Input = Union[Path, "Selection"]
+Input = Union[Path, "Jobs"]
 
 COUNTED = ("if", "channel", "scan", "first", "last", "index")
 """Columns of numbers that people count from 1, and Python from 0."""
@@ -208,7 +208,7 @@ class Jobs:
         Traceback (most recent call last):
         zeltra._error.Error: sort has no option source
         """
-        return run(job, [self], outputs, keywords(options), progress=progress)  # type: ignore[list-item]
+        return run(job, [self], outputs, keywords(options), progress=progress)
 
     def average(self, interval: Any, *, progress: Progress | None = None, **options: Any) -> Average:
         """Average in time.
@@ -316,7 +316,7 @@ class Jobs:
         Result
             A line an antenna.
         """
-        name = model if isinstance(model, (str, os.PathLike)) else model.path
+        name = model if isinstance(model, (str, os.PathLike)) else model._job_input()[0]
         return self.run("solve", model=name, output=output, progress=progress, **options)
 
     def apply(self, output: Path, *, progress: Progress | None = None, **options: Any) -> File:
