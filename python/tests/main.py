@@ -3,12 +3,20 @@
 import os
 import sys
 
-try:
-    import astropy  # noqa: F401
-    import numpy  # noqa: F401
-    import pytest
-except ImportError as missing:
-    print(f"skipped: {missing}")
-    sys.exit(77)
-os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-sys.exit(pytest.main(["-q", "-p", "no:cacheprovider", *sys.argv[1:]]))
+
+
+def main():
+    try:
+        import astropy  # noqa: F401
+        import numpy  # noqa: F401
+        import pytest
+    except ImportError as missing:
+        print(f"skipped: {missing}")
+        return 77
+    os.environ["PYTEST_DISABLE_PLUGIN_AUTOLOAD"] = "1"
+    os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+    return pytest.main(["-q", "-p", "no:cacheprovider", *sys.argv[1:]])
+
+
+if __name__ == "__main__":  # workers of a cluster start by importing this
+    sys.exit(main())

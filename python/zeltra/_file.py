@@ -7,8 +7,9 @@ import mmap
 import os
 import shutil
 import tempfile
+import weakref
 import zlib
-from collections.abc import Iterator, Sequence
+from collections.abc import Callable, Iterator, Sequence
 from functools import cached_property
 from typing import TYPE_CHECKING, Any
 
@@ -156,7 +157,7 @@ def _values(raw: Any, contents: Contents, offset: int, count: int) -> tuple[NDAr
 class Mapping:
     """The bytes of a file as memory, shared by the file and its selections."""
 
-    folder: tempfile.TemporaryDirectory[str] | None = None
+    remove: Callable[[], object] | None = None  # the folder of a temporary file
 
     def __init__(self, path: str) -> None:
         self.path = path
@@ -173,6 +174,8 @@ class Mapping:
     def close(self) -> None:
         self._map = None
         self.contents.close()
+        if self.remove is not None:
+            self.remove()
 
     def _checked(self) -> mmap.mmap:
         """The memory, unless the file has become shorter: to touch what is no longer there would end the process."""
@@ -478,15 +481,19 @@ def open_file(path: str | os.PathLike[str], progress: Progress | None = None) ->
     is_packed = start.startswith(b"\x1f\x8b")
     if start != b"SIMPLE" and not is_packed:
         return File(Mapping(path))
-    folder = tempfile.TemporaryDirectory(prefix="zeltra-")
-    made = os.path.join(folder.name, os.path.basename(path))
-    if is_packed:
-        made = made.removesuffix(".gz")
-        path = _unpacked(path, made)
-    made = os.path.splitext(made)[0] + ".uvx"
-    run("import", [path], [made], {"no-sync": True}, progress=progress)
-    mapping = Mapping(made)
-    mapping.folder = folder  # removed with the last of its users
+    folder = tempfile.mkdtemp(prefix="zeltra-")
+    try:
+        made = os.path.join(folder, os.path.basename(path))
+        if is_packed:
+            made = made.removesuffix(".gz")
+            path = _unpacked(path, made)
+        made = os.path.splitext(made)[0] + ".uvx"
+        run("import", [path], [made], {"no-sync": True}, progress=progress)
+        mapping = Mapping(made)
+    except BaseException:
+        shutil.rmtree(folder, ignore_errors=True)
+        raise
+    mapping.remove = weakref.finalize(mapping, shutil.rmtree, folder, ignore_errors=True)
     return File(mapping)
 
 
