@@ -4,7 +4,6 @@ import os
 import sys
 
 
-
 def main():
     try:
         import astropy  # noqa: F401

@@ -19,7 +19,8 @@ ROOT = os.path.abspath(os.path.join(PACKAGE, "..", ".."))
 
 def test_types_are_strict_in_package_and_examples():
     pytest.importorskip("mypy")
-    words = [sys.executable, "-m", "mypy", "--cache-dir", os.devnull, "zeltra", "../examples/averages.py"]
+    cache = os.path.join(os.path.dirname(os.environ["ZELTRA_LIBRARY"]), "..", "mypy_cache")
+    words = [sys.executable, "-m", "mypy", "--cache-dir", cache, "zeltra", "../examples/averages.py"]
     done = subprocess.run(words, cwd=os.path.join(ROOT, "python"), capture_output=True, text=True)
     assert done.returncode == 0, done.stdout
 

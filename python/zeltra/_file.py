@@ -32,6 +32,8 @@ if TYPE_CHECKING:
 
     from ._plot import Plots
 
+BLOCK_BYTES = 1 << 22
+
 
 class Visibilities:
     """What a file, a selection and a block have in common: records, and values [record, if, channel, pol]."""
@@ -115,9 +117,17 @@ class Block(Visibilities):
     def __init__(self, contents: Contents, raw: NDArray[np.uint8], numbers: NDArray[np.int64], axes: Axes) -> None:
         self._contents, self.numbers = contents, numbers
         self.ifs, self.channels, self.pols = axes.ifs, axes.channels, axes.pols
+        self._axes = axes
+        self._values = _values(raw, contents, 0, len(numbers))
         self.records = np.ascontiguousarray(_heads(raw, contents, 0, len(numbers)))
-        vis, weight = _values(raw, contents, 0, len(numbers))
-        self.vis, self.weight = np.ascontiguousarray(axes.of(vis)), np.ascontiguousarray(axes.of(weight))
+
+    @cached_property
+    def vis(self) -> NDArray[np.complex64]:  # type: ignore[override]
+        return np.ascontiguousarray(self._axes.of(self._values[0]))
+
+    @cached_property
+    def weight(self) -> NDArray[np.float32]:  # type: ignore[override]
+        return np.ascontiguousarray(self._axes.of(self._values[1]))
 
 
 class Axes:
@@ -283,6 +293,7 @@ class Selection(Visibilities, Jobs):
         for name, places in (("start", scans["first"]), ("stop", scans["end"] - 1)):
             days = times[places] - date
             table[name] = AstropyTime(np.full(len(days), date), days, format="jd", scale=contents.time_scale)
+            table[name].format = "iso"
         table["first"], table["last"] = scans["first"], scans["end"] - 1
         return table
 
@@ -348,13 +359,13 @@ class Selection(Visibilities, Jobs):
         more = Conditions(source, antenna, baseline, setup, scan, time, ifs, channels, pols, uvrange)
         return Selection(self._mapping, self._wanted.joined(more))
 
-    def blocks(self, records: int = 4096) -> Iterator[Block]:
+    def blocks(self, records: int | None = None) -> Iterator[Block]:
         """Go through the records in blocks, which take memory for themselves only.
 
         Parameters
         ----------
-        records : int
-            The most records of a block.
+        records : int, optional
+            The most records of a block; without it, those of 4 MiB, which the processor's cache holds.
 
         Yields
         ------
@@ -362,11 +373,12 @@ class Selection(Visibilities, Jobs):
             With attributes as those of the file; arrays are aligned and contiguous.
         """
         header, place = self._contents.header, self._place
+        records = records or max(1, BLOCK_BYTES // header.record_bytes)
         self._mapping.check_unchanged()
         with open(self.path, "rb", buffering=0) as file:
             for at in range(0, len(self), records):
-                numbers = (np.arange(place.start, place.stop, place.step)[at:at + records]
-                           if isinstance(place, slice) else place[at:at + records])
+                numbers = (np.array(range(place.start, place.stop, place.step)[at:at + records]) if isinstance(
+                    place, slice) else place[at:at + records])
                 raw = np.empty(len(numbers) * header.record_bytes, np.uint8)
                 done = 0
                 for run in np.split(numbers, np.flatnonzero(np.diff(numbers) != 1) + 1):
@@ -403,7 +415,9 @@ class Selection(Visibilities, Jobs):
 
     def _times(self, days: Any) -> Time:
         from astropy.time import Time as AstropyTime
-        return AstropyTime(days, format="jd", scale=self._contents.time_scale)
+        times = AstropyTime(days, format="jd", scale=self._contents.time_scale)
+        times.format = "iso"
+        return times
 
     def _job_input(self) -> tuple[str, dict[str, str]]:
         self._mapping.check_unchanged()

@@ -20,7 +20,6 @@ if TYPE_CHECKING:
 _CORRELATIONS = {1: 1, 2: 2, 3: 3, 4: 4, -1: 5, -3: 6, -4: 7, -2: 8, -5: 9, -7: 10, -8: 11, -6: 12}
 _PRODUCTS = {5: (0, 0), 6: (0, 1), 7: (1, 0), 8: (1, 1), 9: (0, 0), 10: (0, 1), 11: (1, 0), 12: (1, 1)}
 _MOUNTS = {1: "EQUATORIAL", 2: "SPACE_HALCA", 3: "X-Y"}  # by MNTSTA, in casacore's words
-_BLOCK = 4096
 
 
 def _seconds(days: Any) -> Any:
@@ -73,7 +72,7 @@ class _MeasurementSet:
                 for column in ("TIME", "TIME_CENTROID"):
                     self._main.putcolkeyword(column, "MEASINFO", {"type": "epoch", "Ref": "TAI"})
             self._main.putcolkeyword("UVW", "MEASINFO", {"type": "uvw", "Ref": "J2000"})
-            for block in self._selection.blocks(_BLOCK):
+            for block in self._selection.blocks():
                 self._write_block(block)
         self._write_antennas()
         self._write_fields()
