@@ -256,7 +256,7 @@ class Jobs:
         """
         result = self.run("closure", interval=interval, progress=progress, **options)
         for name in ("stokes", "if", "channel"):
-            if name in result.columns and not (set(options) & {"each"}):
+            if name in result.columns and not options.get("each"):
                 del result.columns[name]
         table = result.table
         if "time" in table.colnames:
@@ -339,6 +339,24 @@ class Jobs:
         from ._file import open_file
         self.run("apply", output, progress=progress, **options)
         return open_file(output)
+
+    def fit(self, output: Path, *, progress: Progress | None = None, **options: Any) -> Result:
+        """Fit points and Gaussians to the visibilities, in a library that has this job.
+
+        Parameters
+        ----------
+        output : str or os.PathLike
+            The list of components to make.
+        progress : callable, optional
+            As in `zeltra.run`.
+        **options
+            Those of the command `zeltra fit`.
+
+        Returns
+        -------
+        Result
+        """
+        return self.run("fit", output=output, progress=progress, **options)
 
     def to_uvfits(self, path: Path, *, force: bool = False, progress: Progress | None = None) -> None:
         """Export as random-groups UV FITS; a part of a file is copied to a temporary one first.

@@ -233,5 +233,8 @@ def job_options(wanted: Conditions, contents: Contents) -> dict[str, str]:
     if wanted.pols is not None:
         options["stokes"] = ",".join(listed(wanted.pols))
     if wanted.uvrange is not None:
-        options["uvrange"] = f"{float(wanted.uvrange[0])!r},{float(wanted.uvrange[1])!r}"
+        options["uvrange"] = ",".join(repr(float(bound)) if np.isfinite(bound) else "" for bound in wanted.uvrange)
+    for name, text in options.items():
+        if not text:
+            raise Error(f"{contents.path}: nothing is selected, the list of {name} is empty")
     return options
