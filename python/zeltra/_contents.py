@@ -2,9 +2,10 @@
 # SPDX-License-Identifier: MIT
 from __future__ import annotations
 
-from collections.abc import Sequence
+import functools
+from collections.abc import Callable, Sequence
 from functools import cached_property
-from typing import TYPE_CHECKING, Any, Union
+from typing import TYPE_CHECKING, Any, ParamSpec, TypeVar, Union
 
 import numpy as np
 from numpy.typing import NDArray
@@ -16,6 +17,8 @@ from ._layout import Header, TableImage
 if TYPE_CHECKING:
     from astropy.table import QTable, Table
 
+P = ParamSpec("P")
+T = TypeVar("T")
 Name = Union[int, str]
 C = 299792458.0  # m/s
 REMEDY = "; 'zeltra copy' writes a file with a new one"
@@ -44,6 +47,24 @@ def _named(number: int, name: str) -> str:
 def _joined(names: Sequence[str]) -> str:
     rest = len(names) - _MOST_NAMED
     return (", ".join(names[:_MOST_NAMED]) or "none") + (f" and {rest} more" if rest > 0 else "")
+
+
+def _reads(code: str) -> Callable[[Callable[P, T]], Callable[P, T]]:
+    """Tells the failures of a function that finds something else in a table than it must hold."""
+
+    def decorated(function: Callable[P, T]) -> Callable[P, T]:
+
+        @functools.wraps(function)
+        def guarded(*arguments: P.args, **named: P.kwargs) -> T:
+            try:
+                return function(*arguments, **named)
+            except (KeyError, IndexError, OverflowError, TypeError, ValueError) as failure:
+                path = getattr(arguments[0], "path")
+                raise Error(f"{path}: the table {code} does not hold what it must: {failure}") from failure
+
+        return guarded
+
+    return decorated
 
 
 class Contents:
@@ -94,15 +115,16 @@ class Contents:
         from astropy.table import QTable
         image = self.needed(code, version)
         table = QTable(meta=dict(image.keywords))
-        for column in image.columns:
-            values, unit = image.column(column.name), astropy_unit(column.unit)
-            if column.name not in table.colnames:
-                table[column.name] = values if unit is None or values.dtype.kind not in "if" else values * unit
+        for place, column in enumerate(image.columns):
+            values, unit = image.column_at(place), astropy_unit(column.unit)
+            name = column.name if column.name not in table.colnames else f"{column.name}_{place + 1}"
+            table[name] = values if unit is None or values.dtype.kind not in "if" else values * unit
         return table
 
     # ------------------------------------------------------------------------------------------------ antennas, sources
 
     @cached_property
+    @_reads("AN")
     def antenna_list(self) -> tuple[NDArray[np.int64], list[str], NDArray[np.float64]]:
         """Numbers, names and STABXYZ [antenna, 3] in metres."""
         image = self.image("AN")
@@ -113,17 +135,19 @@ class Contents:
         if image.has("NOSTA"):
             stated = image.column("NOSTA").reshape(rows, -1)[:, -1].astype(np.int64)
             numbers = np.where(stated == 0, numbers, stated & 0xFF)
-        names = [str(name) for name in image.column("ANNAME")] if image.has("ANNAME") else [""] * rows
+        names = [str(name).strip() for name in image.column("ANNAME")] if image.has("ANNAME") else [""] * rows
         xyz = image.column("STABXYZ").astype(np.float64) if image.has("STABXYZ") else np.zeros((rows, 3))
         return numbers, names, xyz
 
     @cached_property
+    @_reads("AN")
     def array_center(self) -> NDArray[np.float64]:
         """ARRAYX, ARRAYY, ARRAYZ in metres."""
         image = self.image("AN")
         words = image.keywords if image else {}
         return np.array([float(words.get(name, 0) or 0) for name in ("ARRAYX", "ARRAYY", "ARRAYZ")])
 
+    @_reads("AN")
     def geocentric(self) -> NDArray[np.float64]:
         """Positions of the antennas [antenna, 3] in metres from the centre of the Earth, x towards Greenwich, y to 90
         degrees east. The axes of a local frame are turned by the longitude of its centre.
@@ -142,6 +166,7 @@ class Contents:
         return np.asarray(xyz @ turn.T + center)
 
     @cached_property
+    @_reads("SU")
     def source_list(self) -> tuple[NDArray[np.int64], list[str], NDArray[np.float64]]:
         """Numbers, names, and right ascension, declination (degrees) and equinox of each [source, 3]."""
         image = self.image("SU")
@@ -161,7 +186,7 @@ class Contents:
             np.where(at_equinox, numbers("DECEPO"), numbers("DECAPP")),
             np.where(epoch != 0, np.abs(epoch), self.header.epoch)
         ])
-        names = [str(name) for name in image.column("SOURCE")] if image.has("SOURCE") else [""] * rows
+        names = [str(name).strip() for name in image.column("SOURCE")] if image.has("SOURCE") else [""] * rows
         ids = next((name for name in ("ID. NO.", "ID NO.", "SOURCE_ID") if image.has(name)), None)
         return (image.column(ids).astype(np.int64) if ids else np.arange(1, rows + 1)), names, place
 
@@ -210,6 +235,7 @@ class Contents:
     # ---------------------------------------------------------------------------------------------------- scans, setups
 
     @cached_property
+    @_reads("NX")
     def scan_list(self) -> NDArray[Any]:
         """A structured array: source, setup, subarray, and the first record (from 0) and the one after the last."""
         image = self.image("NX")
@@ -248,6 +274,7 @@ class Contents:
         """Width of a channel of each IF in Hz, negative for a lower sideband."""
         return self._setup_column(setup, "CH WIDTH")
 
+    @_reads("FQ")
     def _setup_column(self, setup: int, name: str) -> NDArray[np.float64]:
         image, ifs = self.needed("FQ"), self.header.ifs
         rows = len(image)
@@ -260,6 +287,7 @@ class Contents:
             raise Error(f"{self.path}: the table FQ has frequencies of {len(values)} of {ifs} IFs")
         return np.asarray(values[:ifs])
 
+    @_reads("IT")
     def integration_times(self, records: NDArray[np.int64]) -> NDArray[np.float64]:
         """Integration times of records in seconds, 0 where they are not known."""
         image = self.image("IT")
@@ -270,6 +298,7 @@ class Contents:
         return np.asarray(seconds[np.searchsorted(image.column("FIRST VIS"), records + 1, "right") - 1])
 
     @cached_property
+    @_reads("AN")
     def time_scale(self) -> str:
         """The scale of all times in astropy's words."""
         image = self.image("AN")
@@ -285,20 +314,22 @@ class Contents:
         meta = {"array_center": self.array_center * units.m}
         return QTable({"number": numbers, "name": np.array(names, dtype=str), "xyz": xyz * units.m}, meta=meta)
 
+    @_reads("SU")
     def source_table(self) -> Table:
         from astropy import units
         from astropy.coordinates import FK4, FK5, ICRS, SkyCoord
         from astropy.table import QTable
         from astropy.time import Time
         numbers, names, place = self.source_list
-        coordinates = []
+        places = []
         for ra, dec, equinox in place:
             frame = ICRS() if equinox == 2000 else FK4(
                 equinox=Time(equinox, format="byear")) if equinox < 1984 else (FK5(
                     equinox=Time(equinox, format="jyear")))
-            coordinates.append(SkyCoord(ra * units.deg, dec * units.deg, frame=frame).icrs)
+            coordinate = SkyCoord(ra * units.deg, dec * units.deg, frame=frame).icrs
+            places.append((coordinate.ra.deg, coordinate.dec.deg))
         table = QTable({"number": numbers, "name": np.array(names, dtype=str)})
-        table["coord"] = SkyCoord(coordinates) if coordinates else SkyCoord([], [], unit="deg")
+        table["coord"] = SkyCoord(np.array(places).reshape(-1, 2) * units.deg)
         return table
 
 

@@ -143,7 +143,20 @@ class Axes:
 
     def of(self, values: NDArray[Any]) -> NDArray[Any]:
         """The part of values [record, if, channel, pol]: a view where places are evenly spaced."""
-        return values[:, self._if_place][:, :, self._channel_place][:, :, :, self._pol_place]
+        return picked(values, [slice(None), self._if_place, self._channel_place, self._pol_place])
+
+    def with_records(self, values: NDArray[Any], place: Place) -> NDArray[Any]:
+        """The part that some records have."""
+        return picked(values, [place, self._if_place, self._channel_place, self._pol_place])
+
+
+def picked(values: NDArray[Any], wanted: Sequence[Place]) -> NDArray[Any]:
+    """Places along the axes: first those that make views, so that no more is copied than is wanted."""
+    for views in (True, False):
+        for axis, place in enumerate(wanted):
+            if isinstance(place, slice) == views:
+                values = values[(slice(None),) * axis + (place,)]
+    return values
 
 
 def _heads(raw: Any, contents: Contents, offset: int, count: int) -> NDArray[np.void]:
@@ -251,12 +264,12 @@ class Selection(Visibilities, Jobs):
     @property
     def vis(self) -> NDArray[np.complex64]:  # type: ignore[override]
         """Values [record, if, channel, pol], read-only, in the unit `unit`."""
-        return self._axes.of(self._mapping.values()[0][self._place])
+        return self._axes.with_records(self._mapping.values()[0], self._place)
 
     @property
     def weight(self) -> NDArray[np.float32]:  # type: ignore[override]
         """Weights [record, if, channel, pol], read-only; a value whose weight is not above 0 is flagged."""
-        return self._axes.of(self._mapping.values()[1][self._place])
+        return self._axes.with_records(self._mapping.values()[1], self._place)
 
     @property
     def numbers(self) -> NDArray[np.int64]:

@@ -59,7 +59,7 @@ class Result:
 
     @property
     def table(self) -> QTable:
-        """The columns as a table of astropy, Julian dates as Time; notes are in .meta."""
+        """The columns as a table of astropy, Julian dates as numbers; notes are in .meta."""
         from astropy.table import QTable
         table = QTable(meta={"notes": self.notes})
         for name, cells in self.columns.items():
@@ -81,7 +81,11 @@ def text_of(value: Any, option: Mapping[str, Any]) -> str:
     if kind == "number list":
         first = int(option["min"] or 0)
         numbers = [value] if isinstance(value, (int, np.integer)) else list(value)
+        if not numbers:
+            raise Error(f"the list of {option['name']} is empty")
         return ",".join(str(int(number) + first) for number in numbers)
+    if kind == "whole" and option["name"] == "from":  # a record
+        return str(int(value) + 1)
     if hasattr(value, "to_value"):
         if kind == "time":
             return repr(float(value.jd))

@@ -121,18 +121,22 @@ class TableImage:
 
     def column(self, name: str) -> NDArray[Any]:
         """A column: [row], or [row, element] where a row has several; texts are str, logical values and bits bool."""
-        start = 0
-        for column in self.columns:
+        for place, column in enumerate(self.columns):
             if column.name == name:
-                return _decoded(np.ascontiguousarray(self.rows[:, start:start + column.bytes]), column)
-            start += column.bytes
-        raise KeyError(name)
+                return self.column_at(place)
+        raise KeyError(f"there is no column {name}")
+
+    def column_at(self, place: int) -> NDArray[Any]:
+        """A column by its place."""
+        start, column = sum(before.bytes for before in self.columns[:place]), self.columns[place]
+        return _decoded(np.ascontiguousarray(self.rows[:, start:start + column.bytes]), column)
 
 
 def _decoded(cells: NDArray[np.uint8], column: Column) -> NDArray[Any]:
     rows = len(cells)
     if column.letter == "A":
-        return np.array([text_of(cell.tobytes()) for cell in cells], dtype=str).reshape(rows)
+        texts = [cell.tobytes().split(b"\0")[0].decode("latin-1").rstrip(" ") for cell in cells]
+        return np.array(texts, dtype=str).reshape(rows)
     if column.letter == "X":
         values: NDArray[Any] = np.unpackbits(cells[:, ::-1], axis=1)[:, :column.count].astype(bool)
     elif column.letter == "L":

@@ -33,6 +33,8 @@ def to_ms(selection: Selection, path: str) -> None:
         from casacore import tables
     except ImportError as failure:
         missing("python-casacore", "to_ms", failure)
+    if 0 in selection.shape:
+        raise Error(f"{selection.path}: nothing is selected")
     if os.path.lexists(path):
         raise Error(f"{path}: exists already and is not replaced unasked")
     try:
