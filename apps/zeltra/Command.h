@@ -95,6 +95,7 @@ std::vector<PrintedColumn> PrintedColumns(const AJobDescription& description, Ta
 
 void AddApplyCommand(CLI::App& app, Session& session);
 void AddAverageCommand(CLI::App& app, Session& session);
+void AddCleanCommand(CLI::App& app, Session& session);
 void AddClosureCommand(CLI::App& app, Session& session);
 void AddCopyCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);

@@ -39,7 +39,7 @@ void AddOption(CLI::App& command, const AJobOption& option, const std::string& h
       *command.add_option(option.isWord ? shown : OptionNames(option.name, option.letter), takeAll, help);
   added.type_name(option.isWord ? "" : option.form)->required(option.isRequired);
   const bool isList = option.kind == AOptionKind::TextList || option.kind == AOptionKind::NumberList;
-  if (isList) added.expected(1, CLI::detail::expected_max_vector_size)->allow_extra_args(false);
+  if (isList || option.isRepeated) added.expected(1, CLI::detail::expected_max_vector_size)->allow_extra_args(false);
 }
 
 void AddFile(CLI::App& command, const AJobFile& file, std::string& path) {

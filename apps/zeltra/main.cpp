@@ -83,6 +83,7 @@ int Run(std::vector<std::string> arguments) {
   AddApplyCommand(app, session);
   AddSolveCommand(app, session);
   AddImageCommand(app, session);
+  AddCleanCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);
   AddRegisterCommand(app, session);

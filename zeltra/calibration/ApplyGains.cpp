@@ -114,7 +114,11 @@ AResult Applier::Run(const std::string& to) {
 }
 
 AResult Applier::Prepare() {
-  if (AResult result = FindGains(from_, options_.gains, gains_, summary_.remarks); !result) return result;
+  if (options_.solution) {
+    gains_ = *options_.solution;
+  } else if (AResult result = FindGains(from_, options_.gains, gains_, summary_.remarks); !result) {
+    return result;
+  }
   if (AResult result = TakeSource(); !result) return result;
   if (AResult result = CheckPolarisations(); !result) return result;
   bool changesAmplitudes = false;

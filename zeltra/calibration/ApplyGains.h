@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "zeltra/calibration/AGainFileHdr.h"
 #include "zeltra/calibration/GainCorrection.h"
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobDescription.h"
@@ -18,8 +19,9 @@ namespace zeltra {
 enum class WeightScaling { Auto, Yes, No };
 
 struct ApplyOptions : JobOptions {
-  std::string gains;   ///< as FindGains accepts them
-  std::string from;    ///< the source whose solutions are used for all; empty: each source uses its own
+  std::string gains;                 ///< as FindGains accepts them
+  const AGains* solution = nullptr;  ///< gains that are used instead, if it is not null; not owned
+  std::string from;                  ///< the source whose solutions are used for all; empty: each source uses its own
   double maxGap = -1;  ///< seconds: solutions further apart are not joined; negative: only those within a scan are
   GainPart part = GainPart::Whole;
   WeightScaling scaleWeights = WeightScaling::Auto;  ///< Auto: if any solution has a modulus other than 1

@@ -7,6 +7,7 @@
 
 #include "zeltra/core/AInputFile.h"
 #include "zeltra/core/Parse.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/fits/AFITSxtbl.h"
 #include "zeltra/fits/FITSCards.h"
@@ -129,6 +130,28 @@ AResult ComponentModel::ReadText(const std::string& path) {
   }
   if (components_.empty()) return AResult::Fail(path + ": has no components");
   return file.Check();
+}
+
+std::string ComponentModel::Text() const {
+  constexpr int kDigits = 12;
+  std::string text =
+      "! Flux (Jy), radius (mas), theta (deg), major axis (mas), axial ratio, phi (deg), type, "
+      "frequency (Hz), spectral index\n";
+  for (const ModelComponent& c : components_) {
+    const auto add = [&](double number, unsigned free) {
+      text += RoundedNumber(number, kDigits) + ((c.free & free) ? "v " : " ");
+    };
+    const unsigned position = ModelComponent::FreeX | ModelComponent::FreeY;
+    add(c.flux, ModelComponent::FreeFlux);
+    add(std::hypot(c.x, c.y) / kRadiansPerMas, position);
+    add(c.x == 0 && c.y == 0 ? 0 : std::atan2(c.x, c.y) * kDegreesPerRadian, position);
+    add(c.major / kRadiansPerMas, ModelComponent::FreeMajor);
+    add(c.ratio, ModelComponent::FreeRatio);
+    add(c.angle * kDegreesPerRadian, ModelComponent::FreeAngle);
+    text += c.isGaussian ? "1 " : "0 ";
+    text += RoundedNumber(c.frequency, kDigits) + " " + RoundedNumber(c.spectralIndex, kDigits) + "\n";
+  }
+  return text;
 }
 
 AResult ComponentModel::AddLine(std::string_view line, const std::string& place) {

@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "zeltra/calibration/FindGains.h"
+#include "zeltra/calibration/ProductWalkInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/ops/AUVXContents.h"
-#include "zeltra/ops/IntervalWalkInternal.h"
 
 namespace zeltra {
 namespace {
@@ -20,123 +20,6 @@ using Complex = std::complex<double>;
 // Minimum length of an interval, seconds, so that the times of its records lie within it despite rounding.
 constexpr double kShortest = 0.01;
 constexpr std::string_view kGainEnding = ".gain";
-
-// The values of a record that are solved for.
-struct SolvedValues {
-  std::vector<int> IFs, channels;
-  std::vector<int> hands;  // places of polarisations in a record
-  int channelsOfIF = 0, stokes = 0;
-
-  size_t groups() const { return IFs.size() * hands.size(); }
-};
-
-// The products of an interval, [baseline][IF][hand].
-struct SolveSums : IntervalState {
-  struct Pair {
-    int first, second;  // antenna numbers, ascending
-  };
-
-  explicit SolveSums(size_t count) : groups(count) {}
-  BaselineProducts* Products(int first, int second);
-
-  const size_t groups;                       // IFs x hands
-  double begin = HUGE_VAL, end = -HUGE_VAL;  // Julian dates
-  std::vector<Pair> baselines;
-  std::vector<BaselineProducts> products;
-
- private:
-  void Widen(int width);
-
-  int width_ = 0;  // antenna numbers that the table holds
-  std::vector<int> places_;
-};
-
-void SolveSums::Widen(int width) {
-  width_ = width;
-  places_.assign(static_cast<size_t>(width) * width, -1);
-  for (size_t i = 0; i < baselines.size(); ++i)
-    places_[static_cast<size_t>(baselines[i].first) * width + baselines[i].second] = static_cast<int>(i);
-}
-
-BaselineProducts* SolveSums::Products(int first, int second) {
-  if (second >= width_) Widen(second < 32 ? 32 : 256);
-  int& place = places_[static_cast<size_t>(first) * width_ + second];
-  if (place < 0) {
-    place = static_cast<int>(baselines.size());
-    baselines.push_back({first, second});
-    products.resize(products.size() + groups);
-  }
-  return products.data() + static_cast<size_t>(place) * groups;
-}
-
-// Adds records to the products, on one thread.
-class ProductAdder {
- public:
-  ProductAdder(VisibilityModel& model, const SolvedValues& values)
-      : values_(values), reader_(std::make_shared<VisibilityModel::Reader>(model)) {}
-
-  void operator()(std::unique_ptr<IntervalState>& state, const AUVXGroup& group, const char* stored, int record) {
-    if (group.ant1 == group.ant2 || !reader_->Take(group, record)) return;
-    if (!state) state = std::make_unique<SolveSums>(values_.groups());
-    auto& sums = static_cast<SolveSums&>(*state);
-    sums.begin = std::min(sums.begin, group.date);
-    sums.end = std::max(sums.end, group.date);
-    const int first = static_cast<uint8_t>(group.ant1), second = static_cast<uint8_t>(group.ant2);
-    BaselineProducts* products = sums.Products(std::min(first, second), std::max(first, second));
-    for (const int IF : values_.IFs) {
-      for (const int hand : values_.hands) AddChannels(*products++, stored, IF, hand, first > second);
-    }
-  }
-
- private:
-  void AddChannels(BaselineProducts& to, const char* stored, int IF, int hand, bool isTurned) const {
-    for (const int channel : values_.channels) {
-      const int point = IF * values_.channelsOfIF + channel;
-      AUVXComplex v;
-      std::memcpy(static_cast<void*>(&v), stored + (static_cast<size_t>(point) * values_.stokes + hand) * sizeof v,
-                  sizeof v);
-      Complex model;
-      if (!(v.weight > 0) || !std::isfinite(v.weight) || !std::isfinite(v.re) || !std::isfinite(v.im)) continue;
-      if (!reader_->At(point, hand, model)) continue;
-      const Complex value(v.re, v.im);
-      const Complex product = double{v.weight} * value * std::conj(model);
-      to.product += isTurned ? std::conj(product) : product;
-      to.model += v.weight * std::norm(model);
-      to.data += v.weight * std::norm(value);
-      ++to.count;
-    }
-  }
-
-  const SolvedValues& values_;
-  std::shared_ptr<VisibilityModel::Reader> reader_;
-};
-
-// What is passed on for an interval, before its baselines and its products.
-struct SolveHead {
-  int source, setup, subarray;
-  int baselines;
-  double begin, end;  // Julian dates
-  float integration;  // seconds
-};
-
-void AppendProducts(const Interval& interval, int subarray, std::vector<char>& bytes) {
-  if (!interval.state) return;
-  const auto& sums = static_cast<const SolveSums&>(*interval.state);
-  const SolveHead head = {interval.stream.source,
-                          interval.stream.setup,
-                          subarray,
-                          static_cast<int>(sums.baselines.size()),
-                          sums.begin,
-                          sums.end,
-                          interval.seconds};
-  const auto append = [&bytes](const void* from, size_t count) {
-    const char* begin = static_cast<const char*>(from);
-    bytes.insert(bytes.end(), begin, begin + count);
-  };
-  append(&head, sizeof head);
-  append(sums.baselines.data(), sums.baselines.size() * sizeof(SolveSums::Pair));
-  append(sums.products.data(), sums.products.size() * sizeof(BaselineProducts));
-}
 
 // The sums from which chi^2 of one hand and IF is computed.
 struct ChiSums {
@@ -167,13 +50,12 @@ class Solver {
     int first, end;
   };
 
-  AResult FindValues();
   AResult FindReferences();
-  AResult Take(const std::vector<char>& bytes);
-  void SolveInterval(const SolveHead& head, const SolveSums::Pair* pairs, const BaselineProducts* products);
+  AResult OpenModel();
+  void SolveInterval(const ProductInterval& interval);
   std::vector<SolvedGain> SolveGroup(size_t group, const std::vector<BaselineProducts>& baselines,
                                      const std::vector<int>& antennas);
-  void Keep(const SolveHead& head, size_t group, const std::vector<int>& antennas,
+  void Keep(const ProductInterval::Head& head, size_t group, const std::vector<int>& antennas,
             const std::vector<SolvedGain>& solved);
   void AddChi(size_t group, const std::vector<BaselineProducts>& baselines, const std::vector<SolvedGain>& solved);
   std::vector<int> ReferenceOrder() const;
@@ -189,7 +71,7 @@ class Solver {
   const AUVXContents& contents_;
   const SolveOptions options_;
   VisibilityModel model_;
-  SolvedValues values_;
+  ProductValues values_;
   std::vector<int> references_;
   std::vector<std::map<int, SolvedGain>> last_;  // of each group, by antenna
   std::vector<ChiSums> chi_;                     // of each group
@@ -204,24 +86,15 @@ class Solver {
 AResult Solver::Run() {
   gains_.Free();
   report_ = {};
-  IntervalWalk walk(from_, options_);
+  ProductWalk walk(from_, options_);
   if (AResult result = walk.Open(); !result) return result;
-  if (AResult result = FindValues(); !result) return result;
+  values_ = walk.values();
   if (AResult result = FindReferences(); !result) return result;
-  if (AResult result = model_.Open(options_.model, options_); !result) return result;
+  if (AResult result = OpenModel(); !result) return result;
   last_.resize(values_.groups());
   chi_.resize(values_.groups());
-  const ValueChoice all(from_.uvx());
-  IntervalWalk::Shape shape;
-  shape.adder = [this] { return ProductAdder(model_, values_); };
   SendProgressText(options_.progress, "Solving for gains...");
-  AResult result = walk.Run(
-      all, shape,
-      [this](const Interval& interval, std::vector<char>& bytes) {
-        AppendProducts(interval, contents_.scans()(interval.scan).subarray, bytes);
-      },
-      [this](const std::vector<char>& bytes) { return Take(bytes); });
-  if (AResult check = model_.Check(); !check) return check;
+  AResult result = walk.Run(model_, [this](const ProductInterval& interval) { SolveInterval(interval); });
   if (!result) return result;
   if (visibilities_ == 0) {
     return AResult::Fail(from_.path() + ": has no valid visibility of two antennas" +
@@ -237,22 +110,9 @@ AResult Solver::Run() {
   return AResult::Ok();
 }
 
-AResult Solver::FindValues() {
-  UVXSelection selection = options_.selection;
-  ValuesChoice chosen;
-  if (AResult result = contents_.FindValues(selection, chosen); !result) return result;
-  values_.IFs = chosen.IFs;
-  values_.channels = chosen.channels;
-  values_.channelsOfIF = from_.uvx().channels();
-  values_.stokes = std::max<int>(from_.uvx().stokes(), 1);
-  const AUVXStokes& stokes = contents_.header().stokes;
-  for (const std::pair<int, int>& hands : {std::pair(-1, -2), std::pair(-5, -6), std::pair(1, 1)}) {
-    for (int i = 0; i < stokes.count() && values_.hands.size() < 2; ++i) {
-      if (stokes(i) == hands.first || stokes(i) == hands.second) values_.hands.push_back(i);
-    }
-    if (!values_.hands.empty()) return AResult::Ok();
-  }
-  return AResult::Fail(from_.path() + ": has neither parallel hands nor Stokes I to solve with");
+AResult Solver::OpenModel() {
+  return options_.components.components().empty() ? model_.Open(options_.model, options_)
+                                                  : model_.Use(options_.components);
 }
 
 AResult Solver::FindReferences() {
@@ -275,56 +135,24 @@ size_t Solver::SharedGroup(size_t group) const {
   return (options_.IFsTogether ? 0 : group / hands * hands) + (options_.handsTogether ? 0 : group % hands);
 }
 
-AResult Solver::Take(const std::vector<char>& bytes) {
-  std::vector<SolveSums::Pair> pairs;
-  std::vector<BaselineProducts> products;
-  for (size_t at = 0; at < bytes.size();) {
-    SolveHead head;
-    const auto read = [&bytes, &at](void* to, size_t count) {
-      std::memcpy(to, bytes.data() + at, count);
-      at += count;
-    };
-    read(&head, sizeof head);
-    pairs.resize(head.baselines);
-    products.resize(head.baselines * values_.groups());
-    read(pairs.data(), pairs.size() * sizeof pairs[0]);
-    read(products.data(), products.size() * sizeof products[0]);
-    SolveInterval(head, pairs.data(), products.data());
-  }
-  return AResult::Ok();
-}
-
-void Solver::SolveInterval(const SolveHead& head, const SolveSums::Pair* pairs, const BaselineProducts* products) {
-  std::vector<int> antennas;
-  for (int i = 0; i < head.baselines; ++i) antennas.insert(antennas.end(), {pairs[i].first, pairs[i].second});
-  std::sort(antennas.begin(), antennas.end());
-  antennas.erase(std::unique(antennas.begin(), antennas.end()), antennas.end());
-  const auto placeOf = [&antennas](int number) {
-    return static_cast<int>(std::lower_bound(antennas.begin(), antennas.end(), number) - antennas.begin());
-  };
+void Solver::SolveInterval(const ProductInterval& interval) {
   const size_t groups = values_.groups();
-  std::vector<std::vector<BaselineProducts>> own(groups), shared(groups);
+  std::vector<std::vector<BaselineProducts>> shared(groups);
   for (size_t group = 0; group < groups; ++group) {
-    for (int i = 0; i < head.baselines; ++i) {
-      BaselineProducts baseline = products[i * groups + group];
-      baseline.first = placeOf(pairs[i].first);
-      baseline.second = placeOf(pairs[i].second);
-      own[group].push_back(baseline);
-      std::vector<BaselineProducts>& sums = shared[SharedGroup(group)];
-      if (static_cast<int>(sums.size()) <= i) {
-        sums.push_back(baseline);
-      } else {
-        sums[i] += baseline;
-      }
+    std::vector<BaselineProducts>& sums = shared[SharedGroup(group)];
+    if (sums.empty()) {
+      sums = interval.groups[group];
+    } else {
+      for (size_t i = 0; i < sums.size(); ++i) sums[i] += interval.groups[group][i];
     }
   }
   spans_.push_back({gains_.count(), 0});
   std::vector<std::vector<SolvedGain>> solved(groups);
   for (size_t group = 0; group < groups; ++group) {
     const size_t from = SharedGroup(group);
-    solved[group] = from == group ? SolveGroup(group, shared[group], antennas) : solved[from];
-    AddChi(group, own[group], solved[group]);
-    Keep(head, group, antennas, solved[group]);
+    solved[group] = from == group ? SolveGroup(group, shared[group], interval.antennas) : solved[from];
+    AddChi(group, interval.groups[group], solved[group]);
+    Keep(interval.head, group, interval.antennas, solved[group]);
   }
   spans_.back().end = gains_.count();
   ++report_.intervals;
@@ -342,7 +170,7 @@ std::vector<SolvedGain> Solver::SolveGroup(size_t group, const std::vector<Basel
   return solved;
 }
 
-void Solver::Keep(const SolveHead& head, size_t group, const std::vector<int>& antennas,
+void Solver::Keep(const ProductInterval::Head& head, size_t group, const std::vector<int>& antennas,
                   const std::vector<SolvedGain>& solved) {
   const size_t hands = values_.hands.size();
   for (size_t i = 0; i < antennas.size(); ++i) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "zeltra/calibration/AGainFileHdr.h"
+#include "zeltra/calibration/ComponentModel.h"
 #include "zeltra/calibration/GainSolver.h"
 #include "zeltra/calibration/VisibilityModel.h"
 #include "zeltra/core/AResult.h"
@@ -27,6 +28,8 @@ struct SolveOptions : IntervalOptions {
 
   /// As VisibilityModel::Open accepts it.
   std::string model;
+  /// The model itself, which takes the place of `model` where there are any.
+  ComponentModel components;
   GainMode mode = GainMode::Phase;
   /// Reference antennas, whose phase is 0, as numbers or names: the first one with a gain is used. The other antennas
   /// follow them, those with the most gains first.

@@ -48,7 +48,13 @@ struct VisibilityModel::Mismatch {
 
 AResult VisibilityModel::Open(const std::string& name, const JobOptions& options) {
   if (HoldsVisibilities(name)) return OpenFile(name, options);
-  if (AResult result = components_.Open(name); !result) return result;
+  ComponentModel components;
+  AResult result = components.Open(name);
+  return result ? Use(components) : result;
+}
+
+AResult VisibilityModel::Use(const ComponentModel& components) {
+  components_ = components;
   prediction_ = std::make_unique<ModelPrediction>(components_);
   return OpenFrequencies();
 }

@@ -28,6 +28,8 @@ class ZELTRA_API VisibilityModel {
 
   /// @param name  a UVX or UV FITS file, or what ComponentModel::Open accepts
   AResult Open(const std::string& name, const JobOptions& options = {});
+  /// Take components.
+  AResult Use(const ComponentModel& components);
   /// Whether the model is another file.
   bool isFile() const { return file_ != nullptr; }
   const ComponentModel& components() const { return components_; }

@@ -44,16 +44,6 @@ struct KindOfTarget {
   Kind operator()(const AParsedTarget&) const { return {AOptionKind::Text, "TEXT"}; }
 };
 
-std::string TimeText(const ATime& time) {
-  if (!time.isRelative) return valToStr(time.value);
-  const std::int64_t milliseconds = std::llround(time.value * kSecondsPerDay * 1000), seconds = milliseconds / 1000;
-  char text[80];
-  std::snprintf(text, sizeof text, "+%d/%02d:%02d:%02d.%03d", static_cast<int>(seconds / 86400),
-                static_cast<int>(seconds / 3600 % 24), static_cast<int>(seconds / 60 % 60),
-                static_cast<int>(seconds % 60), static_cast<int>(milliseconds % 1000));
-  return text;
-}
-
 // A list as in 1,4-7.
 // @param first  the number shown for a 0 in the list
 std::string ListText(const std::vector<int>& numbers, int first) {
@@ -83,7 +73,7 @@ struct TextOfTarget {
   std::string operator()(const AChoiceTarget& choice) const {
     return choice.chosen < option.choices.size() ? option.choices[choice.chosen] : "";
   }
-  std::string operator()(const std::optional<ATime>* time) const { return *time ? TimeText(**time) : ""; }
+  std::string operator()(const std::optional<ATime>* time) const { return *time ? timeToStr(**time) : ""; }
   std::string operator()(const std::vector<std::string>* words) const { return Joined(*words, ","); }
   std::string operator()(const std::vector<int>* numbers) const { return ListText(*numbers, option.first); }
   std::string operator()(const ARange* range) const {

@@ -61,6 +61,7 @@ class ZELTRA_API AJobOption {
   int first = 0;                      ///< NumberList: the number that the member counts as 0
   bool clears = false;                ///< Flag: clears the member instead of setting it
   char letter = 0;                    ///< short name on a command line, 0 if there is none
+  bool isRepeated = false;            ///< may be given several times
   bool isWord = false;                ///< given on a command line without its name
   bool isRequired = false;
   bool keepsResult = false;  ///< the result of the job does not depend on the value
@@ -79,6 +80,7 @@ class ZELTRA_API AJobOption {
   AJobOption& CountedFrom(int number) { return least = first = number, *this; }
   AJobOption& Clears() { return clears = true, *this; }
   AJobOption& Letter(char character) { return letter = character, *this; }
+  AJobOption& Repeated() { return isRepeated = true, *this; }
   AJobOption& Word() { return isWord = isRequired = true, *this; }
   AJobOption& Required() { return isRequired = true, *this; }
   AJobOption& KeepsResult() { return keepsResult = true, *this; }

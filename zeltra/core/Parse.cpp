@@ -3,11 +3,13 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <numbers>
 #include <utility>
 
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
+#include "zeltra/core/Units.h"
 
 namespace zeltra {
 namespace {
@@ -218,6 +220,16 @@ AResult strToTime(std::string_view text, ATime& time) {
   }
   if (time.isRelative || CalendarDate(time.value).year > 0) return AResult::Ok();
   return IsNo(text, "a date in the years 1 to 9999");
+}
+
+std::string timeToStr(const ATime& time) {
+  if (!time.isRelative) return valToStr(time.value);
+  const std::int64_t milliseconds = std::llround(time.value * kSecondsPerDay * 1000), seconds = milliseconds / 1000;
+  char text[80];
+  std::snprintf(text, sizeof text, "+%d/%02d:%02d:%02d.%03d", static_cast<int>(seconds / 86400),
+                static_cast<int>(seconds / 3600 % 24), static_cast<int>(seconds / 60 % 60),
+                static_cast<int>(seconds % 60), static_cast<int>(milliseconds % 1000));
+  return text;
 }
 
 AResult strToTime(std::string_view text, double dateObs, double& julianDate) {

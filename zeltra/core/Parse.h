@@ -72,6 +72,8 @@ struct ATime {
 ///   - a time of day alone, on the observation's first day; `+1/07:30` is on the day after it.
 /// Times of day are `07:30`, `07:30:00` or `7h30m0s`; the last field may have decimals, and seconds are below 61.
 ZELTRA_API AResult strToTime(std::string_view text, ATime& time);
+/// A text that strToTime reads back to the same time.
+ZELTRA_API std::string timeToStr(const ATime& time);
 
 /// Read a time and give its Julian date.
 /// @param dateObs  Julian date of 0 h of the observation date, 0 if unknown: times of day alone then fail

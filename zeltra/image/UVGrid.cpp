@@ -96,11 +96,11 @@ void UVGrid::Spread(double column, double line, std::complex<double> value) {
   }
 }
 
-int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam) {
+int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam, int threads) {
   if (!map.reSize(size_, size_) || !beam.reSize(size_, size_)) return 0;
   for (auto& line : parts_) {
     for (auto& part : line) {
-      if (!TransformPowersOfTwo(part, -1, 0)) return 0;
+      if (!TransformPowersOfTwo(part, -1, threads)) return 0;
     }
   }
   const int center = size_ / 2;

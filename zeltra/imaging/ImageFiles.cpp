@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/imaging/ImageFiles.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/fits/FITSHeaderWriterInternal.h"
 #include "zeltra/image/AMapFile.h"
+#include "zeltra/uvx/AUVXTable.h"
 
 namespace zeltra {
 namespace {
@@ -55,7 +57,14 @@ void AddAxis(FITSHeaderWriter& header, int axis, const std::string& type, double
   header.AddRoundedNumber("CRPIX" + number, pixel);
 }
 
-FITSHeaderWriter FITSHeader(const DirtyImage& image) {
+// The lowest and the highest pixel.
+void AddExtremes(FITSHeaderWriter& header, const AMatrix<float>& pixels) {
+  const auto [lowest, highest] = std::minmax_element(pixels.Line(0), pixels.Line(pixels.Lines()));
+  header.AddRoundedNumber("DATAMIN", *lowest);
+  header.AddRoundedNumber("DATAMAX", *highest);
+}
+
+FITSHeaderWriter FITSHeader(const DirtyImage& image, const AMatrix<float>& pixels, const std::string& unit) {
   const int size = image.map.Lines();
   FITSHeaderWriter header;
   header.AddLogical("SIMPLE");
@@ -65,13 +74,14 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
   header.AddInteger("NAXIS2", size);
   header.AddInteger("NAXIS3", 1);
   header.AddInteger("NAXIS4", 1);
+  header.AddLogical("EXTEND");
   header.AddKnownText("OBJECT", image.source);
   header.AddKnownText("TELESCOP", image.telescope);
   header.AddKnownText("OBSERVER", image.observer);
   header.AddDay("DATE-OBS", image.dateObs);
   header.AddKnownText("TIMESYS", image.timeScale);
   if (image.dateObs > 0) header.AddRoundedNumber("MJD-OBS", image.dateObs - kModifiedZero);
-  header.AddKnownText("BUNIT", image.unit);
+  header.AddKnownText("BUNIT", unit);
   const double center = size / 2 + 1;
   AddAxis(header, 1, "RA---SIN", image.ra, -image.cell * kDegreesPerRadian, center);
   header.AddText("CUNIT1", "deg");
@@ -93,8 +103,7 @@ FITSHeaderWriter FITSHeader(const DirtyImage& image) {
   // NOISE is the usual keyword of published images for the noise expected from the weights.
   header.AddRoundedNumber("NOISE", image.noise);
   header.AddRoundedNumber("RMS", image.rms);
-  header.AddHistory("zeltra: dirty image, " + WeightingText(image.weighting));
-  header.AddHistory("zeltra: " + std::to_string(image.visibilities) + " visibilities, nothing deconvolved");
+  AddExtremes(header, pixels);
   return header;
 }
 
@@ -107,17 +116,73 @@ AResult WriteMap(const DirtyImage& image, const AMatrix<float>& pixels, const Ou
   return file.Close() ? AResult::Ok() : output.WriteError(errno);
 }
 
-AResult WriteFITSImage(const DirtyImage& image, OutputFile& output) {
+// A header and its pixels, padded to whole blocks.
+AResult WriteFITSImage(FITSHeaderWriter header, const AMatrix<float>& pixels, OutputFile& output) {
   BlockWriter writer(output.file());
-  if (!FITSHeader(image).Write(output.file())) return output.WriteError();
-  const int size = image.map.LineLength();
+  if (!header.Write(output.file())) return output.WriteError();
+  const int size = pixels.LineLength();
   const int lineBytes = size * static_cast<int>(sizeof(float));
-  for (int i = 0; i < image.map.Lines(); ++i) {
+  for (int i = 0; i < pixels.Lines(); ++i) {
     char* room = writer.Reserve(lineBytes);
-    if (room) Swap32(room, image.map.Line(i), static_cast<size_t>(size));
+    if (room) Swap32(room, pixels.Line(i), static_cast<size_t>(size));
   }
-  const bool isWritten = writer.Flush() && PadFITSData(output.file(), int64{lineBytes} * image.map.Lines());
+  const bool isWritten = writer.Flush() && PadFITSData(output.file(), int64{lineBytes} * pixels.Lines());
   return isWritten ? AResult::Ok() : output.WriteError();
+}
+
+AResult WriteDirty(const DirtyImage& image, OutputFile& output) {
+  FITSHeaderWriter header = FITSHeader(image, image.map, image.unit);
+  header.AddHistory("zeltra: dirty image, " + WeightingText(image.weighting));
+  header.AddHistory("zeltra: " + std::to_string(image.visibilities) + " visibilities, nothing deconvolved");
+  return WriteFITSImage(header, image.map, output);
+}
+
+FITSHeaderWriter CleanHeader(const CleanImage& image, const AMatrix<float>& pixels, const std::string& content) {
+  // Programs that read components expect the unit in capitals, as AIPS writes it.
+  const std::string unit = IsSameWord(image.unit, "Jy/beam") ? "JY/BEAM" : image.unit;
+  FITSHeaderWriter header = FITSHeader(image, pixels, unit);
+  header.AddInteger("NITER", image.iterations);
+  header.AddHistory("zeltra: " + content + ", " + WeightingText(image.weighting));
+  header.AddHistory("zeltra: " + std::to_string(image.visibilities) + " visibilities, " +
+                    std::to_string(image.components.components().size()) + " components of " +
+                    RoundedNumber(image.components.Flux(), 6) + " Jy in " + std::to_string(image.iterations) +
+                    " iterations and " + std::to_string(image.cycles) + " cycles" +
+                    (image.ending.empty() ? "" : ", ended at " + image.ending));
+  return header;
+}
+
+// Components as AIPS stores them: in degrees, x to the east.
+AUVXTable ComponentTable(const ComponentModel& model) {
+  AUVXTable table;
+  table.Create(AUVXTable::toHash("CC", 0));
+  table.AddColumn("FLUX", "JY", "1E");
+  for (const char* name : {"DELTAX", "DELTAY", "MAJOR AX", "MINOR AX", "POSANGLE"}) {
+    table.AddColumn(name, "DEGREES", "1E");
+  }
+  table.AddColumn("TYPE OBJ", "CODE", "1E");
+  if (!table.SetRows(static_cast<int>(model.components().size()))) return table;
+  int row = 0;
+  for (const ModelComponent& c : model.components()) {
+    const double major = c.isGaussian ? c.major * kDegreesPerRadian : 0;
+    const double angle = c.isGaussian ? c.angle * kDegreesPerRadian : 0;
+    int column = 0;
+    for (const double number : {c.flux, c.x * kDegreesPerRadian, c.y * kDegreesPerRadian, major, major * c.ratio, angle,
+                                c.isGaussian ? 1.0 : 0.0}) {
+      table.SetNumber(row, column++, 0, number);
+    }
+    ++row;
+  }
+  return table;
+}
+
+AResult WriteClean(const CleanImage& image, OutputFile& output) {
+  FITSHeaderWriter header = CleanHeader(image, image.map, "CLEAN image");
+  if (AResult result = WriteFITSImage(header, image.map, output); !result) return result;
+  return ComponentTable(image.components).ToFITS(output.file()) ? AResult::Ok() : output.WriteError();
+}
+
+AResult WriteText(const std::string& text, OutputFile& output) {
+  return WriteWhole(output.file(), text.data(), static_cast<int64>(text.size())) ? AResult::Ok() : output.WriteError();
 }
 
 }  // namespace
@@ -127,6 +192,7 @@ struct ImageFiles::Outputs {
 
   OutputFiles files;
   OutputFile *map = nullptr, *beam = nullptr, *fits = nullptr, *picture = nullptr;
+  OutputFile *residual = nullptr, *model = nullptr;
 };
 
 ImageFiles::ImageFiles() = default;
@@ -143,6 +209,8 @@ AResult ImageFiles::Create(const ImageNames& names, const std::string& input, co
   create(names.fits, outputs_->fits);
   create(names.picture, outputs_->picture);
   create(names.beam, outputs_->beam);
+  create(names.residual, outputs_->residual);
+  create(names.model, outputs_->model);
   if (!result) outputs_.reset();
   return result;
 }
@@ -153,11 +221,22 @@ AResult ImageFiles::Store(const DirtyImage& image, const std::string& picture) {
   AResult result = AResult::Ok();
   if (outputs->map) result = WriteMap(image, image.map, *outputs->map);
   if (result && outputs->beam) result = WriteMap(image, image.beam, *outputs->beam);
-  if (result && outputs->fits) result = WriteFITSImage(image, *outputs->fits);
-  if (result && outputs->picture) {
-    const auto bytes = static_cast<int64>(picture.size());
-    if (!WriteWhole(outputs->picture->file(), picture.data(), bytes)) result = outputs->picture->WriteError();
+  if (result && outputs->fits) result = WriteDirty(image, *outputs->fits);
+  if (result && outputs->picture) result = WriteText(picture, *outputs->picture);
+  return result ? outputs->files.Commit() : result;
+}
+
+AResult ImageFiles::Store(const CleanImage& image, const std::string& picture) {
+  const std::unique_ptr<Outputs> outputs = std::move(outputs_);
+  if (!outputs) return AResult::Fail(image.source + ": there are no files to store its image in");
+  AResult result = AResult::Ok();
+  if (outputs->fits) result = WriteClean(image, *outputs->fits);
+  if (result && outputs->residual) {
+    result =
+        WriteFITSImage(CleanHeader(image, image.residual, "what CLEAN leaves"), image.residual, *outputs->residual);
   }
+  if (result && outputs->model) result = WriteText(image.components.Text(), *outputs->model);
+  if (result && outputs->picture) result = WriteText(picture, *outputs->picture);
   return result ? outputs->files.Commit() : result;
 }
 

@@ -7,16 +7,19 @@
 #include <string>
 
 #include "zeltra/core/AResult.h"
+#include "zeltra/imaging/CleanUVX.h"
 #include "zeltra/imaging/ImageUVX.h"
 
 namespace zeltra {
 
 /// File names, empty for files that are not wanted.
 struct ImageNames {
-  std::string map;      ///< of the image, a map file
-  std::string beam;     ///< of the dirty beam, a map file
-  std::string fits;     ///< of the image, FITS
-  std::string picture;  ///< of a picture, whose bytes the caller has drawn
+  std::string map;       ///< of the image, a map file
+  std::string beam;      ///< of the dirty beam, a map file
+  std::string fits;      ///< of the image, FITS
+  std::string picture;   ///< of a picture, whose bytes the caller has drawn
+  std::string residual;  ///< of what CLEAN leaves, FITS
+  std::string model;     ///< of the components, text
 };
 
 /// Stores an image in several files, which appear under their names together, once all of them are complete.
@@ -40,6 +43,8 @@ class ZELTRA_API ImageFiles {
   AResult Create(const ImageNames& names, const std::string& input, const JobOptions& options);
   /// Write the files and give them their names.
   AResult Store(const DirtyImage& image, const std::string& picture = {});
+  /// The same with components, which a FITS image also holds as a table "AIPS CC".
+  AResult Store(const CleanImage& image, const std::string& picture = {});
 
  private:
   struct Outputs;

@@ -9,6 +9,7 @@
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/image/UVGridInternal.h"
+#include "zeltra/imaging/DirtyImageInternal.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra {
@@ -31,7 +32,9 @@ bool IsOnSky(double l, double m) {
   return l * l + m * m < 1;
 }
 
-double RMS(const AMatrix<float>& map, double cell) {
+}  // namespace
+
+double RMSOfSky(const AMatrix<float>& map, double cell) {
   const int size = map.Lines();
   double sum = 0;
   int64 pixels = 0;
@@ -46,10 +49,12 @@ double RMS(const AMatrix<float>& map, double cell) {
   return std::sqrt(sum / static_cast<double>(pixels));
 }
 
+namespace {
+
 class Imager {
  public:
-  Imager(AUVXInput& from, const ImageOptions& options, DirtyImage& image)
-      : from_(from), options_(options), image_(image), data_(from) {}
+  Imager(AUVXInput& from, const ImageOptions& options, DirtyImage& image, const GriddedVisitor& visit)
+      : from_(from), options_(options), image_(image), visit_(visit), data_(from) {}
   AResult Run();
 
  private:
@@ -69,6 +74,7 @@ class Imager {
   AUVXInput& from_;
   const ImageOptions options_;
   DirtyImage& image_;
+  const GriddedVisitor& visit_;
   SelectedVisibilities data_;
   UVGrid grid_;
   GriddingWeights weights_;
@@ -164,6 +170,7 @@ AResult Imager::FillGrid() {
     const double weight = weights_(u, v, visibility.value.weight);
     grid_.Add(u, v, {visibility.value.re, visibility.value.im}, weight);
     sums_.Add(u, v, weight, visibility.value.weight);
+    if (visit_) visit_(visibility, weight);
     ++image_.visibilities;
     if (std::isfinite(w)) largestW_ = std::max(largestW_, std::fabs(w));
     longest_ = std::max(longest_, std::hypot(u, v));
@@ -202,10 +209,9 @@ void Imager::Describe() {
   for (int i = 0; i < cards.count(); ++i) {
     if (KeywordOf(cards(i)) == "HISTORY") image_.history.Add(cards(i));
   }
-  image_.history.AddHistory(ImageDescription().Command(options_));
   image_.shape = sums_.Shape();
   image_.noise = sums_.Noise();
-  image_.rms = RMS(image_.map, image_.cell);
+  image_.rms = RMSOfSky(image_.map, image_.cell);
 }
 
 void Imager::Remark() {
@@ -225,8 +231,14 @@ void Imager::Remark() {
 
 }  // namespace
 
+AResult MakeDirtyImage(AUVXInput& from, const ImageOptions& options, DirtyImage& image, const GriddedVisitor& visit) {
+  return Imager(from, options, image, visit).Run();
+}
+
 AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image) {
-  return from.Settle(Imager(from, options, image).Run());
+  AResult result = from.Settle(MakeDirtyImage(from, options, image, {}));
+  if (result) image.history.AddHistory(ImageDescription().Command(options));
+  return result;
 }
 
 int64 ImageMemory(const ImageOptions& options) {

@@ -2,11 +2,68 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/Units.h"
+#include "zeltra/imaging/CleanUVX.h"
 #include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/ops/SharedOptionsInternal.h"
 
 namespace zeltra {
 namespace {
+
+// Whether a text is a time, rather than a level to stop at.
+bool IsTime(const std::string& text) {
+  double number;
+  return text.find(':') != text.npos || (strToVal(text, number) && number > 9999) ||
+         (text.find('-') != text.npos && text.find_first_not_of("0123456789-") == text.npos);
+}
+
+AResult StopAt(const std::string& text, UVXSelection& selection) {
+  ATime time;
+  AResult result = strToTime(text, time);
+  if (result) selection.stop = time;
+  return result;
+}
+
+// What is imaged, and on which grid.
+template <typename Options>
+void DescribeImaging(AJobDescriber<Options>& job, unsigned leftOut = 0) {
+  DescribeSelection(job, {.leftOut = leftOut,
+                          .sources = "the only one",
+                          .stokes = "I, or the first one where there is no I",
+                          .isSingle = true,
+                          .isByVisibility = true});
+  job.Option("size", &Options::size, "pixels in a line and number of lines, an even number")
+      .Unit("pixels")
+      .Range(16, 8192);
+  job.Option("cell", &Options::cell, "size of a pixel; uas, mas, arcsec, arcmin or deg may follow")
+      .Unit("mas")
+      .Scale(kRadiansPerMas)
+      .Suffixes(kAngleSuffixes)
+      .Range(1e-9, 1e9)
+      .Otherwise("a fifth of the narrowest fringe");
+  job.Parsed(
+         "weight", [](const std::string& text, Options& o) { return strToScheme(text, o.weighting); },
+         [](const Options& o) { return schemeToStr(o.weighting); },
+         "natural: least noise, uniform: narrowest beam, or between them, R from -5 to 5 on the scale of Briggs, not "
+         "that of AIPS")
+      .Form("natural|uniform|robust=R");
+  job.Option(
+         "weight-power", [](Options & o) -> auto& { return o.weighting.power; },
+         "power of the weights in the file, as in 0.5 for their square root")
+      .Form("A")
+      .Range(0, 2);
+  job.Parsed(
+         "taper", [](const std::string& text, Options& o) { return strToTaper(text, o.weighting); },
+         [](const Options&) { return std::string(); },
+         "multiply weights by a Gaussian that falls to V at RADIUS wavelengths from the origin; k, M or G may follow, "
+         "as in 0.5,100M")
+      .Form("V,RADIUS")
+      .Otherwise("none");
+  job.Option("memory", &Options::memory, "the most memory to use; k, M or G may follow, as in 2G")
+      .Unit("bytes")
+      .Suffixes(kThousands)
+      .From(1)
+      .Otherwise("half of what is free");
+}
 
 AJobDescription DescribeImage() {
   AJobDescriber<ImageOptions> job(
@@ -28,42 +85,84 @@ AJobDescription DescribeImage() {
   job.Output({"OUT.fits", "make a FITS image", "fits", 0, {}});
   job.Output({"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}});
   job.Output({"BEAM.map", "make a map file of the dirty beam", "beam", 0, {}});
-  DescribeSelection(job, {.sources = "the only one",
-                          .stokes = "I, or the first one where there is no I",
-                          .isSingle = true,
-                          .isByVisibility = true});
-  job.Option("size", &ImageOptions::size, "pixels in a line and number of lines, an even number")
-      .Unit("pixels")
-      .Range(16, 8192);
-  job.Option("cell", &ImageOptions::cell, "size of a pixel; uas, mas, arcsec, arcmin or deg may follow")
-      .Unit("mas")
-      .Scale(kRadiansPerMas)
-      .Suffixes(kAngleSuffixes)
-      .Range(1e-9, 1e9)
-      .Otherwise("a fifth of the narrowest fringe");
+  DescribeImaging(job);
+  job.Overwrite();
+  return job.Finish();
+}
+
+template <typename Options>
+void DescribeCleaning(AJobDescriber<Options>& job) {
+  job.Option("niter", &Options::iterations, "the most components to find; 0 restores a model").Range(0, 100000000);
+  job.Option("gain", &Options::gain, "share of the largest pixel that becomes a component").Range(1e-6, 1);
+  // The time that a selection stops at has the same name, and looks different: no level is above 9999 Jy.
   job.Parsed(
-         "weight", [](const std::string& text, ImageOptions& o) { return strToScheme(text, o.weighting); },
-         [](const ImageOptions& o) { return schemeToStr(o.weighting); },
-         "natural: least noise, uniform: narrowest beam, or between them, R from -5 to 5 on the scale of Briggs, not "
-         "that of AIPS")
-      .Form("natural|uniform|robust=R");
-  job.Option(
-         "weight-power", [](ImageOptions & o) -> auto& { return o.weighting.power; },
-         "power of the weights in the file, as in 0.5 for their square root")
-      .Form("A")
-      .Range(0, 2);
+         "stop",
+         [](const std::string& text, Options& o) {
+           return IsTime(text) ? StopAt(text, o.selection) : strToStop(text, o.stop);
+         },
+         [](const Options& o) {
+           return o.selection.stop ? timeToStr(*o.selection.stop) + "," + stopToStr(o.stop) : stopToStr(o.stop);
+         },
+         "end where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute "
+         "deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest "
+         "pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: "
+         "no records after it")
+      .Form("3sigma|JY|negative[,...]|TIME");
+  job.Option("window", &Options::windows,
+             "file of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east")
+      .Form("F.win")
+      .Otherwise("the inner quarter of the image")
+      .KeepsResult();
   job.Parsed(
-         "taper", [](const std::string& text, ImageOptions& o) { return strToTaper(text, o.weighting); },
-         [](const ImageOptions&) { return std::string(); },
-         "multiply weights by a Gaussian that falls to V at RADIUS wavelengths from the origin; k, M or G may follow, "
-         "as in 0.5,100M")
-      .Form("V,RADIUS")
-      .Otherwise("none");
-  job.Option("memory", &ImageOptions::memory, "the most memory to use; k, M or G may follow, as in 2G")
-      .Unit("bytes")
-      .Suffixes(kThousands)
-      .From(1)
-      .Otherwise("half of what is free");
+         "box", [](const std::string& text, Options& o) { return strToBox(text, o.boxes); },
+         [](const Options& o) { return boxesToStr(o.boxes); },
+         "window to search: east offsets of two edges, then north offsets of two, in mas unless a unit follows; may be "
+         "given several times")
+      .Form("X0,X1,Y0,Y1")
+      .Repeated();
+  job.Option("auto", &Options::automatic,
+             "search windows that grow around pixels above this many sigma, by half a beam, and above the sidelobes")
+      .Form("SIGMA")
+      .Range(1, 1e6)
+      .Or(0);
+  job.Option("no-negative", &Options::isPositive, "find positive components only");
+  job.Option("model", &Options::model,
+             "components to begin with: a text file of components, or a FITS image with AIPS CC")
+      .Form("START.mod")
+      .KeepsResult();
+  job.Parsed(
+         "beam", [](const std::string& text, Options& o) { return strToBeam(text, o.beam); },
+         [](const Options& o) { return beamToStr(o.beam); },
+         "widths of the beam to restore with, in mas unless a unit follows, and its angle in degrees from north "
+         "through "
+         "east; what is left of the image keeps its own beam")
+      .Form("auto|MAJ,MIN,PA")
+      .Otherwise("auto: from the weights");
+}
+
+AJobDescription DescribeClean() {
+  AJobDescriber<CleanOptions> job(
+      "clean", "Make the image of a source without the sidelobes of its beam",
+      "CLEAN by cycles. Components are found where the image is largest, one after another, and the dirty beam is "
+      "subtracted there, until the largest pixel is below the beam's largest sidelobe times the peak that the cycle "
+      "began with. Then their visibilities are subtracted from the data, summed up directly for all IFs and channels "
+      "at "
+      "their own u, v, and the image is made anew. At the end the components are convolved with the Gaussian that "
+      "curves as the dirty beam does at its centre, and added to what is left. If what is left grows in three cycles "
+      "in "
+      "a row, the result is that of the best cycle, and a note says so.\n\n"
+      "The FITS image holds the components as a table AIPS CC, one for each pixel where some were found. Two noise "
+      "figures are reported: the thermal noise, as expected from the weights, and the rms of what is left.\n\n"
+      "Memory: as image takes, 48 bytes for each visibility, and four times an image for windows that are wider or "
+      "higher than half of it, for --auto too.");
+  job.Input(UVXInputFile());
+  job.Output({"OUT.fits", "the FITS image to make", "", 0, {}});
+  job.Output({"OUT.mod", "write the components as text", "save-model", 0, {}});
+  job.Output({"R.fits", "make a FITS image of what is left", "residual", 0, {}});
+  job.Output({"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}});
+  DescribeImaging(job, kStopTime);
+  DescribeCleaning(job);
+  job.Threads();
   job.Overwrite();
   return job.Finish();
 }
@@ -72,6 +171,11 @@ AJobDescription DescribeImage() {
 
 const AJobDescription& ImageDescription() {
   static const AJobDescription description = DescribeImage();
+  return description;
+}
+
+const AJobDescription& CleanDescription() {
+  static const AJobDescription description = DescribeClean();
   return description;
 }
 

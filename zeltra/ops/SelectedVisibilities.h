@@ -72,6 +72,8 @@ class ZELTRA_API SelectedVisibilities {
   AResult NothingValid(const JobOptions& options, const std::string& remedy = {});
 
   const AUVXContents& contents() const { return contents_; }
+  /// The name of the file, for messages.
+  const std::string& path() const { return input_.path(); }
   /// The source; only its number is set if the file has no source table.
   const AUVXSourceItem& source() const { return source_; }
   const std::vector<PolarisationChoice>& polarisations() const { return polarisations_; }

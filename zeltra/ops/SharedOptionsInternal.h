@@ -25,6 +25,7 @@ enum SelectionPart : unsigned {
   kFrequencies = 4,  ///< --if, --channel
   kStokes = 8,       ///< --stokes
   kAntennas = 16,    ///< --antenna
+  kStopTime = 32,    ///< --stop
 };
 
 /// How a command presents a selection.
@@ -56,6 +57,7 @@ void DescribeRecordSelection(AJobDescriber<Options>& job, const SelectionForm& f
          "no records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or "
          "modified Julian date, 07:30 of the observation's first day, or +1/07:30 of the next")
       .Otherwise("the first record");
+  if (form.leftOut & kStopTime) return;
   job.Option(
          "stop", [](Options & o) -> auto& { return o.selection.stop; },
          "no records after this time, given as for --start")

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "apps/zeltra/plot/ImagePicture.h"
+#include "apps/zeltra/plot/PictureArguments.h"
 
 #include <algorithm>
 #include <cmath>
@@ -61,7 +61,7 @@ struct ColourScale {
 
 class Picture {
  public:
-  Picture(const DirtyImage& image, const PictureOptions& options);
+  Picture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model);
   std::string Draw();
 
  private:
@@ -74,12 +74,14 @@ class Picture {
   double YOf(double north) const;
   bool DrawPixels(SVG& svg) const;
   void DrawContours(SVG& svg) const;
+  void DrawComponents(SVG& svg) const;
   void DrawBeam(SVG& svg) const;
   void DrawAxes(SVG& svg) const;
   bool DrawBar(SVG& svg) const;
 
   const DirtyImage& image_;
   const PictureOptions options_;
+  const ComponentModel* const model_;
   const int bin_;       // pixels of the image per pixel of the picture
   const int pixels_;    // of a line of the picture
   const double side_;   // of the picture in the drawing
@@ -93,9 +95,10 @@ class Picture {
   std::vector<int> levels_;  // of contours, in steps
 };
 
-Picture::Picture(const DirtyImage& image, const PictureOptions& options)
+Picture::Picture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model)
     : image_(image),
       options_(options),
+      model_(options.components ? model : nullptr),
       bin_((image.map.Lines() + kMostPixels - 1) / kMostPixels),
       pixels_(image.map.Lines() / bin_),
       side_((2 * kLeastSide + pixels_ - 1) / pixels_ * pixels_ / 2.0),
@@ -117,6 +120,7 @@ std::string Picture::Draw() {
            17);
   if (!DrawPixels(svg) || !DrawBar(svg)) return {};
   DrawContours(svg);
+  DrawComponents(svg);
   DrawBeam(svg);
   DrawAxes(svg);
   svg.TextUpward(width - 14, kTop + side_ / 2, brightness_);
@@ -214,6 +218,21 @@ void Picture::DrawContours(SVG& svg) const {
   }
 }
 
+// A cross for each component, and the half-power ellipse of a Gaussian.
+void Picture::DrawComponents(SVG& svg) const {
+  constexpr double kArm = 3;
+  if (!model_) return;
+  for (const ModelComponent& c : model_->components()) {
+    const double x = XOf(c.x), y = YOf(c.y);
+    if (x < kLeft || x > kLeft + side_ || y < kTop || y > kTop + side_) continue;
+    const char* colour = c.flux < 0 ? "#ff3030" : "#30c0ff";
+    svg.Line(x - kArm, y, x + kArm, y, colour);
+    svg.Line(x, y - kArm, x, y + kArm, colour);
+    const double major = c.major / 2 / image_.cell * scale_;
+    if (c.isGaussian) svg.Ellipse(x, y, major * c.ratio, major, -c.angle * kDegreesPerRadian, colour, 1);
+  }
+}
+
 // The half-power ellipse in the lower left corner, unless it fills the picture.
 void Picture::DrawBeam(SVG& svg) const {
   const double major = image_.shape.major / 2 / image_.cell * scale_;
@@ -263,8 +282,18 @@ bool Picture::DrawBar(SVG& svg) const {
 
 }  // namespace
 
-std::string ImagePicture(const DirtyImage& image, const PictureOptions& options) {
-  return Picture(image, options).Draw();
+AResult ParseClip(const std::string& text, PictureOptions& picture) {
+  const size_t comma = text.find(',');
+  PictureOptions::Range clip = {};
+  const bool isRange = comma != text.npos && strToVal(text.substr(0, comma), clip.low) &&
+                       strToVal(text.substr(comma + 1), clip.high) && clip.low < clip.high;
+  if (!isRange) return AResult::Fail("'" + text + "' is not two numbers, the smaller one first, as in -0.01,0.5");
+  picture.clip = clip;
+  return AResult::Ok();
+}
+
+std::string ImagePicture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model) {
+  return Picture(image, options, model).Draw();
 }
 
 std::string BeamText(const ABeamShape& shape) {

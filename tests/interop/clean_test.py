@@ -1,0 +1,121 @@
+"""Compare CLEAN with published images, components and windows, and with itself.
+
+usage: clean_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
+"""
+# SPDX-License-Identifier: MIT
+import os
+import shutil
+import subprocess
+import unittest
+
+# First of all: it skips the test where astropy is missing.
+from command import SHARED, Case, contents, run, zeltra
+import numpy as np
+from astropy.io import fits
+from astropy.wcs import WCS
+from scipy.ndimage import binary_dilation
+
+MAPS = os.path.join(SHARED, "maps")
+# Name, arguments that grid as published, arguments that clean as deep.
+PUBLISHED = [
+    ("0506+056.u.2009_06_03", ".icn.fits", ".icn.fits.mod", ["--cell", "0.1"], ["--stop", "1.6sigma"]),
+    ("3C111_Q_2014_05_08", ".fits", ".mod", ["--cell", "0.02", "--weight-power", "0.5"],
+     ["--stop", "0.1sigma", "--niter", "100000", "--window", os.path.join(MAPS, "3C111_Q_2014_05_08.win")])]
+
+
+def image(path):
+    """Pixels, header and components of a FITS image."""
+    with fits.open(path) as file:
+        return file[0].data.squeeze().astype(float), file[0].header, np.array(file["AIPS CC"].data.tolist())
+
+
+def aligned(path, like):
+    """The pixels of an image that has the same directions as another one, compared by WCS."""
+    pixels, header, components = image(path)
+    other = fits.getheader(like)
+    place = WCS(header).celestial.wcs_world2pix([[other["CRVAL1"], other["CRVAL2"]]], 1)[0]
+    shift = np.rint(place - [other["CRPIX1"], other["CRPIX2"]]).astype(int)
+    return np.roll(pixels, (-shift[1], -shift[0]), (0, 1)), header, components
+
+
+@unittest.skipUnless(os.path.isdir(MAPS), "published maps are not there")
+class Published(Case):
+    def test_restored_components_are_the_published_image(self):
+        for name, ending, model, grid, _ in PUBLISHED:
+            with self.subTest(name=name):
+                path = os.path.join(MAPS, name)
+                zeltra("clean", path + ".uvf", self.path("r.fits"), "-f", "--niter", "0", "--model", path + model, *grid)
+                ours, header, components = aligned(self.path("r.fits"), path + ending)
+                theirs, known, listed = image(path + ending)
+                inside = (slice(2, -2), slice(2, -2))  # a shift by a pixel wraps at the edges
+                difference, peak = (ours - theirs)[inside], theirs.max()
+                isFaint = (np.abs(theirs) < 10 * known["NOISE"])[inside]
+                self.assertLess(np.sqrt((difference[isFaint] ** 2).mean()), 0.15 * known["NOISE"])
+                self.assertLess(np.abs(difference[~isFaint]).max(), 0.01 * peak)
+                self.assertLess(abs((ours - theirs).flat[theirs.argmax()]), 0.005 * peak)
+                for card in ("BMAJ", "BMIN", "NOISE"):
+                    self.assertAlmostEqual(header[card] / known[card], 1, delta=1e-4)
+                self.assertAlmostEqual(header["BPA"], known["BPA"], delta=1e-3)
+                self.assertEqual((header["BUNIT"], np.float32(header["DATAMAX"])), ("JY/BEAM", np.float32(ours.max())))
+                order = [np.lexsort(np.rint(table[:, :3] * [1e6, 3.6e8, 3.6e8]).T) for table in (components, listed)]
+                np.testing.assert_allclose(components[order[0], 1:3] * 3.6e6, listed[order[1], 1:3] * 3.6e6, atol=2e-4)
+                self.assertAlmostEqual(components[:, 0].sum(), listed[:, 0].sum(), delta=1e-5)
+
+    def test_clean_finds_what_others_found(self):
+        for name, ending, model, grid, depth in PUBLISHED:
+            with self.subTest(name=name):
+                path = os.path.join(MAPS, name)
+                chi2 = []
+                for more in (["--niter", "0", "--model", path + model], depth):
+                    said = run("clean", path + ".uvf", self.path("c.fits"), "-f", *grid, *more).stderr
+                    chi2.append(float(said.split("visibilities ")[-1].split()[0]))
+                ours, header, components = aligned(self.path("c.fits"), path + ending)
+                theirs, known, listed = image(path + ending)
+                self.assertLess(abs(ours.max() / theirs.max() - 1), 0.01)
+                self.assertLess(abs(components[:, 0].sum() / listed[:, 0].sum() - 1), 0.01)
+                self.assertLess(chi2[1], 1.01 * chi2[0])
+                far = binary_dilation(theirs > 10 * np.median(np.abs(theirs)) / 0.6745, iterations=40)
+                self.assertLess(ours[~far].std(), 1.1 * theirs[~far].std())
+
+
+class Clean(Case):
+    def setUp(self):
+        super().setUp()
+        zeltra("simulate", self.path("s.uvx"), "--integration", "120")
+
+    def clean(self, name, *arguments):
+        return run("clean", self.path("s.uvx"), self.path(name), "--source", "3C273", "--size", "128", "--cell", "0.15", "-f",
+                   *arguments)
+
+    def test_threads_do_not_matter_and_files_agree(self):
+        for threads in "1", "2", "5":
+            self.clean(f"{threads}.fits", "--threads", threads, "--auto", "5", "--save-model", self.path("c.mod"),
+                       "--residual", self.path("r.fits"))
+        self.assertEqual(len({contents(self.path(f"{n}.fits")) for n in "125"}), 1)
+        said = self.clean("again.fits", "--niter", "0", "--model", self.path("c.mod")).stderr
+        first, header, components = image(self.path("1.fits"))
+        again = image(self.path("again.fits"))[0]
+        np.testing.assert_allclose(again, first, atol=2e-6 * first.max())
+        left = fits.getdata(self.path("r.fits")).squeeze()
+        self.assertAlmostEqual(left.std() / header["RMS"], 1, delta=1e-3)
+        self.assertIn(f"{len(components)} components", said)
+        if shutil.which("fitsverify"):
+            verified = subprocess.run(["fitsverify", self.path("1.fits")], capture_output=True, text=True).stdout
+            self.assertIn("and 0 error(s)", verified)
+
+    def test_windows_signs_and_beams(self):
+        self.clean("w.fits", "--box", "-1,1,-1,1", "--box", "3mas,4mas,-0.002arcsec,1", "--no-negative", "--beam", "2,1,30")
+        _, header, components = image(self.path("w.fits"))
+        x, y = components[:, 1] * 3.6e6, components[:, 2] * 3.6e6
+        inside = (np.abs(x) < 1.001) & (np.abs(y) < 1.001) | (x > 2.999) & (x < 4.001) & (y > -2.001) & (y < 1.001)
+        self.assertTrue(inside.all() and (components[:, 0] > 0).all())
+        self.assertAlmostEqual(header["BMAJ"] * 3.6e6, 2, places=9)
+        self.assertEqual(header["BPA"], 30)
+        for wrong in (["--box", "1,2,3"], ["--box", "50,60,50,60"], ["--beam", "1,0,0"], ["--stop", "x"], ["--gain", "0"]):
+            self.assertIn("zeltra: error", run("clean", self.path("s.uvx"), self.path("x.fits"), "--source", "3C273",
+                                               "--size", "128", *wrong).stderr)
+        self.assertFalse(os.path.exists(self.path("x.fits")))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,410 @@
+// SPDX-License-Identifier: MIT
+#include "zeltra/imaging/CleanUVX.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+#include "zeltra/calibration/VisibilityList.h"
+#include "zeltra/core/AngleUnit.h"
+#include "zeltra/core/Text.h"
+#include "zeltra/core/Units.h"
+#include "zeltra/image/UVGridInternal.h"
+#include "zeltra/imaging/DirtyImageInternal.h"
+#include "zeltra/imaging/MinorCycleInternal.h"
+#include "zeltra/imaging/RestoreInternal.h"
+#include "zeltra/platform/System.h"
+
+namespace zeltra {
+namespace {
+
+constexpr std::string_view kSigma = "sigma", kNegative = "negative";
+constexpr ASuffix kFluxSuffixes[] = {{"uJy", 1e-6}, {"mJy", 1e-3}, {"Jy", 1}};
+// Of a normal distribution, per median absolute deviation.
+constexpr double kSigmaPerMAD = 1.4826;
+// The rms of the image may grow in this many cycles, one after another.
+constexpr int kMostWorse = 3;
+// Components between two looks at the cancel flag, and pixels between two calls of the progress control.
+constexpr int kPatience = 64;
+
+// The words of a list.
+std::vector<std::string> Split(const std::string& text) {
+  std::vector<std::string> words;
+  for (size_t begin = 0; begin <= text.size();) {
+    const size_t end = std::min(text.find(',', begin), text.size());
+    words.push_back(text.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return words;
+}
+
+// AIPS names the unit of visibilities so until their flux density scale is set; components are in Jy all the same.
+bool IsUncalibrated(const std::string& unit) {
+  return unit == "UNCALIB/beam";
+}
+
+double SigmaOf(const AMatrix<float>& map) {
+  const size_t count = static_cast<size_t>(map.Lines()) * static_cast<size_t>(map.LineLength());
+  std::vector<float> values(map.Line(0), map.Line(0) + count);
+  const auto middle = values.begin() + static_cast<ptrdiff_t>(count / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  const float median = *middle;
+  for (float& value : values) value = std::fabs(value - median);
+  std::nth_element(values.begin(), middle, values.end());
+  return kSigmaPerMAD * *middle;
+}
+
+// The largest value of a beam outside the ellipse with twice its widths, within which the main lobe falls.
+double LargestSidelobe(const AMatrix<float>& beam, const ABeamShape& shape, double cell) {
+  const int size = beam.Lines(), center = size / 2;
+  const double sine = std::sin(shape.angle * kRadiansPerDegree), cosine = std::cos(shape.angle * kRadiansPerDegree);
+  double largest = 0;
+  for (int i = 0; i < size; ++i) {
+    for (int j = 0; j < size; ++j) {
+      const double east = (center - j) * cell, north = (i - center) * cell;
+      const double along = (east * sine + north * cosine) / shape.major;
+      const double across = (east * cosine - north * sine) / shape.minor;
+      if (along * along + across * across > 1) largest = std::max<double>(largest, std::fabs(beam(i, j)));
+    }
+  }
+  return largest;
+}
+
+class Cleaner {
+ public:
+  Cleaner(AUVXInput& from, const CleanOptions& options, CleanImage& image)
+      : from_(from), options_(options), image_(image) {}
+  AResult Run();
+
+ private:
+  AResult OpenWindows();
+  AResult MakeDirty();
+  AResult ChooseBeam();
+  AResult FillMask();
+  AResult MakeWideBeam();
+  AResult Subtract(const ComponentModel& model) { return list_.Subtract(model, Quietly()); }
+  AResult MakeResidual();
+  AResult Clean();
+  AResult Cycle(bool& isOver);
+  bool Take(int line, int element, double flux);
+  bool IsDiverging();
+  AResult Return();
+  void Grow();
+  double Level() const;
+  std::string LevelText() const;
+  void Advance(double peak, double level);
+  AResult Finish();
+  JobOptions Quietly() const;
+  AResult Fail(const std::string& what) const { return AResult::Fail(from_.path() + ": " + what); }
+  AResult NoMemory() const { return Fail("there is no memory for this image"); }
+  AResult Cancelled() const { return AResult::Cancel(from_.path() + ": cancelled while it was cleaned"); }
+
+  AUVXInput& from_;
+  const CleanOptions options_;
+  CleanImage& image_;
+  ComponentModel start_;
+  std::vector<CleanBox> boxes_;
+  VisibilityList list_;  // what is left of the visibilities
+  std::vector<float> gridding_;
+  CleanMask mask_;
+  AMatrix<float> wide_;  // the beam of an image twice as wide; empty where the mask does not need it
+  double sidelobe_ = 0;
+  AMatrix<int> places_;  // of each pixel, its component's in the list, from 1
+  std::vector<ModelComponent> found_;
+  std::vector<double> added_;         // to the flux of each in this cycle
+  std::vector<ModelComponent> best_;  // in the cycle with the lowest rms
+  double lowestRms_ = HUGE_VAL, lastRms_ = HUGE_VAL, rms_ = HUGE_VAL;
+  int worse_ = 0;
+  double firstPeak_ = 0;
+  int percent_ = -1;
+};
+
+// Options for a step that has no progress of its own.
+JobOptions Cleaner::Quietly() const {
+  JobOptions options = options_;
+  options.progress = nullptr;
+  return options;
+}
+
+AResult Cleaner::Run() {
+  image_ = CleanImage();
+  if (AResult result = OpenWindows(); !result) return result;
+  if (!options_.model.empty()) {
+    if (AResult result = start_.Open(options_.model); !result) return result;
+  }
+  if (AResult result = MakeDirty(); !result) return result;
+  if (AResult result = ChooseBeam(); !result) return result;
+  if (AResult result = FillMask(); !result) return result;
+  if (AResult result = Clean(); !result) return result;
+  return Finish();
+}
+
+AResult Cleaner::OpenWindows() {
+  const CleanStop& stop = options_.stop;
+  if (!(options_.gain > 0 && options_.gain <= 1)) return Fail("the gain of CLEAN is above 0 and at most 1");
+  if (options_.iterations < 0) return Fail("the number of iterations is at least 0");
+  if (!(stop.sigmas >= 0) || !(stop.level >= 0)) return Fail("CLEAN stops at a level of at least 0");
+  boxes_ = options_.boxes;
+  return options_.windows.empty() ? AResult::Ok() : ReadBoxes(options_.windows, boxes_);
+}
+
+AResult Cleaner::MakeDirty() {
+  const double free = static_cast<double>(FreeMemory());
+  const double memory = (options_.memory > 0 ? options_.memory : free / 2) - static_cast<double>(ImageMemory(options_));
+  bool isTooMuch = false;
+  AResult result = MakeDirtyImage(from_, options_, image_, [&](const SelectedVisibility& visibility, double weight) {
+    isTooMuch |= free > 0 && !list_.HasRoom(std::max(memory, 1.0));
+    if (isTooMuch) return;
+    list_.Add(visibility);
+    gridding_.push_back(static_cast<float>(weight));
+  });
+  if (!result) return result;
+  return isTooMuch ? VisibilityList::NoRoom(from_.path()) : AResult::Ok();
+}
+
+AResult Cleaner::ChooseBeam() {
+  if (!(image_.shape.major > 0))
+    return Fail(
+        "all visibilities lie on one line through the origin of the u, v plane, so "
+        "there is no beam");
+  if (image_.unit.empty() || IsUncalibrated(image_.unit)) image_.unit = "Jy/beam";
+  sidelobe_ = LargestSidelobe(image_.beam, image_.shape, image_.cell);
+  if (options_.beam.major > 0) image_.shape = options_.beam;
+  return AResult::Ok();
+}
+
+AResult Cleaner::FillMask() {
+  const int size = options_.size;
+  if (!mask_.Create(size) || !places_.reSize(size, size)) return NoMemory();
+  int taken = 0;
+  for (const CleanBox& box : boxes_) taken += mask_.TakeBox(box, image_.cell);
+  if (taken == 0 && !boxes_.empty()) return Fail("the centre of no pixel lies within a window");
+  const bool isAutomatic = options_.automatic > 0;
+  if (boxes_.empty() && !isAutomatic) mask_.TakeInnerQuarter();
+  return isAutomatic || mask_.Extent() > size / 2 ? MakeWideBeam() : AResult::Ok();
+}
+
+AResult Cleaner::MakeWideBeam() {
+  UVGrid grid;
+  if (!grid.Create(2 * options_.size, image_.cell)) return NoMemory();
+  for (size_t i = 0; i < list_.size(); ++i) {
+    if (i % 4096 == 0 && IsCancelled(options_)) return Cancelled();
+    grid.Add(list_.u[i], list_.v[i], 0, double{gridding_[i]});
+  }
+  AMatrix<float> nothing;
+  return grid.Transform(nothing, wide_, options_.threads) ? AResult::Ok() : NoMemory();
+}
+
+AResult Cleaner::MakeResidual() {
+  UVGrid grid;
+  if (!grid.Create(options_.size, image_.cell)) return NoMemory();
+  for (size_t i = 0; i < list_.size(); ++i) {
+    if (i % 4096 == 0 && IsCancelled(options_)) return Cancelled();
+    grid.Add(list_.u[i], list_.v[i], list_.value[i], double{gridding_[i]});
+  }
+  AMatrix<float> beam;
+  if (!grid.Transform(image_.residual, beam, options_.threads)) return NoMemory();
+  rms_ = RMSOfSky(image_.residual, image_.cell);
+  image_.sigma = SigmaOf(image_.residual);
+  ++image_.cycles;
+  return AResult::Ok();
+}
+
+double Cleaner::Level() const {
+  return std::max(options_.stop.level, options_.stop.sigmas * image_.sigma);
+}
+
+std::string Cleaner::LevelText() const {
+  const CleanStop& stop = options_.stop;
+  const std::string level = RoundedNumber(Level(), 3) + (image_.unit.empty() ? "" : " " + image_.unit);
+  return stop.sigmas * image_.sigma < stop.level ? level : RoundedNumber(stop.sigmas, 3) + " sigma, " + level;
+}
+
+AResult Cleaner::Clean() {
+  SendProgressText(options_.progress, "Finding components...");
+  SendProgressRange(options_.progress);
+  if (AResult result = Subtract(start_); !result) return result;
+  if (AResult result = MakeResidual(); !result) return result;
+  for (bool isOver = false; !isOver;) {
+    if (AResult result = Cycle(isOver); !result) return result;
+  }
+  return AResult::Ok();
+}
+
+// One minor cycle and the exact residuals after it.
+AResult Cleaner::Cycle(bool& isOver) {
+  isOver = true;
+  if (IsDiverging()) return Return();
+  if (options_.automatic > 0) Grow();
+  MinorCycle minor(wide_.Lines() > 0 ? wide_ : image_.beam, mask_);
+  const double peak = minor.Load(image_.residual, options_.isPositive), level = Level();
+  if (firstPeak_ == 0) firstPeak_ = peak;
+  if (!(peak > level)) {
+    image_.ending = LevelText();
+    return AResult::Ok();
+  }
+  const MinorCycle::Limits limits = {options_.gain, std::max(level, sidelobe_ * peak),
+                                     options_.iterations - image_.iterations, options_.isPositive,
+                                     options_.stop.isNegative};
+  const int before = image_.iterations;
+  added_.assign(found_.size(), 0);
+  const MinorCycle::End end = minor.Run(limits, [&](int line, int element, double flux) {
+    if (image_.iterations % kPatience == 0) Advance(std::fabs(flux) / options_.gain, level);
+    return Take(line, element, flux) && !IsCancelled(options_);
+  });
+  if (end == MinorCycle::Stopped) return Cancelled();
+  if (end == MinorCycle::AtNegative) image_.ending = "the first negative component";
+  if (end == MinorCycle::AtIterations) image_.ending = std::to_string(options_.iterations) + " iterations";
+  if (image_.iterations == before) return AResult::Ok();
+  ComponentModel change;
+  for (size_t i = 0; i < found_.size(); ++i) {
+    if (added_[i] == 0) continue;
+    change.components().push_back(found_[i]);
+    change.components().back().flux = added_[i];
+  }
+  if (AResult result = Subtract(change); !result) return result;
+  isOver = end != MinorCycle::AtLevel;
+  return MakeResidual();
+}
+
+// Adds a component at a pixel to those found.
+bool Cleaner::Take(int line, int element, double flux) {
+  int& place = places_(line, element);
+  if (place == 0) {
+    ModelComponent component;
+    component.x = (options_.size / 2 - element) * image_.cell;
+    component.y = (line - options_.size / 2) * image_.cell;
+    component.frequency = image_.frequency;
+    found_.push_back(component);
+    added_.push_back(0);
+    place = static_cast<int>(found_.size());
+  }
+  found_[static_cast<size_t>(place - 1)].flux += flux;
+  added_[static_cast<size_t>(place - 1)] += flux;
+  ++image_.iterations;
+  return true;
+}
+
+bool Cleaner::IsDiverging() {
+  worse_ = rms_ > lastRms_ ? worse_ + 1 : 0;
+  lastRms_ = rms_;
+  if (rms_ < lowestRms_) {
+    lowestRms_ = rms_;
+    best_ = found_;
+  }
+  return worse_ >= kMostWorse;
+}
+
+// Goes back to the best cycle.
+AResult Cleaner::Return() {
+  ComponentModel change;
+  for (size_t i = 0; i < found_.size(); ++i) {
+    const double flux = (i < best_.size() ? best_[i].flux : 0) - found_[i].flux;
+    if (flux == 0) continue;
+    change.components().push_back(found_[i]);
+    change.components().back().flux = flux;
+  }
+  found_ = best_;
+  image_.ending = "divergence";
+  image_.remarks.push_back(
+      "CLEAN diverges: the rms of the image grew in " + std::to_string(kMostWorse) +
+      " cycles in a row, so the result is that of the best cycle; windows and a smaller gain help");
+  if (AResult result = Subtract(change); !result) return result;
+  return MakeResidual();
+}
+
+// Extends automatic windows to whatever stands out now, by half a beam around it.
+void Cleaner::Grow() {
+  const AMatrix<float>& map = image_.residual;
+  const auto [lowest, highest] = std::minmax_element(map.Line(0), map.Line(map.Lines()));
+  const double peak = options_.isPositive ? *highest : std::max(*highest, -*lowest);
+  const double level = std::max(options_.automatic * image_.sigma, sidelobe_ * peak);
+  const double major = image_.shape.major / 2 / image_.cell, minor = image_.shape.minor / 2 / image_.cell;
+  const double sine = std::sin(image_.shape.angle * kRadiansPerDegree);
+  const double cosine = std::cos(image_.shape.angle * kRadiansPerDegree);
+  mask_.TakeAbove(image_.residual, level, options_.isPositive, std::hypot(major * sine, minor * cosine),
+                  std::hypot(major * cosine, minor * sine));
+}
+
+// Tells the progress control how far the peak has come down, on the way from the first one to the level.
+void Cleaner::Advance(double peak, double level) {
+  const double way = std::log(firstPeak_ / std::max(level, 1e-6 * firstPeak_));
+  const double done = way > 0 ? std::log(firstPeak_ / peak) / way : 1;
+  const double counted = static_cast<double>(image_.iterations) / options_.iterations;
+  constexpr int64 kSteps = 1000;
+  SendProgress(options_.progress, std::lround(kSteps * std::clamp(std::max(done, counted), 0.0, 1.0)), kSteps,
+               percent_);
+}
+
+AResult Cleaner::Finish() {
+  image_.components = start_;
+  for (const ModelComponent& component : found_) {
+    if (component.flux != 0) image_.components.components().push_back(component);
+  }
+  image_.chi2 = list_.Chi2();
+  image_.rms = rms_;
+  image_.map = image_.residual;
+  if (image_.map.Lines() == 0) return NoMemory();
+  if (!Restore(image_.components, image_.shape, image_.cell, image_.map)) return NoMemory();
+  image_.history.AddHistory(CleanDescription().Command(options_));
+  return AResult::Ok();
+}
+
+}  // namespace
+
+AResult strToStop(const std::string& text, CleanStop& stop) {
+  stop = {0, 0, false};
+  for (const std::string& word : Split(text)) {
+    if (word == kNegative) {
+      stop.isNegative = true;
+    } else if (word.ends_with(kSigma)) {
+      if (AResult result = strToVal(word.substr(0, word.size() - kSigma.size()), stop.sigmas); !result) return result;
+    } else if (AResult result = strToVal(word, kFluxSuffixes, stop.level); !result) {
+      return result;
+    }
+  }
+  const bool isGood = stop.sigmas >= 0 && stop.level >= 0 && std::isfinite(stop.sigmas + stop.level);
+  return isGood ? AResult::Ok() : AResult::Fail("'" + text + "' is not a level to stop at, as in 3sigma or 5mJy");
+}
+
+std::string stopToStr(const CleanStop& stop) {
+  std::string text;
+  const auto add = [&text](const std::string& word) { text += (text.empty() ? "" : ",") + word; };
+  if (stop.sigmas > 0) add(valToStr(stop.sigmas) + std::string(kSigma));
+  if (stop.level > 0) add(valToStr(stop.level) + "Jy");
+  if (stop.isNegative) add(std::string(kNegative));
+  return text.empty() ? "0" : text;
+}
+
+AResult strToBeam(const std::string& text, ABeamShape& beam) {
+  beam = {};
+  if (text == "auto") return AResult::Ok();
+  const std::vector<std::string> words = Split(text);
+  if (words.size() != 3) return AResult::Fail("'" + text + "' is neither auto nor a beam like 1.4,0.6,-7");
+  double major, minor;
+  if (AResult result = strToVal(words[0], kAngleSuffixes, major); !result) return result;
+  if (AResult result = strToVal(words[1], kAngleSuffixes, minor); !result) return result;
+  if (AResult result = strToVal(words[2], beam.angle); !result) return result;
+  beam.major = std::max(major, minor) * kRadiansPerMas;
+  beam.minor = std::min(major, minor) * kRadiansPerMas;
+  if (minor > major) beam.angle += beam.angle > 0 ? -90 : 90;
+  const bool isGood = beam.minor > 0 && std::isfinite(beam.major) && std::isfinite(beam.angle);
+  return isGood ? AResult::Ok() : AResult::Fail("'" + text + "': the widths of a beam are above 0");
+}
+
+std::string beamToStr(const ABeamShape& beam) {
+  if (!(beam.major > 0)) return {};
+  constexpr int kDigits = 12;
+  return RoundedNumber(beam.major / kRadiansPerMas, kDigits) + "," +
+         RoundedNumber(beam.minor / kRadiansPerMas, kDigits) + "," + RoundedNumber(beam.angle, kDigits);
+}
+
+AResult CleanUVX(AUVXInput& from, const CleanOptions& options, CleanImage& image) {
+  try {
+    return from.Settle(Cleaner(from, options, image).Run());
+  } catch (const std::bad_alloc&) {
+    return AResult::Fail(from.path() + ": there is not enough memory to clean its image");
+  }
+}
+
+}  // namespace zeltra
