@@ -13,10 +13,12 @@ from typing import TYPE_CHECKING, Any
 import numpy as np
 from numpy.typing import NDArray
 
+from ._contents import astropy_unit
 from ._error import Error, missing, reason
-from ._jobs import Path
+from ._jobs import Path, Result
 
 if TYPE_CHECKING:
+    from astropy.table import QTable
     from astropy.units import Quantity
     from astropy.wcs import WCS
     from matplotlib.axes import Axes
@@ -44,11 +46,12 @@ class Image:
         What to know about the result, and what was made, in sentences.
     """
 
-    def __init__(self, fits_file: bytes, notes: list[str], reports: list[str]) -> None:
+    def __init__(self, path: str, result: Result) -> None:
         from astropy.io import fits
-        self._bytes = fits_file
-        self.notes, self.reports = notes, reports
-        with fits.open(io.BytesIO(fits_file)) as units:
+        self.notes, self.reports = result.notes, result.reports
+        with open(path, "rb") as file:
+            self._bytes = file.read()
+        with fits.open(io.BytesIO(self._bytes)) as units:
             self.header = units[0].header
             pixels = np.asarray(units[0].data, np.float32)
         self.data: NDArray[np.float32] = pixels.reshape(pixels.shape[-2:])
@@ -56,6 +59,27 @@ class Image:
     def __repr__(self) -> str:
         lines, elements = self.data.shape
         return f"<zeltra.Image of {self.header.get('OBJECT', '')}: {elements} x {lines} pixels>"
+
+    @property
+    def components(self) -> QTable:
+        """The components that CLEAN found, the table AIPS CC of the image: flux, and offsets to the east and north.
+
+        Raises
+        ------
+        Error
+            If the image has none.
+        """
+        from astropy import units
+        from astropy.io import fits
+        from astropy.table import QTable
+        with fits.open(io.BytesIO(self._bytes)) as parts:
+            found = [part.data for part in parts if part.name == "AIPS CC"]
+            if not found:
+                raise Error("the image has no components")
+            table = QTable({"flux": np.asarray(found[0]["FLUX"], np.float64) * units.Jy})
+            for name, column in (("east", "DELTAX"), ("north", "DELTAY")):
+                table[name] = (np.asarray(found[0][column], np.float64) * units.deg).to(units.mas)
+            return table
 
     @cached_property
     def wcs(self) -> WCS:
@@ -72,10 +96,10 @@ class Image:
 
     @property
     def noise(self) -> Quantity:
-        """Thermal noise, as expected from the weights."""
+        """Thermal noise, as expected from the weights, in a number per beam where the unit of values is not known."""
         from astropy import units
-        return float(self.header["NOISE"]) * units.Unit(
-            str(self.header.get("BUNIT", "JY/BEAM")).title().replace("Beam", "beam"))
+        unit = astropy_unit(str(self.header.get("BUNIT", "")).upper().split("/")[0]) or units.dimensionless_unscaled
+        return float(self.header["NOISE"]) * unit / units.beam
 
     def to_fits(self, path: Path, *, force: bool = False) -> None:
         """Write a FITS image.

@@ -110,7 +110,12 @@ def option_texts(job: str, options: Mapping[str, Any]) -> list[str]:
         if value is None or value is False:
             continue
         option = known.get(name, {"name": name, "kind": "text", "unit": None})
-        texts.append(name if option["kind"] == "flag" else f"{name}={text_of(value, option)}")
+        if option["kind"] == "flag":
+            texts.append(name)
+            continue
+        # An option that may be given several times takes a list.
+        repeated = isinstance(value, list) and option.get("repeated")
+        texts += [f"{name}={text_of(one, option)}" for one in (value if repeated else [value])]
     return texts
 
 
@@ -157,7 +162,8 @@ def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), op
         name, selected = file._job_input()
         names.append(name)
         for option, text in selected.items():
-            if chosen.get(option) is not None:
+            is_level = option == "stop" and job == "clean"  # may be a time and a brightness
+            if chosen.get(option) is not None and not is_level:
                 raise Error(f"{option} is selected already, as {text}")
             texts.append(f"{option}={text}")
     result = Result()
@@ -296,8 +302,27 @@ class Jobs:
         with tempfile.TemporaryDirectory(prefix="zeltra-") as folder:
             name = os.path.join(folder, "image.fits")
             result = self.run("image", fits=name, no_sync=True, progress=progress, **options)
-            with open(name, "rb") as file:
-                return Image(file.read(), result.notes, result.reports)
+            return Image(name, result)
+
+    def clean(self, *, progress: Progress | None = None, **options: Any) -> Image:
+        """Make the image of a source without the sidelobes of its beam.
+
+        Parameters
+        ----------
+        progress : callable, optional
+            As in `zeltra.run`.
+        **options
+            Those of `zeltra.jobs.clean`: cell, size, niter, stop and so on. Several boxes are a list.
+
+        Returns
+        -------
+        Image
+            With `components`.
+        """
+        from ._image import Image
+        with tempfile.TemporaryDirectory(prefix="zeltra-") as folder:
+            name = os.path.join(folder, "image.fits")
+            return Image(name, self.run("clean", name, no_sync=True, progress=progress, **options))
 
     def solve(self, model: Input, output: Path | None = None, *, progress: Progress | None = None,
               **options: Any) -> Result:
