@@ -17,6 +17,7 @@ from astropy.io import fits
 from astropy.time import Time
 
 import zeltra as z
+from zeltra import _library
 
 
 def bytes_of(path):
@@ -84,6 +85,19 @@ def test_images_are_those_of_the_command(sim, command, tmp_path):
     assert np.allclose([center.ra.deg, center.dec.deg], [187.2779154, 2.0523883], rtol=0, atol=1e-9)
     with pytest.raises(z.Error, match="b.fits: exists already"):
         image.to_fits(tmp_path / "b.fits")
+
+
+def test_cleaned_images_have_components(sim, command, tmp_path):
+    if "clean" not in _library.jobs():
+        pytest.skip("the library has no job clean")
+    options = {"size": 128, "cell": 0.3 * u.mas, "niter": 40, "box": ["-5,5,-5,5", "5,15,-5,5"], "stop": "1mJy"}
+    image = z.open(sim).select(source="3C273", time=(None, "07:30")).clean(**options)
+    words = ["--size", 128, "--cell", "0.3mas", "--niter", 40, "--box=-5,5,-5,5", "--box=5,15,-5,5", "--stop", "1mJy"]
+    command("clean", sim, tmp_path / "a.fits", "--source", "3C273", "--stop", "07:30", *words)
+    image.to_fits(tmp_path / "b.fits")
+    assert bytes_of(tmp_path / "a.fits") == bytes_of(tmp_path / "b.fits")
+    brightest = image.components[image.components["flux"].argmax()]
+    assert abs(brightest["east"]) < 0.2 * u.mas and abs(brightest["north"]) < 0.2 * u.mas
 
 
 def test_every_job_has_its_function(sim, tmp_path, command):

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import io
 import os
-import shutil
 import tempfile
 from dataclasses import dataclass
 from functools import cached_property
@@ -14,8 +13,10 @@ import numpy as np
 from numpy.typing import NDArray
 
 from ._contents import astropy_unit
-from ._error import Error, missing, reason
+from ._error import Error, reason
 from ._jobs import Path, Result
+from ._output import check_free, put
+from ._plot import axes_of
 
 if TYPE_CHECKING:
     from astropy.table import QTable
@@ -111,17 +112,14 @@ class Image:
         force : bool
             Replace it if it exists.
         """
-        path = os.fspath(path)
-        if not force and os.path.lexists(path):
-            raise Error(f"{path}: exists already and is not replaced unasked")
+        path = os.path.abspath(os.fspath(path))
+        check_free(path, force)
         try:
-            with tempfile.TemporaryDirectory(dir=os.path.dirname(path) or ".", prefix=".zeltra-") as folder:
+            with tempfile.TemporaryDirectory(dir=os.path.dirname(os.path.realpath(path)), prefix=".zeltra-") as folder:
                 name = os.path.join(folder, "image.fits")
                 with open(name, "wb") as file:
-                    shutil.copyfileobj(io.BytesIO(self._bytes), file)
-                    file.flush()
-                    os.fsync(file.fileno())
-                os.replace(name, path)
+                    file.write(self._bytes)
+                put(name, path, force)
         except OSError as failure:
             raise Error(f"{path}: cannot be written: {reason(failure)}") from failure
 
@@ -139,12 +137,8 @@ class Image:
         -------
         matplotlib.axes.Axes
         """
-        try:
-            import matplotlib.pyplot as plt
-        except ImportError as failure:
-            missing("matplotlib", "a plot", failure)
         from astropy import units
-        axes: Axes = plt.figure().add_subplot() if ax is None else ax
+        axes = axes_of(ax)
         lines, elements = self.data.shape
         step = (abs(self.header["CDELT2"]) * units.deg).to_value(units.mas)
         left, low = (elements / 2 + 0.5) * step, -(lines / 2 + 0.5) * step

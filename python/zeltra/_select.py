@@ -112,7 +112,7 @@ def moment(time: Moment, contents: Contents) -> float | None:
     """A Julian date in the time scale of the file, of a Time, a Julian date, or text as the command takes it."""
     if time is None:
         return None
-    if isinstance(time, (int, float)):
+    if isinstance(time, (int, float, np.number)):
         return float(time) if time >= 1e6 else float(time) + 2400000.5
     if isinstance(time, str):
         if (clock := _CLOCK.fullmatch(time)) is not None:

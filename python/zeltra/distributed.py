@@ -17,6 +17,7 @@ import numpy as np
 from . import _library
 from ._error import Error, reason
 from ._jobs import Path, keywords, run
+from ._output import check_free, put
 
 if TYPE_CHECKING:
     from distributed import Client
@@ -25,6 +26,8 @@ __all__ = ["Outcome", "average", "closures", "image"]
 
 TASK_BYTES = 128 << 20  # of input: less costs more in scheduling, more is lost with a worker
 MOST_TASKS = 1000  # of a file
+Part = Callable[["_File", int, dict[str, Any]], None]
+Join = Union[Callable[["_File"], None], None]
 Paths = Union[Path, Sequence[Path]]
 Sentence = Union[str, None]  # of a failure
 Stamp = tuple[int, int]
@@ -157,28 +160,7 @@ def _publish(file: _File, parts: Iterable[tuple[Any, Sentence]], join: Callable[
             raise Error(sentence)
     if join is not None:
         join(file)
-    _sync(file.made, os.O_RDWR)
-    try:
-        if not force:
-            os.link(file.made, file.output)  # fails if the name is taken meanwhile
-    except FileExistsError as failure:
-        raise Error(f"{file.output}: exists already and is not replaced unasked") from failure
-    except OSError:  # the file system knows no links
-        if os.path.lexists(file.output):
-            raise Error(f"{file.output}: exists already and is not replaced unasked") from None
-    if force or not os.path.lexists(file.output):
-        os.replace(file.made, file.output)
-    if os.name == "posix":
-        _sync(os.path.dirname(file.output), os.O_RDONLY)
-
-
-def _sync(path: str, mode: int) -> None:
-    """Wait until a file, or the names of a folder, are on the disk."""
-    descriptor = os.open(path, mode)
-    try:
-        os.fsync(descriptor)
-    finally:
-        os.close(descriptor)
+    put(file.made, file.output, force)
 
 
 # ---------------------------------------------------------------------------------------------------------- on the host
@@ -200,7 +182,10 @@ def _files(paths: Paths, out: Path, ending: str, force: bool, outcome: Outcome) 
     if isinstance(paths, (str, os.PathLike)):
         named = [(os.fspath(paths), out)]
     else:
-        os.makedirs(out, exist_ok=True)
+        try:
+            os.makedirs(out, exist_ok=True)
+        except OSError as failure:
+            raise Error(f"{out}: cannot be written: {reason(failure)}") from failure
         stems = [os.path.splitext(os.path.basename(os.fspath(path)))[0] for path in paths]
         named = [(os.fspath(path), os.path.join(out, stem + ending)) for path, stem in zip(paths, stems)]
         twice = next((stem for stem in stems if stems.count(stem) > 1), None)
@@ -208,17 +193,20 @@ def _files(paths: Paths, out: Path, ending: str, force: bool, outcome: Outcome) 
             raise Error(f"{os.path.join(out, twice + ending)}: would be made of two inputs")
     versions, files = _versions(), []
     for path, output in named:
-        if os.path.lexists(output) and not force:
-            outcome.failures[path] = f"{output}: exists already and is not replaced unasked"
-            continue
-        folder = tempfile.mkdtemp(dir=os.path.dirname(output), prefix=f".{os.path.basename(output)}.parts-")
-        files.append(_File(os.path.abspath(path), output, folder, versions))
+        try:
+            check_free(output, force)
+            folder = tempfile.mkdtemp(dir=os.path.dirname(os.path.realpath(output)),
+                                      prefix=f".{os.path.basename(output)}.parts-")
+            files.append(_File(os.path.abspath(path), output, folder, versions))
+        except OSError as failure:
+            outcome.failures[path] = f"{output}: cannot be written: {reason(failure)}"
+        except Error as failure:
+            outcome.failures[path] = str(failure)
     return files
 
 
 def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: Client | None, force: bool,
-         tasks: int | None, part: Callable[[_File, int, dict[str, Any]],
-                                           None], join: Callable[[_File], None] | None) -> Outcome:
+         tasks: int | None, part: Part, join: Join) -> Outcome:
     host: Any = _Here() if client is None else client
     if client is not None and part is not _image:
         options = {"threads": 1, **options}  # workers share the processors
