@@ -224,7 +224,7 @@ def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: 
         finals = []
         for file, (found, sentence) in zip(files, divided):
             if sentence is not None:
-                outcome.failures[given[file.path]] = sentence
+                outcome.failures[given[file.path]] = sentence.replace(file.path, given[file.path])
                 continue
             whole = _File(file.path, file.output, file.folder, file.versions, *found)
             parts = [
@@ -235,7 +235,7 @@ def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: 
             if sentence is None:
                 outcome.outputs[given[file.path]] = file.output
             else:
-                outcome.failures[given[file.path]] = sentence
+                outcome.failures[given[file.path]] = sentence.replace(file.path, given[file.path])
     finally:
         for file in files:
             shutil.rmtree(file.folder, ignore_errors=True)
@@ -279,7 +279,7 @@ def average(paths: Paths, out: Path, interval: Any, client: Client | None = None
     >>> import zeltra.distributed
     >>> outcome = zeltra.distributed.average(["sim.uvx", "none.uvx"], "minutes", 60)
     >>> list(outcome.outputs), outcome.failures
-    (['sim.uvx'], {'none.uvx': '...none.uvx: cannot be read: no such file or directory'})
+    (['sim.uvx'], {'none.uvx': 'none.uvx: cannot be read: no such file or directory'})
     """
     chosen = {"interval": interval, **keywords(options)}
     return _run(paths, out, ".uvx", chosen, client, force, tasks, _average_part, _join_average)
