@@ -113,6 +113,13 @@ def test_outputs_are_not_replaced_unasked_and_versions_must_agree(sim, tmp_path,
     zeltra.distributed.average(sim, tmp_path / "a.uvx", 60, force=True)
     assert len(z.open(tmp_path / "a.uvx")) > 0
 
+    os.chmod(tmp_path / "a.uvx", 0o640)
+    os.symlink("a.uvx", tmp_path / "link.uvx")
+    zeltra.distributed.average(sim, tmp_path / "link.uvx", 120, force=True)
+    assert os.path.islink(tmp_path / "link.uvx") and os.stat(tmp_path / "a.uvx").st_mode & 0o777 == 0o640
+    with pytest.raises(z.Error, match="is not a regular file"):
+        zeltra.distributed.average(sim, tmp_path, 60, force=True)
+
     class Stale(Shuffled):
 
         def gather(self, tasks):
