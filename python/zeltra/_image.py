@@ -148,5 +148,5 @@ class Image:
                 "extent": (left, left - elements * step, low, low + lines * step), **options
             })
         axes.set(xlabel="east / mas", ylabel="north / mas", title=str(self.header.get("OBJECT", "")))
-        axes.figure.colorbar(shown, ax=axes, label=str(self.header.get("BUNIT", "")))
+        axes.figure.colorbar(shown, ax=axes, label=str(self.header.get("BUNIT", "")).replace("JY/BEAM", "Jy/beam"))
         return axes
