@@ -112,6 +112,7 @@ void AddPlanCommand(CLI::App& app, Session& session);
 void AddPlotCommand(CLI::App& app, Session& session);
 void AddRecordsCommand(CLI::App& app, Session& session);
 void AddRegisterCommand(CLI::App& app, Session& session);
+void AddSelfCalCommand(CLI::App& app, Session& session);
 void AddShiftCommand(CLI::App& app, Session& session);
 void AddSimulateCommand(CLI::App& app, Session& session);
 void AddSolveCommand(CLI::App& app, Session& session);

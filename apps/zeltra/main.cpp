@@ -84,6 +84,7 @@ int Run(std::vector<std::string> arguments) {
   AddSolveCommand(app, session);
   AddImageCommand(app, session);
   AddCleanCommand(app, session);
+  AddSelfCalCommand(app, session);
   AddPlotCommand(app, session);
   AddSimulateCommand(app, session);
   AddRegisterCommand(app, session);
