@@ -113,6 +113,7 @@ void AddInfoCommand(CLI::App& app, Session& session);
 void AddManualCommand(CLI::App& app, Session& session);
 void AddPlotCommand(CLI::App& app, Session& session);
 void AddRegisterCommand(CLI::App& app, Session& session);
+void AddSelfCalCommand(CLI::App& app, Session& session);
 
 }  // namespace zeltra::app
 

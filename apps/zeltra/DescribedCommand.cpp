@@ -126,8 +126,11 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
   }
   if (targets.hasTable) {
     AddFormat(command, session.format);
+    // A job that must have an output prints its table beside it.
+    const bool isBeside = std::any_of(description.outputs.begin(), description.outputs.end(),
+                                      [](const AJobFile& file) { return file.isRequired(); });
     for (const AJobFile& file : description.outputs) {
-      if (!file.isWord() && !file.isNeeded) ReplaceTable(command, file);
+      if (!isBeside && !file.isWord()) ReplaceTable(command, file);
     }
   }
   session.Describe(description);

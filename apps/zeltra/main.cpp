@@ -53,8 +53,11 @@ std::string NoCommand(const CLI::App& app, const std::vector<std::string>& argum
 // Add all commands: the jobs, of which some do more here, and what only the command does.
 void AddCommands(CLI::App& app, Session& session) {
   using Adder = void (*)(CLI::App&, Session&);
-  const std::map<std::string, Adder> own = {
-      {"clean", AddCleanCommand}, {"gains", AddGainsCommand}, {"image", AddImageCommand}, {"info", AddInfoCommand}};
+  const std::map<std::string, Adder> own = {{"clean", AddCleanCommand},
+                                            {"selfcal", AddSelfCalCommand},
+                                            {"gains", AddGainsCommand},
+                                            {"image", AddImageCommand},
+                                            {"info", AddInfoCommand}};
   for (const AJob& job : Jobs()) {
     const std::string& name = job.description().name;
     // Plots are listed beside images.

@@ -70,6 +70,17 @@ class Array {
   std::vector<Complex> places_;
 };
 
+TEST(ModelPrediction, IsGoodToTheLastBitsNearAndFarFromTheCentre) {
+  ComponentModel model;
+  model.components().resize(1);
+  model.components()[0].flux = model.components()[0].x = 1;
+  for (const double u : {0.0, 0.125, 0.25, -0.25, 0.3, -0.49, 0.5, 0.75, 1e6 + 0.9, -1e6 - 0.4}) {
+    Complex value;
+    ModelPrediction(model).Predict(&u, &u, &u, 1, &value);
+    EXPECT_LT(std::abs(value - std::polar(1.0, kTwoPi * (u - std::round(u)))), 1e-15) << u;
+  }
+}
+
 TEST(GainSolver, FindsTheGainsThatWerePutIn) {
   for (const int antennas : {4, 6, 10, 20}) {
     Array array(antennas);

@@ -172,10 +172,11 @@ TEST(FITSHeader, ReadsThousandsOfCardsAndStopsAfterEND) {
   EXPECT_FALSE(header.FindCard("NAXIS2  =", card));
 }
 
-/// 25000 blocks of blank cards, more than are kept. A single byte can be read after the first `whole`.
+/// Blocks of blank cards. A single byte can be read after the first `whole`.
 class BlankCards : public AFile {
  public:
-  explicit BlankCards(int64 whole, const char* last = "") : whole_(whole), last_(last) {}
+  explicit BlankCards(int64 whole, int64 blocks = 100, const char* last = "")
+      : whole_(whole), blocks_(blocks), last_(last) {}
   int Read(void* buf, int n) override {
     const bool isWhole = position_ + n <= whole_;
     if (position_ > whole_) return 0;
@@ -186,10 +187,10 @@ class BlankCards : public AFile {
   }
   int Seek(const int64& position) override { return position_ = position, 1; }
   int64 Tell() override { return position_; }
-  int64 GetFileSize() override { return 25000 * 2880; }
+  int64 GetFileSize() override { return blocks_ * 2880; }
 
  private:
-  const int64 whole_;
+  const int64 whole_, blocks_;
   const std::string last_;
   int64 position_ = 0;
 };
@@ -202,7 +203,7 @@ TEST(FITSHeader, IsRefusedWhereItHasNoEndOrCannotBeRead) {
     EXPECT_EQ(header.CardCount(), 0);
   }
   EXPECT_EQ(damaged.Tell(), 5761);
-  BlankCards file(int64{1} << 40, "END");
+  BlankCards file(int64{1} << 40, 25000, "END");
   AFITSmain header(&file);
   EXPECT_TRUE(header.ReadHeader());
   EXPECT_EQ(header.headerEnd(), file.GetFileSize());

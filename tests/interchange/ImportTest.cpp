@@ -472,7 +472,7 @@ TEST(ImportDamage, EveryHeaderByteFlipped) {
   const SyntheticFITS whole = WithTables();
   const std::string bytes = whole.Bytes();
   for (size_t at = 0; at < 2880; ++at) {
-    if (bytes[at] == ' ' && at % 80 > 40) continue;  // comments
+    if (bytes[at] == ' ' && at % 80 >= 30) continue;  // comments
     for (const unsigned char mask : {0x01, 0x80}) {
       ExpectRightOrRefused(SyntheticFITS(whole).Flip(at, mask).Bytes(), std::to_string(at));
     }

@@ -2,6 +2,7 @@
 --all its long form runs."""
 # SPDX-License-Identifier: MIT
 import glob
+import importlib.util
 import os
 import shutil
 import subprocess
@@ -9,10 +10,8 @@ import sys
 import tempfile
 import unittest
 
-try:
-    import astropy
-except ImportError as missing:
-    print("skipped: python3-astropy is not installed (%s)" % missing)
+if not importlib.util.find_spec("astropy"):
+    print("skipped: python3-astropy is not installed")
     sys.exit(77)
 
 ZELTRA = os.path.abspath(sys.argv.pop(1))
@@ -36,9 +35,9 @@ def zeltra(*arguments):
 def memory(*arguments):
     """What the command prints, and the KiB of memory that it takes."""
     # The launcher is small: a process counts the memory of the one that it was forked from.
-    launcher = ("import resource, subprocess, sys; code = subprocess.call(sys.argv[1:]); "
-                "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss, file=sys.stderr); sys.exit(code)")
-    done = run("-c", launcher, ZELTRA, *arguments, executable=sys.executable)
+    launcher = ("import os, sys; _, status, used = os.wait4(os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ), 0); "
+                "print(used.ru_maxrss, file=sys.stderr); sys.exit(os.waitstatus_to_exitcode(status))")
+    done = run("-ISc", launcher, ZELTRA, *arguments, executable=sys.executable)
     if done.returncode:
         raise AssertionError("zeltra %s: %s" % (" ".join(map(str, arguments)), done.stderr))
     return done.stdout, int(done.stderr.split()[-1])

@@ -217,6 +217,8 @@ class Operations(Case):
             name = os.path.basename(path)
             zeltra("import", path, self.path(name))
             for place, (command, options, change, tolerance) in enumerate(OPERATIONS):
+                if "--order" in options and (number + place) % 3:  # every order with a third of the files
+                    continue
                 with self.subTest(name, command=command, options=options):
                     expected = Model(self.path(name))
                     words = [option(expected) if callable(option) else option for option in options]
@@ -455,7 +457,6 @@ class Operations(Case):
                 zeltra("average", other, "-o", out, "--part", "%d/%d" % (i, workers), "-f", *change)
             with self.assertRaisesRegex(AssertionError, sentence):
                 zeltra("join", "--parts", out, "-f")
-
 
     def test_means_of_a_delay_have_the_phase_of_their_middle(self):
         path, out = self.path("in.uvx"), self.path("out.uvx")

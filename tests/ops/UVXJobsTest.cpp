@@ -304,7 +304,7 @@ TEST(Average, RefusesWhatItWouldGetWrong) {
   EXPECT_THAT(Error(Averages(mislabelled, Every(10))), HasSubstr("record 1 is of source 2"));
   Source file(builder);
   AverageOptions options = Every(10);
-  options.selection.freqSel = 4;
+  options.selection.setup = 4;
   EXPECT_THAT(Error(Averages(file, options)), HasSubstr("setup 4; there are 1"));
   options = Every(10);
   options.mix = AverageMix::Cross;

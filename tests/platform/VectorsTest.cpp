@@ -63,6 +63,8 @@ TEST(Vectors, ConvertShuffleAndReverse) {
   const auto mixed = Shuffle<3, 0>(Double2{1, 2}, Double2{3, 4});
   EXPECT_EQ(mixed[0], 4);
   EXPECT_EQ(mixed[1], 1);
+  const Double4 turned = NegativeWhereOdd(Double4{1, -2, 0, 3}, Double4{4503599627370497, 4503599627370499, 1, 2});
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(turned[i], (Double4{-1, 2, 0, 3}[i]));
   const Word4 reversed = ReverseBytes(Word4{0x01020304, 0xFF000000, 1, 0});
   EXPECT_EQ(reversed[0], 0x04030201U);
   EXPECT_EQ(reversed[1], 0xFFU);

@@ -25,7 +25,7 @@ int AGainArrayItem::Load(AFile& file) {
 }
 
 void AGainArray::Append(const AGainArrayItem& item) {
-  // The fixed step of an array alone would copy a long list again and again.
+  // Growing by the array's fixed step would copy a long list again and again.
   constexpr int kLongList = 4096;
   const bool isPowerOfTwo = (count() & (count() - 1)) == 0;
   if (count() >= kLongList && isPowerOfTwo) Reallocate(2 * count());

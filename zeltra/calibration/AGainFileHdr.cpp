@@ -20,7 +20,7 @@ int64 BytesOf(int64 count) {
   return count * static_cast<int64>(sizeof(Entry));
 }
 
-// The size of the file that a header promises; negative where its counts are none.
+// The size of the file that a header promises; negative if one of its counts is invalid.
 int64 FileBytes(const AGainFileHdr& header) {
   if (header.count < 0 || header.antennas < 0 || header.sources < 0 || header.setups < 0 || header.IFs < 1) return -1;
   return BytesOf<AGainFileHdr>(1) + BytesOf<AGainAntenna>(header.antennas) + BytesOf<AGainSource>(header.sources) +
@@ -38,7 +38,7 @@ void WriteList(AFile& file, const std::vector<Entry>& list) {
   if (!list.empty()) WriteWhole(file, list.data(), BytesOf<Entry>(static_cast<int64>(list.size())));
 }
 
-// What is wrong with a gain; empty for nothing.
+// What is wrong with a gain; empty if nothing.
 std::string WhyNoGain(const AGainArrayItem& item, const AGainFileHdr& header) {
   const double numbers[] = {item.re, item.im, item.delay, item.rate};
   const auto isFinite = [](double x) { return std::isfinite(x); };

@@ -16,7 +16,7 @@ template class AArray<AGainMeanInfo>;
 
 namespace {
 
-// Phases over time, of which the line is wanted that fits them best.
+// Phases over time, to which a straight line is fitted.
 class PhaseLine {
  public:
   // Each phase is moved by full turns to within half a turn of the one before.
@@ -111,7 +111,7 @@ struct GainSums {
   }
 };
 
-// The time that the gains of one interval cover, all antennas, IFs and hands together: they are to share rows of a
+// The time that the gains of one interval cover, all antennas, IFs and hands together, which are to share rows of a
 // table.
 struct GainSpan {
   double begin = HUGE_VAL, end = -HUGE_VAL;  // Julian dates
@@ -139,7 +139,8 @@ int GainAverrage(const AGainArray& gains, double seconds, double start, AGainArr
   std::map<std::pair<Interval, AGainKey>, GainSums> intervals;
   for (int i = 0; i < gains.count(); ++i) {
     const AGainArrayItem& item = gains(i);
-    // A Julian date is good for 0.04 ms: times that lie at a bound but for that belong to the interval that begins.
+    // A Julian date is good to 0.04 ms: a time that is at a bound to within that belongs to the interval that begins
+    // there.
     const double number = std::floor(((item.time - start) * kSecondsPerDay + 1e-4) / seconds);
     const Interval interval(number, int{item.source}, int{item.setup}, int{item.subarray}, int{item.reference});
     spans[interval].Add(item);

@@ -59,8 +59,13 @@ struct AntennaGains {
 
 class Applier {
  public:
-  Applier(AUVXInput& from, const ApplyOptions& options, ApplySummary& summary)
-      : from_(from), options_(options), summary_(summary), integrations_(from.contents().integrations()) {}
+  /// @param together  where the output is finished; null: by itself
+  Applier(AUVXInput& from, const ApplyOptions& options, ApplySummary& summary, OutputFiles* together)
+      : from_(from),
+        options_(options),
+        summary_(summary),
+        together_(together),
+        integrations_(from.contents().integrations()) {}
 
   AResult Run(const std::string& to);
 
@@ -81,6 +86,7 @@ class Applier {
   AUVXInput& from_;
   const ApplyOptions options_;
   ApplySummary& summary_;
+  OutputFiles* const together_;
   AUVXIntegrationCursor integrations_;
   AGains gains_;
   std::optional<GainTimeline> timeline_;
@@ -92,7 +98,7 @@ class Applier {
   AUVXWriter writer_;
   std::optional<KeptScans> kept_;
   std::vector<AUVXComplex> values_;
-  // The time of the last record.
+  // The moment of the last record, and what follows from it.
   GainMoment moment_;
   int64 number_ = -1;
   std::vector<AUVXFqTblItem> frequencies_;  // of its setup, by IF
@@ -330,7 +336,8 @@ AResult Applier::Finish() {
   }
   if (const std::string remark = kept_->Remark(); !remark.empty()) summary_.remarks.push_back(remark);
   summary_.records = writer_.records();
-  return result ? writer_.Finish() : result;
+  if (!result) return result;
+  return together_ ? writer_.Finish(*together_) : writer_.Finish();
 }
 
 AJobDescription DescribeApply() {
@@ -378,7 +385,14 @@ const AJobDescription& ApplyDescription() {
 
 AResult ApplyGains(AUVXInput& from, const std::string& to, const ApplyOptions& options, ApplySummary* summary) {
   ApplySummary unseen;
-  AResult result = Applier(from, options, summary ? *summary : unseen).Run(to);
+  AResult result = Applier(from, options, summary ? *summary : unseen, nullptr).Run(to);
+  return result ? result : from.Settle(result);
+}
+
+AResult ApplyGains(AUVXInput& from, const std::string& to, const ApplyOptions& options, ApplySummary* summary,
+                   OutputFiles& together) {
+  ApplySummary unseen;
+  AResult result = Applier(from, options, summary ? *summary : unseen, &together).Run(to);
   return result ? result : from.Settle(result);
 }
 

@@ -15,6 +15,8 @@
 
 namespace zeltra {
 
+class OutputFiles;
+
 /// Whether weights follow the amplitudes.
 enum class WeightScaling { Auto, Yes, No };
 
@@ -48,6 +50,10 @@ struct ApplySummary {
 ///         for Stokes parameters if the two hands have different gains
 ZELTRA_API AResult ApplyGains(AUVXInput& from, const std::string& to, const ApplyOptions& options,
                               ApplySummary* summary);
+
+/// The same for a job with several outputs: the file gets its name when `together` is committed.
+ZELTRA_API AResult ApplyGains(AUVXInput& from, const std::string& to, const ApplyOptions& options,
+                              ApplySummary* summary, OutputFiles& together);
 
 /// The job's options and outputs.
 ZELTRA_API const AJobDescription& ApplyDescription();

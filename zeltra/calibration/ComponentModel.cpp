@@ -16,9 +16,9 @@
 namespace zeltra {
 namespace {
 
-// Of a text file: 100,000 components have a tenth of it.
+// Maximum size of a text file; 100,000 components take a tenth of it.
 constexpr int64 kMostTextBytes = 100 << 20;
-// The numbers of a line, in their order.
+// The numbers of a line, in order.
 enum Field { InFlux, InRadius, InTheta, InMajor, InRatio, InPhi, InType, InFrequency, InIndex, Fields };
 constexpr unsigned kFreeOf[Fields] = {ModelComponent::FreeFlux,
                                       ModelComponent::FreeX | ModelComponent::FreeY,
@@ -27,7 +27,7 @@ constexpr unsigned kFreeOf[Fields] = {ModelComponent::FreeFlux,
                                       ModelComponent::FreeRatio,
                                       ModelComponent::FreeAngle};
 
-// What is wrong with a component; empty for nothing.
+// What is wrong with a component; empty if nothing.
 std::string Fault(const ModelComponent& c) {
   for (const double number : {c.flux, c.x, c.y, c.major, c.ratio, c.angle, c.frequency, c.spectralIndex}) {
     if (!std::isfinite(number)) return "a number is not finite";
@@ -73,14 +73,14 @@ struct ComponentColumns {
     for (size_t i = 0; i < std::size(kNames); ++i) columns[i] = table.FindColumn(kNames[i]);
     parameters = table.FindColumn("PARMS");
   }
-  // The shape, by its place among MAJOR AX, MINOR AX, POSANGLE and TYPE OBJ; 0 where there is no column.
+  // A number of the shape: the i-th of MAJOR AX, MINOR AX, POSANGLE and TYPE OBJ; 0 if there is no column.
   double Shape(const AUVXTable& table, int row, int i) const {
     if (columns[3 + i] >= 0) return table.Number(row, columns[3 + i]);
     return parameters >= 0 ? table.Number(row, parameters, i) : 0;
   }
 
   int columns[7];
-  int parameters;  // holds the shape where it has no columns of its own
+  int parameters;  // holds the shape if that has no columns of its own
 };
 
 }  // namespace

@@ -126,7 +126,7 @@ void GainSolver::Work::Start(const std::vector<SolvedGain>& known) {
   }
 }
 
-// Of the baseline's mean, in units of its error.
+// The squared residual of the baseline's mean, in units of its variance.
 double GainSolver::Work::ResidualSquare(const BaselineProducts& baseline) const {
   const Complex gain = gains[baseline.first] * std::conj(gains[baseline.second]);
   return std::norm(baseline.product / baseline.model - gain) * baseline.model;

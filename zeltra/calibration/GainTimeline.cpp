@@ -11,7 +11,7 @@
 namespace zeltra {
 namespace {
 
-// Times that are the same but for what a Julian date in double precision and a table of days lose.
+// Times are the same if they differ by no more than what a Julian date in double precision and a table of days lose.
 constexpr double kSameTime = 1e-3;  // s
 
 }  // namespace
@@ -44,7 +44,7 @@ bool GainTimeline::HasSubarray(int subarray) const {
   return std::binary_search(subarrays_.begin(), subarrays_.end(), subarray);
 }
 
-// Those of all streams that the moment belongs to: of its source or all sources, and so on.
+// The neighbours among all streams that the moment belongs to: those of its source, of all sources, and so on.
 GainTimeline::Neighbours GainTimeline::Find(const AGainKey& key, const GainMoment& moment) const {
   Neighbours found;
   const double latest = moment.time + kSameTime / kSecondsPerDay;
@@ -73,7 +73,7 @@ bool GainTimeline::AreJoined(const Neighbours& pair, const GainMoment& moment) c
 
 GainValue GainTimeline::Brought(const Solution& solution, double time, double frequency) {
   if (solution.rate == 0) return {solution.gain, solution.delay, true};
-  // A rate turns every frequency by itself: that of the first channel, and by its delay that of the others.
+  // A rate turns each frequency by its own amount: the first channel is turned here, and the others by the delay.
   const double moved = solution.rate * (time - solution.time) * kSecondsPerDay;
   return {solution.gain * std::polar(1.0, kTwoPi * std::remainder(frequency * moved, 1.0)), solution.delay + moved,
           true};

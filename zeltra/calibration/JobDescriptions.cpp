@@ -1,6 +1,7 @@
 // What the jobs on gains take and give, as people see it.
 // SPDX-License-Identifier: MIT
 #include "zeltra/calibration/SolveGains.h"
+#include "zeltra/calibration/SolvingOptionsInternal.h"
 #include "zeltra/ops/SharedOptionsInternal.h"
 
 namespace zeltra {
@@ -40,26 +41,7 @@ AJobDescription DescribeSolve() {
       "phases (p), amplitudes and phases (ap), or the amplitudes of such gains (a)");
   DescribeInterval(job, &SolveOptions::interval);
   DescribeSelection(job, {.leftOut = kStokes, .sources = "each by itself"});
-  job.Option("refant", &SolveOptions::references,
-             "antennas, numbers or names, of which the first that has a gain has phase 0")
-      .Form("N|NAME[,...]")
-      .Otherwise("the antenna with the most gains");
-  job.Option("min-antennas", &SolveOptions::minAntennas, "antennas that an interval needs")
-      .Range(2, 255)
-      .Otherwise("3 for phases, 4 for amplitudes");
-  job.Option("snr", &SolveOptions::snr, "least signal-to-noise ratio of a gain").Range(0, 1e9);
-  job.Choice<bool SolveOptions::*, bool>("ifs", &SolveOptions::IFsTogether, {{"apart", false}, {"together", true}},
-                                         "a gain for each IF, or one for all");
-  job.Choice<bool SolveOptions::*, bool>("pols", &SolveOptions::handsTogether, {{"apart", false}, {"together", true}},
-                                         "a gain for each hand, or one for both");
-  using Normalization = SolveOptions::Normalization;
-  job.Choice<Normalization SolveOptions::*, Normalization>("normalize", &SolveOptions::normalization,
-                                                           {{"all", Normalization::All}, {"none", Normalization::None}},
-                                                           "make the geometric mean of the amplitudes of each hand and "
-                                                           "IF 1, so that the flux stays, or leave them as they are")
-      .Otherwise("all, unless --mode p");
-  job.Option("robust", &SolveOptions::robust,
-             "leave out baselines that lie far off, in passes whose bound falls from 7 to 2.2 times the rms");
+  DescribeSolving(job, [](SolveOptions& o) -> SolveOptions& { return o; });
   job.Threads();
   job.Overwrite();
   job.IntegerColumn("antenna", "number of the antenna");

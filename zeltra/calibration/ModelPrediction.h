@@ -11,8 +11,9 @@
 
 namespace zeltra {
 
-/// Adds up the visibilities of all components at every point: exact to rounding, and the same bits on every system as
-/// long as all components are points. The curvature of the sky (w) is ignored, as in images.
+/// Adds up the visibilities of all components at every point, that of a point good to 6e-16 of its flux; the bits are
+/// the same on every system as long as all components are points. The curvature of the sky (w) is ignored, as in
+/// images.
 ///
 /// An elliptical Gaussian of flux S contributes S exp(-pi^2 / (4 ln 2) (major^2 p^2 + minor^2 q^2)), with p and q along
 /// its axes, times the phase of its position, exp(2 pi i (u x + v y)). Threads may share one object.

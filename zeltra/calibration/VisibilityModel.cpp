@@ -16,8 +16,8 @@
 namespace zeltra {
 namespace {
 
-constexpr double kSameFrequency = 1e-6;  // of it
-// Two programs may write one time with other last bits.
+constexpr double kSameFrequency = 1e-6;  // relative
+// Two programs may write the same time with different last bits.
 constexpr double kSameTime = 0.5 / 86400e4;  // days: half of 0.1 ms
 
 bool IsSameRecord(const AUVXGroup& a, const AUVXGroup& b) {
@@ -77,7 +77,7 @@ AResult VisibilityModel::OpenFile(const std::string& name, const JobOptions& opt
   return CompareFrequencies();
 }
 
-// A model that was made by other channels would be wrong without a word.
+// A model made for other channels would be wrong without anybody noticing.
 AResult VisibilityModel::CompareFrequencies() {
   const AUVXPosition& scans = data_.contents().scans();
   std::set<int> setups;

@@ -46,11 +46,14 @@ AResult OutputFiles::Add(std::unique_ptr<OutputFile> file) {
   return AResult::Ok();
 }
 
-AResult OutputFiles::Commit() {
+AResult OutputFiles::Complete() {
   AResult result = AResult::Ok();
-  for (const auto& file : files_) {
-    if (result) result = file->Complete();
-  }
+  for (; result && complete_ < files_.size(); ++complete_) result = files_[complete_]->Complete();
+  return result;
+}
+
+AResult OutputFiles::Commit() {
+  AResult result = Complete();
   for (const auto& file : files_) {
     if (result) result = file->Publish();
   }

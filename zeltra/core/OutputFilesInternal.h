@@ -26,6 +26,10 @@ class OutputFiles {
   /// Take over one that is created already.
   /// @return a failure if two outputs have one name: this one is removed then
   AResult Add(std::unique_ptr<OutputFile> file);
+  /// The name that the file created or added last has until then, to read what has been written.
+  const std::string& LastTemporary() const { return files_.back()->temporary(); }
+  /// Complete all files without giving them their names.
+  AResult Complete();
   /// Complete all files and give them their names.
   AResult Commit();
 
@@ -34,6 +38,7 @@ class OutputFiles {
 
   std::vector<std::string> names_;  // in use
   std::vector<std::unique_ptr<OutputFile>> files_;
+  size_t complete_ = 0;  // of them
   const JobOptions options_;
 };
 

@@ -89,7 +89,7 @@ int AFITSxtbl::Dispatch(int hash) {
 
 int AFITSxtbl::PCOUNT() {
   AFITSbase::PCOUNT();
-  // The count is that of its heap's bytes.
+  // PCOUNT of a table is the number of bytes in its heap.
   FreeParameters();
   return 1;
 }
@@ -145,7 +145,7 @@ int AFITSxtbl::GetFullColumns() const {
 
 AFITSxtbl::Cell AFITSxtbl::FindColumn(int column) const {
   Cell cell;
-  int before = 0;  // full columns in the fields passed
+  int before = 0;  // full columns in the fields before
   int width = 0;
   for (int field = 0; field < tfields_; ++field) {
     const AXTblFormat format = ParseFormat(field);
@@ -214,7 +214,7 @@ std::string AFITSxtbl::TextAsString(int64 position, int length) const {
   return quoted;
 }
 
-// Bit fields of other widths than an integer's have no text.
+// Bit fields whose width is not that of an integer have no text.
 std::string AFITSxtbl::BitsAsString(int64 position, int bytes) const {
   unsigned char raw[4];
   if (bytes != 1 && bytes != 2 && bytes != 4) return {};

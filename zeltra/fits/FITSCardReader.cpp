@@ -18,7 +18,7 @@ bool FITSCardReader::Fill() {
   const auto wholeCards =
       static_cast<int>(std::min<int64>((fileSize_ - position_) / kFITSCard, kFITSBlock / kFITSCard));
   used_ = held_ = 0;
-  // After a short read the block would still hold cards of the one before.
+  // After a short read the block would still hold cards of the previous one.
   if (!ReadWhole(file_, block_, wholeCards * kFITSCard)) return false;
   held_ = wholeCards * kFITSCard;
   return true;

@@ -24,7 +24,7 @@ std::string_view NumberIn(const std::string& text) {
   return isSigned ? number.substr(1) : number;
 }
 
-// An int that is too large is held at its limit, so that no system reads another number than its neighbour.
+// A number beyond the range of int becomes the nearest int, so that all systems read the same.
 int ToInt(const std::string& text) {
   const std::string_view number = NumberIn(text);
   int value = 0;

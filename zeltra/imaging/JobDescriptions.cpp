@@ -1,9 +1,11 @@
 // The options and results of imaging, as the user sees them.
 // SPDX-License-Identifier: MIT
+#include "zeltra/calibration/SolvingOptionsInternal.h"
 #include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/imaging/CleanUVX.h"
 #include "zeltra/imaging/ImageUVX.h"
+#include "zeltra/imaging/SelfCalibrate.h"
 #include "zeltra/ops/SharedOptionsInternal.h"
 
 namespace zeltra {
@@ -107,7 +109,8 @@ void DescribeCleaning(AJobDescriber<Options>& job) {
            return IsTime(text) ? StopAt(text, o.selection) : strToStop(text, o.stop);
          },
          [](const Options& o) {
-           return o.selection.stop ? timeToStr(*o.selection.stop) + "," + stopToStr(o.stop) : stopToStr(o.stop);
+           std::string text = o.selection.stop ? timeToStr(*o.selection.stop).append(",") : std::string();
+           return text.append(stopToStr(o.stop));
          },
          "end where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute "
          "deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest "
@@ -173,6 +176,59 @@ AJobDescription DescribeClean() {
   return job.Finish();
 }
 
+AJobDescription DescribeSelfCal() {
+  AJobDescriber<SelfCalOptions> job(
+      "selfcal", "Calibrate a source with its own image",
+      "An image is made by CLEAN, gains are solved for with its components as the model and applied, and so on for all "
+      "steps; then an image is made of the result. Each step corrects what those before have left, and begins with the "
+      "image that they lead to. The output holds the records that are selected, corrected; what has no solution is "
+      "flagged.\n\n"
+      "A row is printed for the data at the start and after each step. chi2 is sum w |V - model|^2 over twice the "
+      "number "
+      "of visibilities of the image. closure_chi2 compares closure phases with those of the model, for each time "
+      "stamp, "
+      "IF and hand, for an independent set with its full covariance, divided by their number: no phase of an antenna "
+      "changes it, so that where a step makes it grow the model is in error, and a note says so. Baselines below three "
+      "times their noise do not count in it.\n\n"
+      "Disk: each step writes the selected records once more, beside the output, and removes those of the step "
+      "before.");
+  job.Input(UVXInputFile());
+  job.Output(UVXOutputFile());
+  job.Output({"OUT.fits", "the FITS image to make of the result", "image", 0, {}});
+  job.Output({"OUT.mod", "write its components as text", "save-model", 0, {}});
+  job.Output({"R.fits", "make a FITS image of what is left of it", "residual", 0, {}});
+  AJobFile picture = PictureFile();
+  picture.help = "make a picture of it, .svg or .png";
+  job.Output(picture);
+  job.Parsed(
+         "loop", [](const std::string& text, SelfCalOptions& o) { return strToSteps(text, o.steps); },
+         [](const SelfCalOptions& o) {
+           std::string text;
+           for (const SelfCalStep& step : o.steps) text.append(text.empty() ? "" : ",").append(stepToStr(step));
+           return text;
+         },
+         "the steps: phases (p), amplitudes and phases (ap) or amplitudes (a), with the interval in seconds after a "
+         "colon, without it each time stamp")
+      .Form("p|ap|a[:SECONDS][,...]");
+  DescribeImaging(job, kStopTime);
+  DescribeCleaning(job);
+  DescribeSolving(job, [](SelfCalOptions& o) -> SolveOptions& { return o.solving; });
+  job.Threads();
+  job.Overwrite();
+  job.IntegerColumn("round", "number of steps before");
+  job.TextColumn("step", "the last of them");
+  job.IntegerColumn("solved", "gains that it found, one for each antenna, interval, IF and hand");
+  job.IntegerColumn("failed", "gains that it could not find");
+  job.Column("chi2", "", "chi^2 of the visibilities over twice their number");
+  job.Column("flux", "Jy", "sum of all components");
+  job.Column("peak", "Jy/beam", "brightest pixel of the image");
+  job.Column("rms", "Jy/beam", "of what CLEAN leaves");
+  job.Column("dynamic_range", "", "peak / rms");
+  job.Column("closure_chi2", "", "chi^2 of closure phases for each of them");
+  job.IntegerColumn("closures", "their number");
+  return job.Finish();
+}
+
 }  // namespace
 
 const AJobDescription& ImageDescription() {
@@ -182,6 +238,11 @@ const AJobDescription& ImageDescription() {
 
 const AJobDescription& CleanDescription() {
   static const AJobDescription description = DescribeClean();
+  return description;
+}
+
+const AJobDescription& SelfCalDescription() {
+  static const AJobDescription description = DescribeSelfCal();
   return description;
 }
 

@@ -13,7 +13,7 @@ std::span<const AJob> Jobs() {
       ImportJob(),  ExportJob(), InfoJob(),  RecordsJob(), TableJob(),   AverageJob(),   ClosureJob(),
       LoopsJob(),   CopyJob(),   SortJob(),  SplitJob(),   JoinJob(),    DeleteIFsJob(), AverageFrequencyJob(),
       SqueezeJob(), UnfoldJob(), UVWJob(),   FlagJob(),    ShiftJob(),   PlanJob(),      GainsJob(),
-      ApplyJob(),   SolveJob(),  ImageJob(), CleanJob(),   SimulateJob()};
+      ApplyJob(),   SolveJob(),  ImageJob(), CleanJob(),   SelfCalJob(), SimulateJob()};
   return jobs;
 }
 

@@ -37,6 +37,7 @@ AJob JoinJob();
 AJob LoopsJob();
 AJob PlanJob();
 AJob RecordsJob();
+AJob SelfCalJob();
 AJob ShiftJob();
 AJob SimulateJob();
 AJob SolveJob();

@@ -60,7 +60,7 @@ ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const
 ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options,
                               CopySummary* summary = nullptr);
 
-/// What a person may tell the job, and what it gives.
+/// What a user may tell the job, and what it gives.
 ZELTRA_API const AJobDescription& AverageDescription();
 
 }  // namespace zeltra

@@ -24,7 +24,7 @@ struct CopyOptions : JobOptions {
   double scanGap = 0;
 };
 
-/// What a copy did that a person should know.
+/// What a user should know about the run.
 struct CopySummary {
   int records = 0;
   std::vector<std::string> remarks;
@@ -44,7 +44,7 @@ struct CopySummary {
 ///         out where the columns of "FQ" do not fill its rows: there is no output then
 ZELTRA_API AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary);
 
-/// What a person may tell the job, and what it gives.
+/// What a user may tell the job, and what it gives.
 ZELTRA_API const AJobDescription& CopyDescription();
 
 }  // namespace zeltra

@@ -45,7 +45,7 @@ bool HasCriterion(const FlagOptions& options) {
 }
 
 bool IsEmpty(const UVXSelection& selection) {
-  return selection.sources.empty() && !selection.freqSel && selection.scans.empty() && selection.antennas.empty() &&
+  return selection.sources.empty() && !selection.setup && selection.scans.empty() && selection.antennas.empty() &&
          selection.baselines.empty() && !selection.start && !selection.stop && selection.IFs.empty() &&
          selection.channels.empty() && selection.stokes.empty() && !selection.uvRange.IsLimited();
 }

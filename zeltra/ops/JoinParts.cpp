@@ -38,7 +38,7 @@ AResult FindParts(const std::string& to, int& count) {
   const std::filesystem::path path = PathOf(to);
   const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
   const std::u8string name = path.filename().u8string();
-  std::map<int, std::set<int>> found;  // numbers by counts
+  std::map<int, std::set<int>> found;  // numbers of parts, by their count
   std::error_code error;
   for (std::filesystem::directory_iterator file(folder, error), end; !error && file != end; file.increment(error)) {
     const std::u8string other = file->path().filename().u8string();

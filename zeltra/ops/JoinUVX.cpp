@@ -21,13 +21,13 @@
 namespace zeltra {
 namespace {
 
-// Inputs that stay open between the look at their lists and the copying of their records.
+// Inputs that stay open from when their lists are read until their records are copied.
 constexpr size_t kMostKept = 16;
 
-// Numbers of one input as a table that is quick to ask.
+// The joined numbers of one input, in a table for quick look-up.
 class NumberTable {
  public:
-  /// @param size  of the range of numbers, which lie on both sides of 0
+  /// @param size  of the range of numbers, half of which are negative
   NumberTable(const JoinedLists& lists, const JoinedNumbers& numbers, RowNumber kind, int size)
       : half_(size / 2), joined_(static_cast<size_t>(size)), isListed_(static_cast<size_t>(size)) {
     for (int i = 0; i < size; ++i) {
@@ -36,7 +36,7 @@ class NumberTable {
       joined_[static_cast<size_t>(i)] = joined.value_or(0);
     }
   }
-  /// @return false where the number is that of something else
+  /// @return false if the number belongs to something else
   bool Translate(int number, int& joined) const {
     const auto place = static_cast<size_t>(number + half_);
     joined = joined_[place];
@@ -183,7 +183,7 @@ AResult Joiner::CheckAgreement(AUVXInput& input) const {
   return AResult::Ok();
 }
 
-// Where another input begins before the first one, the antenna table tells of its date.
+// If another input begins before the first one, the antenna table gets the keywords that depend on its date.
 void Joiner::SettleDate() {
   AUVXTable* antennas = lists_.Table("AN");
   if (!antennas || date_ == inputs_.front().header.info.dateObs) return;
@@ -246,7 +246,7 @@ AResult Joiner::CopyRecords(AUVXInput& input, const JoinedNumbers& numbers, Reco
   return copied ? result : copied;
 }
 
-// Names the number of a record that has none in the joined lists.
+// Name the number of a record that has no counterpart in the joined lists.
 AResult Joiner::Unlisted(const std::string& path, const JoinedNumbers& numbers, const WalkedRecord& record) const {
   const std::pair<RowNumber, int> all[] = {{RowNumber::Source, record.group.sourceNo()},
                                            {RowNumber::Setup, record.group.freqSel()},
@@ -259,7 +259,7 @@ AResult Joiner::Unlisted(const std::string& path, const JoinedNumbers& numbers, 
                        lists_.ReasonOf(numbers, unlisted->first, unlisted->second));
 }
 
-// Days that the observation date of an input is after that of the output; NaN where one is not known.
+// Days from the observation date of the output to that of an input; NaN if one of them is unknown.
 double Joiner::DaysAfter(const Input& input) const {
   const double date = input.header.info.dateObs;
   return date == date_ ? 0 : date > 0 ? date - date_ : std::nan("");
@@ -302,7 +302,7 @@ AResult Joiner::AddTables() {
   return result ? first().Check() : result;
 }
 
-// Add a table of the first input, or what became of it.
+// Add a table of the first input, or the joined one in its place.
 AResult Joiner::AddTable(const AUVXTableItem& item, bool isFirst) {
   const std::unique_ptr<AUVXTable> table = first().Table(item);
   if (!table) return AResult::Fail(first().path() + ": a table cannot be read any more");
@@ -323,7 +323,7 @@ AResult Joiner::AddTable(const AUVXTableItem& item, bool isFirst) {
   return writer_.AddTable(*table);
 }
 
-// Add a table that is made of all inputs, once.
+// Add a table that is made from all inputs, once.
 AResult Joiner::AddJoined(const std::string& code) {
   if (!added_.insert(code).second) return AResult::Ok();
   if (code == "NX") return writer_.AddIndex();

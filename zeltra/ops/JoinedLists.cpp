@@ -14,7 +14,7 @@ namespace zeltra {
 namespace {
 
 double Distance(const std::array<double, 4>& a, const std::array<double, 4>& b) {
-  // Places at different equinoxes are different ones.
+  // Positions at different equinoxes are different.
   if (a[3] != b[3]) return HUGE_VAL;
   return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
 }
@@ -36,8 +36,8 @@ bool AreClose(const std::vector<double>& a, const std::vector<double>& b, double
                     [tolerance](double x, double y) { return std::fabs(x - y) <= tolerance; });
 }
 
-// Of what an input before has too and what the current one has not matched yet: the one of the same number, else the
-// only one there is, unless only its number can tell it from others.
+// Among the same items of earlier inputs that the current input has not matched yet: the one with the same number, or
+// else the only one, unless it can be told from others by its number alone.
 template <class Item, class IsSame>
 Item* Match(std::vector<Item>& known, int input, int number, bool isByNumber, IsSame isSame) {
   Item* match = nullptr;
@@ -84,7 +84,7 @@ AUVXTable* JoinedLists::Table(const std::string& code) {
   return list.isThere ? &list.table : nullptr;
 }
 
-// The first table stays whole.
+// The first table is taken as a whole.
 AResult JoinedLists::Begin(List& list, AUVXInput& input, const AUVXTable& table) const {
   if (table.Code() != "FQ" && !RowNumbers::Of(table)) {
     return AResult::Fail(input.path() + ": the columns of its table " + table.Code() +
@@ -106,7 +106,7 @@ bool JoinedLists::TakeNumber(List& list, int wanted, int& number) const {
 }
 
 AResult JoinedLists::Place(List& list, Thing thing, const AUVXTable& table, int row, std::map<int, int>& numbers) {
-  // The first row of a number counts.
+  // The first row with a number counts.
   if (numbers.contains(thing.number)) return AResult::Ok();
   thing.input = CurrentInput();
   const auto isNamesake = [&thing](const Thing& known) {
@@ -115,7 +115,7 @@ AResult JoinedLists::Place(List& list, Thing thing, const AUVXTable& table, int 
   const auto isSame = [&](const Thing& known) {
     return isNamesake(known) && Distance(known.place, thing.place) <= list.tolerance;
   };
-  // What has no name may have no place either.
+  // What has no name may have no position either.
   if (const Thing* known = Match(list.things, thing.input, thing.number, thing.name.empty(), isSame)) {
     numbers.emplace(thing.number, known->number);
     return AResult::Ok();
@@ -187,7 +187,7 @@ AResult JoinedLists::AddAntennas(AUVXInput& input, JoinedNumbers& numbers) {
   for (int row = 0; row < list.count(); ++row) {
     const AUVXTlscItem& item = list(row);
     if (item.id < 1 || item.id > antennas_.most) continue;
-    // From the centre of the first array.
+    // Relative to the centre of the first array.
     const std::array<double, 4> place = {item.x + (center[0] - center_[0]), item.y + (center[1] - center_[1]),
                                          item.z + (center[2] - center_[2]), 0};
     const int before = antennas_.table.rows();
@@ -220,7 +220,7 @@ AResult JoinedLists::AddSetups(AUVXInput& input, JoinedNumbers& numbers) {
   for (int row = 0; row < table->rows(); ++row) {
     Setup setup;
     setup.input = CurrentInput();
-    // Of the first channel, and of the one after the last.
+    // The frequency of the first channel, and of the one after the last.
     for (int i = 0; i < IFs; ++i) {
       const double first = freq0 + frequencies.Start(row, i);
       setup.frequencies.insert(setup.frequencies.end(),
@@ -253,7 +253,7 @@ AResult JoinedLists::AddSetups(AUVXInput& input, JoinedNumbers& numbers) {
       joined.SetNumber(added, places.widthColumn, i, frequencies.Width(row, i));
     }
   }
-  // The inputs before have no such table, but the first one gives the frequency that the joined table counts from.
+  // Earlier inputs have no such table, but the joined one counts from the frequency of the first of them.
   const int moved = setups_.isThere || freq0 == freq0_ ? 0 : table->rows();
   for (int row = 0; row < moved; ++row) {
     for (int i = 0; i < IFs; ++i) {

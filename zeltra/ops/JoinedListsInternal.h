@@ -26,21 +26,21 @@ struct JoinedNumbers {
   }
 };
 
-/// Joins "SU", "AN" and "FQ" of several inputs. A source, antenna or setup that is there already gives its number;
-/// another one keeps its own, or gets the lowest free one where it is taken. The first input keeps all its numbers, and
-/// what has different numbers in one input never gets the same one.
+/// Joins "SU", "AN" and "FQ" of several inputs. A source, antenna or setup that is known already gets the number it
+/// has; a new one keeps its own, or gets the lowest free one if that is taken. The first input keeps all its numbers,
+/// and what has different numbers in one input never gets the same one.
 class JoinedLists {
  public:
   /// Add the lists of the next input.
-  /// @return a failure that names what contradicts an input before, or finds no number
+  /// @return a failure that names what contradicts an earlier input, or what no number is left for
   AResult Add(AUVXInput& input, JoinedNumbers& numbers);
 
-  /// The number that one of an input becomes; none of what its list does not have, while another input has something
-  /// of that number.
+  /// What a number of an input becomes; none if the input does not list it while another input has something of that
+  /// number.
   std::optional<int> NumberOf(const JoinedNumbers& numbers, RowNumber kind, int number) const;
-  /// Why there is no number: what an input lacks, and which other input has something of that number.
+  /// Why there is no number: what the input does not list, and which other input has something of that number.
   std::string ReasonOf(const JoinedNumbers& numbers, RowNumber kind, int number) const;
-  /// The joined table "SU", "AN" or "FQ"; null where no input has it.
+  /// The joined table "SU", "AN" or "FQ"; null if no input has it.
   AUVXTable* Table(const std::string& code);
 
  private:
@@ -48,17 +48,17 @@ class JoinedLists {
   struct Thing {
     std::string name;
     int qualifier = 0;
-    std::array<double, 4> place = {};  // unit vector and equinox, or metres
+    std::array<double, 4> place = {};  // unit vector and equinox, or position in metres
     int number = 0;
     int input = 0;
     int matched = -1;  // the last input that has it too
   };
   struct List {
     std::string what, unit;
-    double tolerance, scale;  // of a difference in places that does not count; of the unit
+    double tolerance, scale;  // of differences in place; value of the unit
     int most;
     std::vector<Thing> things;
-    std::map<int, int> taken;  // numbers, and the input that has them
+    std::map<int, int> taken;  // numbers, and the inputs that have them
     AUVXTable table;
     bool isThere = false;
   };

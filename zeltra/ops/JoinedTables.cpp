@@ -33,7 +33,7 @@ std::string ListOf(const std::set<std::string>& codes) {
   return list;
 }
 
-// Whether a row is about any record of an input.
+// Whether a row concerns any record of an input.
 bool Reaches(const AUVXTable& table, int row, const RowNumbers& columns, const RecordReach& reach) {
   for (const RowNumbers::Column& column : columns.columns()) {
     const double stated = table.Number(row, column.place);
@@ -49,7 +49,7 @@ bool Reaches(const AUVXTable& table, int row, const RowNumbers& columns, const R
   return true;
 }
 
-// Whether a row as it stands is about records of an input that does not have it.
+// Whether a row as it stands concerns records of an input that does not have it.
 bool ReachesOthers(const AUVXTable& table, int row, const std::vector<int>& inputs,
                    const std::vector<RecordReach>& reaches) {
   const RowNumbers columns = *RowNumbers::Of(table);
@@ -64,8 +64,8 @@ bool ReachesOthers(const AUVXTable& table, int row, const std::vector<int>& inpu
   return false;
 }
 
-// Append a row about what an input has of what the row is about.
-// @param one  the table without rows
+// Append a row, narrowed to what the input has of the sources, setups and times that it concerns.
+// @param one  the table, without rows
 bool AppendNarrow(const std::string& row, const RecordReach& reach, const RecordReach& all, AUVXTable one,
                   AUVXTable& table) {
   if (!AppendBytes(one, row)) return false;
@@ -88,7 +88,7 @@ bool AppendNarrow(const std::string& row, const RecordReach& reach, const Record
         keep();
       }
       if (!isAllTimes) continue;
-      // Outwards, since the column may be a single float.
+      // Rounded outwards, since the column may be in single precision.
       one.SetNumber(0, column.place, 0, std::nextafter(static_cast<float>(reach.first), -HUGE_VALF));
       one.SetNumber(0, column.place, 1, std::nextafter(static_cast<float>(reach.last), HUGE_VALF));
       keep();
@@ -101,7 +101,7 @@ bool AppendNarrow(const std::string& row, const RecordReach& reach, const Record
 
 }  // namespace
 
-// Whether the row is about what the lists have.
+// @return whether the row concerns only what the lists have
 bool JoinedTables::Change(AUVXTable& table, int row, const RowNumbers& columns, const JoinedNumbers& numbers,
                           double days) const {
   bool isListed = true;

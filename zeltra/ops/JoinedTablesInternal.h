@@ -15,34 +15,34 @@
 
 namespace zeltra {
 
-/// What the records of an input are about, in joined numbers.
+/// The sources, setups and times of the records of an input, in joined numbers.
 struct RecordReach {
   std::set<int> sources, setups;
   double first = HUGE_VAL, last = -HUGE_VAL;  // days since 0 h of the observation date
 };
 
-/// Joins "FG", "SN", "CL", "TY" and "BP" of several inputs. Rows that several inputs have are there once, since parts
-/// of one file all have those that are about everything. Where a row of "FG" is about records of inputs that do not
-/// have it, all sources, setups and times in it become those of the inputs that do.
+/// Joins "FG", "SN", "CL", "TY" and "BP" of several inputs. A row that several inputs have is written once, since parts
+/// of one file all have the rows that concern everything. If a row of "FG" would concern records of inputs that do not
+/// have it, then "all" sources, setups or times in it become those of the inputs that have it.
 class JoinedTables {
  public:
   explicit JoinedTables(const JoinedLists& lists) : lists_(lists) {}
 
-  /// Take a table of the next input, or of the same as before. A table whose columns are not understood, or are others
-  /// than those of an input before, is left out.
-  /// @param days  that the observation date of the input is after the joined one; NaN where that is not known
+  /// Take a table of the next input, or of the same as before. A table is left out if its columns are not understood,
+  /// or differ from those of an earlier input.
+  /// @param days  from the joined observation date to that of the input; NaN if unknown
   void Take(int input, AUVXTable table, const JoinedNumbers& numbers, double days);
   /// Make the joined table with this code.
   /// @param reaches  of all inputs
   /// @return whether there is one
   bool Make(const std::string& code, const std::vector<RecordReach>& reaches, AUVXTable& table);
-  /// The codes of those that there are.
+  /// The codes of all tables taken.
   std::vector<std::string> Codes() const;
   std::vector<std::string> Remarks() const;
 
  private:
   struct Row {
-    int count = 0;       // as often as one input has it
+    int count = 0;       // the most often that one input has it
     int sinceInput = 0;  // how often the last input has it
     std::vector<int> inputs;
   };
@@ -50,7 +50,7 @@ class JoinedTables {
     AUVXTable table;  // without rows
     std::unordered_map<std::string, Row> rows;
     std::vector<const std::string*> order;
-    double antennas = 0;  // that the keyword NO_ANT counts
+    double antennas = 0;  // the keyword NO_ANT
   };
 
   bool Change(AUVXTable& table, int row, const RowNumbers& columns, const JoinedNumbers& numbers, double days) const;

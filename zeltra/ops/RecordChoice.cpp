@@ -74,7 +74,7 @@ AResult RecordChoice::FindScans(AUVXInput& input, const UVXSelection& selection)
     wantedSources_.push_back(source);
   }
   std::sort(wantedSources_.begin(), wantedSources_.end());
-  freqSel_ = selection.freqSel;
+  setup_ = selection.setup;
   std::vector<int> places;
   if (!selection.scans.empty()) {
     if (AResult result = contents.CheckScans(); !result) return result;
@@ -90,7 +90,7 @@ AResult RecordChoice::FindScans(AUVXInput& input, const UVXSelection& selection)
     const bool isOfSource =
         wantedSources_.empty() || std::binary_search(wantedSources_.begin(), wantedSources_.end(), int{scan.sourceId});
     const size_t place = static_cast<size_t>(i);
-    scans_[place] = scans_[place] && isOfSource && freqSel_.value_or(scan.freqId) == scan.freqId;
+    scans_[place] = scans_[place] && isOfSource && setup_.value_or(scan.freqId) == scan.freqId;
     if (scans_[place]) sources.insert(scan.sourceId);
   }
   sources_.assign(sources.begin(), sources.end());
@@ -108,10 +108,10 @@ AResult RecordChoice::NoScan(const AUVXInput& input, const AUVXContents& content
         wantedSources_.empty() || std::binary_search(wantedSources_.begin(), wantedSources_.end(), source);
     if (isOfSource) setups.insert(scans(i).freqId);
   }
-  if (freqSel_ && !setups.contains(*freqSel_)) {
+  if (setup_ && !setups.contains(*setup_)) {
     std::string list;
     for (const int setup : setups) list += (list.empty() ? "" : ", ") + std::to_string(setup);
-    return AResult::Fail(input.path() + ": no record of frequency setup " + std::to_string(*freqSel_) + "; there are " +
+    return AResult::Fail(input.path() + ": no record of frequency setup " + std::to_string(*setup_) + "; there are " +
                          list);
   }
   std::string list;
@@ -167,7 +167,7 @@ AResult RecordChoice::FindFrequencies(AUVXInput& input, const UVXSelection& sele
 }
 
 bool RecordChoice::TakesScanOf(const AUVXGroup& group, int record) const {
-  if (freqSel_ && *freqSel_ != group.freqSel()) return false;
+  if (setup_ && *setup_ != group.freqSel()) return false;
   if (!wantedSources_.empty() && !std::binary_search(wantedSources_.begin(), wantedSources_.end(), group.sourceNo())) {
     return false;
   }

@@ -88,7 +88,7 @@ class ZELTRA_API RecordChoice {
   std::vector<bool> scans_;
   std::vector<int> sources_;
   std::vector<int> wantedSources_;  // ascending; none: all
-  std::optional<int> freqSel_;
+  std::optional<int> setup_;
   std::vector<Stretch> stretches_;  // of the scans selected by place, ascending; none: all
   bool hasTimes_ = false;
   double first_ = 0, last_ = 0;

@@ -46,7 +46,7 @@ void DescribeRecordSelection(AJobDescriber<Options>& job, const SelectionForm& f
       .Form(form.isSingle ? "N|NAME" : "N|NAME[,...]")
       .Otherwise(form.sources);
   job.Option(
-         "freqsel", [](Options & o) -> auto& { return o.selection.freqSel; }, "number of the frequency setup")
+         "freqsel", [](Options & o) -> auto& { return o.selection.setup; }, "number of the frequency setup")
       .Otherwise("all");
   job.Option(
          "scan", [](Options & o) -> auto& { return o.selection.scans; }, "scans, as numbered by info, as in 1,3-5")

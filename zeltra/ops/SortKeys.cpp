@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kKeys = "BTUVWRPXYZM";
 
-// Numbers as bits that compare as they do: 0 and -0 are the same, what is no number comes last.
+// Numbers as bits that compare as the numbers do: 0 and -0 are the same, NaNs come last.
 
 std::uint64_t Ordered(double x) {
   if (std::isnan(x)) return ~std::uint64_t{0};

@@ -14,8 +14,8 @@
 
 namespace zeltra {
 
-/// The place of a record in an order: both keys as bits that compare as the keys do, the first one highest. Of equal
-/// ones the record that comes first in the file stays first.
+/// The place of a record in an order: both keys as bits that compare as the keys do, the first one highest. Of records
+/// with the same keys the one that comes first in the file stays first.
 struct SortKey {
   std::uint64_t high = 0;
   std::uint32_t low = 0;
@@ -29,7 +29,7 @@ static_assert(sizeof(SortKey) == 16);
 ///   B  baseline, 256 x antenna 1 + antenna 2     R  length of u, v             X, Y  |u|, |v|, descending
 ///   T  time                                      P  position angle of u, v     Z, M  |u|, |v|, ascending
 ///   U, V, W  the coordinate                      *  nothing, as second key
-/// R and P are taken to the precision of u, v, w. What is no number comes last.
+/// R and P are computed to the precision of u, v, w. NaNs come last.
 class SortOrder {
  public:
   /// @param code  as in "TB"
@@ -37,8 +37,8 @@ class SortOrder {
 
   /// Whether time varies slowest.
   bool IsByTime() const { return first_ == 'T'; }
-  /// Whether the keys are time and baseline, of which records of several sources or setups may have the same. Those
-  /// are ordered by source, then setup, for which the keys leave the 16 bits of kStreamBits.
+  /// Whether the keys are time and baseline, which records of several sources or setups may share. Those are ordered by
+  /// source, then setup, for which the keys leave the 16 bits of kStreamBits free.
   static constexpr std::uint32_t kStreamBits = 0xFFFF;
   bool TellsStreams() const { return (first_ == 'T' && second_ == 'B') || (first_ == 'B' && second_ == 'T'); }
   SortKey KeyOf(const AUVXGroup& group, int record) const;

@@ -22,12 +22,13 @@
 namespace zeltra {
 namespace {
 
-// Reading so many bytes takes about as long as another request: one for the system's memory, and one for a disk.
+// Reading this many bytes takes about as long as one more request: from the system's memory, and from a disk.
 constexpr int kCachedRequest = 1 << 12;
 constexpr int kDiskRequest = 1 << 17;
-// Runs on the disk are written, which takes longer than reading them, and read again.
+// What runs on the disk cost, in passes over the file: they are written, which takes longer than reading, and read
+// again.
 constexpr int kPassesOfRuns = 4;
-// Of the memory, MiB: blocks, lists and the program itself; and the least for the records.
+// Memory in MiB: of blocks, lists and the program itself; the least for records, and how many must fit.
 constexpr int kOtherMemory = 24;
 constexpr int kLeastMemory = 1;
 constexpr int kLeastRecords = 4;
@@ -87,7 +88,7 @@ class Sorter {
   StreamRanks streams_;
   std::vector<std::uint32_t> ranks_;
   std::vector<SortKey> keys_;
-  SortKey last_;  // of the record before, and its stream
+  SortKey last_;  // of the previous record, like its stream
   std::uint32_t lastStream_ = 0;
   bool isSorted_ = true;
   int lastPercent_ = -1;
@@ -112,7 +113,7 @@ AResult Sorter::Run() {
   if (AResult result = from_.CheckRecordSize(); !result) return result;
   if (AResult result = order_.Open(options_.order); !result) return result;
   if (AResult result = writer_.Create(to_, AUVXHeader(from_.uvx()), options_, from_.path()); !result) return result;
-  // Where time goes to and fro, a gap says nothing.
+  // Where time goes back and forth, a gap means nothing.
   if (!order_.IsByTime()) writer_.SetScanGap(std::numeric_limits<double>::max());
   SendProgressRange(options_.progress);
   AResult result = CopyWhileSorted();
@@ -129,8 +130,8 @@ AResult Sorter::Run() {
   return writer_.Finish();
 }
 
-// Most files are in order, so the output is written from the start; of another one nothing but keys is read from where
-// the order ends.
+// Most files are in order, so the output is written from the start; from the first record that is out of order, only
+// keys are read.
 AResult Sorter::CopyWhileSorted() {
   if (keepsKeys_) keys_.reserve(static_cast<size_t>(count_));
   RecordReader reader(from_);
@@ -160,7 +161,7 @@ AResult Sorter::ReadKeys(int first) {
   return SettleKeys() ? AResult::Ok() : Cancelled();
 }
 
-// Take the key of the next record. Whether all of them so far are in order.
+// Take the key of the next record. @return whether all so far are in order
 bool Sorter::IsNext(const AUVXGroup& group, int record) {
   SortKey key = order_.KeyOf(group, record);
   std::uint32_t stream = 0, number = 0;
@@ -212,7 +213,7 @@ std::vector<Sorter::Wanted> Sorter::WantedOf(int64 first, int64 count) const {
   return wanted;
 }
 
-// The end of the records that are read in one go, those between them that are not wanted too.
+// The end of the records that are read in one go, including unwanted ones between them.
 size_t Sorter::EndOfStretch(const std::vector<Wanted>& wanted, size_t first) const {
   const int readOver = requestBytes_ / recordBytes_;
   size_t end = first + 1;
@@ -220,7 +221,7 @@ size_t Sorter::EndOfStretch(const std::vector<Wanted>& wanted, size_t first) con
   return end;
 }
 
-// Bytes to read, a request taken for as many as it costs; of a file of many windows by some of them.
+// Bytes to read, counting a request as the bytes that could be read in its time; estimated from a few windows.
 double Sorter::GatherCost() const {
   constexpr int64 kLookedAt = 4;
   const int64 size = WindowRecords(), windows = (count_ + size - 1) / size,

@@ -1,4 +1,4 @@
-// A UVX file becomes another one with its records in another order.
+// Sorts the records of a UVX file into another file.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_SORTUVX_H_
 #define ZELTRA_OPS_SORTUVX_H_
@@ -20,33 +20,33 @@ struct SortOptions : JobOptions {
   ///   T  time                                      P  position angle of u, v     Z, M  |u|, |v|, ascending
   ///   U, V, W  the coordinate                      *  nothing, as second key
   std::string order = "TB";
-  /// Bytes of memory, of which 24 MiB are for other things than keys and records; these get 1 MiB, and four records,
-  /// at least.
+  /// Bytes of memory. 24 MiB of it are for other things than keys and records, which get at least 1 MiB and room for
+  /// four records.
   double memory = 1 << 28;
 };
 
-/// What was done that a person should know.
+/// What a user should know about the run.
 struct SortSummary {
   bool wasSorted = false;  ///< whether the records were in this order already
   std::vector<std::string> remarks;
 };
 
-/// Sort records, which are not changed. Records whose keys are the same keep their order; of those of one time and one
-/// baseline, in TB and BT, it is that of their sources, then of their setups. Times compare as they stand; keys that
-/// are no numbers come last. R and P have the precision of u, v, w.
+/// Sort records, which are not changed. Records whose keys are the same keep their order; in TB and BT those of the
+/// same time and baseline are ordered by source, then setup. Times compare as stored; keys that are NaN come last. R
+/// and P have the precision of u, v, w.
 ///
-/// A file that is in order is copied in one pass. Of another one 16 bytes a record are sorted, and records are gathered
-/// from the input for one window of the output after the other, where the memory holds the keys and windows take no
-/// more than a few passes over the input. Else sorted runs are written beside the output, into a file without a name,
-/// and merged.
+/// A file that is in order is copied in one pass. Otherwise keys of 16 bytes per record are sorted, and records are
+/// gathered from the input for one window of the output after another, if the keys fit into memory and the windows take
+/// no more than a few passes over the input. If not, sorted runs are written to a file without a name, beside the
+/// output, and merged.
 ///
-/// The index is made anew: in an order that begins with time as AUVXWriter makes one, in another one scans end where
-/// source or setup change. Tables stay as they are.
+/// The index is rebuilt: for an order that begins with time as AUVXWriter makes one; for others, scans end where source
+/// or setup changes. Tables stay as they are.
 /// @param summary  may be null
 ZELTRA_API AResult ResortUVXFile(AUVXInput& from, const std::string& to, const SortOptions& options,
                                  SortSummary* summary);
 
-/// What a person may tell the job, and what it gives.
+/// What a user may tell the job, and what it gives.
 ZELTRA_API const AJobDescription& SortDescription();
 
 }  // namespace zeltra

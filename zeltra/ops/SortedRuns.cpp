@@ -9,7 +9,7 @@
 namespace zeltra {
 namespace {
 
-// Shorter requests would cost more than what they bring.
+// Shorter requests would cost more than they bring.
 constexpr int kLeastBlock = 1 << 18;
 constexpr int kLargestBlock = 1 << 23;
 

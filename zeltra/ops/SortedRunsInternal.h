@@ -32,8 +32,8 @@ class SortedRuns {
   /// Bytes of a record with its key.
   int entryBytes() const { return static_cast<int>(sizeof(SortKey)) + recordBytes_; }
 
-  /// Merge all runs into `sink`, so many at a time that their blocks fit into `memory` bytes, but at least two: where
-  /// there are more, they become longer ones first.
+  /// Merge all runs into `sink`. As many are merged at a time as have blocks that fit into `memory` bytes, but at least
+  /// two; if there are more runs, they are merged into longer ones first.
   AResult Merge(double memory, const Sink& sink);
 
  private:

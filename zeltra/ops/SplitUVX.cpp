@@ -25,13 +25,13 @@
 namespace zeltra {
 namespace {
 
-// Each takes 3 MB of memory and a descriptor.
+// Outputs open at a time; each takes 3 MB of memory and a descriptor.
 constexpr size_t kMostOpen = 32;
 
 // Source and setup.
 using Stream = std::pair<int, int>;
 
-// A name of which no file system and no shell takes a character for something else.
+// A name without characters that have a meaning to a file system or a shell.
 std::string SafeName(const std::string& name) {
   constexpr std::string_view kSafe = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+-._";
   std::string safe;
@@ -40,7 +40,7 @@ std::string SafeName(const std::string& name) {
   return safe.empty() ? "source" : safe;
 }
 
-// Names the files of streams. Sources whose names become the same, but for capitals, get their numbers.
+// Names the files of streams. Sources whose names become the same, apart from case, are told apart by their numbers.
 class PartNames {
  public:
   explicit PartNames(const AUVXContents& contents) : contents_(contents) {
@@ -64,13 +64,13 @@ class PartNames {
     return name + ".uvx";
   }
 
-  /// Whether there is a list of setups without this one.
+  /// Whether there is a list of setups that lacks this one.
   bool LacksSetup(int setup) const {
     return contents_.setups().GetFreqSels() > 0 && contents_.setups().GetFreqSelNum(setup) < 0;
   }
 
  private:
-  // Whether there are setups beside this one.
+  // Whether there are other setups than this one.
   bool AreSeveral(int setup) const { return contents_.setups().GetFreqSels() > 1 || LacksSetup(setup); }
   static std::string Capitals(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -116,7 +116,7 @@ class Splitter {
   std::map<Stream, std::unique_ptr<AUVXWriter>> open_;
   std::set<Stream> done_, waiting_;
   Stream last_;
-  AUVXWriter* lastWriter_ = nullptr;  // null where that stream waits or is done, or before the first record
+  AUVXWriter* lastWriter_ = nullptr;  // null before the first record, or if that stream waits or is done
   bool hasLast_ = false;
   std::set<std::string> leftOut_;  // codes of tables
 };
@@ -172,7 +172,7 @@ AResult Splitter::TakeRecord(const WalkedRecord& record) {
   return lastWriter_->Append(record.group, record.values);
 }
 
-// Null for a stream that is done, or whose turn it is in another pass.
+// Null for a stream that is done, or whose turn comes in a later pass.
 AUVXWriter* Splitter::WriterOf(Stream stream, AResult& result) {
   if (const auto place = open_.find(stream); place != open_.end()) return place->second.get();
   if (done_.contains(stream)) return nullptr;
@@ -203,14 +203,14 @@ AResult Splitter::FinishPart(Stream stream, AUVXWriter& writer) {
   return result ? writer.Finish(files_) : result;
 }
 
-// What the frequency of the header is increased by for a setup.
+// What is added to the frequency of the header for a setup.
 double Splitter::ShiftOf(int setup) const {
   const std::unique_ptr<AUVXTable> setups = from_.Table("FQ");
   const int row = setups ? RowOf(*setups, setup) : -1;
   return row >= 0 ? SetupFrequencies(*setups).Start(row, 0) : 0;
 }
 
-// The row of a setup beside others; -1 where there are no others, or columns that leave its frequencies open.
+// The row of a setup among others; -1 if there are no others, or if the columns do not state its frequencies.
 int Splitter::RowOf(const AUVXTable& setups, int setup) const {
   const SetupFrequencies frequencies(setups);
   if (setups.rows() < 2 || setups.ColumnOffset(frequencies.idColumn) < 0 ||

@@ -1,4 +1,4 @@
-// A UVX file becomes one of each source and frequency setup.
+// Splits a UVX file into one file for each source and frequency setup.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_OPS_SPLITUVX_H_
 #define ZELTRA_OPS_SPLITUVX_H_
@@ -26,18 +26,18 @@ struct SplitSummary {
   std::vector<std::string> remarks;
 };
 
-/// Write the records of each source and setup into a file of their own, in `folder`, which is made where it is not
-/// there. A file is named after its source, with characters replaced that a file system or a shell takes for something
-/// else, and after its setup where the input has several. Numbers of sources, setups and antennas stay. "SU" and "FQ"
-/// keep the row of the source and the setup, and `freq0` becomes the frequency of that setup; "FG", "SN", "CL", "TY"
-/// and "BP" keep the rows about the source and the setup, or about all. Scans and baselines are made anew.
+/// Write the records of each source and setup into a file of their own, in `folder`, which is made if it does not
+/// exist. A file is named after its source, with characters replaced that have a meaning to a file system or a shell,
+/// and after its setup if the input has several. Numbers of sources, setups and antennas stay. "SU" and "FQ" keep the
+/// row of the source and the setup, and `freq0` becomes the frequency of that setup; "FG", "SN", "CL", "TY" and "BP"
+/// keep the rows about the source and the setup, or about all. The lists of scans and baselines are rebuilt.
 ///
 /// No file has its name before all are complete. The input is read once for every 32 files.
 /// @param summary  may be null
 ZELTRA_API AResult SplitUVX(AUVXInput& from, const std::string& folder, const SplitOptions& options,
                             SplitSummary* summary);
 
-/// What a person may tell the job, and what it gives.
+/// What a user may tell the job, and what it gives.
 ZELTRA_API const AJobDescription& SplitDescription();
 
 }  // namespace zeltra

@@ -16,8 +16,8 @@ namespace zeltra {
 struct UVXSelection {
   /// Numbers or names.
   std::vector<std::string> sources;
-  /// Frequency setup.
-  std::optional<int> freqSel;
+  /// Number of a frequency setup.
+  std::optional<int> setup;
   /// Places in the index, from 0.
   std::vector<int> scans;
   /// Numbers or names: all baselines of a single antenna, or the baselines between several.

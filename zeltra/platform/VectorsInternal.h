@@ -3,6 +3,7 @@
 #ifndef ZELTRA_PLATFORM_VECTORSINTERNAL_H_
 #define ZELTRA_PLATFORM_VECTORSINTERNAL_H_
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -77,6 +78,12 @@ ZELTRA_INLINE Word4 ReverseBytes(Word4 words) {
   words = (words << 16) | (words >> 16);
   const auto halves = reinterpret_cast<Half8>(words);
   return reinterpret_cast<Word4>((halves << 8) | (halves >> 8));
+}
+
+/// The lanes of `x`, with the other sign where the last bit of the lane of `odd` is set.
+ZELTRA_INLINE Double4 NegativeWhereOdd(const Double4& x, const Double4& odd) {
+  using Bits [[gnu::vector_size(32)]] = std::uint64_t;
+  return reinterpret_cast<Double4>(reinterpret_cast<Bits>(x) ^ (reinterpret_cast<Bits>(odd) << 63));
 }
 
 /// Fetch memory into the cache that will be read soon.
@@ -181,6 +188,13 @@ inline Word4 ReverseBytes(const Word4& words) {
   return Word4::Each([&](int i) {
     const std::uint32_t word = words[i];
     return word << 24 | (word & 0xFF00) << 8 | (word >> 8 & 0xFF00) | word >> 24;
+  });
+}
+
+inline Double4 NegativeWhereOdd(const Double4& x, const Double4& odd) {
+  return Double4::Each([&](int i) {
+    const std::uint64_t sign = std::bit_cast<std::uint64_t>(odd[i]) << 63;
+    return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x[i]) ^ sign);
   });
 }
 

@@ -31,7 +31,7 @@ bool BeforeWithFlag(const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) {
   return Before(a, b) || (!Before(b, a) && a.flag == 0 && b.flag != 0);
 }
 
-/// A number of 16 bits; what is not there reads as NaN and becomes 0.
+/// A 16-bit number; a missing one reads as NaN and becomes 0.
 int16_t ShortOf(double number) {
   return static_cast<int16_t>(std::isnan(number) ? 0.0 : std::clamp(number, -32768.0, 32767.0));
 }

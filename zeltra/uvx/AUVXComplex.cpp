@@ -14,10 +14,11 @@
 namespace zeltra {
 namespace {
 
-/// Complexes looked at together: few, so that a NaN slows down its neighbours only, but enough to pay for the overhead.
+/// Complexes examined together: few enough that a NaN slows down only its neighbours, and enough to pay for the
+/// overhead.
 constexpr int64 kLargestBlock = 256, kSmallestBlock = 16;
 
-/// @return whether all are finite numbers
+/// @return whether all are finite
 bool CheckOneByOne(const AUVXComplex* values, int64 count, TMnMx* ranges) {
   bool finite = true;
   for (int64 i = 0; i < count; ++i) {
@@ -32,7 +33,7 @@ bool CheckOneByOne(const AUVXComplex* values, int64 count, TMnMx* ranges) {
 /// Extremes of re, im and weight of a block whose size is a multiple of four.
 /// @return false if a NaN is among the values
 ///
-/// Four complexes are three vectors of four floats, so that each place of them always holds the same kind of value.
+/// Four complexes are three vectors of four floats, so that each lane always holds the same kind of value.
 bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], float (&high)[3]) {
   Float4 x[3], lows[3], highs[3];
   std::memcpy(x, values, sizeof x);
@@ -59,8 +60,8 @@ bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], floa
   return true;
 }
 
-/// Whether one range and the extremes of a block could give another result than the block's values one by one: zeros of
-/// both signs are equal, so that the first one would stay, and a range that is NaN depends on what comes last.
+/// Whether extending a range by the extremes of a block could give another result than by its values one by one: zeros
+/// of both signs are equal, so that the first one would stay, and a range that is NaN depends on the last value.
 bool OrderMatters(const TMnMx& range, float low, float high) {
   return std::isnan(range.minimum) || std::isnan(range.maximum) || (low == 0 && range.minimum > 0) ||
          (high == 0 && range.maximum < 0);
@@ -121,7 +122,7 @@ void DecodeFITSValues(const AFITS& fits, const char* raw, AUVXComplex* values, i
   const double scale = header ? header->bscale() : 1;
   const double zero = header ? header->bzero() : 0;
   const int valueBytes = header ? header->valueBytes() : 0;
-  // The way of nearly every file: floats as they are, bit for bit.
+  // In nearly every file values are floats, which are taken as they are, bit for bit.
   if (valueBytes == -4 && scale == 1 && zero == 0) return Swap32(values, raw, 3 * static_cast<size_t>(count));
   const auto decode = [&](auto type) { DecodeScaled<decltype(type)>(raw, scale, zero, values, count); };
   if (!WithFITSType(valueBytes, decode)) std::fill_n(values, count, AUVXComplex(0, 0, 0));

@@ -107,7 +107,7 @@ int AUVXFile::Attach(ABFile* file, int create, int autoDelete) {
 }
 
 void AUVXFile::Replace(std::shared_ptr<ABFile> file, int flags) {
-  // A host may have opened its file anew since Close.
+  // A host may have opened its file again since Close.
   if (file_ != file) Close();
   Forget();
   file_ = std::move(file);

@@ -17,7 +17,7 @@
 namespace zeltra {
 namespace {
 
-// Bound of what a damaged file may claim: rows x IFs, of which real tables have a few hundred.
+// Bound on what a damaged file may claim, rows x IFs; real tables have a few hundred.
 constexpr int64 kLargestItemCount = 1 << 20;
 
 }  // namespace
@@ -93,7 +93,7 @@ void AUVXFqTbl::Create(AUVXFile& file) {
     const char* end = p + table->rowBytes();
     for (const Column& column : columns) {
       const int bytes = column.IsDecoded() ? ElementBytes(column.type) : 0;
-      // An undecoded element repeats the one before it: none beyond the last IF makes a difference.
+      // An element that is not decoded repeats the one before it, so those beyond the last IF make no difference.
       const int elements = column.IsDecoded() ? column.count : std::min(column.count, IFs_);
       for (int element = 0; element < elements && bytes <= end - p; ++element) {
         if (column.IsDecoded()) value = DecodeElement(p, column.type);
@@ -121,7 +121,7 @@ void AUVXFqTbl::SqForSource(AUVXFile& file, int source) {
   }
   AArray<int> rows(0, ids_.count(), 1);
   for (int row = 0; row < ids_.count(); ++row) {
-    // Of rows with the same identifier only the first one is found.
+    // Only the first of several rows with the same identifier is found.
     if (used.erase(ids_(row)) > 0) rows.Add(row);
   }
   if (rows.count() < ids_.count()) KeepRows(rows);

@@ -15,7 +15,7 @@ namespace zeltra {
 
 namespace {
 
-/// Bytes that may be taken for frequencies whatever the size of the file.
+/// Bytes that frequencies may take, however small the file is.
 constexpr int64 kLeastBytes = 1 << 20;
 
 int RowOfSetup(const AUVXTable& table, int freqSel) {

@@ -24,7 +24,7 @@ AUVXGroup Decoded(AFITSmain& header, const char* raw) {
   const int bytes = std::abs(header.valueBytes());
   const int parameters = header.Parameters();
   for (int i = 0; i < parameters; ++i) {
-    // For an unsupported type the previous parameter's value is scaled once more; programs rely on it.
+    // For an unsupported type the previous parameter's value is scaled again; programs rely on it.
     WithParameterType(header.valueBytes(),
                       [&](auto type) { value = FITSNumber<decltype(type)>(raw + int64{i} * bytes); });
     value = value * header.pscal(i) + header.pzero(i);

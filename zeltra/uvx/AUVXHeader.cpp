@@ -22,7 +22,7 @@ int ReadAt(AUVXFile& uvx, int offset, void* buf, int n) {
   return uvx.Seek(offset) && ReadWhole(*uvx.GetFile(), buf, n);
 }
 
-/// Value of an axis, counted from 1, at a pixel counted from 1.
+/// Value of an axis at a pixel, both counted from 1.
 double ValueAtPixel(AFITSmain& header, int axis, int pixel) {
   AMatrix<double>& axes = header.axes();
   const double value = axes(0, axis - 1), step = axes(1, axis - 1), reference = axes(2, axis - 1);

@@ -18,7 +18,7 @@ constexpr size_t kCardBytes = kFITSCard;
 constexpr size_t kHistoryRoom = kCardBytes - kFITSKeyword;
 constexpr size_t kSourceName = 16;  // characters of a name in "SU"
 
-// What stands between quotes, doubled ones made one.
+// The text between quotes, with doubled quotes made single.
 std::string Unquoted(std::string_view quoted) {
   std::string text;
   for (size_t i = 1; i < quoted.size(); ++i) {
@@ -56,7 +56,7 @@ void AUVXHeaderCards::AddHistory(const std::string& text) {
   std::string rest = PrintableText(text);
   while (rest.size() > kHistoryRoom) {
     const size_t blank = rest.rfind(' ', kHistoryRoom);
-    // The line that goes on is indented, and a break there would leave it as it is.
+    // Continuation lines are indented; a break within the indent would take nothing off the line.
     const size_t end = blank == rest.npos || rest.find_first_not_of(' ') >= blank ? kHistoryRoom : blank;
     Add(kHistory + rest.substr(0, end));
     rest = "  " + rest.substr(rest[end] == ' ' ? end + 1 : end);

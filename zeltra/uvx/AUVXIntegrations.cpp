@@ -33,7 +33,7 @@ AUVXIntegrations::AUVXIntegrations(const AUVXTable& table, int records) {
   records_ = records;
 }
 
-// What is no number is the same as itself here.
+// Here a NaN is the same as itself.
 bool AUVXIntegrations::IsSame(float seconds) const {
   return isGivenUp_ || std::bit_cast<std::uint32_t>(seconds) == std::bit_cast<std::uint32_t>(runs_.back().seconds);
 }

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kRowBytes = sizeof(AUVXSkanListItem);
 
-// The integer that a text begins with.
+// The integer at the start of a text.
 int ParseInteger(const std::string& text) {
   const long long value = std::strtoll(text.c_str(), nullptr, 10);
   return static_cast<int>(
@@ -27,7 +27,7 @@ int ParseInteger(const std::string& text) {
 template class AArray<AUVXSkanListItem>;
 
 bool AUVXSkanList::Create(const AUVXTable& table) {
-  // Rows without bytes cost a file nothing, so their number is not believed.
+  // Rows without bytes take no space in a file, so their number is not believed.
   GrowBy(table.rowBytes() > 0 ? table.rows() : 0);
   if (table.rowBytes() != kRowBytes) return false;
   std::copy_n(table.data(), Bytes(count()), reinterpret_cast<char*>(lpArray()));

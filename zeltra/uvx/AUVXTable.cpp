@@ -28,7 +28,7 @@ namespace {
 constexpr int kCodeBits = 0xFFFF;
 constexpr int kLargestKeyWordCount = 32767;
 
-/// Read `n` elements that follow each other; a count that is not in the file reads nothing.
+/// Read `n` consecutive elements; if the file does not hold so many, none is read.
 template <typename T>
 int ReadElements(ABFile& file, int n, AArray<T>& elements) {
   const int64 bytes = int64{n} * static_cast<int64>(sizeof(T));
@@ -276,7 +276,7 @@ AUVXFile& AUVXTable::store(AUVXFile& uvx) const {
   const int place = directory.HasTable(id_);
   if (place < 0) return uvx.AddTable(*this);
   AUVXTableItem& item = directory(place);
-  // Behind the end of the file nothing has been written yet: the entry is damaged.
+  // Nothing has been written beyond the end of the file: the entry is damaged.
   if (!uvx.Seek(int64{item.position}) || !HasBytes(*uvx.GetFile(), 0)) return uvx;
   item.ID = id_;
   item.size = GetSize();
@@ -348,7 +348,7 @@ int AUVXTable::SetRows(int rows) {
 int AUVXTable::ResizeRows(int rows) {
   const int64 bytes = int64{rows} * rowBytes_;
   const bool possible = rows >= 0 && ImageBytes(KeyWordCount(keywords_), columnCount(), bytes) <= INT_MAX;
-  // Rows without bytes are none: a count of them is not held against anything the file has.
+  // Rows without bytes count as none, since no size in the file confirms their number.
   rows_ = possible && rowBytes_ > 0 ? rows : 0;
   data_.resize(static_cast<size_t>(rows_) * static_cast<size_t>(rowBytes_));
   return possible;

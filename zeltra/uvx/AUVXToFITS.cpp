@@ -77,7 +77,7 @@ FirstSource::FirstSource(const AUVXTable* table) {
   AUVXSources sources(*table);
   const AUVXSourceItem& first = sources(0);
   object = sources.count() > 1 ? "MULTI" : first.Name();
-  // A list that was made for a single source holds its coordinates in the apparent ones alone.
+  // A list made for a single source holds its coordinates as apparent ones only.
   const bool hasEpoch = table->FindColumn("RAEPO") >= 0;
   ra = hasEpoch ? first.raEpoch : first.raApp;
   dec = hasEpoch ? first.decEpoch : first.decApp;
@@ -87,7 +87,7 @@ double FirstChannelWidth(const AUVXTable* setups) {
   return setups ? setups->Number(0, setups->FindColumn("CH WIDTH")) : 0;
 }
 
-/// Step of the codes, that of a single one in the direction in which FITS counts its kind.
+/// Step between the codes; for a single code, the direction in which FITS counts codes of its kind.
 /// @return 0 if there is none
 int StokesStep(const AUVXStokes& stokes, int& step) {
   if (stokes.count() < 1) return 0;
@@ -145,7 +145,7 @@ void AddInfo(FITSHeaderWriter& cards, const AUVXInfoHeader& info, const std::str
   if (info.epoch != 0) cards.AddNumber("EPOCH", info.epoch);
 }
 
-/// Whether the value of a card, what stands after "= ", is one of FITS.
+/// Whether the value of a card, the text after "= ", is valid in FITS.
 bool HasFITSValue(std::string_view text) {
   const std::string value = Trimmed(text);
   if (value.starts_with('(')) return true;  // a complex number
@@ -183,7 +183,8 @@ void AddKept(FITSHeaderWriter& cards, const AUVXHeaderCards& kept) {
 
 // Tables
 
-/// Make texts and logical values what FITS allows: zero bytes after the end of a text, printable characters before.
+/// Give texts and logical values a form that FITS allows: in a text, printable characters, then zero bytes after its
+/// end.
 void CleanRows(AUVXTable& table) {
   for (int column = 0; column < table.columnCount(); ++column) {
     const AXTblFormat format = table.ParseFormat(column);
@@ -208,7 +209,7 @@ void AddColumns(FITSHeaderWriter& cards, const AUVXTable& table) {
     const AUVXTableManual& column = table.columns()(i);
     cards.AddText(Numbered("TTYPE", i + 1), column.Name());
     cards.AddText(Numbered("TFORM", i + 1), column.Format());
-    // Units are written where there is none, too: our reader looks for keywords after the last one.
+    // Empty units are written too: our reader looks for keywords after the last unit.
     cards.AddText(Numbered("TUNIT", i + 1), column.Unit());
   }
 }

@@ -20,7 +20,7 @@ namespace {
 constexpr int kComplexBytes = sizeof(AUVXComplex);
 constexpr size_t kPairs = 65536;
 
-// The pairs of one source fall on places of their own, and those of few antennas of several sources seldom on the same.
+// The pairs of one source have places of their own; those of several sources and few antennas seldom share one.
 size_t SeenPlace(const AUVXGroup& group) {
   const unsigned pair = static_cast<uint8_t>(group.ant1) * 256u + static_cast<uint8_t>(group.ant2);
   return (pair ^ static_cast<uint16_t>(group.source) * 40503u) % kPairs;
@@ -28,7 +28,7 @@ size_t SeenPlace(const AUVXGroup& group) {
 
 }  // namespace
 
-// Closing a UVX file declares it whole, so a file that is not finished is taken away first.
+// Closing a UVX file declares it complete, so an unfinished one is discarded first.
 struct AUVXWriter::Output {
   explicit Output(const JobOptions& options)
       : owned(std::make_unique<OutputFile>()), file(*owned), block(file.file(), options.threads) {}
@@ -37,7 +37,7 @@ struct AUVXWriter::Output {
     if (owned) owned->Discard();
   }
 
-  std::unique_ptr<OutputFile> owned;  // null once it is handed over
+  std::unique_ptr<OutputFile> owned;  // null once handed over
   OutputFile& file;
   AUVXFile uvx;
   BlockWriter block;
@@ -165,7 +165,7 @@ std::string AUVXWriter::IndexRemark() const {
 
 // Extend the index and the list of baselines.
 inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
-  // The baselines of one time stamp are of one scan.
+  // The baselines of one time stamp belong to one scan.
   if (group.date != before_.date || group.source != before_.source || group.frqsel != before_.setup) {
     const double time = std::isnan(seconds) ? (group.date - header_.info.dateObs) * kSecondsPerDay : seconds;
     index_->Take(records_, time, group.source, group.frqsel);
@@ -193,7 +193,7 @@ inline void AUVXWriter::TakePending() {
   unchecked_ += std::exchange(reserved_, 0);
 }
 
-// The group is made in its place: a copy would wait for each of its fields to arrive in memory.
+// The group is built in place: a copy would wait for each of its fields to arrive in memory.
 AUVXGroup* AUVXWriter::BeginRecord() {
   TakePending();
   if (!output_ || tablesEnd_ > 0 || IsFull()) return nullptr;
@@ -226,7 +226,7 @@ AResult AUVXWriter::Why() const {
   return output_->file.WriteError();
 }
 
-// Widen the ranges by the values that wait in the step, and count those that are no finite numbers.
+// Widen the ranges to include the values waiting in the step, and count those that are not finite.
 void AUVXWriter::CheckValues() {
   const bool finite = CheckRange(step_.get(), unchecked_, ranges_);
   for (int i = 0; !finite && i < unchecked_; ++i) {
@@ -244,7 +244,7 @@ AUVXWriter::OddValues AUVXWriter::oddValues() {
   return odd_;
 }
 
-// The number of records is settled, and with it the place of the tables.
+// From here on the number of records is fixed, and with it the place of the tables.
 AResult AUVXWriter::EndRecords() {
   AUVXFile& uvx = output_->uvx;
   TakePending();
@@ -253,7 +253,7 @@ AResult AUVXWriter::EndRecords() {
   return EndHeader(uvx.GetPos());
 }
 
-// Write the header, which has to tell where the records end.
+// Write the header, whose number of records must agree with where they end.
 AResult AUVXWriter::EndHeader(int64 recordsEnd) {
   if (AResult result = WriteHeader(); !result) return result;
   const AUVXFile& uvx = output_->uvx;
@@ -300,7 +300,7 @@ AResult AUVXWriter::AddProvenance(const AUVXHeaderCards& cards) {
   return AddTable(*std::unique_ptr<AUVXTable>(integrations_.ToUVXTable()));
 }
 
-// All but the name.
+// Do everything but give the file its name.
 AResult AUVXWriter::Complete() {
   if (!output_) return Why();
   AResult result = tablesEnd_ == 0 ? EndRecords() : EndHeader(output_->uvx.TableDirectoryOffset());

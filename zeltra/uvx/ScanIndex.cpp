@@ -13,15 +13,15 @@ namespace {
 
 // Rows that are added to the table at a time.
 constexpr size_t kRowsAtATime = 4096;
-// A gap has to be longer than this, seconds, and than so many median spacings, to end a scan.
+// To end a scan, a gap must be longer than this, in seconds, and than this many median spacings.
 constexpr double kLeastGap = 60;
 constexpr double kSpacingsInAGap = 8;
 static_assert(kSpacingsInAGap * SpacingCount::kShortest <= kLeastGap);
-// Bins of all sources and setups together, which are some MiB.
+// Bins of all sources and setups together, which take some MiB.
 constexpr int kMostBins = 1 << 19;
 constexpr int kBinsInAnOctave = 64;
 
-// Bins without a library function that systems may round differently.
+// Computed without library functions, which systems may round differently.
 int BinOf(double seconds) {
   if (seconds <= SpacingCount::kShortest) return 0;
   int octave = 0;
@@ -118,8 +118,8 @@ void ScanIndex::EndScan(int end) {
   if (last_.size() < kRowsAtATime) return;
   Settle();
   if (index_.rows() < AUVXWriter::kMostScans) return;
-  // Joined for good by the spacings so far, so that many gaps alone do not fill the table. Where that does not make
-  // much room, it would be done again and again.
+  // Rows are joined for good by the spacings so far, so that many gaps alone do not fill the table. If that frees
+  // little room, the table counts as full, or it would be done again and again.
   Join();
   isFull_ = index_.rows() > AUVXWriter::kMostScans / 2;
 }
@@ -143,7 +143,7 @@ double ScanIndex::MedianOf(int stream) const {
   return place == spacings_.end() ? 0 : place->second.Median();
 }
 
-// Join rows in their place. While rows are joined, their times are in double precision.
+// Join rows in place. While rows are joined, their times are in double precision.
 void ScanIndex::Join() {
   if (gaps_.empty()) return;
   std::unordered_map<int, double> medians;
