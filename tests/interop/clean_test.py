@@ -3,6 +3,7 @@
 usage: clean_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
 """
 # SPDX-License-Identifier: MIT
+import json
 import os
 import shutil
 import subprocess
@@ -11,6 +12,7 @@ import unittest
 # First of all: it skips the test where astropy is missing.
 from command import SHARED, Case, contents, run, zeltra
 import numpy as np
+import uvx
 from astropy.io import fits
 from astropy.wcs import WCS
 from scipy.ndimage import binary_dilation
@@ -76,6 +78,43 @@ class Published(Case):
                 self.assertLess(chi2[1], 1.01 * chi2[0])
                 far = binary_dilation(theirs > 10 * np.median(np.abs(theirs)) / 0.6745, iterations=40)
                 self.assertLess(ours[~far].std(), 1.1 * theirs[~far].std())
+
+
+def scrambled(records):
+    """Turn the phases of every antenna at every time by up to 60 degrees."""
+    group = records["group"]
+    stamp = np.unique(np.round(group["time"] * 86400, 1), return_inverse=True)[1]
+    phases = np.deg2rad(np.random.default_rng(4).uniform(-60, 60, (stamp.max() + 1, 256)))
+    turn = np.exp(1j * (phases[stamp, group["ant1"]] - phases[stamp, group["ant2"]]))[:, None, None, None]
+    value = turn * (records["vis"][..., 0].astype("f8") + 1j * records["vis"][..., 1])
+    records["vis"][..., 0], records["vis"][..., 1] = value.real, value.imag
+
+
+class SelfCalibration(Case):
+    def test_scrambled_phases_come_back(self):
+        known = self.simulated("--integration", "120")
+        grid = ["--source", "3C273", "--size", "128", "--cell", "0.15", "--stop", "2sigma", "-f"]
+        zeltra("clean", known, self.path("known.fits"), *grid)
+        uvx.edited(known, self.path("wrong.uvx"), scrambled)
+        rounds = json.loads(zeltra("selfcal", self.path("wrong.uvx"), self.path("out.uvx"), "--loop", "p,p,p", "--image",
+                                   self.path("out.fits"), *grid, "--json"))
+        self.assertEqual([r["step"] for r in rounds], ["", "p", "p", "p"])
+        peaks = [image(self.path(name))[0].max() for name in ("known.fits", "out.fits")]
+        self.assertAlmostEqual(peaks[1] / peaks[0], 1, delta=0.02)
+        self.assertLess(rounds[0]["peak"], 0.85 * peaks[0])
+        for name in ("chi2", "closure_chi2", "rms"):
+            values = [r[name] for r in rounds]
+            self.assertEqual(values, sorted(values, reverse=True))
+        # The records of the other source are not left half-calibrated beside those of this one.
+        self.assertEqual(len(set(uvx.File(self.path("out.uvx")).records["group"]["source"])), 1)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["known.fits", "out.fits", "out.uvx", "sim.uvx", "wrong.uvx"])
+
+    def test_a_wrong_model_is_told_by_closures(self):
+        """A double source seen as a point: antenna gains cannot hide that."""
+        self.simulated("--integration", "120", "--noise", "0")
+        done = run("selfcal", self.path("sim.uvx"), self.path("out.uvx"), "--source", "3C273", "--loop", "p", "--box=0,0,0,0",
+                   "--size", "128", "--cell", "0.15", "--json")
+        self.assertGreater(json.loads(done.stdout)[0]["closure_chi2"], 100)
 
 
 class Clean(Case):

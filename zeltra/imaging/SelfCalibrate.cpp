@@ -49,7 +49,7 @@ struct Stage {
 
 // Whether a selection leaves out records or values of records.
 bool IsPart(const UVXSelection& selection) {
-  return !selection.sources.empty() || selection.freqSel || !selection.scans.empty() || !selection.antennas.empty() ||
+  return !selection.sources.empty() || selection.setup || !selection.scans.empty() || !selection.antennas.empty() ||
          !selection.baselines.empty() || selection.start || selection.stop || !selection.IFs.empty() ||
          !selection.channels.empty();
 }

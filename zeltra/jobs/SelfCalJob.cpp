@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/jobs/SelfCalJob.h"
 
+#include "zeltra/core/Text.h"
 #include "zeltra/jobs/ImageText.h"
 #include "zeltra/jobs/JobInput.h"
 #include "zeltra/jobs/JobsInternal.h"
@@ -9,7 +10,8 @@
 namespace zeltra {
 namespace {
 
-void DeliverRound(const SelfCalRound& round, ATableSink& table) {
+void DeliverRound(const SelfCalRound& round, bool isForPeople, ATableSink& table) {
+  constexpr int kDigits = 5;  // for people
   table.Integer(round.number);
   table.Text(round.step);
   table.Integer(round.solved);
@@ -17,7 +19,7 @@ void DeliverRound(const SelfCalRound& round, ATableSink& table) {
   const double count = 2 * static_cast<double>(round.visibilities);
   for (const double number :
        {round.chi2 / count, round.flux, round.peak, round.rms, round.dynamicRange, round.closures.Reduced()}) {
-    table.Real(static_cast<float>(number));
+    table.Real(isForPeople ? ParseNumber(RoundedNumber(number, kDigits)) : number);
   }
   table.Integer(round.closures.closures);
   table.EndRow();
@@ -40,7 +42,7 @@ AResult CalibrateItself(const AJobFiles& files, const SelfCalOptions& options, c
   AUVXInput input;
   if (AResult result = OpenInput(input, files.from(), options.selection, options, host); !result) return result;
   ATableSink& table = host.BeginTable(SelfCalDescription().columns);
-  const auto tell = [&table](const SelfCalRound& round) { DeliverRound(round, table); };
+  const auto tell = [&](const SelfCalRound& round) { DeliverRound(round, host.IsForPeople(), table); };
   const auto drawLast = [&](const CleanImage& last, std::string& picture) {
     return draw ? draw(last, &last.components, names.picture, picture) : AResult::Ok();
   };
