@@ -3,6 +3,8 @@
 
 #include <cstdio>
 
+#include "apps/zeltra/Gunzip.h"
+#include "zeltra/core/Text.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra::app {
@@ -43,16 +45,6 @@ void Session::Prepare(JobOptions& job) {
   job.cancel = &cancelled;
 }
 
-JobOptions Session::Options() {
-  JobOptions job;
-  Prepare(job);
-  return job;
-}
-
-bool Session::IsCancelled() const {
-  return IsSet(&cancelled);
-}
-
 void Session::Note(const std::string& sentence) {
   progress_.Clear();
   if (!options.quiet) std::fprintf(stderr, "zeltra: note: %s\n", Printable(sentence).c_str());
@@ -61,6 +53,19 @@ void Session::Note(const std::string& sentence) {
 void Session::Report(const std::string& sentence) {
   progress_.Clear();
   if (!options.quiet) std::fprintf(stderr, "zeltra: %s\n", Printable(sentence).c_str());
+}
+
+ATableSink& Session::BeginTable(std::vector<AJobColumn> columns) {
+  return table_.emplace(out_, format, PrintedColumns(columns, format));
+}
+
+AResult Session::Text(std::string_view text) {
+  out_.Append(text);
+  return out_.good() ? AResult::Ok() : out_.Flush();
+}
+
+AResult Session::OpenInput(const std::string& path, const JobOptions& job, std::unique_ptr<AInputFile>& plain) {
+  return Gunzip(path, job, plain);
 }
 
 int Session::Finish() {

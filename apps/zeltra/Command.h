@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "zeltra/core/AResult.h"
 #include "zeltra/core/JobDescription.h"
 #include "zeltra/core/JobOptions.h"
+#include "zeltra/jobs/JobHost.h"
 
 namespace zeltra::app {
 
@@ -26,15 +28,16 @@ struct ToolOptions : JobOptions {
 };
 const AJobDescription& ToolDescription();
 
-/// One run of the tool. A command is one source file with one function, declared below and called in main.cpp, which
-/// adds what the description of its job contains:
+/// One run of the tool, as jobs see it. Most commands are a job of the library, added by AddJob. A command that does
+/// more, or has no job, is one source file with one function, declared below and called in main.cpp, which adds what a
+/// description contains:
 ///
-///     void AddCopyCommand(CLI::App& app, Session& session) {
+///     void AddPlotCommand(CLI::App& app, Session& session) {
 ///       auto arguments = std::make_shared<Arguments>();
-///       AddCommand(app, session, CopyDescription(), {arguments->options, {&arguments->from, &arguments->to}},
-///                  [arguments, &session] { return Copy(*arguments, session); });
+///       AddCommand(app, session, PlotDescription(), {arguments->options, {&arguments->from, &arguments->to}},
+///                  [arguments, &session] { return Plot(*arguments, session); });
 ///     }
-class Session {
+class Session : public AJobHost {
  public:
   /// Let Ctrl-C and other signals ask the running job to stop; a second one ends the process at once.
   Session();
@@ -48,23 +51,30 @@ class Session {
 
   /// Connect a job to the progress bar and to cancellation by signals.
   void Prepare(JobOptions& options);
-  /// Options for a job that has none of its own.
-  JobOptions Options();
-  bool IsCancelled() const;
 
   /// Print something that does not end the command, unless the tool is to be quiet.
-  void Note(const std::string& sentence);
+  void Note(const std::string& sentence) override;
   /// Print that the command succeeded, unless the tool is to be quiet.
-  void Report(const std::string& sentence);
+  void Report(const std::string& sentence) override;
+  ATableSink& BeginTable(std::vector<AJobColumn> columns) override;
+  bool IsForPeople() const override { return format == TableFormat::Text; }
+  AResult Text(std::string_view text) override;
+  /// Write what has been printed. @return a failure if it is not accepted
+  AResult FlushOutput() { return out_.Flush(); }
+  /// Decompress a file that is compressed with gzip.
+  AResult OpenInput(const std::string& path, const JobOptions& job, std::unique_ptr<AInputFile>& plain) override;
 
   /// Print how the command ended. @return the exit code
   int Finish();
 
   ToolOptions options;
+  TableFormat format = TableFormat::Text;
 
  private:
   TerminalProgress progress_;
   std::vector<const AJobDescription*> descriptions_;
+  StandardOutput out_;
+  std::optional<TablePrinter> table_;
   AResult result_ = AResult::Ok();
 };
 
@@ -75,10 +85,17 @@ void PrintError(const std::string& sentence);
 struct CommandTargets {
   JobOptions& options;              ///< of the type that the description requires
   std::vector<std::string*> files;  ///< the names of the inputs, then of the outputs
-  TableFormat* format = nullptr;    ///< for a command that prints a table
-  /// Of a command that takes several inputs: their names, then that of the output. `files` is empty then.
+  bool hasTable = false;            ///< whether the command prints a table, in the format of the session
+  /// Of a command that takes several inputs: their names, then that of the output. `files` does not
+  /// count then.
   std::vector<std::string>* list = nullptr;
 };
+
+/// Add a job of the library, with the progress, notes and results of a session.
+void AddJob(CLI::App& app, Session& session, const AJob& job);
+
+/// The targets of a command whose files are an AJobFiles, which gets room for them.
+CommandTargets TargetsOf(const AJobDescription& description, JobOptions& options, AJobFiles& files);
 
 /// Add a command with the arguments, options and help of a description. A table gets --csv and --json; a job that makes
 /// either a table or a file makes the file if it is named.
@@ -89,37 +106,14 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
 /// Add only the options.
 void AddOptions(CLI::App& command, const AJobDescription& description, JobOptions& options);
 
-/// The first columns of a description; times are text if the format is text.
-/// @param count  how many; negative: all
-std::vector<PrintedColumn> PrintedColumns(const AJobDescription& description, TableFormat format, int count = -1);
-
-void AddApplyCommand(CLI::App& app, Session& session);
-void AddAverageCommand(CLI::App& app, Session& session);
 void AddCleanCommand(CLI::App& app, Session& session);
-void AddClosureCommand(CLI::App& app, Session& session);
-void AddCopyCommand(CLI::App& app, Session& session);
-void AddExportCommand(CLI::App& app, Session& session);
-void AddFrequencyCommands(CLI::App& app, Session& session);
-void AddFlagCommand(CLI::App& app, Session& session);
 void AddGainsCommand(CLI::App& app, Session& session);
 void AddImageCommand(CLI::App& app, Session& session);
-void AddImportCommand(CLI::App& app, Session& session);
 void AddInfoCommand(CLI::App& app, Session& session);
-void AddJoinCommand(CLI::App& app, Session& session);
-void AddLoopsCommand(CLI::App& app, Session& session);
 void AddManualCommand(CLI::App& app, Session& session);
-void AddPlanCommand(CLI::App& app, Session& session);
 void AddPlotCommand(CLI::App& app, Session& session);
-void AddRecordsCommand(CLI::App& app, Session& session);
 void AddRegisterCommand(CLI::App& app, Session& session);
 void AddSelfCalCommand(CLI::App& app, Session& session);
-void AddShiftCommand(CLI::App& app, Session& session);
-void AddSimulateCommand(CLI::App& app, Session& session);
-void AddSolveCommand(CLI::App& app, Session& session);
-void AddSortCommand(CLI::App& app, Session& session);
-void AddSplitCommand(CLI::App& app, Session& session);
-void AddTableCommand(CLI::App& app, Session& session);
-void AddUVWCommand(CLI::App& app, Session& session);
 
 }  // namespace zeltra::app
 

@@ -113,7 +113,7 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
                 std::function<AResult()> run) {
   CLI::App& command = *app.add_subcommand(description.name, description.summary);
   command.footer(Footer(description));
-  assert(targets.list || targets.files.size() == description.inputs.size() + description.outputs.size());
+  assert(targets.files.size() == description.inputs.size() + description.outputs.size());
   if (targets.list) AddFileList(command, description, *targets.list);
   auto path = targets.files.begin();
   // Arguments without names come in the order in which they are typed: inputs, what to do with them, outputs.
@@ -124,8 +124,8 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
   for (const AJobFile& file : description.outputs) {
     if (!targets.list) AddFile(command, file, **path++);
   }
-  if (targets.format) {
-    AddFormat(command, *targets.format);
+  if (targets.hasTable) {
+    AddFormat(command, session.format);
     // A job that must have an output prints its table beside it.
     const bool isBeside = std::any_of(description.outputs.begin(), description.outputs.end(),
                                       [](const AJobFile& file) { return file.isRequired(); });
@@ -136,17 +136,37 @@ void AddCommand(CLI::App& app, Session& session, const AJobDescription& descript
   session.Describe(description);
   session.OnRun(command, [&session, &options = targets.options, run = std::move(run)] {
     session.Prepare(options);
-    return run();
+    AResult result = run();
+    if (result.code() == AResult::Misused) throw CLI::ValidationError(result.message());
+    return result ? session.FlushOutput() : result;
   });
 }
 
-std::vector<PrintedColumn> PrintedColumns(const AJobDescription& description, TableFormat format, int count) {
-  std::vector<PrintedColumn> columns;
-  for (const AJobColumn& column : description.columns) {
-    if (count >= 0 && columns.size() == static_cast<size_t>(count)) break;
-    columns.push_back({column.name, format == TableFormat::Text && column.unit == "JD"});
+CommandTargets TargetsOf(const AJobDescription& description, JobOptions& options, AJobFiles& files) {
+  files.inputs.resize(description.inputs.size());
+  files.outputs.resize(description.outputs.size());
+  CommandTargets targets{options, {}};
+  for (auto* list : {&files.inputs, &files.outputs}) {
+    for (std::string& path : *list) targets.files.push_back(&path);
   }
-  return columns;
+  return targets;
+}
+
+void AddJob(CLI::App& app, Session& session, const AJob& job) {
+  const AJobDescription& description = job.description();
+  auto files = std::make_shared<AJobFiles>();
+  std::shared_ptr<JobOptions> options = description.makeOptions();
+  CommandTargets targets = TargetsOf(description, *options, *files);
+  targets.hasTable = job.hasTable;
+  const bool isList = !description.inputs.empty() && description.inputs.front().isList;
+  if (isList) targets.list = &files->inputs;
+  AddCommand(app, session, description, targets, [files, options, isList, run = job.run, &session] {
+    if (isList) {
+      files->outputs = {files->inputs.back()};
+      files->inputs.pop_back();
+    }
+    return run(*files, *options, session);
+  });
 }
 
 }  // namespace zeltra::app

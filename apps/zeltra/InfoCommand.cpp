@@ -4,188 +4,22 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/UVXInput.h"
 #include "zeltra/core/Dates.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
-#include "zeltra/ops/AUVXContents.h"
-#include "zeltra/ops/AUVXFluxes.h"
-#include "zeltra/ops/SharedOptionsInternal.h"
+#include "zeltra/jobs/InfoJob.h"
 
 namespace zeltra::app {
 namespace {
 
-using nlohmann::ordered_json;
-
 // The most lines in a section of the page.
 constexpr int kMostLines = 40;
-// Up to this many scans JSON gives their records' own times, reading two records for each; above it, those of the
-// index.
-constexpr int kMostTimedScans = 100000;
-
-struct Arguments : JobOptions {
-  std::string path;
-  bool json = false;
-  bool baselines = false;
-  UVXSelection selection;
-};
 
 template <int size>
 std::string HeaderText(const char (&field)[size]) {
   return FieldText(field, size);
-}
-
-ordered_json RangesAsJSON(AUVXMinMax range) {
-  const auto pair = [](const TMnMx& r) { return ordered_json{double{r.minimum}, double{r.maximum}}; };
-  return {{"u", pair(range.u())},          {"v", pair(range.v())},   {"w", pair(range.w())},
-          {"time", pair(range.time())},    {"re", pair(range.re())}, {"im", pair(range.im())},
-          {"weight", pair(range.weight())}};
-}
-
-ordered_json TablesAsJSON(const AUVXContents& contents) {
-  ordered_json list = ordered_json::array();
-  for (const UVXTableSummary& table : contents.tables()) {
-    list.push_back({{"code", table.code},
-                    {"id", table.id},
-                    {"name", table.name},
-                    {"rows", table.rows},
-                    {"columns", table.columns},
-                    {"row_bytes", table.rowBytes},
-                    {"bytes", table.bytes},
-                    {"offset", table.offset}});
-  }
-  return list;
-}
-
-// If a file has no antenna table, its antennas appear only in its list of baselines.
-int ListedAntennas(const AUVXContents& contents) {
-  return contents.HasAntennaTable() ? contents.antennas().count() : 0;
-}
-
-ordered_json AntennasAsJSON(const AUVXContents& contents) {
-  ordered_json list = ordered_json::array();
-  for (int i = 0; i < ListedAntennas(contents); ++i) {
-    const AUVXTlscItem& antenna = contents.antennas()(i);
-    list.push_back(
-        {{"id", antenna.id}, {"name", antenna.Name()}, {"x", antenna.x}, {"y", antenna.y}, {"z", antenna.z}});
-  }
-  return list;
-}
-
-ordered_json SourcesAsJSON(const AUVXContents& contents) {
-  ordered_json list = ordered_json::array();
-  for (int i = 0; i < contents.sources().count(); ++i) {
-    const AUVXSourceItem& source = contents.sources()(i);
-    list.push_back({{"id", source.id},
-                    {"name", source.Name()},
-                    {"epoch", source.epoch},
-                    {"ra_app", source.raApp},
-                    {"dec_app", source.decApp},
-                    {"ra_epoch", source.raEpoch},
-                    {"dec_epoch", source.decEpoch}});
-  }
-  return list;
-}
-
-ordered_json ScansAsJSON(const AUVXContents& contents, const std::vector<AUVXPositionItem>& timed) {
-  ordered_json list = ordered_json::array();
-  for (int i = 0; i < contents.scans().count(); ++i) {
-    const AUVXPositionItem& scan = timed.empty() ? contents.scans()(i) : timed[static_cast<size_t>(i)];
-    list.push_back({{"source_id", scan.sourceId},
-                    {"freq_id", scan.freqId},
-                    {"subarray", scan.subarray},
-                    {"start_s", scan.start},
-                    {"duration_s", scan.duration},
-                    {"first", scan.startVis},
-                    {"last", scan.endVis}});
-  }
-  return list;
-}
-
-ordered_json SetupsAsJSON(const AUVXContents& contents) {
-  const AUVXFqTbl& setups = contents.setups();
-  ordered_json list = ordered_json::array();
-  for (int row = 0; row < setups.GetFreqSels(); ++row) {
-    ordered_json ifs = ordered_json::array();
-    for (int i = 0; i < setups.GetIFs(); ++i) {
-      ifs.push_back({{"start_hz", setups.GetStartIFFq(i, row)}, {"delta_hz", setups.GetDeltaIFFq(i, row)}});
-    }
-    list.push_back({{"setup", setups.GetFreqSelID(row)}, {"ifs", ifs}});
-  }
-  return list;
-}
-
-ordered_json BaselinesAsJSON(const AUVXContents& contents, const AUVXFluxes& fluxes) {
-  ordered_json list = ordered_json::array();
-  for (int i = 0; i < fluxes.baselines().count(); ++i) {
-    const AUVXBaseLineItem& baseline = fluxes.baselines()(i);
-    ordered_json polarisations = ordered_json::array();
-    for (int s = 0; s < fluxes.stokes(); ++s) {
-      const AUVXFluxItem& flux = fluxes(i, s);
-      polarisations.push_back({{"stokes", contents.polarisations()[static_cast<size_t>(s)]},
-                               {"values", flux.count},
-                               {"mean", flux.mean},
-                               {"scatter", flux.scatter}});
-    }
-    list.push_back({{"source", int{baseline.source}},
-                    {"ant1", static_cast<uint8_t>(baseline.tlsc1)},
-                    {"ant2", static_cast<uint8_t>(baseline.tlsc2)},
-                    {"flagged", baseline.flag != 0},
-                    {"polarisations", polarisations}});
-  }
-  return list;
-}
-
-// The first scans, with the times of their records.
-AResult TimeScans(UVXInput& input, int most, std::vector<AUVXPositionItem>& timed) {
-  const AUVXContents& contents = input.contents();
-  AResult result = AResult::Ok();
-  for (int i = 0; i < std::min(contents.scans().count(), most) && result; ++i) {
-    timed.push_back(contents.scans()(i));
-    result = contents.ReadTimes(input, timed.back());
-  }
-  return result;
-}
-
-// Numbers that are not finite become null.
-// @param scans   with the times of their records; empty: those of the index
-// @param fluxes  null if there are no statistics of the baselines
-std::string InfoAsJSON(const AUVXContents& contents, const AUVXFile& uvx, const std::vector<AUVXPositionItem>& scans,
-                       const AUVXFluxes* fluxes) {
-  const AUVXHeader& header = contents.header();
-  const AUVXAntenns& antennas = contents.antennas();
-  const double dateObs = header.info.dateObs;
-  const std::string date = DateText(dateObs);
-  ordered_json codes = ordered_json::array();
-  for (int i = 0; i < header.stokes.count(); ++i) codes.push_back(int{header.stokes(i)});
-
-  ordered_json info;
-  info["records"] = uvx.count();
-  info["stokes"] = codes;
-  info["stokes_names"] = contents.polarisations();
-  info["ifs"] = std::max(uvx.IFs(), 1);
-  info["channels"] = uvx.channels();
-  info["freq0_hz"] = uvx.freq0();
-  info["epoch"] = double{header.info.epoch};
-  info["date_obs"] = date.empty() ? ordered_json(nullptr) : ordered_json(date);
-  info["date_obs_jd"] = dateObs;
-  info["bunit"] = HeaderText(header.info.bunit);
-  info["observer"] = HeaderText(header.info.observer);
-  info["telescope"] = HeaderText(header.info.telescope);
-  info["record_bytes"] = uvx.recSize();
-  info["data_offset"] = uvx.DataOffset();
-  info["ranges"] = RangesAsJSON(header.range);
-  info["tables"] = TablesAsJSON(contents);
-  info["antennas"] = AntennasAsJSON(contents);
-  info["array_center"] = {antennas.ArrayX(), antennas.ArrayY(), antennas.ArrayZ()};
-  info["sources"] = SourcesAsJSON(contents);
-  info["scans"] = ScansAsJSON(contents, scans);
-  info["frequencies"] = SetupsAsJSON(contents);
-  if (fluxes) info["baselines"] = BaselinesAsJSON(contents, *fluxes);
-  return info.dump(2, ' ', true, ordered_json::error_handler_t::replace) + "\n";
 }
 
 // The page, section by section.
@@ -395,7 +229,7 @@ void Page::EndSection(TablePrinter& printer, int lines, const char* code) {
     out_.Append("  none\n");
     return;
   }
-  printer.Finish();
+  printer.End();
   if (*code && lines > kMostLines) {
     out_.Append("  and " + std::to_string(lines - kMostLines) + " more: zeltra table FILE " + code + "\n");
   }
@@ -406,57 +240,25 @@ std::string Page::SourceName(int id) {
   return name.empty() ? "source " + std::to_string(id) : name;
 }
 
-AResult Info(const Arguments& arguments, Session& session) {
-  UVXInput input;
-  if (AResult result = input.Open(arguments.path, arguments.selection, session); !result) return result;
-  const AUVXContents& contents = input.contents();
-  if (AResult result = input.Check(); !result) return result;
-  for (const std::string& remark : contents.Remarks()) session.Note(remark);
-  AUVXFluxes fluxes;
-  if (arguments.baselines) {
-    const JobOptions options = session.Options();
-    SendProgressText(options.progress, "Measuring baselines...");
-    if (AResult result = fluxes.Create(input, arguments.selection, options); !result) return result;
-  }
-  const bool isIndexTimed = arguments.json && contents.scans().count() > kMostTimedScans;
-  if (isIndexTimed) session.Note("there are many scans, so their times are those of the index");
-  std::vector<AUVXPositionItem> scans;
-  const int most = isIndexTimed ? 0 : arguments.json ? kMostTimedScans : kMostLines;
-  if (AResult result = TimeScans(input, most, scans); !result) return result;
+AResult Info(const AJobFiles& files, InfoOptions& options, Session& session) {
+  if (options.json) return RunInfo(files, options, session);
+  FileInfo info;
+  if (AResult result = ReadInfo(files.from(), options, session, info); !result) return result;
+  if (AResult result = ReadScans(options, kMostLines, info); !result) return result;
   StandardOutput out;
-  if (arguments.json) {
-    out.Append(InfoAsJSON(contents, input.uvx(), scans, arguments.baselines ? &fluxes : nullptr));
-  } else {
-    Page page(out, contents, input.uvx());
-    page.Print(arguments.path, scans);
-    if (arguments.baselines) page.PrintBaselines(fluxes);
-  }
+  Page page(out, info.input.contents(), info.input.uvx());
+  page.Print(files.from(), info.scans);
+  if (options.baselines) page.PrintBaselines(info.fluxes);
   return out.Flush();
-}
-
-AJobDescription DescribeInfo() {
-  AJobDescriber<Arguments> job("info", "Show what a UVX file contains",
-                               "A page of what the header and the tables say: sources, scans, frequencies, antennas, "
-                               "ranges of values. A selection applies to the records that --baselines reads.");
-  job.Input(UVXInputFile());
-  job.Option(
-      "json", &Arguments::json,
-      "print one JSON object: frequencies in Hz, scans in seconds since 0 h of the date, from their first and last "
-      "records or, where there are more than 100000 scans, from the index, with their records numbered from 1");
-  job.Option("baselines", &Arguments::baselines,
-             "read all records for the mean amplitude, its scatter and the number of valid values of every baseline "
-             "and polarisation");
-  DescribeSelection(job, {.leftOut = kFrequencies | kStokes, .sources = "all"});
-  return job.Finish();
 }
 
 }  // namespace
 
 void AddInfoCommand(CLI::App& app, Session& session) {
-  static const AJobDescription description = DescribeInfo();
-  auto arguments = std::make_shared<Arguments>();
-  AddCommand(app, session, description, {*arguments, {&arguments->path}},
-             [arguments, &session] { return Info(*arguments, session); });
+  auto files = std::make_shared<AJobFiles>();
+  auto options = std::make_shared<InfoOptions>();
+  AddCommand(app, session, InfoDescription(), TargetsOf(InfoDescription(), *options, *files),
+             [files, options, &session] { return Info(*files, *options, session); });
 }
 
 }  // namespace zeltra::app

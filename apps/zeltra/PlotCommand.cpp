@@ -3,10 +3,10 @@
 #include <memory>
 
 #include "apps/zeltra/Command.h"
-#include "apps/zeltra/UVXInput.h"
 #include "apps/zeltra/plot/PictureFile.h"
 #include "apps/zeltra/plot/Plot.h"
 #include "zeltra/core/WriteWholeFile.h"
+#include "zeltra/jobs/JobInput.h"
 #include "zeltra/ops/SharedOptionsInternal.h"
 #include "zeltra/platform/System.h"
 
@@ -30,8 +30,8 @@ AResult Plot(Arguments& arguments, Session& session) {
   if (IsSameFile(to, arguments.from)) return AResult::Fail(to + ": is the file that is read");
   if (AResult result = CheckPicture(to); !result) return result;
   if (options.kind == PlotKind::Closure && options.interval == 0) options.interval = kClosureInterval;
-  UVXInput input;
-  if (AResult result = input.Open(arguments.from, options.selection, session); !result) return result;
+  AUVXInput input;
+  if (AResult result = OpenInput(input, arguments.from, options.selection, options, session); !result) return result;
   std::string picture;
   AResult result = options.kind == PlotKind::Closure ? PlotClosure(input, options, picture)
                                                      : PlotVisibilities(input, options, picture);

@@ -4,8 +4,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <nlohmann/json.hpp>
 
+#include "zeltra/core/Dates.h"
+#include "zeltra/core/JSON.h"
 #include "zeltra/core/Text.h"
 
 namespace zeltra::app {
@@ -24,6 +25,16 @@ std::string CSVText(std::string_view given) {
 }
 
 }  // namespace
+
+std::vector<PrintedColumn> PrintedColumns(const std::vector<AJobColumn>& columns, TableFormat format) {
+  std::vector<PrintedColumn> printed;
+  const bool isForPeople = format == TableFormat::Text;
+  for (const AJobColumn& column : columns) {
+    const bool isText = column.kind == AColumnKind::Text || (column.kind == AColumnKind::Time && isForPeople);
+    printed.push_back({isForPeople && !column.title.empty() ? column.title : column.name, isText});
+  }
+  return printed;
+}
 
 TablePrinter::TablePrinter(StandardOutput& out, TableFormat format, std::vector<PrintedColumn> columns, int indent)
     : out_(out), format_(format), columns_(std::move(columns)), indent_(indent) {
@@ -55,6 +66,20 @@ void TablePrinter::Real(float value) {
   collected_.back().push_back(valToStr(value));
 }
 
+void TablePrinter::Rounded(double value, int digits) {
+  if (format_ != TableFormat::Text) return Real(value);
+  BeginCell();
+  collected_.back().push_back(RoundedNumber(value, digits));
+}
+
+void TablePrinter::RoundedToFloat(double value) {
+  format_ == TableFormat::Text ? Real(static_cast<float>(value)) : Real(value);
+}
+
+void TablePrinter::Time(double julianDate) {
+  format_ == TableFormat::Text ? Text(DateAndTime(julianDate)) : Real(julianDate);
+}
+
 void TablePrinter::Text(std::string_view text) {
   BeginCell();
   switch (format_) {
@@ -84,7 +109,12 @@ void TablePrinter::EndRow() {
   if (format_ == TableFormat::Text && (namesPrinted_ || collected_.size() >= kRowsForWidths)) PrintCollected();
 }
 
-void TablePrinter::Finish() {
+AResult TablePrinter::Finish() {
+  End();
+  return out_.Flush();
+}
+
+void TablePrinter::End() {
   if (format_ == TableFormat::Text) PrintCollected();
   if (format_ == TableFormat::CSV) PrintNames();
   if (format_ == TableFormat::JSON) out_.Append(row_ == 0 ? "[]\n" : "\n]\n");
@@ -160,53 +190,6 @@ void TablePrinter::Exact(Number value) {
   }
   char* to = out_.Room(kLongest);
   out_.Used(std::to_chars(to, to + kLongest, value).ptr);
-}
-
-namespace {
-
-// Bytes of the UTF-8 character that `text` begins with; 1 if it begins with none.
-size_t CharacterBytes(std::string_view text) {
-  const auto byte = static_cast<unsigned char>(text[0]);
-  const size_t bytes = byte >= 0xF0 && byte < 0xF8   ? 4
-                       : byte >= 0xE0 && byte < 0xF0 ? 3
-                       : byte >= 0xC2 && byte < 0xE0 ? 2
-                                                     : 1;
-  for (size_t i = 1; i < bytes; ++i) {
-    if (i >= text.size() || (text[i] & 0xC0) != 0x80) return 1;
-  }
-  return bytes;
-}
-
-bool IsControl(std::string_view character) {
-  const auto first = static_cast<unsigned char>(character[0]);
-  if (character.size() == 1) return first < 0x20 || (first >= 0x7F && first < 0xA0);
-  return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
-}
-
-}  // namespace
-
-std::string Printable(std::string_view text) {
-  std::string printable;
-  while (!text.empty()) {
-    const std::string_view character = text.substr(0, CharacterBytes(text));
-    if (IsControl(character)) {
-      printable += '?';
-    } else {
-      printable += character;
-    }
-    text.remove_prefix(character.size());
-  }
-  return printable;
-}
-
-std::string PlainText(std::string_view text) {
-  std::string plain(text);
-  for (char& c : plain) c = c >= ' ' && c <= '~' ? c : '?';
-  return plain;
-}
-
-std::string JSONString(std::string_view text) {
-  return nlohmann::json(text).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
 }  // namespace zeltra::app

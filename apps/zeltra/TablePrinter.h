@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "apps/zeltra/StandardOutput.h"
+#include "zeltra/jobs/JobHost.h"
 #include "zeltra/platform/Types.h"
 
 namespace zeltra::app {
@@ -19,29 +20,37 @@ struct PrintedColumn {
   std::string name;
   bool isText = false;  ///< aligned to the left
 };
+/// The columns of a job's table, as they are printed.
+std::vector<PrintedColumn> PrintedColumns(const std::vector<AJobColumn>& columns, TableFormat format);
 
 /// Prints a table row by row, cell by cell from left to right, in any of the formats:
 ///   Text  aligned columns for people: numbers rounded to their significant digits
 ///   CSV   a line of names, then one line per row; numbers read back to the same double (32-bit floats as doubles)
 ///   JSON  an array of objects, one per line; numbers as in CSV, null if not finite
 /// Rows are not kept, except the first thousand of a text, which determine the widths of its columns.
-class TablePrinter {
+class TablePrinter : public ATableSink {
  public:
   /// @param indent  blanks before every line of a text
   TablePrinter(StandardOutput& out, TableFormat format, std::vector<PrintedColumn> columns, int indent = 0);
 
-  void Integer(int64 value);
-  void Real(double value);
-  void Real(float value);
+  void Integer(int64 value) override;
+  void Real(double value) override;
+  void Real(float value) override;
+  void Rounded(double value, int digits) override;
+  void RoundedToFloat(double value) override;
+  /// In text, a date and a time of day.
+  void Time(double julianDate) override;
   /// Control characters become question marks, or escapes in JSON; bytes that are not UTF-8 become replacement
   /// characters.
-  void Text(std::string_view text);
+  void Text(std::string_view text) override;
   /// A cell without a value: empty, null in JSON.
-  void Nothing();
-  void EndRow();
+  void Nothing() override;
+  void EndRow() override;
 
+  bool good() const override { return out_.good(); }
   /// Print the rest: the end of the array, or the names of a table without rows.
-  void Finish();
+  void End();
+  AResult Finish() override;
 
  private:
   void BeginCell();
@@ -62,16 +71,6 @@ class TablePrinter {
   std::vector<std::vector<std::string>> collected_;  // text: rows waiting for the widths, the last one incomplete
   std::vector<size_t> widths_;
 };
-
-/// `text` with control characters replaced by question marks, since text from a file must not command a terminal. That
-/// includes 8-bit ones, as single bytes and in UTF-8; all other characters are kept, even bytes that are not UTF-8.
-std::string Printable(std::string_view text);
-
-/// `text` in ASCII, with question marks for everything else: text from a file may contain any bytes.
-std::string PlainText(std::string_view text);
-
-/// `text` as a JSON string with its quotes, in ASCII; bytes that are not UTF-8 become replacement characters.
-std::string JSONString(std::string_view text);
 
 }  // namespace zeltra::app
 

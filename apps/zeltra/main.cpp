@@ -4,11 +4,14 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <map>
 #include <new>
 #include <numeric>
 #include <utility>
 
 #include "apps/zeltra/Command.h"
+#include "zeltra/core/Text.h"
+#include "zeltra/jobs/JobList.h"
 #include "zeltra/platform/System.h"
 
 namespace zeltra::app {
@@ -47,6 +50,25 @@ std::string NoCommand(const CLI::App& app, const std::vector<std::string>& argum
   return "there is no command '" + *word + "'" + (nearest.empty() ? "" : "; did you mean '" + nearest + "'?");
 }
 
+// Add all commands: the jobs, of which some do more here, and what only the command does.
+void AddCommands(CLI::App& app, Session& session) {
+  using Adder = void (*)(CLI::App&, Session&);
+  const std::map<std::string, Adder> own = {{"clean", AddCleanCommand},
+                                            {"selfcal", AddSelfCalCommand},
+                                            {"gains", AddGainsCommand},
+                                            {"image", AddImageCommand},
+                                            {"info", AddInfoCommand}};
+  for (const AJob& job : Jobs()) {
+    const std::string& name = job.description().name;
+    // Plots are listed beside images.
+    if (name == "simulate") AddPlotCommand(app, session);
+    const auto special = own.find(name);
+    special == own.end() ? AddJob(app, session, job) : special->second(app, session);
+  }
+  AddRegisterCommand(app, session);
+  AddManualCommand(app, session);
+}
+
 int Run(std::vector<std::string> arguments) {
   Session session;
   CLI::App app("Radio-interferometry visibility data: import, inspect, average, close, copy, export", "zeltra");
@@ -62,33 +84,7 @@ int Run(std::vector<std::string> arguments) {
     return "zeltra: error: " + Printable(e.what()) + "\nRun '" + name + " --help' for help.\n";
   });
 
-  AddImportCommand(app, session);
-  AddExportCommand(app, session);
-  AddInfoCommand(app, session);
-  AddRecordsCommand(app, session);
-  AddTableCommand(app, session);
-  AddAverageCommand(app, session);
-  AddClosureCommand(app, session);
-  AddLoopsCommand(app, session);
-  AddCopyCommand(app, session);
-  AddSortCommand(app, session);
-  AddSplitCommand(app, session);
-  AddJoinCommand(app, session);
-  AddFrequencyCommands(app, session);
-  AddUVWCommand(app, session);
-  AddFlagCommand(app, session);
-  AddShiftCommand(app, session);
-  AddPlanCommand(app, session);
-  AddGainsCommand(app, session);
-  AddApplyCommand(app, session);
-  AddSolveCommand(app, session);
-  AddImageCommand(app, session);
-  AddCleanCommand(app, session);
-  AddSelfCalCommand(app, session);
-  AddPlotCommand(app, session);
-  AddSimulateCommand(app, session);
-  AddRegisterCommand(app, session);
-  AddManualCommand(app, session);
+  AddCommands(app, session);
 
   if (const std::string sentence = NoCommand(app, arguments); !sentence.empty()) {
     PrintError(sentence);

@@ -44,15 +44,15 @@ AJobDescription DescribeSolve() {
   DescribeSolving(job, [](SolveOptions& o) -> SolveOptions& { return o; });
   job.Threads();
   job.Overwrite();
-  job.Column("antenna", "", "number of the antenna");
-  job.Column("name", "", "its name");
-  job.Column("solved", "", "gains that were found, one for each interval, IF and hand");
-  job.Column("no_data", "", "intervals in which only other IFs or hands have data");
-  job.Column("too_few", "", "too few antennas");
-  job.Column("unconnected", "", "not connected with the antennas that were solved");
-  job.Column("undetermined", "", "amplitudes of antennas without a closed loop of an odd number of baselines");
-  job.Column("low_snr", "", "signal-to-noise ratio below --snr");
-  job.Column("not_converged", "", "not converged");
+  job.IntegerColumn("antenna", "number of the antenna");
+  job.TextColumn("name", "its name");
+  job.IntegerColumn("solved", "gains that were found, one for each interval, IF and hand");
+  job.IntegerColumn("no_data", "intervals in which only other IFs or hands have data");
+  job.IntegerColumn("too_few", "too few antennas");
+  job.IntegerColumn("unconnected", "not connected with the antennas that were solved");
+  job.IntegerColumn("undetermined", "amplitudes of antennas without a closed loop of an odd number of baselines");
+  job.IntegerColumn("low_snr", "signal-to-noise ratio below --snr");
+  job.IntegerColumn("not_converged", "not converged");
   return job.Finish();
 }
 

@@ -12,5 +12,8 @@ AResult AResult::Fail(std::string sentence) {
 AResult AResult::Cancel(std::string sentence) {
   return AResult(Cancelled, std::move(sentence));
 }
+AResult AResult::Misuse(std::string sentence) {
+  return AResult(Misused, std::move(sentence));
+}
 
 }  // namespace zeltra

@@ -14,11 +14,13 @@ namespace zeltra {
 /// (The members are exported one by one: compilers reject [[nodiscard]] together with an export mark on a class.)
 class [[nodiscard]] AResult {
  public:
-  enum Code { Done, Failed, Cancelled };
+  enum Code { Done, Failed, Cancelled, Misused };
 
   ZELTRA_API static AResult Ok();
   ZELTRA_API static AResult Fail(std::string sentence);
   ZELTRA_API static AResult Cancel(std::string sentence);
+  /// The job was called wrongly: an option contradicts another one, or something is not named.
+  ZELTRA_API static AResult Misuse(std::string sentence);
 
   explicit operator bool() const { return code_ == Done; }
   Code code() const { return code_; }

@@ -121,6 +121,7 @@ struct ZELTRA_API AJobFile {
   bool isOptional = false;  ///< given without an option, but may be left out
   bool isNeeded = false;    ///< given by an option, but must be named, beside the table if the job prints one
   bool isList = false;      ///< several of them follow each other
+  bool isPicture = false;   ///< drawn by the command, not by the library
 
   bool isWord() const { return option.empty(); }
   /// A file without an option must normally be named.
@@ -129,11 +130,16 @@ struct ZELTRA_API AJobFile {
   AResult Check(const std::string& path) const;
 };
 
+/// The type of a column's cells. Times are Julian dates.
+enum class AColumnKind { Integer, Real, Text, Time };
+
 /// A column of the table that a job produces.
 struct AJobColumn {
   std::string name;  ///< capitals stand for numbers: "re_IF_CHANNEL_POLARISATION" is several columns
   std::string unit;
   std::string help;
+  AColumnKind kind = AColumnKind::Real;
+  std::string title = {};  ///< what people see in place of the name; empty: the name
 };
 
 struct ZELTRA_API AJobDescription {
@@ -173,8 +179,16 @@ class AJobDescriber {
 
   void Input(AJobFile file) { job_.inputs.push_back(std::move(file)); }
   void Output(AJobFile file) { job_.outputs.push_back(std::move(file)); }
+  /// A column of real numbers, or of times if the unit is JD.
   void Column(std::string name, std::string unit, std::string help) {
-    job_.columns.push_back({std::move(name), std::move(unit), std::move(help)});
+    const AColumnKind kind = unit == "JD" ? AColumnKind::Time : AColumnKind::Real;
+    job_.columns.push_back({std::move(name), std::move(unit), std::move(help), kind});
+  }
+  void IntegerColumn(std::string name, std::string help) {
+    job_.columns.push_back({std::move(name), "", std::move(help), AColumnKind::Integer});
+  }
+  void TextColumn(std::string name, std::string help) {
+    job_.columns.push_back({std::move(name), "", std::move(help), AColumnKind::Text});
   }
 
   /// @param access  a pointer to a member of `Options`, or a function from Options& to a reference

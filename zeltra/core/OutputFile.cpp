@@ -69,13 +69,18 @@ int CheckedFile::Close() {
 }
 
 bool CheckedFile::Sync() {
-  if (good_ && sync_) Note(platform::SyncDescriptor(descriptor()));
+  if (good_ && sync_ && cancel_) {
+    Note(platform::SyncDescriptorUnless(descriptor(), [this] { return IsSet(cancel_); }));
+  } else if (good_ && sync_) {
+    Note(platform::SyncDescriptor(descriptor()));
+  }
   return good_;
 }
 
-void CheckedFile::AtClose(int permissions, bool sync) {
+void CheckedFile::AtClose(int permissions, bool sync, const ACancelFlag* cancel) {
   permissions_ = permissions;
   sync_ = sync;
+  cancel_ = cancel;
   // Until then only the owner may read it, since in the end perhaps not everybody may.
   if (permissions >= 0) platform::SetPermissions(descriptor(), platform::kOwnerOnly);
 }
@@ -96,6 +101,7 @@ AResult OutputFile::Create(const std::string& path, const JobOptions& options, c
   target_ = platform::LinkTarget(path);
   overwrite_ = options.overwrite;
   sync_ = options.sync;
+  cancel_ = options.cancel;
   const platform::FileKind kind = platform::KindOf(target_);
   if (kind == platform::FileKind::Unknown) return WriteError(errno);
   if (kind == platform::FileKind::Other) return AResult::Fail(path + ": is not a regular file and is not replaced");
@@ -107,12 +113,14 @@ AResult OutputFile::Create(const std::string& path, const JobOptions& options, c
     return AResult::Fail(path + ": cannot be created: " + ReasonOf(errno));
   }
   temporary_ = temporary;
-  file_.AtClose(isThere ? platform::PermissionsOf(target_) : -1, sync_);
+  file_.AtClose(isThere ? platform::PermissionsOf(target_) : -1, sync_, cancel_);
   return AResult::Ok();
 }
 
 AResult OutputFile::Sync() {
-  return file_.Sync() ? AResult::Ok() : WriteError();
+  const bool isSettled = file_.Sync();
+  if (IsSet(cancel_)) return Cancelled();
+  return isSettled ? AResult::Ok() : WriteError();
 }
 
 AResult OutputFile::Commit() {
@@ -122,6 +130,7 @@ AResult OutputFile::Commit() {
 
 AResult OutputFile::Complete() {
   file_.Close();
+  if (IsSet(cancel_)) return Cancelled();
   return file_.good() ? AResult::Ok() : WriteError();
 }
 
@@ -134,6 +143,10 @@ AResult OutputFile::Publish() {
   temporary_.clear();
   if (!sync_ || platform::SyncFolderOf(target_)) return AResult::Ok();
   return AResult::Fail(path_ + ": is complete, but its name cannot be written into its folder: " + ReasonOf(errno));
+}
+
+AResult OutputFile::Cancelled() const {
+  return AResult::Cancel(path_ + ": cancelled before it was complete");
 }
 
 AResult OutputFile::WriteError() const {

@@ -30,7 +30,8 @@ class CheckedFile : public AFile {
   int Close() override;
   /// @param permissions  for the file, -1 to leave them as they are
   /// @param sync         whether Sync and Close wait until the disk holds the file
-  void AtClose(int permissions, bool sync);
+  /// @param cancel       a flag that ends the wait, which then counts as failed
+  void AtClose(int permissions, bool sync, const ACancelFlag* cancel = nullptr);
   bool good() const { return good_; }
   /// Why a file is not good, as in errno; 0 if the system does not say.
   int error() const { return error_; }
@@ -41,6 +42,7 @@ class CheckedFile : public AFile {
   bool good_ = true;
   int error_ = 0;
   bool sync_ = false;
+  const ACancelFlag* cancel_ = nullptr;
   int permissions_ = -1;
 };
 
@@ -55,7 +57,8 @@ class OutputFile {
   ~OutputFile();
 
   /// Create the temporary file.
-  /// @param options  whether the file may replace one, and whether it is synchronised with the disk
+  /// @param options  whether the file may replace one, and whether it is synchronised with the disk; the cancel flag
+  ///                 counts until the file is complete
   /// @param input    the file that the job reads, which is never replaced
   /// @return a failure if `path` exists and may not be replaced, or cannot be written
   AResult Create(const std::string& path, const JobOptions& options, const std::string& input = {});
@@ -82,12 +85,15 @@ class OutputFile {
   AResult WriteError(int error) const;
 
  private:
+  AResult Cancelled() const;
+
   CheckedFile file_;
   std::string path_;
   std::string target_;  // where `path_` leads
   std::string temporary_;
   bool overwrite_ = false;
   bool sync_ = false;
+  const ACancelFlag* cancel_ = nullptr;
 };
 
 }  // namespace zeltra

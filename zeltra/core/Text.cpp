@@ -103,4 +103,47 @@ void SetFieldText(char* field, int width, std::string_view text) {
   std::memcpy(field, text.data(), length);
 }
 
+namespace {
+
+// Bytes of the UTF-8 character that `text` begins with; 1 if it begins with none.
+size_t CharacterBytes(std::string_view text) {
+  const auto byte = static_cast<unsigned char>(text[0]);
+  const size_t bytes = byte >= 0xF0 && byte < 0xF8   ? 4
+                       : byte >= 0xE0 && byte < 0xF0 ? 3
+                       : byte >= 0xC2 && byte < 0xE0 ? 2
+                                                     : 1;
+  for (size_t i = 1; i < bytes; ++i) {
+    if (i >= text.size() || (text[i] & 0xC0) != 0x80) return 1;
+  }
+  return bytes;
+}
+
+bool IsControl(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character[0]);
+  if (character.size() == 1) return first < 0x20 || (first >= 0x7F && first < 0xA0);
+  return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+}
+
+}  // namespace
+
+std::string Printable(std::string_view text) {
+  std::string printable;
+  while (!text.empty()) {
+    const std::string_view character = text.substr(0, CharacterBytes(text));
+    if (IsControl(character)) {
+      printable += '?';
+    } else {
+      printable += character;
+    }
+    text.remove_prefix(character.size());
+  }
+  return printable;
+}
+
+std::string PlainText(std::string_view text) {
+  std::string plain(text);
+  for (char& c : plain) c = c >= ' ' && c <= '~' ? c : '?';
+  return plain;
+}
+
 }  // namespace zeltra

@@ -41,6 +41,13 @@ ZELTRA_API std::string FieldText(const char* field, int width);
 /// Copy `text` into a field of `width` bytes, cut to leave at least one zero byte; the rest is zeros.
 ZELTRA_API void SetFieldText(char* field, int width, std::string_view text);
 
+/// `text` with control characters replaced by question marks, since text from a file must not command a terminal. That
+/// includes 8-bit ones, as single bytes and in UTF-8; all other characters are kept, even bytes that are not UTF-8.
+ZELTRA_API std::string Printable(std::string_view text);
+
+/// `text` in ASCII, with question marks for everything else: text from a file may contain any bytes.
+ZELTRA_API std::string PlainText(std::string_view text);
+
 }  // namespace zeltra
 
 #endif  // ZELTRA_CORE_TEXT_H_

@@ -88,7 +88,7 @@ class Pass {
   using Real = typename Record::Real;
   using Matrix = AMatrix<std::complex<Real>>;
 
-  Pass(Matrix& m, const Shape& shape, int dir, int threads);
+  Pass(Matrix& m, const Shape& shape, int dir, int threads, const ACancelFlag* cancel);
 
   void Run();
 
@@ -97,6 +97,7 @@ class Pass {
   void Work(int k) const;
 
   Shape shape_;
+  const ACancelFlag* cancel_;
   AArray<Record> records_;
   AObjArray<CEvent> events_;
   std::vector<std::thread> threads_;
@@ -113,8 +114,8 @@ int Pass<Record>::Workers(const Shape& shape, int threads) {
 }
 
 template <typename Record>
-Pass<Record>::Pass(Matrix& m, const Shape& shape, int dir, int threads)
-    : shape_(shape), records_(Workers(shape, threads), 0, 0), events_(records_.count(), 0, 0) {
+Pass<Record>::Pass(Matrix& m, const Shape& shape, int dir, int threads, const ACancelFlag* cancel)
+    : shape_(shape), cancel_(cancel), records_(Workers(shape, threads), 0, 0), events_(records_.count(), 0, 0) {
   const int workers = records_.count();
   if (workers == 0) return;
   const int block = shape.count / workers;
@@ -150,7 +151,7 @@ void Pass<Record>::Work(int k) const {
   const double scale = record.direction >= 1 ? 1.0 / shape_.length : 1.0;
   void* const work = work_.get() + workSize_ * static_cast<size_t>(k);
   int lanes = 0;
-  for (int i = record.first; i <= record.last; i += lanes) {
+  for (int i = record.first; i <= record.last && !IsSet(cancel_); i += lanes) {
     FFTLanes<Real> lines{record.matrix->lpArray() + i * shape_.lineStep, shape_.step, shape_.lineStep, 0};
     lanes = std::min(shape_.atOnce, record.last - i + 1);
     if (shape_.lineStep == 1) {
@@ -170,14 +171,14 @@ bool IsPowerOfTwo(int n) {
 
 /// @param takes  tells which lengths are transformed; all of them are powers of two
 template <typename Record>
-int Transform(typename Pass<Record>::Matrix& m, int dir, int threads, bool (*takes)(int)) {
+int Transform(typename Pass<Record>::Matrix& m, int dir, int threads, bool (*takes)(int), const ACancelFlag* cancel) {
   const int lines = m.Lines();
   const int columns = m.LineLength();
   const int processors = ProcessorCount();
   threads = threads < 1 ? processors : std::min(threads, std::max(processors, kMostThreads));
   try {
-    Pass<Record> linePass(m, {lines, columns, 1, columns, kLinesAtOnce, takes(columns)}, dir, threads);
-    Pass<Record> columnPass(m, {columns, lines, columns, 1, kColumnsAtOnce, takes(lines)}, dir, threads);
+    Pass<Record> linePass(m, {lines, columns, 1, columns, kLinesAtOnce, takes(columns)}, dir, threads, cancel);
+    Pass<Record> columnPass(m, {columns, lines, columns, 1, kColumnsAtOnce, takes(lines)}, dir, threads, cancel);
     linePass.Run();
     columnPass.Run();
   } catch (const std::bad_alloc&) {
@@ -189,15 +190,15 @@ int Transform(typename Pass<Record>::Matrix& m, int dir, int threads, bool (*tak
 }  // namespace
 
 int MT_FFT_Matr_F(AMatrix<std::complex<float>>& m, int dir, int threads) {
-  return Transform<AMT_FFT_Matr_Data_F>(m, dir, threads, IsFFTLength);
+  return Transform<AMT_FFT_Matr_Data_F>(m, dir, threads, IsFFTLength, nullptr);
 }
 
 int MT_FFT_Matr_D(AMatrix<std::complex<double>>& m, int dir, int threads) {
-  return Transform<AMT_FFT_Matr_Data_D>(m, dir, threads, IsFFTLength);
+  return Transform<AMT_FFT_Matr_Data_D>(m, dir, threads, IsFFTLength, nullptr);
 }
 
-int TransformPowersOfTwo(AMatrix<std::complex<double>>& m, int dir, int threads) {
-  return Transform<AMT_FFT_Matr_Data_D>(m, dir, threads, IsPowerOfTwo);
+int TransformPowersOfTwo(AMatrix<std::complex<double>>& m, int dir, int threads, const ACancelFlag* cancel) {
+  return Transform<AMT_FFT_Matr_Data_D>(m, dir, threads, IsPowerOfTwo, cancel);
 }
 
 }  // namespace zeltra

@@ -6,11 +6,13 @@
 #include <complex>
 
 #include "zeltra/core/AMatrix.h"
+#include "zeltra/core/CancelFlag.h"
 
 namespace zeltra {
 
 /// MT_FFT_Matr_D, but that lines and columns of every power of two from 2 on are transformed.
-int TransformPowersOfTwo(AMatrix<std::complex<double>>& m, int dir, int threads);
+/// @param cancel  a flag that ends the work early; the values are then undefined
+int TransformPowersOfTwo(AMatrix<std::complex<double>>& m, int dir, int threads, const ACancelFlag* cancel = nullptr);
 
 }  // namespace zeltra
 

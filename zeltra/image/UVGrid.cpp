@@ -96,11 +96,11 @@ void UVGrid::Spread(double column, double line, std::complex<double> value) {
   }
 }
 
-int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam, int threads) {
+int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam, int threads, const ACancelFlag* cancel) {
   if (!map.reSize(size_, size_) || !beam.reSize(size_, size_)) return 0;
   for (auto& line : parts_) {
     for (auto& part : line) {
-      if (!TransformPowersOfTwo(part, -1, threads)) return 0;
+      if (!TransformPowersOfTwo(part, -1, threads, cancel)) return 0;
     }
   }
   const int center = size_ / 2;
@@ -112,7 +112,7 @@ int UVGrid::Transform(AMatrix<float>& map, AMatrix<float>& beam, int threads) {
     correction[static_cast<size_t>(k)] = 1 / GriddingKernel::Transform(frequency);
     twiddle[static_cast<size_t>(k)] = std::polar(1.0, -2 * kPi * frequency);
   }
-  for (int i = 0; i < size_; ++i) {
+  for (int i = 0; i < size_ && !IsSet(cancel); ++i) {
     const int y = place(i);
     const std::complex<double> odd = twiddle[static_cast<size_t>(i)];
     const double scale = correction[static_cast<size_t>(i)] / (2 * sumOfWeights_);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "zeltra/core/AMatrix.h"
+#include "zeltra/core/CancelFlag.h"
 
 namespace zeltra {
 
@@ -63,8 +64,9 @@ class UVGrid {
   /// Transform the grid, which is used up, into the image of the sky and that of a point source of 1 Jy at the centre,
   /// both divided by the sum of weights, which must not be 0.
   /// @param threads  to work with; 0: one for each processor
+  /// @param cancel   a flag that ends the work early; the images are then undefined
   /// @return 0 if there is no memory
-  int Transform(AMatrix<float>& map, AMatrix<float>& beam, int threads = 0);
+  int Transform(AMatrix<float>& map, AMatrix<float>& beam, int threads = 0, const ACancelFlag* cancel = nullptr);
 
   /// Sum of the weights added, each visibility once.
   double sumOfWeights() const { return sumOfWeights_; }

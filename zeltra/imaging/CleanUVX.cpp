@@ -192,7 +192,8 @@ AResult Cleaner::MakeWideBeam() {
     grid.Add(list_.u[i], list_.v[i], 0, double{gridding_[i]});
   }
   AMatrix<float> nothing;
-  return grid.Transform(nothing, wide_, options_.threads) ? AResult::Ok() : NoMemory();
+  if (!grid.Transform(nothing, wide_, options_.threads, options_.cancel)) return NoMemory();
+  return IsCancelled(options_) ? Cancelled() : AResult::Ok();
 }
 
 AResult Cleaner::MakeResidual() {
@@ -203,7 +204,8 @@ AResult Cleaner::MakeResidual() {
     grid.Add(list_.u[i], list_.v[i], list_.value[i], double{gridding_[i]});
   }
   AMatrix<float> beam;
-  if (!grid.Transform(image_.residual, beam, options_.threads)) return NoMemory();
+  if (!grid.Transform(image_.residual, beam, options_.threads, options_.cancel)) return NoMemory();
+  if (IsCancelled(options_)) return Cancelled();
   rms_ = RMSOfSky(image_.residual, image_.cell);
   image_.sigma = SigmaOf(image_.residual);
   ++image_.cycles;

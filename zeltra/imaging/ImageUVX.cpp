@@ -103,7 +103,10 @@ AResult Imager::MakeImage() {
   if (AResult result = Weigh(); !result) return result;
   if (AResult result = FillGrid(); !result) return result;
   weights_ = GriddingWeights();  // frees memory that the image needs
-  return grid_.Transform(image_.map, image_.beam) ? AResult::Ok() : NoMemory();
+  SendProgressText(options_.progress, "Transforming...");
+  if (!grid_.Transform(image_.map, image_.beam, 0, options_.cancel)) return NoMemory();
+  return IsCancelled(options_) ? AResult::Cancel(from_.path() + ": cancelled before its image was made")
+                               : AResult::Ok();
 }
 
 std::string Imager::SizeText() const {

@@ -67,6 +67,12 @@ void DescribeImaging(AJobDescriber<Options>& job, unsigned leftOut = 0) {
       .Otherwise("half of what is free");
 }
 
+AJobFile PictureFile() {
+  AJobFile picture = {"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}};
+  picture.isPicture = true;
+  return picture;
+}
+
 AJobDescription DescribeImage() {
   AJobDescriber<ImageOptions> job(
       "image", "Make the dirty image of a source",
@@ -85,7 +91,7 @@ AJobDescription DescribeImage() {
   job.Input(UVXInputFile());
   job.Output({"OUT.map", "the map file to make", "", 0, {}, true});
   job.Output({"OUT.fits", "make a FITS image", "fits", 0, {}});
-  job.Output({"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}});
+  job.Output(PictureFile());
   job.Output({"BEAM.map", "make a map file of the dirty beam", "beam", 0, {}});
   DescribeImaging(job);
   job.Overwrite();
@@ -162,7 +168,7 @@ AJobDescription DescribeClean() {
   job.Output({"OUT.fits", "the FITS image to make", "", 0, {}});
   job.Output({"OUT.mod", "write the components as text", "save-model", 0, {}});
   job.Output({"R.fits", "make a FITS image of what is left", "residual", 0, {}});
-  job.Output({"PICTURE", "make a picture, .svg or .png", "png", 0, {".svg", ".png"}});
+  job.Output(PictureFile());
   DescribeImaging(job, kStopTime);
   DescribeCleaning(job);
   job.Threads();
@@ -191,7 +197,9 @@ AJobDescription DescribeSelfCal() {
   job.Output({"OUT.fits", "the FITS image to make of the result", "image", 0, {}});
   job.Output({"OUT.mod", "write its components as text", "save-model", 0, {}});
   job.Output({"R.fits", "make a FITS image of what is left of it", "residual", 0, {}});
-  job.Output({"PICTURE", "make a picture of it, .svg or .png", "png", 0, {".svg", ".png"}});
+  AJobFile picture = PictureFile();
+  picture.help = "make a picture of it, .svg or .png";
+  job.Output(picture);
   job.Parsed(
          "loop", [](const std::string& text, SelfCalOptions& o) { return strToSteps(text, o.steps); },
          [](const SelfCalOptions& o) {
@@ -207,17 +215,17 @@ AJobDescription DescribeSelfCal() {
   DescribeSolving(job, [](SelfCalOptions& o) -> SolveOptions& { return o.solving; });
   job.Threads();
   job.Overwrite();
-  job.Column("round", "", "number of steps before");
-  job.Column("step", "", "the last of them");
-  job.Column("solved", "", "gains that it found, one for each antenna, interval, IF and hand");
-  job.Column("failed", "", "gains that it could not find");
+  job.IntegerColumn("round", "number of steps before");
+  job.TextColumn("step", "the last of them");
+  job.IntegerColumn("solved", "gains that it found, one for each antenna, interval, IF and hand");
+  job.IntegerColumn("failed", "gains that it could not find");
   job.Column("chi2", "", "chi^2 of the visibilities over twice their number");
   job.Column("flux", "Jy", "sum of all components");
   job.Column("peak", "Jy/beam", "brightest pixel of the image");
   job.Column("rms", "Jy/beam", "of what CLEAN leaves");
   job.Column("dynamic_range", "", "peak / rms");
   job.Column("closure_chi2", "", "chi^2 of closure phases for each of them");
-  job.Column("closures", "", "their number");
+  job.IntegerColumn("closures", "their number");
   return job.Finish();
 }
 

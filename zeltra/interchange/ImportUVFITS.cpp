@@ -8,6 +8,7 @@
 
 #include "zeltra/core/BlockReaderInternal.h"
 #include "zeltra/core/Dates.h"
+#include "zeltra/core/SortUnlessCancelledInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/fits/FITSBytesInternal.h"
 #include "zeltra/interchange/GroupReaderInternal.h"
@@ -267,11 +268,13 @@ AResult Importer::ReadKeys() {
     return true;
   });
   if (!result) return result;
-  std::sort(keys_.begin(), keys_.end(), [](const SortKey& a, const SortKey& b) {
-    if (a.time != b.time) return a.time < b.time;
-    if (a.subarray != b.subarray) return a.subarray < b.subarray;
-    return a.baseline != b.baseline ? a.baseline < b.baseline : a.group < b.group;
-  });
+  const bool isSorted =
+      SortUnlessCancelled(keys_.begin(), keys_.end(), options_, [](const SortKey& a, const SortKey& b) {
+        if (a.time != b.time) return a.time < b.time;
+        if (a.subarray != b.subarray) return a.subarray < b.subarray;
+        return a.baseline != b.baseline ? a.baseline < b.baseline : a.group < b.group;
+      });
+  if (!isSorted) return Stopped();
   if (isDateTaken_) writer_.header().info.dateObs = MidnightBefore(keys_.front().time);
   return AResult::Ok();
 }

@@ -393,17 +393,17 @@ AJobDescription DescribeFlag() {
   job.Option("records", &FlagOptions::records, "set the flag of a record too if all of its values are affected");
   job.Option("unflag", &FlagOptions::unflag, "unflag instead");
   job.Overwrite();
-  job.Column("antenna", "", "number of the antenna; empty for the file");
-  job.Column("name", "", "its name");
-  job.Column("values", "", "of its baselines");
-  job.Column("before", "", "number flagged in the input, by their weight or by their record");
-  job.Column("selection", "", "newly flagged by the selection alone, or unflagged");
-  job.Column("trim", "", "by --trim");
-  job.Column("table", "", "by --table");
-  job.Column("file", "", "by --file");
-  job.Column("clip", "", "by --clip");
-  job.Column("below", "", "by --below");
-  job.Column("after", "", "flagged in the output");
+  job.IntegerColumn("antenna", "number of the antenna; empty for the file");
+  job.TextColumn("name", "its name");
+  job.IntegerColumn("values", "of its baselines");
+  job.IntegerColumn("before", "number flagged in the input, by their weight or by their record");
+  job.IntegerColumn("selection", "newly flagged by the selection alone, or unflagged");
+  job.IntegerColumn("trim", "by --trim");
+  job.IntegerColumn("table", "by --table");
+  job.IntegerColumn("file", "by --file");
+  job.IntegerColumn("clip", "by --clip");
+  job.IntegerColumn("below", "by --below");
+  job.IntegerColumn("after", "flagged in the output");
   job.Column("percent", "%", "percentage of the values");
   return job.Finish();
 }

@@ -33,8 +33,8 @@ AJobDescription DescribeAverage() {
   job.Overwrite();
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
-  job.Column("ant1", "", "number of antenna 1");
-  job.Column("ant2", "", "number of antenna 2");
+  job.IntegerColumn("ant1", "number of antenna 1");
+  job.IntegerColumn("ant2", "number of antenna 2");
   job.Column("re_IF_CHANNEL_POLARISATION", "unit of the file",
              "real part of the mean, as in re_1_1_RR; IFs and channels count from 1");
   job.Column("im_IF_CHANNEL_POLARISATION", "unit of the file", "imaginary part");
@@ -70,17 +70,17 @@ AJobDescription DescribeClosure() {
   job.Option("amplitudes", &ClosureOptions::amplitudes, "closure amplitudes instead of closure phases");
   DescribeShare(job, "only the parts K, K + N, K + 2 N, ... that plan lists; each line begins with its part");
   job.Threads();
-  job.Column("part", "", "number of the part; with --part");
+  job.IntegerColumn("part", "number of the part; with --part");
   job.Column("time", "JD",
              "Julian date of the interval: the mean of its records' times, each with the sum of its weights");
-  job.Column("source", "", "number of the source");
-  job.Column("stokes", "", "polarisation; empty for a mean of several");
-  job.Column("if", "", "number of the IF, from 1; empty for a mean of several");
-  job.Column("channel", "", "number of the channel, from 1; empty for a mean of several");
-  job.Column("ant1", "", "number of antenna 1, the lowest");
-  job.Column("ant2", "", "number of antenna 2");
-  job.Column("ant3", "", "number of antenna 3, of a triangle the highest");
-  job.Column("ant4", "", "number of antenna 4; with --amplitudes");
+  job.IntegerColumn("source", "number of the source");
+  job.TextColumn("stokes", "polarisation; empty for a mean of several");
+  job.IntegerColumn("if", "number of the IF, from 1; empty for a mean of several");
+  job.IntegerColumn("channel", "number of the channel, from 1; empty for a mean of several");
+  job.IntegerColumn("ant1", "number of antenna 1, the lowest");
+  job.IntegerColumn("ant2", "number of antenna 2");
+  job.IntegerColumn("ant3", "number of antenna 3, of a triangle the highest");
+  job.IntegerColumn("ant4", "number of antenna 4; with --amplitudes");
   job.Column("phase", "radians", "phase(1-2) + phase(2-3) - phase(1-3), from -pi to pi; without --amplitudes");
   job.Column("log_amplitude", "", "natural logarithm of |V12| |V34| / (|V13| |V24|); with --amplitudes");
   job.Column("sigma", "radians", "standard deviation of the phase, or of the logarithm, from the weights");

@@ -348,7 +348,9 @@ AJobDescription DescribeJoin() {
       "K/N "
       "-o OUT.uvx writes them, byte for byte as zeltra average -o OUT.uvx. The parts stay. Files of another run, of "
       "another input or with other options are refused.");
-  job.Input({"IN", "UVX, or UV FITS, which is imported first; several of them", "", 0, {}, false, true});
+  AJobFile in = {"IN", "UVX, or UV FITS, which is imported first; several of them", "", 0, {}};
+  in.isList = true;
+  job.Input(in);
   job.Output(UVXOutputFile());
   job.Option("parts", &JoinOptions::parts, "join the parts of OUT.uvx, of which no name is given").KeepsResult();
   job.Overwrite();

@@ -44,14 +44,14 @@ AJobDescription DescribePlan() {
   job.Option("parts", &PlanOptions::workers, "number of workers, to show which of them does which part")
       .Range(1, PartShare::kMost)
       .Otherwise("one");
-  job.Column("part", "", "number of the part, from 1");
-  job.Column("worker", "", "number of the worker that does it, from 1");
-  job.Column("sources", "", "numbers of the sources that are selected");
-  job.Column("setups", "", "numbers of their frequency setups");
-  job.Column("first", "", "number of the first record, from 1");
-  job.Column("last", "", "number of the last record; if a file goes back in time there are others between them");
-  job.Column("records", "", "number of records to read");
-  job.Column("bytes", "", "their bytes");
+  job.IntegerColumn("part", "number of the part, from 1");
+  job.IntegerColumn("worker", "number of the worker that does it, from 1");
+  job.TextColumn("sources", "numbers of the sources that are selected");
+  job.TextColumn("setups", "numbers of their frequency setups");
+  job.IntegerColumn("first", "number of the first record, from 1");
+  job.IntegerColumn("last", "number of the last record; if a file goes back in time there are others between them");
+  job.IntegerColumn("records", "number of records to read");
+  job.IntegerColumn("bytes", "their bytes");
   return job.Finish();
 }
 

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <memory>
 
 #include "zeltra/core/BlockReaderInternal.h"
+#include "zeltra/core/SortUnlessCancelledInternal.h"
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/CopiedTablesInternal.h"
 #include "zeltra/ops/RecordReaderInternal.h"
@@ -52,7 +54,7 @@ class Sorter {
   AResult CopyWhileSorted();
   AResult ReadKeys(int first);
   bool IsNext(const AUVXGroup& group, int record);
-  void SettleKeys();
+  bool SettleKeys();
   AResult Write(const char* record, int number);
 
   int64 WindowRecords() const;
@@ -156,8 +158,7 @@ AResult Sorter::ReadKeys(int first) {
     if (!bytes) return CannotRead(record);
     IsNext(GroupAt(bytes), record);
   }
-  SettleKeys();
-  return AResult::Ok();
+  return SettleKeys() ? AResult::Ok() : Cancelled();
 }
 
 // Take the key of the next record. @return whether all so far are in order
@@ -179,15 +180,15 @@ bool Sorter::IsNext(const AUVXGroup& group, int record) {
   return isSorted_;
 }
 
-// All streams are known: their numbers become ranks.
-void Sorter::SettleKeys() {
+// All streams are known: their numbers become ranks. @return false if the job was cancelled
+bool Sorter::SettleKeys() {
   ranks_ = streams_.Ranks();
   if (order_.TellsStreams()) {
     for (SortKey& key : keys_) {
       key.low = (key.low & ~SortOrder::kStreamBits) | ranks_[key.low & SortOrder::kStreamBits];
     }
   }
-  std::sort(keys_.begin(), keys_.end());
+  return SortUnlessCancelled(keys_.begin(), keys_.end(), options_, std::less<>());
 }
 
 AResult Sorter::Write(const char* record, int number) {
@@ -207,7 +208,8 @@ std::vector<Sorter::Wanted> Sorter::WantedOf(int64 first, int64 count) const {
   for (size_t i = 0; i < wanted.size(); ++i) {
     wanted[i] = {keys_[static_cast<size_t>(first) + i].record, static_cast<std::int32_t>(i)};
   }
-  std::sort(wanted.begin(), wanted.end(), [](Wanted a, Wanted b) { return a.record < b.record; });
+  // A job that is cancelled here ends before it reads any of them.
+  SortUnlessCancelled(wanted.begin(), wanted.end(), options_, [](Wanted a, Wanted b) { return a.record < b.record; });
   return wanted;
 }
 
@@ -243,6 +245,7 @@ AResult Sorter::Gather() {
     const int64 count = std::min(size, count_ - first);
     if (AResult result = FillWindow(WantedOf(first, count), window.get()); !result) return result;
     for (int64 i = 0; i < count; ++i) {
+      if (i % 4096 == 0 && IsCancelled(options_)) return Cancelled();
       AResult result = Write(window.get() + i * recordBytes_, keys_[static_cast<size_t>(first + i)].record);
       if (!result) return result;
     }
@@ -307,7 +310,7 @@ AResult Sorter::WriteRun(const char* records, int first, int count, SortedRuns& 
   keys_.clear();
   keys_.reserve(static_cast<size_t>(count));
   for (int i = 0; i < count; ++i) keys_.push_back(KeyOf(GroupAt(records + int64{i} * recordBytes_), first + i));
-  std::sort(keys_.begin(), keys_.end());
+  if (!SortUnlessCancelled(keys_.begin(), keys_.end(), options_, std::less<>())) return Cancelled();
   for (const SortKey& key : keys_) {
     AResult result = runs.Append(key, records + int64{key.record - first} * recordBytes_);
     if (!result) return result;

@@ -4,6 +4,7 @@
 #define ZELTRA_PLATFORM_SYSTEMINTERNAL_H_
 
 #include <cstdio>
+#include <functional>
 #include <string>
 
 #include "zeltra/platform/Types.h"
@@ -50,6 +51,9 @@ int TruncateDescriptor(int descriptor, int64 size);
 
 /// Wait until the disk holds what was written to a file. @return false if some of it did not get there
 bool SyncDescriptor(int descriptor);
+/// The same, but return false soon after `stop` says so, with errno ECANCELED, on systems that can: the disk is then
+/// left to itself.
+bool SyncDescriptorUnless(int descriptor, const std::function<bool()>& stop);
 /// The same for the names in the folder of `path`. A folder that the system cannot synchronise, or may not read, counts
 /// as done.
 bool SyncFolderOf(const std::string& path);

@@ -5,9 +5,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
+#include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "zeltra/platform/System.h"
@@ -133,6 +138,49 @@ bool SyncDescriptor(int descriptor) {
   } while (result != 0 && errno == EINTR);
   // A file system without a disk may not know the call.
   return result == 0 || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
+}
+
+namespace {
+
+// What the thread that waits for the disk tells.
+struct DiskWait {
+  std::mutex mutex;
+  std::condition_variable ended;
+  bool isEnded = false;
+  int error = 0;
+};
+
+// Owns the descriptor, and goes on by itself if nobody waits any more.
+void WaitForDisk(const std::shared_ptr<DiskWait>& wait, int descriptor) {
+  const int error = SyncDescriptor(descriptor) ? 0 : errno;
+  ::close(descriptor);
+  const std::lock_guard lock(wait->mutex);
+  wait->error = error;
+  wait->isEnded = true;
+  wait->ended.notify_one();
+}
+
+}  // namespace
+
+bool SyncDescriptorUnless(int descriptor, const std::function<bool()>& stop) {
+  constexpr auto kPatience = std::chrono::milliseconds(20);
+  const int own = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+  if (own < 0) return SyncDescriptor(descriptor);
+  const auto wait = std::make_shared<DiskWait>();
+  try {
+    std::thread(WaitForDisk, wait, own).detach();
+  } catch (const std::system_error&) {
+    ::close(own);
+    return SyncDescriptor(descriptor);
+  }
+  std::unique_lock lock(wait->mutex);
+  while (!wait->ended.wait_for(lock, kPatience, [&] { return wait->isEnded; })) {
+    if (!stop()) continue;
+    errno = ECANCELED;
+    return false;
+  }
+  errno = wait->error;
+  return wait->error == 0;
 }
 
 bool SyncFolderOf(const std::string& path) {

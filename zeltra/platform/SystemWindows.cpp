@@ -188,6 +188,11 @@ bool SyncDescriptor(int descriptor) {
   return Told(FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor))) != 0);
 }
 // MoveIntoPlace writes the folder's entry to the disk.
+// A file that is still being written to the disk could not be removed.
+bool SyncDescriptorUnless(int descriptor, const std::function<bool()>&) {
+  return SyncDescriptor(descriptor);
+}
+
 bool SyncFolderOf(const std::string&) {
   return true;
 }

@@ -7,12 +7,14 @@
 
 #include "apps/zeltra/plot/Contours.h"
 #include "apps/zeltra/plot/PalettePNG.h"
+#include "apps/zeltra/plot/PictureFile.h"
 #include "apps/zeltra/plot/Plot.h"
 #include "apps/zeltra/plot/SVG.h"
 #include "apps/zeltra/plot/Ticks.h"
 #include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
+#include "zeltra/jobs/ImageText.h"
 
 namespace zeltra::app {
 namespace {
@@ -292,16 +294,17 @@ AResult ParseClip(const std::string& text, PictureOptions& picture) {
   return AResult::Ok();
 }
 
-std::string ImagePicture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model) {
-  return Picture(image, options, model).Draw();
+PictureDrawer DrawerOf(const PictureOptions& options) {
+  return [&options](const DirtyImage& image, const ComponentModel* components, const std::string& name,
+                    std::string& picture) {
+    picture = ImagePicture(image, options, components);
+    if (picture.empty()) return AResult::Fail(name + ": there is no memory for the picture");
+    return FinishPicture(name, picture);
+  };
 }
 
-std::string BeamText(const ABeamShape& shape) {
-  const AngleUnit unit = AngleUnitFor(shape.major);
-  char angle[24];
-  std::snprintf(angle, sizeof angle, " at %.1f degrees", shape.angle);
-  return RoundedNumber(shape.major / unit.radians, 4) + " x " + RoundedNumber(shape.minor / unit.radians, 4) + " " +
-         unit.name + angle;
+std::string ImagePicture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model) {
+  return Picture(image, options, model).Draw();
 }
 
 }  // namespace zeltra::app

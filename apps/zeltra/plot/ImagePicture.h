@@ -34,9 +34,6 @@ struct PictureOptions {
 /// @return an SVG file; empty if there is not enough memory
 std::string ImagePicture(const DirtyImage& image, const PictureOptions& options, const ComponentModel* model = nullptr);
 
-/// As in "1.43 x 0.62 mas at -6.9 degrees".
-std::string BeamText(const ABeamShape& shape);
-
 }  // namespace zeltra::app
 
 #endif  // ZELTRA_APPS_PLOT_IMAGEPICTURE_H_

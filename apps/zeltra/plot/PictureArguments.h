@@ -7,11 +7,16 @@
 
 #include "apps/zeltra/plot/ImagePicture.h"
 #include "zeltra/core/JobDescription.h"
+#include "zeltra/jobs/ImageJob.h"
 
 namespace zeltra::app {
 
 /// Read "MIN,MAX" into the range of colours.
 AResult ParseClip(const std::string& text, PictureOptions& picture);
+
+/// What draws an image for its job.
+/// @param options  must outlive the result
+PictureDrawer DrawerOf(const PictureOptions& options);
 
 /// Describe the options of a picture for a job whose options have a member `picture`.
 template <typename Options>

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "zeltra/core/Dates.h"
+#include "zeltra/core/Text.h"
 
 namespace zeltra::app {
 

@@ -6,6 +6,7 @@
 
 #include "apps/zeltra/plot/Plot.h"
 
+#include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 
 namespace zeltra::app {
