@@ -1337,6 +1337,155 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
     return run("clean", [input], [out], options, progress=progress)
 
 
+def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: Path | None = None,
+            residual: Path | None = None, loop: Text | None = None, source: Names | None = None,
+            freqsel: int | None = None, scan: Numbers | None = None, start: Moment | None = None,
+            antenna: Names | None = None, baseline: Names | None = None, uvrange: Span | None = None,
+            if_: Numbers | None = None, channel: Numbers | None = None, stokes: Names | None = None,
+            size: int | None = None, cell: Real | None = None, weight: Text | None = None,
+            weight_power: Real | None = None, taper: Text | None = None, memory: Real | None = None,
+            niter: int | None = None, gain: Real | None = None, stop: Text | None = None, window: Text | None = None,
+            box: Text | Sequence[Text] | None = None, auto: Real | None = None, no_negative: bool = False,
+            model: Text | None = None, beam: Text | None = None, refant: Names | None = None,
+            min_antennas: int | None = None, snr: Real | None = None, ifs: Literal["apart", "together"] | None = None,
+            pols: Literal["apart", "together"] | None = None, normalize: Literal["all", "none"] | None = None,
+            robust: bool = False, threads: int | None = None, force: bool = False, no_sync: bool = False,
+            progress: Progress | None = None) -> Result:
+    """Calibrate a source with its own image.
+
+    An image is made by CLEAN, gains are solved for with its components as the model and applied, and so on for all
+    steps; then an image is made of the result. Each step corrects what those before have left, and begins with the
+    image that they lead to. The output holds the records that are selected, corrected; what has no solution is flagged.
+
+    A row is printed for the data at the start and after each step. chi2 is sum w |V - model|^2 over twice the number of
+    visibilities of the image. closure_chi2 compares closure phases with those of the model, for each time stamp, IF and
+    hand, for an independent set with its full covariance, divided by their number: no phase of an antenna changes it,
+    so that where a step makes it grow the model is in error, and a note says so. Baselines below three times their
+    noise do not count in it.
+
+    Disk: each step writes the selected records once more, beside the output, and removes those of the step before.
+
+    Parameters
+    ----------
+    input : str, os.PathLike, File or Selection
+        UVX, or UV FITS, which is imported first.
+    out : str or os.PathLike
+        The file to make.
+    image : str or os.PathLike
+        The FITS image to make of the result.
+    save_model : str or os.PathLike
+        Write its components as text.
+    residual : str or os.PathLike
+        Make a FITS image of what is left of it.
+    loop : str or os.PathLike
+        The steps: phases (p), amplitudes and phases (ap) or amplitudes (a), with the interval in seconds after a colon,
+        without it each time stamp; default: p,p.
+    source : str, int or list
+        Number or name of the source; =7 is the source named 7; default: the only one.
+    freqsel : int
+        Number of the frequency setup; default: all.
+    scan : int or list, from 0
+        Scans, as numbered by info, as in 1,3-5; default: all.
+    start : Time, float or str
+        No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
+        Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
+    antenna : str, int or list
+        All baselines of this antenna, or those between several; numbers or names; =0 is the antenna named 0; default:
+        all.
+    baseline : str, int or list
+        Only these baselines, as in 2-5,PT-LA, stored in either order; default: all.
+    uvrange : tuple or str
+        Distances in the u, v plane in wavelengths, as in 250k,10M: of each visibility at its own frequency; default:
+        all.
+    if_ : int or list, from 0
+        Numbers of IFs, as in 1,3-4; default: all.
+    channel : int or list, from 0
+        Numbers of channels, as in 8-15; default: all.
+    stokes : str, int or list
+        Polarisation, stored or formed, as in RR, I or PI, the parallel hands that are there; default: I, or the first
+        one where there is no I.
+    size : int
+        Pixels in a line and number of lines, an even number, in pixels; from 16 to 8192; default: 512.
+    cell : float, str or Quantity
+        Size of a pixel; uas, mas, arcsec, arcmin or deg may follow, in mas; from 1e-09 to 1e+09; default: a fifth of
+        the narrowest fringe.
+    weight : str or os.PathLike
+        Natural: least noise, uniform: narrowest beam, or between them, R from -5 to 5 on the scale of Briggs, not that
+        of AIPS; default: natural.
+    weight_power : float, str or Quantity
+        Power of the weights in the file, as in 0.5 for their square root; from 0 to 2; default: 1.
+    taper : str or os.PathLike
+        Multiply weights by a Gaussian that falls to V at RADIUS wavelengths from the origin; k, M or G may follow, as
+        in 0.5,100M; default: none.
+    memory : float, str or Quantity
+        The most memory to use; k, M or G may follow, as in 2G, in bytes; from 1; default: half of what is free.
+    niter : int
+        The most components to find; 0 restores a model; from 0 to 1e+08; default: 10000.
+    gain : float, str or Quantity
+        Share of the largest pixel that becomes a component; from 1e-06 to 1; default: 0.05.
+    stop : str or os.PathLike
+        End where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute
+        deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest
+        pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: no
+        records after it; default: 3sigma.
+    window : str or os.PathLike
+        File of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east; default: the inner quarter of
+        the image.
+    box : str or os.PathLike, or a list of them
+        Window to search: east offsets of two edges, then north offsets of two, in mas unless a unit follows; may be
+        given several times.
+    auto : float, str or Quantity
+        Search windows that grow around pixels above this many sigma, by half a beam, and above the sidelobes; 0 or from
+        1 to 1e+06; default: 0.
+    no_negative : bool
+        Find positive components only.
+    model : str or os.PathLike
+        Components to begin with: a text file of components, or a FITS image with AIPS CC.
+    beam : str or os.PathLike
+        Widths of the beam to restore with, in mas unless a unit follows, and its angle in degrees from north through
+        east; what is left of the image keeps its own beam; default: auto: from the weights.
+    refant : str, int or list
+        Antennas, numbers or names, of which the first that has a gain has phase 0; default: the antenna with the most
+        gains.
+    min_antennas : int
+        Antennas that an interval needs; from 2 to 255; default: 3 for phases, 4 for amplitudes.
+    snr : float, str or Quantity
+        Least signal-to-noise ratio of a gain; from 0 to 1e+09; default: 3.
+    ifs : {"apart", "together"}
+        A gain for each IF, or one for all; default: apart.
+    pols : {"apart", "together"}
+        A gain for each hand, or one for both; default: apart.
+    normalize : {"all", "none"}
+        Make the geometric mean of the amplitudes of each hand and IF 1, so that the flux stays, or leave them as they
+        are; default: all, unless --mode p.
+    robust : bool
+        Leave out baselines that lie far off, in passes whose bound falls from 7 to 2.2 times the rms.
+    threads : int
+        Threads that work at the same time; the result is the same for any number; from 0 to 1024; default: one per
+        processor.
+    force : bool
+        Replace an output that exists.
+    no_sync : bool
+        Do not wait until the output is on the disk.
+    progress : callable, optional
+        Called with the step and its percentage.
+
+    Returns
+    -------
+    Result
+        With the columns round, step, solved, failed, chi2, flux, peak, rms, dynamic_range, closure_chi2, closures.
+    """
+    options = {"image": image, "save-model": save_model, "residual": residual, "loop": loop, "source": source,
+               "freqsel": freqsel, "scan": scan, "start": start, "antenna": antenna, "baseline": baseline,
+               "uvrange": uvrange, "if": if_, "channel": channel, "stokes": stokes, "size": size, "cell": cell,
+               "weight": weight, "weight-power": weight_power, "taper": taper, "memory": memory, "niter": niter,
+               "gain": gain, "stop": stop, "window": window, "box": box, "auto": auto, "no-negative": no_negative,
+               "model": model, "beam": beam, "refant": refant, "min-antennas": min_antennas, "snr": snr, "ifs": ifs,
+               "pols": pols, "normalize": normalize, "robust": robust, "threads": threads, "force": force,
+               "no-sync": no_sync}
+    return run("selfcal", [input], [out], options, progress=progress)
+
+
 def simulate(out: Path, *, seed: int | None = None, antennas: int | None = None, minutes: Real | None = None,
              integration: Real | None = None, ifs: int | None = None, channels: int | None = None,
              components: int | None = None, noise: Real | None = None, phase_errors: bool = False, force: bool = False,
