@@ -49,15 +49,19 @@ class _Callbacks(ctypes.Structure):
 
 
 def _names() -> Iterator[str]:
-    """Where the library may be: named by the user, beside the package, installed."""
+    """Where the library may be: named by the user, beside the package, in the tree that it was installed with, or where
+    the system looks.
+    """
     if named := os.environ.get("ZELTRA_LIBRARY"):
         yield named
         return
     names = {"win32": ["ZELTRA.dll"], "darwin": ["libzeltra.0.dylib"]}.get(sys.platform,
                                                                            ["libzeltra.so.0", "libzeltra.so"])
     for name in names:
-        if (beside := Path(__file__).parent / name).exists():
-            yield str(beside)
+        package = Path(__file__).parent
+        for folder in (package, package.parents[2], package.parents[1] / "bin"):
+            if (folder / name).exists():
+                yield str(folder / name)
     if found := ctypes.util.find_library("zeltra"):
         yield found
     yield from names
