@@ -197,9 +197,7 @@ AJobDescription DescribeSelfCal() {
   job.Output({"OUT.fits", "the FITS image to make of the result", "image", 0, {}});
   job.Output({"OUT.mod", "write its components as text", "save-model", 0, {}});
   job.Output({"R.fits", "make a FITS image of what is left of it", "residual", 0, {}});
-  AJobFile picture = PictureFile();
-  picture.help = "make a picture of it, .svg or .png";
-  job.Output(picture);
+  job.Output({"PICTURE", "make a picture of it, .svg or .png", "png", 0, {".svg", ".png"}});
   job.Parsed(
          "loop", [](const std::string& text, SelfCalOptions& o) { return strToSteps(text, o.steps); },
          [](const SelfCalOptions& o) {
@@ -215,17 +213,17 @@ AJobDescription DescribeSelfCal() {
   DescribeSolving(job, [](SelfCalOptions& o) -> SolveOptions& { return o.solving; });
   job.Threads();
   job.Overwrite();
-  job.IntegerColumn("round", "number of steps before");
-  job.TextColumn("step", "the last of them");
-  job.IntegerColumn("solved", "gains that it found, one for each antenna, interval, IF and hand");
-  job.IntegerColumn("failed", "gains that it could not find");
+  job.Column("round", "", "number of steps before");
+  job.Column("step", "", "the last of them");
+  job.Column("solved", "", "gains that it found, one for each antenna, interval, IF and hand");
+  job.Column("failed", "", "gains that it could not find");
   job.Column("chi2", "", "chi^2 of the visibilities over twice their number");
   job.Column("flux", "Jy", "sum of all components");
   job.Column("peak", "Jy/beam", "brightest pixel of the image");
   job.Column("rms", "Jy/beam", "of what CLEAN leaves");
   job.Column("dynamic_range", "", "peak / rms");
   job.Column("closure_chi2", "", "chi^2 of closure phases for each of them");
-  job.IntegerColumn("closures", "their number");
+  job.Column("closures", "", "their number");
   return job.Finish();
 }
 
