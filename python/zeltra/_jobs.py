@@ -324,8 +324,7 @@ class Jobs:
             name = os.path.join(folder, "image.fits")
             return Image(name, self.run("clean", name, no_sync=True, progress=progress, **options))
 
-    def solve(self, model: Input, output: Path | None = None, *, progress: Progress | None = None,
-              **options: Any) -> Result:
+    def solve(self, model: Input, output: Path, *, progress: Progress | None = None, **options: Any) -> Result:
         """Solve for the gains of antennas with a model of the source.
 
         Parameters
@@ -333,7 +332,7 @@ class Jobs:
         model : str, os.PathLike or File
             A list of components (.mod), a FITS image with a table AIPS CC, "point" or "point=JY", or visibilities with
             the same records.
-        output : str or os.PathLike, optional
+        output : str or os.PathLike
             The UVX file to make, or a gain file where the name ends in .gain.
         progress : callable, optional
             As in `zeltra.run`.
@@ -370,7 +369,7 @@ class Jobs:
         return open_file(output)
 
     def fit(self, output: Path, *, progress: Progress | None = None, **options: Any) -> Result:
-        """Fit points and Gaussians to the visibilities, in a library that has this job.
+        """Fit points and Gaussians to the visibilities.
 
         Parameters
         ----------
@@ -379,11 +378,12 @@ class Jobs:
         progress : callable, optional
             As in `zeltra.run`.
         **options
-            Those of the command `zeltra fit`.
+            Those of `zeltra.jobs.fit`; `model` names the components to begin with.
 
         Returns
         -------
         Result
+            A line a component.
         """
         return self.run("fit", output=output, progress=progress, **options)
 

@@ -1121,6 +1121,93 @@ def solve(input: Input, *, output: Path, model: Text, mode: Literal["p", "ap", "
     return run("solve", [input], [], options, progress=progress)
 
 
+def fit(input: Input | None = None, *, output: Path, image_plane: Path | None = None, residual: Path | None = None,
+        model: Text | None = None, free: Text | None = None, source: Names | None = None, freqsel: int | None = None,
+        scan: Numbers | None = None, start: Moment | None = None, stop: Moment | None = None,
+        antenna: Names | None = None, baseline: Names | None = None, uvrange: Span | None = None,
+        if_: Numbers | None = None, channel: Numbers | None = None, stokes: Names | None = None,
+        threads: int | None = None, force: bool = False, no_sync: bool = False,
+        progress: Progress | None = None) -> Result:
+    """Fit points and Gaussians to visibilities or to an image.
+
+    The components with the least sum of w |V - M|^2 over all IFs and channels, each at its own u, v, found by the
+    method of Levenberg and Marquardt from a start, by default in Stokes I of both hands, with the weight 4 / (1 / w_RR
+    + 1 / w_LL). Chi^2/2N is that sum over twice the number of visibilities. Errors are (J'J)^-1 chi^2 / (2N - P) for P
+    free numbers, so they allow for weights that are all wrong by one factor. A Gaussian with a fixed axial ratio of 1
+    stays a circle; ratios above 1 exchange the axes. Notes name numbers that the data do not determine, components that
+    are not resolved, and correlations above 0.9.
+
+    With --image-plane, elliptical Gaussians are fitted to a FITS image with a beam instead, one by one in turn, each to
+    the pixels around it: at the places of a model, or at the brightest pixel. Their sizes are printed with the beam
+    taken out; errors are those of Condon (1997) for the rms of what is left of the image.
+
+    OUT.mod has the numbers of the start in its order, with 12 digits and the same marks, and the errors as comments.
+
+    Parameters
+    ----------
+    input : str, os.PathLike, File or Selection
+        UVX, or UV FITS, which is imported first.
+    output : str or os.PathLike
+        The list of components to make.
+    image_plane : str or os.PathLike
+        Fit to this image instead of visibilities.
+    residual : str or os.PathLike
+        Make a UVX file of the records with the fitted components subtracted, from the parallel hands and I.
+    model : str or os.PathLike
+        The start: a list of components (.mod), a FITS image with a table AIPS CC, point or point=JY; needed for
+        visibilities.
+    free : str or os.PathLike
+        What may change in all components: flux, x, y, major, ratio, pa; default: the numbers followed by v in the
+        model.
+    source : str, int or list
+        Number or name of the source; =7 is the source named 7; default: the only one.
+    freqsel : int
+        Number of the frequency setup; default: all.
+    scan : int or list, from 0
+        Scans, as numbered by info, as in 1,3-5; default: all.
+    start : Time, float or str
+        No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
+        Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
+    stop : Time, float or str
+        No records after this time, given as for --start; default: the last record.
+    antenna : str, int or list
+        All baselines of this antenna, or those between several; numbers or names; =0 is the antenna named 0; default:
+        all.
+    baseline : str, int or list
+        Only these baselines, as in 2-5,PT-LA, stored in either order; default: all.
+    uvrange : tuple or str
+        Distances in the u, v plane in wavelengths, as in 250k,10M: of each visibility at its own frequency; default:
+        all.
+    if_ : int or list, from 0
+        Numbers of IFs, as in 1,3-4; default: all.
+    channel : int or list, from 0
+        Numbers of channels, as in 8-15; default: all.
+    stokes : str, int or list
+        Polarisation, stored or formed, as in RR, I or PI, the parallel hands that are there; default: I of both hands,
+        or the first one where there is no I.
+    threads : int
+        Threads that work at the same time; the result is the same for any number; from 0 to 1024; default: one per
+        processor.
+    force : bool
+        Replace an output that exists.
+    no_sync : bool
+        Do not wait until the output is on the disk.
+    progress : callable, optional
+        Called with the step and its percentage.
+
+    Returns
+    -------
+    Result
+        With the columns component, flux, flux_error, x, x_error, y, y_error, major, major_error, ratio, ratio_error,
+        pa, pa_error.
+    """
+    options = {"image-plane": image_plane, "output": output, "residual": residual, "model": model, "free": free,
+               "source": source, "freqsel": freqsel, "scan": scan, "start": start, "stop": stop, "antenna": antenna,
+               "baseline": baseline, "uvrange": uvrange, "if": if_, "channel": channel, "stokes": stokes,
+               "threads": threads, "force": force, "no-sync": no_sync}
+    return run("fit", [*([] if input is None else [input])], [], options, progress=progress)
+
+
 def image(input: Input, out: Path | None = None, *, fits: Path | None = None, beam: Path | None = None,
           source: Names | None = None, freqsel: int | None = None, scan: Numbers | None = None,
           start: Moment | None = None, stop: Moment | None = None, antenna: Names | None = None,
@@ -1338,11 +1425,11 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
 
 
 def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: Path | None = None,
-            residual: Path | None = None, loop: Text | None = None, source: Names | None = None,
-            freqsel: int | None = None, scan: Numbers | None = None, start: Moment | None = None,
-            antenna: Names | None = None, baseline: Names | None = None, uvrange: Span | None = None,
-            if_: Numbers | None = None, channel: Numbers | None = None, stokes: Names | None = None,
-            size: int | None = None, cell: Real | None = None, weight: Text | None = None,
+            residual: Path | None = None, png: Path | None = None, loop: Text | None = None,
+            source: Names | None = None, freqsel: int | None = None, scan: Numbers | None = None,
+            start: Moment | None = None, antenna: Names | None = None, baseline: Names | None = None,
+            uvrange: Span | None = None, if_: Numbers | None = None, channel: Numbers | None = None,
+            stokes: Names | None = None, size: int | None = None, cell: Real | None = None, weight: Text | None = None,
             weight_power: Real | None = None, taper: Text | None = None, memory: Real | None = None,
             niter: int | None = None, gain: Real | None = None, stop: Text | None = None, window: Text | None = None,
             box: Text | Sequence[Text] | None = None, auto: Real | None = None, no_negative: bool = False,
@@ -1377,6 +1464,8 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
         Write its components as text.
     residual : str or os.PathLike
         Make a FITS image of what is left of it.
+    png : str or os.PathLike
+        Make a picture of it, .svg or .png.
     loop : str or os.PathLike
         The steps: phases (p), amplitudes and phases (ap) or amplitudes (a), with the interval in seconds after a colon,
         without it each time stamp; default: p,p.
@@ -1475,14 +1564,14 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
     Result
         With the columns round, step, solved, failed, chi2, flux, peak, rms, dynamic_range, closure_chi2, closures.
     """
-    options = {"image": image, "save-model": save_model, "residual": residual, "loop": loop, "source": source,
-               "freqsel": freqsel, "scan": scan, "start": start, "antenna": antenna, "baseline": baseline,
-               "uvrange": uvrange, "if": if_, "channel": channel, "stokes": stokes, "size": size, "cell": cell,
-               "weight": weight, "weight-power": weight_power, "taper": taper, "memory": memory, "niter": niter,
-               "gain": gain, "stop": stop, "window": window, "box": box, "auto": auto, "no-negative": no_negative,
-               "model": model, "beam": beam, "refant": refant, "min-antennas": min_antennas, "snr": snr, "ifs": ifs,
-               "pols": pols, "normalize": normalize, "robust": robust, "threads": threads, "force": force,
-               "no-sync": no_sync}
+    options = {"image": image, "save-model": save_model, "residual": residual, "png": png, "loop": loop,
+               "source": source, "freqsel": freqsel, "scan": scan, "start": start, "antenna": antenna,
+               "baseline": baseline, "uvrange": uvrange, "if": if_, "channel": channel, "stokes": stokes, "size": size,
+               "cell": cell, "weight": weight, "weight-power": weight_power, "taper": taper, "memory": memory,
+               "niter": niter, "gain": gain, "stop": stop, "window": window, "box": box, "auto": auto,
+               "no-negative": no_negative, "model": model, "beam": beam, "refant": refant, "min-antennas": min_antennas,
+               "snr": snr, "ifs": ifs, "pols": pols, "normalize": normalize, "robust": robust, "threads": threads,
+               "force": force, "no-sync": no_sync}
     return run("selfcal", [input], [out], options, progress=progress)
 
 
