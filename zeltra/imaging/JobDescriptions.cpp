@@ -116,7 +116,8 @@ void DescribeCleaning(AJobDescriber<Options>& job) {
          "deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest "
          "pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: "
          "no records after it")
-      .Form("3sigma|JY|negative[,...]|TIME");
+      .Form("3sigma|JY|negative[,...]|TIME")
+      .Repeated();
   job.Option("window", &Options::windows,
              "file of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east")
       .Form("F.win")
