@@ -4,6 +4,7 @@
 
 #include "tests/support/TempFile.h"
 #include "zeltra/calibration/ApplyGains.h"
+#include "zeltra/calibration/FitUVX.h"
 #include "zeltra/imaging/ImageUVX.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/ops/AUVXFluxes.h"
@@ -134,6 +135,16 @@ void Reorder(AUVXInput& input, const std::string& to) {
   (void)JoinUVX({input.path(), input.path()}, to, join, nullptr);
 }
 
+void FitPoint(AUVXInput& input, const std::string& model, const std::string& residual) {
+  ComponentFit fit;
+  (void)FitUVX(input, model, residual, Replacing<FitOptions>([](auto& o) {
+                 o.model = "point";
+                 o.free = ModelComponent::FreeFlux | ModelComponent::FreeX | ModelComponent::FreeY;
+                 o.selection.sources = {"1"};
+               }),
+               fit);
+}
+
 void Picture(AUVXInput& input) {
   ImageOptions options;
   options.size = 16;
@@ -146,7 +157,7 @@ void Picture(AUVXInput& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const test::TempFile file("uvx"), output("uvx");
+  static const test::TempFile file("uvx"), output("uvx"), model("mod");
   file.Put(std::string(reinterpret_cast<const char*>(data), size));
   AUVXInput input;
   if (!input.Open(file.path())) return 0;
@@ -155,6 +166,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Reorder(input, output.path());
   ChangeFrequencies(input, output.path());
   Change(input, output.path());
+  FitPoint(input, model.path(), output.path());
   Picture(input);
   return 0;
 }

@@ -40,11 +40,12 @@ std::string Section(const AJobDescription& job, const CLI::App& command) {
   std::string text =
       ".SS " + Plain("zeltra " + job.name) + "\n" + Plain(job.summary) + ".\n.PP\n" + Bold(Synopsis(job));
   if (!job.details.empty()) text += ".PP\n" + Plain(job.details) + "\n";
-  for (const AJobFile& file : job.inputs) text += Item(file.name, file.help);
+  const auto item = [](const AJobFile& file) {
+    return Item(file.isWord() ? file.name : OptionNames(file.option, file.letter, file.name), file.help);
+  };
+  for (const AJobFile& file : job.inputs) text += item(file);
   for (const AJobOption& option : job.options) text += option.isWord ? Item(option.form, option.help) : "";
-  for (const AJobFile& file : job.outputs) {
-    text += Item(file.isWord() ? file.name : OptionNames(file.option, file.letter, file.name), file.help);
-  }
+  for (const AJobFile& file : job.outputs) text += item(file);
   for (const AJobOption& option : job.options) text += option.isWord ? "" : OptionItem(job, option);
   for (const char* format : {"--csv", "--json"}) {
     const CLI::Option* option = command.get_option_no_throw(format);

@@ -34,7 +34,7 @@ std::string Code(const std::string& text) {
 
 std::string Arguments(const AJobDescription& job) {
   std::string rows;
-  for (const AJobFile& file : job.inputs) rows += Row({Code(file.name), file.help});
+  for (const AJobFile& file : job.inputs) rows += file.isWord() ? Row({Code(file.name), file.help}) : "";
   for (const AJobOption& option : job.options) rows += option.isWord ? Row({Code(option.form), option.help}) : "";
   for (const AJobFile& file : job.outputs) rows += file.isWord() ? Row({Code(file.name), file.help}) : "";
   return rows.empty() ? "" : Head({"argument", "what it is"}) + rows + "\n";
@@ -48,8 +48,10 @@ std::string OptionRow(const AJobDescription& job, const AJobOption& option) {
 
 std::string Options(const AJobDescription& job, const CLI::App& command) {
   std::string text = Head({"option", "unit", "default", "what it does"});
-  for (const AJobFile& file : job.outputs) {
-    if (!file.isWord()) text += Row({Code(OptionNames(file.option, file.letter, file.name)), "", "", file.help});
+  for (const std::vector<AJobFile>* files : {&job.inputs, &job.outputs}) {
+    for (const AJobFile& file : *files) {
+      if (!file.isWord()) text += Row({Code(OptionNames(file.option, file.letter, file.name)), "", "", file.help});
+    }
   }
   for (const AJobOption& option : job.options) text += option.isWord ? "" : OptionRow(job, option);
   for (const char* format : {"--csv", "--json"}) {
@@ -94,11 +96,14 @@ AResult WritePages(const std::string& folder, const Session& session, const CLI:
 
 std::string Synopsis(const AJobDescription& job) {
   std::string line = "zeltra " + job.name;
-  for (const AJobFile& file : job.inputs) line += " " + file.name + (file.isList ? "..." : "");
+  const auto add = [&line](const AJobFile& file) {
+    const std::string name = file.name + (file.isList ? "..." : "");
+    if (file.isWord()) line += file.isRequired() ? " " + name : " [" + name + "]";
+    if (!file.isWord() && file.isNeeded) line += " --" + file.option + " " + name;
+  };
+  for (const AJobFile& file : job.inputs) add(file);
   for (const AJobOption& option : job.options) line += option.isWord ? " " + option.form : "";
-  for (const AJobFile& file : job.outputs) {
-    if (file.isWord()) line += file.isRequired() ? " " + file.name : " [" + file.name + "]";
-  }
+  for (const AJobFile& file : job.outputs) add(file);
   for (const AJobOption& option : job.options) {
     if (option.isRequired && !option.isWord) line += " --" + option.name + " " + option.form;
   }

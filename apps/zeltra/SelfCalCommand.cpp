@@ -1,4 +1,4 @@
-// zeltra selfcal: a source calibrated with its own image, and its picture.
+// zeltra selfcal: a source calibrated with its own image, and the picture of that.
 // SPDX-License-Identifier: MIT
 #include <memory>
 
@@ -16,7 +16,7 @@ struct Options : SelfCalOptions {
 
 AResult Calibrate(const AJobFiles& files, const Options& options, Session& session) {
   if (AResult result = CheckPicture(files.outputs[4]); !result) return result;
-  return CalibrateItself(files, options, DrawerOf(options.picture), session);
+  return MakeSelfCalibrated(files, options, DrawerOf(options.picture), session);
 }
 
 // The library's job with the options of its picture.

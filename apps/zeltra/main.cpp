@@ -54,10 +54,10 @@ std::string NoCommand(const CLI::App& app, const std::vector<std::string>& argum
 void AddCommands(CLI::App& app, Session& session) {
   using Adder = void (*)(CLI::App&, Session&);
   const std::map<std::string, Adder> own = {{"clean", AddCleanCommand},
-                                            {"selfcal", AddSelfCalCommand},
                                             {"gains", AddGainsCommand},
                                             {"image", AddImageCommand},
-                                            {"info", AddInfoCommand}};
+                                            {"info", AddInfoCommand},
+                                            {"selfcal", AddSelfCalCommand}};
   for (const AJob& job : Jobs()) {
     const std::string& name = job.description().name;
     // Plots are listed beside images.

@@ -14,10 +14,10 @@ std::string Summary(const CleanImage& image) {
   const auto value = [&image](double number) { return BrightnessText(number, image); };
   return std::to_string(image.components.components().size()) + " components of " +
          RoundedNumber(image.components.Flux(), 4) + " Jy in " + std::to_string(image.iterations) + " iterations and " +
-         std::to_string(image.cycles) + " cycles, ended at " + image.ending + ", peak " + PeakText(image) + ", beam " +
-         BeamText(image.shape) + ", thermal noise " + value(image.noise) + ", rms of what is left " + value(image.rms) +
-         ", chi^2/2N of " + std::to_string(image.visibilities) + " visibilities " +
-         RoundedNumber(image.chi2 / 2 / static_cast<double>(image.visibilities), 4);
+         std::to_string(image.cycles) + (image.cycles == 1 ? " cycle" : " cycles") + ", ended at " + image.ending +
+         ", peak " + PeakText(image) + ", beam " + BeamText(image.shape) + ", thermal noise " + value(image.noise) +
+         ", rms of what is left " + value(image.rms) + ", chi^2/2N of " + std::to_string(image.visibilities) +
+         " visibilities " + RoundedNumber(image.chi2 / 2 / static_cast<double>(image.visibilities), 4);
 }
 
 AResult RunClean(const AJobFiles& files, CleanOptions& options, AJobHost& host) {

@@ -10,10 +10,10 @@ namespace zeltra {
 
 std::span<const AJob> Jobs() {
   static const std::vector<AJob> jobs = {
-      ImportJob(),  ExportJob(), InfoJob(),  RecordsJob(), TableJob(),   AverageJob(),   ClosureJob(),
-      LoopsJob(),   CopyJob(),   SortJob(),  SplitJob(),   JoinJob(),    DeleteIFsJob(), AverageFrequencyJob(),
-      SqueezeJob(), UnfoldJob(), UVWJob(),   FlagJob(),    ShiftJob(),   PlanJob(),      GainsJob(),
-      ApplyJob(),   SolveJob(),  ImageJob(), CleanJob(),   SelfCalJob(), SimulateJob()};
+      ImportJob(),  ExportJob(), InfoJob(), RecordsJob(), TableJob(), AverageJob(),   ClosureJob(),
+      LoopsJob(),   CopyJob(),   SortJob(), SplitJob(),   JoinJob(),  DeleteIFsJob(), AverageFrequencyJob(),
+      SqueezeJob(), UnfoldJob(), UVWJob(),  FlagJob(),    ShiftJob(), PlanJob(),      GainsJob(),
+      ApplyJob(),   SolveJob(),  FitJob(),  ImageJob(),   CleanJob(), SelfCalJob(),   SimulateJob()};
   return jobs;
 }
 

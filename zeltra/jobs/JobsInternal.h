@@ -28,6 +28,7 @@ AJob ClosureJob();
 AJob CopyJob();
 AJob DeleteIFsJob();
 AJob ExportJob();
+AJob FitJob();
 AJob FlagJob();
 AJob GainsJob();
 AJob ImageJob();

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/jobs/SelfCalJob.h"
 
-#include "zeltra/core/Text.h"
 #include "zeltra/jobs/ImageText.h"
 #include "zeltra/jobs/JobInput.h"
 #include "zeltra/jobs/JobsInternal.h"
@@ -10,8 +9,8 @@
 namespace zeltra {
 namespace {
 
-void DeliverRound(const SelfCalRound& round, bool isForPeople, ATableSink& table) {
-  constexpr int kDigits = 5;  // for people
+void DeliverRound(const SelfCalRound& round, ATableSink& table) {
+  constexpr int kDigits = 5;
   table.Integer(round.number);
   table.Text(round.step);
   table.Integer(round.solved);
@@ -19,21 +18,20 @@ void DeliverRound(const SelfCalRound& round, bool isForPeople, ATableSink& table
   const double count = 2 * static_cast<double>(round.visibilities);
   for (const double number :
        {round.chi2 / count, round.flux, round.peak, round.rms, round.dynamicRange, round.closures.Reduced()}) {
-    table.Real(isForPeople ? ParseNumber(RoundedNumber(number, kDigits)) : number);
+    table.Rounded(number, kDigits);
   }
   table.Integer(round.closures.closures);
   table.EndRow();
 }
 
 AResult RunSelfCal(const AJobFiles& files, SelfCalOptions& options, AJobHost& host) {
-  return CalibrateItself(files, options, {}, host);
+  return MakeSelfCalibrated(files, options, {}, host);
 }
 
 }  // namespace
 
-AResult CalibrateItself(const AJobFiles& files, const SelfCalOptions& options, const PictureDrawer& draw,
-                        AJobHost& host) {
-  const std::string& to = files.to();
+AResult MakeSelfCalibrated(const AJobFiles& files, const SelfCalOptions& options, const PictureDrawer& draw,
+                           AJobHost& host) {
   ImageNames names;
   names.fits = files.outputs[1];
   names.model = files.outputs[2];
@@ -42,14 +40,16 @@ AResult CalibrateItself(const AJobFiles& files, const SelfCalOptions& options, c
   AUVXInput input;
   if (AResult result = OpenInput(input, files.from(), options.selection, options, host); !result) return result;
   ATableSink& table = host.BeginTable(SelfCalDescription().columns);
-  const auto tell = [&](const SelfCalRound& round) { DeliverRound(round, host.IsForPeople(), table); };
-  const auto drawLast = [&](const CleanImage& last, std::string& picture) {
-    return draw ? draw(last, &last.components, names.picture, picture) : AResult::Ok();
+  const auto drawLast = [&](const CleanImage& image, std::string& picture) {
+    return draw ? draw(image, &image.components, names.picture, picture) : AResult::Ok();
   };
   CleanImage image;
-  if (AResult result = SelfCalibrate(input, to, names, options, tell, drawLast, image); !result) return result;
+  AResult result = SelfCalibrate(
+      input, files.to(), names, options, [&table](const SelfCalRound& round) { DeliverRound(round, table); }, drawLast,
+      image);
+  if (!result) return result;
   NoteAll(image.remarks, host);
-  host.Report(to + ": peak " + PeakText(image) + ", beam " + BeamText(image.shape) + ", thermal noise " +
+  host.Report(files.to() + ": peak " + PeakText(image) + ", beam " + BeamText(image.shape) + ", thermal noise " +
               BrightnessText(image.noise, image) + ", rms of what is left " + BrightnessText(image.rms, image));
   return table.Finish();
 }

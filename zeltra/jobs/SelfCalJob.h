@@ -10,8 +10,8 @@ namespace zeltra {
 
 /// Run the job of SelfCalDescription().
 /// @param draw  empty: no picture can be named
-ZELTRA_API AResult CalibrateItself(const AJobFiles& files, const SelfCalOptions& options, const PictureDrawer& draw,
-                                   AJobHost& host);
+ZELTRA_API AResult MakeSelfCalibrated(const AJobFiles& files, const SelfCalOptions& options, const PictureDrawer& draw,
+                                      AJobHost& host);
 
 }  // namespace zeltra
 

@@ -23,15 +23,13 @@ constexpr double kBar = 0.6;                         // pixels, the width of an 
 constexpr double kHalfPlace = 0.5 / kPlacesPerPixel;
 constexpr const char* kGrid = "#e0e0e0";
 constexpr const char* kSmallPrint = "#555555";
+constexpr const char* kOnTop = "#000000";
+constexpr double kOnTopShare = 0.6;  // of the width of other dots, which show around them
 
 // Ten colours that are distinguishable with colour blindness too (M. A. Petroff: Accessible Color Sequences for Data
 // Visualization, arXiv:2107.02270, 2021), and a grey for the rest.
 constexpr const char* kPalette[Chart::kColours + 1] = {"#3f90da", "#ffa90e", "#bd1f01", "#94a4a2", "#832db6", "#a96b59",
                                                        "#e76300", "#b9ac70", "#717581", "#92dadd", "#cccccc"};
-
-const char* ColourOf(size_t series) {
-  return kPalette[std::min<size_t>(series, Chart::kColours)];
-}
 
 // The layer for dots at a place: the upper bits of a product with a large odd number.
 size_t LayerOf(int column, int line) {
@@ -107,9 +105,13 @@ Chart::Layers Chart::Paths(const Series& series, int step) const {
   return paths;
 }
 
+const char* Chart::ColourOf(size_t series) const {
+  return series == onTop_ ? kOnTop : kPalette[std::min<size_t>(series, kColours)];
+}
+
 // How far the dots and bars of a series are shifted, so that those at one place are seen side by side.
 double Chart::Aside(size_t series) const {
-  if (Coloured() < 2 || series >= Coloured()) return 0;
+  if (Coloured() < 2 || series >= Coloured() || series == onTop_) return 0;
   return kSpread * (static_cast<double>(series) / static_cast<double>(Coloured() - 1) - 0.5);
 }
 
@@ -124,12 +126,16 @@ void Chart::DrawDots(SVG& svg) const {
   for (const Series& series : series_) paths.push_back(Paths(series, step));
   const auto draw = [&](size_t i, size_t layer) {
     if (paths[i][layer].empty()) return;
-    svg.Dots(middle - kTop + kLeft + Aside(i), middle, 1.0 / kPlacesPerPixel, paths[i][layer], ColourOf(i), dot);
+    svg.Dots(middle - kTop + kLeft + Aside(i), middle, 1.0 / kPlacesPerPixel, paths[i][layer], ColourOf(i),
+             i == onTop_ ? kOnTopShare * dot : dot);
   };
   for (size_t layer = 0; layer < kLayers && series_.size() > coloured; ++layer) draw(coloured, layer);
   for (size_t layer = 0; layer < kLayers; ++layer) {
-    for (size_t i = 0; i < coloured; ++i) draw((i + layer) % coloured, layer);
+    for (size_t i = 0; i < coloured; ++i) {
+      if (const size_t next = (i + layer) % coloured; next != onTop_) draw(next, layer);
+    }
   }
+  for (size_t layer = 0; layer < kLayers && onTop_ < series_.size(); ++layer) draw(onTop_, layer);
 }
 
 // The lines of the bars, column by column.

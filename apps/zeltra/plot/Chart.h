@@ -47,6 +47,8 @@ class Chart {
   /// The most series with colours of their own; one more may follow, which is grey and drawn below them.
   static constexpr int kColours = 10;
 
+  /// Draw a series in black above all others, as a model over data.
+  void PutOnTop(size_t series) { onTop_ = series; }
   void Add(size_t series, double x, double y);
   /// Add an error bar, from `low` to `high`; bars are drawn below all points.
   void AddBar(size_t series, double x, double low, double high);
@@ -71,6 +73,7 @@ class Chart {
   size_t Marked() const;
   int Step(size_t marked) const;
   size_t Coloured() const { return std::min<size_t>(series_.size(), kColours); }
+  const char* ColourOf(size_t series) const;
   double Aside(size_t series) const;
   Layers Paths(const Series& series, int step) const;
   std::string BarPath(const Series& series) const;
@@ -79,6 +82,7 @@ class Chart {
   ChartAxis x_, y_;
   std::vector<Series> series_;
   int width_, height_;  // of the plot, pixels
+  size_t onTop_ = std::string::npos;
 };
 
 }  // namespace zeltra::app

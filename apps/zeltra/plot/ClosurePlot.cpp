@@ -16,9 +16,13 @@
 namespace zeltra::app {
 namespace {
 
+// The key of the closure phases of a model, beyond those of three antennas.
+constexpr int kModel = 1 << 24;
+
 class ClosurePlot {
  public:
-  ClosurePlot(AUVXInput& input, const PlotOptions& options) : input_(input), options_(options), data_(input) {}
+  ClosurePlot(AUVXInput& input, AUVXInput* model, const PlotOptions& options)
+      : input_(input), model_(model), options_(options), data_(input) {}
   AResult Run(std::string& svg);
 
  private:
@@ -28,6 +32,7 @@ class ClosurePlot {
   std::string NameOf(int key) const;
 
   AUVXInput& input_;
+  AUVXInput* const model_;  // may be null
   const PlotOptions options_;
   SelectedVisibilities data_;
   ClosureOptions closure_;
@@ -48,6 +53,8 @@ AResult ClosurePlot::Run(std::string& svg) {
   const PlotSeries series(survey, [this](int key) { return NameOf(key); });
   Chart chart(TimeAxis(survey.x, *midnight_, data_.contents().timeScale()), PhaseAxis("Closure phase", survey.y),
               series.names());
+  const bool hasModel = survey.counts.count(kModel) > 0;
+  if (hasModel) chart.PutOnTop(series(kModel));
   AResult result = points([&](const PlotPoint& point) {
     chart.AddBar(series(point.key), point.x, point.y - point.error, point.y + point.error);
     chart.Add(series(point.key), point.x, point.y);
@@ -55,9 +62,10 @@ AResult ClosurePlot::Run(std::string& svg) {
   if (!result) return result;
   const AUVXFreqs frequencies(input_.uvx(), data_.contents().scans().FreqSelForSrc(data_.source().id));
   const int IF = IFs_.front(), channel = channels_.front();
-  const std::string note = Grouped(survey.count) + " closure phases of " +
-                           Grouped(static_cast<int64>(survey.counts.size())) + " triangles with " +
-                           AntennaName(data_.contents(), antenna_) + ", " + Averaged();
+  const int64 ofModel = hasModel ? survey.counts.at(kModel) : 0;
+  const int64 triangles = std::ssize(survey.counts) - (hasModel ? 1 : 0);
+  const std::string note = Grouped(survey.count - ofModel) + " closure phases of " + Grouped(triangles) +
+                           " triangles with " + AntennaName(data_.contents(), antenna_) + ", " + Averaged();
   svg = chart.Draw(PlotTitle(data_, frequencies(channel, IF), *midnight_), note);
   return AResult::Ok();
 }
@@ -94,16 +102,22 @@ std::string ClosurePlot::Averaged() const {
 }
 
 AResult ClosurePlot::ForEachPoint(const PlotTaker& take) {
-  return FormClosures(input_, closure_, [&](const AClosure& closure) {
+  AResult result = FormClosures(input_, closure_, [&](const AClosure& closure) {
     if (!midnight_) midnight_ = MidnightBefore(closure.time);
     const int key = (closure.antennas[0] << 16) + (closure.antennas[1] << 8) + closure.antennas[2];
     take({key, (closure.time - *midnight_) * kSecondsPerDay, closure.value * kDegreesPerRadian,
           closure.sigma * kDegreesPerRadian});
     return AResult::Ok();
   });
+  if (!result || !model_ || !midnight_) return result;
+  return FormClosures(*model_, closure_, [&](const AClosure& closure) {
+    take({kModel, (closure.time - *midnight_) * kSecondsPerDay, closure.value * kDegreesPerRadian});
+    return AResult::Ok();
+  });
 }
 
 std::string ClosurePlot::NameOf(int key) const {
+  if (key == kModel) return "model";
   std::string name;
   for (const int antenna : {key >> 16, key >> 8 & 0xFF, key & 0xFF}) {
     if (!name.empty()) name += '-';
@@ -114,8 +128,8 @@ std::string ClosurePlot::NameOf(int key) const {
 
 }  // namespace
 
-AResult PlotClosure(AUVXInput& input, const PlotOptions& options, std::string& svg) {
-  return ClosurePlot(input, options).Run(svg);
+AResult PlotClosure(AUVXInput& input, AUVXInput* model, const PlotOptions& options, std::string& svg) {
+  return ClosurePlot(input, model, options).Run(svg);
 }
 
 }  // namespace zeltra::app

@@ -16,12 +16,13 @@
 
 namespace zeltra::app {
 
-enum class PlotKind { UV, Amplitude, Phase, Closure };
+enum class PlotKind { UV, Amplitude, Phase, Closure, Residual };
 
 struct PlotOptions : JobOptions {
   PlotKind kind = PlotKind::UV;
   UVXSelection selection;
-  bool overTime = false;       ///< amplitude and phase over time, not over the distance from the u, v origin
+  std::string model;           ///< as VisibilityModel::Open accepts it; empty: none
+  bool overTime = false;       ///< visibilities over time, not over the distance from the u, v origin
   bool isLogarithmic = false;  ///< whether the axis of amplitudes is
   double interval =
       0;  ///< seconds to average over; negative: each time stamp; 0: no averaging, which closure does not accept
@@ -83,8 +84,9 @@ std::string Grouped(int64 number);
 /// A number with as many digits as it needs, six at most.
 std::string RoundedText(double number);
 
-AResult PlotVisibilities(AUVXInput& input, const PlotOptions& options, std::string& svg);
-AResult PlotClosure(AUVXInput& input, const PlotOptions& options, std::string& svg);
+/// @param model  a file with the same records, the visibilities of a model, which form one more series; may be null
+AResult PlotVisibilities(AUVXInput& input, AUVXInput* model, const PlotOptions& options, std::string& svg);
+AResult PlotClosure(AUVXInput& input, AUVXInput* model, const PlotOptions& options, std::string& svg);
 
 }  // namespace zeltra::app
 

@@ -14,8 +14,10 @@ namespace {
 
 constexpr double kHeadRoom = 1.04, kFootRoom = 0.02, kLogRoom = 0.04;
 
-// The key of flagged visibilities.
-constexpr int kFlagged = -1;
+// The keys of flagged visibilities, and of those of a model, which follow all others.
+constexpr int kFlagged = -1, kModel = 256;
+// Those of residuals.
+constexpr int kReal = 0, kImaginary = 1;
 
 // A unit of lengths in the u, v plane.
 struct LengthUnit {
@@ -56,14 +58,18 @@ ChartAxis LogAxis(const std::string& title, const ValueRange& logarithms) {
 // Points in wavelengths, seconds, degrees, and the unit of the visibilities or its decimal logarithm.
 class VisibilityPlot {
  public:
-  VisibilityPlot(AUVXInput& input, const PlotOptions& options) : options_(options), data_(input) {}
+  VisibilityPlot(AUVXInput& input, AUVXInput* model, const PlotOptions& options) : options_(options), data_(input) {
+    if (model) model_.emplace(*model);
+  }
   AResult Run(std::string& svg);
 
  private:
   int KeyOf(const SelectedVisibility& visibility) const;
+  double AcrossOf(const SelectedVisibility& visibility) const;
   PlotPoint PointOf(const SelectedVisibility& visibility) const;
   AResult ForEachPoint(const PlotTaker& take);
   void Take(const SelectedVisibility& visibility, const PlotTaker& take);
+  void Pass(const PlotPoint& point, const PlotTaker& take) const;
   std::string NameOf(int key) const;
   std::string Note() const;
   ChartAxis Across() const;
@@ -71,6 +77,7 @@ class VisibilityPlot {
 
   const PlotOptions options_;
   SelectedVisibilities data_;
+  std::optional<SelectedVisibilities> model_;
   std::optional<int> antenna_;
   ValueRange frequencies_;
   std::optional<double> midnight_;  // before the first visibility, a Julian date
@@ -79,7 +86,10 @@ class VisibilityPlot {
 };
 
 AResult VisibilityPlot::Run(std::string& svg) {
-  if (AResult result = data_.Select(options_.selection, SelectedVisibilities::ParallelHands); !result) return result;
+  for (SelectedVisibilities* data : {&data_, model_ ? &*model_ : nullptr}) {
+    if (!data) continue;
+    if (AResult result = data->Select(options_.selection, SelectedVisibilities::ParallelHands); !result) return result;
+  }
   if (options_.selection.antennas.size() == 1) {
     int number = 0;
     if (AResult result = data_.contents().FindAntenna(options_.selection.antennas[0], number); !result) return result;
@@ -91,6 +101,7 @@ AResult VisibilityPlot::Run(std::string& svg) {
   const PlotSeries series(survey_, [this](int key) { return NameOf(key); });
   const bool isUV = options_.kind == PlotKind::UV;
   Chart chart(Across(), Up(), series.names(), isUV);
+  if (survey_.counts.count(kModel)) chart.PutOnTop(series(kModel));
   AResult result = points([&](const PlotPoint& point) {
     chart.Add(series(point.key), point.x, point.y);
     if (isUV) chart.Add(series(point.key), -point.x, -point.y);
@@ -101,7 +112,9 @@ AResult VisibilityPlot::Run(std::string& svg) {
 }
 
 std::string VisibilityPlot::Note() const {
-  std::string note = Grouped(survey_.count);
+  const bool isResidual = options_.kind == PlotKind::Residual;
+  const int64 ofData = survey_.count - (survey_.counts.count(kModel) ? survey_.counts.at(kModel) : 0);
+  std::string note = isResidual ? "Data minus model of " + Grouped(ofData / 2) : Grouped(ofData);
   if (options_.interval == 0) note += " visibilities";
   if (options_.interval > 0) note += " averages over " + RoundedText(options_.interval) + " s";
   if (options_.interval < 0) note += " averages of each time stamp";
@@ -123,15 +136,21 @@ int VisibilityPlot::KeyOf(const SelectedVisibility& visibility) const {
 
 std::string VisibilityPlot::NameOf(int key) const {
   if (key == kFlagged) return "flagged";
+  if (key == kModel) return "model";
+  if (options_.kind == PlotKind::Residual) return key == kReal ? "real" : "imaginary";
   if (antenna_) return AntennaName(data_.contents(), *antenna_) + "-" + AntennaName(data_.contents(), key);
   return data_.polarisations()[static_cast<size_t>(key)].name;
+}
+
+double VisibilityPlot::AcrossOf(const SelectedVisibility& visibility) const {
+  return options_.overTime ? (visibility.group->date - *midnight_) * kSecondsPerDay
+                           : std::hypot(visibility.u, visibility.v);
 }
 
 PlotPoint VisibilityPlot::PointOf(const SelectedVisibility& visibility) const {
   const int key = KeyOf(visibility);
   if (options_.kind == PlotKind::UV) return {key, visibility.u, visibility.v};
-  const double x = options_.overTime ? (visibility.group->date - *midnight_) * kSecondsPerDay
-                                     : std::hypot(visibility.u, visibility.v);
+  const double x = AcrossOf(visibility);
   if (options_.kind == PlotKind::Phase) return {key, x, visibility.value.phase() * kDegreesPerRadian};
   const double amplitude = visibility.value.ampl();
   return {key, x, options_.isLogarithmic ? std::log10(amplitude) : amplitude};
@@ -139,21 +158,35 @@ PlotPoint VisibilityPlot::PointOf(const SelectedVisibility& visibility) const {
 
 AResult VisibilityPlot::ForEachPoint(const PlotTaker& take) {
   zeros_ = 0;
-  const auto visit = [&](const SelectedVisibility& visibility) { Take(visibility, take); };
-  return options_.interval != 0 ? data_.ForEachMean(options_, options_.interval, visit)
-                                : data_.ForEach(options_, "Reading visibilities...", visit);
+  const auto forEach = [&](SelectedVisibilities& data, const PlotTaker& taker) {
+    const auto visit = [&](const SelectedVisibility& visibility) { Take(visibility, taker); };
+    return options_.interval != 0 ? data.ForEachMean(options_, options_.interval, visit)
+                                  : data.ForEach(options_, "Reading visibilities...", visit);
+  };
+  AResult result = forEach(data_, take);
+  if (!result || !model_) return result;
+  return forEach(*model_, [&take](PlotPoint point) {
+    point.key = kModel;
+    take(point);
+  });
 }
 
 void VisibilityPlot::Take(const SelectedVisibility& visibility, const PlotTaker& take) {
   if (!std::isfinite(visibility.group->date)) return;
   if (!midnight_) midnight_ = MidnightBefore(visibility.group->date);
-  const PlotPoint point = PointOf(visibility);
-  zeros_ += options_.isLogarithmic && visibility.value.re == 0 && visibility.value.im == 0;
-  // Finite parts may have an amplitude too large for a float, and a finite date may be too far away to count in
-  // seconds.
-  if (!std::isfinite(point.x) || !std::isfinite(point.y)) return;
   frequencies_.Add(visibility.frequency);
-  take(point);
+  if (options_.kind == PlotKind::Residual) {
+    const double x = AcrossOf(visibility);
+    Pass({visibility.isFlagged ? kFlagged : kReal, x, visibility.value.re}, take);
+    return Pass({visibility.isFlagged ? kFlagged : kImaginary, x, visibility.value.im}, take);
+  }
+  zeros_ += options_.isLogarithmic && visibility.value.re == 0 && visibility.value.im == 0;
+  Pass(PointOf(visibility), take);
+}
+
+// Finite parts may have an amplitude too large for a float, and a finite date may be too far away to count in seconds.
+void VisibilityPlot::Pass(const PlotPoint& point, const PlotTaker& take) const {
+  if (std::isfinite(point.x) && std::isfinite(point.y)) take(point);
 }
 
 ChartAxis VisibilityPlot::Across() const {
@@ -175,8 +208,13 @@ ChartAxis VisibilityPlot::Up() const {
     return axis;
   }
   if (options_.kind == PlotKind::Phase) return PhaseAxis("Phase");
-  const std::string unit = data_.unit();
-  const std::string title = unit.empty() ? "Amplitude" : "Amplitude (" + PlainText(unit) + ")";
+  const bool isResidual = options_.kind == PlotKind::Residual;
+  const std::string unit = data_.unit(), name = isResidual ? "Data minus model" : "Amplitude";
+  const std::string title = unit.empty() ? name : name + " (" + PlainText(unit) + ")";
+  if (isResidual) {
+    const double high = kHeadRoom * OrOne(std::max(-survey_.y.low, survey_.y.high));
+    return {title, -high, high, RoundTicks(-high, high, 8)};
+  }
   if (options_.isLogarithmic) return LogAxis(title, survey_.y);
   const double high = kHeadRoom * OrOne(survey_.y.high);
   return {title, 0, high, RoundTicks(0, high, 8)};
@@ -184,8 +222,8 @@ ChartAxis VisibilityPlot::Up() const {
 
 }  // namespace
 
-AResult PlotVisibilities(AUVXInput& input, const PlotOptions& options, std::string& svg) {
-  return VisibilityPlot(input, options).Run(svg);
+AResult PlotVisibilities(AUVXInput& input, AUVXInput* model, const PlotOptions& options, std::string& svg) {
+  return VisibilityPlot(input, model, options).Run(svg);
 }
 
 }  // namespace zeltra::app
