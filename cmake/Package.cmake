@@ -16,6 +16,7 @@ else()
   set(CPACK_DEBIAN_PACKAGE_SECTION science)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_RECOMMENDS fonts-dejavu-core)
+  set(CPACK_DEBIAN_PACKAGE_SUGGESTS "python3-astropy, python3-matplotlib, python3-xarray, python3-distributed, python3-casacore")
   # The command finds the library beside it; other programs need the linker's cache.
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
   set(CPACK_DEBIAN_PACKAGE_GENERATE_TRIGGERS ON)

@@ -41,9 +41,12 @@ AResult Draw(AUVXInput& input, const PlotOptions& options, std::string& picture)
     if (AResult result = modelled.Open(input, options.model, use, options); !result) return result;
     model = &modelled.input();
   }
-  AResult result = isResidual                          ? PlotVisibilities(*model, nullptr, options, picture)
-                   : options.kind == PlotKind::Closure ? PlotClosure(input, model, options, picture)
-                                                       : PlotVisibilities(input, model, options, picture);
+  AResult result = AResult::Ok();
+  if (options.kind == PlotKind::Closure) {
+    result = PlotClosure(input, model, options, picture);
+  } else {
+    result = PlotVisibilities(isResidual ? *model : input, isResidual ? nullptr : model, options, picture);
+  }
   return model ? model->Settle(result) : result;
 }
 

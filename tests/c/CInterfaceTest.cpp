@@ -104,7 +104,7 @@ TEST_F(CInterface, DescribesEveryJob) {
     EXPECT_EQ(job["name"], *name);
     EXPECT_FALSE(job["summary"].get<std::string>().empty());
   }
-  EXPECT_GE(jobs, 27);
+  EXPECT_GE(jobs, 26);
   const json average = json::parse(zeltra_job_json("average"));
   EXPECT_EQ(average["outputs"][0]["option"], "output");
   const auto interval = std::find_if(average["options"].begin(), average["options"].end(),

@@ -116,6 +116,17 @@ int close(int descriptor) {
   return fails ? -1 : result;
 }
 
+int fcntl(int descriptor, int command, ...) {
+  va_list list;
+  va_start(list, command);
+  const long argument = va_arg(list, long);
+  va_end(list);
+  const int result = Real<int(int, int, ...)>("fcntl")(descriptor, command, argument);
+  // The disk is waited for by another descriptor of the same file.
+  if (command == F_DUPFD_CLOEXEC && result >= 0 && result < kMostDescriptors) watched[result] = IsWatched(descriptor);
+  return result;
+}
+
 ssize_t read(int descriptor, void* to, size_t count) {
   return Transferred("read", descriptor, count,
                      [&](size_t n) { return Real<ssize_t(int, void*, size_t)>("read")(descriptor, to, n); });

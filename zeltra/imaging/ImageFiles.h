@@ -14,12 +14,12 @@ namespace zeltra {
 
 /// File names, empty for files that are not wanted.
 struct ImageNames {
-  std::string map;       ///< of the image, a map file
-  std::string beam;      ///< of the dirty beam, a map file
-  std::string fits;      ///< of the image, FITS
-  std::string picture;   ///< of a picture, whose bytes the caller has drawn
-  std::string residual;  ///< of what CLEAN leaves, FITS
-  std::string model;     ///< of the components, text
+  std::string map;            ///< of the image, a map file
+  std::string beam;           ///< of the dirty beam, a map file
+  std::string fits;           ///< of the image, FITS
+  std::string picture;        ///< of a picture, whose bytes the caller has drawn
+  std::string residual = {};  ///< of what CLEAN leaves, FITS
+  std::string model = {};     ///< of the components, text
 };
 
 /// Stores an image in several files, which appear under their names together, once all of them are complete.

@@ -116,7 +116,8 @@ void DescribeCleaning(AJobDescriber<Options>& job) {
          "deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest "
          "pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: "
          "no records after it")
-      .Form("3sigma|JY|negative[,...]|TIME");
+      .Form("3sigma|JY|negative[,...]|TIME")
+      .Repeated();
   job.Option("window", &Options::windows,
              "file of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east")
       .Form("F.win")
@@ -197,9 +198,7 @@ AJobDescription DescribeSelfCal() {
   job.Output({"OUT.fits", "the FITS image to make of the result", "image", 0, {}});
   job.Output({"OUT.mod", "write its components as text", "save-model", 0, {}});
   job.Output({"R.fits", "make a FITS image of what is left of it", "residual", 0, {}});
-  AJobFile picture = PictureFile();
-  picture.help = "make a picture of it, .svg or .png";
-  job.Output(picture);
+  job.Output({"PICTURE", "make a picture of it, .svg or .png", "png", 0, {".svg", ".png"}});
   job.Parsed(
          "loop", [](const std::string& text, SelfCalOptions& o) { return strToSteps(text, o.steps); },
          [](const SelfCalOptions& o) {
@@ -215,17 +214,17 @@ AJobDescription DescribeSelfCal() {
   DescribeSolving(job, [](SelfCalOptions& o) -> SolveOptions& { return o.solving; });
   job.Threads();
   job.Overwrite();
-  job.IntegerColumn("round", "number of steps before");
-  job.TextColumn("step", "the last of them");
-  job.IntegerColumn("solved", "gains that it found, one for each antenna, interval, IF and hand");
-  job.IntegerColumn("failed", "gains that it could not find");
+  job.Column("round", "", "number of steps before");
+  job.Column("step", "", "the last of them");
+  job.Column("solved", "", "gains that it found, one for each antenna, interval, IF and hand");
+  job.Column("failed", "", "gains that it could not find");
   job.Column("chi2", "", "chi^2 of the visibilities over twice their number");
   job.Column("flux", "Jy", "sum of all components");
   job.Column("peak", "Jy/beam", "brightest pixel of the image");
   job.Column("rms", "Jy/beam", "of what CLEAN leaves");
   job.Column("dynamic_range", "", "peak / rms");
   job.Column("closure_chi2", "", "chi^2 of closure phases for each of them");
-  job.IntegerColumn("closures", "their number");
+  job.Column("closures", "", "their number");
   return job.Finish();
 }
 

@@ -1,0 +1,3 @@
+"""The version of the package."""
+# SPDX-License-Identifier: MIT
+__version__ = "0.1.0"

@@ -1,0 +1,301 @@
+"""Jobs on many machines, by Dask: averages, closures and images of many files, in parts that depend on the files alone.
+
+Without a client the same parts run here, one after the other. Results are the bytes that a single process makes.
+"""
+# SPDX-License-Identifier: MIT
+from __future__ import annotations
+
+import os
+import shutil
+import tempfile
+from collections.abc import Callable, Iterable, Sequence
+from dataclasses import dataclass, field
+from typing import TYPE_CHECKING, Any, Union
+
+import numpy as np
+
+from . import _library
+from ._error import Error, reason
+from ._jobs import Path, keywords, run
+from ._output import check_free, put
+
+if TYPE_CHECKING:
+    from distributed import Client
+
+__all__ = ["Outcome", "average", "closures", "image"]
+
+TASK_BYTES = 128 << 20  # of input: less costs more in scheduling, more is lost with a worker
+MOST_TASKS = 1000  # of a file
+Part = Callable[["_File", int, dict[str, Any]], None]
+Join = Union[Callable[["_File"], None], None]
+Paths = Union[Path, Sequence[Path]]
+Sentence = Union[str, None]  # of a failure
+Stamp = tuple[int, int]
+
+
+@dataclass
+class Outcome:
+    """What became of the files.
+
+    Attributes
+    ----------
+    outputs : dict
+        The file that was made of each input.
+    failures : dict
+        Why there is none, in one sentence, of each of the others.
+    """
+
+    outputs: dict[str, str] = field(default_factory=dict)
+    failures: dict[str, str] = field(default_factory=dict)
+
+
+# ------------------------------------------------------------------------------------------------------- on the workers
+
+
+@dataclass(frozen=True)
+class _File:
+    """An input and what is made of it; `folder` is for parts and stands beside the output."""
+
+    path: str
+    output: str
+    folder: str
+    versions: tuple[str, str]
+    stamp: Stamp | None = None  # size and time of the last change, as they were when the file was divided
+    tasks: int = 1
+
+    @property
+    def made(self) -> str:
+        return os.path.join(self.folder, os.path.basename(self.output))
+
+
+def _versions() -> tuple[str, str]:
+    from . import __version__
+    return __version__, _library.version()
+
+
+def _stamp(path: str) -> Stamp:
+    try:
+        status = os.stat(path)
+    except OSError as failure:
+        raise Error(f"{path}: cannot be read: {reason(failure)}") from failure
+    return status.st_size, status.st_mtime_ns
+
+
+def _guarded(call: Callable[..., Any], file: _File, *arguments: Any) -> tuple[Any, Sentence]:
+    """Run a task. @return its result, or the sentence of its failure"""
+    try:
+        if file.versions != _versions():
+            raise Error(f"{file.path}: a worker has version {'/'.join(_versions())} of package and library, not "
+                        f"{'/'.join(file.versions)}")
+        if file.stamp is not None and file.stamp != _stamp(file.path):
+            raise Error(f"{file.path}: has changed since it was divided")
+        return call(file, *arguments), None
+    except Error as failure:
+        return None, str(failure)
+    except OSError as failure:
+        return None, f"{file.output}: cannot be written: {reason(failure)}"
+
+
+def _divide(file: _File, options: dict[str, Any], tasks: int | None) -> tuple[Stamp, int]:
+    """The stamp of a file, and the number of tasks that it is cut into, which depends on the file alone."""
+    stamp = _stamp(file.path)
+    with open(file.path, "rb") as given:
+        if given.read(4) != b"\xeb\x03\0\0":
+            return stamp, 1  # each task would have to import it
+    known = {option["name"] for option in _library.description("plan")["options"]}
+    plan = run("plan", [file.path], options={name: value for name, value in options.items() if name in known}).columns
+    return stamp, min(tasks or -(-int(np.sum(plan["bytes"])) // TASK_BYTES) or 1, max(1, len(plan["part"])), MOST_TASKS)
+
+
+def _average_part(file: _File, number: int, options: dict[str, Any]) -> None:
+    run("average", [file.path],
+        options={**options, "output": file.made, "part": f"{number}/{file.tasks}", "force": True})
+
+
+def _join_average(file: _File) -> None:
+    run("join", [], [file.made], {"parts": True, "force": True})
+
+
+def _closure_part(file: _File, number: int, options: dict[str, Any]) -> None:
+    """Write the lines of a task's parts."""
+    result = run("closure", [file.path], options={**options, "part": f"{number}/{file.tasks}"})
+    columns = {
+        name: _library.masked.filled(cells,
+                                     "" if cells.dtype.kind == "U" else -1 if cells.dtype.kind == "i" else np.nan)
+        for name, cells in result.columns.items()
+    }
+    with tempfile.NamedTemporaryFile(dir=file.folder, suffix=".npz", delete=False) as part:
+        np.savez(part, __units__=np.array(list(result.units.values()), dtype=str), **columns)
+    os.replace(part.name, f"{file.made}.{number}.npz")
+
+
+def _join_closures(file: _File) -> None:
+    """A FITS table of the lines of all parts, in their order."""
+    from astropy.table import Table
+    columns: dict[str, list[Any]] = {}
+    units: dict[str, str] = {}
+    for number in range(1, file.tasks + 1):
+        with np.load(f"{file.made}.{number}.npz") as part:
+            names = [name for name in part.files if name != "__units__"]
+            units = dict(zip(names, part["__units__"].tolist()))
+            for name in names:
+                columns.setdefault(name, []).append(part[name])
+    whole = {name: np.concatenate(parts) for name, parts in columns.items()}
+    order = np.argsort(whole.pop("part"), kind="stable")
+    table = Table({name: cells[order] for name, cells in whole.items()})
+    for name in table.colnames:
+        table[name].unit = {"JD": "d", "radians": "rad"}.get(units[name], units[name]) or None
+    table.write(file.made, format="fits", overwrite=True)
+
+
+def _image(file: _File, _number: int, options: dict[str, Any]) -> None:
+    run("image", [file.path], options={**options, "fits": file.made, "force": True})
+
+
+def _publish(file: _File, parts: Iterable[tuple[Any, Sentence]], join: Callable[[_File], None] | None,
+             force: bool) -> None:
+    """Join the parts and give the result its name."""
+    for _, sentence in parts:
+        if sentence is not None:
+            raise Error(sentence)
+    if join is not None:
+        join(file)
+    put(file.made, file.output, force)
+
+
+# ---------------------------------------------------------------------------------------------------------- on the host
+
+
+class _Here:
+    """Runs tasks where they are submitted, as a client runs them elsewhere."""
+
+    def submit(self, call: Callable[..., Any], *arguments: Any, pure: bool) -> Any:
+        return call(*arguments)
+
+    def gather(self, results: list[Any]) -> list[Any]:
+        return results
+
+
+def _files(paths: Paths, out: Path, ending: str, force: bool, outcome: Outcome) -> list[_File]:
+    """Names of inputs and outputs, with a folder for parts beside each output."""
+    out = os.path.abspath(os.fspath(out))
+    if isinstance(paths, (str, os.PathLike)):
+        named = [(os.fspath(paths), out)]
+    else:
+        try:
+            os.makedirs(out, exist_ok=True)
+        except OSError as failure:
+            raise Error(f"{out}: cannot be written: {reason(failure)}") from failure
+        stems = [os.path.splitext(os.path.basename(os.fspath(path)))[0] for path in paths]
+        named = [(os.fspath(path), os.path.join(out, stem + ending)) for path, stem in zip(paths, stems)]
+        twice = next((stem for stem in stems if stems.count(stem) > 1), None)
+        if twice is not None:
+            raise Error(f"{os.path.join(out, twice + ending)}: would be made of two inputs")
+    versions, files = _versions(), []
+    for path, output in named:
+        try:
+            check_free(output, force)
+            folder = tempfile.mkdtemp(dir=os.path.dirname(os.path.realpath(output)),
+                                      prefix=f".{os.path.basename(output)}.parts-")
+            files.append(_File(os.path.abspath(path), output, folder, versions))
+        except OSError as failure:
+            outcome.failures[path] = f"{output}: cannot be written: {reason(failure)}"
+        except Error as failure:
+            outcome.failures[path] = str(failure)
+    return files
+
+
+def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: Client | None, force: bool,
+         tasks: int | None, part: Part, join: Join) -> Outcome:
+    host: Any = _Here() if client is None else client
+    if client is not None and part is not _image:
+        options = {"threads": 1, **options}  # workers share the processors
+    outcome = Outcome()
+    given = {
+        os.path.abspath(os.fspath(path)): os.fspath(path)
+        for path in ([paths] if isinstance(paths, (str, os.PathLike)) else paths)
+    }
+    files = _files(paths, out, ending, force, outcome)
+    try:
+        if join is None:
+            divided = [((None, 1), None) for _ in files]
+        else:
+            divided = host.gather([host.submit(_guarded, _divide, file, options, tasks, pure=False) for file in files])
+        finals = []
+        for file, (found, sentence) in zip(files, divided):
+            if sentence is not None:
+                outcome.failures[given[file.path]] = sentence.replace(file.path, given[file.path])
+                continue
+            whole = _File(file.path, file.output, file.folder, file.versions, *found)
+            parts = [
+                host.submit(_guarded, part, whole, number, options, pure=False) for number in range(1, whole.tasks + 1)
+            ]
+            finals.append((whole, host.submit(_guarded, _publish, whole, parts, join, force, pure=False)))
+        for (file, _), (_, sentence) in zip(finals, host.gather([final for _, final in finals])):
+            if sentence is None:
+                outcome.outputs[given[file.path]] = file.output
+            else:
+                outcome.failures[given[file.path]] = sentence.replace(file.path, given[file.path])
+    finally:
+        for file in files:
+            shutil.rmtree(file.folder, ignore_errors=True)
+    if isinstance(paths, (str, os.PathLike)) and outcome.failures:
+        raise Error(next(iter(outcome.failures.values())))
+    return outcome
+
+
+def average(paths: Paths, out: Path, interval: Any, client: Client | None = None, *, force: bool = False,
+            tasks: int | None = None, **options: Any) -> Outcome:
+    """Average files in time.
+
+    Parameters
+    ----------
+    paths : str, os.PathLike or list
+        The file, or files, to read, by names that all workers understand.
+    out : str or os.PathLike
+        The UVX file to make of one input; of a list of them the folder, for a file of the same name each.
+    interval : Quantity or float
+        Length of the intervals, seconds where it has no unit.
+    client : distributed.Client, optional
+        Of the scheduler; without it everything runs here.
+    force : bool
+        Replace outputs that exist.
+    tasks : int, optional
+        Tasks that a file is divided into; without it, one for 128 MiB. The result does not depend on it.
+    **options
+        Those of `zeltra.jobs.average`.
+
+    Returns
+    -------
+    Outcome
+
+    Raises
+    ------
+    Error
+        If `paths` is a single file and fails.
+
+    Examples
+    --------
+    >>> import zeltra.distributed
+    >>> outcome = zeltra.distributed.average(["sim.uvx", "none.uvx"], "minutes", 60)
+    >>> list(outcome.outputs), outcome.failures
+    (['sim.uvx'], {'none.uvx': 'none.uvx: cannot be read: no such file or directory'})
+    """
+    chosen = {"interval": interval, **keywords(options)}
+    return _run(paths, out, ".uvx", chosen, client, force, tasks, _average_part, _join_average)
+
+
+def closures(paths: Paths, out: Path, interval: Any, client: Client | None = None, *, force: bool = False,
+             tasks: int | None = None, **options: Any) -> Outcome:
+    """Form closures of files, as FITS tables with the columns of `zeltra.jobs.closure`; IFs and channels count from 0,
+    and -1 stands where there is none. Parameters are those of `average`.
+    """
+    chosen = {"interval": interval, **keywords(options)}
+    return _run(paths, out, ".fits", chosen, client, force, tasks, _closure_part, _join_closures)
+
+
+def image(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
+    """Make a FITS image of each file, in one task each. Options are those of `zeltra.jobs.image`, other parameters
+    those of `average`.
+    """
+    return _run(paths, out, ".fits", keywords(options), client, force, None, _image, None)
