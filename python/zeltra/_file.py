@@ -522,17 +522,19 @@ def open_file(path: str | os.PathLike[str], progress: Progress | None = None) ->
         return File(Mapping(path))
     folder = tempfile.mkdtemp(prefix="zeltra-")
     try:
-        made = os.path.join(folder, os.path.basename(path))
+        made = plain = os.path.join(folder, os.path.basename(path))
         if is_packed:
-            made = made.removesuffix(".gz")
-            path = _unpacked(path, made)
+            made = plain = _unpacked(path, made.removesuffix(".gz"))
         made = os.path.splitext(made)[0] + ".uvx"
-        notes = run("import", [path], [made], {"no-sync": True}, progress=progress).notes
+        try:
+            result = run("import", [plain if is_packed else path], [made], {"no-sync": True}, progress=progress)
+        except Error as failure:
+            raise Error(str(failure).replace(plain, path)) from None
         mapping = Mapping(made)
     except BaseException:
         shutil.rmtree(folder, ignore_errors=True)
         raise
-    mapping.notes = notes
+    mapping.notes = [note.replace(plain, path) for note in result.notes]
     mapping.remove = weakref.finalize(mapping, _remove, folder, os.getpid())
     return File(mapping)
 

@@ -69,7 +69,7 @@ class Result:
 
 
 _UNITS = {"radians": "rad", "degrees": "deg"}
-_PLAIN_UNITS = {"wavelengths": "", "pixels": "", "baselines": "", "bytes": "byte", "MiB": "Mibyte"}
+_PLAIN_UNITS = {"wavelengths": "", "pixels": "", "baselines": "", "bytes": "byte"}
 
 
 def path_of(file: Path) -> str:

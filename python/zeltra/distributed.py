@@ -156,7 +156,8 @@ def _join_closures(file: _File) -> None:
     table = Table({name: cells[order] for name, cells in whole.items()})
     for name in table.colnames:
         table[name].unit = {"JD": "d", "radians": "rad"}.get(units[name], units[name]) or None
-    table.write(file.made, format="fits", overwrite=True)
+    table.write(file.made + ".part", format="fits", overwrite=True)
+    os.replace(file.made + ".part", file.made)  # whole at any time, as this may run again
 
 
 def _image(file: _File, _number: int, options: dict[str, Any]) -> list[str]:
@@ -278,7 +279,8 @@ def _run(job: str, paths: Paths, out: Path, ending: str, options: dict[str, Any]
                 host.submit(_guarded, part, whole, number, options, pure=False) for number in range(1, whole.tasks + 1)
             ]
             finals.append((whole, host.submit(_guarded, _joined, whole, parts, join, pure=False)))
-        for file, final in finals:
+        while finals:  # a result that has its name is let go of, so that no lost worker makes it be computed again
+            file, final = finals.pop(0)
             notes, sentence = _gathered(host, file, final)
             if sentence is None:
                 sentence = _published(file, force)
