@@ -4,8 +4,9 @@
 
 #include "tests/support/TempFile.h"
 #include "zeltra/calibration/ApplyGains.h"
+#include "zeltra/calibration/ClosureFit.h"
 #include "zeltra/calibration/FitUVX.h"
-#include "zeltra/imaging/ImageUVX.h"
+#include "zeltra/imaging/CleanUVX.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/ops/AUVXFluxes.h"
 #include "zeltra/ops/AverageFrequency.h"
@@ -146,12 +147,16 @@ void FitPoint(AUVXInput& input, const std::string& model, const std::string& res
 }
 
 void Picture(AUVXInput& input) {
-  ImageOptions options;
+  CleanOptions options;
   options.size = 16;
+  options.iterations = 9;
   options.selection.sources = {"1"};
   options.weighting.scheme = WeightingOptions::Uniform;
-  DirtyImage image;
-  (void)ImageUVX(input, options, image);
+  CleanImage image;
+  (void)CleanUVX(input, options, image);
+  ClosureFit closures;
+  IntervalOptions intervals;
+  (void)FitClosures(input, intervals, image.components, closures);
 }
 
 }  // namespace

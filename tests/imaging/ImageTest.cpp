@@ -257,7 +257,7 @@ TEST(ImageFiles, AppearTogether) {
   beam.Put("old");
   JobOptions options;
   const auto create = [&](ImageFiles& files, const std::string& third) {
-    return files.Create({map.path(), beam.path(), "", third}, "input", options);
+    return files.Create({map.path(), beam.path(), "", third, "", ""}, "input", options);
   };
   ImageFiles files;
   EXPECT_THAT(create(files, picture.path()).message(), HasSubstr(beam.path() + ": exists"));

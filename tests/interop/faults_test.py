@@ -33,7 +33,8 @@ class Faults(Case):
         put(self.gains, struct.pack("<iiddi5h2hBB8s16si", 0x4E41475A, 1, 2458928.5, 8.4e9, 1, 0, 0, 0, 2, 2, -1, -2, 1, 0, b"", b"", 1)
             + struct.pack("<dfhbhBBhbfdddd", 2458928.8, 9e5, 0, 0, 0, 1, 1, 0, 0, 9, 1, 1, 0, 0))
         self.model = put(os.path.join(self.work, "in.mod"), b"1v 1v 0v 0.5v\n")
-        self.inputs = (self.uvx, self.uvfits, self.parts + ".1-of-2", self.parts + ".2-of-2", self.gains, self.model)
+        self.window = put(os.path.join(self.work, "in.win"), b"-1 1 -1 1\n")
+        self.inputs = (self.uvx, self.uvfits, self.parts + ".1-of-2", self.parts + ".2-of-2", self.gains, self.model, self.window)
 
     def run_job(self, job, fault, counts=""):
         """Exit code, what was printed, and the files that are there afterwards beside the inputs, which are taken away."""
@@ -42,7 +43,7 @@ class Faults(Case):
                            FAULT_NUMBER=str(number), FAULT_ERROR=str(error), FAULT_COUNTS=counts)
         if "--force" in job:
             put(os.path.join(self.work, "out"), b"old")
-        threads = ["--threads", "1"] if job[0] in ("average", "closure", "fit", "plot") else []
+        threads = ["--threads", "1"] if job[0] in ("average", "closure", "fit", "plot", "clean", "selfcal") else []
         done = run(*job, *threads, cwd=self.work, env=environment, timeout=60)
         left = {}
         for name in os.listdir(self.work):
@@ -85,6 +86,9 @@ class Faults(Case):
         jobs += [["gains", "average", out, "--table", self.gains, "--interval", "60"]]
         fit = ["--model", self.model, "--source", "1"]
         jobs += [["fit", *fit, "-o", out, "--residual", out + ".uvx"], ["plot", "residual", out + ".svg", *fit]]
+        clean = ["--size", "16", "--niter", "9", "--source", "1", "--window", self.window]
+        jobs += [["clean", out, *clean, "--save-model", out + ".mod", "--residual", out + ".left"],
+                 ["selfcal", out, *clean, "--loop", "p:60,p:60", "--image", out + ".fits"]]
         jobs = [[name, self.uvx, *others] for name, *others in jobs]
         jobs += [["join", "--parts", self.parts], ["join", self.uvx, self.uvfits, out]]
         jobs += [["gains", self.gains, "csv"], ["gains", self.gains, "average", out + ".gain", "--interval", "60"]]

@@ -107,7 +107,9 @@ class Robustness(Case):
                 ["squeeze", out, "--ifs"], ["unfold", out, "--ifs", "--channels"],
                 ["flag", out, "--clip", "1"], ["shift", out, "--ra", "1", "--dec", "1", *source],
                 ["apply", out, "--gains", gains], ["gains", "average", out, "--table", gains, "--interval", "60"],
-                ["plan", "--interval", "60"], ["image", out, "--size", "16", *source], ["plot", "uv", out + ".svg", *source],
+                ["plan", "--interval", "60"], ["image", out, "--size", "16", *source],
+                ["clean", out, "--size", "16", "--niter", "9", *source],
+                ["selfcal", out, "--size", "16", "--niter", "9", "--model", "point", "--loop", "ap:60", *source], ["plot", "uv", out + ".svg", *source],
                 ["fit", "-o", out, "--model", "point", "--free", "flux,x,y", "--residual", out + ".uvx", *source],
                 ["plot", "residual", out + ".svg", "--model", "point", *source]]
         for number, content in enumerate(broken):

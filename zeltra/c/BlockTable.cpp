@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "zeltra/core/Text.h"
 #include "zeltra/core/UTF8Internal.h"
 
 namespace zeltra {
@@ -42,16 +43,19 @@ BlockTable::BlockTable(std::vector<AJobColumn> columns, Take take)
 }
 
 void BlockTable::Integer(int64 value) {
-  Column& column = Next(true);
-  column.described.kind == AColumnKind::Integer ? column.integers.push_back(value)
-                                                : column.reals.push_back(static_cast<double>(value));
+  if (KindOfNext() == AColumnKind::Text) return Text(std::to_string(value));
+  if (KindOfNext() != AColumnKind::Integer) return Real(static_cast<double>(value));
+  Next(true).integers.push_back(value);
 }
 
 void BlockTable::Real(double value) {
+  if (KindOfNext() == AColumnKind::Integer) return Nothing();
+  if (KindOfNext() == AColumnKind::Text) return Text(valToStr(value));
   Next(true).reals.push_back(value);
 }
 
 void BlockTable::Text(std::string_view text) {
+  if (KindOfNext() != AColumnKind::Text) return Nothing();
   Next(true).texts.push_back(CleanText(text));
 }
 

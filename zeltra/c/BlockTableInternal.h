@@ -16,7 +16,8 @@ namespace zeltra {
 /// `text` in valid UTF-8 without control characters.
 std::string CleanText(std::string_view text);
 
-/// Collects rows column by column and delivers them in blocks.
+/// Collects rows column by column and delivers them in blocks. A cell of another type than its column is converted, or
+/// left without a value: a host reads the values by the type that it is told.
 class BlockTable : public ATableSink {
  public:
   /// Receives a block. @return false if no more are wanted
@@ -47,6 +48,7 @@ class BlockTable : public ATableSink {
     bool isWhole = true;  // every cell has a value
   };
 
+  AColumnKind KindOfNext() const { return columns_[cell_].described.kind; }
   Column& Next(bool isPresent);
   void Deliver();
   zeltra_column ViewOf(Column& column) const;
