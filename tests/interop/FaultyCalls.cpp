@@ -170,18 +170,6 @@ int fsync(int descriptor) {
   return Done(isFolder ? "folder" : "sync", IsWatched(descriptor), [] { return 0; });  // without waiting for the disk
 }
 
-// A copy of a descriptor is of the same file.
-int fcntl(int descriptor, int command, ...) {
-  va_list arguments;
-  va_start(arguments, command);
-  const long argument = va_arg(arguments, long);
-  va_end(arguments);
-  const int result = Real<int(int, int, ...)>("fcntl")(descriptor, command, argument);
-  const bool isCopy = command == F_DUPFD_CLOEXEC && result >= 0 && result < kMostDescriptors;
-  if (isCopy) watched[result] = IsWatched(descriptor);
-  return result;
-}
-
 int ftruncate(int descriptor, off_t size) {
   return Done("truncate", IsWatched(descriptor), [&] { return Real<int(int, off_t)>("ftruncate")(descriptor, size); });
 }
