@@ -6,6 +6,7 @@
 #include "apps/zeltra/plot/ModelledInput.h"
 #include "apps/zeltra/plot/PictureFile.h"
 #include "apps/zeltra/plot/Plot.h"
+#include "zeltra/calibration/VisibilityModel.h"
 #include "zeltra/core/WriteWholeFile.h"
 #include "zeltra/jobs/JobInput.h"
 #include "zeltra/ops/SharedOptionsInternal.h"
@@ -31,12 +32,21 @@ void CheckOptions(const PlotOptions& options) {
   if (options.model.empty() && options.kind == PlotKind::Residual) throw CLI::RequiredError("--model");
 }
 
+// A model has no visibilities of other polarisations.
+AResult CheckStokes(AUVXInput& input, const PlotOptions& options) {
+  if (options.selection.stokes.empty()) return AResult::Ok();
+  std::vector<PolarisationChoice> polarisations;
+  AResult result = input.contents().FindPolarisations(options.selection.stokes, polarisations);
+  return result ? CheckModelled(input.path(), polarisations) : result;
+}
+
 // Draw the visibilities, with those of a model or without it.
 AResult Draw(AUVXInput& input, const PlotOptions& options, std::string& picture) {
   ModelledInput modelled;
   AUVXInput* model = nullptr;
   const bool isResidual = options.kind == PlotKind::Residual;
   if (!options.model.empty()) {
+    if (AResult result = CheckStokes(input, options); !result) return result;
     const ModelUse use = isResidual ? ModelUse::Subtract : ModelUse::Replace;
     if (AResult result = modelled.Open(input, options.model, use, options); !result) return result;
     model = &modelled.input();

@@ -167,6 +167,7 @@ AResult ComponentModel::AddLine(std::string_view line, const std::string& place)
     std::string word = words[i];
     if (word.back() == 'v' || word.back() == 'V') {
       word.pop_back();
+      if (kFreeOf[i] == 0) return AResult::Fail(place + ": type, frequency and spectral index cannot be fitted");
       component.free |= kFreeOf[i];
     }
     if (AResult result = strToVal(word, numbers[i]); !result) return AResult::Fail(place + ": " + result.message());

@@ -32,7 +32,7 @@ class Fitter {
   AResult Run(const std::string& to, const std::string& residual);
 
  private:
-  AResult FitSource();
+  AResult FitSource(bool isSubtracted);
   AResult WriteResidual(AUVXWriter& writer);
 
   AUVXInput& from_;
@@ -45,6 +45,7 @@ AResult Fitter::Run(const std::string& to, const std::string& residual) {
   if (options_.selection.stokes.size() > 1) {
     return AResult::Fail(from_.path() + ": components are fitted to a single polarisation");
   }
+  if (!residual.empty() && IsOneName(to, residual)) return AResult::Fail(residual + ": named twice");
   OutputFiles outputs(from_.path(), options_);
   OutputFile* text = nullptr;
   AUVXWriter writer;
@@ -53,7 +54,7 @@ AResult Fitter::Run(const std::string& to, const std::string& residual) {
     if (AResult result = writer.Create(residual, AUVXHeader(from_.uvx()), options_, from_.path()); !result)
       return result;
   }
-  if (AResult result = FitSource(); !result) return result;
+  if (AResult result = FitSource(!residual.empty()); !result) return result;
   const std::string lines = ModelText(fit_);
   if (!WriteWhole(text->file(), lines.data(), static_cast<int64>(lines.size()))) return text->WriteError();
   if (!residual.empty()) {
@@ -64,14 +65,24 @@ AResult Fitter::Run(const std::string& to, const std::string& residual) {
   return outputs.Commit();
 }
 
-AResult Fitter::FitSource() {
+// @param isSubtracted  whether the components are also those of a model of the file
+AResult Fitter::FitSource(bool isSubtracted) {
   if (AResult result = data_.Select(options_.selection, SelectedVisibilities::TotalIntensity); !result) return result;
+  if (AResult result = CheckModelled(from_.path(), data_.polarisations()); isSubtracted && !result) return result;
   ComponentModel start;
   if (AResult result = OpenStart(options_, start); !result) return result;
   VisibilityList list;
   if (AResult result = list.Read(data_, options_); !result) return result;
   AResult result = FitComponents(list, start, options_, fit_);
   return result.code() == AResult::Failed ? AResult::Fail(from_.path() + ": " + result.message()) : result;
+}
+
+// What is selected of a source, and nothing else.
+FitOptions SelectionOf(const FitOptions& options) {
+  FitOptions selected;
+  selected.selection = options.selection;
+  selected.selection.sources.clear();
+  return selected;
 }
 
 AResult Fitter::WriteResidual(AUVXWriter& writer) {
@@ -81,6 +92,11 @@ AResult Fitter::WriteResidual(AUVXWriter& writer) {
   if (from_.contents().SourceNumbers().size() > 1) {
     fit_.remarks.push_back("the residuals of source " + from_.contents().SourceList({source}) +
                            " stand beside the unchanged records of the other sources");
+  }
+  if (FitDescription().Command(SelectionOf(options_)) != FitDescription().Command(FitOptions())) {
+    fit_.remarks.push_back(
+        "the components are subtracted from all records of the source, also those that are not "
+        "selected");
   }
   return WriteModelFile(from_, model, ModelUse::Subtract, source, FitDescription().Command(options_), options_, writer);
 }

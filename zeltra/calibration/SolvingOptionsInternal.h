@@ -41,7 +41,7 @@ void DescribeSolving(AJobDescriber<Options>& job, Access get) {
          "normalize", [get](Options & o) -> auto& { return get(o).normalization; }, normalizations,
          "make the geometric mean of the amplitudes of each hand and "
          "IF 1, so that the flux stays, or leave them as they are")
-      .Otherwise("all, unless --mode p");
+      .Otherwise("all where amplitudes are solved for, none for phases alone");
   job.Option(
       "robust", [get](Options & o) -> auto& { return get(o).robust; },
       "leave out baselines that lie far off, in passes whose bound falls from 7 to 2.2 times the rms");

@@ -41,6 +41,15 @@ bool HoldsVisibilities(const std::string& name) {
 
 }  // namespace
 
+AResult CheckModelled(const std::string& path, const std::vector<PolarisationChoice>& polarisations) {
+  for (const PolarisationChoice& choice : polarisations) {
+    const int code = choice.mix.GetStokesID();
+    if (code == 1 || code == -1 || code == -2 || code == -5 || code == -6) continue;
+    return AResult::Fail(path + ": a model is of I or of a parallel hand, and not of " + choice.name);
+  }
+  return AResult::Ok();
+}
+
 // The first record that two files do not share, found by any thread.
 struct VisibilityModel::Mismatch {
   std::atomic<int> record{-1};

@@ -13,9 +13,14 @@
 #include "zeltra/calibration/ModelPrediction.h"
 #include "zeltra/core/AResult.h"
 #include "zeltra/ops/AUVXInput.h"
+#include "zeltra/ops/PolarisationChoice.h"
 #include "zeltra/uvx/AUVXGroup.h"
 
 namespace zeltra {
+
+/// @return a failure if a polarisation is neither I, PI nor a parallel hand: components of others would have to be put
+///         into the hands in other ways
+ZELTRA_API AResult CheckModelled(const std::string& path, const std::vector<PolarisationChoice>& polarisations);
 
 /// The model of a file's visibilities: components of Stokes I, which look the same in both parallel hands, or the
 /// visibilities of another file with the same records.

@@ -7,9 +7,7 @@
 #include "zeltra/platform/SystemInternal.h"
 
 namespace zeltra {
-namespace {
 
-// Whether two names refer to one file, which need not exist yet.
 bool IsOneName(const std::string& a, const std::string& b) {
   const auto split = [](const std::string& name) {
     const size_t end = name.find_last_of("/\\") + 1;
@@ -20,8 +18,6 @@ bool IsOneName(const std::string& a, const std::string& b) {
   return IsSameFile(a, b) ||
          (platform::IsSameName(fileA, fileB) && (folderA == folderB || IsSameFile(folderA, folderB)));
 }
-
-}  // namespace
 
 bool OutputFiles::IsTaken(const std::string& target) const {
   const auto isSame = [&target](const std::string& name) { return IsOneName(name, target); };
@@ -39,7 +35,7 @@ AResult OutputFiles::Create(const std::string& path, OutputFile*& output) {
   return AResult::Ok();
 }
 
-AResult OutputFiles::Add(std::unique_ptr<OutputFile> file) {
+AResult OutputFiles::Add(std::unique_ptr<OutputFile>& file) {
   if (IsTaken(file->target())) return AResult::Fail(file->path() + ": named twice");
   names_.push_back(file->target());
   files_.push_back(std::move(file));

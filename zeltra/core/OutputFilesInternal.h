@@ -11,6 +11,9 @@
 
 namespace zeltra {
 
+/// Whether two names refer to one file, which need not exist yet.
+bool IsOneName(const std::string& a, const std::string& b);
+
 /// Files that are all complete, synchronised and closed without an error before the first of them gets its name.
 /// Whatever is not committed is removed with the object.
 class OutputFiles {
@@ -24,8 +27,8 @@ class OutputFiles {
   /// @return a failure if two outputs have one name, or for the reasons of OutputFile::Create
   AResult Create(const std::string& path, OutputFile*& output);
   /// Take over one that is created already.
-  /// @return a failure if two outputs have one name: this one is removed then
-  AResult Add(std::unique_ptr<OutputFile> file);
+  /// @return a failure if two outputs have one name: the caller keeps it then
+  AResult Add(std::unique_ptr<OutputFile>& file);
   /// The name that the file created or added last has until then, to read what has been written.
   const std::string& LastTemporary() const { return files_.back()->temporary(); }
   /// Complete all files without giving them their names.

@@ -18,10 +18,15 @@
 namespace zeltra {
 namespace {
 
-constexpr std::string_view kSigma = "sigma", kNegative = "negative";
+constexpr std::string_view kSigma = "sigma", kNegative = "negative", kFlux = "flux=";
 constexpr ASuffix kFluxSuffixes[] = {{"uJy", 1e-6}, {"mJy", 1e-3}, {"Jy", 1}};
 // Of a normal distribution, per median absolute deviation.
 constexpr double kSigmaPerMAD = 1.4826;
+// Below this part of its peak at most a minor cycle goes, however large the sidelobes of the beam are: those of a
+// regular u, v plane are as large as its centre.
+constexpr double kLeastDepth = 0.8;
+// Widths of a beam, radians.
+constexpr double kNarrowest = 1e-12, kWidest = 1;
 // The rms of the image may grow in this many cycles, one after another.
 constexpr int kMostWorse = 3;
 // Components between two looks at the cancel flag, and pixels between two calls of the progress control.
@@ -88,6 +93,7 @@ class Cleaner {
   AResult Cycle(bool& isOver);
   bool Take(int line, int element, double flux);
   bool IsDiverging();
+  bool IsFluxReached() const;
   AResult Return();
   void Grow();
   double Level() const;
@@ -108,6 +114,7 @@ class Cleaner {
   std::vector<float> gridding_;
   CleanMask mask_;
   AMatrix<float> wide_;  // the beam of an image twice as wide; empty where the mask does not need it
+  ABeamShape dirty_;     // of the weights
   double sidelobe_ = 0;
   AMatrix<int> places_;  // of each pixel, its component's in the list, from 1
   std::vector<ModelComponent> found_;
@@ -116,6 +123,7 @@ class Cleaner {
   double lowestRms_ = HUGE_VAL, lastRms_ = HUGE_VAL, rms_ = HUGE_VAL;
   int worse_ = 0;
   double firstPeak_ = 0;
+  double flux_ = 0;  // of all components, those to begin with too
   int percent_ = -1;
 };
 
@@ -169,6 +177,7 @@ AResult Cleaner::ChooseBeam() {
         "there is no beam");
   if (image_.unit.empty() || IsUncalibrated(image_.unit)) image_.unit = "Jy/beam";
   sidelobe_ = LargestSidelobe(image_.beam, image_.shape, image_.cell);
+  dirty_ = image_.shape;
   if (options_.beam.major > 0) image_.shape = options_.beam;
   return AResult::Ok();
 }
@@ -185,6 +194,14 @@ AResult Cleaner::FillMask() {
 }
 
 AResult Cleaner::MakeWideBeam() {
+  const double pixels = 4.0 * options_.size * options_.size;
+  const double needed = static_cast<double>(UVGrid::Bytes(2 * options_.size)) + 2 * pixels * sizeof(float);
+  const double free = static_cast<double>(FreeMemory());
+  const double most = options_.memory > 0 ? options_.memory : free / 2;
+  if (most > 0 && needed > most) {
+    return Fail("windows beyond the inner quarter of the image need a beam twice as wide, which takes " +
+                MemoryText(needed) + " of memory, and " + MemoryText(most) + " may be taken");
+  }
   UVGrid grid;
   if (!grid.Create(2 * options_.size, image_.cell)) return NoMemory();
   for (size_t i = 0; i < list_.size(); ++i) {
@@ -225,6 +242,7 @@ std::string Cleaner::LevelText() const {
 AResult Cleaner::Clean() {
   SendProgressText(options_.progress, "Finding components...");
   SendProgressRange(options_.progress);
+  flux_ = start_.Flux();
   if (AResult result = Subtract(start_); !result) return result;
   if (AResult result = MakeResidual(); !result) return result;
   for (bool isOver = false; !isOver;) {
@@ -243,18 +261,23 @@ AResult Cleaner::Cycle(bool& isOver) {
   if (firstPeak_ == 0) firstPeak_ = peak;
   if (!(peak > level)) {
     image_.ending = LevelText();
+    if (image_.iterations == 0 && options_.iterations > 0) {
+      image_.remarks.push_back("no pixel exceeds the level at which CLEAN ends, " + image_.ending +
+                               ", so it finds nothing; --stop sets another one");
+    }
     return AResult::Ok();
   }
-  const MinorCycle::Limits limits = {options_.gain, std::max(level, sidelobe_ * peak),
+  const MinorCycle::Limits limits = {options_.gain, std::max(level, std::min(sidelobe_, kLeastDepth) * peak),
                                      options_.iterations - image_.iterations, options_.isPositive,
                                      options_.stop.isNegative};
   const int before = image_.iterations;
   added_.assign(found_.size(), 0);
   const MinorCycle::End end = minor.Run(limits, [&](int line, int element, double flux) {
     if (image_.iterations % kPatience == 0) Advance(std::fabs(flux) / options_.gain, level);
-    return Take(line, element, flux) && !IsCancelled(options_);
+    return Take(line, element, flux) && !IsCancelled(options_) && !IsFluxReached();
   });
-  if (end == MinorCycle::Stopped) return Cancelled();
+  if (end == MinorCycle::Stopped && !IsFluxReached()) return Cancelled();
+  if (end == MinorCycle::Stopped) image_.ending = RoundedNumber(options_.stop.flux, 4) + " Jy in components";
   if (end == MinorCycle::AtNegative) image_.ending = "the first negative component";
   if (end == MinorCycle::AtIterations) image_.ending = std::to_string(options_.iterations) + " iterations";
   if (image_.iterations == before) return AResult::Ok();
@@ -283,8 +306,14 @@ bool Cleaner::Take(int line, int element, double flux) {
   }
   found_[static_cast<size_t>(place - 1)].flux += flux;
   added_[static_cast<size_t>(place - 1)] += flux;
+  flux_ += flux;
   ++image_.iterations;
   return true;
+}
+
+bool Cleaner::IsFluxReached() const {
+  const double wanted = options_.stop.flux;
+  return wanted != 0 && (wanted > 0 ? flux_ >= wanted : flux_ <= wanted);
 }
 
 bool Cleaner::IsDiverging() {
@@ -321,9 +350,9 @@ void Cleaner::Grow() {
   const auto [lowest, highest] = std::minmax_element(map.Line(0), map.Line(map.Lines()));
   const double peak = options_.isPositive ? *highest : std::max(*highest, -*lowest);
   const double level = std::max(options_.automatic * image_.sigma, sidelobe_ * peak);
-  const double major = image_.shape.major / 2 / image_.cell, minor = image_.shape.minor / 2 / image_.cell;
-  const double sine = std::sin(image_.shape.angle * kRadiansPerDegree);
-  const double cosine = std::cos(image_.shape.angle * kRadiansPerDegree);
+  const double major = dirty_.major / 2 / image_.cell, minor = dirty_.minor / 2 / image_.cell;
+  const double sine = std::sin(dirty_.angle * kRadiansPerDegree);
+  const double cosine = std::cos(dirty_.angle * kRadiansPerDegree);
   mask_.TakeAbove(image_.residual, level, options_.isPositive, std::hypot(major * sine, minor * cosine),
                   std::hypot(major * cosine, minor * sine));
 }
@@ -355,17 +384,19 @@ AResult Cleaner::Finish() {
 }  // namespace
 
 AResult strToStop(const std::string& text, CleanStop& stop) {
-  stop = {0, 0, false};
+  if (stop.isDefault) stop = {0, 0, 0, false, false};
   for (const std::string& word : Split(text)) {
     if (word == kNegative) {
       stop.isNegative = true;
+    } else if (word.starts_with(kFlux)) {
+      if (AResult result = strToVal(word.substr(kFlux.size()), kFluxSuffixes, stop.flux); !result) return result;
     } else if (word.ends_with(kSigma)) {
       if (AResult result = strToVal(word.substr(0, word.size() - kSigma.size()), stop.sigmas); !result) return result;
     } else if (AResult result = strToVal(word, kFluxSuffixes, stop.level); !result) {
       return result;
     }
   }
-  const bool isGood = stop.sigmas >= 0 && stop.level >= 0 && std::isfinite(stop.sigmas + stop.level);
+  const bool isGood = stop.sigmas >= 0 && stop.level >= 0 && std::isfinite(stop.sigmas + stop.level + stop.flux);
   return isGood ? AResult::Ok() : AResult::Fail("'" + text + "' is not a level to stop at, as in 3sigma or 5mJy");
 }
 
@@ -374,6 +405,7 @@ std::string stopToStr(const CleanStop& stop) {
   const auto add = [&text](const std::string& word) { text += (text.empty() ? "" : ",") + word; };
   if (stop.sigmas > 0) add(valToStr(stop.sigmas) + std::string(kSigma));
   if (stop.level > 0) add(valToStr(stop.level) + "Jy");
+  if (stop.flux != 0) add(std::string(kFlux) + valToStr(stop.flux) + "Jy");
   if (stop.isNegative) add(std::string(kNegative));
   return text.empty() ? "0" : text;
 }
@@ -390,8 +422,8 @@ AResult strToBeam(const std::string& text, ABeamShape& beam) {
   beam.major = std::max(major, minor) * kRadiansPerMas;
   beam.minor = std::min(major, minor) * kRadiansPerMas;
   if (minor > major) beam.angle += beam.angle > 0 ? -90 : 90;
-  const bool isGood = beam.minor > 0 && std::isfinite(beam.major) && std::isfinite(beam.angle);
-  return isGood ? AResult::Ok() : AResult::Fail("'" + text + "': the widths of a beam are above 0");
+  const bool isGood = beam.minor >= kNarrowest && beam.major <= kWidest && std::fabs(beam.angle) <= 360;
+  return isGood ? AResult::Ok() : AResult::Fail("'" + text + "': no beam has such widths or such an angle");
 }
 
 std::string beamToStr(const ABeamShape& beam) {

@@ -19,10 +19,13 @@ namespace zeltra {
 struct CleanStop {
   double sigmas = 3;        ///< no pixel exceeds this many sigma of the residual image; 0: does not count
   double level = 0;         ///< no pixel exceeds this, in the unit of the image; 0: does not count
+  double flux = 0;          ///< all components add up to this, Jy, or to more than it; 0: does not count
   bool isNegative = false;  ///< the largest pixel is negative
+  bool isDefault = true;    ///< nothing of it was asked for: what strToStop reads takes its place
 };
 
-/// Read words separated by commas, of "3sigma", "5mJy" or "0.005", and "negative".
+/// Read words separated by commas: "3sigma", "5mJy" or "0.005", "flux=2.5Jy", and "negative". A second text adds to the
+/// first.
 ZELTRA_API AResult strToStop(const std::string& text, CleanStop& stop);
 /// The words that strToStop takes.
 ZELTRA_API std::string stopToStr(const CleanStop& stop);

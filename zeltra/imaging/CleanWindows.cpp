@@ -36,6 +36,10 @@ AResult AppendBox(std::span<const std::string> texts, std::vector<CleanBox>& box
 }  // namespace
 
 AResult strToBox(const std::string& text, std::vector<CleanBox>& boxes) {
+  if (const size_t blank = text.find(' '); blank != text.npos) {
+    AResult result = strToBox(text.substr(0, blank), boxes);
+    return result ? strToBox(text.substr(blank + 1), boxes) : result;
+  }
   std::vector<std::string> texts;
   for (size_t begin = 0; begin <= text.size();) {
     const size_t end = std::min(text.find(',', begin), text.size());

@@ -14,6 +14,7 @@ namespace {
 // Whether a text is a time, rather than a level to stop at.
 bool IsTime(const std::string& text) {
   double number;
+  if (text.empty() || text.front() < '0' || text.front() > '9') return text.find(':') != text.npos;
   return text.find(':') != text.npos || (strToVal(text, number) && number > 9999) ||
          (text.find('-') != text.npos && text.find_first_not_of("0123456789-") == text.npos);
 }
@@ -23,6 +24,23 @@ AResult StopAt(const std::string& text, UVXSelection& selection) {
   AResult result = strToTime(text, time);
   if (result) selection.stop = time;
   return result;
+}
+
+// Words separated by commas, as they are shown too.
+AResult ReadStop(const std::string& text, CleanStop& stop, UVXSelection& selection) {
+  AResult result = AResult::Ok();
+  for (size_t begin = 0; result && begin <= text.size();) {
+    const size_t end = std::min(text.find(',', begin), text.size());
+    const std::string word = text.substr(begin, end - begin);
+    result = IsTime(word) ? StopAt(word, selection) : strToStop(word, stop);
+    begin = end + 1;
+  }
+  return result;
+}
+
+// The name of a file, without its folder, for whoever reads the history of an image elsewhere.
+std::string FileName(const std::string& path) {
+  return path.substr(path.find_last_of("/\\") + 1);
 }
 
 // What is imaged, and on which grid.
@@ -104,25 +122,25 @@ void DescribeCleaning(AJobDescriber<Options>& job) {
   job.Option("gain", &Options::gain, "share of the largest pixel that becomes a component").Range(1e-6, 1);
   // The time that a selection stops at has the same name, and looks different: no level is above 9999 Jy.
   job.Parsed(
-         "stop",
-         [](const std::string& text, Options& o) {
-           return IsTime(text) ? StopAt(text, o.selection) : strToStop(text, o.stop);
-         },
+         "stop", [](const std::string& text, Options& o) { return ReadStop(text, o.stop, o.selection); },
          [](const Options& o) {
            std::string text = o.selection.stop ? timeToStr(*o.selection.stop).append(",") : std::string();
            return text.append(stopToStr(o.stop));
          },
          "end where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute "
-         "deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest "
-         "pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: "
+         "deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; flux=JY ends where the "
+         "components add "
+         "up to so much, negative where the largest pixel is negative; several are separated by commas. A time, with a "
+         "colon or above 9999, given beside that: "
          "no records after it")
-      .Form("3sigma|JY|negative[,...]|TIME")
+      .Form("3sigma|JY|flux=JY|negative[,...]|TIME")
       .Repeated();
-  job.Option("window", &Options::windows,
-             "file of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east")
+  job.Parsed(
+         "window", [](const std::string& text, Options& o) { return o.windows = text, AResult::Ok(); },
+         [](const Options& o) { return FileName(o.windows); },
+         "file of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east")
       .Form("F.win")
-      .Otherwise("the inner quarter of the image")
-      .KeepsResult();
+      .Otherwise("the inner quarter of the image");
   job.Parsed(
          "box", [](const std::string& text, Options& o) { return strToBox(text, o.boxes); },
          [](const Options& o) { return boxesToStr(o.boxes); },
@@ -136,10 +154,11 @@ void DescribeCleaning(AJobDescriber<Options>& job) {
       .Range(1, 1e6)
       .Or(0);
   job.Option("no-negative", &Options::isPositive, "find positive components only");
-  job.Option("model", &Options::model,
-             "components to begin with: a text file of components, or a FITS image with AIPS CC")
-      .Form("START.mod")
-      .KeepsResult();
+  job.Parsed(
+         "model", [](const std::string& text, Options& o) { return o.model = text, AResult::Ok(); },
+         [](const Options& o) { return FileName(o.model); },
+         "components to begin with: a text file of components, or a FITS image with AIPS CC")
+      .Form("START.mod");
   job.Parsed(
          "beam", [](const std::string& text, Options& o) { return strToBeam(text, o.beam); },
          [](const Options& o) { return beamToStr(o.beam); },

@@ -90,6 +90,10 @@ class SelfCalibrator {
 AResult SelfCalibrator::Run() {
   if (options_.steps.empty()) return AResult::Fail(from_.path() + ": no step of self-calibration is named");
   if (AResult result = Separate(); !result) return result;
+  SelectedVisibilities data(*current_);
+  AResult selected = data.Select(options_.selection, SelectedVisibilities::TotalIntensity);
+  if (selected) selected = CheckModelled(from_.path(), data.polarisations());
+  if (!selected) return selected;
   for (size_t i = 0; i < options_.steps.size(); ++i) {
     if (AResult result = Look(static_cast<int>(i)); !result) return result;
     if (AResult result = Step(i); !result) return result;
@@ -257,7 +261,7 @@ AResult SelfCalibrate(AUVXInput& from, const std::string& to, const ImageNames& 
                       const std::function<void(const SelfCalRound&)>& told,
                       const std::function<AResult(const CleanImage&, std::string&)>& draw, CleanImage& image) {
   for (const std::string& name : {names.map, names.beam, names.fits, names.picture, names.residual, names.model}) {
-    if (name == to) return AResult::Fail(to + ": named twice");
+    if (!name.empty() && IsOneName(name, to)) return AResult::Fail(to + ": named twice");
   }
   ImageFiles files;
   if (AResult result = files.Create(names, from.path(), options); !result) return result;

@@ -320,7 +320,7 @@ AResult AUVXWriter::Finish() {
 
 AResult AUVXWriter::Finish(OutputFiles& together) {
   AResult result = Complete();
-  if (result) result = together.Add(std::move(output_->owned));
+  if (result) result = together.Add(output_->owned);
   output_.reset();
   return result;
 }
