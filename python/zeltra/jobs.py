@@ -1308,10 +1308,10 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
           uvrange: Span | None = None, if_: Numbers | None = None, channel: Numbers | None = None,
           stokes: Names | None = None, size: int | None = None, cell: Real | None = None, weight: Text | None = None,
           weight_power: Real | None = None, taper: Text | None = None, memory: Real | None = None,
-          niter: int | None = None, gain: Real | None = None, stop: Text | None = None, window: Text | None = None,
-          box: Text | Sequence[Text] | None = None, auto: Real | None = None, no_negative: bool = False,
-          model: Text | None = None, beam: Text | None = None, threads: int | None = None, force: bool = False,
-          no_sync: bool = False, progress: Progress | None = None) -> Result:
+          niter: int | None = None, gain: Real | None = None, stop: Text | Sequence[Text] | None = None,
+          window: Text | None = None, box: Text | Sequence[Text] | None = None, auto: Real | None = None,
+          no_negative: bool = False, model: Text | None = None, beam: Text | None = None, threads: int | None = None,
+          force: bool = False, no_sync: bool = False, progress: Progress | None = None) -> Result:
     """Make the image of a source without the sidelobes of its beam.
 
     CLEAN by cycles. Components are found where the image is largest, one after another, and the dirty beam is
@@ -1380,7 +1380,7 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
         The most components to find; 0 restores a model; from 0 to 1e+08; default: 10000.
     gain : float, str or Quantity
         Share of the largest pixel that becomes a component; from 1e-06 to 1; default: 0.05.
-    stop : str or os.PathLike
+    stop : str or os.PathLike, or a list of them
         End where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute
         deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest
         pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: no
@@ -1431,9 +1431,9 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
             uvrange: Span | None = None, if_: Numbers | None = None, channel: Numbers | None = None,
             stokes: Names | None = None, size: int | None = None, cell: Real | None = None, weight: Text | None = None,
             weight_power: Real | None = None, taper: Text | None = None, memory: Real | None = None,
-            niter: int | None = None, gain: Real | None = None, stop: Text | None = None, window: Text | None = None,
-            box: Text | Sequence[Text] | None = None, auto: Real | None = None, no_negative: bool = False,
-            model: Text | None = None, beam: Text | None = None, refant: Names | None = None,
+            niter: int | None = None, gain: Real | None = None, stop: Text | Sequence[Text] | None = None,
+            window: Text | None = None, box: Text | Sequence[Text] | None = None, auto: Real | None = None,
+            no_negative: bool = False, model: Text | None = None, beam: Text | None = None, refant: Names | None = None,
             min_antennas: int | None = None, snr: Real | None = None, ifs: Literal["apart", "together"] | None = None,
             pols: Literal["apart", "together"] | None = None, normalize: Literal["all", "none"] | None = None,
             robust: bool = False, threads: int | None = None, force: bool = False, no_sync: bool = False,
@@ -1512,7 +1512,7 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
         The most components to find; 0 restores a model; from 0 to 1e+08; default: 10000.
     gain : float, str or Quantity
         Share of the largest pixel that becomes a component; from 1e-06 to 1; default: 0.05.
-    stop : str or os.PathLike
+    stop : str or os.PathLike, or a list of them
         End where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute
         deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest
         pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: no
