@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import functools
+import mmap
 from collections.abc import Callable, Sequence
 from functools import cached_property
 from typing import TYPE_CHECKING, Any, ParamSpec, TypeVar, Union
@@ -70,16 +71,24 @@ def _reads(code: str) -> Callable[[Callable[P, T]], Callable[P, T]]:
 class Contents:
     """Header and tables of an open file; lists are read when they are first asked for."""
 
-    def __init__(self, raw: _layout.Buffer, path: str) -> None:
+    def __init__(self, raw: mmap.mmap | bytes, path: str) -> None:
         self.path = path
         self.header: Header = _layout.read_header(raw, path)
-        self._raw: _layout.Buffer | None = raw
+        self._raw: mmap.mmap | bytes | None = raw
         self._directory = _layout.read_directory(raw, self.header, path)
         self._images: dict[int, TableImage] = {}
 
     def close(self) -> None:
         """Let go of the mapping."""
         self._raw = None
+
+    def raw(self) -> mmap.mmap | bytes:
+        """The bytes, unless the file has become shorter: to touch what is no longer there would end the process."""
+        if self._raw is None:
+            raise Error(f"{self.path}: is closed")
+        if isinstance(self._raw, mmap.mmap) and self._raw.size() < len(self._raw):
+            raise Error(f"{self.path}: has become shorter since it was opened")
+        return self._raw
 
     @property
     def pols(self) -> list[str]:
@@ -97,9 +106,7 @@ class Contents:
             return None
         place = places[version - 1]
         if place not in self._images:
-            if self._raw is None:
-                raise Error(f"{self.path}: is closed")
-            self._images[place] = _layout.read_table(self._raw, *self._directory[place], self.path)
+            self._images[place] = _layout.read_table(self.raw(), *self._directory[place], self.path)
         return self._images[place]
 
     def needed(self, code: str, version: int = 1) -> TableImage:
@@ -336,10 +343,11 @@ class Contents:
 def _number(name: Name) -> int | None:
     """A word of digits is a number; "=7" is the item whose name is 7."""
     if isinstance(name, str):
-        return int(name) if name.isascii() and name.isdigit() else None
+        word = name.strip()
+        return int(word) if word.isascii() and word.isdigit() else None
     return int(name)
 
 
 def _word(name: Name) -> str:
-    text = str(name)
+    text = str(name).strip()
     return (text[1:] if text.startswith("=") else text).lower()

@@ -180,6 +180,8 @@ def _values(raw: Any, contents: Contents, offset: int, count: int) -> tuple[NDAr
 class Mapping:
     """The bytes of a file as memory, shared by the file and its selections."""
 
+    notes: Sequence[str] = ()  # of the import
+
     remove: Callable[[], object] | None = None  # the folder of a temporary file
 
     def __init__(self, path: str) -> None:
@@ -188,33 +190,25 @@ class Mapping:
             with open(path, "rb") as file:
                 self._stamp = _stamp(os.fstat(file.fileno()))
                 empty = os.fstat(file.fileno()).st_size == 0
-                self._map = None if empty else mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
+                raw: mmap.mmap | bytes = (b"" if empty else
+                                         mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ))
         except (OSError, ValueError) as failure:
             why = reason(failure) if isinstance(failure, OSError) else str(failure)
             raise Error(f"{path}: cannot be read: {why}") from failure
-        self.contents = Contents(memoryview(self._map or b""), path)
+        self.contents = Contents(raw, path)
 
     def close(self) -> None:
-        self._map = None
         self.contents.close()
         if self.remove is not None:
             self.remove()
 
-    def _checked(self) -> mmap.mmap:
-        """The memory, unless the file has become shorter: to touch what is no longer there would end the process."""
-        if self._map is None:
-            raise Error(f"{self.path}: is closed")
-        if self._map.size() < self.contents.header.end:
-            raise Error(f"{self.path}: has become shorter since it was opened")
-        return self._map
-
     def records(self) -> NDArray[np.void]:
         header = self.contents.header
-        return _heads(self._checked(), self.contents, header.data_offset, header.records)
+        return _heads(self.contents.raw(), self.contents, header.data_offset, header.records)
 
     def values(self) -> tuple[NDArray[Any], NDArray[Any]]:
         header = self.contents.header
-        return _values(self._checked(), self.contents, header.data_offset, header.records)
+        return _values(self.contents.raw(), self.contents, header.data_offset, header.records)
 
     def check_unchanged(self) -> None:
         """Raise Error if the name now stands for another file than the one that was opened."""
@@ -282,6 +276,24 @@ class Selection(Visibilities, Jobs):
         return self._contents.path
 
     @property
+    def epoch(self) -> float:
+        """Equinox of the coordinates, years, where the table of sources has none."""
+        return self._contents.header.epoch
+
+    @property
+    def observer(self) -> str:
+        return self._contents.header.observer
+
+    @property
+    def telescope(self) -> str:
+        return self._contents.header.telescope
+
+    @property
+    def notes(self) -> list[str]:
+        """What to know about the input, where it was imported from UV FITS, in sentences."""
+        return list(self._mapping.notes)
+
+    @property
     def antennas(self) -> Table:
         """A row an antenna: number, name, xyz as the file has it; .meta["array_center"]."""
         return self._contents.antenna_table()
@@ -335,7 +347,7 @@ class Selection(Visibilities, Jobs):
     def select(self, *, source: Names | None = None, antenna: Names | None = None, baseline: Baselines | None = None,
                setup: int | None = None, scan: Numbers | None = None, time: tuple[Moment, Moment] | None = None,
                ifs: Numbers | None = None, channels: Numbers | None = None, pols: str | Sequence[str] | None = None,
-               uvrange: tuple[float, float] | None = None) -> Selection:
+               uvrange: tuple[float | None, float | None] | None = None) -> Selection:
         """Select a part; what is selected may be narrowed down by other conditions.
 
         Parameters
@@ -349,14 +361,15 @@ class Selection(Visibilities, Jobs):
         setup : int
             Number of the frequency setup.
         scan, ifs, channels : int, slice or list
-            Counted from 0.
+            Counted from 0, and taken in ascending order; or an array with True for each that is taken.
         time : tuple
             First and last time: Time, Julian date, modified Julian date, text, or None. Text is an ISO date, or "07:30"
             of the observation's first day, "+1/07:30" of the next, in the time scale of the file.
         pols : str or list
             Polarisations that are stored.
         uvrange : tuple
-            Least and greatest distance in the u, v plane in wavelengths, at the middle of the selected frequencies.
+            Least and greatest distance in the u, v plane in wavelengths, at the middle of the selected frequencies;
+            None is no bound.
 
         Returns
         -------
@@ -386,6 +399,8 @@ class Selection(Visibilities, Jobs):
             With attributes as those of the file; arrays are aligned and contiguous.
         """
         header, place = self._contents.header, self._place
+        if records is not None and records < 1:
+            raise Error(f"{self.path}: a block has at least 1 record, not {records}")
         records = records or max(1, BLOCK_BYTES // header.record_bytes)
         self._mapping.check_unchanged()
         with open(self.path, "rb", buffering=0) as file:
@@ -457,9 +472,6 @@ class File(Selection):
 
     def __init__(self, mapping: Mapping) -> None:
         super().__init__(mapping, Conditions())
-        header = mapping.contents.header
-        self.epoch = header.epoch
-        self.observer, self.telescope = header.observer, header.telescope
 
     def __enter__(self) -> File:
         return self
@@ -515,13 +527,20 @@ def open_file(path: str | os.PathLike[str], progress: Progress | None = None) ->
             made = made.removesuffix(".gz")
             path = _unpacked(path, made)
         made = os.path.splitext(made)[0] + ".uvx"
-        run("import", [path], [made], {"no-sync": True}, progress=progress)
+        notes = run("import", [path], [made], {"no-sync": True}, progress=progress).notes
         mapping = Mapping(made)
     except BaseException:
         shutil.rmtree(folder, ignore_errors=True)
         raise
-    mapping.remove = weakref.finalize(mapping, shutil.rmtree, folder, ignore_errors=True)
+    mapping.notes = notes
+    mapping.remove = weakref.finalize(mapping, _remove, folder, os.getpid())
     return File(mapping)
+
+
+def _remove(folder: str, owner: int) -> None:
+    """Remove a temporary folder, unless this is a copy of the process that made it."""
+    if os.getpid() == owner:
+        shutil.rmtree(folder, ignore_errors=True)
 
 
 def _unpacked(path: str, target: str) -> str:

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 import tempfile
-from collections.abc import Mapping, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass, field
 from typing import TYPE_CHECKING, Any, Union
 
@@ -69,40 +69,46 @@ class Result:
 
 
 _UNITS = {"radians": "rad", "degrees": "deg"}
+_PLAIN_UNITS = {"wavelengths": "", "pixels": "", "baselines": "", "bytes": "byte", "MiB": "Mibyte"}
 
 
 def path_of(file: Path) -> str:
     return os.fspath(file)
 
 
-def text_of(value: Any, option: Mapping[str, Any]) -> str:
-    """The value of an option as the command takes it."""
-    kind = option["kind"]
+def text_of(value: Any, option: Mapping[str, Any], scale: Callable[[], str]) -> str:
+    """The value of an option as the command takes it, times in the scale of the file that is read."""
+    kind, name = option["kind"], option["name"]
     if kind == "number list":
         first = int(option["min"] or 0)
-        numbers = [value] if isinstance(value, (int, np.integer)) else list(value)
-        if not numbers:
-            raise Error(f"the list of {option['name']} is empty")
-        return ",".join(str(int(number) + first) for number in numbers)
+        numbers = np.atleast_1d(np.asarray(value))
+        if not numbers.size:
+            raise Error(f"the list of {name} is empty")
+        if numbers.dtype.kind not in "iu":
+            raise Error(f"option {name} takes a whole number from 0 or a list of them, not {value!r}")
+        return ",".join(str(number + first) for number in numbers.ravel().tolist())
     if kind == "whole" and option["name"] == "from":  # a record
         return str(int(value) + 1)
     if hasattr(value, "to_value"):
         if kind == "time":
-            return repr(float(value.jd))
-        unit = {"wavelengths": "", "pixels": ""}.get(option["unit"] or "", option["unit"] or "")
-        value = value.to_value(unit)
+            return repr(float(getattr(value, scale()).jd))
+        unit = _PLAIN_UNITS.get(option["unit"], option["unit"]) or ""
+        try:
+            value = value.to_value(unit)
+        except ValueError as failure:
+            raise Error(f"option {name} is in {unit or 'no unit'}: {failure}") from failure
     if isinstance(value, (str, os.PathLike)):
         return os.fspath(value)
     if isinstance(value, (bool, np.bool_)):
-        raise Error(f"option {option['name']} takes a value")
-    if isinstance(value, (float, np.floating)):
+        raise Error(f"option {name} takes a value")
+    if isinstance(value, (float, np.floating)) and not (kind == "whole" and value.is_integer()):
         return repr(float(value))
     if isinstance(value, Sequence) or isinstance(value, np.ndarray):
-        return ",".join("" if part is None else text_of(part, option) for part in value)
-    return str(value)
+        return ",".join("" if part is None else text_of(part, option, scale) for part in value)
+    return str(int(value) if kind == "whole" else value)
 
 
-def option_texts(job: str, options: Mapping[str, Any]) -> list[str]:
+def option_texts(job: str, options: Mapping[str, Any], scale: Callable[[], str]) -> list[str]:
     """Options as NAME=VALUE; None and False are left out."""
     known = {option["name"]: option for option in _library.description(job)["options"]}
     texts = []
@@ -111,11 +117,14 @@ def option_texts(job: str, options: Mapping[str, Any]) -> list[str]:
             continue
         option = known.get(name, {"name": name, "kind": "text", "unit": None})
         if option["kind"] == "flag":
-            texts.append(name)
+            if not isinstance(value, (bool, np.bool_)):
+                raise Error(f"option {name} is True or False, not {value!r}")
+            if value:
+                texts.append(name)
             continue
         # An option that may be given several times takes a list.
         repeated = isinstance(value, list) and option.get("repeated")
-        texts += [f"{name}={text_of(one, option)}" for one in (value if repeated else [value])]
+        texts += [f"{name}={text_of(one, option, scale)}" for one in (value if repeated else [value])]
     return texts
 
 
@@ -133,7 +142,8 @@ def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), op
         Files to make.
     options : dict
         Options of the command by their names without dashes, as in {"interval": 30, "force": True}. Numbers of IFs,
-        channels and scans count from 0. A Quantity is converted to the unit of its option.
+        channels and scans count from 0. A Quantity is converted to the unit of its option, a Time to the time scale of
+        the first file to read.
     progress : callable, optional
         Called with the step, as in "Sorting...", and its percentage, at least 20 times a second. What it raises cancels
         the job, which leaves no output, and is raised again.
@@ -173,8 +183,8 @@ def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), op
         blocks.append(columns)
         result.units = units
 
-    host = _library.run(job, names, [os.fspath(file) for file in outputs], texts + option_texts(job, chosen), progress,
-                        collect)
+    texts += option_texts(job, chosen, lambda: _time_scale(inputs))
+    host = _library.run(job, names, [os.fspath(file) for file in outputs], texts, progress, collect)
     for name in result.units:
         parts = [block[name] for block in blocks]
         has_gaps = any(masked.is_masked(part) for part in parts)
@@ -182,6 +192,20 @@ def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), op
         result.columns[name] = whole - 1 if name in COUNTED and whole.dtype.kind == "i" else whole
     result.text, result.notes, result.reports = "".join(host.texts), host.notes, host.reports
     return result
+
+
+def _time_scale(inputs: Sequence[Input]) -> str:
+    """The time scale of the first file."""
+    from ._file import Selection, open_file
+    if not inputs:
+        return "utc"
+    first = inputs[0]
+    if isinstance(first, Selection):
+        return first._contents.time_scale
+    if not isinstance(first, (str, os.PathLike)):
+        raise Error("a file to read is a name, a file or a selection")
+    with open_file(first) as file:
+        return file._contents.time_scale
 
 
 class Jobs:
@@ -261,12 +285,13 @@ class Jobs:
         Returns
         -------
         QTable
-            Columns time, source, ant1, ant2, ant3, phase and sigma, or ant4 and log_amplitude; with each=True also
-            stokes, if and channel. Notes are in .meta.
+            Columns time, source, ant1, ant2, ant3, phase and sigma, or ant4 and log_amplitude; stokes, if and channel
+            where a line is not a mean of several. Notes are in .meta.
         """
         result = self.run("closure", interval=interval, progress=progress, **options)
         for name in ("stokes", "if", "channel"):
-            if name in result.columns and not options.get("each"):
+            is_empty = name in result.columns and bool(np.all(masked.getmaskarray(result.columns[name])))
+            if is_empty and not options.get("each"):
                 del result.columns[name]
         table = result.table
         if "time" in table.colnames:
@@ -344,7 +369,12 @@ class Jobs:
         Result
             A line an antenna.
         """
-        name = model if isinstance(model, (str, os.PathLike)) else model._job_input()[0]
+        if isinstance(model, (str, os.PathLike)):
+            name = os.fspath(model)
+        else:
+            name, selected = model._job_input()
+            if selected:
+                raise Error(f"{name}: a model is a whole file, without a selection of {', '.join(selected)}")
         return self.run("solve", model=name, output=output, progress=progress, **options)
 
     def apply(self, output: Path, *, progress: Progress | None = None, **options: Any) -> File:

@@ -5,14 +5,17 @@ from __future__ import annotations
 import math
 import struct
 from dataclasses import dataclass
-from typing import Any, Union
+from typing import TYPE_CHECKING, Any, Union
 
 import numpy as np
 from numpy.typing import NDArray
 
 from ._error import Error
 
-Buffer = Union[bytes, memoryview]
+if TYPE_CHECKING:
+    import mmap
+
+Buffer = Union[bytes, "mmap.mmap"]
 Value = Union[str, int, float, bool]
 
 MAGIC = 1003
@@ -206,7 +209,7 @@ def read_table(raw: Buffer, code: str, offset: int, size: int, path: str) -> Tab
 def _column(raw: bytes) -> Column:
     form = text_of(raw[28:36])
     count = form[:-1]
-    return Column(text_of(raw[:18]), text_of(raw[18:28]), form[-1:], int(count) if count.isdigit() else 1)
+    return Column(text_of(raw[:18]), text_of(raw[18:28]), form[-1:], int(count) if count.isascii() and count.isdigit() else 1)
 
 
 def julian_text(days: float) -> str:

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 from __future__ import annotations
 
+import atexit
 import ctypes
 import ctypes.util
 import functools
@@ -27,6 +28,7 @@ BlockSink = Callable[[dict[str, Cells], dict[str, str]], object]
 
 _DONE, _CANCELLED = 0, 130
 _INT64, _DOUBLE = 1, 2
+_LONGEST_WAIT = 60  # seconds that the end of the process waits for jobs of other threads
 _MOST_BYTES = 1 << 16  # of the sentence of a failure
 
 
@@ -182,8 +184,8 @@ class _Host:
 
     @contextmanager
     def hearing_interrupts(self) -> Iterator[None]:
-        """Let SIGINT cancel the job. Its usual handler raises an exception, which is lost at the entrance of a
-        callback, so another one takes its place, and it is called after the job.
+        """Let SIGINT cancel the job, and those of other threads. Its usual handler raises an exception, which is lost
+        at the entrance of a callback, so another one takes its place, and it is called after the job.
         """
         usual = signal.getsignal(signal.SIGINT)
         if threading.current_thread() is not threading.main_thread() or not callable(usual):
@@ -191,7 +193,7 @@ class _Host:
             return
 
         def interrupt(_number: int, _frame: object) -> None:
-            self.interrupted = True
+            _running.interrupt()
 
         signal.signal(signal.SIGINT, interrupt)
         try:
@@ -200,6 +202,53 @@ class _Host:
             signal.signal(signal.SIGINT, usual)
         if self.interrupted:
             usual(signal.SIGINT, None)
+
+
+class _Running:
+    """The jobs of all threads."""
+
+    def __init__(self) -> None:
+        self._hosts: set[_Host] = set()
+        self._changed = threading.Condition()
+        self._is_ending = False
+
+    @contextmanager
+    def holding(self, host: _Host) -> Iterator[None]:
+        try:
+            with self._changed:
+                if self._is_ending:
+                    raise Error("no job can be started while Python ends")
+                self._hosts.add(host)
+            yield
+        finally:
+            with self._changed:
+                self._hosts.discard(host)
+                self._changed.notify_all()
+
+    def interrupt(self) -> None:
+        for host in tuple(self._hosts):
+            host.interrupted = True
+
+    def end(self) -> None:
+        """End the jobs of daemon threads, whose callbacks would find no Python to return to."""
+        with self._changed:
+            self._is_ending = True
+            self.interrupt()
+            self._changed.wait_for(lambda: not self._hosts, _LONGEST_WAIT)
+
+
+_running = _Running()
+atexit.register(lambda: _running.end())
+
+
+def _forget() -> None:
+    """A copy of a process has one thread, and none of the jobs of others."""
+    global _running
+    _running = _Running()
+
+
+if hasattr(os, "register_at_fork"):
+    os.register_at_fork(after_in_child=_forget)
 
 
 def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequence[str],
@@ -214,7 +263,7 @@ def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequen
     host = _Host(progress, block)
     callbacks = host.callbacks()
     sentence = ctypes.create_string_buffer(_MOST_BYTES)
-    with host.hearing_interrupts():
+    with _running.holding(host), host.hearing_interrupts():
         code = library().zeltra_run(job.encode(), _list(inputs), _list(outputs), _list(options),
                                     ctypes.byref(callbacks), sentence, ctypes.c_size_t(_MOST_BYTES), None)
     if host.failure is not None:

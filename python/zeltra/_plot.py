@@ -67,7 +67,8 @@ class Plots:
 
         self._draw(axes, places, [""], options)
         axes.set(xlabel="u / Mλ", ylabel="v / Mλ", aspect="equal")
-        axes.invert_xaxis()
+        if not axes.xaxis_inverted():
+            axes.invert_xaxis()
         return axes
 
     def amplitude(self, ax: Axes | None = None, x: str = "uvdist", **options: Any) -> Axes:

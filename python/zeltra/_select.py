@@ -41,7 +41,7 @@ class Conditions:
     ifs: Numbers | None = None
     channels: Numbers | None = None
     pols: str | Sequence[str] | None = None
-    uvrange: tuple[float, float] | None = None
+    uvrange: tuple[float | None, float | None] | None = None
 
     def joined(self, other: Conditions) -> Conditions:
         """Both together."""
@@ -73,8 +73,13 @@ def places(numbers: Numbers | None, count: int, what: str, path: str) -> Place:
     if numbers is None:
         return slice(0, count, 1)
     if isinstance(numbers, slice):
-        return slice(*numbers.indices(count))
-    chosen = np.unique(np.atleast_1d(np.asarray(numbers, np.int64)))
+        return as_slice(np.unique(np.arange(count)[numbers]))
+    given = np.atleast_1d(np.asarray(numbers))
+    if given.dtype.kind == "b" and given.shape == (count,):
+        return as_slice(np.flatnonzero(given))
+    if given.size and given.dtype.kind not in "iu":
+        raise Error(f"{path}: {numbers!r} are no numbers of {what}s, which are whole, or {count} times True or False")
+    chosen = np.unique(given.astype(np.int64))
     wrong = chosen[(chosen < 0) | (chosen >= count)]
     if len(wrong):
         raise Error(f"{path}: no {what} {wrong[0]}; there are {count}, numbered from 0")
@@ -112,15 +117,31 @@ def moment(time: Moment, contents: Contents) -> float | None:
     """A Julian date in the time scale of the file, of a Time, a Julian date, or text as the command takes it."""
     if time is None:
         return None
-    if isinstance(time, (int, float, np.number)):
-        return float(time) if time >= 1e6 else float(time) + 2400000.5
     if isinstance(time, str):
-        if (clock := _CLOCK.fullmatch(time)) is not None:
-            days, hours, minutes, seconds = (float(part or 0) for part in clock.groups())
-            return contents.header.date_obs + days + hours / 24 + minutes / 1440 + seconds / 86400
-        from astropy.time import Time as AstropyTime
-        time = AstropyTime(time, scale=contents.time_scale)
+        time = _read_time(time.strip(), contents)
+    if isinstance(time, (int, float, np.number)):
+        if not np.isfinite(time):
+            raise Error(f"{time} is not a time")
+        return float(time) if time >= 1e6 else float(time) + 2400000.5
     return float(getattr(time, contents.time_scale).jd)
+
+
+def _read_time(text: str, contents: Contents) -> Time | float:
+    """A time as people write it: of the day, as a Julian date, or by the calendar."""
+    if (clock := _CLOCK.fullmatch(text)) is not None:
+        days, hours, minutes, seconds = (float(part or 0) for part in clock.groups())
+        if hours < 24 and minutes < 60 and seconds < 60:
+            return contents.header.date_obs + days + hours / 24 + minutes / 1440 + seconds / 86400
+    try:
+        return float(text)
+    except ValueError:
+        pass
+    from astropy.time import Time as AstropyTime
+    try:
+        return AstropyTime(text, scale=contents.time_scale)
+    except ValueError:
+        raise Error(f"{text!r} is not a time like 2020-03-20T07:30:00, a Julian date or modified Julian date, or a time "
+                    "of day like 07:30 on the first day, or +1/07:30 on the next") from None
 
 
 def record_places(contents: Contents, heads: NDArray[np.void], wanted: Conditions) -> Place:
@@ -172,7 +193,8 @@ def _record_tests(contents: Contents, wanted: Conditions) -> Any:
     pairs = None
     if wanted.baseline is not None:
         pairs = [low << 8 | high for low, high in map(contents.find_baseline, baselines(wanted.baseline))]
-    middles = None if wanted.uvrange is None else _middles(contents, wanted)
+    bounds = _distances(wanted)
+    middles = None if bounds is None else _middles(contents, wanted)
     if antennas is None and pairs is None and middles is None:
         return None
 
@@ -184,12 +206,23 @@ def _record_tests(contents: Contents, wanted: Conditions) -> Any:
         if pairs is not None:
             low = np.minimum(heads["ant1"], heads["ant2"]).astype(np.int64)
             taken &= np.isin(low << 8 | np.maximum(heads["ant1"], heads["ant2"]), pairs)
-        if middles is not None and wanted.uvrange is not None:
+        if middles is not None and bounds is not None:
             distance = np.hypot(heads["u"].astype(float), heads["v"]) * middles[heads["freqsel"].astype(np.uint8)]
-            taken &= (distance >= wanted.uvrange[0]) & (distance <= wanted.uvrange[1])
+            taken &= (distance >= bounds[0]) & (distance <= bounds[1])
         return taken
 
     return test
+
+
+def _distances(wanted: Conditions) -> tuple[float, float] | None:
+    """The least and the greatest distance in the u, v plane, wavelengths."""
+    if wanted.uvrange is None:
+        return None
+    least, greatest = wanted.uvrange
+    bounds = 0 if least is None else float(least), np.inf if greatest is None else float(greatest)
+    if not 0 <= bounds[0] <= bounds[1]:
+        raise Error(f"{wanted.uvrange} is not a range of uv distances, from the least to the greatest")
+    return bounds
 
 
 def _middles(contents: Contents, wanted: Conditions) -> NDArray[np.float64]:
@@ -232,8 +265,8 @@ def job_options(wanted: Conditions, contents: Contents) -> dict[str, str]:
             options[name] = repr(value)
     if wanted.pols is not None:
         options["stokes"] = ",".join(listed(wanted.pols))
-    if wanted.uvrange is not None:
-        options["uvrange"] = ",".join(repr(float(bound)) if np.isfinite(bound) else "" for bound in wanted.uvrange)
+    if (bounds := _distances(wanted)) is not None:
+        options["uvrange"] = ",".join(repr(bound) if np.isfinite(bound) else "" for bound in bounds)
     for name, text in options.items():
         if not text:
             raise Error(f"{contents.path}: nothing is selected, the list of {name} is empty")

@@ -1,4 +1,5 @@
-"""Jobs on many machines, by Dask: averages, closures and images of many files, in parts that depend on the files alone.
+"""Jobs on many machines, by Dask: averages and closures of many files, in parts that depend on the files alone, and images
+of many files.
 
 Without a client the same parts run here, one after the other. Results are the bytes that a single process makes.
 """
@@ -8,7 +9,7 @@ from __future__ import annotations
 import os
 import shutil
 import tempfile
-from collections.abc import Callable, Iterable, Sequence
+from collections.abc import Callable, Iterable
 from dataclasses import dataclass, field
 from typing import TYPE_CHECKING, Any, Union
 
@@ -22,13 +23,13 @@ from ._output import check_free, put
 if TYPE_CHECKING:
     from distributed import Client
 
-__all__ = ["Outcome", "average", "closures", "image"]
+__all__ = ["Outcome", "average", "clean", "closures", "image"]
 
 TASK_BYTES = 128 << 20  # of input: less costs more in scheduling, more is lost with a worker
 MOST_TASKS = 1000  # of a file
-Part = Callable[["_File", int, dict[str, Any]], None]
+Part = Callable[["_File", int, dict[str, Any]], list[str]]  # gives the notes
 Join = Union[Callable[["_File"], None], None]
-Paths = Union[Path, Sequence[Path]]
+Paths = Union[Path, Iterable[Path]]
 Sentence = Union[str, None]  # of a failure
 Stamp = tuple[int, int]
 
@@ -43,10 +44,13 @@ class Outcome:
         The file that was made of each input.
     failures : dict
         Why there is none, in one sentence, of each of the others.
+    notes : dict
+        What to know about each input that has an output, in sentences.
     """
 
     outputs: dict[str, str] = field(default_factory=dict)
     failures: dict[str, str] = field(default_factory=dict)
+    notes: dict[str, list[str]] = field(default_factory=dict)
 
 
 # ------------------------------------------------------------------------------------------------------- on the workers
@@ -94,6 +98,12 @@ def _guarded(call: Callable[..., Any], file: _File, *arguments: Any) -> tuple[An
         return None, str(failure)
     except OSError as failure:
         return None, f"{file.output}: cannot be written: {reason(failure)}"
+    except Exception as failure:  # which must not end the work on other files
+        return None, _unforeseen(file, failure)
+
+
+def _unforeseen(file: _File, failure: Exception) -> str:
+    return f"{file.path}: {type(failure).__name__}: {failure}"
 
 
 def _divide(file: _File, options: dict[str, Any], tasks: int | None) -> tuple[Stamp, int]:
@@ -107,16 +117,16 @@ def _divide(file: _File, options: dict[str, Any], tasks: int | None) -> tuple[St
     return stamp, min(tasks or -(-int(np.sum(plan["bytes"])) // TASK_BYTES) or 1, max(1, len(plan["part"])), MOST_TASKS)
 
 
-def _average_part(file: _File, number: int, options: dict[str, Any]) -> None:
-    run("average", [file.path],
-        options={**options, "output": file.made, "part": f"{number}/{file.tasks}", "force": True})
+def _average_part(file: _File, number: int, options: dict[str, Any]) -> list[str]:
+    part = {"output": file.made, "part": f"{number}/{file.tasks}", "force": True}
+    return run("average", [file.path], options={**options, **part}).notes
 
 
 def _join_average(file: _File) -> None:
     run("join", [], [file.made], {"parts": True, "force": True})
 
 
-def _closure_part(file: _File, number: int, options: dict[str, Any]) -> None:
+def _closure_part(file: _File, number: int, options: dict[str, Any]) -> list[str]:
     """Write the lines of a task's parts."""
     result = run("closure", [file.path], options={**options, "part": f"{number}/{file.tasks}"})
     columns = {
@@ -127,6 +137,7 @@ def _closure_part(file: _File, number: int, options: dict[str, Any]) -> None:
     with tempfile.NamedTemporaryFile(dir=file.folder, suffix=".npz", delete=False) as part:
         np.savez(part, __units__=np.array(list(result.units.values()), dtype=str), **columns)
     os.replace(part.name, f"{file.made}.{number}.npz")
+    return result.notes
 
 
 def _join_closures(file: _File) -> None:
@@ -148,35 +159,58 @@ def _join_closures(file: _File) -> None:
     table.write(file.made, format="fits", overwrite=True)
 
 
-def _image(file: _File, _number: int, options: dict[str, Any]) -> None:
-    run("image", [file.path], options={**options, "fits": file.made, "force": True})
+def _image(file: _File, _number: int, options: dict[str, Any]) -> list[str]:
+    return run("image", [file.path], options={**options, "fits": file.made, "force": True}).notes
 
 
-def _publish(file: _File, parts: Iterable[tuple[Any, Sentence]], join: Callable[[_File], None] | None,
-             force: bool) -> None:
-    """Join the parts and give the result its name."""
-    for _, sentence in parts:
+def _clean(file: _File, _number: int, options: dict[str, Any]) -> list[str]:
+    return run("clean", [file.path], [file.made], {**options, "force": True}).notes
+
+
+def _joined(file: _File, parts: Iterable[tuple[list[str], Sentence]], join: Join) -> list[str]:
+    """Join the parts to the result, which has no name yet: a task may run again when its worker is lost. @return notes"""
+    notes: dict[str, None] = {}
+    for told, sentence in parts:
         if sentence is not None:
             raise Error(sentence)
+        notes |= dict.fromkeys(told)
     if join is not None:
         join(file)
-    put(file.made, file.output, force)
+    return list(notes)
 
 
 # ---------------------------------------------------------------------------------------------------------- on the host
 
 
 class _Here:
-    """Runs tasks where they are submitted, as a client runs them elsewhere."""
+    """Runs tasks here when they are gathered, as a client runs them elsewhere."""
 
     def submit(self, call: Callable[..., Any], *arguments: Any, pure: bool) -> Any:
-        return call(*arguments)
+        return lambda: call(*(self.gather(given) if isinstance(given, list) else given for given in arguments))
 
-    def gather(self, results: list[Any]) -> list[Any]:
-        return results
+    def gather(self, tasks: list[Any]) -> list[Any]:
+        return [task() for task in tasks]
 
 
-def _files(paths: Paths, out: Path, ending: str, force: bool, outcome: Outcome) -> list[_File]:
+def _gathered(host: Any, file: _File, task: Any) -> tuple[Any, Sentence]:
+    """The result of a task, or the sentence of its failure, which may be that of its workers."""
+    try:
+        result: tuple[Any, Sentence] = host.gather([task])[0]
+        return result
+    except Exception as failure:
+        return None, _unforeseen(file, failure)
+
+
+def _published(file: _File, force: bool) -> Sentence:
+    """Give the result its name. @return the sentence of the failure"""
+    try:
+        put(file.made, file.output, force)
+    except Error as failure:
+        return str(failure)
+    return None
+
+
+def _files(paths: Path | list[Path], out: Path, ending: str, force: bool, outcome: Outcome) -> list[_File]:
     """Names of inputs and outputs, with a folder for parts beside each output."""
     out = os.path.abspath(os.fspath(out))
     if isinstance(paths, (str, os.PathLike)):
@@ -205,8 +239,19 @@ def _files(paths: Paths, out: Path, ending: str, force: bool, outcome: Outcome) 
     return files
 
 
-def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: Client | None, force: bool,
+def _check_options(job: str, options: dict[str, Any]) -> None:
+    """Refuse what is chosen here for each file."""
+    taken = {"part"} | {file["option"] for file in _library.description(job)["outputs"]}
+    for name in options:
+        if name in taken:
+            raise Error(f"option {name} is set for each file, and cannot be given")
+
+
+def _run(job: str, paths: Paths, out: Path, ending: str, options: dict[str, Any], client: Client | None, force: bool,
          tasks: int | None, part: Part, join: Join) -> Outcome:
+    _check_options(job, options)
+    if not isinstance(paths, (str, os.PathLike)):
+        paths = list(paths)
     host: Any = _Here() if client is None else client
     if client is not None and part is not _image:
         options = {"threads": 1, **options}  # workers share the processors
@@ -216,26 +261,31 @@ def _run(paths: Paths, out: Path, ending: str, options: dict[str, Any], client: 
         for path in ([paths] if isinstance(paths, (str, os.PathLike)) else paths)
     }
     files = _files(paths, out, ending, force, outcome)
+
+    def fail(file: _File, sentence: str) -> None:
+        outcome.failures[given[file.path]] = sentence.replace(file.path, given[file.path])
+
     try:
-        if join is None:
-            divided = [((None, 1), None) for _ in files]
-        else:
-            divided = host.gather([host.submit(_guarded, _divide, file, options, tasks, pure=False) for file in files])
+        divisions = [host.submit(_guarded, _divide, file, options, tasks, pure=False) for file in files if join]
         finals = []
-        for file, (found, sentence) in zip(files, divided):
+        for place, file in enumerate(files):
+            found, sentence = _gathered(host, file, divisions[place]) if join else ((None, 1), None)
             if sentence is not None:
-                outcome.failures[given[file.path]] = sentence.replace(file.path, given[file.path])
+                fail(file, sentence)
                 continue
             whole = _File(file.path, file.output, file.folder, file.versions, *found)
             parts = [
                 host.submit(_guarded, part, whole, number, options, pure=False) for number in range(1, whole.tasks + 1)
             ]
-            finals.append((whole, host.submit(_guarded, _publish, whole, parts, join, force, pure=False)))
-        for (file, _), (_, sentence) in zip(finals, host.gather([final for _, final in finals])):
+            finals.append((whole, host.submit(_guarded, _joined, whole, parts, join, pure=False)))
+        for file, final in finals:
+            notes, sentence = _gathered(host, file, final)
             if sentence is None:
-                outcome.outputs[given[file.path]] = file.output
+                sentence = _published(file, force)
+            if sentence is None:
+                outcome.outputs[given[file.path]], outcome.notes[given[file.path]] = file.output, notes
             else:
-                outcome.failures[given[file.path]] = sentence.replace(file.path, given[file.path])
+                fail(file, sentence)
     finally:
         for file in files:
             shutil.rmtree(file.folder, ignore_errors=True)
@@ -250,7 +300,7 @@ def average(paths: Paths, out: Path, interval: Any, client: Client | None = None
 
     Parameters
     ----------
-    paths : str, os.PathLike or list
+    paths : str, os.PathLike or iterable
         The file, or files, to read, by names that all workers understand.
     out : str or os.PathLike
         The UVX file to make of one input; of a list of them the folder, for a file of the same name each.
@@ -282,7 +332,7 @@ def average(paths: Paths, out: Path, interval: Any, client: Client | None = None
     (['sim.uvx'], {'none.uvx': 'none.uvx: cannot be read: no such file or directory'})
     """
     chosen = {"interval": interval, **keywords(options)}
-    return _run(paths, out, ".uvx", chosen, client, force, tasks, _average_part, _join_average)
+    return _run("average", paths, out, ".uvx", chosen, client, force, tasks, _average_part, _join_average)
 
 
 def closures(paths: Paths, out: Path, interval: Any, client: Client | None = None, *, force: bool = False,
@@ -291,11 +341,18 @@ def closures(paths: Paths, out: Path, interval: Any, client: Client | None = Non
     and -1 stands where there is none. Parameters are those of `average`.
     """
     chosen = {"interval": interval, **keywords(options)}
-    return _run(paths, out, ".fits", chosen, client, force, tasks, _closure_part, _join_closures)
+    return _run("closure", paths, out, ".fits", chosen, client, force, tasks, _closure_part, _join_closures)
 
 
 def image(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
     """Make a FITS image of each file, in one task each. Options are those of `zeltra.jobs.image`, other parameters
     those of `average`.
     """
-    return _run(paths, out, ".fits", keywords(options), client, force, None, _image, None)
+    return _run("image", paths, out, ".fits", keywords(options), client, force, None, _image, None)
+
+
+def clean(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
+    """Make a FITS image of each file without the sidelobes of its beam, in one task each. Options are those of
+    `zeltra.jobs.clean`, other parameters those of `average`.
+    """
+    return _run("clean", paths, out, ".fits", keywords(options), client, force, None, _clean, None)

@@ -112,7 +112,7 @@ def info(input: Input, *, json: bool = False, baselines: bool = False, source: N
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -156,7 +156,7 @@ def records(input: Input, *, source: Names | None = None, freqsel: int | None = 
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -171,13 +171,13 @@ def records(input: Input, *, source: Names | None = None, freqsel: int | None = 
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each record in the middle of the frequencies
         selected; default: all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     stokes : str, int or list
         Polarisations, stored or formed, as in RR, I or PI, the parallel hands that are there; default: those stored.
     from_ : int
-        First record to consider, counted from 1; from 1; default: 1.
+        First record to consider, counted from 0.
     count : int
         Number of records to consider; from 0; default: all up to the last one.
     progress : callable, optional
@@ -246,7 +246,7 @@ def average(input: Input, *, interval: Real, output: Path | None = None, source:
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -261,9 +261,9 @@ def average(input: Input, *, interval: Real, output: Path | None = None, source:
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each record in the middle of the frequencies
         selected; default: all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     stokes : str, int or list
         Polarisations, stored or formed, as in RR, I or PI, the parallel hands that are there; default: those stored.
     mode : {"complex", "amphase"}
@@ -325,7 +325,7 @@ def closure(input: Input, *, interval: Real, source: Names | None = None, freqse
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -337,9 +337,9 @@ def closure(input: Input, *, interval: Real, source: Names | None = None, freqse
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each record in the middle of the frequencies
         selected; default: all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     antenna : str, int or list
         Numbers or names of antennas, separated by commas: closures through a single one, or among several; default:
         all.
@@ -425,7 +425,7 @@ def copy(input: Input, out: Path, *, source: Names | None = None, freqsel: int |
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -440,9 +440,9 @@ def copy(input: Input, out: Path, *, source: Names | None = None, freqsel: int |
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each record in the middle of the frequencies
         selected; default: all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     stokes : str, int or list
         Polarisations that are stored, as in RR,LL; default: all.
     drop_flagged : bool
@@ -528,7 +528,7 @@ def split(input: Input, folder: Path, *, source: Names | None = None, freqsel: i
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -609,7 +609,7 @@ def delete_if(input: Input, out: Path, *, if_: Numbers | None = None, keep: Numb
     out : str or os.PathLike
         The file to make.
     if_ : int or list, from 0
-        Numbers of the IFs to delete, as in 1,3-4; default: all but those to keep.
+        Numbers of the IFs to delete; default: all but those to keep.
     keep : int or list, from 0
         Numbers of the IFs to keep; default: all others.
     force : bool
@@ -792,7 +792,7 @@ def flag(input: Input, out: Path, *, source: Names | None = None, freqsel: int |
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -807,9 +807,9 @@ def flag(input: Input, out: Path, *, source: Names | None = None, freqsel: int |
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each visibility at its own frequency; default:
         all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     stokes : str, int or list
         Polarisations that are stored, as in RR,LL, or PI, the parallel hands; default: all.
     clip : float, str or Quantity
@@ -904,7 +904,7 @@ def plan(input: Input, *, interval: Real, source: Names | None = None, freqsel: 
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -930,33 +930,29 @@ def plan(input: Input, *, interval: Real, source: Names | None = None, freqsel: 
     return run("plan", [input], [], options, progress=progress)
 
 
-def gains(input: Input, out: Path | None = None, *, task: Literal["info", "csv", "average", "plot"],
-          table: Text | None = None, interval: Real | None = None, if_: int | None = None, hand: int | None = None,
-          force: bool = False, no_sync: bool = False, progress: Progress | None = None) -> Result:
-    """Look into gains of antennas, average and draw them.
+def gains(input: Input, out: Path | None = None, *, task: Literal["info", "csv", "average"], table: Text | None = None,
+          interval: Real | None = None, force: bool = False, no_sync: bool = False,
+          progress: Progress | None = None) -> Result:
+    """Look into gains of antennas and average them.
 
     info prints statistics of each antenna, hand and IF: the mean modulus and its standard deviation, the drift of the
     phase in degrees an hour and its scatter about it in degrees, and the mean signal-to-noise ratio. csv prints every
     gain. average makes a gain file of averages over --interval, or a copy of the visibilities with one more table SN:
-    phases are those of mean vectors, moduli are averaged by themselves. plot draws amplitudes and phases over time.
+    phases are those of mean vectors, moduli are averaged by themselves.
 
     Parameters
     ----------
     input : str, os.PathLike, File or Selection
         A gain file, or UVX or UV FITS with a table SN or CL.
     out : str or os.PathLike
-        The file to make: average .gain or .uvx, plot .svg or .png.
-    task : {"info", "csv", "average", "plot"}
-        What to do: info, csv, average or plot.
+        The file to make: average .gain or .uvx.
+    task : {"info", "csv", "average"}
+        What to do: info, csv or average.
     table : str or os.PathLike
         Which gains of a UVX file: a table, as in SN:2 or CL:1, or those of a gain file; default: the last table SN.
     interval : float, str or Quantity
         Average: length of the intervals, multiples of which count from 0 h of the observation date, in s; from 0.001 to
         1e+09; default: none.
-    if_ : int
-        Plot: number of the IF; from 1; default: 1.
-    hand : int
-        Plot: 1 for RR or XX, 2 for LL or YY; from 1 to 2; default: 1.
     force : bool
         Replace an output that exists.
     no_sync : bool
@@ -970,8 +966,7 @@ def gains(input: Input, out: Path | None = None, *, task: Literal["info", "csv",
         With the columns time, interval, source, setup, subarray, antenna, reference, if, hand, snr, re, im, delay,
         rate.
     """
-    options = {"task": task, "table": table, "interval": interval, "if": if_, "hand": hand, "force": force,
-               "no-sync": no_sync}
+    options = {"task": task, "table": table, "interval": interval, "force": force, "no-sync": no_sync}
     return run("gains", [input], [*([] if out is None else [out])], options, progress=progress)
 
 
@@ -1064,7 +1059,7 @@ def solve(input: Input, *, output: Path, model: Text, mode: Literal["p", "ap", "
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -1079,9 +1074,9 @@ def solve(input: Input, *, output: Path, model: Text, mode: Literal["p", "ap", "
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each record in the middle of the frequencies
         selected; default: all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     refant : str, int or list
         Antennas, numbers or names, of which the first that has a gain has phase 0; default: the antenna with the most
         gains.
@@ -1095,7 +1090,7 @@ def solve(input: Input, *, output: Path, model: Text, mode: Literal["p", "ap", "
         A gain for each hand, or one for both; default: apart.
     normalize : {"all", "none"}
         Make the geometric mean of the amplitudes of each hand and IF 1, so that the flux stays, or leave them as they
-        are; default: all, unless --mode p.
+        are; default: all where amplitudes are solved for, none for phases alone.
     robust : bool
         Leave out baselines that lie far off, in passes whose bound falls from 7 to 2.2 times the rms.
     threads : int
@@ -1164,7 +1159,7 @@ def fit(input: Input | None = None, *, output: Path, image_plane: Path | None = 
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -1179,9 +1174,9 @@ def fit(input: Input | None = None, *, output: Path, image_plane: Path | None = 
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each visibility at its own frequency; default:
         all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     stokes : str, int or list
         Polarisation, stored or formed, as in RR, I or PI, the parallel hands that are there; default: I of both hands,
         or the first one where there is no I.
@@ -1248,7 +1243,7 @@ def image(input: Input, out: Path | None = None, *, fits: Path | None = None, be
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -1263,9 +1258,9 @@ def image(input: Input, out: Path | None = None, *, fits: Path | None = None, be
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each visibility at its own frequency; default:
         all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     stokes : str, int or list
         Polarisation, stored or formed, as in RR, I or PI, the parallel hands that are there; default: I, or the first
         one where there is no I.
@@ -1342,7 +1337,7 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -1355,9 +1350,9 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each visibility at its own frequency; default:
         all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     stokes : str, int or list
         Polarisation, stored or formed, as in RR, I or PI, the parallel hands that are there; default: I, or the first
         one where there is no I.
@@ -1382,9 +1377,9 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
         Share of the largest pixel that becomes a component; from 1e-06 to 1; default: 0.05.
     stop : str or os.PathLike, or a list of them
         End where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute
-        deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest
-        pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: no
-        records after it; default: 3sigma.
+        deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; flux=JY ends where the components
+        add up to so much, negative where the largest pixel is negative; several are separated by commas. A time, with a
+        colon or above 9999, given beside that: no records after it; default: 3sigma.
     window : str or os.PathLike
         File of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east; default: the inner quarter of
         the image.
@@ -1474,7 +1469,7 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
     freqsel : int
         Number of the frequency setup; default: all.
     scan : int or list, from 0
-        Scans, as numbered by info, as in 1,3-5; default: all.
+        Scans, as numbered by info; default: all.
     start : Time, float or str
         No records before this time, in the time scale of the file, as in 2020-03-20T07:30:00, a Julian date or modified
         Julian date, 07:30 of the observation's first day, or +1/07:30 of the next; default: the first record.
@@ -1487,9 +1482,9 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
         Distances in the u, v plane in wavelengths, as in 250k,10M: of each visibility at its own frequency; default:
         all.
     if_ : int or list, from 0
-        Numbers of IFs, as in 1,3-4; default: all.
+        Numbers of IFs; default: all.
     channel : int or list, from 0
-        Numbers of channels, as in 8-15; default: all.
+        Numbers of channels; default: all.
     stokes : str, int or list
         Polarisation, stored or formed, as in RR, I or PI, the parallel hands that are there; default: I, or the first
         one where there is no I.
@@ -1514,9 +1509,9 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
         Share of the largest pixel that becomes a component; from 1e-06 to 1; default: 0.05.
     stop : str or os.PathLike, or a list of them
         End where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute
-        deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; negative ends where the largest
-        pixel is negative; several are separated by commas. A time, with a colon or above 9999, given beside that: no
-        records after it; default: 3sigma.
+        deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; flux=JY ends where the components
+        add up to so much, negative where the largest pixel is negative; several are separated by commas. A time, with a
+        colon or above 9999, given beside that: no records after it; default: 3sigma.
     window : str or os.PathLike
         File of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east; default: the inner quarter of
         the image.
@@ -1546,7 +1541,7 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
         A gain for each hand, or one for both; default: apart.
     normalize : {"all", "none"}
         Make the geometric mean of the amplitudes of each hand and IF 1, so that the flux stays, or leave them as they
-        are; default: all, unless --mode p.
+        are; default: all where amplitudes are solved for, none for phases alone.
     robust : bool
         Leave out baselines that lie far off, in passes whose bound falls from 7 to 2.2 times the rms.
     threads : int

@@ -85,7 +85,7 @@ typedef struct zeltra_callbacks {
   /**
    * The next rows of the job's table, up to some thousands; one block without rows if the table has none. The columns
    * are the same in all blocks of a run. They tell what the command prints with --csv: names, numbers counted from 1.
-   * @return non-zero to cancel the job
+   * @return non-zero to cancel the job; if its output has its name already, that stays and the job returns ZELTRA_DONE
    */
   int (*block)(void* user, const zeltra_column* const* columns, size_t column_count, size_t rows);
 

@@ -35,7 +35,7 @@ AResult DeliverComponents(const ComponentFit& fit, AJobHost& host) {
     deliver(c.angle, e.angle, kRadiansPerDegree);
     table.EndRow();
   }
-  return table.Finish();
+  return FinishSummary(table);
 }
 
 std::string Count(int64 n, const std::string& what) {

@@ -30,7 +30,7 @@ AResult DeliverSummary(const AUVXContents& contents, const FlagSummary& summary,
   table.Nothing();
   table.Text("all");
   DeliverCounts(table, summary.all);
-  return table.Finish();
+  return FinishSummary(table);
 }
 
 AResult RunFlag(const AJobFiles& files, FlagOptions& options, AJobHost& host) {

@@ -68,6 +68,11 @@ void ReportUVX(AJobHost& host, const std::string& path, const std::string& what,
   if (made.Open(path)) ReportVisibilities(host, path, made, what, of);
 }
 
+AResult FinishSummary(ATableSink& table) {
+  AResult result = table.Finish();
+  return result.code() == AResult::Cancelled ? AResult::Ok() : result;
+}
+
 void AppendValueColumns(AUVXInput& input, const ValuesChoice& values, int shown, std::vector<AJobColumn>& columns) {
   const std::string unit = FieldText(input.contents().header().info.bunit, sizeof(AUVXHeader().info.bunit));
   int value = 0;

@@ -51,7 +51,7 @@ AResult MakeSelfCalibrated(const AJobFiles& files, const SelfCalOptions& options
   NoteAll(image.remarks, host);
   host.Report(files.to() + ": peak " + PeakText(image) + ", beam " + BeamText(image.shape) + ", thermal noise " +
               BrightnessText(image.noise, image) + ", rms of what is left " + BrightnessText(image.rms, image));
-  return table.Finish();
+  return FinishSummary(table);
 }
 
 AJob SelfCalJob() {

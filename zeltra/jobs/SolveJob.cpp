@@ -22,7 +22,7 @@ AResult DeliverCounts(const AUVXContents& contents, const SolveReport& report, A
     }
     table.EndRow();
   }
-  return table.Finish();
+  return FinishSummary(table);
 }
 
 void ReportFit(const SolveReport& report, const std::string& to, AJobHost& host) {

@@ -25,7 +25,7 @@ AResult DeliverDifference(const UVWDifference& difference, AJobHost& host) {
     }
     table.EndRow();
   }
-  return table.Finish();
+  return FinishSummary(table);
 }
 
 AResult RunUVW(const AJobFiles& files, JobOptions& options, AJobHost& host) {
