@@ -95,6 +95,22 @@ def test_a_broken_file_among_20_costs_one_sentence(sim, tmp_path):
         zeltra.distributed.average(paths[7], tmp_path / "a.uvx", 60)
 
 
+def test_workers_that_die_of_a_file_cost_that_file(sim, tmp_path):
+
+    class Dying(Shuffled):
+
+        def gather(self, tasks):
+            self.gathered = getattr(self, "gathered", 0) + 1
+            if self.gathered == 2:  # that divides the second file
+                raise RuntimeError("killed")
+            return super().gather(tasks)
+
+    shutil.copy(sim, tmp_path / "b.uvx")
+    paths = [sim, str(tmp_path / "b.uvx")]
+    outcome = zeltra.distributed.average(iter(paths), tmp_path / "out", 60, Dying(), tasks=1)
+    assert list(outcome.outputs) == [sim] and outcome.failures == {paths[1]: paths[1] + ": RuntimeError: killed"}
+
+
 def test_closures_and_images_of_files(big, sim, tmp_path):
     zeltra.distributed.closures(big, tmp_path / "a.fits", 600, Shuffled(), tasks=3, source=1)
     wanted, made = z.jobs.closure(big, interval=600, source=1).columns, Table.read(tmp_path / "a.fits")

@@ -149,6 +149,25 @@ def test_failures_have_the_sentences_of_the_command(sim, tmp_path):
         z.open(sim).run("copy", "a\0b")
 
 
+@pytest.mark.filterwarnings("ignore")  # of leap seconds
+def test_options_mean_what_they_say(sim, tmp_path):
+    f = z.open(sim)
+    z.run("copy", [sim], [tmp_path / "a.uvx"], {"start": f.time[5000].tai, "force": np.False_})
+    assert len(z.open(tmp_path / "a.uvx")) == len(f.select(time=(f.time[5000].tai, None))) == 9585
+    for wrong, sentence in [({"force": 0}, "is True or False"), ({"if": "1,2"}, "takes a whole number from 0")]:
+        with pytest.raises(z.Error, match=sentence):
+            z.run("copy", [sim], [tmp_path / "b.uvx"], wrong)
+
+
+def test_jobs_of_daemon_threads_end_with_the_interpreter(big, tmp_path):
+    code = ("import sys, threading, zeltra as z\nruns = threading.Event()\n"
+            "words = dict(order='UV', progress=lambda *_: runs.set())\n"
+            "threading.Thread(target=z.jobs.sort, args=(sys.argv[1], 'a.uvx'), kwargs=words, daemon=True).start()\n"
+            "runs.wait()\n")
+    assert subprocess.run([sys.executable, "-c", code, big], cwd=tmp_path).returncode == 0
+    assert os.listdir(tmp_path) == []
+
+
 def test_progress_is_told_and_may_cancel(big, tmp_path):
     steps = []
     z.jobs.sort(big, tmp_path / "a.uvx", order="UV", progress=lambda step, percent: steps.append((step, percent)))

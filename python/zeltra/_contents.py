@@ -154,14 +154,22 @@ class Contents:
         words = image.keywords if image else {}
         return np.array([float(words.get(name, 0) or 0) for name in ("ARRAYX", "ARRAYY", "ARRAYZ")])
 
+    @cached_property
     @_reads("AN")
-    def geocentric(self) -> NDArray[np.float64]:
+    def is_left_handed(self) -> bool | None:
+        """Whether y of the antennas grows westwards; None if the file does not say."""
+        image = self.image("AN")
+        stated = str(image.keywords.get("XYZHAND", "")) if image is not None else ""
+        return {"L": True, "R": False}.get(stated.strip().upper()[:1])
+
+    @_reads("AN")
+    def geocentric(self, is_left_handed: bool) -> NDArray[np.float64]:
         """Positions of the antennas [antenna, 3] in metres from the centre of the Earth, x towards Greenwich, y to 90
         degrees east. The axes of a local frame are turned by the longitude of its centre.
         """
         xyz = self.antenna_list[2].copy()
         image = self.image("AN")
-        if image is not None and str(image.keywords.get("XYZHAND", "RIGHT")).upper().startswith("L"):
+        if is_left_handed:
             xyz[:, 1] = -xyz[:, 1]
         center = self.array_center
         if not center.any():

@@ -2,9 +2,11 @@
 # SPDX-License-Identifier: MIT
 from __future__ import annotations
 
+import warnings
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
+from numpy.typing import NDArray
 
 from ._contents import C
 from ._error import Error, missing
@@ -13,6 +15,57 @@ if TYPE_CHECKING:
     import xarray
 
     from ._file import Selection
+
+_WORST_FIT, _TIE = 0.1, 1.05  # precession may be omitted here; of misfits, below which neither hand is better
+_SAMPLES = 512  # records, which tell the handedness
+
+
+def check_sources(selection: Selection) -> None:
+    """Raise Error if a record has a source that the file does not describe."""
+    unknown = np.setdiff1d(selection.records["source"], selection._contents.source_list[0])
+    if len(unknown):
+        raise Error(f"{selection.path}: source {unknown[0]} of its records is not in its table SU")
+
+
+def geocentric(selection: Selection) -> NDArray[np.float64]:
+    """Positions of the antennas [antenna, 3] in metres from the centre of the Earth, x towards Greenwich, y to 90
+    degrees east. Where the file does not state their handedness, it is the one that makes the file's u, v, w.
+    """
+    contents = selection._contents
+    if contents.is_left_handed is not None:
+        return contents.geocentric(contents.is_left_handed)
+    right, left = contents.geocentric(False), contents.geocentric(True)
+    misfits = _misfit(selection, right), _misfit(selection, left)
+    if min(misfits) > _WORST_FIT or max(misfits) < _TIE * min(misfits):
+        warnings.warn(
+            f"{selection.path}: neither its antenna table nor its u, v, w tell the handedness of its antenna "
+            "positions, which are taken as right-handed", stacklevel=4)
+        return right
+    return right if misfits[0] < misfits[1] else left
+
+
+def _misfit(selection: Selection, positions: NDArray[np.float64]) -> float:
+    """Root mean square by which the u, v of some records differ from those of positions, relative to that of u, v."""
+    contents, records = selection._contents, selection._mapping.records()
+    records = np.array(records[::max(1, len(records) // _SAMPLES)])
+    ids, _, place = contents.source_list
+    numbers = contents.antenna_list[0]
+    listed = np.isin(records["source"], ids) & np.isin(records["ant1"], numbers) & np.isin(records["ant2"], numbers)
+    records = records[listed & np.isfinite(records["u"]) & np.isfinite(records["v"])]
+    given = np.stack([records["u"], records["v"]]).astype(float) * C
+    if not given.any():
+        return np.inf
+
+    def row(numbers: NDArray[np.int64], wanted: NDArray[Any]) -> NDArray[np.int64]:
+        order = np.argsort(numbers, kind="stable")
+        return np.asarray(order[np.searchsorted(numbers[order], wanted)])
+
+    ra, dec = np.radians(place[row(ids, records["source"])][:, :2].T)
+    sidereal = np.radians((280.46061837 + 360.98564736629 * (records["time"] - 2451545)) % 360)
+    x, y, z = (positions[row(numbers, records["ant1"])] - positions[row(numbers, records["ant2"])]).T
+    sin, cos = np.sin(sidereal - ra), np.cos(sidereal - ra)
+    made = np.stack([sin * x + cos * y, np.sin(dec) * (sin * y - cos * x) + np.cos(dec) * z])
+    return float(np.sqrt(((made - given)**2).sum() / (given**2).sum()))
 
 
 def to_xarray(selection: Selection) -> xarray.Dataset:
@@ -59,7 +112,8 @@ def to_pyuvdata(selection: Selection) -> Any:
     blts, ifs, channels, pols = selection.shape
     frequencies = selection.frequencies(int(setups[0])).value
     numbers, names, _ = contents.antenna_list
-    positions = contents.geocentric()
+    check_sources(selection)
+    positions = geocentric(selection)
     center = contents.array_center if contents.array_center.any() else positions[0]
 
     telescope = Telescope()
@@ -91,8 +145,8 @@ def to_pyuvdata(selection: Selection) -> Any:
 
     weight = selection.weight.reshape(blts, ifs * channels, pols)
     uv.data_array = np.conj(selection.vis.reshape(blts, ifs * channels, pols))
-    uv.flag_array = ~(weight > 0) | (records["flag"] != 0)[:, None, None]
-    uv.nsample_array = np.abs(weight)
+    uv.flag_array = selection.flags.reshape(weight.shape)
+    uv.nsample_array = np.where(np.isfinite(weight), np.abs(weight), 0)
     uv.uvw_array = -C * selection._uvw_seconds()
 
     ids, source_names, place = contents.source_list

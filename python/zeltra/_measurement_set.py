@@ -11,6 +11,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from ._contents import C
+from ._convert import check_sources, geocentric
 from ._error import Error, missing, reason
 
 if TYPE_CHECKING:
@@ -37,6 +38,7 @@ def to_ms(selection: Selection, path: str) -> None:
         raise Error(f"{selection.path}: nothing is selected")
     if os.path.lexists(path):
         raise Error(f"{path}: exists already and is not replaced unasked")
+    check_sources(selection)
     try:
         folder = tempfile.mkdtemp(dir=os.path.dirname(path) or ".", prefix=".zeltra-")
     except OSError as failure:
@@ -85,16 +87,15 @@ class _MeasurementSet:
         """Rows of a record for each of its IFs, which vary fastest."""
         records, ifs, channels, pols = block.shape
         heads, weight = block.records, block.weight[..., self._order]
-        spectrum = np.abs(weight).reshape(records * ifs, channels, pols)
-        flag = (~(weight > 0) | (heads["flag"] != 0)[:, None, None, None]).reshape(spectrum.shape)
+        spectrum = np.where(np.isfinite(weight), np.abs(weight), 0).reshape(records * ifs, channels, pols)
+        flag = block.flags[..., self._order].reshape(spectrum.shape)
         total = spectrum.sum(axis=1)
         seconds = _seconds(heads["time"])
         integration = self._contents.integration_times(block.numbers)
         scans = np.searchsorted(self._contents.scan_list["first"], block.numbers, "right")
         setup = np.searchsorted(self._setups, heads["freqsel"])
         sources = self._contents.source_list[0]
-        field = np.argsort(sources)[np.searchsorted(np.sort(sources),
-                                                    heads["source"])] if len(sources) else heads["source"] * 0
+        field = np.argsort(sources)[np.searchsorted(np.sort(sources), heads["source"])]
         columns: dict[str, NDArray[Any]] = {
             "TIME": seconds, "TIME_CENTROID": seconds, "EXPOSURE": integration, "INTERVAL": integration,
             "ANTENNA1": heads["ant1"].astype(np.int32) - 1, "ANTENNA2": heads["ant2"].astype(np.int32) - 1,
@@ -128,7 +129,7 @@ class _MeasurementSet:
         used = [int(self._selection.records[end].max()) for end in ("ant1", "ant2") if len(self._selection)]
         rows = max([*numbers, *used, 0])
         positions, stations = np.zeros((rows, 3)), [""] * rows
-        for number, name, position in zip(numbers, names, self._contents.geocentric()):
+        for number, name, position in zip(numbers, names, geocentric(self._selection)):
             positions[number - 1], stations[number - 1] = position, name
         names = [name or str(row + 1) for row, name in enumerate(stations)]
         image, mounts = self._contents.image("AN"), ["ALT-AZ"] * rows
