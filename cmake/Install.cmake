@@ -1,22 +1,24 @@
-# An installed copy serves other projects by find_package(zeltra) and by pkg-config.
+# An installed copy serves other projects by find_package(zeltra) and by pkg-config. The components library, development,
+# command and python are packages of Debian; what these have in another form is of the component plain.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS zeltra EXPORT zeltra-targets
-        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/zeltra DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT library
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/zeltra DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
         FILES_MATCHING PATTERN "*.h" PATTERN "*Internal.h" EXCLUDE)
-install(EXPORT zeltra-targets NAMESPACE zeltra:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra)
+install(EXPORT zeltra-targets NAMESPACE zeltra:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra COMPONENT development)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zeltraConfig.cmake.in ${PROJECT_BINARY_DIR}/zeltraConfig.cmake
                               INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zeltraConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zeltraConfig.cmake ${PROJECT_BINARY_DIR}/zeltraConfigVersion.cmake
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra COMPONENT development)
 # From the folder of zeltra.pc, so that an installed copy may be moved.
 file(RELATIVE_PATH ZELTRA_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zeltra.pc.in ${PROJECT_BINARY_DIR}/zeltra.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zeltra.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
-        DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${PROJECT_BINARY_DIR}/zeltra.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT plain)
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)

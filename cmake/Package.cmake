@@ -1,9 +1,7 @@
-# Packages of an installed copy, made by scripts/package: a zip for Windows, a .deb for Debian and Ubuntu.
+# Packages of an installed copy, made by scripts/package: a zip for Windows, and for Debian and Ubuntu a package of each
+# component.
 set(CPACK_PACKAGE_VENDOR "The ZELTRA developers")
-set(CPACK_PACKAGE_CONTACT "The ZELTRA developers <zeltra@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Library and command for visibilities of radio interferometers")
-set(CPACK_PACKAGE_DESCRIPTION "ZELTRA imports UV FITS files into UVX files and exports them again, averages visibilities,
-forms closure phases, makes dirty images and plots. This package holds the library, its headers, the command and documents.")
+set(CPACK_PACKAGE_CONTACT "The ZELTRA developers <developers@zeltra.invalid>")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
@@ -11,14 +9,6 @@ if(WIN32)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME zeltra-${PROJECT_VERSION}-windows-x64)
 else()
-  set(CPACK_GENERATOR DEB)
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_SECTION science)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS fonts-dejavu-core)
-  set(CPACK_DEBIAN_PACKAGE_SUGGESTS "python3-astropy, python3-matplotlib, python3-xarray, python3-distributed, python3-casacore")
-  # The command finds the library beside it; other programs need the linker's cache.
-  set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-  set(CPACK_DEBIAN_PACKAGE_GENERATE_TRIGGERS ON)
+  include(DebianPackages)
 endif()
 include(CPack)

@@ -240,8 +240,9 @@ TEST_F(CInterface, CallbacksCancel) {
   EXPECT_EQ(blocks.Run("average", {uvx_.c_str()}, {}, {"interval=-1"}), ZELTRA_CANCELLED);
   EXPECT_EQ(blocks.Run("table", {uvx_.c_str()}, {}, {"code=AN"}), ZELTRA_CANCELLED);
   EXPECT_EQ(blocks.blocks, 3);
-  EXPECT_EQ(blocks.Run("flag", {uvx_.c_str()}, {out_.c_str()}, {"clip=1e9"}), ZELTRA_DONE);
-  EXPECT_TRUE(out_.exists());
+  const TempFile flagged("uvx");
+  EXPECT_EQ(blocks.Run("flag", {uvx_.c_str()}, {flagged.c_str()}, {"clip=1e9"}), ZELTRA_DONE);
+  EXPECT_TRUE(flagged.exists());
   // An exception of a host in C++ stays on its side.
   Host throwing;
   throwing.inProgress = [] { throw 1; };

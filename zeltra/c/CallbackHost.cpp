@@ -90,7 +90,8 @@ bool CallbackHost::HandOver(const std::function<bool()>& call) {
 // On the host's thread: make the calls that the job asks for, and tell its progress, until it ends.
 void CallbackHost::Serve() {
   std::unique_lock lock(mutex_);
-  Clock::time_point next = Clock::now();
+  TellProgress(lock);  // once at least, however short the job is
+  Clock::time_point next = Clock::now() + kPatience;
   while (!isEnded_) {
     hasNews_.wait_until(lock, next, [this] { return call_ || hasMoved_ || isEnded_; });
     if (call_) ServeCall(lock);

@@ -150,6 +150,7 @@ std::vector<ModelComponent> Parameters::Model(const double* p) const {
 
 Form Parameters::Slope(int parameter, const ModelComponent& component, const double* p) const {
   const unsigned number = (*this)[parameter].number;
+  if (!(number & kShape)) return {};
   if (!HasFactors(component)) return SlopeByAxis(component, number);
   const double* first = p + parameter -
                         (number == ModelComponent::FreeMajor   ? 0

@@ -93,7 +93,7 @@ AResult SelfCalibrator::Run() {
   SelectedVisibilities data(*current_);
   AResult selected = data.Select(options_.selection, SelectedVisibilities::TotalIntensity);
   if (selected) selected = CheckModelled(from_.path(), data.polarisations());
-  if (!selected) return selected;
+  if (!selected) return current_->Settle(selected);
   for (size_t i = 0; i < options_.steps.size(); ++i) {
     if (AResult result = Look(static_cast<int>(i)); !result) return result;
     if (AResult result = Step(i); !result) return result;
@@ -113,7 +113,7 @@ AResult SelfCalibrator::Look(int number) {
     round.failed = report_.failed();
   }
   if (number == 0 && !options_.model.empty()) {
-    if (AResult result = TakeModel(round); !result) return result;
+    if (AResult result = TakeModel(round); !result) return current_->Settle(result);
   } else {
     CleanOptions cleaning = options_;
     cleaning.model.clear();
