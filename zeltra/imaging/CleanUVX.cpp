@@ -29,6 +29,8 @@ constexpr double kLeastDepth = 0.8;
 constexpr double kNarrowest = 1e-12, kWidest = 1;
 // The rms of the image may grow in this many cycles, one after another.
 constexpr int kMostWorse = 3;
+// Of the rms in the beginning.
+constexpr double kRounding = 1e-6;
 // Components between two looks at the cancel flag, and pixels between two calls of the progress control.
 constexpr int kPatience = 64;
 
@@ -91,7 +93,9 @@ class Cleaner {
   AResult MakeResidual();
   AResult Clean();
   AResult Cycle(bool& isOver);
-  bool Take(int line, int element, double flux);
+  AResult FindComponents(MinorCycle& minor, double peak, double level, bool& isOver);
+  double Depth() const { return std::min(sidelobe_, kLeastDepth); }
+  void Take(int line, int element, double flux);
   bool IsDiverging();
   bool IsFluxReached() const;
   AResult Return();
@@ -120,7 +124,7 @@ class Cleaner {
   std::vector<ModelComponent> found_;
   std::vector<double> added_;         // to the flux of each in this cycle
   std::vector<ModelComponent> best_;  // in the cycle with the lowest rms
-  double lowestRms_ = HUGE_VAL, lastRms_ = HUGE_VAL, rms_ = HUGE_VAL;
+  double firstRms_ = 0, lowestRms_ = HUGE_VAL, lastRms_ = HUGE_VAL, rms_ = HUGE_VAL;
   int worse_ = 0;
   double firstPeak_ = 0;
   double flux_ = 0;  // of all components, those to begin with too
@@ -161,7 +165,7 @@ AResult Cleaner::MakeDirty() {
   const double memory = (options_.memory > 0 ? options_.memory : free / 2) - static_cast<double>(ImageMemory(options_));
   bool isTooMuch = false;
   AResult result = MakeDirtyImage(from_, options_, image_, [&](const SelectedVisibility& visibility, double weight) {
-    isTooMuch |= free > 0 && !list_.HasRoom(std::max(memory, 1.0));
+    isTooMuch |= (free > 0 || options_.memory > 0) && !list_.HasRoom(std::max(memory, 1.0));
     if (isTooMuch) return;
     list_.Add(visibility);
     gridding_.push_back(static_cast<float>(weight));
@@ -267,33 +271,40 @@ AResult Cleaner::Cycle(bool& isOver) {
     }
     return AResult::Ok();
   }
-  const MinorCycle::Limits limits = {options_.gain, std::max(level, std::min(sidelobe_, kLeastDepth) * peak),
-                                     options_.iterations - image_.iterations, options_.isPositive,
-                                     options_.stop.isNegative};
-  const int before = image_.iterations;
   added_.assign(found_.size(), 0);
-  const MinorCycle::End end = minor.Run(limits, [&](int line, int element, double flux) {
-    if (image_.iterations % kPatience == 0) Advance(std::fabs(flux) / options_.gain, level);
-    return Take(line, element, flux) && !IsCancelled(options_) && !IsFluxReached();
-  });
-  if (end == MinorCycle::Stopped && !IsFluxReached()) return Cancelled();
-  if (end == MinorCycle::Stopped) image_.ending = RoundedNumber(options_.stop.flux, 4) + " Jy in components";
-  if (end == MinorCycle::AtNegative) image_.ending = "the first negative component";
-  if (end == MinorCycle::AtIterations) image_.ending = std::to_string(options_.iterations) + " iterations";
-  if (image_.iterations == before) return AResult::Ok();
+  if (AResult result = FindComponents(minor, peak, level, isOver); !result) return result;
   ComponentModel change;
   for (size_t i = 0; i < found_.size(); ++i) {
     if (added_[i] == 0) continue;
     change.components().push_back(found_[i]);
     change.components().back().flux = added_[i];
   }
+  if (change.components().empty()) return AResult::Ok();
   if (AResult result = Subtract(change); !result) return result;
-  isOver = end != MinorCycle::AtLevel;
   return MakeResidual();
 }
 
+// Finds components in the image that `minor` has loaded.
+// @param isOver  whether CLEAN ends with them
+AResult Cleaner::FindComponents(MinorCycle& minor, double peak, double level, bool& isOver) {
+  const MinorCycle::Limits limits = {options_.gain, std::max(level, Depth() * peak),
+                                     options_.iterations - image_.iterations, options_.isPositive,
+                                     options_.stop.isNegative};
+  const MinorCycle::End end = minor.Run(limits, [&](int line, int element, double flux) {
+    if (image_.iterations % kPatience == 0) Advance(std::fabs(flux) / options_.gain, level);
+    Take(line, element, flux);
+    return !IsCancelled(options_) && !IsFluxReached();
+  });
+  isOver = end != MinorCycle::AtLevel;
+  if (end == MinorCycle::Stopped && !IsFluxReached()) return Cancelled();
+  if (end == MinorCycle::Stopped) image_.ending = RoundedNumber(options_.stop.flux, 4) + " Jy in components";
+  if (end == MinorCycle::AtNegative) image_.ending = "the first negative component";
+  if (end == MinorCycle::AtIterations) image_.ending = std::to_string(options_.iterations) + " iterations";
+  return AResult::Ok();
+}
+
 // Adds a component at a pixel to those found.
-bool Cleaner::Take(int line, int element, double flux) {
+void Cleaner::Take(int line, int element, double flux) {
   int& place = places_(line, element);
   if (place == 0) {
     ModelComponent component;
@@ -308,7 +319,6 @@ bool Cleaner::Take(int line, int element, double flux) {
   added_[static_cast<size_t>(place - 1)] += flux;
   flux_ += flux;
   ++image_.iterations;
-  return true;
 }
 
 bool Cleaner::IsFluxReached() const {
@@ -317,7 +327,9 @@ bool Cleaner::IsFluxReached() const {
 }
 
 bool Cleaner::IsDiverging() {
-  worse_ = rms_ > lastRms_ ? worse_ + 1 : 0;
+  if (firstRms_ == 0) firstRms_ = rms_;
+  // What is left of a noise-free source in the end is rounding, which comes and goes.
+  worse_ = rms_ > lastRms_ && rms_ > kRounding * firstRms_ ? worse_ + 1 : 0;
   lastRms_ = rms_;
   if (rms_ < lowestRms_) {
     lowestRms_ = rms_;
@@ -349,7 +361,7 @@ void Cleaner::Grow() {
   const AMatrix<float>& map = image_.residual;
   const auto [lowest, highest] = std::minmax_element(map.Line(0), map.Line(map.Lines()));
   const double peak = options_.isPositive ? *highest : std::max(*highest, -*lowest);
-  const double level = std::max(options_.automatic * image_.sigma, sidelobe_ * peak);
+  const double level = std::max(options_.automatic * image_.sigma, Depth() * peak);
   const double major = dirty_.major / 2 / image_.cell, minor = dirty_.minor / 2 / image_.cell;
   const double sine = std::sin(dirty_.angle * kRadiansPerDegree);
   const double cosine = std::cos(dirty_.angle * kRadiansPerDegree);
