@@ -118,6 +118,7 @@ void AppendProducts(const Interval& interval, int subarray, std::vector<char>& b
 }  // namespace
 
 AResult ProductWalk::Open() {
+  if (AResult result = from_.CheckRecordSize(); !result) return result;
   const AUVXContents& contents = from_.contents();
   ValuesChoice chosen;
   if (AResult result = contents.FindValues(options_.selection, chosen); !result) return result;
