@@ -1311,10 +1311,10 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
 
     CLEAN by cycles. Components are found where the image is largest, one after another, and the dirty beam is
     subtracted there, until the largest pixel is below the beam's largest sidelobe times the peak that the cycle began
-    with. Then their visibilities are subtracted from the data, summed up directly for all IFs and channels at their own
-    u, v, and the image is made anew. At the end the components are convolved with the Gaussian that curves as the dirty
-    beam does at its centre, and added to what is left. If what is left grows in three cycles in a row, the result is
-    that of the best cycle, and a note says so.
+    with, or 0.8 of that peak. Then their visibilities are subtracted from the data, summed up directly for all IFs and
+    channels at their own u, v, and the image is made anew. At the end the components are convolved with the Gaussian
+    that curves as the dirty beam does at its centre, and added to what is left. If what is left grows in three cycles
+    in a row, the result is that of the best cycle, and a note says so.
 
     The FITS image holds the components as a table AIPS CC, one for each pixel where some were found. Two noise figures
     are reported: the thermal noise, as expected from the weights, and the rms of what is left.

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "zeltra/core/SplitAtCommasInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 
@@ -150,11 +151,9 @@ AResult AJobOption::Store(const std::string& text, ARange* range) const {
 }
 
 AResult AJobOption::Store(const std::string& text, std::vector<std::string>* words) const {
-  for (size_t begin = 0; begin <= text.size();) {
-    const size_t end = std::min(text.find(',', begin), text.size());
-    words->push_back(Trimmed(text.substr(begin, end - begin)));
+  for (const std::string& part : SplitAtCommas(text)) {
+    words->push_back(Trimmed(part));
     if (words->back().empty()) return Complain(text, "has an empty item");
-    begin = end + 1;
   }
   return AResult::Ok();
 }

@@ -7,6 +7,7 @@
 
 #include "zeltra/calibration/VisibilityList.h"
 #include "zeltra/core/AngleUnit.h"
+#include "zeltra/core/SplitAtCommasInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/image/UVGridInternal.h"
@@ -33,17 +34,6 @@ constexpr int kMostWorse = 3;
 constexpr double kRounding = 1e-6;
 // Components between two looks at the cancel flag, and pixels between two calls of the progress control.
 constexpr int kPatience = 64;
-
-// The words of a list.
-std::vector<std::string> Split(const std::string& text) {
-  std::vector<std::string> words;
-  for (size_t begin = 0; begin <= text.size();) {
-    const size_t end = std::min(text.find(',', begin), text.size());
-    words.push_back(text.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return words;
-}
 
 // AIPS names the unit of visibilities so until their flux density scale is set; components are in Jy all the same.
 bool IsUncalibrated(const std::string& unit) {
@@ -397,7 +387,7 @@ AResult Cleaner::Finish() {
 
 AResult strToStop(const std::string& text, CleanStop& stop) {
   if (stop.isDefault) stop = {0, 0, 0, false, false};
-  for (const std::string& word : Split(text)) {
+  for (const std::string& word : SplitAtCommas(text)) {
     if (word == kNegative) {
       stop.isNegative = true;
     } else if (word.starts_with(kFlux)) {
@@ -425,7 +415,7 @@ std::string stopToStr(const CleanStop& stop) {
 AResult strToBeam(const std::string& text, ABeamShape& beam) {
   beam = {};
   if (text == "auto") return AResult::Ok();
-  const std::vector<std::string> words = Split(text);
+  const std::vector<std::string> words = SplitAtCommas(text);
   if (words.size() != 3) return AResult::Fail("'" + text + "' is neither auto nor a beam like 1.4,0.6,-7");
   double major, minor;
   if (AResult result = strToVal(words[0], kAngleSuffixes, major); !result) return result;

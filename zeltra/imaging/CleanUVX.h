@@ -60,11 +60,11 @@ struct CleanImage : DirtyImage {
 /// Make an image of a source without the sidelobes of its beam: CLEAN by cycles.
 ///
 /// Components are found in the image with the dirty beam (MinorCycle) until the largest pixel is below the beam's
-/// largest sidelobe times the peak that the cycle began with. Their visibilities are then subtracted from the data, by
-/// direct summation, all IFs and channels at their own u, v, and the image is made anew (F. R. Schwab: Relaxing the
-/// isoplanatism assumption in self-calibration, AJ 89, 1076, 1984). If the rms of the image grows in three cycles in a
-/// row, the result is that of the best cycle before, and a remark says so. The result is the same for any number of
-/// threads.
+/// largest sidelobe, or 0.8 if that is less, times the peak that the cycle began with. Their visibilities are then
+/// subtracted from the data, by direct summation, all IFs and channels at their own u, v, and the image is made anew
+/// (F. R. Schwab: Relaxing the isoplanatism assumption in self-calibration, AJ 89, 1076, 1984). If the rms of the image
+/// grows in three cycles in a row, the result is that of the best cycle before, and a remark says so. The result is the
+/// same for any number of threads.
 /// @return a failure also if there is no beam, and if the image or the visibilities need more memory than allowed
 ZELTRA_API AResult CleanUVX(AUVXInput& from, const CleanOptions& options, CleanImage& image);
 

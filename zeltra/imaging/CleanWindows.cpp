@@ -8,6 +8,7 @@
 #include "zeltra/core/AInputFile.h"
 #include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/Parse.h"
+#include "zeltra/core/SplitAtCommasInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 
@@ -40,12 +41,7 @@ AResult strToBox(const std::string& text, std::vector<CleanBox>& boxes) {
     AResult result = strToBox(text.substr(0, blank), boxes);
     return result ? strToBox(text.substr(blank + 1), boxes) : result;
   }
-  std::vector<std::string> texts;
-  for (size_t begin = 0; begin <= text.size();) {
-    const size_t end = std::min(text.find(',', begin), text.size());
-    texts.push_back(text.substr(begin, end - begin));
-    begin = end + 1;
-  }
+  const std::vector<std::string> texts = SplitAtCommas(text);
   if (texts.size() != kEdges) return AResult::Fail("'" + text + "' is not a box like -1,1,-0.5,2");
   return AppendBox(texts, boxes);
 }

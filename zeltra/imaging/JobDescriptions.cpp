@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/calibration/SolvingOptionsInternal.h"
 #include "zeltra/core/AngleUnit.h"
+#include "zeltra/core/SplitAtCommasInternal.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/imaging/CleanUVX.h"
 #include "zeltra/imaging/ImageUVX.h"
@@ -28,14 +29,10 @@ AResult StopAt(const std::string& text, UVXSelection& selection) {
 
 // Words separated by commas, as they are shown too.
 AResult ReadStop(const std::string& text, CleanStop& stop, UVXSelection& selection) {
-  AResult result = AResult::Ok();
-  for (size_t begin = 0; result && begin <= text.size();) {
-    const size_t end = std::min(text.find(',', begin), text.size());
-    const std::string word = text.substr(begin, end - begin);
-    result = IsTime(word) ? StopAt(word, selection) : strToStop(word, stop);
-    begin = end + 1;
+  for (const std::string& word : SplitAtCommas(text)) {
+    if (AResult result = IsTime(word) ? StopAt(word, selection) : strToStop(word, stop); !result) return result;
   }
-  return result;
+  return AResult::Ok();
 }
 
 // The name of a file, without its folder, for whoever reads the history of an image elsewhere.
@@ -174,7 +171,8 @@ AJobDescription DescribeClean() {
       "clean", "Make the image of a source without the sidelobes of its beam",
       "CLEAN by cycles. Components are found where the image is largest, one after another, and the dirty beam is "
       "subtracted there, until the largest pixel is below the beam's largest sidelobe times the peak that the cycle "
-      "began with. Then their visibilities are subtracted from the data, summed up directly for all IFs and channels "
+      "began with, or 0.8 of that peak. Then their visibilities are subtracted from the data, summed up directly for "
+      "all IFs and channels "
       "at "
       "their own u, v, and the image is made anew. At the end the components are convolved with the Gaussian that "
       "curves as the dirty beam does at its centre, and added to what is left. If what is left grows in three cycles "

@@ -8,6 +8,7 @@
 #include "zeltra/calibration/ApplyGains.h"
 #include "zeltra/calibration/VisibilityList.h"
 #include "zeltra/core/OutputFilesInternal.h"
+#include "zeltra/core/SplitAtCommasInternal.h"
 #include "zeltra/core/Text.h"
 #include "zeltra/ops/CopyUVX.h"
 #include "zeltra/platform/System.h"
@@ -241,10 +242,8 @@ void SelfCalibrator::Compare(const SelfCalRound& round) {
 
 AResult strToSteps(const std::string& text, std::vector<SelfCalStep>& steps) {
   steps.clear();
-  for (size_t begin = 0; begin <= text.size();) {
-    const size_t end = std::min(text.find(',', begin), text.size());
-    if (AResult result = ReadStep(text.substr(begin, end - begin), steps.emplace_back()); !result) return result;
-    begin = end + 1;
+  for (const std::string& word : SplitAtCommas(text)) {
+    if (AResult result = ReadStep(word, steps.emplace_back()); !result) return result;
   }
   return AResult::Ok();
 }
