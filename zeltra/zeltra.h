@@ -73,6 +73,7 @@
 #include "zeltra/imaging/GriddingWeights.h"
 #include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/imaging/ImageUVX.h"
+#include "zeltra/imaging/ImageWorkers.h"
 #include "zeltra/imaging/SelfCalibrate.h"
 #include "zeltra/interchange/ExportUVFITS.h"
 #include "zeltra/interchange/ImportUVFITS.h"

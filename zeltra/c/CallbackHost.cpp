@@ -63,6 +63,11 @@ AResult CallbackHost::Text(std::string_view text) {
   return goesOn ? AResult::Ok() : AResult::Cancel("cancelled by the program that runs the job");
 }
 
+AResult CallbackHost::Run(const std::string& task, int parts) {
+  const bool isDone = HandOver([&] { return callbacks_.parts(callbacks_.user, task.c_str(), parts) == 0; });
+  return isDone ? AResult::Ok() : AResult::Cancel("cancelled by the program that has its parts done");
+}
+
 std::intptr_t CallbackHost::SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) {
   const std::lock_guard lock(mutex_);
   if (message == kProgressText) {

@@ -12,6 +12,7 @@
 #include "zeltra/c/BlockTableInternal.h"
 #include "zeltra/c/zeltra_c.h"
 #include "zeltra/core/CancelFlag.h"
+#include "zeltra/imaging/ImageWorkers.h"
 #include "zeltra/jobs/JobHost.h"
 #include "zeltra/platform/ProgressCtrl.h"
 
@@ -22,10 +23,11 @@ namespace zeltra {
 /// The job runs on a thread of its own. So the host's thread, on which all callbacks are called, can ask the host every
 /// 50 ms whether to go on, even while the job sorts or waits for the disk. Whatever is delivered is handed over: the
 /// job waits until the callback has returned.
-class CallbackHost : public AJobHost, private CProgressCtrl {
+class CallbackHost : public AJobHost, private AImageWorkers, private CProgressCtrl {
  public:
   /// @param callbacks  must outlive the object
-  explicit CallbackHost(const zeltra_callbacks& callbacks) : callbacks_(callbacks) {}
+  explicit CallbackHost(const zeltra_callbacks& callbacks)
+      : callbacks_(callbacks), folder_(callbacks.folder ? callbacks.folder : "") {}
 
   /// Run a job to its end, with the progress and the cancel flag of this host; throws what the job throws.
   AResult Run(JobOptions& options, const std::function<AResult()>& job);
@@ -34,8 +36,11 @@ class CallbackHost : public AJobHost, private CProgressCtrl {
   void Report(const std::string& sentence) override;
   ATableSink& BeginTable(std::vector<AJobColumn> columns) override;
   AResult Text(std::string_view text) override;
+  AImageWorkers* workers() override { return callbacks_.parts && !folder_.empty() ? this : nullptr; }
 
  private:
+  const std::string& folder() const override { return folder_; }
+  AResult Run(const std::string& task, int parts) override;
   std::intptr_t SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) override;
   bool HandOver(const std::function<bool()>& call);
   void Serve();
@@ -43,6 +48,7 @@ class CallbackHost : public AJobHost, private CProgressCtrl {
   void TellProgress(std::unique_lock<std::mutex>& lock);
 
   const zeltra_callbacks& callbacks_;
+  const std::string folder_;
   ACancelFlag cancel_ = 0;
   std::optional<BlockTable> table_;
 

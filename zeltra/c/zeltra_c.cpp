@@ -12,6 +12,7 @@
 
 #include "zeltra/c/CallbackHostInternal.h"
 #include "zeltra/c/JobJSONInternal.h"
+#include "zeltra/imaging/ImageWorkers.h"
 #include "zeltra/jobs/JobArguments.h"
 #include "zeltra/jobs/JobList.h"
 
@@ -49,6 +50,15 @@ AResult RunJob(const char* name, const char* const* inputs, const char* const* o
   return host.Run(*target, [&] { return job->run(files, *target, host); });
 }
 
+AResult RunPart(const char* task, int part, const zeltra_callbacks* given) {
+  const std::optional<zeltra_callbacks> callbacks = CallbacksOf(given);
+  if (!callbacks) return AResult::Misuse("the callbacks have a size that this version of the library does not know");
+  if (!task) return AResult::Misuse("there is no task without a name");
+  CallbackHost host(*callbacks);
+  JobOptions options;
+  return host.Run(options, [&] { return RunImagePart(task, part, options); });
+}
+
 int CodeOf(const AResult& result) {
   switch (result.code()) {
     case AResult::Done:
@@ -78,6 +88,23 @@ struct Buffer {
     text[length] = 0;
   }
 };
+
+// Runs a job, of which no exception gets out. @return its code
+template <typename Run>
+int Guarded(const Run& run, const Buffer& buffer) {
+  try {
+    const AResult result = run();
+    buffer.Put(CleanText(result.message()));
+    return CodeOf(result);
+  } catch (const std::bad_alloc&) {
+    buffer.Put("out of memory");
+  } catch (const std::exception& e) {
+    buffer.Put(e.what());
+  } catch (...) {
+    buffer.Put("the job failed for an unknown reason");
+  }
+  return ZELTRA_FAILED;
+}
 
 }  // namespace
 }  // namespace zeltra
@@ -118,17 +145,11 @@ const char* zeltra_job_json(const char* job) {
 
 int zeltra_run(const char* job, const char* const* inputs, const char* const* outputs, const char* const* options,
                const zeltra_callbacks* callbacks, char* sentence, size_t sentence_size, size_t* needed) {
-  const zeltra::Buffer buffer = {sentence, sentence_size, needed};
-  try {
-    const zeltra::AResult result = zeltra::RunJob(job, inputs, outputs, options, callbacks);
-    buffer.Put(zeltra::CleanText(result.message()));
-    return zeltra::CodeOf(result);
-  } catch (const std::bad_alloc&) {
-    buffer.Put("out of memory");
-  } catch (const std::exception& e) {
-    buffer.Put(e.what());
-  } catch (...) {
-    buffer.Put("the job failed for an unknown reason");
-  }
-  return ZELTRA_FAILED;
+  return zeltra::Guarded([&] { return zeltra::RunJob(job, inputs, outputs, options, callbacks); },
+                         {sentence, sentence_size, needed});
+}
+
+int zeltra_run_part(const char* task, int part, const zeltra_callbacks* callbacks, char* sentence, size_t sentence_size,
+                    size_t* needed) {
+  return zeltra::Guarded([&] { return zeltra::RunPart(task, part, callbacks); }, {sentence, sentence_size, needed});
 }

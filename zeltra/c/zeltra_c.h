@@ -65,7 +65,7 @@ typedef struct zeltra_column {
 } zeltra_column;
 
 /**
- * What a running job tells its host. Every member but `size` may be NULL, and so may the struct.
+ * What a running job tells its host, and asks of it. Every member but `size` may be NULL, and so may the struct.
  *
  * All calls come from the thread that called zeltra_run, one at a time, and whatever they point to is valid during the
  * call only. A callback must return: exceptions and longjmp must not leave it. It may run other jobs.
@@ -102,6 +102,18 @@ typedef struct zeltra_callbacks {
 
   /** What the job has made, in one sentence for people; may come more than once, or not at all. */
   void (*report)(void* user, const char* sentence);
+
+  /**
+   * Have work done elsewhere: call zeltra_run_part for each part of `task` from 1 to `parts`, in any order, in any
+   * processes that see the same files by the same names, and return when all have succeeded. "image" and "clean" ask
+   * for this, again and again, for a UVX file of several parts, which they would otherwise leave to threads; the result
+   * is the same bit by bit. Progress is not told meanwhile.
+   * @param task  a file in `folder`, removed after the call, as are those that the parts make beside it
+   * @return non-zero to cancel the job, as after the failure of a part
+   */
+  int (*parts)(void* user, const char* task, int parts);
+  /** An empty folder that all these processes see, and no other job uses. NULL: `parts` is not called. */
+  const char* folder;
 } zeltra_callbacks;
 
 /** The version of the library, as in "0.1.0". */
@@ -155,6 +167,20 @@ ZELTRA_C_API const char* zeltra_job_json(const char* job);
 ZELTRA_C_API int zeltra_run(const char* job, const char* const* inputs, const char* const* outputs,
                             const char* const* options, const zeltra_callbacks* callbacks, char* sentence,
                             size_t sentence_size, size_t* needed);
+
+/**
+ * Do a part of a task that the callback `parts` of another process, or of this one, was given. It may have been done
+ * before, in part or wholly, by a process that was lost.
+ *
+ * @param task       the file
+ * @param part       its number, from 1
+ * @param callbacks  only `progress` is called; may be NULL
+ * @param sentence   as of zeltra_run
+ * @return as zeltra_run; ZELTRA_FAILED also if another version of the library made the task, or if its input has
+ * changed since
+ */
+ZELTRA_C_API int zeltra_run_part(const char* task, int part, const zeltra_callbacks* callbacks, char* sentence,
+                                 size_t sentence_size, size_t* needed);
 
 #ifdef __cplusplus
 }

@@ -22,6 +22,14 @@ void BeamSums::Add(double u, double v, double weight, double inverseVariance) {
   variance_ += weight * weight / inverseVariance;
 }
 
+void BeamSums::Add(const BeamSums& other) {
+  sum_ += other.sum_;
+  uu_ += other.uu_;
+  vv_ += other.vv_;
+  uv_ += other.uv_;
+  variance_ += other.variance_;
+}
+
 ABeamShape BeamSums::Shape() const {
   const double total = (uu_ + vv_) / sum_, difference = (uu_ - vv_) / sum_, mixed = 2 * uv_ / sum_;
   const double f = std::hypot(difference, mixed);

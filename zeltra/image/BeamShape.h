@@ -21,6 +21,8 @@ class ZELTRA_API BeamSums {
   /// @param weight  W
   /// @param inverseVariance  1 / sigma^2 of the real and of the imaginary part
   void Add(double u, double v, double weight, double inverseVariance);
+  /// Add the sums over other visibilities.
+  void Add(const BeamSums& other);
 
   /// The Gaussian that has the curvature of the dirty beam at its centre; widths in radians. There is none if all
   /// visibilities lie on one line through the origin, as those of a single baseline at one time do.

@@ -36,6 +36,11 @@ double GriddingKernel::Transform(double frequency) {
   return kWidth * std::sinh(root) / root / std::cyl_bessel_i(0.0, kBeta);
 }
 
+const GriddingKernel& UVGrid::Kernel() {
+  static const GriddingKernel kernel;
+  return kernel;
+}
+
 int UVGrid::HalfLength(int size) {
   return static_cast<int>(std::bit_ceil(static_cast<unsigned>(size)));
 }
@@ -58,24 +63,64 @@ int UVGrid::Create(int size, double cell) {
   return 1;
 }
 
-bool UVGrid::Holds(double u, double v) const {
-  const double end = half_ - kHalfWidth;
-  return std::fabs(u) * cellsPerWavelength_ <= end && std::fabs(v) * cellsPerWavelength_ <= end;
+int UVGrid::Create(const UVGrid& other) {
+  *this = other;
+  for (const auto& line : parts_) {
+    for (const auto& part : line) {
+      if (part.Lines() != half_) return 0;
+    }
+  }
+  return 1;
 }
 
-double UVGrid::LargestCell(int size, double wavelengths) {
+double UVGrid::Extent(int size, double cell) {
   const int half = HalfLength(size);
-  return (half - kHalfWidth) / (2 * half * wavelengths);
+  return (half - kHalfWidth) / (2 * half * cell);
 }
 
 void UVGrid::Add(double u, double v, std::complex<double> value, double weight) {
+  Put(u, v, value, {0.0, 1.0}, weight);
+  sumOfWeights_ += weight;
+}
+
+void UVGrid::AddToSky(double u, double v, std::complex<double> value, double weight) {
+  Put(u, v, value, 0.0, weight);
+}
+
+// @param beam  the visibility of the beam, in the imaginary part of the image
+void UVGrid::Put(double u, double v, std::complex<double> value, std::complex<double> beam, double weight) {
   // The image is formed with exp(-2 pi i (u l + v m)), as in the transform, and east is at low elements.
   const double column = -u * cellsPerWavelength_;
   const double line = v * cellsPerWavelength_;
-  const std::complex<double> unit(0.0, 1.0);  // the visibility of the beam, in the imaginary part of the image
-  Spread(column, line, weight * (value + unit));
-  Spread(-column, -line, weight * (std::conj(value) + unit));
-  sumOfWeights_ += weight;
+  Spread(column, line, weight * (value + beam));
+  Spread(-column, -line, weight * (std::conj(value) + beam));
+}
+
+void UVGrid::Add(const UVGrid& other) {
+  for (int part = 0; part < 4; ++part) {
+    AMatrix<std::complex<double>>& sums = parts_[part / 2][part % 2];
+    const std::complex<double>* added = other.parts_[part / 2][part % 2].Line(0);
+    for (std::complex<double>* sum = sums.Line(0); sum < sums.Line(half_); ++sum, ++added) *sum += *added;
+  }
+  sumOfWeights_ += other.sumOfWeights_;
+}
+
+int UVGrid::Store(AFile& f) const {
+  for (const auto& line : parts_) {
+    for (const auto& part : line) {
+      if (!part.Store(f)) return 0;
+    }
+  }
+  return f.Write(&sumOfWeights_, static_cast<int>(sizeof sumOfWeights_)) == static_cast<int>(sizeof sumOfWeights_);
+}
+
+int UVGrid::Load(AFile& f) {
+  for (auto& line : parts_) {
+    for (auto& part : line) {
+      if (!part.Load(f) || part.Lines() != half_ || part.LineLength() != half_) return 0;
+    }
+  }
+  return ReadWhole(f, &sumOfWeights_, sizeof sumOfWeights_);
 }
 
 void UVGrid::Spread(double column, double line, std::complex<double> value) {
@@ -84,10 +129,10 @@ void UVGrid::Spread(double column, double line, std::complex<double> value) {
   const int firstLine = static_cast<int>(std::ceil(line - kHalfWidth));
   const int wrap = 2 * half_ - 1;  // a mask for a power of two; negative places wrap into the upper half
   double weights[kWidth];
-  for (int k = 0; k < kWidth; ++k) weights[k] = kernel_(firstColumn + k - column);
+  for (int k = 0; k < kWidth; ++k) weights[k] = (*kernel_)(firstColumn + k - column);
   for (int i = 0; i < kWidth; ++i) {
     const int y = (firstLine + i) & wrap;
-    const std::complex<double> share = kernel_(firstLine + i - line) * value;
+    const std::complex<double> share = (*kernel_)(firstLine + i - line) * value;
     std::complex<double>* cells[2] = {parts_[y & 1][0].Line(y / 2), parts_[y & 1][1].Line(y / 2)};
     for (int k = 0; k < kWidth; ++k) {
       const int x = (firstColumn + k) & wrap;

@@ -6,6 +6,7 @@
 #include <complex>
 #include <vector>
 
+#include "zeltra/core/AFile.h"
 #include "zeltra/core/AMatrix.h"
 #include "zeltra/core/CancelFlag.h"
 
@@ -53,13 +54,24 @@ class UVGrid {
   static int64 Bytes(int size);
   /// @return 0 if there is no memory for the grid
   int Create(int size, double cell);
+  /// Copy another one. @return 0 if there is no memory
+  int Create(const UVGrid& other);
 
-  /// Whether a place is on the grid, with all the cells that a visibility there affects.
-  bool Holds(double u, double v) const;
-  /// The largest image cell, radians, for which a grid holds a baseline of this length along u or v.
-  static double LargestCell(int size, double wavelengths);
+  /// How far from the origin along u and v a grid holds visibilities, with all the cells that they affect; wavelengths.
+  static double Extent(int size, double cell);
+  /// The largest image cell, radians, for which a grid reaches this far.
+  static double LargestCell(int size, double wavelengths) { return Extent(size, 1) / wavelengths; }
   /// Add a visibility at a place on the grid.
   void Add(double u, double v, std::complex<double> value, double weight);
+  /// Add to the visibilities there, but not to their beam.
+  void AddToSky(double u, double v, std::complex<double> value, double weight);
+  /// Add all visibilities of a grid of the same shape.
+  void Add(const UVGrid& other);
+
+  /// Write the grid. @return non-zero once all is written
+  int Store(AFile& f) const;
+  /// Read a grid of the shape that this one has. @return 0 if there is none
+  int Load(AFile& f);
 
   /// Transform the grid, which is used up, into the image of the sky and that of a point source of 1 Jy at the centre,
   /// both divided by the sum of weights, which must not be 0.
@@ -72,10 +84,12 @@ class UVGrid {
   double sumOfWeights() const { return sumOfWeights_; }
 
  private:
+  static const GriddingKernel& Kernel();
   static int HalfLength(int size);
+  void Put(double u, double v, std::complex<double> value, std::complex<double> beam, double weight);
   void Spread(double column, double line, std::complex<double> value);
 
-  GriddingKernel kernel_;
+  const GriddingKernel* kernel_ = &Kernel();
   AMatrix<std::complex<double>> parts_[2][2];  // [line odd][column odd]
   int size_ = 0;                               // of the image
   int half_ = 0;                               // the n above

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <new>
 
-#include "zeltra/calibration/VisibilityList.h"
 #include "zeltra/core/AngleUnit.h"
 #include "zeltra/core/SplitAtCommasInternal.h"
 #include "zeltra/core/Text.h"
@@ -14,7 +13,6 @@
 #include "zeltra/imaging/DirtyImageInternal.h"
 #include "zeltra/imaging/MinorCycleInternal.h"
 #include "zeltra/imaging/RestoreInternal.h"
-#include "zeltra/platform/System.h"
 
 namespace zeltra {
 namespace {
@@ -34,6 +32,7 @@ constexpr int kMostWorse = 3;
 constexpr double kRounding = 1e-6;
 // Components between two looks at the cancel flag, and pixels between two calls of the progress control.
 constexpr int kPatience = 64;
+constexpr char kStep[] = "Finding components...";
 
 // AIPS names the unit of visibilities so until their flux density scale is set; components are in Jy all the same.
 bool IsUncalibrated(const std::string& unit) {
@@ -70,17 +69,17 @@ double LargestSidelobe(const AMatrix<float>& beam, const ABeamShape& shape, doub
 class Cleaner {
  public:
   Cleaner(AUVXInput& from, const CleanOptions& options, CleanImage& image)
-      : from_(from), options_(options), image_(image) {}
+      : from_(from), options_(options), image_(image), imager_(from, options, image) {}
   AResult Run();
 
  private:
   AResult OpenWindows();
-  AResult MakeDirty();
   AResult ChooseBeam();
   AResult FillMask();
   AResult MakeWideBeam();
-  AResult Subtract(const ComponentModel& model) { return list_.Subtract(model, Quietly()); }
+  AResult Subtract(const ComponentModel& model);
   AResult MakeResidual();
+  AResult Transform(UVGrid& grid);
   AResult Clean();
   AResult Cycle(bool& isOver);
   AResult FindComponents(MinorCycle& minor, double peak, double level, bool& isOver);
@@ -94,7 +93,6 @@ class Cleaner {
   std::string LevelText() const;
   void Advance(double peak, double level);
   AResult Finish();
-  JobOptions Quietly() const;
   AResult Fail(const std::string& what) const { return AResult::Fail(from_.path() + ": " + what); }
   AResult NoMemory() const { return Fail("there is no memory for this image"); }
   AResult Cancelled() const { return AResult::Cancel(from_.path() + ": cancelled while it was cleaned"); }
@@ -104,8 +102,8 @@ class Cleaner {
   CleanImage& image_;
   ComponentModel start_;
   std::vector<CleanBox> boxes_;
-  VisibilityList list_;  // what is left of the visibilities
-  std::vector<float> gridding_;
+  DirtyImager imager_;
+  UVGrid sky_;  // what is left of the visibilities
   CleanMask mask_;
   AMatrix<float> wide_;  // the beam of an image twice as wide; empty where the mask does not need it
   ABeamShape dirty_;     // of the weights
@@ -121,20 +119,13 @@ class Cleaner {
   int percent_ = -1;
 };
 
-// Options for a step that has no progress of its own.
-JobOptions Cleaner::Quietly() const {
-  JobOptions options = options_;
-  options.progress = nullptr;
-  return options;
-}
-
 AResult Cleaner::Run() {
   image_ = CleanImage();
   if (AResult result = OpenWindows(); !result) return result;
   if (!options_.model.empty()) {
     if (AResult result = start_.Open(options_.model); !result) return result;
   }
-  if (AResult result = MakeDirty(); !result) return result;
+  if (AResult result = imager_.Run(&sky_); !result) return result;
   if (AResult result = ChooseBeam(); !result) return result;
   if (AResult result = FillMask(); !result) return result;
   if (AResult result = Clean(); !result) return result;
@@ -148,20 +139,6 @@ AResult Cleaner::OpenWindows() {
   if (!(stop.sigmas >= 0) || !(stop.level >= 0)) return Fail("CLEAN stops at a level of at least 0");
   boxes_ = options_.boxes;
   return options_.windows.empty() ? AResult::Ok() : ReadBoxes(options_.windows, boxes_);
-}
-
-AResult Cleaner::MakeDirty() {
-  const double free = static_cast<double>(FreeMemory());
-  const double memory = (options_.memory > 0 ? options_.memory : free / 2) - static_cast<double>(ImageMemory(options_));
-  bool isTooMuch = false;
-  AResult result = MakeDirtyImage(from_, options_, image_, [&](const SelectedVisibility& visibility, double weight) {
-    isTooMuch |= (free > 0 || options_.memory > 0) && !list_.HasRoom(std::max(memory, 1.0));
-    if (isTooMuch) return;
-    list_.Add(visibility);
-    gridding_.push_back(static_cast<float>(weight));
-  });
-  if (!result) return result;
-  return isTooMuch ? VisibilityList::NoRoom(from_.path()) : AResult::Ok();
 }
 
 AResult Cleaner::ChooseBeam() {
@@ -189,37 +166,43 @@ AResult Cleaner::FillMask() {
 
 AResult Cleaner::MakeWideBeam() {
   const double pixels = 4.0 * options_.size * options_.size;
-  const double needed = static_cast<double>(UVGrid::Bytes(2 * options_.size)) + 2 * pixels * sizeof(float);
-  const double free = static_cast<double>(FreeMemory());
-  const double most = options_.memory > 0 ? options_.memory : free / 2;
+  const double grids = imager_.parts().MostSums();
+  const double needed = grids * static_cast<double>(UVGrid::Bytes(2 * options_.size)) + 2 * pixels * sizeof(float);
+  const double most = MostMemory(options_);
   if (most > 0 && needed > most) {
     return Fail("windows beyond the inner quarter of the image need a beam twice as wide, which takes " +
                 MemoryText(needed) + " of memory, and " + MemoryText(most) + " may be taken");
   }
-  UVGrid grid;
-  if (!grid.Create(2 * options_.size, image_.cell)) return NoMemory();
-  for (size_t i = 0; i < list_.size(); ++i) {
-    if (i % 4096 == 0 && IsCancelled(options_)) return Cancelled();
-    grid.Add(list_.u[i], list_.v[i], 0, double{gridding_[i]});
-  }
+  ImageSums sums;
+  AResult result = imager_.parts().Run({ImageTask::WideBeam, image_.cell, {}}, "Making a wider beam...", sums);
+  if (!result) return result;
   AMatrix<float> nothing;
-  if (!grid.Transform(nothing, wide_, options_.threads, options_.cancel)) return NoMemory();
+  if (!sums.grid.Transform(nothing, wide_, options_.threads, options_.cancel)) return NoMemory();
   return IsCancelled(options_) ? Cancelled() : AResult::Ok();
+}
+
+AResult Cleaner::Subtract(const ComponentModel& model) {
+  if (model.components().empty()) return AResult::Ok();
+  ImageSums sums;
+  AResult result = imager_.parts().Run({ImageTask::Model, image_.cell, model}, kStep, sums, true);
+  if (result) sky_.Add(sums.grid);
+  return result;
 }
 
 AResult Cleaner::MakeResidual() {
   UVGrid grid;
-  if (!grid.Create(options_.size, image_.cell)) return NoMemory();
-  for (size_t i = 0; i < list_.size(); ++i) {
-    if (i % 4096 == 0 && IsCancelled(options_)) return Cancelled();
-    grid.Add(list_.u[i], list_.v[i], list_.value[i], double{gridding_[i]});
-  }
+  if (!grid.Create(sky_)) return NoMemory();
+  if (AResult result = Transform(grid); !result) return result;
+  ++image_.cycles;
+  return AResult::Ok();
+}
+
+AResult Cleaner::Transform(UVGrid& grid) {
   AMatrix<float> beam;
   if (!grid.Transform(image_.residual, beam, options_.threads, options_.cancel)) return NoMemory();
   if (IsCancelled(options_)) return Cancelled();
   rms_ = RMSOfSky(image_.residual, image_.cell);
   image_.sigma = SigmaOf(image_.residual);
-  ++image_.cycles;
   return AResult::Ok();
 }
 
@@ -234,7 +217,7 @@ std::string Cleaner::LevelText() const {
 }
 
 AResult Cleaner::Clean() {
-  SendProgressText(options_.progress, "Finding components...");
+  SendProgressText(options_.progress, kStep);
   SendProgressRange(options_.progress);
   flux_ = start_.Flux();
   if (AResult result = Subtract(start_); !result) return result;
@@ -374,7 +357,12 @@ AResult Cleaner::Finish() {
   for (const ModelComponent& component : found_) {
     if (component.flux != 0) image_.components.components().push_back(component);
   }
-  image_.chi2 = list_.Chi2();
+  // All components at once: what they leave carries no rounding of the cycles.
+  ImageSums sums;
+  AResult result = imager_.parts().Run({ImageTask::Sky, image_.cell, image_.components}, kStep, sums, true);
+  if (!result) return result;
+  image_.chi2 = sums.counts.chi2;
+  if (result = Transform(sums.grid); !result) return result;
   image_.rms = rms_;
   image_.map = image_.residual;
   if (image_.map.Lines() == 0) return NoMemory();

@@ -63,9 +63,9 @@ struct CleanImage : DirtyImage {
 /// largest sidelobe, or 0.8 if that is less, times the peak that the cycle began with. Their visibilities are then
 /// subtracted from the data, by direct summation, all IFs and channels at their own u, v, and the image is made anew
 /// (F. R. Schwab: Relaxing the isoplanatism assumption in self-calibration, AJ 89, 1076, 1984). If the rms of the image
-/// grows in three cycles in a row, the result is that of the best cycle before, and a remark says so. The result is the
-/// same for any number of threads.
-/// @return a failure also if there is no beam, and if the image or the visibilities need more memory than allowed
+/// grows in three cycles in a row, the result is that of the best cycle before, and a remark says so. The visibilities
+/// are read anew for each cycle. The result is the same for any number of threads or workers.
+/// @return a failure also if there is no beam, and if the image needs more memory than allowed
 ZELTRA_API AResult CleanUVX(AUVXInput& from, const CleanOptions& options, CleanImage& image);
 
 /// The options of the job and what it makes.

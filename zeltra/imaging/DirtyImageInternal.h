@@ -3,17 +3,41 @@
 #ifndef ZELTRA_IMAGING_DIRTYIMAGEINTERNAL_H_
 #define ZELTRA_IMAGING_DIRTYIMAGEINTERNAL_H_
 
-#include <functional>
-
+#include "zeltra/imaging/ImagePartsInternal.h"
 #include "zeltra/imaging/ImageUVX.h"
 
 namespace zeltra {
 
-/// Is shown each visibility that is put on the grid, with its gridding weight.
-using GriddedVisitor = std::function<void(const SelectedVisibility&, double weight)>;
-
 /// ImageUVX, without the HISTORY card of the job and without the last check of the input.
-AResult MakeDirtyImage(AUVXInput& from, const ImageOptions& options, DirtyImage& image, const GriddedVisitor& visit);
+class DirtyImager {
+ public:
+  DirtyImager(AUVXInput& from, const ImageOptions& options, DirtyImage& image)
+      : from_(from), options_(options), image_(image), parts_(from, options) {}
+
+  /// @param kept  null, or receives the grid that the image is the transform of; parts() can then do more tasks
+  AResult Run(UVGrid* kept = nullptr);
+  ImageParts& parts() { return parts_; }
+
+ private:
+  AResult CheckOptions() const;
+  AResult CheckMemory(int grids) const;
+  AResult ChooseCell();
+  AResult MakeImage(UVGrid* kept);
+  AResult NothingGridded();
+  void Describe();
+  void Remark();
+  AResult Fail(const std::string& what) const { return AResult::Fail(from_.path() + ": " + what); }
+  AResult NoMemory() const { return Fail("there is no memory for " + ImageSizeText(options_)); }
+
+  AUVXInput& from_;
+  const ImageOptions options_;
+  DirtyImage& image_;
+  ImageParts parts_;
+  ImageCounts counts_;
+};
+
+/// Whether images have lines of this many pixels.
+bool IsImageSize(int size);
 
 /// The rms of all pixels that belong to a direction.
 double RMSOfSky(const AMatrix<float>& map, double cell);

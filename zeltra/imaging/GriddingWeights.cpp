@@ -79,6 +79,20 @@ void GriddingWeights::Add(double u, double v, double weight) {
   density_(Square(-v), Square(-u)) += w;
 }
 
+void GriddingWeights::Add(const GriddingWeights& other) {
+  const double* added = other.density_.Line(0);
+  for (double* w = density_.Line(0); w < density_.Line(density_.Lines()); ++w, ++added) *w += *added;
+}
+
+int GriddingWeights::Store(AFile& f) const {
+  return density_.Store(f);
+}
+
+int GriddingWeights::Load(AFile& f) {
+  const int size = density_.Lines();
+  return density_.Load(f) && density_.Lines() == size && density_.LineLength() == size;
+}
+
 void GriddingWeights::Settle() {
   if (options_.scheme != WeightingOptions::Robust) return;
   double sum = 0, squares = 0;

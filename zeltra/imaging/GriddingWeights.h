@@ -3,6 +3,7 @@
 #ifndef ZELTRA_IMAGING_GRIDDINGWEIGHTS_H_
 #define ZELTRA_IMAGING_GRIDDINGWEIGHTS_H_
 
+#include <cstdint>
 #include <string>
 
 #include "zeltra/core/AMatrix.h"
@@ -12,7 +13,7 @@
 namespace zeltra {
 
 struct WeightingOptions {
-  enum Scheme {
+  enum Scheme : std::int32_t {
     Natural,  ///< W = w: the lowest noise
     Uniform,  ///< W = w / W_k: the narrowest beam
     Robust    ///< W = w / (1 + W_k f^2), between them
@@ -38,7 +39,7 @@ ZELTRA_API AResult CheckWeighting(const WeightingOptions& options);
 ///
 ///   Create     once
 ///   Add        for every visibility of the image, only if isDensityNeeded()
-///   Settle     after the last of them
+///   Settle     after the last of them, or after Load
 ///   operator() as often as you like; threads may share it
 ///
 /// A weight raised to the power asked for, times exp(ln V (r / RADIUS)^2) at r wavelengths from the origin, is w. The
@@ -60,7 +61,14 @@ class ZELTRA_API GriddingWeights {
   int Create(const WeightingOptions& options, int size, double cell);
   bool isDensityNeeded() const { return options_.scheme != WeightingOptions::Natural; }
   void Add(double u, double v, double weight);
+  /// Add all visibilities that were added to another object, created alike.
+  void Add(const GriddingWeights& other);
   void Settle();
+
+  /// Write what has been added; Settle may have been called. @return non-zero once all is written
+  int Store(AFile& f) const;
+  /// Read that into an object created alike. @return 0 if there is nothing of the kind
+  int Load(AFile& f);
 
   /// @param u  wavelengths, as v; the place of a visibility that was added, if a density is needed
   double operator()(double u, double v, double weight) const;

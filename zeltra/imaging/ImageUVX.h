@@ -19,12 +19,16 @@
 
 namespace zeltra {
 
+class AImageWorkers;
+
 struct ImageOptions : JobOptions {
   UVXSelection selection;  ///< with at most one polarisation; by default I, or the first one if there is no I
   int size = 512;          ///< pixels in a line and number of lines: an even number from 16 to 8192
   double cell = 0;         ///< size of a pixel, radians; 0: a fifth of the narrowest fringe, rounded down to two digits
   WeightingOptions weighting;
   double memory = 0;  ///< most memory to use, bytes; 0: half of what is free
+  /// Make the sums over the visibilities of a UVX file of several parts; not owned. Null: threads do.
+  AImageWorkers* workers = nullptr;
 };
 
 /// An image of the sky as the visibilities show it, convolved with the beam.
@@ -86,13 +90,17 @@ ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 ///     sum W V exp(-2 pi i (u l + v m)) / sum W
 ///
 /// with the weights W of GriddingWeights. Fields stop at l = 1.
+///
+/// The sums are made in parts of 32 MiB of records or more, which depend only on the file, the selection and the size.
+/// The image is the same, bit by bit, for any number of threads or workers.
 /// @param from   an open file with its index
 /// @param image  undefined on failure
 /// @return a failure also if the image needs more memory than allowed
 ZELTRA_API AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image);
 
 /// Bytes of memory that an image takes: 64 for each of n x n cells, where n is the smallest power of two not below
-/// `size`, and 8 per pixel.
+/// `size`, and 8 per pixel. Where there is more than one part, more is needed for the cells of others that are done:
+/// up to seven times for 32 parts, and once for each thread, as far as that fits.
 ZELTRA_API int64 ImageMemory(const ImageOptions& options);
 
 /// Bytes as text, as in "1.2 GB".

@@ -102,13 +102,16 @@ AJobDescription DescribeImage() {
       "f^2 = (5 x 10^-R)^2 / (sum of W_k^2 / sum of w), which is natural for R = 5 and uniform for R = -5: the scale "
       "of Briggs (1995). The ROBUST of AIPS is on another scale, 2 R - 0.7 for the same mean density.\n\n"
       "Memory: 64 bytes for each of n x n cells, n being the smallest power of two not below the size, and 8 for each "
-      "pixel: 76 MB for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels.");
+      "pixel: 76 MB for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels. Records beyond 64 MiB, or four times the memory "
+      "of "
+      "the cells if that is more, are added up in parts, for which the cells are needed several times.");
   job.Input(UVXInputFile());
   job.Output({"OUT.map", "the map file to make", "", 0, {}, true});
   job.Output({"OUT.fits", "make a FITS image", "fits", 0, {}});
   job.Output(PictureFile());
   job.Output({"BEAM.map", "make a map file of the dirty beam", "beam", 0, {}});
   DescribeImaging(job);
+  job.Threads();
   job.Overwrite();
   return job.Finish();
 }
@@ -180,7 +183,7 @@ AJobDescription DescribeClean() {
       "a row, the result is that of the best cycle, and a note says so.\n\n"
       "The FITS image holds the components as a table AIPS CC, one for each pixel where some were found. Two noise "
       "figures are reported: the thermal noise, as expected from the weights, and the rms of what is left.\n\n"
-      "Memory: as image takes, 48 bytes for each visibility, and four times an image for windows that are wider or "
+      "Memory: what image takes, 64 bytes more for each cell, and four times an image for windows that are wider or "
       "higher than half of it, for --auto too.");
   job.Input(UVXInputFile());
   job.Output({"OUT.fits", "the FITS image to make", "", 0, {}});

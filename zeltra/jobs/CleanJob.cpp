@@ -21,6 +21,7 @@ std::string Summary(const CleanImage& image) {
 }
 
 AResult RunClean(const AJobFiles& files, CleanOptions& options, AJobHost& host) {
+  options.workers = host.workers();
   return MakeCleanImage(files, options, {}, host);
 }
 

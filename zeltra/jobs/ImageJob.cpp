@@ -28,6 +28,7 @@ std::string Summary(const DirtyImage& image) {
 }
 
 AResult RunImage(const AJobFiles& files, ImageOptions& options, AJobHost& host) {
+  options.workers = host.workers();
   return MakeImage(files, options, {}, host);
 }
 

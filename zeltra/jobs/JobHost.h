@@ -15,6 +15,8 @@
 
 namespace zeltra {
 
+class AImageWorkers;
+
 /// Receives a table row by row, cell by cell from left to right. A cell has the type of its column, or no value.
 class ZELTRA_API ATableSink {
  public:
@@ -57,6 +59,9 @@ class ZELTRA_API AJobHost {
   /// Deliver output that is not a table.
   /// @return a failure if it could not be delivered
   virtual AResult Text(std::string_view text) = 0;
+
+  /// Who does parts of a job's work elsewhere; null: threads do them here.
+  virtual AImageWorkers* workers() { return nullptr; }
 
   /// Open an input that the library itself does not read, as a compressed one.
   /// @param plain  null unless the host opens it

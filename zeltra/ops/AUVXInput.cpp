@@ -56,7 +56,8 @@ AResult AUVXInput::Open(std::unique_ptr<AInputFile> file, const JobOptions& opti
   contents_.reset();
   char start[8] = {};
   file_->ReadAt(0, start, sizeof start);
-  if (std::memcmp(start, "SIMPLE  ", sizeof start) == 0) return Import(options);
+  isImported_ = std::memcmp(start, "SIMPLE  ", sizeof start) == 0;
+  if (isImported_) return Import(options);
   if (const std::string sentence = WhyNoInput(*file_); !sentence.empty()) {
     return AResult::Fail(path_ + ": " + sentence);
   }

@@ -43,6 +43,8 @@ class ZELTRA_API AUVXInput {
   AResult Check() const { return file_->Check(); }
   /// The result of a job that reads the file: the failure of Check() if there is one, as it may be why the job failed.
   AResult Settle(const AResult& result) const { return file_->Settle(result); }
+  /// Whether it is UV FITS.
+  bool isImported() const { return isImported_; }
   /// What the import remarked; empty for a UVX file.
   const std::vector<std::string>& remarks() const { return remarks_; }
 
@@ -73,6 +75,7 @@ class ZELTRA_API AUVXInput {
 
   std::string path_;
   std::string temporary_;  // the imported file, if any
+  bool isImported_ = false;
   std::vector<std::string> remarks_;
   std::unique_ptr<AInputFile> file_;
   AUVXFile uvx_;

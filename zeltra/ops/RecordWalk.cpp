@@ -16,11 +16,6 @@ namespace {
 // Reading this much takes no longer than a new request beyond it.
 constexpr int kReadOverBytes = 1 << 17;
 
-// The numbers of records from `first` to `end` - 1.
-struct Stretch {
-  int first, end;
-};
-
 // Reads stretches of records block by block.
 class BlockWalk {
  public:
@@ -37,7 +32,7 @@ class BlockWalk {
   /// Pass the records of a stretch to `take`, each with the address of its values, until it returns false, which ends
   /// the whole walk.
   template <typename Take>
-  AResult Read(Stretch stretch, const Take& take);
+  AResult Read(RecordStretch stretch, const Take& take);
   bool isEnded() const { return isEnded_; }
 
   /// The values at `values`, in place or as a copy.
@@ -64,7 +59,7 @@ const AUVXComplex* BlockWalk::Aligned(const char* values) {
 }
 
 template <typename Take>
-AResult BlockWalk::Read(Stretch stretch, const Take& take) {
+AResult BlockWalk::Read(RecordStretch stretch, const Take& take) {
   WalkedRecord record;
   for (int next = stretch.first; next < stretch.end;) {
     if (IsCancelled(options_)) return AResult::Cancel(path_ + ": cancelled before its last record");
@@ -88,12 +83,14 @@ AResult BlockWalk::Read(Stretch stretch, const Take& take) {
 // Finds the selected records by the index: which scans to read in one go, and which of their records to pass on.
 class IndexWalk {
  public:
-  IndexWalk(AUVXInput& input, const RecordChoice& choice)
-      : input_(input), contents_(input.contents()), scans_(contents_.scans()), choice_(choice) {}
+  IndexWalk(AUVXInput& input, const RecordChoice& choice, RecordStretch within)
+      : input_(input), contents_(input.contents()), scans_(contents_.scans()), choice_(choice), within_(within) {}
 
   AResult Run(const JobOptions& options, const RecordVisitor& visit);
 
  private:
+  RecordStretch Within(int firstScan, int lastScan) const;
+  bool IsToRead(int scan) const;
   int64 Count() const;
   int LastInOneGo(int first) const;
   const AUVXPositionItem& ScanOf(int record);
@@ -102,14 +99,25 @@ class IndexWalk {
   const AUVXContents& contents_;
   const AUVXPosition& scans_;
   const RecordChoice& choice_;
+  const RecordStretch within_;
   int scan_ = 0;  // of the last record
   bool isWanted_ = false;
 };
 
+// What is to be read of the records of some scans.
+RecordStretch IndexWalk::Within(int firstScan, int lastScan) const {
+  return {std::max(scans_(firstScan).startVis - 1, within_.first), std::min<int>(scans_(lastScan).endVis, within_.end)};
+}
+
+bool IndexWalk::IsToRead(int scan) const {
+  const RecordStretch stretch = Within(scan, scan);
+  return choice_.TakesScan(scan) && stretch.first < stretch.end;
+}
+
 int64 IndexWalk::Count() const {
   int64 records = 0;
   for (int i = 0; i < scans_.count(); ++i) {
-    if (choice_.TakesScan(i)) records += scans_(i).endVis - scans_(i).startVis + 1;
+    if (IsToRead(i)) records += Within(i, i).end - Within(i, i).first;
   }
   return records;
 }
@@ -118,7 +126,7 @@ int IndexWalk::LastInOneGo(int first) const {
   const int readOver = kReadOverBytes / input_.uvx().recSize();
   int last = first;
   for (int i = first + 1; i < scans_.count() && scans_(i).startVis - scans_(last).endVis <= readOver + 1; ++i) {
-    if (choice_.TakesScan(i)) last = i;
+    if (IsToRead(i)) last = i;
   }
   return last;
 }
@@ -148,12 +156,12 @@ AResult IndexWalk::Run(const JobOptions& options, const RecordVisitor& visit) {
     return visit(record);
   };
   for (int i = 0; i < scans_.count() && !walk.isEnded(); ++i) {
-    if (!choice_.TakesScan(i)) continue;
+    if (!IsToRead(i)) continue;
     scan_ = i;
     isWanted_ = true;
-    const int first = scans_(i).startVis - 1;
+    const int first = i;
     i = LastInOneGo(i);
-    if (AResult result = walk.Read({first, scans_(i).endVis}, take); !result) return result;
+    if (AResult result = walk.Read(Within(first, i), take); !result) return result;
   }
   return denied;
 }
@@ -172,8 +180,13 @@ AResult WalkRecords(AUVXInput& input, const JobOptions& options, int first, int 
 
 AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordChoice& choice,
                     const RecordVisitor& visit) {
+  return WalkRecords(input, options, choice, {0, input.uvx().count()}, visit);
+}
+
+AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordChoice& choice, RecordStretch within,
+                    const RecordVisitor& visit) {
   if (AResult result = input.CheckRecordSize(); !result) return result;
-  return IndexWalk(input, choice).Run(options, visit);
+  return IndexWalk(input, choice, within).Run(options, visit);
 }
 
 }  // namespace zeltra

@@ -23,6 +23,11 @@ struct WalkedRecord {
   const AUVXComplex* values = nullptr;
 };
 
+/// The records from `first` to `end` - 1.
+struct RecordStretch {
+  int first, end;
+};
+
 /// Called on the walking thread, in file order. @return false to end the walk, which counts as success
 using RecordVisitor = std::function<bool(const WalkedRecord&)>;
 
@@ -39,6 +44,11 @@ ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, int 
 ///         than the index says
 ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordChoice& choice,
                                const RecordVisitor& visit);
+
+/// Visit those of them that lie between two records. Threads may visit different ones at the same time once
+/// AUVXInput::contents() has been called.
+ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordChoice& choice,
+                               RecordStretch within, const RecordVisitor& visit);
 
 }  // namespace zeltra
 

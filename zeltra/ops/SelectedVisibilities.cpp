@@ -5,12 +5,12 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <mutex>
 #include <optional>
 
 #include "zeltra/core/Text.h"
 #include "zeltra/ops/AverageUVX.h"
 #include "zeltra/ops/ChannelSelectionInternal.h"
-#include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXFreqs.h"
 
 namespace zeltra {
@@ -103,19 +103,52 @@ std::vector<double> SelectedVisibilities::WidthsOf(int setup) const {
 
 void SelectedVisibilities::LookUp(int number, std::optional<Setup>& setup) const {
   if (setup && setup->number == number) return;
+  // The tables are read through the one position that the file has.
+  static std::mutex reading;
+  const std::lock_guard lock(reading);
   setup = Setup{number, AUVXFreqs(input_.uvx(), number), WidthsOf(number)};
 }
 
 AResult SelectedVisibilities::ForEach(const JobOptions& options, const char* step, const Visitor& visit) {
   SendProgressText(options.progress, step);
+  return ForEachOf({0, input_.uvx().count()}, options, visit);
+}
+
+AResult SelectedVisibilities::ForEachOf(RecordStretch part, const JobOptions& options, const Visitor& visit) {
   std::optional<Setup> setup;
-  return WalkRecords(input_, options, choice_, [&](const WalkedRecord& record) {
+  return WalkRecords(input_, options, choice_, part, [&](const WalkedRecord& record) {
     const AUVXGroup& group = record.group;
     if ((group.flag != 0 && !takesFlagged_) || group.ant1 == group.ant2) return true;
     LookUp(group.freqSel(), setup);
     Visit(record, *setup, visit);
     return true;
   });
+}
+
+std::vector<RecordStretch> SelectedVisibilities::Divide(int64 bytes, int most) const {
+  const AUVXPosition& scans = contents_.scans();
+  int64 records = 0;
+  for (int i = 0; i < scans.count(); ++i) {
+    if (choice_.TakesScan(i)) records += scans(i).endVis - scans(i).startVis + 1;
+  }
+  const int64 parts = std::clamp<int64>(records * input_.uvx().recSize() / bytes, 1, most);
+  std::vector<RecordStretch> stretches;
+  // Of the records of these scans, how many lie before the end of the part that comes next.
+  const auto end = [&] { return records * (std::ssize(stretches) + 1) / parts; };
+  int64 before = 0;  // of the scans so far
+  int first = 0;
+  for (int i = 0; i < scans.count(); ++i) {
+    if (!choice_.TakesScan(i)) continue;
+    const int64 count = scans(i).endVis - scans(i).startVis + 1;
+    while (end() <= before + count && end() < records) {
+      const int next = static_cast<int>(scans(i).startVis - 1 + end() - before);
+      stretches.push_back({first, next});
+      first = next;
+    }
+    before += count;
+  }
+  stretches.push_back({first, input_.uvx().count()});
+  return stretches;
 }
 
 AResult SelectedVisibilities::ForEachMean(const JobOptions& options, double interval, const Visitor& visit) {

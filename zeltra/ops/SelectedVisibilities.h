@@ -14,6 +14,7 @@
 #include "zeltra/ops/AUVXInput.h"
 #include "zeltra/ops/PolarisationChoice.h"
 #include "zeltra/ops/RecordChoice.h"
+#include "zeltra/ops/RecordWalk.h"
 #include "zeltra/ops/UVXSelection.h"
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXSources.h"
@@ -21,7 +22,6 @@
 namespace zeltra {
 
 class AUVXFreqs;
-struct WalkedRecord;
 
 /// A visibility with its place in the u, v plane.
 struct SelectedVisibility {
@@ -58,6 +58,12 @@ class ZELTRA_API SelectedVisibilities {
   /// @param step   name shown by the progress control, which runs from 0 to 100
   /// @return that the job was cancelled, or that a record cannot be read
   AResult ForEach(const JobOptions& options, const char* step, const Visitor& visit);
+
+  /// Divide the records into at most `most` parts of at least `bytes` each, about equal, of all records of the scans
+  /// selected. They depend on the file and the selection only.
+  std::vector<RecordStretch> Divide(int64 bytes, int most) const;
+  /// Visit those of one part. Threads may visit different parts at the same time.
+  AResult ForEachOf(RecordStretch part, const JobOptions& options, const Visitor& visit);
 
   /// Visit the means over intervals of `interval` seconds, or over each time stamp if that is negative, in time order;
   /// see Average. Stored values are averaged first, then polarisations are formed.
