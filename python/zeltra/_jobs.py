@@ -129,7 +129,7 @@ def option_texts(job: str, options: Mapping[str, Any], scale: Callable[[], str])
 
 
 def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), options: Mapping[str, Any] | None = None,
-        *, progress: Progress | None = None) -> Result:
+        *, progress: Progress | None = None, _workers: _library.Workers | None = None) -> Result:
     """Run a job of the command by its name.
 
     Parameters
@@ -184,7 +184,7 @@ def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), op
         result.units = units
 
     texts += option_texts(job, chosen, lambda: _time_scale(inputs))
-    host = _library.run(job, names, [os.fspath(file) for file in outputs], texts, progress, collect)
+    host = _library.run(job, names, [os.fspath(file) for file in outputs], texts, progress, collect, _workers)
     for name in result.units:
         parts = [block[name] for block in blocks]
         has_gaps = any(masked.is_masked(part) for part in parts)

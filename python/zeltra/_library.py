@@ -13,6 +13,7 @@ import sys
 import threading
 from collections.abc import Callable, Iterator, Sequence
 from contextlib import contextmanager
+from dataclasses import dataclass
 from pathlib import Path
 from typing import Any, Union
 
@@ -30,6 +31,7 @@ _DONE, _CANCELLED = 0, 130
 _INT64, _DOUBLE = 1, 2
 _LONGEST_WAIT = 60  # seconds that the end of the process waits for jobs of other threads
 _MOST_BYTES = 1 << 16  # of the sentence of a failure
+_PATIENCE = 0.03  # seconds between looks for an interrupt
 
 
 class _Column(ctypes.Structure):
@@ -43,11 +45,29 @@ _BlockCall = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.POINTER(ctyp
                               ctypes.c_size_t)
 _TextCall = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.POINTER(ctypes.c_char), ctypes.c_size_t)
 _SentenceCall = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p)
+_PartsCall = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int)
 
 
 class _Callbacks(ctypes.Structure):
     _fields_ = [("size", ctypes.c_size_t), ("user", ctypes.c_void_p), ("progress", _ProgressCall),
-                ("block", _BlockCall), ("text", _TextCall), ("note", _SentenceCall), ("report", _SentenceCall)]
+                ("block", _BlockCall), ("text", _TextCall), ("note", _SentenceCall), ("report", _SentenceCall),
+                ("parts", _PartsCall), ("folder", ctypes.c_char_p)]
+
+
+@dataclass(frozen=True)
+class Workers:
+    """Who does the parts of a job.
+
+    Attributes
+    ----------
+    folder : str
+        Empty, and seen by all of them.
+    run : callable
+        Has `run_part` called for a task and each number up to a count.
+    """
+
+    folder: str
+    run: Callable[[str, int], object]
 
 
 def _names() -> Iterator[str]:
@@ -147,13 +167,13 @@ def _cells(column: _Column) -> Cells:
 class _Host:
     """What hears of a running job. An exception of a callback cancels the job and is kept."""
 
-    def __init__(self, progress: Progress | None, block: BlockSink | None) -> None:
+    def __init__(self, progress: Progress | None, block: BlockSink | None, workers: Workers | None = None) -> None:
         self.failure: BaseException | None = None
         self.interrupted = False
         self.texts: list[str] = []
         self.notes: list[str] = []
         self.reports: list[str] = []
-        self._progress, self._block = progress, block
+        self._progress, self._block, self._workers = progress, block, workers
 
     def _kept(self, call: Callable[[], object]) -> int:
         if self.failure is None and not self.interrupted:
@@ -177,10 +197,32 @@ class _Host:
     def _on_text(self, _user: int, text: Any, size: int) -> int:
         return self._kept(lambda: self.texts.append(_text(ctypes.string_at(text, size))))
 
+    def _on_parts(self, _user: int, task: bytes, count: int) -> int:
+        return self._kept(lambda: self._wait_for(_text(task), count))
+
+    def _wait_for(self, task: str, count: int) -> None:
+        """Have parts done from another thread, so that an interrupt ends the wait."""
+        workers, failures = self._workers, []
+        assert workers is not None
+
+        def work() -> None:
+            try:
+                workers.run(task, count)
+            except BaseException as failure:
+                failures.append(failure)
+
+        thread = threading.Thread(target=work, daemon=True)
+        thread.start()
+        while thread.is_alive() and not self.interrupted:
+            thread.join(_PATIENCE)
+        if failures:
+            raise failures[0]
+
     def callbacks(self) -> _Callbacks:
+        parts = (_PartsCall(self._on_parts), os.fsencode(self._workers.folder)) if self._workers else ()
         return _Callbacks(ctypes.sizeof(_Callbacks), None, _ProgressCall(self._on_progress), _BlockCall(self._on_block),
                           _TextCall(self._on_text), _SentenceCall(lambda _, told: self.notes.append(_text(told))),
-                          _SentenceCall(lambda _, told: self.reports.append(_text(told))))
+                          _SentenceCall(lambda _, told: self.reports.append(_text(told))), *parts)
 
     @contextmanager
     def hearing_interrupts(self) -> Iterator[None]:
@@ -252,7 +294,7 @@ if hasattr(os, "register_at_fork"):
 
 
 def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequence[str],
-        progress: Progress | None = None, block: BlockSink | None = None) -> _Host:
+        progress: Progress | None = None, block: BlockSink | None = None, workers: Workers | None = None) -> _Host:
     """Run a job to its end, without the interpreter's lock.
 
     Raises
@@ -260,14 +302,28 @@ def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequen
     Error
         With the job's sentence. What a callback raises, or an interrupt, cancels the job and is raised in its place.
     """
-    host = _Host(progress, block)
+    host = _Host(progress, block, workers)
+    _call(host, job, library().zeltra_run, job.encode(), _list(inputs), _list(outputs), _list(options))
+    return host
+
+
+def run_part(task: str, number: int) -> None:
+    """Do a part, from 1, of a task that workers are given.
+
+    Raises
+    ------
+    Error
+        With the sentence of its failure.
+    """
+    _call(_Host(None, None), "part", library().zeltra_run_part, os.fsencode(task), number)
+
+
+def _call(host: _Host, job: str, function: Any, *arguments: Any) -> None:
     callbacks = host.callbacks()
     sentence = ctypes.create_string_buffer(_MOST_BYTES)
     with _running.holding(host), host.hearing_interrupts():
-        code = library().zeltra_run(job.encode(), _list(inputs), _list(outputs), _list(options),
-                                    ctypes.byref(callbacks), sentence, ctypes.c_size_t(_MOST_BYTES), None)
+        code = function(*arguments, ctypes.byref(callbacks), sentence, ctypes.c_size_t(_MOST_BYTES), None)
     if host.failure is not None:
         raise host.failure
     if code != _DONE:
         raise Error(_text(sentence.value) or f"zeltra {job}: {'cancelled' if code == _CANCELLED else 'failed'}")
-    return host

@@ -1,7 +1,7 @@
-"""Jobs on many machines, by Dask: averages and closures of many files, in parts that depend on the files alone, and images
-of many files.
+"""Jobs on many machines, by Dask: averages, closures and images of large files and of many files, in parts that depend on
+the files alone.
 
-Without a client the same parts run here, one after the other. Results are the bytes that a single process makes.
+Without a client the same parts run here. Results are the bytes that a single process makes.
 """
 # SPDX-License-Identifier: MIT
 from __future__ import annotations
@@ -27,6 +27,7 @@ __all__ = ["Outcome", "average", "clean", "closures", "image"]
 
 TASK_BYTES = 128 << 20  # of input: less costs more in scheduling, more is lost with a worker
 MOST_TASKS = 1000  # of a file
+LARGE = 64 << 20  # bytes of a file whose image may have several parts
 Part = Callable[["_File", int, dict[str, Any]], list[str]]  # gives the notes
 Join = Union[Callable[["_File"], None], None]
 Paths = Union[Path, Iterable[Path]]
@@ -106,12 +107,17 @@ def _unforeseen(file: _File, failure: Exception) -> str:
     return f"{file.path}: {type(failure).__name__}: {failure}"
 
 
+def _is_uvx(path: str) -> bool:
+    """Whether a file can be divided: of another kind each task would have to import it."""
+    with open(path, "rb") as given:
+        return given.read(4) == b"\xeb\x03\0\0"
+
+
 def _divide(file: _File, options: dict[str, Any], tasks: int | None) -> tuple[Stamp, int]:
     """The stamp of a file, and the number of tasks that it is cut into, which depends on the file alone."""
     stamp = _stamp(file.path)
-    with open(file.path, "rb") as given:
-        if given.read(4) != b"\xeb\x03\0\0":
-            return stamp, 1  # each task would have to import it
+    if not _is_uvx(file.path):
+        return stamp, 1
     known = {option["name"] for option in _library.description("plan")["options"]}
     plan = run("plan", [file.path], options={name: value for name, value in options.items() if name in known}).columns
     return stamp, min(tasks or -(-int(np.sum(plan["bytes"])) // TASK_BYTES) or 1, max(1, len(plan["part"])), MOST_TASKS)
@@ -160,12 +166,16 @@ def _join_closures(file: _File) -> None:
     os.replace(file.made + ".part", file.made)  # whole at any time, as this may run again
 
 
-def _image(file: _File, _number: int, options: dict[str, Any]) -> list[str]:
-    return run("image", [file.path], options={**options, "fits": file.made, "force": True}).notes
+def _image(file: _File, _number: int, options: dict[str, Any], workers: _library.Workers | None = None) -> list[str]:
+    return run("image", [file.path], options={**options, "fits": file.made, "force": True}, _workers=workers).notes
 
 
-def _clean(file: _File, _number: int, options: dict[str, Any]) -> list[str]:
-    return run("clean", [file.path], [file.made], {**options, "force": True}).notes
+def _clean(file: _File, _number: int, options: dict[str, Any], workers: _library.Workers | None = None) -> list[str]:
+    return run("clean", [file.path], [file.made], {**options, "force": True}, _workers=workers).notes
+
+
+def _image_part(_file: _File, task: str, number: int) -> None:
+    _library.run_part(task, number)
 
 
 def _joined(file: _File, parts: Iterable[tuple[list[str], Sentence]], join: Join) -> list[str]:
@@ -191,6 +201,25 @@ class _Here:
 
     def gather(self, tasks: list[Any]) -> list[Any]:
         return [task() for task in tasks]
+
+
+def _workers_of(host: Any, file: _File) -> _library.Workers:
+    """Those that make the sums over the visibilities of an image."""
+
+    def run_parts(task: str, count: int) -> None:
+        parts = [host.submit(_guarded, _image_part, file, task, number, pure=False) for number in range(1, count + 1)]
+        for _, sentence in host.gather(parts):
+            if sentence is not None:
+                raise Error(sentence)
+
+    return _library.Workers(file.folder, run_parts)
+
+
+def _is_large(file: _File) -> bool:
+    try:
+        return os.path.getsize(file.path) >= LARGE and _is_uvx(file.path)
+    except OSError:
+        return False  # its task tells why
 
 
 def _gathered(host: Any, file: _File, task: Any) -> tuple[Any, Sentence]:
@@ -254,8 +283,7 @@ def _run(job: str, paths: Paths, out: Path, ending: str, options: dict[str, Any]
     if not isinstance(paths, (str, os.PathLike)):
         paths = list(paths)
     host: Any = _Here() if client is None else client
-    if client is not None and part is not _image:
-        options = {"threads": 1, **options}  # workers share the processors
+    shared = options if client is None else {"threads": 1, **options}  # workers share the processors
     outcome = Outcome()
     given = {
         os.path.abspath(os.fspath(path)): os.fspath(path)
@@ -275,13 +303,17 @@ def _run(job: str, paths: Paths, out: Path, ending: str, options: dict[str, Any]
                 fail(file, sentence)
                 continue
             whole = _File(file.path, file.output, file.folder, file.versions, *found)
+            if join is None and client is not None and _is_large(file):  # only its sums are made elsewhere
+                here, workers = _Here(), _workers_of(host, whole)
+                finals.append((whole, here, here.submit(_guarded, part, whole, 1, options, workers, pure=False)))
+                continue
             parts = [
-                host.submit(_guarded, part, whole, number, options, pure=False) for number in range(1, whole.tasks + 1)
+                host.submit(_guarded, part, whole, number, shared, pure=False) for number in range(1, whole.tasks + 1)
             ]
-            finals.append((whole, host.submit(_guarded, _joined, whole, parts, join, pure=False)))
+            finals.append((whole, host, host.submit(_guarded, _joined, whole, parts, join, pure=False)))
         while finals:  # a result that has its name is let go of, so that no lost worker makes it be computed again
-            file, final = finals.pop(0)
-            notes, sentence = _gathered(host, file, final)
+            file, where, final = finals.pop(0)
+            notes, sentence = _gathered(where, file, final)
             if sentence is None:
                 sentence = _published(file, force)
             if sentence is None:
@@ -347,14 +379,22 @@ def closures(paths: Paths, out: Path, interval: Any, client: Client | None = Non
 
 
 def image(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
-    """Make a FITS image of each file, in one task each. Options are those of `zeltra.jobs.image`, other parameters
-    those of `average`.
+    """Make a FITS image of each file. A client makes that of a file in one task, but for UVX files above 64 MiB: the sums
+    over their visibilities, in up to 32 parts. Options are those of `zeltra.jobs.image`, other parameters those of
+    `average`.
+
+    Examples
+    --------
+    >>> import zeltra.distributed
+    >>> list(zeltra.distributed.image("sim.uvx", "sim.fits", source="3C273", size=64).outputs)
+    ['sim.uvx']
     """
     return _run("image", paths, out, ".fits", keywords(options), client, force, None, _image, None)
 
 
 def clean(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
-    """Make a FITS image of each file without the sidelobes of its beam, in one task each. Options are those of
-    `zeltra.jobs.clean`, other parameters those of `average`.
+    """Make a FITS image of each file without the sidelobes of its beam. Work is divided as by `image`: of large files a
+    client makes the sums of each major cycle, and components are found here. Options are those of `zeltra.jobs.clean`,
+    other parameters those of `average`.
     """
     return _run("clean", paths, out, ".fits", keywords(options), client, force, None, _clean, None)

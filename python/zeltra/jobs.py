@@ -1209,8 +1209,8 @@ def image(input: Input, out: Path | None = None, *, fits: Path | None = None, be
           baseline: Names | None = None, uvrange: Span | None = None, if_: Numbers | None = None,
           channel: Numbers | None = None, stokes: Names | None = None, size: int | None = None,
           cell: Real | None = None, weight: Text | None = None, weight_power: Real | None = None,
-          taper: Text | None = None, memory: Real | None = None, force: bool = False, no_sync: bool = False,
-          progress: Progress | None = None) -> Result:
+          taper: Text | None = None, memory: Real | None = None, threads: int | None = None, force: bool = False,
+          no_sync: bool = False, progress: Progress | None = None) -> Result:
     """Make the dirty image of a source.
 
     Images have north up and east to the left; pixel (size / 2, size / 2) is the phase centre. They are divided by the
@@ -1226,7 +1226,8 @@ def image(input: Input, out: Path | None = None, *, fits: Path | None = None, be
     (1995). The ROBUST of AIPS is on another scale, 2 R - 0.7 for the same mean density.
 
     Memory: 64 bytes for each of n x n cells, n being the smallest power of two not below the size, and 8 for each
-    pixel: 76 MB for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels.
+    pixel: 76 MB for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels. Records beyond 64 MiB, or four times the memory of
+    the cells if that is more, are added up in parts, for which the cells are needed several times.
 
     Parameters
     ----------
@@ -1279,6 +1280,9 @@ def image(input: Input, out: Path | None = None, *, fits: Path | None = None, be
         in 0.5,100M; default: none.
     memory : float, str or Quantity
         The most memory to use; k, M or G may follow, as in 2G, in bytes; from 1; default: half of what is free.
+    threads : int
+        Threads that work at the same time; the result is the same for any number; from 0 to 1024; default: one per
+        processor.
     force : bool
         Replace an output that exists.
     no_sync : bool
@@ -1293,7 +1297,8 @@ def image(input: Input, out: Path | None = None, *, fits: Path | None = None, be
     options = {"fits": fits, "beam": beam, "source": source, "freqsel": freqsel, "scan": scan, "start": start,
                "stop": stop, "antenna": antenna, "baseline": baseline, "uvrange": uvrange, "if": if_,
                "channel": channel, "stokes": stokes, "size": size, "cell": cell, "weight": weight,
-               "weight-power": weight_power, "taper": taper, "memory": memory, "force": force, "no-sync": no_sync}
+               "weight-power": weight_power, "taper": taper, "memory": memory, "threads": threads, "force": force,
+               "no-sync": no_sync}
     return run("image", [input], [*([] if out is None else [out])], options, progress=progress)
 
 
@@ -1319,7 +1324,7 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
     The FITS image holds the components as a table AIPS CC, one for each pixel where some were found. Two noise figures
     are reported: the thermal noise, as expected from the weights, and the rms of what is left.
 
-    Memory: as image takes, 48 bytes for each visibility, and four times an image for windows that are wider or higher
+    Memory: what image takes, 64 bytes more for each cell, and four times an image for windows that are wider or higher
     than half of it, for --auto too.
 
     Parameters

@@ -77,7 +77,8 @@ struct Host {
   int Run(const char* job, std::vector<const char*> inputs, std::vector<const char*> outputs,
           std::vector<const char*> options) {
     for (auto* list : {&inputs, &outputs, &options}) list->push_back(nullptr);
-    const zeltra_callbacks callbacks = {sizeof callbacks, this, OnProgress, OnBlock, OnText, OnNote, OnReport};
+    const zeltra_callbacks callbacks = {sizeof callbacks, this,     OnProgress, OnBlock, OnText,
+                                        OnNote,           OnReport, nullptr,    nullptr};
     char buffer[1000];
     size_t needed = 0;
     const int code =
@@ -189,6 +190,8 @@ TEST_F(CInterface, RefusesMisuse) {
   }
   EXPECT_EQ(host_.Run("info", {"missing.uvx"}, {}, {}), ZELTRA_FAILED);
   EXPECT_THAT(host_.sentence, HasSubstr("missing.uvx"));
+  EXPECT_EQ(zeltra_run_part(nullptr, 1, nullptr, nullptr, 0, nullptr), ZELTRA_MISUSED);
+  EXPECT_EQ(zeltra_run_part(uvx_.c_str(), 1, nullptr, nullptr, 0, nullptr), ZELTRA_FAILED) << "is no task";
 }
 
 TEST_F(CInterface, TakesNullsAndStructsOfOtherSizes) {

@@ -2,13 +2,19 @@
 #include <gmock/gmock.h>
 
 #include <complex>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <map>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
 #include "tests/support/Test.h"
+#include "zeltra/imaging/CleanUVX.h"
 #include "zeltra/imaging/ImageFiles.h"
 #include "zeltra/imaging/ImageUVX.h"
+#include "zeltra/imaging/ImageWorkers.h"
 
 namespace zeltra::test {
 namespace {
@@ -250,6 +256,101 @@ TEST(ImageUVX, TellsWhatCannotBeImaged) {
   ACancelFlag cancel = 1;
   options.cancel = &cancel;
   EXPECT_EQ(Image(file.path(), options, image).code(), AResult::Cancelled);
+}
+
+// Does parts in this process, the last one first.
+class Workers : public AImageWorkers {
+ public:
+  explicit Workers(const std::function<void(const std::string& task, int parts)>& before = {}) : before_(before) {
+    std::filesystem::create_directory(folder_);
+  }
+  ~Workers() override { std::filesystem::remove_all(folder_); }
+
+  const std::string& folder() const override { return folder_; }
+  AResult Run(const std::string& task, int parts) override {
+    ++tasks;
+    if (before_) before_(task, parts);
+    for (int part = parts; part > 0; --part) {
+      if (AResult result = RunImagePart(task, part, {}); !result) return result;
+    }
+    return AResult::Ok();
+  }
+  bool isEmpty() const { return std::filesystem::is_empty(folder_); }
+
+  int tasks = 0;
+
+ private:
+  TempFile name_{"parts"};
+  std::string folder_ = name_.path();
+  std::function<void(const std::string& task, int parts)> before_;
+};
+
+// Three parts of 32 MiB; nearly all that they hold is flagged.
+class ThreeParts : public TempFile {
+ public:
+  ThreeParts() : TempFile("uvx") {
+    const auto edit = [](SyntheticRecord& record) {
+      const double phase = 0.37 * record.index;
+      record.flag = record.index % 10 != 0;
+      record.u = static_cast<float>(1e-6 * std::sin(phase));
+      record.v = static_cast<float>(1e-6 * std::cos(1.7 * phase));
+      for (size_t k = 0; k < record.values.size(); ++k) {
+        record.values[k] = {static_cast<float>(1 + 0.3 * std::sin(phase)), 0.1F, k < 40 ? 1.0F : 0.0F};
+      }
+    };
+    Put(SyntheticUVX().Antennas(5).Times(105).Channels(4096).Edit(edit).Tables().Bytes());
+  }
+};
+
+TEST(ImageParts, MakeTheSameBitsWhoeverDoesThem) {
+  const ThreeParts file;
+  CleanOptions options;
+  options.size = 32;
+  options.weighting.scheme = WeightingOptions::Robust;
+  options.iterations = 5;
+  options.stop.sigmas = 0;
+  options.boxes = {{-1, 1, -1, 1}};  // which needs a wider beam
+  CleanImage byThreads, byWorkers;
+  Workers workers;
+  for (CleanImage* image : {&byThreads, &byWorkers}) {
+    options.threads = 3;
+    options.workers = image == &byWorkers ? &workers : nullptr;
+    AUVXInput input;
+    ASSERT_TRUE(input.Open(file.path()));
+    AResult result = CleanUVX(input, options, *image);
+    ASSERT_TRUE(result) << result.message();
+  }
+  EXPECT_GE(workers.tasks, 6) << "baselines, weights, sky, beam, components of a cycle, sky";
+  EXPECT_TRUE(workers.isEmpty());
+  EXPECT_EQ(byWorkers.iterations, 5);
+  EXPECT_EQ(byWorkers.visibilities, 105 * 20);
+  EXPECT_EQ(byWorkers.chi2, byThreads.chi2);
+  EXPECT_EQ(std::memcmp(byWorkers.map.Line(0), byThreads.map.Line(0), 32 * 32 * sizeof(float)), 0);
+}
+
+TEST(ImageParts, TellWhatIsWrongWithATask) {
+  const ThreeParts file;
+  const auto sentence = [&](const std::function<void(const std::string& task, int parts)>& before) {
+    Workers workers(before);
+    ImageOptions options;
+    options.workers = &workers;
+    DirtyImage image;
+    AResult result = Image(file.path(), options, image);
+    EXPECT_TRUE(workers.isEmpty());
+    return result.message();
+  };
+  EXPECT_THAT(sentence([](const std::string& task, int) { std::filesystem::resize_file(task, 60); }),
+              HasSubstr("is not a task for workers"));
+  EXPECT_THAT(sentence([](const std::string& task, int parts) {
+                EXPECT_EQ(parts, 3);
+                for (const int part : {0, 4}) {
+                  EXPECT_THAT(RunImagePart(task, part, {}).message(), HasSubstr("has parts 1 to 3, not"));
+                }
+                std::fstream(task, std::ios::in | std::ios::out).seekp(8 + 17 + 8).write("9", 1);
+              }),
+              HasSubstr("was made by version 9."));
+  EXPECT_THAT(sentence([&](const std::string&, int) { std::filesystem::resize_file(file.path(), 100000001); }),
+              HasSubstr("was changed while it was read"));
 }
 
 TEST(ImageFiles, AppearTogether) {

@@ -106,19 +106,16 @@ void UVGrid::Add(const UVGrid& other) {
 }
 
 int UVGrid::Store(AFile& f) const {
-  for (const auto& line : parts_) {
-    for (const auto& part : line) {
-      if (!part.Store(f)) return 0;
-    }
+  for (int part = 0; part < 4 && half_ > 0; ++part) {
+    if (!parts_[part / 2][part % 2].Store(f)) return 0;
   }
-  return f.Write(&sumOfWeights_, static_cast<int>(sizeof sumOfWeights_)) == static_cast<int>(sizeof sumOfWeights_);
+  return WriteWhole(f, &sumOfWeights_, sizeof sumOfWeights_);
 }
 
 int UVGrid::Load(AFile& f) {
-  for (auto& line : parts_) {
-    for (auto& part : line) {
-      if (!part.Load(f) || part.Lines() != half_ || part.LineLength() != half_) return 0;
-    }
+  for (int part = 0; part < 4 && half_ > 0; ++part) {
+    AMatrix<std::complex<double>>& cells = parts_[part / 2][part % 2];
+    if (!cells.Load(f) || cells.Lines() != half_ || cells.LineLength() != half_) return 0;
   }
   return ReadWhole(f, &sumOfWeights_, sizeof sumOfWeights_);
 }

@@ -85,12 +85,12 @@ void GriddingWeights::Add(const GriddingWeights& other) {
 }
 
 int GriddingWeights::Store(AFile& f) const {
-  return density_.Store(f);
+  return density_.Lines() == 0 || density_.Store(f);
 }
 
 int GriddingWeights::Load(AFile& f) {
   const int size = density_.Lines();
-  return density_.Load(f) && density_.Lines() == size && density_.LineLength() == size;
+  return size == 0 || (density_.Load(f) && density_.Lines() == size && density_.LineLength() == size);
 }
 
 void GriddingWeights::Settle() {

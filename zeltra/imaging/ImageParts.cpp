@@ -365,6 +365,7 @@ AResult RunImagePart(const std::string& task, int part, const JobOptions& option
   if (AResult result = from.Open(file.input, options); !result) return result;
   if (HashOf(from) != file.content) return AResult::Fail(file.input + ": has changed since it was divided");
   static_cast<JobOptions&>(file.options) = options;
+  file.options.threads = 1;  // several workers share a machine
   ImageParts parts(from, file.options);
   if (AResult result = parts.Open(); !result) return from.Settle(result);
   if (part < 1 || part > parts.count()) {
@@ -373,7 +374,7 @@ AResult RunImagePart(const std::string& task, int part, const JobOptions& option
   }
   parts.weights() = std::move(file.weights);
   ImageSums sums;
-  if (AResult result = from.Settle(parts.RunPart(file.task, part - 1, options, sums)); !result) return result;
+  if (AResult result = from.Settle(parts.RunPart(file.task, part - 1, file.options, sums)); !result) return result;
   JobOptions output = options;
   output.overwrite = true;
   output.sync = false;
