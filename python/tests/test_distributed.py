@@ -121,6 +121,46 @@ def test_closures_and_images_of_files(big, sim, tmp_path):
     assert bytes_of(outcome.outputs[sim]) == bytes_of(tmp_path / "b.fits")
 
 
+@pytest.mark.parametrize("job, options", [("image", {"weight": "robust=0"}), ("clean", {"niter": 3, "stop": "0"})])
+def test_images_of_a_large_file_have_the_bytes_of_one_job(big, tmp_path, job, options):
+    tasks = []
+
+    class Counting(Shuffled):
+
+        def gather(self, given):
+            tasks.append(len(given))
+            return super().gather(given)
+
+    options = {"source": "3C273", "size": 128, **options}
+    z.run(job, [big], [tmp_path / "a.fits"] if job == "clean" else [], {"fits": tmp_path / "a.fits", **options}
+          if job == "image" else options)
+    outcome = getattr(zeltra.distributed, job)([big], tmp_path / "out", Counting(), **options)
+    assert bytes_of(outcome.outputs[big]) == bytes_of(tmp_path / "a.fits")
+    assert len(tasks) >= 3 and set(tasks) == {3} and os.listdir(tmp_path / "out") == ["big.fits"]
+
+
+def test_an_image_ends_with_its_parts(big, tmp_path):
+
+    class Failing(Shuffled):
+
+        def gather(self, given):
+            return [(None, "big.uvx: lost")]
+
+    outcome = zeltra.distributed.image([big], tmp_path, Failing(), source="3C273", size=64)
+    assert outcome.failures == {big: "big.uvx: lost"}
+
+    class Waiting(Shuffled):
+
+        def gather(self, given):
+            os.kill(os.getpid(), signal.SIGINT)
+            time.sleep(5)
+
+    began = time.monotonic()
+    with pytest.raises(KeyboardInterrupt):
+        zeltra.distributed.image([big], tmp_path, Waiting(), source="3C273", size=64)
+    assert time.monotonic() - began < 2 and os.listdir(tmp_path) == []
+
+
 def test_outputs_are_not_replaced_unasked_and_versions_must_agree(sim, tmp_path, monkeypatch):
     (tmp_path / "a.uvx").write_bytes(b"mine")
     with pytest.raises(z.Error, match="a.uvx: exists already and is not replaced unasked"):

@@ -197,17 +197,16 @@ class _Host:
     def _on_text(self, _user: int, text: Any, size: int) -> int:
         return self._kept(lambda: self.texts.append(_text(ctypes.string_at(text, size))))
 
-    def _on_parts(self, _user: int, task: bytes, count: int) -> int:
-        return self._kept(lambda: self._wait_for(_text(task), count))
+    def _on_parts(self, call: Callable[[], object]) -> int:
+        return self._kept(lambda: self._wait_for(call))
 
-    def _wait_for(self, task: str, count: int) -> None:
-        """Have parts done from another thread, so that an interrupt ends the wait."""
-        workers, failures = self._workers, []
-        assert workers is not None
+    def _wait_for(self, call: Callable[[], object]) -> None:
+        """Make a call on another thread, so that an interrupt ends the wait."""
+        failures: list[BaseException] = []
 
         def work() -> None:
             try:
-                workers.run(task, count)
+                call()
             except BaseException as failure:
                 failures.append(failure)
 
@@ -219,7 +218,11 @@ class _Host:
             raise failures[0]
 
     def callbacks(self) -> _Callbacks:
-        parts = (_PartsCall(self._on_parts), os.fsencode(self._workers.folder)) if self._workers else ()
+        parts: tuple[Any, ...] = ()
+        if self._workers:
+            call = self._workers.run
+            parts = (_PartsCall(lambda _, task, count: self._on_parts(lambda: call(_text(task), count))),
+                     os.fsencode(self._workers.folder))
         return _Callbacks(ctypes.sizeof(_Callbacks), None, _ProgressCall(self._on_progress), _BlockCall(self._on_block),
                           _TextCall(self._on_text), _SentenceCall(lambda _, told: self.notes.append(_text(told))),
                           _SentenceCall(lambda _, told: self.reports.append(_text(told))), *parts)
