@@ -38,7 +38,7 @@ def main():
     import distributed as dask
     distributed._divide = divided
     with tempfile.TemporaryDirectory() as folder, \
-            dask.LocalCluster(2, threads_per_worker=1, dashboard_address=None) as cluster, dask.Client(cluster) as client:
+            dask.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None) as cluster, dask.Client(cluster) as client:
         paths = [os.path.join(folder, f"{number}.uvx") for number in range(10)]
         for path in paths:
             zeltra.jobs.simulate(path, minutes=1, no_sync=True)

@@ -52,7 +52,7 @@ def test_averages_have_the_bytes_of_one_job(big, whole, tmp_path, client, tasks)
 @pytest.mark.parametrize("workers", [1, 2, 4])
 def test_clusters_make_the_bytes_of_one_job(big, whole, tmp_path, workers):
     distributed = pytest.importorskip("distributed")
-    with distributed.LocalCluster(workers, threads_per_worker=1, dashboard_address=None) as cluster, \
+    with distributed.LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None) as cluster, \
             distributed.Client(cluster) as client:
         zeltra.distributed.average(big, tmp_path / "a.uvx", 30, client, tasks=7)
     assert bytes_of(tmp_path / "a.uvx") == whole
@@ -64,7 +64,7 @@ def test_a_killed_worker_costs_no_result(big, whole, tmp_path):
     for link in links:
         os.symlink(big, link)
     out = tmp_path / "out"
-    with distributed.LocalCluster(2, threads_per_worker=1, dashboard_address=None) as cluster, \
+    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None) as cluster, \
             distributed.Client(cluster) as client:
         pids = client.run(os.getpid)
 
