@@ -600,14 +600,14 @@ class Analysis(Case):
         zeltra("import", fits, wide)
         os.remove(fits)
         for mode in ("complex", "amphase"):
-            self.frugal(160, "average", wide, "--interval", 60, "-o", out, "--force", "--mode", mode)
+            self.frugal(164, "average", wide, "--interval", 60, "-o", out, "--force", "--mode", mode)
             made = uvx.File(out).records
             np.testing.assert_array_equal(np.stack([made["group"]["ant1"], made["group"]["ant2"]], 1), pairs)
             wanted = [mean_of(np.array([[[10 * a + b, when, 1]] for when in (0, 1)]), mode == "amphase")[0][0] for a, b in pairs]
             np.testing.assert_allclose(made["vis"][:, 0, -1, 0], wanted, rtol=1e-5)
         leg = lambda a, b, when: 10 * a + b + 1j * when
         for options, whens in (((), (0.5,)), (("--incoherent",), (0, 1))):
-            for row in json.loads(self.frugal(160, "closure", wide, "--interval", 60, "--json", *options)):
+            for row in json.loads(self.frugal(164, "closure", wide, "--interval", 60, "--json", *options)):
                 a, b, c = row["ant1"], row["ant2"], row["ant3"]
                 # All values of a time stamp are the same, and the weights of the time stamps nearly so.
                 wanted = np.angle(sum(leg(a, b, t) * leg(b, c, t) * leg(a, c, t).conjugate() for t in whens))
