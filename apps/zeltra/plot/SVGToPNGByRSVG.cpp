@@ -13,7 +13,7 @@ namespace {
 constexpr double kScale = 2;
 
 /// The functions of librsvg and of the libraries that come with it. They are loaded when a picture needs them: some
-/// forty libraries are among them, which would double the time that any command takes to start.
+/// forty libraries are among them, which take longer to load than any command to start.
 class RSVG {
  public:
   RSVG() : library_(dlopen("librsvg-2.so.2", RTLD_NOW)) {
