@@ -61,7 +61,8 @@ def test_missing_packages_are_named(sim, monkeypatch):
 @pytest.mark.filterwarnings("ignore::DeprecationWarning")
 def test_measurement_sets_agree_with_the_import_of_casacore(real, command, tmp_path, name):
     table = pytest.importorskip("casacore.tables").table
-    importer = os.environ.get("ZELTRA_CASACORE_IMPORT") or pytest.skip("casacore-dev or libcfitsio-dev is not installed")
+    importer = os.environ.get("ZELTRA_CASACORE_IMPORT") or pytest.skip(
+        "casacore-dev or libcfitsio-dev is not installed")
     command("export", real[name], tmp_path / "a.uvfits")
     with fits.open(tmp_path / "a.uvfits") as units:  # casacore wants a list of sources with the number of IFs, or none
         kept = [unit for unit in units if unit.name != "AIPS SU" or "NO_IF" in unit.header]
