@@ -3,6 +3,7 @@
 usage: analysis_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
 """
 # SPDX-License-Identifier: MIT
+import functools
 import itertools
 import json
 import os
@@ -104,6 +105,7 @@ def record_weights(vis):
     return np.where(np.isfinite(weight) & (weight > 0), weight, 0).sum(axis=1)
 
 
+@functools.cache
 def averages(file, interval, amphase=False, source=None, mix=None, plain=False):
     """[(mean time as a Julian date, {(ant1, ant2): (mean, amplitudes, records)})] of the intervals, in time order."""
     group, vis = file.records["group"], file.records["vis"].reshape(file.count, -1, len(file.stokes), 3)
@@ -195,7 +197,7 @@ def incidence(polygons):
 class Analysis(Case):
     def ragged(self):
         """A simulated file with uneven intervals, and weights and values of every kind."""
-        path = self.simulated("--minutes", "8", "--integration", "4", "--antennas", "6", "--channels", "2")
+        path = self.simulated("--minutes", "8", "--integration", "5", "--antennas", "6", "--channels", "2")
         chance = np.random.default_rng(1)
 
         def change(records):
