@@ -45,7 +45,8 @@ pkg-config need to know.")
 
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME zeltra)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION science)
-set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${library} ${same}")
+# The command loads librsvg by itself, so its dependency is not seen in the file.
+set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${library} ${same}, librsvg2-2 (>= 2.52)")
 set(CPACK_DEBIAN_COMMAND_PACKAGE_RECOMMENDS fonts-dejavu-core)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SUGGESTS "python3-zeltra, libzeltra-dev")
 set(CPACK_DEBIAN_COMMAND_PACKAGE_BREAKS "")

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <new>
@@ -32,41 +33,62 @@ size_t Distance(const std::string& a, const std::string& b) {
   return line.back();
 }
 
-// Why the first word is not a command, with the one that may be meant; empty if it is one, or if there is no word.
-std::string NoCommand(const CLI::App& app, const std::vector<std::string>& arguments) {
+// The first argument that is no option, which should be a command; empty if there is none.
+std::string FirstWord(const std::vector<std::string>& arguments) {
   const auto word =
       std::find_if(arguments.begin(), arguments.end(), [](const auto& a) { return a.rfind('-', 0) != 0; });
-  if (word == arguments.end()) return {};
+  return word == arguments.end() ? std::string() : *word;
+}
+
+// Why `word` is not a command, with the one that may be meant; empty if it is one, or if there is no word.
+std::string NoCommand(const CLI::App& app, const std::string& word) {
+  if (word.empty()) return {};
   std::string nearest;
-  size_t least = std::max<size_t>(word->size() / 2, 1);
+  size_t least = std::max<size_t>(word.size() / 2, 1);
   for (const CLI::App* command : app.get_subcommands({})) {
     const std::string& name = command->get_name();
-    if (name == *word) return {};
-    const size_t distance = name.rfind(*word, 0) == 0 ? 1 : Distance(*word, name);
+    if (name == word) return {};
+    const size_t distance = name.rfind(word, 0) == 0 ? 1 : Distance(word, name);
     if (distance > least || (distance == least && !nearest.empty())) continue;
     least = distance;
     nearest = name;
   }
-  return "there is no command '" + *word + "'" + (nearest.empty() ? "" : "; did you mean '" + nearest + "'?");
+  return "there is no command '" + word + "'" + (nearest.empty() ? "" : "; did you mean '" + nearest + "'?");
 }
 
-// Add all commands: the jobs, of which some do more here, and what only the command does.
-void AddCommands(CLI::App& app, Session& session) {
-  using Adder = void (*)(CLI::App&, Session&);
+using Adder = std::function<void(CLI::App&, Session&)>;
+
+// All commands by name, in the order of the help: the jobs, of which some do more here, and what only the command does.
+std::vector<std::pair<std::string, Adder>> Commands() {
   const std::map<std::string, Adder> own = {{"clean", AddCleanCommand},
                                             {"gains", AddGainsCommand},
                                             {"image", AddImageCommand},
                                             {"info", AddInfoCommand},
                                             {"selfcal", AddSelfCalCommand}};
+  std::vector<std::pair<std::string, Adder>> commands;
   for (const AJob& job : Jobs()) {
     const std::string& name = job.description().name;
     // Plots are listed beside images.
-    if (name == "simulate") AddPlotCommand(app, session);
+    if (name == "simulate") commands.emplace_back("plot", AddPlotCommand);
+    const auto add = [&job](CLI::App& app, Session& session) { AddJob(app, session, job); };
     const auto special = own.find(name);
-    special == own.end() ? AddJob(app, session, job) : special->second(app, session);
+    commands.emplace_back(name, special == own.end() ? Adder(add) : special->second);
   }
-  AddRegisterCommand(app, session);
-  AddManualCommand(app, session);
+  commands.emplace_back("register", AddRegisterCommand);
+  commands.emplace_back("manual", AddManualCommand);
+  return commands;
+}
+
+// Add the commands that are words of a command line which begins with a command, since the options of all the others
+// take longer to build than all else at the start; and all commands for any other, and for the manual.
+void AddCommands(CLI::App& app, Session& session, const std::vector<std::string>& arguments) {
+  const std::vector<std::pair<std::string, Adder>> commands = Commands();
+  const std::string word = FirstWord(arguments);
+  const bool isOne = word != "manual" && std::any_of(commands.begin(), commands.end(),
+                                                     [&word](const auto& command) { return command.first == word; });
+  for (const auto& [name, add] : commands) {
+    if (!isOne || std::find(arguments.begin(), arguments.end(), name) != arguments.end()) add(app, session);
+  }
 }
 
 int Run(std::vector<std::string> arguments) {
@@ -84,9 +106,9 @@ int Run(std::vector<std::string> arguments) {
     return "zeltra: error: " + Printable(e.what()) + "\nRun '" + name + " --help' for help.\n";
   });
 
-  AddCommands(app, session);
+  AddCommands(app, session, arguments);
 
-  if (const std::string sentence = NoCommand(app, arguments); !sentence.empty()) {
+  if (const std::string sentence = NoCommand(app, FirstWord(arguments)); !sentence.empty()) {
     PrintError(sentence);
     std::fputs("Run 'zeltra --help' for help.\n", stderr);
     return kWrongUsage;

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 import os
 import sys
+import tempfile
 
 
 def main():
@@ -14,7 +15,8 @@ def main():
         return 77
     os.environ["PYTEST_DISABLE_PLUGIN_AUTOLOAD"] = "1"
     os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-    return pytest.main(["-q", "-p", "no:cacheprovider", *sys.argv[1:]])
+    with tempfile.TemporaryDirectory() as folder:  # for files of the tests, which pytest would keep
+        return pytest.main(["-q", "-p", "no:cacheprovider", "--basetemp", folder, *sys.argv[1:]])
 
 
 if __name__ == "__main__":  # workers of a cluster start by importing this

@@ -1,11 +1,13 @@
 """Work in parts: the bytes of a single process, whatever happens to workers and files."""
 # SPDX-License-Identifier: MIT
+import functools
 import os
 import random
 import shutil
 import signal
 import threading
 import time
+import types
 
 import numpy as np
 import pytest
@@ -49,35 +51,40 @@ def test_averages_have_the_bytes_of_one_job(big, whole, tmp_path, client, tasks)
     assert bytes_of(outcome.outputs[big]) == whole and os.listdir(tmp_path) == ["a.uvx"]
 
 
-@pytest.mark.parametrize("workers", [1, 2, 4])
-def test_clusters_make_the_bytes_of_one_job(big, whole, tmp_path, workers):
+@pytest.fixture(scope="module")
+def client():
+    """Of a cluster of four workers."""
     distributed = pytest.importorskip("distributed")
-    with distributed.LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None) as cluster, \
+    with distributed.LocalCluster(n_workers=4, threads_per_worker=1, dashboard_address=None) as cluster, \
             distributed.Client(cluster) as client:
-        zeltra.distributed.average(big, tmp_path / "a.uvx", 30, client, tasks=7)
+        yield client
+
+
+@pytest.mark.parametrize("workers", [1, 2, 4])
+def test_clusters_make_the_bytes_of_one_job(client, big, whole, tmp_path, workers):
+    chosen = list(client.scheduler_info()["workers"])[:workers]
+    some = types.SimpleNamespace(submit=functools.partial(client.submit, workers=chosen), gather=client.gather)
+    zeltra.distributed.average(big, tmp_path / "a.uvx", 30, some, tasks=7)
     assert bytes_of(tmp_path / "a.uvx") == whole
 
 
-def test_a_killed_worker_costs_no_result(big, whole, tmp_path):
-    distributed = pytest.importorskip("distributed")
+def test_a_killed_worker_costs_no_result(client, big, whole, tmp_path):
     links = [tmp_path / f"{number}.uvx" for number in range(6)]
     for link in links:
         os.symlink(big, link)
     out = tmp_path / "out"
-    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None) as cluster, \
-            distributed.Client(cluster) as client:
-        pids = client.run(os.getpid)
+    pids = client.run(os.getpid)
 
-        def kill():
-            while not list(tmp_path.glob("out/.*/*-of-*")):
-                time.sleep(0.001)
-            os.kill(list(pids.values())[0], signal.SIGKILL)
+    def kill():
+        while not list(tmp_path.glob("out/.*/*-of-*")):
+            time.sleep(0.001)
+        os.kill(list(pids.values())[0], signal.SIGKILL)
 
-        killer = threading.Thread(target=kill)
-        killer.start()
-        outcome = zeltra.distributed.average(links, out, 30, client, tasks=16)
-        killer.join()
-        assert set(client.run(os.getpid).values()) != set(pids.values())
+    killer = threading.Thread(target=kill)
+    killer.start()
+    outcome = zeltra.distributed.average(links, out, 30, client, tasks=16)
+    killer.join()
+    assert set(client.run(os.getpid).values()) != set(pids.values())
     assert len(outcome.outputs) == 6 and outcome.failures == {}
     assert all(bytes_of(path) == whole for path in outcome.outputs.values())
     assert len(os.listdir(out)) == 6
@@ -136,7 +143,7 @@ def test_images_of_a_large_file_have_the_bytes_of_one_job(big, tmp_path, job, op
           if job == "image" else options)
     outcome = getattr(zeltra.distributed, job)([big], tmp_path / "out", Counting(), **options)
     assert bytes_of(outcome.outputs[big]) == bytes_of(tmp_path / "a.fits")
-    assert len(tasks) >= 3 and set(tasks) == {3} and os.listdir(tmp_path / "out") == ["big.fits"]
+    assert len(tasks) >= 3 and set(tasks) == {2} and os.listdir(tmp_path / "out") == ["big.fits"]
 
 
 def test_an_image_ends_with_its_parts(big, tmp_path):

@@ -4,6 +4,7 @@ import doctest
 import importlib
 import os
 import pkgutil
+import runpy
 import shutil
 import subprocess
 import sys
@@ -49,29 +50,22 @@ def test_example_runs(sim, tmp_path):
     assert done.returncode == 0 and done.stdout.startswith("3C273: 27 intervals"), done.stderr
 
 
-@pytest.mark.parametrize("page", ["python.md", "distributed.md"])
-def test_documents_say_what_happens(page):
+@pytest.mark.filterwarnings("ignore")  # of what the documents import
+def test_documents_say_what_happens():
     pytest.importorskip("matplotlib")
+    pages = [os.path.join(ROOT, "docs", page) for page in ("python.md", "distributed.md")]
+    run = runpy.run_path(os.path.join(ROOT, "scripts", "make-python-page"))["run"]
+    assert [page for page in pages if not run(page, check=True)] == []
     subprocess.run([
         sys.executable,
-        os.path.join(ROOT, "scripts", "make-python-page"), "--check",
-        os.path.join(ROOT, "docs", page)
+        os.path.join(ROOT, "scripts", "sessions"), "--program", os.environ["ZELTRA_COMMAND"], pages[1]
     ], check=True)
-    if page == "distributed.md":
-        subprocess.run([
-            sys.executable,
-            os.path.join(ROOT, "scripts", "sessions"), "--program", os.environ["ZELTRA_COMMAND"],
-            os.path.join(ROOT, "docs", page)
-        ], check=True)
 
 
 def test_wheel_serves_any_system(tmp_path):
-    pytest.importorskip("pip")
     pytest.importorskip("wheel")
     shutil.copytree(os.path.join(ROOT, "python"), tmp_path / "python", ignore=shutil.ignore_patterns("__pycache__"))
-    subprocess.run([
-        sys.executable, "-m", "pip", "wheel", "--no-deps", "--no-build-isolation", "-q", "-w", tmp_path,
-        tmp_path / "python"
-    ], check=True, capture_output=True)
+    build = "from setuptools import build_meta; build_meta.build_wheel('..')"  # as pip does
+    subprocess.run([sys.executable, "-c", build], cwd=tmp_path / "python", check=True, capture_output=True)
     with zipfile.ZipFile(tmp_path / f"zeltra-{zeltra.__version__}-py3-none-any.whl") as wheel:
         assert {"zeltra/__init__.py", "zeltra/jobs.py", "zeltra/py.typed"} <= set(wheel.namelist())

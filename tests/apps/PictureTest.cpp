@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 #include "apps/zeltra/plot/Chart.h"
 #include "apps/zeltra/plot/Contours.h"
 #include "apps/zeltra/plot/SVG.h"
@@ -240,6 +242,14 @@ TEST_F(Pictures, BecomePNGWhereTheCommandWasBuiltWithIt) {
 #ifdef ZELTRA_HAS_RSVG
   EXPECT_EQ(run.code, 0) << run.err;
   EXPECT_THAT(drawn.Bytes(), StartsWith("\x89PNG\r\n"));
+  // A file that is no library stands for one that is not installed: it comes first.
+  const TempFile folder("libraries");
+  std::filesystem::create_directory(folder.path());
+  std::ofstream(folder.path() + "/librsvg-2.so.2");
+  setenv("LD_LIBRARY_PATH", folder.path().c_str(), 1);
+  EXPECT_THAT(RunZeltra({"plot", uvx_.path(), "uv", "none.png"}).err, HasSubstr("cannot load librsvg, which"));
+  unsetenv("LD_LIBRARY_PATH");
+  std::filesystem::remove_all(folder.path());
 #else
   EXPECT_THAT(run.err, HasSubstr("name it .svg"));
   EXPECT_FALSE(drawn.exists());

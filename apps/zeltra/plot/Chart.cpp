@@ -32,75 +32,76 @@ constexpr const char* kPalette[Chart::kColours + 1] = {"#3f90da", "#ffa90e", "#b
                                                        "#e76300", "#b9ac70", "#717581", "#92dadd", "#cccccc"};
 
 // The layer for dots at a place: the upper bits of a product with a large odd number.
-size_t LayerOf(int column, int line) {
-  const std::uint32_t place = static_cast<std::uint32_t>(line) * 4099U + static_cast<std::uint32_t>(column);
-  return place * 2654435769U >> 30;
+size_t LayerOf(size_t column, size_t line) {
+  return static_cast<std::uint32_t>(line * 4099U + column) * 2654435769U >> 30;
+}
+
+// The number of the place, of `count`, that a share from 0 to 1 of an axis falls on.
+size_t Place(double share, size_t count) {
+  return std::min(static_cast<size_t>(share * static_cast<double>(count)), count - 1);
 }
 
 }  // namespace
 
 Chart::Chart(const ChartAxis& x, const ChartAxis& y, const std::vector<std::string>& names, bool isSquare)
     : x_(x), y_(y), width_(isSquare ? kPlotSide : kPlotWidth), height_(isSquare ? kPlotSide : kPlotHeight) {
-  const size_t places = static_cast<size_t>(width_) * static_cast<size_t>(height_) * kPlacesPerPixel * kPlacesPerPixel;
-  for (const std::string& name : names) series_.push_back({name, std::vector<bool>(places), {}});
+  for (const std::string& name : names) series_.push_back({name, PlaceSet(Columns() * Lines()), PlaceSet()});
 }
 
 void Chart::Add(size_t series, double x, double y) {
   const double right = (x - x_.low) / (x_.high - x_.low), up = (y - y_.low) / (y_.high - y_.low);
   if (!(right >= 0 && right <= 1 && up >= 0 && up <= 1)) return;
-  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
-  const int column = std::min(static_cast<int>(right * columns), columns - 1);
-  const int line = std::min(static_cast<int>((1 - up) * lines), lines - 1);
-  series_[series].places[PlaceOf(column, line)] = true;
+  const size_t column = Place(right, Columns()), line = Place(1 - up, Lines());
+  series_[series].places.Add(line * Columns() + column);
 }
 
 void Chart::AddBar(size_t series, double x, double low, double high) {
   const double right = (x - x_.low) / (x_.high - x_.low), scale = y_.high - y_.low;
   if (!(right >= 0 && right <= 1 && high >= y_.low && low <= y_.high)) return;
-  std::vector<bool>& bars = series_[series].bars;
-  bars.resize(series_[series].places.size());
-  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
-  const int column = std::min(static_cast<int>(right * columns), columns - 1);
-  const int top = static_cast<int>(std::clamp((y_.high - high) / scale, 0.0, 1.0) * lines);
-  const int bottom = static_cast<int>(std::clamp((y_.high - low) / scale, 0.0, 1.0) * lines);
-  for (int line = top; line < std::min(bottom + 1, lines); ++line) bars[PlaceOf(column, line)] = true;
+  PlaceSet& bars = series_[series].bars;
+  if (bars.size() == 0) bars = PlaceSet(Columns() * Lines());
+  const size_t column = Place(right, Columns()) * Lines();
+  const size_t top = Place(std::clamp((y_.high - high) / scale, 0.0, 1.0), Lines());
+  const size_t bottom = Place(std::clamp((y_.high - low) / scale, 0.0, 1.0), Lines());
+  for (size_t line = top; line <= bottom; ++line) bars.Add(column + line);
 }
 
-size_t Chart::PlaceOf(int column, int line) const {
-  return static_cast<size_t>(line) * static_cast<size_t>(width_ * kPlacesPerPixel) + static_cast<size_t>(column);
+size_t Chart::Columns() const {
+  return static_cast<size_t>(width_) * kPlacesPerPixel;
+}
+
+size_t Chart::Lines() const {
+  return static_cast<size_t>(height_) * kPlacesPerPixel;
 }
 
 size_t Chart::Marked() const {
   size_t marked = 0;
-  for (const Series& series : series_) {
-    marked += static_cast<size_t>(std::count(series.places.begin(), series.places.end(), true));
-  }
+  for (const Series& series : series_) marked += series.places.Count();
   return marked;
 }
 
 // How many places make up one dot, along each axis.
-int Chart::Step(size_t marked) const {
-  int step = 1;
-  for (size_t crowd = kCrowd; marked > crowd && step < kSmallestDot * kPlacesPerPixel; crowd *= 4) step *= 2;
+size_t Chart::Step(size_t marked) const {
+  size_t step = 1;
+  for (size_t crowd = kCrowd; marked > crowd && static_cast<double>(step) < kSmallestDot * kPlacesPerPixel; crowd *= 4)
+    step *= 2;
   return step;
 }
 
 // The paths of a series, one per layer.
-Chart::Layers Chart::Paths(const Series& series, int step) const {
-  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
+Chart::Layers Chart::Paths(const Series& series, size_t step) const {
+  const PlaceSet& places = series.places;
+  const size_t columns = Columns();
+  PlaceSet dots(places.size());
+  for (size_t place = places.Next(0); place < places.size(); place = places.Next(place + 1)) {
+    const size_t column = place % columns, line = place / columns;
+    dots.Add((line - line % step) * columns + column - column % step);
+  }
   Layers paths;
-  for (int line = 0; line < lines; line += step) {
-    for (int column = 0; column < columns; column += step) {
-      bool isMarked = false;
-      for (int i = line; i < std::min(line + step, lines); ++i) {
-        for (int j = column; j < std::min(column + step, columns); ++j) {
-          isMarked |= series.places[PlaceOf(j, i)];
-        }
-      }
-      if (!isMarked) continue;
-      std::string& path = paths[LayerOf(column, line)];
-      path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line)).append("h0");
-    }
+  for (size_t dot = dots.Next(0); dot < dots.size(); dot = dots.Next(dot + 1)) {
+    const size_t column = dot % columns, line = dot / columns;
+    std::string& path = paths[LayerOf(column, line)];
+    path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line)).append("h0");
   }
   return paths;
 }
@@ -119,9 +120,9 @@ double Chart::Aside(size_t series) const {
 // depends on its place, and the series take turns at being on top of a layer.
 void Chart::DrawDots(SVG& svg) const {
   const size_t marked = Marked(), coloured = Coloured();
-  const int step = Step(marked);
+  const size_t step = Step(marked);
   const double dot = std::clamp(7 - std::log10(static_cast<double>(marked + 1)), kSmallestDot, kLargestDot);
-  const double middle = kTop + step / 2.0 / kPlacesPerPixel;
+  const double middle = kTop + static_cast<double>(step) / 2 / kPlacesPerPixel;
   std::vector<Layers> paths;
   for (const Series& series : series_) paths.push_back(Paths(series, step));
   const auto draw = [&](size_t i, size_t layer) {
@@ -139,18 +140,15 @@ void Chart::DrawDots(SVG& svg) const {
 }
 
 // The lines of the bars, column by column.
-std::string Chart::BarPath(const Series& series) const {
-  const int columns = width_ * kPlacesPerPixel, lines = height_ * kPlacesPerPixel;
+std::string Chart::BarPath(const PlaceSet& bars) const {
   std::string path;
-  for (int column = 0; column < columns && !series.bars.empty(); ++column) {
-    for (int line = 0; line < lines; ++line) {
-      if (!series.bars[PlaceOf(column, line)]) continue;
-      int end = line;
-      while (end < lines && series.bars[PlaceOf(column, end)]) ++end;
-      path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(line));
-      path.append("v").append(std::to_string(end - line));
-      line = end;
-    }
+  size_t end = 0;
+  for (size_t place = bars.Next(0); place < bars.size(); place = bars.Next(end)) {
+    const size_t column = place / Lines(), bottom = (column + 1) * Lines();
+    end = place;
+    while (end < bottom && bars.Has(end)) ++end;
+    path.append("M").append(std::to_string(column)).append(" ").append(std::to_string(place % Lines()));
+    path.append("v").append(std::to_string(end - place));
   }
   return path;
 }
@@ -174,7 +172,7 @@ std::string Chart::Draw(const std::string& title, const std::string& note) const
     svg.Text(kLeft - 8, y + 5, tick.label, SVG::End);
   }
   for (size_t i = series_.size(); i-- > 0;) {
-    const std::string bars = BarPath(series_[i]);
+    const std::string bars = BarPath(series_[i].bars);
     if (bars.empty()) continue;
     svg.Dots(kLeft + kHalfPlace + Aside(i), kTop, 1.0 / kPlacesPerPixel, bars, ColourOf(i), kBar);
   }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/zeltra/plot/PlaceSet.h"
 #include "apps/zeltra/plot/Ticks.h"
 #include "zeltra/platform/Types.h"
 
@@ -61,22 +62,23 @@ class Chart {
  private:
   struct Series {
     std::string name;
-    std::vector<bool> places;
-    std::vector<bool> bars;  // the same number, or none
+    PlaceSet places;  // line by line
+    PlaceSet bars;    // column by column; as large, or without room
   };
 
   static constexpr size_t kLayers = 4;
   using Layers = std::array<std::string, kLayers>;
 
   bool IsLegendDrawn() const { return series_.size() > 1; }
-  size_t PlaceOf(int column, int line) const;
+  size_t Columns() const;
+  size_t Lines() const;
   size_t Marked() const;
-  int Step(size_t marked) const;
+  size_t Step(size_t marked) const;
   size_t Coloured() const { return std::min<size_t>(series_.size(), kColours); }
   const char* ColourOf(size_t series) const;
   double Aside(size_t series) const;
-  Layers Paths(const Series& series, int step) const;
-  std::string BarPath(const Series& series) const;
+  Layers Paths(const Series& series, size_t step) const;
+  std::string BarPath(const PlaceSet& bars) const;
   void DrawDots(SVG& svg) const;
 
   ChartAxis x_, y_;

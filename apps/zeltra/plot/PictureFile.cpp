@@ -13,8 +13,9 @@ bool IsPNG(const std::string& path) {
 }  // namespace
 
 AResult CheckPicture(const std::string& path) {
-  if (!IsPNG(path) || CanMakePNG()) return AResult::Ok();
-  return AResult::Fail(path + ": this program was built without librsvg, which draws pictures as PNG; name it .svg");
+  const std::string obstacle = IsPNG(path) ? ObstacleToPNG() : "";
+  if (obstacle.empty()) return AResult::Ok();
+  return AResult::Fail(path + ": " + obstacle + ", which draws pictures as PNG; name it .svg");
 }
 
 AResult FinishPicture(const std::string& path, std::string& picture) {

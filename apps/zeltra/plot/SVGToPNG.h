@@ -7,10 +7,10 @@
 
 namespace zeltra::app {
 
-/// Whether the program was built with librsvg.
-bool CanMakePNG();
+/// What keeps the program from librsvg, which converts; empty where nothing does.
+std::string ObstacleToPNG();
 
-/// Convert an SVG file to PNG, at two pixels per pixel of the drawing.
+/// Convert an SVG file to PNG, at two pixels per pixel of the drawing. Only where there is no obstacle.
 /// @return the bytes of the file; empty on failure
 std::string SVGToPNG(const std::string& svg);
 

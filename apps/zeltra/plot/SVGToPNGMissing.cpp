@@ -3,8 +3,8 @@
 
 namespace zeltra::app {
 
-bool CanMakePNG() {
-  return false;
+std::string ObstacleToPNG() {
+  return "this program was built without librsvg";
 }
 
 std::string SVGToPNG(const std::string&) {
