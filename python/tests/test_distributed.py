@@ -68,28 +68,6 @@ def test_clusters_make_the_bytes_of_one_job(client, big, whole, tmp_path, worker
     assert bytes_of(tmp_path / "a.uvx") == whole
 
 
-def test_a_killed_worker_costs_no_result(client, big, whole, tmp_path):
-    links = [tmp_path / f"{number}.uvx" for number in range(6)]
-    for link in links:
-        os.symlink(big, link)
-    out = tmp_path / "out"
-    pids = client.run(os.getpid)
-
-    def kill():
-        while not list(tmp_path.glob("out/.*/*-of-*")):
-            time.sleep(0.001)
-        os.kill(list(pids.values())[0], signal.SIGKILL)
-
-    killer = threading.Thread(target=kill)
-    killer.start()
-    outcome = zeltra.distributed.average(links, out, 30, client, tasks=16)
-    killer.join()
-    assert set(client.run(os.getpid).values()) != set(pids.values())
-    assert len(outcome.outputs) == 6 and outcome.failures == {}
-    assert all(bytes_of(path) == whole for path in outcome.outputs.values())
-    assert len(os.listdir(out)) == 6
-
-
 def test_a_broken_file_among_20_costs_one_sentence(sim, tmp_path):
     paths = [str(tmp_path / f"{number}.uvx") for number in range(20)]
     for path in paths:
@@ -128,8 +106,7 @@ def test_closures_and_images_of_files(big, sim, tmp_path):
     assert bytes_of(outcome.outputs[sim]) == bytes_of(tmp_path / "b.fits")
 
 
-@pytest.mark.parametrize("job, options", [("image", {"weight": "robust=0"}), ("clean", {"niter": 3, "stop": "0"})])
-def test_images_of_a_large_file_have_the_bytes_of_one_job(big, tmp_path, job, options):
+def test_images_of_a_large_file_have_the_bytes_of_one_job(client, big, tmp_path):
     tasks = []
 
     class Counting(Shuffled):
@@ -138,12 +115,37 @@ def test_images_of_a_large_file_have_the_bytes_of_one_job(big, tmp_path, job, op
             tasks.append(len(given))
             return super().gather(given)
 
-    options = {"source": "3C273", "size": 128, **options}
-    z.run(job, [big], [tmp_path / "a.fits"] if job == "clean" else [], {"fits": tmp_path / "a.fits", **options}
-          if job == "image" else options)
-    outcome = getattr(zeltra.distributed, job)([big], tmp_path / "out", Counting(), **options)
-    assert bytes_of(outcome.outputs[big]) == bytes_of(tmp_path / "a.fits")
-    assert len(tasks) >= 3 and set(tasks) == {2} and os.listdir(tmp_path / "out") == ["big.fits"]
+    options = {"source": "3C273", "size": 128, "weight": "robust=0"}
+    z.jobs.image(big, fits=tmp_path / "a.fits", **options)
+    zeltra.distributed.image(big, tmp_path / "b.fits", Counting(), **options)
+    assert bytes_of(tmp_path / "a.fits") == bytes_of(tmp_path / "b.fits") and tasks == [2, 2, 2]
+    options |= {"niter": 3, "stop": "0"}
+    z.jobs.clean(big, tmp_path / "a.fits", force=True, **options)
+    zeltra.distributed.clean(big, tmp_path / "b.fits", client, force=True, **options)
+    assert bytes_of(tmp_path / "a.fits") == bytes_of(tmp_path / "b.fits")
+    assert sorted(os.listdir(tmp_path)) == ["a.fits", "b.fits"]
+
+
+def test_a_killed_worker_costs_no_result(client, big, whole, tmp_path):
+    links = [tmp_path / f"{number}.uvx" for number in range(6)]
+    for link in links:
+        os.symlink(big, link)
+    out = tmp_path / "out"
+    pids = client.run(os.getpid)
+
+    def kill():
+        while not list(tmp_path.glob("out/.*/*-of-*")):
+            time.sleep(0.001)
+        os.kill(list(pids.values())[0], signal.SIGKILL)
+
+    killer = threading.Thread(target=kill)
+    killer.start()
+    outcome = zeltra.distributed.average(links, out, 30, client, tasks=16)
+    killer.join()
+    assert set(client.run(os.getpid).values()) != set(pids.values())
+    assert len(outcome.outputs) == 6 and outcome.failures == {}
+    assert all(bytes_of(path) == whole for path in outcome.outputs.values())
+    assert len(os.listdir(out)) == 6
 
 
 def test_an_image_ends_with_its_parts(big, tmp_path):
