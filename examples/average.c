@@ -49,7 +49,12 @@ int main(int argc, char** argv) {
     fprintf(stderr, "usage: average IN.uvfits OUT.uvx\n");
     return ZELTRA_MISUSED;
   }
-  zeltra_callbacks callbacks = {sizeof callbacks, "zeltra", OnProgress, OnBlock, NULL, OnSentence, OnSentence};
+  zeltra_callbacks callbacks = {.size = sizeof callbacks,
+                                .user = "zeltra",
+                                .progress = OnProgress,
+                                .block = OnBlock,
+                                .note = OnSentence,
+                                .report = OnSentence};
   char sentence[500];
 
   const char* fits[] = {argv[1], NULL};

@@ -118,7 +118,7 @@ def test_images_of_a_large_file_have_the_bytes_of_one_job(client, big, tmp_path)
     options = {"source": "3C273", "size": 128, "weight": "robust=0"}
     z.jobs.image(big, fits=tmp_path / "a.fits", **options)
     zeltra.distributed.image(big, tmp_path / "b.fits", Counting(), **options)
-    assert bytes_of(tmp_path / "a.fits") == bytes_of(tmp_path / "b.fits") and tasks == [2, 2, 2]
+    assert bytes_of(tmp_path / "a.fits") == bytes_of(tmp_path / "b.fits") and tasks == [1, 4, 4, 4]
     options |= {"niter": 3, "stop": "0"}
     z.jobs.clean(big, tmp_path / "a.fits", force=True, **options)
     zeltra.distributed.clean(big, tmp_path / "b.fits", client, force=True, **options)
@@ -153,7 +153,7 @@ def test_an_image_ends_with_its_parts(big, tmp_path):
     class Failing(Shuffled):
 
         def gather(self, given):
-            return [(None, "big.uvx: lost")]
+            return super().gather(given) if len(given) == 1 else [(None, "big.uvx: lost")]
 
     outcome = zeltra.distributed.image([big], tmp_path, Failing(), source="3C273", size=64)
     assert outcome.failures == {big: "big.uvx: lost"}
@@ -161,6 +161,8 @@ def test_an_image_ends_with_its_parts(big, tmp_path):
     class Waiting(Shuffled):
 
         def gather(self, given):
+            if len(given) == 1:
+                return super().gather(given)
             os.kill(os.getpid(), signal.SIGINT)
             time.sleep(5)
 

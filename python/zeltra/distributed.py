@@ -27,7 +27,6 @@ __all__ = ["Outcome", "average", "clean", "closures", "image"]
 
 TASK_BYTES = 128 << 20  # of input: less costs more in scheduling, more is lost with a worker
 MOST_TASKS = 1000  # of a file
-LARGE = 64 << 20  # bytes of a file whose image may have several parts
 Part = Callable[["_File", int, dict[str, Any]], list[str]]  # gives the notes
 Join = Union[Callable[["_File"], None], None]
 Paths = Union[Path, Iterable[Path]]
@@ -107,17 +106,12 @@ def _unforeseen(file: _File, failure: Exception) -> str:
     return f"{file.path}: {type(failure).__name__}: {failure}"
 
 
-def _is_uvx(path: str) -> bool:
-    """Whether a file can be divided: of another kind each task would have to import it."""
-    with open(path, "rb") as given:
-        return given.read(4) == b"\xeb\x03\0\0"
-
-
 def _divide(file: _File, options: dict[str, Any], tasks: int | None) -> tuple[Stamp, int]:
     """The stamp of a file, and the number of tasks that it is cut into, which depends on the file alone."""
     stamp = _stamp(file.path)
-    if not _is_uvx(file.path):
-        return stamp, 1
+    with open(file.path, "rb") as given:
+        if given.read(4) != b"\xeb\x03\0\0":
+            return stamp, 1  # each task would have to import it
     known = {option["name"] for option in _library.description("plan")["options"]}
     plan = run("plan", [file.path], options={name: value for name, value in options.items() if name in known}).columns
     return stamp, min(tasks or -(-int(np.sum(plan["bytes"])) // TASK_BYTES) or 1, max(1, len(plan["part"])), MOST_TASKS)
@@ -174,6 +168,22 @@ def _clean(file: _File, _number: int, options: dict[str, Any], workers: _library
     return run("clean", [file.path], [file.made], {**options, "force": True}, _workers=workers).notes
 
 
+class _Divided(Exception):
+    """The image of a file has several parts."""
+
+
+def _undivided(file: _File, part: Callable[..., list[str]], options: dict[str, Any]) -> list[str] | None:
+    """Make an image that has one part. @return None if it has more, of which none is done"""
+
+    def refuse(_task: str, _count: int) -> None:
+        raise _Divided
+
+    try:
+        return part(file, 1, options, _library.Workers(file.folder, refuse))
+    except _Divided:
+        return None
+
+
 def _image_part(_file: _File, task: str, number: int) -> None:
     _library.run_part(task, number)
 
@@ -215,11 +225,10 @@ def _workers_of(host: Any, file: _File) -> _library.Workers:
     return _library.Workers(file.folder, run_parts)
 
 
-def _is_large(file: _File) -> bool:
-    try:
-        return os.path.getsize(file.path) >= LARGE and _is_uvx(file.path)
-    except OSError:
-        return False  # its task tells why
+def _workers(host: Any) -> float:
+    """How many tasks a host runs at the same time, as far as it tells."""
+    threads = getattr(host, "nthreads", None)
+    return float(sum(threads().values())) if threads else float("inf")
 
 
 def _gathered(host: Any, file: _File, task: Any) -> tuple[Any, Sentence]:
@@ -303,17 +312,18 @@ def _run(job: str, paths: Paths, out: Path, ending: str, options: dict[str, Any]
                 fail(file, sentence)
                 continue
             whole = _File(file.path, file.output, file.folder, file.versions, *found)
-            if join is None and client is not None and _is_large(file):  # only its sums are made elsewhere
-                here, workers = _Here(), _workers_of(host, whole)
-                finals.append((whole, here, here.submit(_guarded, part, whole, 1, options, workers, pure=False)))
+            if join is None and client is not None and len(files) < _workers(client):
+                finals.append((whole, host.submit(_guarded, _undivided, whole, part, shared, pure=False)))
                 continue
             parts = [
                 host.submit(_guarded, part, whole, number, shared, pure=False) for number in range(1, whole.tasks + 1)
             ]
-            finals.append((whole, host, host.submit(_guarded, _joined, whole, parts, join, pure=False)))
+            finals.append((whole, host.submit(_guarded, _joined, whole, parts, join, pure=False)))
         while finals:  # a result that has its name is let go of, so that no lost worker makes it be computed again
-            file, where, final = finals.pop(0)
-            notes, sentence = _gathered(where, file, final)
+            file, final = finals.pop(0)
+            notes, sentence = _gathered(host, file, final)
+            if notes is None and sentence is None:  # there are parts for all workers
+                notes, sentence = _guarded(part, file, 1, options, _workers_of(host, file))
             if sentence is None:
                 sentence = _published(file, force)
             if sentence is None:
@@ -379,9 +389,9 @@ def closures(paths: Paths, out: Path, interval: Any, client: Client | None = Non
 
 
 def image(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
-    """Make a FITS image of each file. A client makes that of a file in one task, but for UVX files above 64 MiB: the sums
-    over their visibilities, in up to 32 parts. Options are those of `zeltra.jobs.image`, other parameters those of
-    `average`.
+    """Make a FITS image of each file. A client makes each in one task, but where there are fewer files than workers, it
+    divides large UVX files: the sums over their visibilities are made in up to 32 parts. Options are those of
+    `zeltra.jobs.image`, other parameters those of `average`.
 
     Examples
     --------
@@ -393,8 +403,8 @@ def image(paths: Paths, out: Path, client: Client | None = None, *, force: bool 
 
 
 def clean(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
-    """Make a FITS image of each file without the sidelobes of its beam. Work is divided as by `image`: of large files a
-    client makes the sums of each major cycle, and components are found here. Options are those of `zeltra.jobs.clean`,
+    """Make a FITS image of each file without the sidelobes of its beam. Work is divided as by `image`: of a large file
+    workers make the sums of each major cycle, and components are found here. Options are those of `zeltra.jobs.clean`,
     other parameters those of `average`.
     """
     return _run("clean", paths, out, ".fits", keywords(options), client, force, None, _clean, None)

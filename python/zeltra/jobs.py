@@ -1226,8 +1226,9 @@ def image(input: Input, out: Path | None = None, *, fits: Path | None = None, be
     (1995). The ROBUST of AIPS is on another scale, 2 R - 0.7 for the same mean density.
 
     Memory: 64 bytes for each of n x n cells, n being the smallest power of two not below the size, and 8 for each
-    pixel: 76 MB for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels. Records beyond 64 MiB, or four times the memory of
-    the cells if that is more, are added up in parts, for which the cells are needed several times.
+    pixel: 76 MB for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels. Records of more than 32 MiB, and of eight times as
+    much as the cells, are added up in parts, by several threads: with P parts the cells are held 2 + log2 P times, and
+    for each thread beyond the first once more, as far as they fit.
 
     Parameters
     ----------
@@ -1324,8 +1325,8 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
     The FITS image holds the components as a table AIPS CC, one for each pixel where some were found. Two noise figures
     are reported: the thermal noise, as expected from the weights, and the rms of what is left.
 
-    Memory: what image takes, 64 bytes more for each cell, and four times an image for windows that are wider or higher
-    than half of it, for --auto too.
+    Memory: what image takes, 64 bytes more for each cell and 16 for each pixel; four times as many cells for windows
+    that are wider or higher than half of the image, for --auto too.
 
     Parameters
     ----------

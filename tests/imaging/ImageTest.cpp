@@ -285,26 +285,41 @@ class Workers : public AImageWorkers {
   std::function<void(const std::string& task, int parts)> before_;
 };
 
-// Three parts of 32 MiB; nearly all that they hold is flagged.
+// Three parts of 16 MiB for each of two sources; nearly all that they hold is flagged.
 class ThreeParts : public TempFile {
  public:
-  ThreeParts() : TempFile("uvx") {
+  ThreeParts() : TempFile("uvx") { Put(Builder().Bytes()); }
+
+  SyntheticUVX Builder() const {
     const auto edit = [](SyntheticRecord& record) {
       const double phase = 0.37 * record.index;
       record.flag = record.index % 10 != 0;
       record.u = static_cast<float>(1e-6 * std::sin(phase));
       record.v = static_cast<float>(1e-6 * std::cos(1.7 * phase));
       for (size_t k = 0; k < record.values.size(); ++k) {
-        record.values[k] = {static_cast<float>(1 + 0.3 * std::sin(phase)), 0.1F, k < 40 ? 1.0F : 0.0F};
+        record.values[k] = {static_cast<float>(1 + 0.3 * std::sin(phase)), 0.1F, k < 8 ? 1.0F : 0.0F};
       }
     };
-    Put(SyntheticUVX().Antennas(5).Times(105).Channels(4096).Edit(edit).Tables().Bytes());
+    return SyntheticUVX().Antennas(5).Times(54).Sources(2).Channels(4096).Edit(edit).Tables();
+  }
+
+  std::vector<Scattered::Point> PointsOf(int source) const {
+    std::vector<Scattered::Point> points;
+    for (const SyntheticRecord& record : Builder().Records()) {
+      for (int channel = 0; channel < 4 && !record.flag && record.source == source; ++channel) {
+        const auto& value = record.values[static_cast<size_t>(2 * channel)];
+        const double frequency = SyntheticUVX::kFreq0 + 1e6 * channel;
+        points.push_back({record.u * frequency, record.v * frequency, {value.re, value.im}, 2});
+      }
+    }
+    return points;
   }
 };
 
 TEST(ImageParts, MakeTheSameBitsWhoeverDoesThem) {
   const ThreeParts file;
   CleanOptions options;
+  options.selection.sources = {"2"};
   options.size = 32;
   options.weighting.scheme = WeightingOptions::Robust;
   options.iterations = 5;
@@ -323,9 +338,13 @@ TEST(ImageParts, MakeTheSameBitsWhoeverDoesThem) {
   EXPECT_GE(workers.tasks, 6) << "baselines, weights, sky, beam, components of a cycle, sky";
   EXPECT_TRUE(workers.isEmpty());
   EXPECT_EQ(byWorkers.iterations, 5);
-  EXPECT_EQ(byWorkers.visibilities, 105 * 20);
   EXPECT_EQ(byWorkers.chi2, byThreads.chi2);
   EXPECT_EQ(std::memcmp(byWorkers.map.Line(0), byThreads.map.Line(0), 32 * 32 * sizeof(float)), 0);
+  options.weighting = {};
+  DirtyImage image;
+  ASSERT_TRUE(Image(file.path(), options, image));
+  EXPECT_EQ(image.visibilities, 54 * 4);
+  ExpectIsSumOf(file.PointsOf(2), image, 2 * kGridError);
 }
 
 TEST(ImageParts, TellWhatIsWrongWithATask) {
@@ -333,6 +352,7 @@ TEST(ImageParts, TellWhatIsWrongWithATask) {
   const auto sentence = [&](const std::function<void(const std::string& task, int parts)>& before) {
     Workers workers(before);
     ImageOptions options;
+    options.selection.sources = {"1"};
     options.workers = &workers;
     DirtyImage image;
     AResult result = Image(file.path(), options, image);

@@ -75,7 +75,8 @@ typedef struct zeltra_callbacks {
   void* user;  /**< first argument of every callback */
 
   /**
-   * The job goes on. Comes at least every 50 ms, whatever the job does, and where its step or percentage changes.
+   * The job goes on. Comes at least every 50 ms, whatever the job does, and where its step or percentage changes; not
+   * while another callback runs.
    * @param step     what it does, as in "Sorting..."; empty before the first step
    * @param percent  of this step, 0 to 100
    * @return non-zero to cancel the job, which then ends soon, leaves no output and returns ZELTRA_CANCELLED

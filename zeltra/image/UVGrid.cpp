@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <bit>
 #include <cmath>
 
@@ -61,6 +62,13 @@ int UVGrid::Create(int size, double cell) {
     }
   }
   return 1;
+}
+
+void UVGrid::Clear() {
+  for (auto& line : parts_) {
+    for (auto& part : line) std::fill(part.Line(0), part.Line(part.Lines()), 0.0);
+  }
+  sumOfWeights_ = 0;
 }
 
 int UVGrid::Create(const UVGrid& other) {

@@ -54,6 +54,8 @@ class UVGrid {
   static int64 Bytes(int size);
   /// @return 0 if there is no memory for the grid
   int Create(int size, double cell);
+  /// Take all visibilities off.
+  void Clear();
   /// Copy another one. @return 0 if there is no memory
   int Create(const UVGrid& other);
 

@@ -77,6 +77,11 @@ class Cleaner {
   AResult ChooseBeam();
   AResult FillMask();
   AResult MakeWideBeam();
+  // Bytes of an image of floats.
+  int64 Pixels() const { return int64{options_.size} * options_.size * static_cast<int64>(sizeof(float)); }
+  // Bytes beside map, beam and grids: what is left, as it is searched too, the places of components, and some for
+  // these.
+  int64 Held() const { return 4 * Pixels(); }
   AResult Subtract(const ComponentModel& model);
   AResult MakeResidual();
   AResult Transform(UVGrid& grid);
@@ -125,7 +130,7 @@ AResult Cleaner::Run() {
   if (!options_.model.empty()) {
     if (AResult result = start_.Open(options_.model); !result) return result;
   }
-  if (AResult result = imager_.Run(&sky_); !result) return result;
+  if (AResult result = imager_.Run(&sky_, Held()); !result) return result;
   if (AResult result = ChooseBeam(); !result) return result;
   if (AResult result = FillMask(); !result) return result;
   if (AResult result = Clean(); !result) return result;
@@ -165,16 +170,17 @@ AResult Cleaner::FillMask() {
 }
 
 AResult Cleaner::MakeWideBeam() {
-  const double pixels = 4.0 * options_.size * options_.size;
-  const double grids = imager_.parts().MostSums();
-  const double needed = grids * static_cast<double>(UVGrid::Bytes(2 * options_.size)) + 2 * pixels * sizeof(float);
-  const double most = MostMemory(options_);
-  if (most > 0 && needed > most) {
-    return Fail("windows beyond the inner quarter of the image need a beam twice as wide, which takes " +
-                MemoryText(needed) + " of memory, and " + MemoryText(most) + " may be taken");
+  const ImageTask task = {ImageTask::WideBeam, image_.cell, {}};
+  // With map and beam; of the wide beam a map is made as well, with four times the pixels.
+  const int64 held = Held() + UVGrid::Bytes(options_.size) + 10 * Pixels();
+  if (AResult result = imager_.CheckMemory("the beam of windows beyond the inner quarter of the image, twice as wide,",
+                                           held + imager_.parts().Bytes(task));
+      !result) {
+    return result;
   }
+  imager_.parts().SetHeld(held);
   ImageSums sums;
-  AResult result = imager_.parts().Run({ImageTask::WideBeam, image_.cell, {}}, "Making a wider beam...", sums);
+  AResult result = imager_.parts().Run(task, "Making a wider beam...", sums);
   if (!result) return result;
   AMatrix<float> nothing;
   if (!sums.grid.Transform(nothing, wide_, options_.threads, options_.cancel)) return NoMemory();

@@ -15,12 +15,14 @@ class DirtyImager {
       : from_(from), options_(options), image_(image), parts_(from, options) {}
 
   /// @param kept  null, or receives the grid that the image is the transform of; parts() can then do more tasks
-  AResult Run(UVGrid* kept = nullptr);
+  /// @param more  bytes of memory that the job takes beside the image, that grid excepted
+  AResult Run(UVGrid* kept = nullptr, int64 more = 0);
   ImageParts& parts() { return parts_; }
+  /// @param needed  bytes for `what`
+  AResult CheckMemory(const std::string& what, int64 needed) const;
 
  private:
   AResult CheckOptions() const;
-  AResult CheckMemory(int grids) const;
   AResult ChooseCell();
   AResult MakeImage(UVGrid* kept);
   AResult NothingGridded();

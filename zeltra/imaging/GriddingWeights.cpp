@@ -41,6 +41,10 @@ AResult strToTaper(const std::string& text, WeightingOptions& options) {
   return CheckWeighting(options);
 }
 
+std::string taperToStr(const WeightingOptions& options) {
+  return options.taper > 0 ? valToStr(options.taper) + "," + valToStr(options.taperRadius) : "";
+}
+
 AResult CheckWeighting(const WeightingOptions& options) {
   // Written so that NaN fails.
   if (!(std::fabs(options.robustness) <= 5)) return AResult::Fail("the robustness is a number from -5 to 5");
@@ -77,6 +81,10 @@ void GriddingWeights::Add(double u, double v, double weight) {
   const double w = Tapered(u, v, weight);
   density_(Square(v), Square(u)) += w;
   density_(Square(-v), Square(-u)) += w;
+}
+
+void GriddingWeights::Clear() {
+  std::fill(density_.Line(0), density_.Line(density_.Lines()), 0.0);
 }
 
 void GriddingWeights::Add(const GriddingWeights& other) {

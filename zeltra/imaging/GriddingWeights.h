@@ -32,6 +32,8 @@ ZELTRA_API AResult strToScheme(const std::string& text, WeightingOptions& option
 ZELTRA_API std::string schemeToStr(const WeightingOptions& options);
 /// Read "V,RADIUS" into the taper and its radius, wavelengths, which may end in k, M or G.
 ZELTRA_API AResult strToTaper(const std::string& text, WeightingOptions& options);
+/// The taper as strToTaper takes it; empty for none.
+ZELTRA_API std::string taperToStr(const WeightingOptions& options);
 /// A failure where an option is out of its range.
 ZELTRA_API AResult CheckWeighting(const WeightingOptions& options);
 
@@ -61,6 +63,8 @@ class ZELTRA_API GriddingWeights {
   int Create(const WeightingOptions& options, int size, double cell);
   bool isDensityNeeded() const { return options_.scheme != WeightingOptions::Natural; }
   void Add(double u, double v, double weight);
+  /// Forget what has been added.
+  void Clear();
   /// Add all visibilities that were added to another object, created alike.
   void Add(const GriddingWeights& other);
   void Settle();

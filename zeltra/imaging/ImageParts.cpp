@@ -17,9 +17,9 @@
 namespace zeltra {
 namespace {
 
-// Parts are at least this large, bytes of records, and twice as large as the sums over them: less costs more to add up
-// than it saves.
-constexpr int64 kLeastPart = 32 << 20;
+// Parts are at least this large, bytes of records, and as large as this many of the sums over them: less costs more to
+// add up, to send and to hold than it saves.
+constexpr int64 kLeastPart = 16 << 20, kSumsPerPart = 4;
 // More would need more memory for sums that wait to be added up, and keep no more machines busy than there mostly are.
 constexpr int kMostParts = 32;
 // Visibilities that a model is computed for at a time.
@@ -108,8 +108,9 @@ AResult Summer::Finish() {
 // Adds up the sums over parts in pairs, then pairs of pairs and so on, as they come.
 class SumTree {
  public:
-  /// @param sums  of the next part
-  void Take(std::unique_ptr<ImageSums> sums);
+  /// @param sums   of the next part
+  /// @param spare  receives what is added up
+  void Take(std::unique_ptr<ImageSums> sums, std::vector<std::unique_ptr<ImageSums>>& spare);
   /// The whole.
   void Finish(ImageSums& sums);
 
@@ -119,26 +120,33 @@ class SumTree {
     std::unique_ptr<ImageSums> sums;
   };
 
-  void AddLast();
+  std::unique_ptr<ImageSums> AddLast();
 
   std::vector<Node> nodes_;
 };
 
-void SumTree::Take(std::unique_ptr<ImageSums> sums) {
+void SumTree::Take(std::unique_ptr<ImageSums> sums, std::vector<std::unique_ptr<ImageSums>>& spare) {
   nodes_.push_back({1, std::move(sums)});
-  while (nodes_.size() > 1 && nodes_[nodes_.size() - 2].parts == nodes_.back().parts) AddLast();
+  while (nodes_.size() > 1 && nodes_[nodes_.size() - 2].parts == nodes_.back().parts) spare.push_back(AddLast());
 }
 
-void SumTree::AddLast() {
-  const Node last = std::move(nodes_.back());
+// Adds the last node to the one before. @return its sums, of no more use
+std::unique_ptr<ImageSums> SumTree::AddLast() {
+  Node last = std::move(nodes_.back());
   nodes_.pop_back();
   nodes_.back().sums->Add(*last.sums);
   nodes_.back().parts += last.parts;
+  return std::move(last.sums);
 }
 
 void SumTree::Finish(ImageSums& sums) {
   while (nodes_.size() > 1) AddLast();
   sums = std::move(*nodes_.back().sums);
+}
+
+// How many sums the tree holds at most, with those that come next.
+int MostNodes(int parts) {
+  return parts > 1 ? std::bit_width(static_cast<unsigned>(parts)) + 1 : 1;
 }
 
 }  // namespace
@@ -187,6 +195,12 @@ int64 ImageSums::Bytes(const ImageTask& task, const ImageOptions& options) {
   }
 }
 
+void ImageSums::Clear() {
+  counts = {};
+  density.Clear();
+  grid.Clear();
+}
+
 void ImageSums::Add(const ImageSums& other) {
   counts.Add(other.counts);
   density.Add(other.density);
@@ -210,21 +224,22 @@ double MostMemory(const ImageOptions& options) {
   return options.memory > 0 ? options.memory : static_cast<double>(FreeMemory()) / 2;
 }
 
-// What the threads share.
+// What the threads share. The sums are those made in the beginning: memory that one thread has freed is of no use to
+// another one, nor to the system.
 struct ImageParts::Shared {
-  Shared(const ImageTask& whole, const JobOptions& options, size_t parts)
-      : task(whole), inner(options), most(ThreadsFor(static_cast<int>(parts), options)), done(parts) {
+  Shared(const ImageTask& whole, const std::vector<RecordStretch>& all, const JobOptions& options, int threads)
+      : task(whole), parts(all), inner(options), most(threads), done(all.size()) {
     inner.progress = nullptr;
-    inner.threads = 1;
   }
 
   const ImageTask& task;
+  const std::vector<RecordStretch>& parts;
   JobOptions inner;
-  int most;  // parts that may be at work, or wait to be added up
+  const int most;  // parts that may be at work, or wait to be added up
   std::mutex mutex;
   std::condition_variable isAdded;
-  int added = 0;                                 // parts
-  std::vector<std::unique_ptr<ImageSums>> done;  // [part]
+  int added = 0;                                        // parts
+  std::vector<std::unique_ptr<ImageSums>> spare, done;  // done: [part]
 };
 
 // Makes the sums of one part after another.
@@ -233,43 +248,53 @@ class ImageParts::Worker : public PartWorker {
   Worker(ImageParts& parts, Shared& shared) : parts_(parts), shared_(shared) {}
 
   AResult Run(int part, PartOutput& output) override {
-    if (!Wait(part, output)) return AResult::Ok();
-    auto sums = std::make_unique<ImageSums>();
-    AResult result = parts_.RunPart(shared_.task, part, shared_.inner, *sums);
+    std::unique_ptr<ImageSums> sums = Wait(part, output);
+    if (!sums) return AResult::Ok();
+    sums->Clear();
+    const auto place = static_cast<size_t>(part);
+    AResult result = parts_.RunStretch(shared_.task, shared_.parts[place], shared_.inner, *sums);
     if (!result) return result;
     {
       const std::lock_guard lock(shared_.mutex);
-      shared_.done[static_cast<size_t>(part)] = std::move(sums);
+      shared_.done[place] = std::move(sums);
     }
     if (output.Put({0})) output.Count(1);
     return AResult::Ok();
   }
 
  private:
-  // Wait until so many parts are added up that there is room for this one. @return false if the job has ended
-  bool Wait(int part, PartOutput& output) {
+  // Wait until so many parts are added up that there are sums for this one. @return null if the job has ended
+  std::unique_ptr<ImageSums> Wait(int part, PartOutput& output) {
     constexpr auto kPatience = std::chrono::milliseconds(20);
     std::unique_lock lock(shared_.mutex);
     while (part >= shared_.added + shared_.most) {
-      if (!output.Count(0)) return false;
+      if (!output.Count(0)) return nullptr;
       shared_.isAdded.wait_for(lock, kPatience);
     }
-    return true;
+    std::unique_ptr<ImageSums> sums = std::move(shared_.spare.back());
+    shared_.spare.pop_back();
+    return sums;
   }
 
   ImageParts& parts_;
   Shared& shared_;
 };
 
-AResult ImageParts::Open() {
-  if (AResult result = data_.Select(options_.selection, SelectedVisibilities::TotalIntensity); !result) return result;
-  parts_ = data_.Divide(std::max(kLeastPart, 2 * UVGrid::Bytes(options_.size)), kMostParts);
-  return AResult::Ok();
+std::vector<RecordStretch> ImageParts::Parts(const ImageTask& task) const {
+  return data_.Divide(std::max(kLeastPart, kSumsPerPart * ImageSums::Bytes(task, options_)), kMostParts);
 }
 
-int ImageParts::MostSums() const {
-  // The tree holds one for each bit of the number of parts.
-  return count() > 1 ? std::bit_width(static_cast<unsigned>(count())) + 1 : 1;
+int64 ImageParts::Bytes(const ImageTask& task) const {
+  return MostNodes(Count(task)) * ImageSums::Bytes(task, options_);
+}
+
+int ImageParts::MostThreads(const ImageTask& task, int parts) const {
+  const int threads = ThreadsFor(parts, options_);
+  const int64 bytes = ImageSums::Bytes(task, options_);
+  const double most = MostMemory(options_);
+  if (most == 0 || bytes == 0) return threads;
+  const double left = (most - static_cast<double>(held_ + Bytes(task))) / static_cast<double>(bytes);
+  return left < threads - 1 ? 1 + static_cast<int>(std::max(left, 0.0)) : threads;
 }
 
 AResult ImageParts::NoMemory() const {
@@ -291,36 +316,44 @@ AResult ImageParts::Run(const ImageTask& task, const char* step, ImageSums& sums
   if (quiet) options.progress = nullptr;
   SendProgressText(options.progress, step);
   sums = ImageSums();
-  if (count() == 1) return RunPart(task, 0, options, sums);
-  return options_.workers && !from_.isImported() ? RunElsewhere(task, sums) : RunHere(task, options, sums);
+  const std::vector<RecordStretch> parts = Parts(task);
+  const int count = static_cast<int>(parts.size());
+  if (count > 1 && options_.workers && !from_.isImported()) return RunElsewhere(task, count, sums);
+  if (count > 1) return RunHere(task, parts, options, sums);
+  return sums.Create(task, options_) ? RunStretch(task, parts[0], options, sums) : NoMemory();
 }
 
 AResult ImageParts::RunPart(const ImageTask& task, int part, const JobOptions& options, ImageSums& sums) {
   if (!sums.Create(task, options_)) return NoMemory();
+  return RunStretch(task, Parts(task)[static_cast<size_t>(part)], options, sums);
+}
+
+AResult ImageParts::RunStretch(const ImageTask& task, RecordStretch part, const JobOptions& options, ImageSums& sums) {
   Summer summer(task, options_, weights_, options, sums);
-  AResult result = data_.ForEachOf(parts_[static_cast<size_t>(part)], options,
-                                   [&](const SelectedVisibility& visibility) { summer.Take(visibility); });
+  AResult result =
+      data_.ForEachOf(part, options, [&](const SelectedVisibility& visibility) { summer.Take(visibility); });
   return result ? summer.Finish() : result;
 }
 
-AResult ImageParts::RunHere(const ImageTask& task, const JobOptions& options, ImageSums& sums) {
-  Shared shared(task, options, parts_.size());
-  // The sums at work take at most half of the memory.
-  if (const double bytes = static_cast<double>(ImageSums::Bytes(task, options_)), most = MostMemory(options_) / 2;
-      most > 0 && bytes * shared.most > most) {
-    shared.most = std::max(static_cast<int>(most / bytes), 1);
-  }
+AResult ImageParts::RunHere(const ImageTask& task, const std::vector<RecordStretch>& parts, const JobOptions& options,
+                            ImageSums& sums) {
+  const int count = static_cast<int>(parts.size());
   JobOptions outer = options;
-  outer.threads = shared.most;
+  outer.threads = MostThreads(task, count);
+  Shared shared(task, parts, options, outer.threads);
+  for (int i = std::min(MostNodes(count) - 1 + shared.most, count); i > 0; --i) {
+    shared.spare.push_back(std::make_unique<ImageSums>());
+    if (!shared.spare.back()->Create(task, options_)) return NoMemory();
+  }
   SumTree tree;
   PartJob job;
   job.name = from_.path();
-  job.parts = count();
-  job.work = count();
+  job.parts = count;
+  job.work = count;
   job.worker = [&] { return std::make_unique<Worker>(*this, shared); };
   job.take = [&](const std::vector<char>&) {
     const std::lock_guard lock(shared.mutex);
-    tree.Take(std::move(shared.done[static_cast<size_t>(shared.added++)]));
+    tree.Take(std::move(shared.done[static_cast<size_t>(shared.added++)]), shared.spare);
     shared.isAdded.notify_all();
     return AResult::Ok();
   };
@@ -329,28 +362,35 @@ AResult ImageParts::RunHere(const ImageTask& task, const JobOptions& options, Im
   return AResult::Ok();
 }
 
-AResult ImageParts::RunElsewhere(const ImageTask& task, ImageSums& sums) {
+AResult ImageParts::RunElsewhere(const ImageTask& task, int parts, ImageSums& sums) {
   const std::string name = options_.workers->folder() + "/task-" + std::to_string(++tasks_);
   ImageTaskFile file = {from_.path(), HashOf(from_), options_, task, weights_};
   AResult result = file.Store(name);
-  if (result) result = options_.workers->Run(name, count());
-  if (result) result = Gather(task, name, sums);
+  if (result) result = options_.workers->Run(name, parts);
+  if (result) result = Gather(task, name, parts, sums);
   RemoveFile(name);
-  for (int part = 1; part <= count(); ++part) RemoveFile(name + "." + std::to_string(part));
+  for (int part = 1; part <= parts; ++part) RemoveFile(name + "." + std::to_string(part));
   return result;
 }
 
-AResult ImageParts::Gather(const ImageTask& task, const std::string& name, ImageSums& sums) {
+AResult ImageParts::Gather(const ImageTask& task, const std::string& name, int parts, ImageSums& sums) {
   SumTree tree;
-  for (int part = 1; part <= count(); ++part) {
+  std::vector<std::unique_ptr<ImageSums>> spare;
+  for (int part = 1; part <= parts; ++part) {
     if (IsCancelled(options_)) return AResult::Cancel(from_.path() + ": cancelled before its image was made");
     const std::string path = name + "." + std::to_string(part);
     AInputFile file;
     if (AResult result = file.Open(path); !result) return result;
-    auto next = std::make_unique<ImageSums>();
-    if (!next->Create(task, options_)) return NoMemory();
+    if (spare.empty()) {
+      spare.push_back(std::make_unique<ImageSums>());
+      if (!spare.back()->Create(task, options_)) return NoMemory();
+    }
+    std::unique_ptr<ImageSums> next = std::move(spare.back());
+    spare.pop_back();
     if (!next->Load(file)) return file.Settle(AResult::Fail(path + ": is not what a worker makes of its part"));
-    tree.Take(std::move(next));
+    file.Close();
+    RemoveFile(path);
+    tree.Take(std::move(next), spare);
   }
   tree.Finish(sums);
   return AResult::Ok();
@@ -368,9 +408,8 @@ AResult RunImagePart(const std::string& task, int part, const JobOptions& option
   file.options.threads = 1;  // several workers share a machine
   ImageParts parts(from, file.options);
   if (AResult result = parts.Open(); !result) return from.Settle(result);
-  if (part < 1 || part > parts.count()) {
-    return AResult::Misuse(task + ": has parts 1 to " + std::to_string(parts.count()) + ", not " +
-                           std::to_string(part));
+  if (const int count = parts.Count(file.task); part < 1 || part > count) {
+    return AResult::Misuse(task + ": has parts 1 to " + std::to_string(count) + ", not " + std::to_string(part));
   }
   parts.weights() = std::move(file.weights);
   ImageSums sums;

@@ -54,6 +54,8 @@ struct ImageSums {
 
   /// @return 0 if there is no memory
   int Create(const ImageTask& task, const ImageOptions& options);
+  /// Make all sums 0.
+  void Clear();
   void Add(const ImageSums& other);
   /// Bytes that Create takes.
   static int64 Bytes(const ImageTask& task, const ImageOptions& options);
@@ -65,8 +67,9 @@ struct ImageSums {
 
 /// Runs tasks over the visibilities of a source.
 ///
-/// Records are divided into parts by their bytes. The sums over parts are added in pairs, these again in pairs and so
-/// on, whoever makes them: threads, one after another, or other processes. So results are the same bits.
+/// Records are divided into parts by their bytes and those of the sums. The sums over parts are added in pairs, these
+/// again in pairs and so on, whoever makes them: threads, one after another, or other processes. So results are the
+/// same bits.
 ///
 /// Order of calls:
 ///   Open     once
@@ -77,11 +80,14 @@ class ImageParts {
   /// @param options  the size, the selection and the weighting must be valid
   ImageParts(AUVXInput& from, const ImageOptions& options) : from_(from), options_(options), data_(from) {}
 
-  AResult Open();
+  AResult Open() { return data_.Select(options_.selection, SelectedVisibilities::TotalIntensity); }
   SelectedVisibilities& data() { return data_; }
-  int count() const { return static_cast<int>(parts_.size()); }
-  /// The most sums that exist at the same time, those at work excepted but for one.
-  int MostSums() const;
+  /// How many parts a task has.
+  int Count(const ImageTask& task) const { return static_cast<int>(Parts(task).size()); }
+  /// The least memory for the sums of a task, bytes.
+  int64 Bytes(const ImageTask& task) const;
+  /// Tell how much memory the job takes beside the sums: threads take no more than what is left.
+  void SetHeld(int64 bytes) { held_ = bytes; }
   AResult Weigh(double cell);
   GriddingWeights& weights() { return weights_; }
 
@@ -95,16 +101,20 @@ class ImageParts {
   class Worker;
   struct Shared;
 
-  AResult RunHere(const ImageTask& task, const JobOptions& options, ImageSums& sums);
-  AResult RunElsewhere(const ImageTask& task, ImageSums& sums);
-  AResult Gather(const ImageTask& task, const std::string& name, ImageSums& sums);
+  std::vector<RecordStretch> Parts(const ImageTask& task) const;
+  int MostThreads(const ImageTask& task, int parts) const;
+  AResult RunStretch(const ImageTask& task, RecordStretch part, const JobOptions& options, ImageSums& sums);
+  AResult RunHere(const ImageTask& task, const std::vector<RecordStretch>& parts, const JobOptions& options,
+                  ImageSums& sums);
+  AResult RunElsewhere(const ImageTask& task, int parts, ImageSums& sums);
+  AResult Gather(const ImageTask& task, const std::string& name, int parts, ImageSums& sums);
   AResult NoMemory() const;
 
   AUVXInput& from_;
   const ImageOptions options_;
   SelectedVisibilities data_;
   GriddingWeights weights_;
-  std::vector<RecordStretch> parts_;
+  int64 held_ = 0;
   int tasks_ = 0;  // run elsewhere
 };
 

@@ -182,7 +182,8 @@ AResult ImageTaskFile::Store(const std::string& path) {
   OutputFile file;
   if (AResult result = file.Create(path, output); !result) return result;
   const std::string& bytes = start.bytes();
-  const bool isWritten = WriteWhole(file.file(), bytes.data(), std::ssize(bytes)) && weights.Store(file.file());
+  const bool isWritten = WriteWhole(file.file(), bytes.data(), std::ssize(bytes)) &&
+                         (task.kind <= ImageTask::Density || weights.Store(file.file()));
   return isWritten ? file.Commit() : file.WriteError();
 }
 

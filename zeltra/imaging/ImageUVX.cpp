@@ -27,6 +27,12 @@ double RoundedDown(double value) {
   return std::floor(value / unit / step * (1 + 1e-12)) * step * unit;
 }
 
+// Round up to two significant digits.
+double RoundedUp(double value) {
+  const double step = std::pow(10.0, std::floor(std::log10(value)) - 1);
+  return std::ceil(value / step) * step;
+}
+
 // Whether direction cosines belong to a direction: the corners of the widest fields lie beyond the horizon.
 bool IsOnSky(double l, double m) {
   return l * l + m * m < 1;
@@ -53,13 +59,14 @@ double RMSOfSky(const AMatrix<float>& map, double cell) {
   return std::sqrt(sum / static_cast<double>(pixels));
 }
 
-AResult DirtyImager::Run(UVGrid* kept) {
+AResult DirtyImager::Run(UVGrid* kept, int64 more) {
   image_ = DirtyImage();
   if (AResult result = CheckOptions(); !result) return result;
-  const int keptGrids = kept ? 1 : 0;
-  if (AResult result = CheckMemory(keptGrids); !result) return result;
   if (AResult result = parts_.Open(); !result) return result;
-  if (AResult result = CheckMemory(keptGrids + parts_.MostSums() - 1); !result) return result;
+  const ImageTask task = {ImageTask::Sky, 1, {}};
+  const int64 grid = UVGrid::Bytes(options_.size), held = ImageMemory(options_) + more - (kept ? 0 : grid);
+  if (AResult result = CheckMemory(ImageSizeText(options_), held + parts_.Bytes(task)); !result) return result;
+  parts_.SetHeld(held);
   if (AResult result = ChooseCell(); !result) return result;
   if (AResult result = MakeImage(kept); !result) return result;
   Describe();
@@ -91,14 +98,12 @@ AResult DirtyImager::CheckOptions() const {
               std::to_string(kSmallestSize) + " to " + std::to_string(kLargestSize));
 }
 
-// @param grids  that are needed beside that of the image itself
-AResult DirtyImager::CheckMemory(int grids) const {
-  const double needed =
-      static_cast<double>(ImageMemory(options_)) + grids * static_cast<double>(UVGrid::Bytes(options_.size));
+AResult DirtyImager::CheckMemory(const std::string& what, int64 needed) const {
   const double most = MostMemory(options_);
-  if (most == 0 || needed <= most) return AResult::Ok();
+  if (most == 0 || static_cast<double>(needed) <= most) return AResult::Ok();
   const std::string limit = MemoryText(most) + (options_.memory > 0 ? "" : ", half of what is free,");
-  return Fail(ImageSizeText(options_) + " takes " + MemoryText(needed) + " of memory, and " + limit + " may be taken");
+  return Fail(what + " takes " + MemoryText(RoundedUp(static_cast<double>(needed))) + " of memory, and " + limit +
+              " may be taken");
 }
 
 AResult DirtyImager::ChooseCell() {

@@ -91,7 +91,7 @@ ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 ///
 /// with the weights W of GriddingWeights. Fields stop at l = 1.
 ///
-/// The sums are made in parts of 32 MiB of records or more, which depend only on the file, the selection and the size.
+/// The sums are made in parts of 16 MiB of records or more, which depend only on the file, the selection and the size.
 /// The image is the same, bit by bit, for any number of threads or workers.
 /// @param from   an open file with its index
 /// @param image  undefined on failure
@@ -99,8 +99,9 @@ ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 ZELTRA_API AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image);
 
 /// Bytes of memory that an image takes: 64 for each of n x n cells, where n is the smallest power of two not below
-/// `size`, and 8 per pixel. Where there is more than one part, more is needed for the cells of others that are done:
-/// up to seven times for 32 parts, and once for each thread, as far as that fits.
+/// `size`, and 8 per pixel. A part has at least four times as many bytes of records as there are of cells. Where there
+/// are P parts, the cells of 2 + log2 P are held, and for each thread beyond the first those of another one, as far as
+/// they fit.
 ZELTRA_API int64 ImageMemory(const ImageOptions& options);
 
 /// Bytes as text, as in "1.2 GB".

@@ -70,7 +70,7 @@ void DescribeImaging(AJobDescriber<Options>& job, unsigned leftOut = 0) {
       .Range(0, 2);
   job.Parsed(
          "taper", [](const std::string& text, Options& o) { return strToTaper(text, o.weighting); },
-         [](const Options&) { return std::string(); },
+         [](const Options& o) { return taperToStr(o.weighting); },
          "multiply weights by a Gaussian that falls to V at RADIUS wavelengths from the origin; k, M or G may follow, "
          "as in 0.5,100M")
       .Form("V,RADIUS")
@@ -102,9 +102,9 @@ AJobDescription DescribeImage() {
       "f^2 = (5 x 10^-R)^2 / (sum of W_k^2 / sum of w), which is natural for R = 5 and uniform for R = -5: the scale "
       "of Briggs (1995). The ROBUST of AIPS is on another scale, 2 R - 0.7 for the same mean density.\n\n"
       "Memory: 64 bytes for each of n x n cells, n being the smallest power of two not below the size, and 8 for each "
-      "pixel: 76 MB for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels. Records beyond 64 MiB, or four times the memory "
-      "of "
-      "the cells if that is more, are added up in parts, for which the cells are needed several times.");
+      "pixel: 76 MB for 1024, 1.2 GB for 4096, 4.8 GB for 8192 pixels. Records of more than 32 MiB, and of eight times "
+      "as much as the cells, are added up in parts, by several threads: with P parts the cells are held 2 + log2 P "
+      "times, and for each thread beyond the first once more, as far as they fit.");
   job.Input(UVXInputFile());
   job.Output({"OUT.map", "the map file to make", "", 0, {}, true});
   job.Output({"OUT.fits", "make a FITS image", "fits", 0, {}});
@@ -183,8 +183,9 @@ AJobDescription DescribeClean() {
       "a row, the result is that of the best cycle, and a note says so.\n\n"
       "The FITS image holds the components as a table AIPS CC, one for each pixel where some were found. Two noise "
       "figures are reported: the thermal noise, as expected from the weights, and the rms of what is left.\n\n"
-      "Memory: what image takes, 64 bytes more for each cell, and four times an image for windows that are wider or "
-      "higher than half of it, for --auto too.");
+      "Memory: what image takes, 64 bytes more for each cell and 16 for each pixel; four times as many cells for "
+      "windows "
+      "that are wider or higher than half of the image, for --auto too.");
   job.Input(UVXInputFile());
   job.Output({"OUT.fits", "the FITS image to make", "", 0, {}});
   job.Output({"OUT.mod", "write the components as text", "save-model", 0, {}});
