@@ -190,7 +190,9 @@ int64 ImageMemory(const ImageOptions& options) {
 }
 
 std::string MemoryText(double bytes) {
-  return bytes < 1e9 ? RoundedNumber(bytes / 1e6, 2) + " MB" : RoundedNumber(bytes / 1e9, 2) + " GB";
+  if (bytes >= 1e9) return RoundedNumber(bytes / 1e9, 2) + " GB";
+  const double megabytes = bytes / 1e6;
+  return (megabytes < 99.5 ? RoundedNumber(megabytes, 2) : std::to_string(std::lround(megabytes / 10) * 10)) + " MB";
 }
 
 ImagePeak FindPeak(const DirtyImage& image) {
