@@ -115,11 +115,11 @@ def test_images_of_a_large_file_have_the_bytes_of_one_job(client, big, tmp_path)
             tasks.append(len(given))
             return super().gather(given)
 
-    options = {"source": "3C273", "size": 128, "weight": "robust=0"}
+    options = {"source": "3C273", "size": 128, "cell": 0.2}
     z.jobs.image(big, fits=tmp_path / "a.fits", **options)
     zeltra.distributed.image(big, tmp_path / "b.fits", Counting(), **options)
-    assert bytes_of(tmp_path / "a.fits") == bytes_of(tmp_path / "b.fits") and tasks == [1, 4, 4, 4]
-    options |= {"niter": 3, "stop": "0"}
+    assert bytes_of(tmp_path / "a.fits") == bytes_of(tmp_path / "b.fits") and tasks == [1, 4]
+    options |= {"niter": 1, "stop": "0"}
     z.jobs.clean(big, tmp_path / "a.fits", force=True, **options)
     zeltra.distributed.clean(big, tmp_path / "b.fits", client, force=True, **options)
     assert bytes_of(tmp_path / "a.fits") == bytes_of(tmp_path / "b.fits")
@@ -127,7 +127,7 @@ def test_images_of_a_large_file_have_the_bytes_of_one_job(client, big, tmp_path)
 
 
 def test_a_killed_worker_costs_no_result(client, big, whole, tmp_path):
-    links = [tmp_path / f"{number}.uvx" for number in range(6)]
+    links = [tmp_path / f"{number}.uvx" for number in range(3)]
     for link in links:
         os.symlink(big, link)
     out = tmp_path / "out"
@@ -143,9 +143,9 @@ def test_a_killed_worker_costs_no_result(client, big, whole, tmp_path):
     outcome = zeltra.distributed.average(links, out, 30, client, tasks=16)
     killer.join()
     assert set(client.run(os.getpid).values()) != set(pids.values())
-    assert len(outcome.outputs) == 6 and outcome.failures == {}
+    assert len(outcome.outputs) == 3 and outcome.failures == {}
     assert all(bytes_of(path) == whole for path in outcome.outputs.values())
-    assert len(os.listdir(out)) == 6
+    assert len(os.listdir(out)) == 3
 
 
 def test_an_image_ends_with_its_parts(big, tmp_path):

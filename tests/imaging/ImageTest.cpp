@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <complex>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
+#include <memory>
 
 #include "tests/support/SyntheticUVX.h"
 #include "tests/support/TempFile.h"
@@ -316,8 +318,16 @@ class ThreeParts : public TempFile {
   }
 };
 
-TEST(ImageParts, MakeTheSameBitsWhoeverDoesThem) {
-  const ThreeParts file;
+class ImageParts : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { file_ = std::make_unique<ThreeParts>(); }
+  static void TearDownTestSuite() { file_.reset(); }
+
+  static inline std::unique_ptr<ThreeParts> file_;
+  const ThreeParts& file = *file_;
+};
+
+TEST_F(ImageParts, MakeTheSameBitsWhoeverDoesThem) {
   CleanOptions options;
   options.selection.sources = {"2"};
   options.size = 32;
@@ -347,8 +357,7 @@ TEST(ImageParts, MakeTheSameBitsWhoeverDoesThem) {
   ExpectIsSumOf(file.PointsOf(2), image, 2 * kGridError);
 }
 
-TEST(ImageParts, TellWhatIsWrongWithATask) {
-  const ThreeParts file;
+TEST_F(ImageParts, TellWhatIsWrongWithATask) {
   const auto sentence = [&](const std::function<void(const std::string& task, int parts)>& before) {
     Workers workers(before);
     ImageOptions options;
@@ -369,7 +378,10 @@ TEST(ImageParts, TellWhatIsWrongWithATask) {
                 std::fstream(task, std::ios::in | std::ios::out).seekp(8 + 17 + 8).write("9", 1);
               }),
               HasSubstr("was made by version 9."));
-  EXPECT_THAT(sentence([&](const std::string&, int) { std::filesystem::resize_file(file.path(), 100000001); }),
+  EXPECT_THAT(sentence([&](const std::string&, int) {
+                std::filesystem::last_write_time(
+                    file.path(), std::filesystem::file_time_type::clock::now() + std::chrono::seconds(9));
+              }),
               HasSubstr("was changed while it was read"));
 }
 
