@@ -44,17 +44,6 @@ void VisibilityList::Add(const SelectedVisibility& visibility) {
   weight.push_back(visibility.value.weight);
 }
 
-bool VisibilityList::HasRoom(double memory) const {
-  // A vector that grows holds its old elements as well for a moment.
-  return !(memory > 0) || static_cast<double>(size()) * 3 * kBytes < memory;
-}
-
-AResult VisibilityList::NoRoom(const std::string& path) {
-  return AResult::Fail(path +
-                       ": its visibilities do not fit into the memory that may be used; zeltra average or a selection "
-                       "makes fewer");
-}
-
 AResult VisibilityList::Read(SelectedVisibilities& data, const JobOptions& options, double memory) {
   const double most = memory > 0 ? memory : static_cast<double>(FreeMemory()) / 2;
   *this = {};
@@ -62,7 +51,8 @@ AResult VisibilityList::Read(SelectedVisibilities& data, const JobOptions& optio
   AResult result = AResult::Ok();
   try {
     result = data.ForEach(options, "Reading visibilities...", [&](const SelectedVisibility& visibility) {
-      isTooMuch |= !HasRoom(most);
+      // A vector that grows holds its old elements as well for a moment.
+      isTooMuch |= most > 0 && static_cast<double>(size()) * 3 * kBytes >= most;
       if (!isTooMuch) Add(visibility);
     });
   } catch (const std::bad_alloc&) {
@@ -71,7 +61,10 @@ AResult VisibilityList::Read(SelectedVisibilities& data, const JobOptions& optio
   if (!result) return result;
   if (isTooMuch) {
     *this = {};
-    return NoRoom(data.path());
+    return AResult::Fail(
+        data.path() +
+        ": its visibilities do not fit into the memory that may be used; zeltra average or a selection "
+        "makes fewer");
   }
   return size() > 0 ? AResult::Ok() : data.NothingValid(options);
 }

@@ -15,8 +15,8 @@
 
 namespace zeltra {
 
-/// Visibilities of one polarisation, column by column, for jobs that go over them again and again: deconvolution and
-/// fits. They take kBytes each.
+/// Visibilities of one polarisation, column by column, for jobs that go over them again and again, as fits do. They
+/// take kBytes each.
 struct ZELTRA_API VisibilityList {
   static constexpr int64 kBytes = 3 * sizeof(double) + sizeof(std::complex<double>) + sizeof(double);
 
@@ -28,11 +28,6 @@ struct ZELTRA_API VisibilityList {
 
   size_t size() const { return u.size(); }
   void Add(const SelectedVisibility& visibility);
-  /// Whether another one may be added.
-  /// @param memory  the most to use, bytes; 0: no limit
-  bool HasRoom(double memory) const;
-  /// The failure where there is no room.
-  static AResult NoRoom(const std::string& path);
 
   /// Read all that is selected, in file order.
   /// @param data    selected already, with one polarisation

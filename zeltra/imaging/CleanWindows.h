@@ -21,8 +21,7 @@ struct CleanBox {
 };
 
 /// Append the box of four numbers "X0,X1,Y0,Y1": the east offsets of two edges, then the north offsets of two, in mas
-/// unless a suffix follows; of each pair any may come first. Several boxes
-/// are separated by blanks.
+/// unless a suffix follows; of each pair any may come first. Several boxes are separated by blanks.
 ZELTRA_API AResult strToBox(const std::string& text, std::vector<CleanBox>& boxes);
 /// The same numbers, box after box, separated by blanks.
 ZELTRA_API std::string boxesToStr(const std::vector<CleanBox>& boxes);
