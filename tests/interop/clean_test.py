@@ -1,7 +1,4 @@
-"""Compare CLEAN with published images, components and windows, and with itself.
-
-usage: clean_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
-"""
+"""Compare CLEAN with published images, components and windows, and with itself."""
 # SPDX-License-Identifier: MIT
 import json
 import os
@@ -9,7 +6,6 @@ import shutil
 import subprocess
 import unittest
 
-# First of all: it skips the test where astropy is missing.
 from command import SHARED, Case, contents, run, zeltra
 import numpy as np
 import uvx
@@ -151,7 +147,3 @@ class Clean(Case):
             self.assertIn("zeltra: error", run("clean", self.path("s.uvx"), self.path("x.fits"), "--source", "3C273",
                                                "--size", "128", *wrong).stderr)
         self.assertFalse(os.path.exists(self.path("x.fits")))
-
-
-if __name__ == "__main__":
-    unittest.main()

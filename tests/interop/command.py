@@ -1,5 +1,5 @@
-"""Run the command under test: the first two arguments of a test are the command and a path that the test needs, with
---all its long form runs."""
+"""Run the command under test: the first two arguments are the command and a path that the tests need, with --all their
+long forms run."""
 # SPDX-License-Identifier: MIT
 import glob
 import importlib.util

@@ -1,7 +1,4 @@
-"""Fit components to published visibilities and to images that numpy makes, and compare what is left with numpy's.
-
-usage: components_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
-"""
+"""Fit components to published visibilities and to images that numpy makes, and compare what is left with numpy's."""
 # SPDX-License-Identifier: MIT
 import json
 import os
@@ -9,7 +6,6 @@ import random
 import re
 import unittest
 
-# First of all: it skips the test where astropy is missing.
 from command import SHARED, Case, contents, put, run, zeltra
 import numpy as np
 from astropy.io import fits
@@ -197,7 +193,3 @@ class Components(Case):
             self.assertIn(sentence, done.stderr)
         for usage in ([], [source], [source, "--image-plane", source], ["--image-plane", source, "--free", "x"], [source, "--model", model, "--free", "size"]):
             self.assertEqual(run("fit", *usage, "-o", self.path("x.mod")).returncode, 2, usage)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,7 +1,4 @@
-"""Let every system call of every job fail in turn: a job ends with a sentence, or with the output that it would have made.
-
-usage: faults_test.py ZELTRA_COMMAND PRELOADED_LIBRARY [--all] [unittest arguments]
-"""
+"""Let every system call of every job fail in turn: a job ends with a sentence, or with the output that it would have made."""
 # SPDX-License-Identifier: MIT
 import errno
 import os
@@ -110,7 +107,3 @@ class Faults(Case):
                         self.check(job, (printed, left), (call, number, error))
                     tried += 1
         print(tried, "faults")
-
-
-if __name__ == "__main__":
-    unittest.main()

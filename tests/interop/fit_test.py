@@ -1,21 +1,19 @@
-"""Compare splines, polynomials and Gaussians with scipy's and numpy's on random sets.
-
-usage: fit_test.py FIT_CASES [unittest arguments]
-"""
+"""Compare splines, polynomials and Gaussians with scipy's and numpy's on random sets."""
 # SPDX-License-Identifier: MIT
+import os
 import subprocess
-import sys
 import unittest
 
+import numpy as np
+from command import ZELTRA
+
 try:
-    import numpy as np
     from scipy.interpolate import CubicSpline
     from scipy.optimize import curve_fit
 except ImportError as missing:
-    print("skipped: python3-scipy is not installed (%s)" % missing)
-    sys.exit(77)
+    raise unittest.SkipTest("python3-scipy is not installed") from missing
 
-CASES = sys.argv.pop(1)
+CASES = os.path.join(os.path.dirname(ZELTRA), "fit_cases")
 RANDOM = np.random.default_rng(12)
 
 
@@ -88,7 +86,3 @@ class Fits(unittest.TestCase):
             found = computed("ellipse", *place, z).reshape(7, 2)
             self.near(found[:, 0], best, 1e-7)
             self.near(found[:, 1], np.sqrt(np.diag(covariance)), 1e-4)
-
-
-if __name__ == "__main__":
-    unittest.main()

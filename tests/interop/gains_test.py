@@ -1,7 +1,4 @@
-"""Apply gains that numpy and astropy make, and do it again with numpy.
-
-usage: gains_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
-"""
+"""Apply gains that numpy and astropy make, and do it again with numpy."""
 # SPDX-License-Identifier: MIT
 import csv
 import io
@@ -10,7 +7,6 @@ import struct
 import subprocess
 import unittest
 
-# First of all: it skips the test where astropy is missing.
 from command import ZELTRA, Case, contents, put, zeltra
 import numpy as np
 from astropy.io import fits
@@ -302,7 +298,3 @@ class Gains(Case):
             self.assertAlmostEqual(abs(value), (1 / abs(g)).sum() / (1 / abs(g) ** 2).sum(), 9)
             self.assertAlmostEqual(np.angle(value), np.angle((g / abs(g)).mean()), 9)
             self.assertAlmostEqual(float(row["snr"]), 10 * np.sqrt(len(g)), 4)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,7 +1,4 @@
-"""Look at the images that zeltra makes with astropy and fitsverify, and at its pictures byte by byte.
-
-usage: image_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
-"""
+"""Look at the images that zeltra makes with astropy and fitsverify, and at its pictures byte by byte."""
 # SPDX-License-Identifier: MIT
 import base64
 import os
@@ -13,7 +10,6 @@ import tempfile
 import unittest
 import zlib
 
-# First of all: it skips the test where astropy is missing.
 from command import SHARED, Case, contents, run, zeltra
 import numpy as np
 from astropy import units
@@ -166,7 +162,3 @@ class PublishedBeams(Case):
         for weight, limit in (("natural", 5), ("uniform", -5)):
             np.testing.assert_allclose(mas(fits_image(path, "--cell", cell, "--weight", weight)),
                                        mas(fits_image(path, "--cell", cell, "--weight", "robust=%d" % limit)), rtol=1e-4)
-
-
-if __name__ == "__main__":
-    unittest.main()

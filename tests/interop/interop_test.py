@@ -1,7 +1,4 @@
-"""Compare import and export with astropy's reading of the same files, value by value.
-
-usage: interop_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
-"""
+"""Compare import and export with astropy's reading of the same files, value by value."""
 # SPDX-License-Identifier: MIT
 import os
 import shutil
@@ -10,7 +7,6 @@ import tempfile
 import unittest
 import warnings
 
-# First of all: it skips the test where astropy is missing.
 from command import Case, contents, put, zeltra
 import numpy as np
 from astropy.io import fits
@@ -301,7 +297,3 @@ class Interop(Case):
         finish = (time + interval / 2)[-1] * 86400
         self.assertAlmostEqual((new_time - new_interval / 2)[0] * 86400, begin, delta=1)
         self.assertAlmostEqual((new_time + new_interval / 2)[-1] * 86400, finish, delta=1)
-
-
-if __name__ == "__main__":
-    unittest.main(warnings="ignore")

@@ -1,7 +1,5 @@
 """Do every operation on files again with numpy, and compare records, frequencies and tables.
 
-usage: operations_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
-
 A row of OPERATIONS is a command with its options and what it should do to a file in numpy: a function that takes a
 `Model` of the input and changes it.
 """
@@ -12,7 +10,6 @@ import shutil
 import subprocess
 import unittest
 
-# First of all: it skips the test where astropy is missing.
 from command import SHARED, Case, zeltra
 import numpy as np
 
@@ -485,7 +482,3 @@ class Operations(Case):
         zeltra("image", self.path("out.uvx"), self.path("b.map"), "--source", "1", "--size", "64")
         with open(self.path("a.map"), "rb") as wanted, open(self.path("b.map"), "rb") as made:
             self.assertEqual(made.read(), wanted.read())
-
-
-if __name__ == "__main__":
-    unittest.main()

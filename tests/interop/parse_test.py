@@ -1,31 +1,28 @@
 """Compare numbers with Python's float, and angles with those of astropy."""
 # SPDX-License-Identifier: MIT
 import math
+import os
 import random
 import re
 import subprocess
-import sys
 import unittest
 
-try:
-    from astropy.coordinates import Angle
-except ImportError as missing:
-    print("skipped: python3-astropy is not installed (%s)" % missing)
-    sys.exit(77)
+from astropy.coordinates import Angle
+from command import ZELTRA
 
-PROGRAM = sys.argv.pop(1)
+CASES = os.path.join(os.path.dirname(ZELTRA), "parse_cases")
 
 
 def parsed(texts):
     """A number or None and an angle or None for each text."""
-    done = subprocess.run([PROGRAM], input="\n".join(texts), capture_output=True, text=True, check=True)
+    done = subprocess.run([CASES], input="\n".join(texts), capture_output=True, text=True, check=True)
     return [[None if word == "-" else float(word) for word in line.split()] for line in done.stdout.splitlines()]
 
 
 class Parse(unittest.TestCase):
     def test_numbers_are_those_of_python(self):
         draw = random.Random(1)
-        texts = ["".join(draw.choice("0123456789.+-eE ") for _ in range(draw.randrange(1, 12))) for _ in range(40000)]
+        texts = ["".join(draw.choice("0123456789.+-eE ") for _ in range(draw.randrange(1, 12))) for _ in range(20000)]
         texts += ["%.*e" % (draw.randrange(20), draw.uniform(-9, 9) * 10.0 ** draw.randrange(-307, 308)) for _ in range(5000)]
         taken = 0
         for text, (number, _) in zip(texts, parsed(texts)):
@@ -37,7 +34,7 @@ class Parse(unittest.TestCase):
                 expected = None
             self.assertEqual(number, expected, text)
             taken += expected is not None
-        self.assertGreater(taken, 8000)
+        self.assertGreater(taken, 6000)
 
     def test_angles_are_those_of_astropy(self):
         draw = random.Random(2)
@@ -54,7 +51,3 @@ class Parse(unittest.TestCase):
             self.assertIsNotNone(angle, text)
             self.assertAlmostEqual(angle, expected, delta=1e-15 * 7, msg=text)
             self.assertEqual(math.copysign(1, angle), math.copysign(1, expected), text)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,7 +1,4 @@
-"""Kill, starve and overfeed the command, and look at what it leaves.
-
-usage: robustness_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [--all] [unittest arguments]
-"""
+"""Kill, starve and overfeed the command, and look at what it leaves."""
 # SPDX-License-Identifier: MIT
 import gzip
 import os
@@ -182,7 +179,3 @@ class Robustness(Case):
                 self.assertEqual((u, date), (struct.unpack("f", struct.pack("f", 1e-3))[0], 2451545.5 + group / 64))
                 made.seek(481 + (group + 1) * record - 12)
                 self.assertEqual(struct.unpack("<3f", made.read(12)), (group + 0.5, -group, 2))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,7 +1,4 @@
-"""Solve for gains that were put in, and apply them: simulated observations and real files with published models.
-
-usage: solve_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
-"""
+"""Solve for gains that were put in, and apply them: simulated observations and real files with published models."""
 # SPDX-License-Identifier: MIT
 import os
 import re
@@ -9,7 +6,6 @@ import shutil
 import subprocess
 import unittest
 
-# First of all: it skips the test where astropy is missing.
 from command import SHARED, ZELTRA, Case, zeltra
 import numpy as np
 
@@ -105,7 +101,3 @@ class Solve(Case):
             self.assertEqual(done.returncode, 1)
             self.assertIn(sentence, done.stderr)
             self.assertFalse(os.path.exists(self.path("x.uvx")))
-
-
-if __name__ == "__main__":
-    unittest.main()

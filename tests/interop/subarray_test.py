@@ -1,11 +1,7 @@
-"""Compare the import of files with several subarrays with astropy's and numpy's reading of what they are made of.
-
-usage: subarray_test.py ZELTRA_COMMAND SHARED_DATA_FOLDER [unittest arguments]
-"""
+"""Compare the import of files with several subarrays with astropy's and numpy's reading of what they are made of."""
 # SPDX-License-Identifier: MIT
 import unittest
 
-# First of all: it skips the test where astropy is missing.
 from command import Case, run, zeltra
 import numpy as np
 from astropy.io import fits
@@ -112,7 +108,3 @@ class Subarrays(Case):
         np.testing.assert_array_equal(file.records["group"]["ant1"], self.baseline[self.half:] >> 8)
         np.testing.assert_array_equal(file.table("AN").column(1), self.second.data["STABXYZ"])
         self.assertIn("there are 1, 2", self.refusal("import", path, made, "--subarray", "3", "--force"))
-
-
-if __name__ == "__main__":
-    unittest.main(warnings="ignore")
