@@ -21,7 +21,7 @@ class ZELTRA_API AGaussFit {
   /// @param x, y     data in any order, shape [n]
   /// @param weights  1 / sigma^2 of each; null for equal errors. Data with a weight of 0 do not count
   /// @param hasBase  whether there is a base; otherwise it is 0
-  /// @return 0 unless the fit has converged; result() tells why
+  /// @return 0 unless the fit has converged; result() says why
   int Fit(const double* x, const double* y, const double* weights, int n, bool hasBase = true);
   /// Fit an elliptical Gaussian to values `z` at places x, y; the rest as above.
   int Fit(const double* x, const double* y, const double* z, const double* weights, int n, bool hasBase = true);

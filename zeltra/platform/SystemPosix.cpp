@@ -150,7 +150,7 @@ struct DiskWait {
   int error = 0;
 };
 
-// Owns the descriptor, and goes on by itself if nobody waits any more.
+// Owns the descriptor, and completes the wait even if nobody is interested any more.
 void WaitForDisk(const std::shared_ptr<DiskWait>& wait, int descriptor) {
   const int error = SyncDescriptor(descriptor) ? 0 : errno;
   ::close(descriptor);
