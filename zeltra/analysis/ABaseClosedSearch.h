@@ -11,7 +11,8 @@ namespace zeltra {
 
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
-// The table of virtual functions has these two and no destructor: objects must not be deleted through this class.
+// GetBaseLines and GetBase are the only virtual functions: without a virtual destructor, objects must not be deleted
+// through this class.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 #endif
 

@@ -10,7 +10,7 @@
 namespace zeltra {
 namespace {
 
-// Blocks that stay in the cache: what is collected row by row is read column by column.
+// Blocks small enough to stay in the cache, since what is collected row by row is read column by column.
 constexpr size_t kMostRows = 4096, kMostCells = 1 << 18;
 
 }  // namespace

@@ -17,7 +17,7 @@ namespace zeltra {
 std::string CleanText(std::string_view text);
 
 /// Collects rows column by column and delivers them in blocks. A cell of another type than its column is converted, or
-/// left without a value: a host reads the values by the type that it is told.
+/// left without a value: a host reads the values as the type that it was told.
 class BlockTable : public ATableSink {
  public:
   /// Receives a block. @return false if no more are wanted

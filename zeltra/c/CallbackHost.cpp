@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Somewhat less than what is promised.
+// Somewhat less than the 50 ms that are promised.
 constexpr auto kPatience = std::chrono::milliseconds(30);
 
 }  // namespace
@@ -92,7 +92,7 @@ bool CallbackHost::HandOver(const std::function<bool()>& call) {
   return answer_ && !IsSet(&cancel_);
 }
 
-// On the host's thread: make the calls that the job asks for, and tell its progress, until it ends.
+// On the host's thread: make the calls that the job asks for, and report its progress, until it ends.
 void CallbackHost::Serve() {
   std::unique_lock lock(mutex_);
   TellProgress(lock);  // once at least, however short the job is
@@ -113,7 +113,7 @@ void CallbackHost::ServeCall(std::unique_lock<std::mutex>& lock) {
   try {
     goesOn = (*call_)();
   } catch (...) {
-    // An exception of a host in C++ must not pass through here while the job runs: it ends the job.
+    // An exception thrown by a host in C++ must not pass through here while the job runs; it ends the job instead.
   }
   lock.lock();
   answer_ = goesOn;

@@ -20,9 +20,9 @@ namespace zeltra {
 
 /// Passes on what a job says to the callbacks of a host.
 ///
-/// The job runs on a thread of its own. So the host's thread, on which all callbacks are called, can ask the host every
-/// 50 ms whether to go on, even while the job sorts or waits for the disk. Whatever is delivered is handed over: the
-/// job waits until the callback has returned.
+/// The job runs on a thread of its own, so that the host's thread, on which all callbacks are called, can ask the host
+/// every 50 ms whether to go on, even while the job sorts or waits for the disk. Whatever is delivered is handed over:
+/// the job waits until the callback has returned.
 class CallbackHost : public AJobHost, private AImageWorkers, private CProgressCtrl {
  public:
   /// @param callbacks  must outlive the object

@@ -89,7 +89,7 @@ struct Buffer {
   }
 };
 
-// Runs a job, of which no exception gets out. @return its code
+// Runs a job and lets no exception out. @return its code
 template <typename Run>
 int Guarded(const Run& run, const Buffer& buffer) {
   try {

@@ -48,7 +48,7 @@ enum {
 enum {
   ZELTRA_INT64 = 1,  /**< int64_t */
   ZELTRA_DOUBLE = 2, /**< double */
-  ZELTRA_TEXT = 3    /**< const char*, never NULL; what is not UTF-8 or a control character in the file is replaced */
+  ZELTRA_TEXT = 3    /**< const char*, never NULL; control characters and bytes that are not UTF-8 are replaced */
 };
 
 /** A column of a block of a table. */
@@ -75,7 +75,7 @@ typedef struct zeltra_callbacks {
   void* user;  /**< first argument of every callback */
 
   /**
-   * The job goes on. Comes at least every 50 ms, whatever the job does, and where its step or percentage changes; not
+   * The job goes on. Comes at least every 50 ms, whatever the job does, and when its step or percentage changes; not
    * while another callback runs.
    * @param step     what it does, as in "Sorting..."; empty before the first step
    * @param percent  of this step, 0 to 100
@@ -85,14 +85,15 @@ typedef struct zeltra_callbacks {
 
   /**
    * The next rows of the job's table, up to some thousands; one block without rows if the table has none. The columns
-   * are the same in all blocks of a run. They tell what the command prints with --csv: names, numbers counted from 1.
+   * are the same in all blocks of a run. They hold what the command prints with --csv: the same names, and numbers
+   * counted from 1.
    * @return non-zero to cancel the job; if its output has its name already, that stays and the job returns ZELTRA_DONE
    */
   int (*block)(void* user, const zeltra_column* const* columns, size_t column_count, size_t rows);
 
   /**
    * Output that is not a table: the JSON object of "info", which `zeltra info --json` prints, and the chains of
-   * "loops", a line each. Text of several calls belongs together.
+   * "loops", one per line. The texts of several calls belong together.
    * @param bytes  length of the text, without the zero that ends it
    * @return non-zero to cancel the job
    */
@@ -108,7 +109,7 @@ typedef struct zeltra_callbacks {
    * Have work done elsewhere: call zeltra_run_part for each part of `task` from 1 to `parts`, in any order, in any
    * processes that see the same files by the same names, and return when all have succeeded. "image" and "clean" ask
    * for this, again and again, for a UVX file of several parts, which they would otherwise leave to threads; the result
-   * is the same bit by bit. Progress is not told meanwhile.
+   * is the same bit for bit. Progress is not reported meanwhile.
    * @param task  a file in `folder`, removed after the call, as are those that the parts make beside it
    * @return non-zero to cancel the job, as after the failure of a part
    */
@@ -134,12 +135,12 @@ ZELTRA_C_API const char* const* zeltra_jobs(void);
  *      "columns": [{"name", "type", "unit", "help"}]}
  *
  * Files whose "option" is null are given to zeltra_run by their place, others as an option of that name. "list" says
- * that there may be more of them. An option that is "repeated", or a list, may be given several times. The kind of an
- * option is "flag", "whole", "real", "text", "time", "range", "text list", "number list" or "choice". "default" is
+ * that there may be several of them. An option that is "repeated", or a list, may be given several times. The kind of
+ * an option is "flag", "whole", "real", "text", "time", "range", "text list", "number list" or "choice". "default" is
  * text, in the form of a value or in words; "min", "max" and "special" (a value allowed outside the range) are numbers.
- * Null, or an empty list, is what there is not. Capitals in the name of a column stand for numbers and names:
+ * A value that does not apply is null or an empty list. Capitals in the name of a column stand for numbers and names:
  * "re_IF_CHANNEL_POLARISATION". Its type is "int64", "double" or "text". A job may leave columns out; "table" and
- * "uvw", whose tables are not described, tell theirs in the blocks.
+ * "uvw", whose tables are not described, name theirs in the blocks.
  *
  * @return valid for as long as the library is loaded; NULL if there is no such job, or no memory
  */
@@ -162,7 +163,7 @@ ZELTRA_C_API const char* zeltra_job_json(const char* job);
  * @param sentence   receives why the job did not end well: one sentence that names the file, what is wrong with it and
  *                   where; empty after success. It always ends with a zero and is cut, between characters, if it does
  *                   not fit. May be NULL if `sentence_size` is 0.
- * @param needed     receives the bytes that the whole sentence takes, with its zero; may be NULL
+ * @param needed     receives the number of bytes that the whole sentence takes, with its zero; may be NULL
  * @return ZELTRA_DONE, ZELTRA_FAILED, ZELTRA_MISUSED or ZELTRA_CANCELLED
  */
 ZELTRA_C_API int zeltra_run(const char* job, const char* const* inputs, const char* const* outputs,
@@ -176,9 +177,9 @@ ZELTRA_C_API int zeltra_run(const char* job, const char* const* inputs, const ch
  * @param task       the file
  * @param part       its number, from 1
  * @param callbacks  only `progress` is called; may be NULL
- * @param sentence   as of zeltra_run
- * @return as zeltra_run; ZELTRA_FAILED also if another version of the library made the task, or if its input has
- * changed since
+ * @param sentence   as for zeltra_run
+ * @return as for zeltra_run; ZELTRA_FAILED also if another version of the library made the task, or if its input has
+ *         changed since
  */
 ZELTRA_C_API int zeltra_run_part(const char* task, int part, const zeltra_callbacks* callbacks, char* sentence,
                                  size_t sentence_size, size_t* needed);

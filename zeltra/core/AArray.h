@@ -96,7 +96,7 @@ class AArray {
 
   /// Read an image at the current position.
   /// @return non-zero for success. A count that is negative or promises more than the file holds fails before memory is
-  ///         taken for it; the array is then empty.
+  ///         allocated for it; the array is then empty.
   int Load(AFile& f);
 
  protected:

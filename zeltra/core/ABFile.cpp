@@ -12,7 +12,8 @@ template <typename Transfer>
 int InChunks(void* buf, int64 n, Transfer transfer) {
   auto* p = static_cast<char*>(buf);
   while (n > 0) {
-    // The remainder shrinks by what was asked for, not by what moved: a transfer is whole once it moved anything.
+    // The remainder shrinks by what was asked for, not by what was moved: a chunk that moved anything counts as
+    // complete.
     const int64 chunk = std::min(n, kLargestChunk);
     if (!transfer(p, static_cast<int>(chunk))) return 0;
     p += chunk;

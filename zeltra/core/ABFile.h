@@ -47,7 +47,7 @@ class ZELTRA_API ABFile {
   virtual int Trunc() = 0;
   virtual ~ABFile();
 
-  /// A copy copies nothing: there are no data here.
+  /// There is nothing to copy: this class has no data.
   ABFile(const ABFile&) = default;
   ABFile& operator=(const ABFile&) = default;
 

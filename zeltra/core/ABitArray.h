@@ -43,8 +43,8 @@ class ZELTRA_API ABitArray {
 
   ABitArray& operator=(const ABitArray& other);
   ABitArray& operator=(ABitArray&& other) noexcept;
-  /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. Programs rely on only that bit counting: 2 clears the
-  /// array.
+  /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. No other bit counts, and programs rely on that: 2 clears
+  /// the array.
   ABitArray& operator=(int v);
 
   /// Set the size. All flags are clear afterwards, even if the storage is reused.
@@ -70,7 +70,7 @@ class ZELTRA_API ABitArray {
   int Store(AFile& f) const;
   /// Read an image at the current position.
   /// @return non-zero for success. A size that is negative or promises more than the file holds fails before memory is
-  ///         taken for it; the array is then empty.
+  ///         allocated for it; the array is then empty.
   int Load(AFile& f);
 
  private:

@@ -24,12 +24,12 @@ class ZELTRA_API ABitMatrix {
 
   ABitMatrix& operator=(const ABitMatrix& other);
   ABitMatrix& operator=(ABitMatrix&& other) noexcept;
-  /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. Programs rely on only that bit counting: 2 clears the
-  /// matrix.
+  /// Set every byte to 0xFF if bit 0 of `v` is 1, else to 0. No other bit counts, and programs rely on that: 2 clears
+  /// the matrix.
   ABitMatrix& operator=(int v);
 
   /// Give the matrix another shape, with all flags clear. This happens only if both dimensions differ from the present
-  /// ones; programs rely on a change of one alone being ignored.
+  /// ones; a change of one alone is ignored, and programs rely on that.
   ABitMatrix& reSize(int rows, int columns);
   /// The same as reSize.
   ABitMatrix& GrowBy(int rows, int columns) { return reSize(rows, columns); }
@@ -49,7 +49,7 @@ class ZELTRA_API ABitMatrix {
   int Store(AFile& f) const;
   /// Read an image at the current position.
   /// @return non-zero for success. A shape that is negative or promises more than the file holds fails before memory is
-  ///         taken for it; the matrix is then empty.
+  ///         allocated for it; the matrix is then empty.
   int Load(AFile& f);
 
  private:

@@ -42,7 +42,7 @@ int AFile::Close() {
   return closed;
 }
 
-// A closed file is not asked for: the Windows runtime may end a process that hands it descriptor -1.
+// The system is not asked about a closed file: the Windows runtime may end a process that hands it descriptor -1.
 
 int AFile::Seek(const int64& pos) {
   return descriptor_ >= 0 && platform::SeekDescriptor(descriptor_, pos) >= 0;

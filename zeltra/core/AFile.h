@@ -9,9 +9,8 @@ namespace zeltra {
 
 /// A file on a system descriptor, without a buffer, so callers should move whole records.
 ///
-/// A copy shares the descriptor: whichever closes first, or is destroyed first, closes it for both, and the system may
-/// soon reuse the number that the other one keeps for another file. To pass a file on, or to keep files in a container,
-/// move them.
+/// A copy shares the descriptor: whichever closes first, or is destroyed first, closes it for both, and the number that
+/// the other one keeps may soon stand for another file. To pass a file on, or to keep files in a container, move them.
 class ZELTRA_API AFile : public ABFile {
  public:
   /// Flags of Open, the same values on every system.

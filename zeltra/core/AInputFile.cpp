@@ -24,7 +24,7 @@ AResult AInputFile::Adopt(AFile& file, const std::string& name) {
   return Begin(name);
 }
 
-// Of a file that is open, unless that has failed.
+// Take up a file that has just been opened, unless opening it failed.
 AResult AInputFile::Begin(const std::string& name) {
   name_ = name;
   position_ = 0;

@@ -14,7 +14,7 @@ namespace zeltra {
 /// A file that is open for reading and remembers the size that it had when it was opened.
 ///
 /// A class that reads a list from a file takes a failed read for an empty list, so a job calls Check before it declares
-/// its output complete. After the first failed read all others fail too, since a broken disk may be slow to fail each
+/// its output complete. After the first failed read all others fail too, since a broken disk may take long to fail each
 /// one. Any number of threads may call ReadAt and Check at once.
 class ZELTRA_API AInputFile : public AFile {
  public:

@@ -12,7 +12,8 @@ namespace zeltra {
 
 /// An array of pointers; `P` is a pointer type. While auto-delete is set, DeleteItems, Free and the destructor delete
 /// the elements that they drop. Every constructor sets it except the copying one, whose array only refers to elements
-/// that the original still owns, and is valid as long as the original lives. A move hands over elements and setting.
+/// that the original still owns, and is valid as long as the original lives. A move hands over the elements and the
+/// setting.
 template <typename P>
 class APtrArray : public AArray<P> {
   static_assert(std::is_pointer_v<P>);

@@ -19,7 +19,7 @@ class [[nodiscard]] AResult {
   ZELTRA_API static AResult Ok();
   ZELTRA_API static AResult Fail(std::string sentence);
   ZELTRA_API static AResult Cancel(std::string sentence);
-  /// The job was called wrongly: an option contradicts another one, or something is not named.
+  /// The job was called wrongly: one option contradicts another, or something that must be named is not.
   ZELTRA_API static AResult Misuse(std::string sentence);
 
   explicit operator bool() const { return code_ == Done; }

@@ -22,7 +22,7 @@ ZELTRA_API AngleUnit AngleUnitFor(double radians);
 /// An angle with its unit, as in "1.435 mas", with at most `digits` digits.
 ZELTRA_API std::string AngleText(double radians, int digits = 4);
 
-/// Suffixes of an angle that is in milliarcseconds otherwise.
+/// Suffixes of an angle; without one it is in milliarcseconds.
 inline constexpr ASuffix kAngleSuffixes[] = {
     {"uas", 1e-3}, {"mas", 1}, {"arcsec", 1e3}, {"arcmin", 60e3}, {"deg", 3600e3}};
 

@@ -25,7 +25,7 @@ class BlockReader {
       ahead_ = kFirstRead;
     }
   }
-  /// The next `n` bytes, at most kBlockBytes, valid until the next call; null if the file ends before.
+  /// The next `n` bytes, at most kBlockBytes, valid until the next call; null if the file ends first.
   char* Next(int n) {
     if (filled_ - used_ < n && !Fill(n)) return nullptr;
     char* p = block_.get() + used_;

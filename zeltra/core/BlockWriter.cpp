@@ -30,7 +30,7 @@ void BlockWriter::Clear() {
   used_ = 0;
 }
 
-// Whether the block handed over here is written is known only when the next one is full.
+// Whether the block handed over here has been written becomes known only when the next one is full.
 bool BlockWriter::WriteBlock() {
   if (!HasThread()) return Flush();
   Wait();

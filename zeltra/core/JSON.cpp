@@ -94,7 +94,7 @@ void AJSONWriter::Put(std::string_view value) {
   text_ += value;
 }
 
-// What precedes an element: nothing after its key.
+// Write what precedes an element. After its key that is nothing.
 void AJSONWriter::NewElement() {
   const bool isNamed = hasKey_;
   hasKey_ = false;

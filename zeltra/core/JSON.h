@@ -15,7 +15,7 @@ namespace zeltra {
 /// `text` as a JSON string with its quotes, in ASCII; bytes that are not UTF-8 become replacement characters.
 ZELTRA_API std::string JSONString(std::string_view text);
 
-/// Writes a JSON value piece by piece, in ASCII, a line an element and two blanks a level.
+/// Writes a JSON value piece by piece, in ASCII, one element per line, indented by two blanks per level.
 class ZELTRA_API AJSONWriter {
  public:
   void BeginObject() { Begin('{'); }

@@ -119,8 +119,8 @@ struct ZELTRA_API AJobFile {
   std::vector<std::string> endings;  ///< the name must have one of them; empty: any name will do
 
   bool isOptional = false;  ///< given without an option, but may be left out
-  bool isNeeded = false;    ///< given by an option, but must be named, beside the table if the job prints one
-  bool isList = false;      ///< several of them follow each other
+  bool isNeeded = false;    ///< given by an option, but must be named, even if the job also prints a table
+  bool isList = false;      ///< several of them may follow each other
   bool isPicture = false;   ///< drawn by the command, not by the library
 
   bool isWord() const { return option.empty(); }

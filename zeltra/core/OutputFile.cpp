@@ -81,7 +81,7 @@ void CheckedFile::AtClose(int permissions, bool sync, const ACancelFlag* cancel)
   permissions_ = permissions;
   sync_ = sync;
   cancel_ = cancel;
-  // Until then only the owner may read it, since in the end perhaps not everybody may.
+  // Until then only the owner may read it, since its final permissions may exclude others.
   if (permissions >= 0) platform::SetPermissions(descriptor(), platform::kOwnerOnly);
 }
 

@@ -15,7 +15,8 @@ namespace zeltra {
 /// elsewhere, and the classes that write headers and tables do not report failures.
 class CheckedFile : public AFile {
  public:
-  /// Create a file, or empty one, as programs mostly do: for everybody whom the process's mask lets through.
+  /// Create a file, or empty an existing one, with the permissions that most programs give: kEverybody, less what the
+  /// process's mask takes away.
   int Create(const char* path);
   int Seek(const int64& pos) override;
   int64 Tell() override;
@@ -33,7 +34,7 @@ class CheckedFile : public AFile {
   /// @param cancel       a flag that ends the wait, which then counts as failed
   void AtClose(int permissions, bool sync, const ACancelFlag* cancel = nullptr);
   bool good() const { return good_; }
-  /// Why a file is not good, as in errno; 0 if the system does not say.
+  /// Why the file is not good, as a value of errno; 0 if the system does not say.
   int error() const { return error_; }
 
  private:
@@ -47,8 +48,8 @@ class CheckedFile : public AFile {
 };
 
 /// A file written under a temporary name in the folder of its final one. It is removed unless it is committed, and a
-/// process that is killed leaves only the temporary name. It replaces regular files only, if need be at the end of
-/// symbolic links, and takes over their permissions.
+/// process that is killed leaves only the temporary name. It replaces regular files only, following symbolic links, and
+/// takes over their permissions.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -63,13 +64,13 @@ class OutputFile {
   /// @return a failure if `path` exists and may not be replaced, or cannot be written
   AResult Create(const std::string& path, const JobOptions& options, const std::string& input = {});
   CheckedFile& file() { return file_; }
-  /// The name that it was created for, and where that leads by symbolic links.
+  /// The name that the file was created for; target() is where symbolic links lead from there.
   const std::string& path() const { return path_; }
   const std::string& target() const { return target_; }
   /// The name of the file until it is committed, for a class that opens its files itself.
   const std::string& temporary() const { return temporary_; }
-  /// Synchronise what has been written, before writing the mark that declares it whole: a job that is killed during the
-  /// wait leaves nothing that opens.
+  /// Synchronise what has been written. Call it before writing the mark that declares the file whole, so that a job
+  /// that is killed during the wait leaves nothing that opens.
   AResult Sync();
   /// Complete the file and give it its name.
   AResult Commit();

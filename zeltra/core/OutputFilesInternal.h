@@ -26,10 +26,10 @@ class OutputFiles {
   /// @param output  the new file, owned by this object
   /// @return a failure if two outputs have one name, or for the reasons of OutputFile::Create
   AResult Create(const std::string& path, OutputFile*& output);
-  /// Take over one that is created already.
-  /// @return a failure if two outputs have one name: the caller keeps it then
+  /// Take over one that has already been created.
+  /// @return a failure if two outputs have one name; the caller then keeps the file
   AResult Add(std::unique_ptr<OutputFile>& file);
-  /// The name that the file created or added last has until then, to read what has been written.
+  /// The temporary name of the file created or added last, for reading what has been written.
   const std::string& LastTemporary() const { return files_.back()->temporary(); }
   /// Complete all files without giving them their names.
   AResult Complete();
@@ -41,7 +41,7 @@ class OutputFiles {
 
   std::vector<std::string> names_;  // in use
   std::vector<std::unique_ptr<OutputFile>> files_;
-  size_t complete_ = 0;  // of them
+  size_t complete_ = 0;  // number of files that are complete
   const JobOptions options_;
 };
 

@@ -1,4 +1,4 @@
-// Converts texts that users write to values.
+// Converts text that users write into values.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_PARSE_H_
 #define ZELTRA_CORE_PARSE_H_
@@ -34,10 +34,12 @@ inline constexpr ASuffix kThousands[] = {{"k", 1e3}, {"M", 1e6}, {"G", 1e9}};
 /// Read a finite decimal number, which one of `suffixes` may follow.
 ZELTRA_API AResult strToVal(std::string_view text, std::span<const ASuffix> suffixes, double& value);
 
-/// Whether `text` is a decimal number without an exponent: digits with at most one point, a sign before them allowed.
+/// Whether `text` is a decimal number without an exponent: digits with at most one point, and perhaps a sign before
+/// them.
 ZELTRA_API bool IsSimpleFloatParse(std::string_view text);
 
-/// Read a list of whole numbers from `first` up and ranges of them, as in `0,4-7`, in the order given, 2^24 at most.
+/// Read a list of whole numbers, each at least `first`, and ranges of them, as in `0,4-7`, in the order given; at most
+/// 2^24 numbers.
 ZELTRA_API AResult strToList(std::string_view text, int first, std::vector<int>& numbers);
 
 /// A range of distances, both bounds included.

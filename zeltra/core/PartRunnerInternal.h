@@ -44,7 +44,7 @@ struct PartJob {
 };
 
 /// Run all parts on as many threads as `options` allow. What is delivered, and the failure returned, are the same for
-/// any number of threads. At most some 32 MiB, plus what one call of Put delivers, wait at a time.
+/// any number of threads. At most about 32 MiB, plus what one call of Put delivers, wait at a time.
 AResult RunParts(const PartJob& job, const JobOptions& options);
 
 /// The number of threads that RunParts uses for this many parts.

@@ -1,4 +1,4 @@
-// A file that nobody else sees and that goes with the job.
+// A file that nobody else sees and that vanishes with the job.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_CORE_TEMPORARYFILEINTERNAL_H_
 #define ZELTRA_CORE_TEMPORARYFILEINTERNAL_H_
@@ -19,10 +19,10 @@ class TemporaryFile {
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile();
 
-  /// Create the file in the folder of `path`, by which sentences name it.
+  /// Create the file in the folder of `path`, which is the name that messages give.
   AResult Create(const std::string& path);
   CheckedFile& file() { return file_; }
-  /// Read `n` bytes that are there.
+  /// Read `n` bytes, which must have been written.
   AResult ReadAt(int64 position, void* bytes, int64 n) const;
   /// The failure of a write.
   AResult WriteError() const;
@@ -30,7 +30,7 @@ class TemporaryFile {
  private:
   CheckedFile file_;
   std::string path_;
-  std::string name_;  // that it still has
+  std::string name_;  // empty once it has been removed
 };
 
 }  // namespace zeltra

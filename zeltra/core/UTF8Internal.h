@@ -10,7 +10,8 @@ namespace zeltra {
 
 inline constexpr unsigned kReplacement = 0xFFFD;
 
-/// Take the character that `text` begins with. What cannot become one, up to the byte that shows it, is replaced.
+/// Remove the character that `text` begins with and return it. Bytes that cannot become a character, up to the one that
+/// shows this, give kReplacement.
 inline unsigned TakeCharacter(std::string_view& text) {
   const auto byte = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
   const unsigned first = byte(0);
@@ -19,7 +20,8 @@ inline unsigned TakeCharacter(std::string_view& text) {
                        : first >= 0xE0 && first < 0xF0 ? 3
                        : first >= 0xF0 && first < 0xF5 ? 4
                                                        : 0;
-  // The second byte has a narrower range where others would give a longer form than needed, surrogates or too much.
+  // After some first bytes the range of the second is narrower, which excludes overlong forms, surrogates and codes
+  // above 0x10FFFF.
   const unsigned low = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
   const unsigned high = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
   unsigned code = bytes < 2 ? first : first & (0x7Fu >> bytes);

@@ -54,7 +54,7 @@ bool fCopy(const std::string& src, const std::string& dst, bool* cancel, CProgre
   AFile from, to;
   if (!from.Open(src.c_str(), AFile::Binary)) return false;
   if (!to.Open(dst.c_str(), AFile::WriteOnly | AFile::Create | AFile::Binary)) return false;
-  // Some file systems report only on closing a file that they could not keep its bytes.
+  // Some file systems report lost bytes only when the file is closed.
   const bool copied = CopyBytes(from, to, cancel, progress);
   return to.Close() && copied;
 }

@@ -62,7 +62,7 @@ std::string GetTempFileNameA() {
   static std::int32_t lastTicks = 0;
   static std::int32_t counter = 0;
   const std::lock_guard lock(mutex);
-  // Signed, since these numbers have always been printed so: after 25 days without a restart the ticks are negative.
+  // Signed, as these numbers have always been printed: after 25 days without a restart the ticks are negative.
   const auto ticks = static_cast<std::int32_t>(desktop::Ticks());
   counter = ticks == lastTicks ? counter + 1 : 0;
   lastTicks = ticks;

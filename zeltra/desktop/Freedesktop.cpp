@@ -49,7 +49,7 @@ struct Defaults {
 }  // namespace
 
 std::string DataFolder() {
-  // That standard ignores relative folders.
+  // A relative folder is ignored, as the Base Directory Specification demands.
   const std::string folder = Variable("XDG_DATA_HOME");
   if (IsAbsolute(folder)) return folder;
   const std::string home = Variable("HOME");

@@ -86,7 +86,7 @@ class ZELTRA_API AFITSbase {
   int64 headerStart() const { return headerStart_; }  ///< file position of the first card
   int64 headerEnd() const { return headerEnd_; }      ///< file position after the END card
   int64 dataStart() const { return dataStart_; }      ///< file position of the data
-  int64 nextHeader() const { return nextHeader_; }    ///< file position after the data; -1 until a header was read
+  int64 nextHeader() const { return nextHeader_; }    ///< file position after the data; -1 until a header has been read
 
  protected:
   /// @param isExtension  whether NAXIS1 = 0 means that there are no data, which it does not with random groups

@@ -145,7 +145,7 @@ int AFITSxtbl::GetFullColumns() const {
 
 AFITSxtbl::Cell AFITSxtbl::FindColumn(int column) const {
   Cell cell;
-  int before = 0;  // full columns in the fields before
+  int before = 0;  // full columns in the preceding fields
   int width = 0;
   for (int field = 0; field < tfields_; ++field) {
     const AXTblFormat format = ParseFormat(field);
@@ -231,8 +231,8 @@ std::string AFITSxtbl::asStringName(int column) const {
   if (!cell.exists) return {};
   AXTblFormat counted = ParseFormat(cell.field);
   if (IsOneColumn(counted.type)) {
-    // Deliberate: the search leaves a text or bit field only at the next field that has elements, or at the last field
-    // of the table, so that one decides whether there is a number before the name.
+    // Whether the name of a text or bit field begins with a number depends on the next field that has elements, or else
+    // on the last field of the table: names have always been formed this way.
     int next = cell.field + 1;
     while (next < tfields_ && ParseFormat(next).count < 1) ++next;
     counted = ParseFormat(std::min(next, tfields_ - 1));

@@ -51,8 +51,8 @@ class ZELTRA_API AFITSxtbl : public AFITSbase {
   int GetFullColumns() const;
   /// File position of a cell.
   ///
-  /// Only the letters A, X, D, E, J and L are sized. As programs rely on, any other is taken to be as wide as the
-  /// element before it, so cells after an "I" column get wrong positions.
+  /// Only the letters A, X, D, E, J and L are sized. Any other is taken to be as wide as the element before it, so
+  /// cells after an "I" column get wrong positions; programs rely on this.
   /// @param field  set to the field, counted from 0, that holds the full column; if there is no such column, to the
   ///               last one that has elements, or -1
   /// @return the position; if there is no such column, the position after the last field

@@ -64,8 +64,8 @@ double FITSNumber(const char* raw) {
   return static_cast<double>(value);
 }
 
-/// Call `use` with a number of the type whose size in a file is `valueBytes` (BITPIX / 8), if it is one that random
-/// parameters are written in: BITPIX -32, 16 and 32.
+/// Call `use` with a number of the type that `valueBytes` (BITPIX / 8) stands for, if random parameters are written in
+/// that type: BITPIX -32, 16 and 32.
 /// @return false, without a call, for other types
 template <typename Use>
 bool WithParameterType(int valueBytes, Use use) {

@@ -24,10 +24,10 @@ constexpr int64 WholeBlocks(int64 bytes) {
   return (bytes / kFITSBlock + (bytes % kFITSBlock != 0)) * kFITSBlock;
 }
 
-/// Values that an export writes without quotes: BSCALE and BZERO in the form "%.11E", ...
+/// Values that an export writes without quotes: those of BSCALE and BZERO in the form "%.11E", ...
 inline constexpr char kFITSScaleOne[] = "1.00000000000E+00";
 inline constexpr char kFITSScaleZero[] = "0.00000000000E+00";
-/// ... the keywords of an axis in the form "%.9E", and logical values.
+/// ... those of the keywords of an axis in the form "%.9E", and logical values.
 inline constexpr char kFITSAxisOne[] = "1.000000000E+00";
 inline constexpr char kFITSAxisZero[] = "0.000000000E+00";
 inline constexpr char kFITSTrue[] = "T";

@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view kStructural[] = {"XTENSION", "BITPIX",  "PCOUNT", "GCOUNT",   "TFIELDS", "EXTNAME",
                                             "EXTVER",   "THEAP",   "NAXIS",  "CHECKSUM", "DATASUM", "COMMENT",
                                             "END",      "HISTORY", "",       "CONTINUE"};
-/// The same with the number of an axis or a column after them.
+/// Structural keywords that the number of an axis or a column follows.
 constexpr std::string_view kStructuralSeries[] = {"NAXIS", "TTYPE", "TFORM", "TUNIT", "TDISP"};
 
 bool IsDigits(std::string_view text) {

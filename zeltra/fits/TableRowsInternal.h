@@ -14,11 +14,11 @@ inline int BitBytes(int bits) {
   return (bits + 7) / 8;
 }
 
-/// Width of an element in the rows, of letter D, E, J, I, A or L; 0 for other letters, which are neither converted nor
+/// Width in bytes of an element of letter D, E, J, I, A or L; 0 for other letters, which are neither converted nor
 /// stepped over, since the AIPS tables that this library reads do not contain them.
 int ElementBytes(char type);
 
-/// Width of a whole field, including an "X" field of bits.
+/// Width in bytes of a whole field, including an "X" field of bits.
 int FieldBytes(AXTblFormat format);
 
 /// Convert every number of `rowCount` rows from the byte order of FITS to the machine's, or back. A field of bits is

@@ -11,7 +11,7 @@ namespace {
 constexpr double kDegree = 0.017453292519943295;
 constexpr double kFullTurn = 6.283185307179586;
 
-// Towards zero; what lies outside the numbers of pixels ends up at their edge.
+// Truncates towards zero; a value outside the range of pixel numbers becomes the nearest one.
 int ToPixel(double value) {
   using Limits = std::numeric_limits<int>;
   return static_cast<int>(std::clamp<double>(value, Limits::min(), Limits::max()));
@@ -23,7 +23,7 @@ void AEllipse::Draw(const CPoint& center, int a, int b, int angle, int n) {
   const double rotation = angle * 0.1 * kDegree;
   const double cr = std::cos(rotation);
   const double sr = std::sin(rotation);
-  // n vertices make n - 1 sides, so that the last one falls on the first. A single vertex takes no step.
+  // n vertices make n - 1 sides, so that the last vertex falls on the first. A single vertex takes no step.
   const double step = kFullTurn / std::max(int64{n} - 1, int64{1});
   const double cs = std::cos(step);
   const double ss = std::sin(step);

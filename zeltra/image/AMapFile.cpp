@@ -131,7 +131,7 @@ int WritePixels(AMapFile& file, const AMatrix<T>& m, const AMatrixRect& r) {
   return 1;
 }
 
-// The ranges of a map, empty ones of a file that is too short for them. @return 0 if they cannot be read
+// The ranges of a map; empty ones if the file is too short for them. @return 0 if they cannot be read
 int LoadRanges(AMapFile& file, TMinMax& ranges) {
   const int64 size = file.GetFileSize();
   if (size >= 0 && size < kRangesOffset + int64{sizeof ranges}) return 1;

@@ -22,9 +22,9 @@ struct Steps {
 }  // namespace
 
 // The pixels are those of WalkSegment: the one `k` steps along the longer side of the segment lies
-// m(k) = floor(k short / long + 1/2) steps along the shorter one. As m never falls and never skips a number, the ends
-// of the run of pixels that is within the rectangle along the longer side tell whether one of them is within it along
-// the shorter side too.
+// m(k) = floor(k short / long + 1/2) steps along the shorter one. m never decreases and never skips a number, so of the
+// pixels that lie within the rectangle along the longer side, the first and the last show whether any lies within it
+// along the shorter side too.
 int APtInLine::PtInLine(int x1, int y1, int x2, int y2) const {
   if (dx_ < 0 || dy_ < 0) return 0;
   int64 longSide = std::abs(int64{x2} - x1);

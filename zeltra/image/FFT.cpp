@@ -22,11 +22,11 @@
 namespace zeltra {
 namespace {
 
-/// No more threads than this, or than there are processors: each takes memory, and none more makes it faster.
+/// No more threads than this, or than there are processors: each takes memory, and further ones save no time.
 constexpr int kMostThreads = 64;
 
-/// Lines are far apart by a power of two, as a rule, so that their values compete for the same few places of the L1
-/// cache: four at a time still fit.
+/// The distance between lines is usually a large power of two, so that their values compete for the same few places of
+/// the L1 cache: four lines at a time still fit.
 constexpr int kLinesAtOnce = 4;
 
 /// Columns are read a cache line of floats, or two of doubles, at a time.
@@ -78,7 +78,7 @@ struct Shape {
   std::ptrdiff_t step;
   std::ptrdiff_t lineStep;
   int atOnce;
-  bool isTransformed;  ///< whether lines of this length are
+  bool isTransformed;  ///< whether lines of this length are transformed
 };
 
 /// The transform of all lines, or of all columns. The constructor takes all the memory.
@@ -141,7 +141,7 @@ void Pass<Record>::Run() {
     }
   }
   for (int k = 0; k < records_.count(); ++k) events_(k).Wait();
-  // All is done; but a thread may still be on its way out of Set(), and the event must outlive that.
+  // All the work is done, but a thread may still be returning from Set(), and the event must outlive that call.
   for (std::thread& thread : threads_) thread.join();
 }
 
@@ -155,7 +155,7 @@ void Pass<Record>::Work(int k) const {
     FFTLanes<Real> lines{record.matrix->lpArray() + i * shape_.lineStep, shape_.step, shape_.lineStep, 0};
     lanes = std::min(shape_.atOnce, record.last - i + 1);
     if (shape_.lineStep == 1) {
-      // Later groups of columns begin where a cache line does, so that none is read for two of them.
+      // Later groups of columns begin where a cache line does, so that no cache line is read for two groups.
       const size_t intoCacheLine = reinterpret_cast<uintptr_t>(lines.first) % sizeof(CacheLine);
       lanes = std::min(lanes, shape_.atOnce - static_cast<int>(intoCacheLine / sizeof *lines.first));
     }

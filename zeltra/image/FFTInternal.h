@@ -10,7 +10,7 @@
 
 namespace zeltra {
 
-/// MT_FFT_Matr_D, but that lines and columns of every power of two from 2 on are transformed.
+/// As MT_FFT_Matr_D, but lines and columns of every power of two, from 2 up, are transformed.
 /// @param cancel  a flag that ends the work early; the values are then undefined
 int TransformPowersOfTwo(AMatrix<std::complex<double>>& m, int dir, int threads, const ACancelFlag* cancel = nullptr);
 

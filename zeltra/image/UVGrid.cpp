@@ -97,7 +97,7 @@ void UVGrid::AddToSky(double u, double v, std::complex<double> value, double wei
 
 // @param beam  the visibility of the beam, in the imaginary part of the image
 void UVGrid::Put(double u, double v, std::complex<double> value, std::complex<double> beam, double weight) {
-  // The image is formed with exp(-2 pi i (u l + v m)), as in the transform, and east is at low elements.
+  // The image is formed with exp(-2 pi i (u l + v m)), as in the transform, and east is at low element numbers.
   const double column = -u * cellsPerWavelength_;
   const double line = v * cellsPerWavelength_;
   Spread(column, line, weight * (value + beam));

@@ -37,15 +37,15 @@ class GriddingKernel {
   std::vector<double> table_;
 };
 
-/// A grid over the u, v plane for an image of `size` times `size` pixels `cell` radians apart: element j of a line of
+/// A grid over the u, v plane for an image of `size` times `size` pixels, `cell` radians apart: element j of a line of
 /// the image points east by (size / 2 - j) cells, line i north by (i - size / 2) cells.
 ///
-/// The grid has 2 n x 2 n cells 1 / (2 n cell) wavelengths apart, with n the smallest power of two not below `size`, so
-/// that the image is the inner quarter of its transform, which aliasing hardly reaches. Even and odd lines and columns
-/// are held in four grids of n x n, whose transforms add up to that quarter as in the first step of a fast Fourier
-/// transform.
+/// The grid has 2 n x 2 n cells, 1 / (2 n cell) wavelengths apart, with n the smallest power of two not below `size`,
+/// so that the image is the inner quarter of its transform, which aliasing hardly reaches. Even and odd lines and
+/// columns are held in four grids of n x n, whose transforms add up to that quarter as in the first step of a fast
+/// Fourier transform.
 ///
-/// Every visibility is put in twice, at u, v and as its conjugate at -u, -v, since the sky is real. The beam, which is
+/// Every visibility is gridded twice, at u, v and as its conjugate at -u, -v, since the sky is real. The beam, which is
 /// the image of visibilities that are all 1, is real too and is carried as the imaginary part: one transform gives
 /// both.
 class UVGrid {
@@ -54,29 +54,29 @@ class UVGrid {
   static int64 Bytes(int size);
   /// @return 0 if there is no memory for the grid
   int Create(int size, double cell);
-  /// Take all visibilities off.
+  /// Remove all visibilities.
   void Clear();
-  /// Copy another one. @return 0 if there is no memory
+  /// Copy another grid. @return 0 if there is no memory
   int Create(const UVGrid& other);
 
-  /// How far from the origin along u and v a grid holds visibilities, with all the cells that they affect; wavelengths.
+  /// The largest |u| and |v|, wavelengths, at which a visibility and all the cells that it affects are on the grid.
   static double Extent(int size, double cell);
   /// The largest image cell, radians, for which a grid reaches this far.
   static double LargestCell(int size, double wavelengths) { return Extent(size, 1) / wavelengths; }
-  /// Add a visibility at a place on the grid.
+  /// Add a visibility, which must lie on the grid.
   void Add(double u, double v, std::complex<double> value, double weight);
-  /// Add to the visibilities there, but not to their beam.
+  /// Add a visibility to the sky alone, not to the beam or the sum of weights.
   void AddToSky(double u, double v, std::complex<double> value, double weight);
   /// Add all visibilities of a grid of the same shape.
   void Add(const UVGrid& other);
 
   /// Write the grid. @return non-zero once all is written
   int Store(AFile& f) const;
-  /// Read a grid of the shape that this one has. @return 0 if there is none
+  /// Read a grid of the same shape as this one. @return 0 if there is none
   int Load(AFile& f);
 
-  /// Transform the grid, which is used up, into the image of the sky and that of a point source of 1 Jy at the centre,
-  /// both divided by the sum of weights, which must not be 0.
+  /// Transform the grid, whose contents are lost, into the image of the sky and that of a point source of 1 Jy at the
+  /// centre, both divided by the sum of weights, which must not be 0.
   /// @param threads  to work with; 0: one for each processor
   /// @param cancel   a flag that ends the work early; the images are then undefined
   /// @return 0 if there is no memory

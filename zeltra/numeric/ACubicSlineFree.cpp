@@ -11,7 +11,7 @@ namespace {
 struct Tridiagonal {
   explicit Tridiagonal(size_t n) : below(n), middle(n), above(n), right(n) {}
 
-  // Without exchanges: the systems of splines need none (de Boor, ch. IV).
+  // Without row exchanges, which the equations of splines do not need (de Boor, ch. IV).
   std::vector<double> Solve() const {
     std::vector<double> pivots = middle, s = right;
     for (size_t i = 1; i < s.size(); ++i) {
@@ -27,7 +27,7 @@ struct Tridiagonal {
   std::vector<double> below, middle, above, right;
 };
 
-// That the second derivative has no step between pieces of these lengths and mean slopes.
+// Require that the second derivative has no step between pieces of these lengths and mean slopes.
 void SetSmooth(Tridiagonal& equations, size_t row, double left, double leftSlope, double right, double rightSlope) {
   equations.below[row] = right;
   equations.middle[row] = 2 * (left + right);
@@ -107,7 +107,7 @@ int ACubicSlineNotAKnot::Init(const double* x, const double* y, int n) {
   }
   Tridiagonal equations(n);
   for (int i = 1; i + 1 < n; ++i) SetSmooth(equations, i, Length(i - 1), MeanSlope(i - 1), Length(i), MeanSlope(i));
-  // The end slope in terms of its neighbour's where the cube goes on through the second point (de Boor, eq. IV(8)).
+  // The end slope in terms of its neighbour if one cubic continues through the second point (de Boor, eq. IV(8)).
   const auto end = [this, &equations](int row, int outer, int inner, double& neighbour) {
     const double a = Length(outer), b = Length(inner);
     equations.middle[row] = b;
@@ -132,12 +132,12 @@ int ACubicSlineClamped::Init(const double* x, const double* y, int n, double fir
   return 1;
 }
 
-// The slope at the first point, which is that at the last, stands in two equations of the others: they are solved for
-// the right side without it, and for its share of the right side.
+// The slope at the first point, which equals that at the last, enters two of the equations for the other slopes. These
+// are solved twice: without it, and for the share that it contributes per unit.
 int ACubicSlinePeriodic::Init(const double* x, const double* y, int n) {
   if (n < 3 || y[0] != y[n - 1]) n = 0;
   if (!SetPoints(x, y, n)) return 0;
-  const int last = n - 2;  // piece, and row of the slope before the last point
+  const int last = n - 2;  // the last piece, and the last point but one
   Tridiagonal without(last), share(last);
   for (int i = 1; i <= last; ++i) {
     SetSmooth(without, i - 1, Length(i - 1), MeanSlope(i - 1), Length(i), MeanSlope(i));
@@ -176,7 +176,7 @@ int ACubicSlineMonotone::Init(const double* x, const double* y, int n) {
       slopes_[i] = slopes_[i + 1] = 0;
       continue;
     }
-    // Within a circle of radius 3 around no slope at all, a cubic is monotone.
+    // A cubic is monotone if its end slopes, over its mean slope, lie within a circle of radius 3 around 0.
     const double length = std::hypot(slopes_[i] / mean, slopes_[i + 1] / mean);
     if (length <= 3) continue;
     slopes_[i] *= 3 / length;

@@ -9,8 +9,8 @@
 
 namespace zeltra {
 
-/// A piecewise cubic curve through points, of which derived classes choose the slopes. Outside the points the first and
-/// the last piece go on.
+/// A piecewise cubic curve through points, at which derived classes choose the slopes. Outside the points the first and
+/// the last piece continue.
 ///
 /// Calls before a successful Init, and those after one that failed, give 0.
 class ZELTRA_API ACubicSline {
@@ -47,7 +47,7 @@ class ZELTRA_API ACubicSline {
 /// The natural spline: its second derivative is 0 at both ends (de Boor, A Practical Guide to Splines, ch. IV).
 class ZELTRA_API ACubicSlineFree : public ACubicSline {
  public:
-  /// @param n  two or more; the same refusals as of SetPoints
+  /// @param n  two or more; refuses what SetPoints refuses
   int Init(const double* x, const double* y, int n);
 };
 
@@ -67,8 +67,8 @@ class ZELTRA_API ACubicSlineClamped : public ACubicSline {
 /// Slope and second derivative are the same at both ends, and outside the points the curve repeats.
 class ZELTRA_API ACubicSlinePeriodic : public ACubicSline {
  public:
-  /// @param y  the last value is the first one
-  /// @return also 0 if it is not, or there are fewer than three points
+  /// @param y  the last value must equal the first
+  /// @return also 0 if it does not, or if there are fewer than three points
   int Init(const double* x, const double* y, int n);
   /// `x` moved by whole periods into the range of the points.
   double Reduced(double x) const;

@@ -11,11 +11,11 @@ namespace zeltra {
 namespace {
 
 constexpr double kTolerance = 1e-15;
-// Of the first ellipsoid, in lengths of the scaled parameters (More 1978, section 5).
+// Radius of the first ellipsoid, in units of the length of the scaled parameters (More 1978, section 5).
 constexpr double kFirstStep = 100;
-// At a minimum chi^2 is flat: in double precision it stops falling when parameters are known to half of their digits.
-// The other half comes from steps that are taken although chi^2 does not tell their use, until one would change the fit
-// by 1e-10 of its errors.
+// At a minimum chi^2 is flat: in double precision it stops falling once the parameters are known to half of their
+// digits. The other half comes from further steps, taken although chi^2 no longer shows that they help, until a step
+// would change the fit by less than 1e-10 of its errors.
 constexpr int kLastSteps = 10;
 constexpr double kPolished = 1e-20;
 constexpr double kNoRise = 1e-12;
@@ -89,7 +89,7 @@ double Minimizer::ChiSquare(const std::vector<double>& parameters) {
   return exists && std::isfinite(sum) ? sum : std::numeric_limits<double>::infinity();
 }
 
-// The step of the equations with damping x scale added below.
+// The step that solves the equations with sqrt(damping) x scale appended below as a diagonal.
 bool Minimizer::SolveDamped(double damping, AQRSums& damped) {
   const int rows = 2 * n_;
   std::vector<double> matrix(static_cast<size_t>(n_) * rows), right(rows);
@@ -103,7 +103,7 @@ bool Minimizer::SolveDamped(double damping, AQRSums& damped) {
   return damped.Solve(step_);
 }
 
-// Of Newton's step on the length of the step as a function of the damping.
+// A divisor of Newton's correction of the damping, which is to bring the step to the length of the radius.
 double Minimizer::SquaredNewtonLength(const AQRSums& triangle, double length) const {
   std::vector<double> v(n_);
   for (int j = 0; j < n_; ++j) v[j] = scale_[j] * scale_[j] * step_[j] / length;
@@ -124,7 +124,7 @@ double Minimizer::Gradient() const {
   return std::sqrt(squares);
 }
 
-// Find the damping whose step is as long as the radius, to a tenth of it.
+// Find the damping at which the step is as long as the radius, to within a tenth.
 void Minimizer::Damp() {
   double least = 0;
   if (sums_.Solve(step_)) {
@@ -151,7 +151,9 @@ void Minimizer::Damp() {
   }
 }
 
-// What the linear model expects of the step: the decrease of chi^2, and half of it that is the descent along the step.
+// What the linear model expects of the step.
+// @param descent  minus the slope of chi^2 / 2 along the step, at its start
+// @return the decrease of chi^2
 double Minimizer::Predicted(double& descent) const {
   double linear = 0;
   for (int i = 0; i < n_; ++i) {
@@ -165,7 +167,7 @@ double Minimizer::Predicted(double& descent) const {
   return linear + 2 * damping;
 }
 
-// Try a step. @return whether it was taken; the radius follows in any case
+// Try a step. @return whether it was taken; the radius is adjusted in either case
 bool Minimizer::Try() {
   Damp();
   std::vector<double> next = result_.parameters;
@@ -177,7 +179,7 @@ bool Minimizer::Try() {
   const double predicted = Predicted(descent);
   const double ratio = predicted > 0 ? actual / predicted : 0;
   if (!(ratio > 0.25)) {
-    // By how much the parabola through the two values would shorten the step.
+    // The factor by which the parabola through the two values would shorten the step.
     double share = actual >= 0 ? 0.5 : descent / (2 * descent - actual);
     if (!(chi2 < 100 * before) || !(share >= 0.1)) share = 0.1;
     radius_ = share * std::min(radius_, length / 0.1);
@@ -195,7 +197,7 @@ bool Minimizer::Try() {
   return true;
 }
 
-// Take a whole step of Gauss and Newton. @return whether another one may be of use
+// Take a full Gauss-Newton step. @return whether another one may help
 bool Minimizer::Polish() {
   if (!sums_.Solve(step_)) return false;
   damping_ = 0;

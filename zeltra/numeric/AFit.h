@@ -14,7 +14,7 @@ namespace zeltra {
 /// How a fit ended.
 enum class AFitCode {
   Converged,
-  Undetermined,  ///< at a minimum where not all parameters matter: there is no covariance
+  Undetermined,  ///< at a minimum that does not determine all parameters; no covariance
   TooManySteps,  ///< the parameters are the best so far
   NotFinite,     ///< data, model or start are not numbers, or the model does not exist there
   TooFewPoints,  ///< fewer than parameters
@@ -27,17 +27,17 @@ struct ZELTRA_API AFitResult {
   int64 rows = 0;      ///< residuals
   double chi2 = 0;     ///< sum of squares of the residuals
   std::vector<double> parameters;
-  /// Shape [parameter][parameter], of data whose errors are those that the residuals are divided by; empty where it is
+  /// Shape [parameter][parameter], provided that the residuals were divided by the errors of the data; empty if it is
   /// not known.
   std::vector<double> covariance;
 
   /// Whether parameters and errors may be believed.
   bool HasConverged() const { return code == AFitCode::Converged; }
-  /// Standard deviation of a parameter as the errors of the data promise it; infinite where it is not known.
+  /// Standard deviation of a parameter, as implied by the errors of the data; infinite if it is not known.
   double Error(int parameter) const;
-  /// The same where only the ratios of these errors are known: times sqrt(chi^2 / (rows - parameters)).
+  /// The same if only the ratios of these errors are known: Error() times sqrt(chi^2 / (rows - parameters)).
   double ScaledError(int parameter) const;
-  /// From -1 to 1; 0 where it is not known.
+  /// From -1 to 1; 0 if it is not known.
   double Correlation(int a, int b) const;
 };
 
@@ -51,16 +51,16 @@ class ZELTRA_API AFitProblem {
   virtual ~AFitProblem();
   virtual int parameters() const = 0;
   /// Hand all rows over, in the same order every time.
-  /// @return false where the model does not exist for these parameters, which turns a step down
+  /// @return false if the model does not exist for these parameters, which rejects a step
   virtual bool Evaluate(const double* parameters, bool withDerivatives, const Sink& take) = 0;
 };
 
-/// Find the parameters of the least sum of squares near `start`.
+/// Find the parameters near `start` that minimise the sum of squares.
 ///
 /// The method of J. J. More (1978, in Numerical Analysis, Lecture Notes in Mathematics 630, 105): steps within an
-/// ellipsoid whose axes follow the largest derivatives so far. A fit ends where a step changes chi^2 by less than 1e-15
-/// of it, or parameters by less than that of their scale.
-/// @param most  steps that are tried
+/// ellipsoid whose axes follow the largest derivatives so far. A fit ends once a step changes chi^2 by less than 1e-15
+/// of it, or the scaled parameters by less than that fraction of their length.
+/// @param most  number of steps that are tried
 ZELTRA_API AFitResult Fit(AFitProblem& problem, const std::vector<double>& start, int most = 1000);
 
 }  // namespace zeltra

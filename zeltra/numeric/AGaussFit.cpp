@@ -25,7 +25,7 @@ class Points {
   bool areFinite() const { return areFinite_; }
   const std::vector<Point>& all() const { return points_; }
   double Median() const;
-  // Largest distance from `base`, with its sign.
+  // The point whose value is farthest from `base`, above or below it.
   const Point& Peak(double base) const;
 
  private:
@@ -59,7 +59,8 @@ const Point& Points::Peak(double base) const {
   });
 }
 
-// Second moments of the places where the data are above half of the peak, and the square of a step between places.
+// Second moments of the positions at which the data exceed half of the peak, and the square of the spacing of
+// positions.
 struct HalfPower {
   double xx = 0, xy = 0, yy = 0;
   double step = 0;
@@ -184,7 +185,7 @@ int AGaussFit::Fit(const double* x, const double* y, const double* weights, int 
   const double base = hasBase ? points.Median() : 0;
   const Point& peak = points.Peak(base);
   const HalfPower half(points, base, peak, false);
-  // Places within a width, spread evenly, have a variance of a twelfth of its square.
+  // Positions spread evenly over a width have a variance of a twelfth of its square.
   std::vector<double> start = {peak.value - base, peak.x, std::sqrt(12 * std::max(0.0, half.xx) + half.step)};
   if (hasBase) start.push_back(base);
   ProfileProblem problem(points.all(), hasBase);
@@ -206,7 +207,7 @@ int AGaussFit::Fit(const double* x, const double* y, const double* z, const doub
   const double base = hasBase ? points.Median() : 0;
   const Point& peak = points.Peak(base);
   const HalfPower half(points, base, peak, true);
-  // Of an ellipse that is evenly filled the variance along an axis is a sixteenth of the axis squared.
+  // In an evenly filled ellipse the variance along an axis is a sixteenth of the square of that axis.
   const double xx = 16 * half.xx + half.step, xy = 16 * half.xy, yy = 16 * half.yy + half.step;
   const double determinant = xx * yy - xy * xy;
   std::vector<double> start = {peak.value - base, peak.x,          peak.y, yy / determinant,
@@ -222,7 +223,7 @@ int AGaussFit::Fit(const double* x, const double* y, const double* z, const doub
   return result_.HasConverged();
 }
 
-// The eigenvalues of the shape's matrix are the inverse squares of the axes; errors go over by the derivatives.
+// The eigenvalues of the shape's matrix are the inverse squares of the axes; errors are propagated by the derivatives.
 void AGaussFit::TakeEllipse() {
   const double a = result_.parameters[3], b = result_.parameters[4], c = result_.parameters[5];
   const double f = std::hypot(a - c, 2 * b), cosine = f > 0 ? (a - c) / f : 0, sine = f > 0 ? 2 * b / f : 0;

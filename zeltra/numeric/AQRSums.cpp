@@ -19,7 +19,7 @@ double Dot(const double* a, const double* b, int n) {
   return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
-// A reflection of one element of the triangle and a column of new rows, which makes the column 0.
+// A reflection of a diagonal element of the triangle and a column of new rows, which makes the column 0.
 class Reflection {
  public:
   Reflection(double& diagonal, double* column, int rows) : column_(column), rows_(rows) {
@@ -102,7 +102,7 @@ std::vector<double> AQRSums::Covariance() const {
   if (!IsDetermined()) return {};
   const size_t n = unknowns_;
   std::vector<double> inverse(
-      n * n);  // of the transposed triangle, [column][row], whose rows are not zero from the column on
+      n * n);  // of the transposed triangle, [column][row]: a column is 0 above its diagonal element
   std::vector<double> v(n);
   for (size_t j = 0; j < n; ++j) {
     std::fill(v.begin(), v.end(), 0.0);

@@ -11,17 +11,17 @@
 
 namespace zeltra {
 
-/// Solves A x = b in the sense of least squares, for any number of equations in the memory of the unknowns: of A = QR
-/// the upper triangle R is kept, and of Q'b what belongs to it. Each block of rows is turned into the triangle by
-/// Householder reflections (Golub & Van Loan, Matrix Computations, 4th ed., 5.2 and 6.5.3), which squares no condition
-/// number.
+/// Solves A x = b by least squares for any number of equations, in memory that depends only on the number of unknowns:
+/// of A = QR it keeps the upper triangle R, and the corresponding part of Q'b. Each block of rows is merged into the
+/// triangle by Householder reflections (Golub & Van Loan, Matrix Computations, 4th ed., 5.2 and 6.5.3), so that the
+/// condition number is never squared.
 class ZELTRA_API AQRSums {
  public:
   /// @param unknowns  columns of A
   explicit AQRSums(int unknowns);
 
   int unknowns() const { return unknowns_; }
-  /// Rows so far.
+  /// Number of rows taken so far.
   int64 rows() const { return rows_; }
   /// Forget all rows.
   void Clear();
@@ -41,13 +41,12 @@ class ZELTRA_API AQRSums {
   /// Whether all unknowns are determined: no diagonal element is below `unknowns` x 2.2e-16 of its column.
   bool IsDetermined() const;
   /// @param x  the solution
-  /// @return false where it is not determined, with `x` as it was
+  /// @return false if it is not determined; `x` is then unchanged
   bool Solve(std::vector<double>& x) const;
   /// Solve R'y = v in place; R must be determined.
   void SolveTransposed(std::vector<double>& v) const;
-  /// The inverse of A'A, shape [unknown][unknown]: the covariance of the solution where every equation has an error
-  /// of 1.
-  /// @return empty where the solution is not determined
+  /// The inverse of A'A, shape [unknown][unknown]: the covariance of the solution if every equation has an error of 1.
+  /// @return empty if the solution is not determined
   std::vector<double> Covariance() const;
 
  private:

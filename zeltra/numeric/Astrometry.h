@@ -19,8 +19,8 @@ struct ASkyPosition {
   double ra, dec;
 };
 
-/// Greenwich mean sidereal time, 0 to 2 pi radians (Aoki et al. 1982, A&A 105, 359), at a Julian date in UT1, for which
-/// UTC is taken.
+/// Greenwich mean sidereal time, 0 to 2 pi radians (Aoki et al. 1982, A&A 105, 359), at a Julian date in UT1, in
+/// whose place UTC is used.
 ZELTRA_API double SiderealTime(double julianDate);
 
 /// Converts positions on the Earth to u, v, w for a source: eq. 4.1 of Thompson, Moran & Swenson, "Interferometry and

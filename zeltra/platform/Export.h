@@ -16,7 +16,7 @@
 
 // ZELTRA_EXPORT_TEMPLATE(X<T>); in a header announces an instantiation that one source defines by a plain
 // `template class X<T>;`. GCC for Windows exports only members that are defined outside the class body, and programs
-// would not find the others: so programs on Windows instantiate what they call themselves.
+// would not find the others, so on Windows each program instantiates what it calls.
 #if defined(_WIN32) && !defined(ZELTRA_BUILDING_LIBRARY)
 #define ZELTRA_EXPORT_TEMPLATE(...) static_assert(true)
 #else

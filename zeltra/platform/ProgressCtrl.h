@@ -33,7 +33,7 @@ ZELTRA_API void SendProgressRange(CProgressCtrl* progress);
 /// Name the step about to begin. Nothing happens when `progress` is null.
 ZELTRA_API void SendProgressText(CProgressCtrl* progress, const char* text);
 
-/// Send the share `done` of `total` in percent, rounded half up, when it differs from the last one sent.
+/// Send `done` as a percentage of `total`, rounded half up, if it differs from the last one sent.
 /// @param lastPercent  in and out: the position last sent; -1 before the first
 ZELTRA_API void SendProgress(CProgressCtrl* progress, std::int64_t done, std::int64_t total, int& lastPercent);
 

@@ -25,7 +25,7 @@ std::string ReasonOf(int error) {
 }
 
 std::string TemporaryNameFor(const std::string& path) {
-  // Process numbers repeat, also between machines that share a folder.
+  // Process numbers repeat, and machines that share a folder may use the same ones.
   std::random_device random;
   const uint64_t number = uint64_t{random()} << 32 | random();
   char ending[32];

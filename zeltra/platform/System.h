@@ -27,7 +27,7 @@ ZELTRA_API void UseBinaryStandardOutput();
 /// The number of the signal for a pipe that nobody reads any more, on systems that have one.
 inline constexpr int kPipeSignal = 13;
 
-/// Make each signal that asks the process to end (Ctrl-C, the end of its terminal or of the system, a pipe that nobody
+/// Make each signal that asks the process to end (Ctrl-C, a closed terminal, a system shutdown, a pipe that nobody
 /// reads any more) set `number` to its own number instead; a second one ends the process at once. Signals that the
 /// process was started to ignore stay ignored. A file that outgrows its limit becomes a failed write.
 ZELTRA_API void CatchSignals(std::atomic<int>& number);
@@ -38,21 +38,21 @@ ZELTRA_API bool IsErrorTerminal();
 /// Number of processors, at least 1.
 ZELTRA_API int ProcessorCount();
 
-/// Bytes of memory that can be taken before other memory is moved to disk; 0 if the system does not say.
+/// Bytes of memory that can be allocated before the system moves other memory to disk; 0 if it does not say.
 ZELTRA_API int64 FreeMemory();
 
 /// Remove a file. @return non-zero if it is gone
 ZELTRA_API int RemoveFile(const std::string& path);
 
-/// Make a folder; the one that it is in has to be there. @return non-zero if there is such a folder now
+/// Make a folder; its parent must exist. @return non-zero if the folder exists now
 ZELTRA_API int MakeFolder(const std::string& path);
-/// Remove a folder that is empty. @return non-zero if it is gone
+/// Remove an empty folder. @return non-zero if it is gone
 ZELTRA_API int RemoveFolder(const std::string& path);
 
 /// Whether a file or folder of that name exists.
 ZELTRA_API bool PathExists(const std::string& path);
 
-/// Whether two names lead to one existing file, by links or by different spellings of the path.
+/// Whether two names refer to one existing file, through links or different spellings of the path.
 ZELTRA_API bool IsSameFile(const std::string& a, const std::string& b);
 
 /// Give the complete file `from` the name `to` in one step, so that nobody sees part of it under that name.

@@ -11,25 +11,27 @@
 
 namespace zeltra::platform {
 
-/// Open flags, with the values of AFile's; other bits of a mode are ignored.
+/// Open flags, with the same values as those of AFile; other bits of a mode are ignored.
 enum OpenMode : int { kWriteOnly = 0x1, kReadWrite = 0x2, kCreate = 0x100, kTruncate = 0x200, kBinary = 0x8000 };
 
-// Functions that fail set errno, on every system; 0 there means that no call failed but the file ended.
+// A function that fails sets errno, on every system; an errno of 0 means that no call failed but the file ended.
 
 /// Read and write for the owner alone.
 inline constexpr int kOwnerOnly = 0600;
-/// The same for everybody whom the process's mask lets through, as programs mostly create files.
+/// The same for everybody, less what the process's mask takes away: the permissions with which most programs create
+/// files.
 inline constexpr int kEverybody = 0666;
 
-/// Open with the flags of AFile::Open, sharing denied to nobody.
+/// Open with the flags of AFile::Open; others may open the file too.
 /// @param permissions  POSIX permission bits of a file that is created, before the process's mask
 /// @return the descriptor, or -1
 int OpenDescriptor(const char* path, int mode, int permissions);
 bool CloseDescriptor(int descriptor);
-/// Ask the system once, and again only where it has cut a request that was too large for it.
-/// @return bytes moved, as many as came; -1 if none could be moved
+/// Ask the system once, and again only if it cut short a request that was too large for it.
+/// @return bytes moved, perhaps fewer than `count`; -1 if none could be moved
 int64 ReadDescriptor(int descriptor, void* buffer, int64 count);
-/// Read from a position on, by any number of threads at once; the descriptor's own position is undefined afterwards.
+/// Read starting at a position, on any number of threads at once; the descriptor's own position is undefined
+/// afterwards.
 /// @return bytes moved, fewer than `count` only at the end of the file; -1 if none could be moved
 int64 ReadDescriptorAt(int descriptor, int64 position, void* buffer, int64 count);
 /// @return bytes moved, fewer than `count` only where the system refuses more; -1 if none could be moved
@@ -51,8 +53,8 @@ int TruncateDescriptor(int descriptor, int64 size);
 
 /// Wait until the disk holds what was written to a file. @return false if some of it did not get there
 bool SyncDescriptor(int descriptor);
-/// The same, but return false soon after `stop` says so, with errno ECANCELED, on systems that can: the disk is then
-/// left to itself.
+/// The same, but on systems that can, return false with errno ECANCELED soon after `stop` returns true; the system then
+/// completes the writing by itself.
 bool SyncDescriptorUnless(int descriptor, const std::function<bool()>& stop);
 /// The same for the names in the folder of `path`. A folder that the system cannot synchronise, or may not read, counts
 /// as done.

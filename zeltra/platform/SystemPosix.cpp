@@ -33,7 +33,7 @@ std::atomic<int>* caught = nullptr;
 
 extern "C" void CatchSignal(int signal) {
   caught->store(signal, std::memory_order_relaxed);
-  // SIGPIPE comes again with every write.
+  // SIGPIPE comes again with every write, so it is still caught.
   if (signal != SIGPIPE) std::signal(signal, SIG_DFL);
 }
 
@@ -136,13 +136,13 @@ bool SyncDescriptor(int descriptor) {
   do {
     result = ::fsync(descriptor);
   } while (result != 0 && errno == EINTR);
-  // A file system without a disk may not know the call.
+  // A file system without a disk may not support the call.
   return result == 0 || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
 }
 
 namespace {
 
-// What the thread that waits for the disk tells.
+// What the thread that waits for the disk reports.
 struct DiskWait {
   std::mutex mutex;
   std::condition_variable ended;
@@ -150,7 +150,7 @@ struct DiskWait {
   int error = 0;
 };
 
-// Owns the descriptor, and goes on by itself if nobody waits any more.
+// Owns the descriptor, and completes the wait even if nobody is interested any more.
 void WaitForDisk(const std::shared_ptr<DiskWait>& wait, int descriptor) {
   const int error = SyncDescriptor(descriptor) ? 0 : errno;
   ::close(descriptor);
@@ -319,7 +319,7 @@ int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) 
   if (replace) return ::rename(from.c_str(), to.c_str()) == 0;
 #ifdef RENAME_NOREPLACE
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 1;
-  // Not every file system knows the call.
+  // Not every file system supports the call.
   if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP && errno != EPERM) return 0;
 #endif
   // link() also refuses, in one step, if the name exists.
@@ -328,7 +328,7 @@ int MoveIntoPlace(const std::string& from, const std::string& to, bool replace) 
     return 1;
   }
   if (errno == EEXIST) return 0;
-  // Where there are no links either, an empty file takes the name for this one.
+  // Where hard links are not supported either, an empty file reserves the name.
   const int holder = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, platform::kEverybody);
   if (holder < 0) return 0;
   ::close(holder);

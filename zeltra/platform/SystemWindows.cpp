@@ -77,8 +77,7 @@ bool IsWindowedProcess() {
 
 namespace {
 
-// A file or folder that is open only to ask what it is: it requests no access, so files that others hold open can be
-// asked about too.
+// A file or folder opened only to query it. No access is requested, so files that others hold open can be queried too.
 class Opened {
  public:
   // @param flags  FILE_FLAG_OPEN_REPARSE_POINT for a link itself instead of its target
@@ -127,7 +126,7 @@ std::string Narrow(const wchar_t* wide) {
   return text;
 }
 
-// Of POSIX permissions the system knows read-only alone, which no file that is created gets.
+// The only one of the POSIX permissions that the system has is read-only, which a new file never gets.
 int OpenDescriptor(const char* path, int mode, int) {
   int descriptor = -1;
   const int error = _wsopen_s(&descriptor, Wide(path).c_str(), SystemFlags(mode), _SH_DENYNO, _S_IREAD | _S_IWRITE);
@@ -187,17 +186,18 @@ int TruncateDescriptor(int descriptor, int64 size) {
 bool SyncDescriptor(int descriptor) {
   return Told(FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor))) != 0);
 }
-// MoveIntoPlace writes the folder's entry to the disk.
-// A file that is still being written to the disk could not be removed.
+// The wait is never cut short, since a file that is still being written to the disk could not be removed.
 bool SyncDescriptorUnless(int descriptor, const std::function<bool()>&) {
   return SyncDescriptor(descriptor);
 }
 
+// MoveIntoPlace writes the folder's entry to the disk.
 bool SyncFolderOf(const std::string&) {
   return true;
 }
 
-// The only permission here, read-only, is handled by MoveIntoPlace: a file that had it earlier could not be removed.
+// The only permission here, read-only, is handled by MoveIntoPlace: a file that was given it any earlier could not be
+// removed.
 int PermissionsOf(const std::string&) {
   return -1;
 }

@@ -1,4 +1,4 @@
-// Plain types for those that signatures take from the desktop.
+// Plain types in place of the desktop's own, which some signatures name.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_PLATFORM_TYPES_H_
 #define ZELTRA_PLATFORM_TYPES_H_

@@ -80,13 +80,13 @@ ZELTRA_INLINE Word4 ReverseBytes(Word4 words) {
   return reinterpret_cast<Word4>((halves << 8) | (halves >> 8));
 }
 
-/// The lanes of `x`, with the other sign where the last bit of the lane of `odd` is set.
+/// The lanes of `x`, negated where the lowest bit of the same lane of `odd` is set.
 ZELTRA_INLINE Double4 NegativeWhereOdd(const Double4& x, const Double4& odd) {
   using Bits [[gnu::vector_size(32)]] = std::uint64_t;
   return reinterpret_cast<Double4>(reinterpret_cast<Bits>(x) ^ (reinterpret_cast<Bits>(odd) << 63));
 }
 
-/// Fetch memory into the cache that will be read soon.
+/// Fetch memory that will be read soon into the cache.
 ZELTRA_INLINE void Prefetch(const void* place) {
   __builtin_prefetch(place);
 }

@@ -22,7 +22,7 @@ bool AUVXFastRead::LoadBlock() {
   blockRecords_ = std::min(blockRecords_, recordsLeft_);
   if (blockRecords_ < 1) return false;
   const int bytes = blockRecords_ * recordBytes_;
-  // What a read leaves that stops short must not pass for records.
+  // What a short read leaves in the buffer must not pass for records.
   if (!file_->GetFile() || !ReadWhole(*file_->GetFile(), buffer_.get(), bytes)) {
     recordsLeft_ = 0;
     return false;

@@ -41,7 +41,8 @@ int AUVXRead::GetUVGVis(AUVXGroup& group, AUVXVisibility& vis, int& recordIndex)
   return 1;
 }
 
-// What the last record left must not pass for this one, nor what lies at another place: the position tells.
+// Neither what the last record left in the buffer nor bytes from elsewhere in the file may pass for this record: the
+// position after the read shows which bytes it took.
 bool AUVXRead::ReadRecord() {
   const int bytes = file_->recSize();
   record_.resize(static_cast<size_t>(bytes));

@@ -46,7 +46,7 @@ class ZELTRA_API AUVXRead : public AUVXBaseRead {
   /// Go to the first record of the first scan that `drop` keeps.
   void Select(const AScanCursor::Drop& drop);
 
-  int total_ = 0;  ///< records selected, as the index has it: count()
+  int total_ = 0;  ///< records selected, according to the index: count()
   int source_;
   AScanCursor cursor_;
 
@@ -60,7 +60,7 @@ class ZELTRA_API AUVXRead : public AUVXBaseRead {
 class ZELTRA_API AUVXRead_FqS : public AUVXRead {
  public:
   AUVXRead_FqS(AUVXFile* file, int source, int freqSel, CProgressCtrl* progress);
-  /// Read by `scans` instead of the index of the file; many readers may share one long list.
+  /// Use `scans` instead of the index of the file; many readers may share one long list.
   AUVXRead_FqS(AUVXFile* file, int source, int freqSel, std::shared_ptr<AUVXPosition> scans);
 
   /// Here, if it is of another source or setup.

@@ -50,10 +50,10 @@ void* AUVXTimeIntervalRead::GetTimeInterval() {
   double low = time;
   double high = time + eps_;
   double second = time;
-  // A length of zero would never get on, so it counts as negative.
+  // With a length of zero time would not advance, so it counts as negative.
   if (interval_ > 0) {
     low = std::trunc((time - startTime_) / interval_ + eps_) * interval_ + startTime_;
-    // From a start that is too far away, such as -1e38 for the beginning, the grid has no resolution here.
+    // If the start is too far away, such as -1e38 for the beginning, the grid of intervals has no resolution here.
     if (!(std::fabs(time - low) <= 2 * interval_)) low = time;
     second = high = low + interval_;
   }
@@ -62,7 +62,8 @@ void* AUVXTimeIntervalRead::GetTimeInterval() {
   if (high == stopTime_) high += eps_;
 
   AllocateArray();
-  // The first record belongs to the interval whatever rounding makes of its bounds: every call gets on by one at least.
+  // The first record belongs to the interval whatever rounding makes of its bounds, so every call advances by at least
+  // one record.
   do {
     AddToArray(group_, *vis_, pos_, low, second);
     ReadRecord();

@@ -18,7 +18,7 @@ namespace zeltra {
 ///   GetArray        once per interval: the result
 ///
 /// Times, including the length of the intervals, have the unit of the times that the reader gives: Julian dates in days
-/// for the records of a file. A reader cannot be rewound; to read again make a new one.
+/// for the records of a file. A reader cannot be rewound; to read again, make a new one.
 class ZELTRA_API AUVXTimeIntervalRead {
  public:
   /// @param reader     not owned

@@ -20,7 +20,7 @@ namespace {
 constexpr size_t kBlockBytes = 0x100000;
 
 // The destination of a run, and what it collects of the records written. Records are written in blocks, the last one
-// when the object goes.
+// when the object is destroyed.
 class Output {
  public:
   explicit Output(AUVXFile& file) : file_(file) {}
@@ -32,8 +32,8 @@ class Output {
     group.check(ranges_);
     vis.check(ranges_);
     baselines_.checkBase(AUVXBaseLineItem(group));
-    // Group times are days where the index counts seconds, and they go in as they are: the times in the index of a
-    // copy are its records' times divided by 86400. Its record numbers, which readers use, are right.
+    // The index counts in seconds, but group times, in days, are entered unchanged: the times in the index of a copy
+    // are its records' times divided by 86400. Its record numbers, which readers use, are right.
     positions_.CheckUVGroup(group, written_);
     const size_t end = block_.size();
     block_.resize(end + AUVXGroup::kBytes + static_cast<size_t>(vis.count()) * sizeof(AUVXComplex));
@@ -56,8 +56,8 @@ class Output {
       const int64 position = directory(i).position;
       source.Seek(position);
       auto table = std::make_unique<AUVXTable>(*source.GetFile());
-      // The index moves by the time of day of the observation date once for every table up to its own. The date is
-      // that of 0 h, so the time of day is 0.
+      // For every table up to its own, the index is shifted by the time of day of the observation date. That date is
+      // for 0 h, so the shift is 0.
       positions_.AddStartTime(dateObs);
       Add(std::move(table), *sources);
     }

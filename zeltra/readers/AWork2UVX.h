@@ -43,7 +43,7 @@ class ZELTRA_API AWork2UVX {
   /// Copy the records that Working keeps, and the tables, with their rows trimmed to what the kept records still use.
   /// The index and the baseline list are rebuilt if the source has them.
   ///
-  /// The index ("NX") of a copy has correct record numbers, which are what readers use, but wrong times, as programs
+  /// The index ("NX") of a copy has correct record numbers, which are what readers use, but wrong times, which programs
   /// rely on: the days of the records' time stamps are entered as if they were seconds, so that TIME and TIME INTERVAL
   /// are Julian dates and days divided by 86400. A program that needs times reads the records.
   /// @return 0 if Init refused or the run was cancelled: the caller then discards the destination. Otherwise 1, even if

@@ -17,9 +17,9 @@ constexpr double kCenturiesPerDay = 2.7378507871321012e-5;  // reciprocal of 365
 constexpr double kTurnPerDay = 6.300387731018544;           // of the Earth, radians per day of universal time
 constexpr double kSecondsPerMetre = 3.3356404846685622e-9;  // reciprocal of the rounded speed of light
 
-// Mean sidereal time at Greenwich of a Julian date, radians: that of 0 h, and the turn since. The constants are part of
-// the definition: those of 0 h are rounded, and a day has 1 + 1/365.25 turns, 4e-7 radians less than in SiderealTime.
-// With the exact ones results would no longer be those that hosts have stored.
+// Mean sidereal time at Greenwich of a Julian date, radians: that of 0 h, plus the rotation since. The constants are
+// part of the definition: those of 0 h are rounded, and a day has 1 + 1/365.25 turns, 4e-7 radians less than in
+// SiderealTime. With exact constants the results would differ from those that hosts have stored.
 double DefinedSiderealTime(double date) {
   const double day = std::trunc(date);
   const double midnight = date - day >= 0.5 ? day + 0.5 : day - 0.5;
@@ -52,7 +52,7 @@ void CalculateUVW(AUVXGroup& group, const AUVXAntenns& antennas, int index1, int
   const AVector second = Position(antennas, index2, rotate);
   const double dx = first.x - second.x;
   const double dy = first.y - second.y;
-  // The order of the steps is part of the definition too: UVWProjection gives other last bits. Positions are
+  // The order of the steps is part of the definition too: UVWProjection differs in the last bits. Positions are
   // left-handed here: y points to 90 degrees west.
   const double Bx = dx * std::cos(S) + dy * std::sin(S);
   const double By = dx * std::sin(S) - dy * std::cos(S);

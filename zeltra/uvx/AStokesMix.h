@@ -16,7 +16,7 @@ namespace zeltra {
 
 /// One polarisation of a record.
 struct ZELTRA_API AStokesItem {
-  int8_t index = -1;  ///< position on the Stokes axis, that is in the file's list of codes; negative: absent
+  int8_t index = -1;  ///< position on the Stokes axis, that is, in the file's list of codes; negative: absent
   int8_t code = 0;    ///< polarisation code as in AUVXStokes
 
   AStokesItem() = default;
@@ -94,7 +94,7 @@ ZELTRA_API int toListMixRL(const AUVXStokes& list, AArray<AStokesMix>& out);
 /// List the stored cross hands LR, RL and XY. The caller owns the list.
 ZELTRA_API AArray<AStokesMix>* toListMixRL_LR(const AUVXStokes& list);
 /// List the stored cross hands in `out`, whose contents and storage are released first. Unlike the form above this
-/// lists YX too, as programs rely on. @return the number of combinations
+/// lists YX too; programs rely on it. @return the number of combinations
 ZELTRA_API int toListMixRL_LR(const AUVXStokes& list, AArray<AStokesMix>& out);
 
 ZELTRA_EXPORT_TEMPLATE(AArray<AStokesMix>);

@@ -16,8 +16,8 @@ template class AArray<AUVXTlscItemEx>;
 
 namespace {
 
-// The columns that only the extended list has. Names match by their parts and the first match wins, so DERXYZ is tried
-// before NOSTA and the others after it.
+// The columns that only the extended list has. A column matches if its name contains the text sought, and the first
+// match wins, so DERXYZ is tried before NOSTA and the others after it.
 
 bool ReadDerivative(const AUVXTable& table, const ListColumn& column, AUVXTlscItemEx* items) {
   using Item = AUVXTlscItemEx;
@@ -45,7 +45,7 @@ void ReadExtended(const AUVXTable& table, const ListColumn& column, AUVXTlscItem
 
 void ReadExtended(const AUVXTable&, const ListColumn&, AUVXTlscItem*) {}
 
-/// Every element of a numeric column is read in turn, so that the last of several numbers stays.
+/// If a column has several numbers where an antenna has room for one, the last of them counts.
 template <typename Item>
 void ReadColumn(const AUVXTable& table, const ListColumn& column, Item* items) {
   if (column.Names("ANNAME") && column.IsText()) {

@@ -60,8 +60,9 @@ bool BlockExtremes(const AUVXComplex* values, int64 count, float (&low)[3], floa
   return true;
 }
 
-/// Whether extending a range by the extremes of a block could give another result than by its values one by one: zeros
-/// of both signs are equal, so that the first one would stay, and a range that is NaN depends on the last value.
+/// Whether extending a range by the extremes of a block could give another result than extending it value by value:
+/// zeros of either sign compare equal, so that the first one would stay, and a range that is NaN depends on the last
+/// value.
 bool OrderMatters(const TMnMx& range, float low, float high) {
   return std::isnan(range.minimum) || std::isnan(range.maximum) || (low == 0 && range.minimum > 0) ||
          (high == 0 && range.maximum < 0);

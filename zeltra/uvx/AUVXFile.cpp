@@ -70,7 +70,7 @@ AUVXFile& AUVXFile::operator=(AUVXFile&& other) noexcept {
   return *this;
 }
 
-// The file, open or not, and what is known of it.
+// Let go of the file, open or not, and of what is known about it.
 void AUVXFile::Forget() noexcept {
   const AUVXFile none;
   *this = none;
@@ -107,7 +107,7 @@ int AUVXFile::Attach(ABFile* file, int create, int autoDelete) {
 }
 
 void AUVXFile::Replace(std::shared_ptr<ABFile> file, int flags) {
-  // A host may have opened its file again since Close.
+  // The same file stays open: a host may have reopened it since Close.
   if (file_ != file) Close();
   Forget();
   file_ = std::move(file);

@@ -29,8 +29,8 @@ class ZELTRA_API AUVXFqTbl {
   AUVXFqTbl& operator=(const AUVXFqTbl&) = default;
   virtual ~AUVXFqTbl();
 
-  /// Read the table of `file`. Columns are recognised by name, with formats D, E and J. As programs rely on, a column
-  /// of another format takes no bytes of a row, and repeats the value read before it.
+  /// Read the table of `file`. Columns are recognised by name, with formats D, E and J. A column of another format
+  /// takes no bytes of a row and repeats the value read before it; programs rely on this.
   void Init(AUVXFile& file);
   /// The same, keeping only the setups in which the index of the file has scans of `source`, in their old order; of any
   /// source if it is negative. If the file has no index, all setups are kept.

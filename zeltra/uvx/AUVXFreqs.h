@@ -15,9 +15,9 @@ class AUVXTable;
 ///
 /// Channel c of IF i has the frequency f0 + IF FREQ(i) + c x CH WIDTH(i), where f0 is the frequency of channel 0 in the
 /// header of the file and the other two come from the row of its "FQ" table whose FRQSEL is the setup, or from the
-/// first row if there is no such row, as programs rely on. Only the sign of CH WIDTH determines the sideband. IFs that
-/// the row lacks have NaN. Without the table, IF FREQ is 0 and CH WIDTH the increment of the FREQ axis of a FITS file,
-/// 0 in a UVX file.
+/// first row if there is no such row; programs rely on that. Only the sign of CH WIDTH determines the sideband. IFs
+/// that the row lacks have NaN. Without the table, IF FREQ is 0 and CH WIDTH the increment of the FREQ axis of a FITS
+/// file, 0 in a UVX file.
 ///
 /// A file that claims more than 131072 frequencies but is too small for even one such record gives none.
 class ZELTRA_API AUVXFreqs : public AArray<double> {
@@ -46,8 +46,8 @@ class ZELTRA_API AUVXFreqs : public AArray<double> {
   double operator()(int f) const { return lpArray()[f]; }
 
   /// Make an "FQ" table of one setup, number 1, as AIPS writes it: offsets from `reference`, Hz, and channel widths of
-  /// the IFs, which are evenly spaced in order. The width of single channels is that of the file they come from, else
-  /// 0.
+  /// the IFs, which are evenly spaced in order. The width of single channels is that of the file from which the
+  /// frequencies were read, else 0.
   /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable(double reference) const;
 

@@ -158,7 +158,7 @@ struct ZELTRA_API AUVXHeader {
   AUVXHeader();
   /// The header of `uvx`; bytes that cannot be read are zero.
   explicit AUVXHeader(AUVXFile& uvx);
-  /// The header that the primary header of `fits`, which has been read, calls for, with empty ranges. Texts are cut to
+  /// The header made from the primary header of `fits`, which has been read; its ranges are empty. Texts are cut to
   /// their fields; the telescope is INSTRUME, and `freq0` the frequency of pixel 1 of the FREQ axis.
   explicit AUVXHeader(const AFITS& fits);
 

@@ -56,7 +56,7 @@ void AUVXHeaderCards::AddHistory(const std::string& text) {
   std::string rest = PrintableText(text);
   while (rest.size() > kHistoryRoom) {
     const size_t blank = rest.rfind(' ', kHistoryRoom);
-    // Continuation lines are indented; a break within the indent would take nothing off the line.
+    // Continuation lines are indented; a break within the indent would not shorten the line.
     const size_t end = blank == rest.npos || rest.find_first_not_of(' ') >= blank ? kHistoryRoom : blank;
     Add(kHistory + rest.substr(0, end));
     rest = "  " + rest.substr(rest[end] == ' ' ? end + 1 : end);

@@ -33,7 +33,7 @@ AUVXIntegrations::AUVXIntegrations(const AUVXTable& table, int records) {
   records_ = records;
 }
 
-// Here a NaN is the same as itself.
+// Compares the bits, so that a NaN equals itself.
 bool AUVXIntegrations::IsSame(float seconds) const {
   return isGivenUp_ || std::bit_cast<std::uint32_t>(seconds) == std::bit_cast<std::uint32_t>(runs_.back().seconds);
 }

@@ -23,7 +23,7 @@ namespace {
 constexpr int kLongList = 4096;
 constexpr int kLargestDoubled = 1 << 30;
 
-/// Times are still days here. The longer of two names that begin alike comes first.
+/// Times are still in days here. Of two names that begin alike, the longer is tried first.
 void ReadColumn(const AUVXTable& table, const ListColumn& column, AUVXPositionItem* items) {
   using Item = AUVXPositionItem;
   if (!column.IsNumeric()) return;

@@ -27,8 +27,9 @@ ZELTRA_EXPORT_TEMPLATE(AArray<AUVXPositionItem>);
 
 /// The scans of a file in the order of its records.
 ///
-/// To build an index of records, call CheckUVGroup for each. It takes times as they stand in the groups, and the table
-/// takes them as seconds: to write the table, pass groups with seconds since 0 h of the observation date.
+/// To build an index of records, call CheckUVGroup for each. It enters the times of the groups unchanged, and
+/// ToUVXTable takes them for seconds: to write the table, pass groups whose times are seconds since 0 h of the
+/// observation date.
 class ZELTRA_API AUVXPosition : public AArray<AUVXPositionItem> {
  public:
   AUVXPosition() = default;

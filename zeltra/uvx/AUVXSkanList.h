@@ -35,8 +35,8 @@ class ZELTRA_API AUVXSkanList : public AArray<AUVXSkanListItem> {
 
   /// Read a table, with the keywords MJD0 and SOL_INT.
   ///
-  /// SOL_INT is read as an integer, as programs rely on: of the value that ToUVXTable writes, with an exponent, only
-  /// the digit before the decimal point is read back (10, written as 1.0000000000E+01, reads as 1).
+  /// SOL_INT is read as an integer, and programs rely on that: of the value that ToUVXTable writes, with an exponent,
+  /// only the digit before the decimal point is read back (10, written as 1.0000000000E+01, reads as 1).
   /// @return false if the rows of the table are not 24 bytes wide: the list then has its size and undefined contents
   bool Create(const AUVXTable& table);
 

@@ -60,12 +60,12 @@ class ZELTRA_API AUVXSources : public AArray<AUVXSourceItem> {
   /// @return a new table, owned by the caller
   AUVXTable* ToUVXTable() const;
 
-  /// Precess the apparent coordinates of the sources with a negative epoch from its date to `julianDate`, and make
-  /// their epochs positive.
+  /// Precess the apparent coordinates of each source with a negative epoch from the date of that epoch to `julianDate`,
+  /// and make the epoch positive.
   ///
-  /// Precession in declination n and right ascension m, arc seconds a year, follow Newcomb; ra and dec go into sine,
-  /// cosine and tangent as stored, whatever their unit, so that results agree with files corrected earlier. An epoch
-  /// other than 1950 and 1900 counts as J2000.
+  /// Precession follows Newcomb, with n in declination and m in right ascension, arc seconds per year; ra and dec enter
+  /// sine, cosine and tangent as stored, whatever their unit, so that results agree with files corrected earlier. An
+  /// epoch other than 1950 and 1900 counts as J2000.
   void CorrectRADEC(double julianDate);
 };
 

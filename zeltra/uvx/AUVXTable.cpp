@@ -28,7 +28,7 @@ namespace {
 constexpr int kCodeBits = 0xFFFF;
 constexpr int kLargestKeyWordCount = 32767;
 
-/// Read `n` consecutive elements; if the file does not hold so many, none is read.
+/// Read `n` consecutive elements; if the file does not hold that many, none is read.
 template <typename T>
 int ReadElements(ABFile& file, int n, AArray<T>& elements) {
   const int64 bytes = int64{n} * static_cast<int64>(sizeof(T));
@@ -276,7 +276,7 @@ AUVXFile& AUVXTable::store(AUVXFile& uvx) const {
   const int place = directory.HasTable(id_);
   if (place < 0) return uvx.AddTable(*this);
   AUVXTableItem& item = directory(place);
-  // Nothing has been written beyond the end of the file: the entry is damaged.
+  // An entry that points beyond the end of the file is damaged: nothing has been written there.
   if (!uvx.Seek(int64{item.position}) || !HasBytes(*uvx.GetFile(), 0)) return uvx;
   item.ID = id_;
   item.size = GetSize();

@@ -134,9 +134,8 @@ class ZELTRA_API AUVXTable {
   /// Write the image at the current position of `file`. @return 0 as soon as a write fails
   int store(ABFile& file) const;
   /// Put the table into `uvx`: in place of the one with the same code, otherwise after the others. The old image is
-  /// overwritten in place, since tables are rewritten only after they have shrunk. One that the directory places
+  /// overwritten in place, since tables are rewritten only after they have shrunk. An image that the directory places
   /// outside the file is left alone.
-  /// the directory places outside the file stays as it is.
   AUVXFile& store(AUVXFile& uvx) const;
   /// Bytes of the image.
   int GetSize() const;
@@ -149,8 +148,8 @@ class ZELTRA_API AUVXTable {
   std::string Code() const;
   /// "FITS " or, for the library's own family, "KVO  ", and the code.
   std::string IDtoStr() const;
-  /// Number of a code: the sum of its characters, each shifted left by 8 bits more than the one before (modulo 32),
-  /// with bit 16 set if `own`.
+  /// ID of a code: the sum of its characters, each shifted left by 8 bits more than the one before (modulo 32), with
+  /// bit 16 set if `own`.
   static int toHash(const std::string& name, int own);
 
   /// Whether a table with this ID is one of this library's own that describe the origin of the data: "HD", the cards of

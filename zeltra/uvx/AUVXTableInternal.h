@@ -35,8 +35,8 @@ struct ListColumn {
   bool IsNumeric() const { return count > 0 && (type == 'D' || type == 'E' || type == 'I' || type == 'J'); }
 };
 
-/// The columns of a table in order. As programs rely on, letters other than A, D, E, I, J, L, including bits, take no
-/// bytes of a row here: later columns are read where they would be without such a column.
+/// The columns of a table in order. Letters other than A, D, E, I, J, L, including bits, take no bytes of a row here:
+/// later columns are read where they would be without such a column. Programs rely on this.
 std::vector<ListColumn> ListColumns(const AUVXTable& table);
 
 /// Element `element` of a numeric column in one row.

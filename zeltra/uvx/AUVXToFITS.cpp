@@ -183,7 +183,7 @@ void AddKept(FITSHeaderWriter& cards, const AUVXHeaderCards& kept) {
 
 // Tables
 
-/// Give texts and logical values a form that FITS allows: in a text, printable characters, then zero bytes after its
+/// Give texts and logical values a form that FITS allows: a text has printable characters, and zero bytes after its
 /// end.
 void CleanRows(AUVXTable& table) {
   for (int column = 0; column < table.columnCount(); ++column) {

@@ -20,7 +20,8 @@ namespace {
 constexpr int kComplexBytes = sizeof(AUVXComplex);
 constexpr size_t kPairs = 65536;
 
-// The pairs of one source have places of their own; those of several sources and few antennas seldom share one.
+// Each pair of antennas of one source has a place of its own; with several sources and few antennas, pairs seldom share
+// one.
 size_t SeenPlace(const AUVXGroup& group) {
   const unsigned pair = static_cast<uint8_t>(group.ant1) * 256u + static_cast<uint8_t>(group.ant2);
   return (pair ^ static_cast<uint16_t>(group.source) * 40503u) % kPairs;

@@ -44,7 +44,8 @@ class ZELTRA_API AUVXWriter {
   /// Maximum number of values that Reserve makes room for.
   static constexpr int kMostReserved = 1024;
   /// Maximum number of scans in a file, which take 224 MiB. A file has more only if its source changes with nearly
-  /// every record. If gaps in time alone produce that many, the spacing of the time stamps leaves at most half of them.
+  /// every record. If gaps in time alone produce that many, at most half of them remain once they are judged by the
+  /// spacing of the time stamps.
   static constexpr int kMostScans = 1 << 23;
   /// The time of a record is taken from its group.
   static constexpr double kFromGroup = std::numeric_limits<double>::quiet_NaN();
@@ -179,8 +180,8 @@ class ZELTRA_API AUVXWriter {
     std::uint8_t state = 0;  // 1 flagged, 2 unflagged
   };
   std::vector<SeenPair> seen_;
-  // The values of the last pieces, those of several records together, since checking a few values costs as much as
-  // checking many.
+  // The values of the last pieces. Those of several records are checked together, since checking a few values costs as
+  // much as checking many.
   std::unique_ptr<AUVXComplex[]> step_;
   int unchecked_ = 0;
   AUVXGroup* group_ = nullptr;  // being filled in, like the reserved values

@@ -86,7 +86,7 @@ void ScanIndex::BeginGiven(int subarray) {
 
 void ScanIndex::Take(int record, double seconds, int source, int setup) {
   const bool isSame = source == scan_.sourceId && setup == scan_.freqId;
-  // Julian dates are good for 0.04 ms.
+  // Julian dates resolve 0.04 ms.
   const double gap = isSame ? std::round(std::fabs(seconds - stamp_) * 1e4) / 1e4 : 0;
   const bool isEnded = isBegun_ || subarray_ != scan_.subarray;
   const bool mayEnd = isGiven_ ? isBegun_ : gap > (gap_ > 0 ? gap_ : kLeastGap);
@@ -118,8 +118,8 @@ void ScanIndex::EndScan(int end) {
   if (last_.size() < kRowsAtATime) return;
   Settle();
   if (index_.rows() < AUVXWriter::kMostScans) return;
-  // Rows are joined for good by the spacings so far, so that many gaps alone do not fill the table. If that frees
-  // little room, the table counts as full, or it would be done again and again.
+  // Rows are joined for good, judged by the spacings so far, so that many gaps alone do not fill the table. If that
+  // frees little room, the table counts as full, since otherwise rows would be joined again and again.
   Join();
   isFull_ = index_.rows() > AUVXWriter::kMostScans / 2;
 }

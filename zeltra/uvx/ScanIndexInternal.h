@@ -86,7 +86,7 @@ class ScanIndex {
   double end_ = 0;        // of the scan, seconds
   double stamp_ = 0;      // the last one, seconds
   int subarray_ = 1;      // of the next scan
-  bool isOpen_ = false;   // whether the scan has records and no row
+  bool isOpen_ = false;   // whether the scan has records but no row yet
   bool isBegun_ = false;  // whether the next record begins a given scan
   bool isGiven_ = false;  // whether scans are given
   bool isFull_ = false;
