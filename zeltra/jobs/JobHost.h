@@ -63,13 +63,13 @@ class ZELTRA_API AJobHost {
   /// Who does parts of a job's work elsewhere; null: threads do them here.
   virtual AImageWorkers* workers() { return nullptr; }
 
-  /// Open an input that the library itself does not read, as a compressed one.
+  /// Open an input that the library itself does not read, such as a compressed one.
   /// @param plain  null unless the host opens it
   virtual AResult OpenInput(const std::string& path, const JobOptions& options, std::unique_ptr<AInputFile>& plain);
 };
 
-/// The names of a job's files, in the order of its description; an output that is not named is empty. Of a job that
-/// takes a list there may be any number of inputs.
+/// The names of a job's files, in the order of its description; an output that is not named is empty. A job that takes
+/// a list may have any number of inputs.
 struct AJobFiles {
   std::vector<std::string> inputs, outputs;
 
