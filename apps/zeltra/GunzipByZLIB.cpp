@@ -24,7 +24,7 @@ std::filesystem::path PathOf(const std::string& name) {
   return std::u8string(name.begin(), name.end());
 }
 
-// A file that is removed with the object, or as soon as it is open, on systems that can remove open files.
+// A file that is removed with the object or, on systems that can remove open files, as soon as it is open.
 class TemporaryFile : public AInputFile {
  public:
   ~TemporaryFile() override {

@@ -35,7 +35,7 @@ ZELTRA_API std::string ModelText(const ComponentFit& fit);
 ZELTRA_API AResult FitUVX(AUVXInput& from, const std::string& to, const std::string& residual,
                           const FitOptions& options, ComponentFit& fit);
 
-/// The job's options and outputs.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& FitDescription();
 
 }  // namespace zeltra

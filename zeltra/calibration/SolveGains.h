@@ -78,7 +78,7 @@ ZELTRA_API AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGai
 /// of the input and one more table "SN".
 ZELTRA_API AResult SolveGains(AUVXInput& from, const std::string& to, const SolveOptions& options, SolveReport& report);
 
-/// The job's options and outputs.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& SolveDescription();
 
 /// Why an antenna has no gain, in words.

@@ -29,7 +29,7 @@ class FrequencyMeans {
   /// A sentence about means for which some values did not count, so that their frequencies differ slightly from those
   /// of the channels; empty if there are none.
   std::string Remark() const;
-  /// A sentence about values that are flagged in the mean only since they, or their weights, are not finite; empty if
+  /// A sentence about values that are flagged in the mean only because they, or their weights, are not finite; empty if
   /// there are none.
   std::string NotFiniteRemark() const;
 
