@@ -15,7 +15,8 @@ namespace zeltra::app {
 namespace {
 
 constexpr int kBlock = 1 << 18;
-// Space left free for others in the folder of temporary files: this much, or a twentieth.
+// Space left free for others in the folder of temporary files: this much, or a twentieth of what is free if that is
+// more.
 constexpr int64 kMargin = 64 << 20;
 constexpr int kWindowOfGzip = 15 + 16;
 

@@ -58,7 +58,7 @@ std::string NoCommand(const CLI::App& app, const std::string& word) {
 
 using Adder = std::function<void(CLI::App&, Session&)>;
 
-// All commands by name, in the order of the help: the jobs, of which some do more here, and what only the command does.
+// All commands by name, in the order of the help: the jobs, some of which do more here, and what only the command does.
 std::vector<std::pair<std::string, Adder>> Commands() {
   const std::map<std::string, Adder> own = {{"clean", AddCleanCommand},
                                             {"gains", AddGainsCommand},

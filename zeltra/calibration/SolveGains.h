@@ -53,7 +53,7 @@ using GainCounts = std::map<GainFault, int64>;
 /// What the user should know about a solution.
 struct ZELTRA_API SolveReport {
   int64 intervals = 0;
-  std::map<int, GainCounts> antennas;  ///< by number; intervals without data of an antenna do not count
+  std::map<int, GainCounts> antennas;  ///< by number; intervals in which an antenna has no data do not count
   int64 visibilities = 0;              ///< those whose antennas both have gains
   int64 unsolved = 0;                  ///< the others
   double chi2Before = 0;               ///< sum w |V - M|^2 of these visibilities; compare with twice their number

@@ -25,9 +25,9 @@ class ZELTRA_API ATableSink {
   virtual void Integer(int64 value) = 0;
   virtual void Real(double value) = 0;
   virtual void Real(float value) = 0;
-  /// A real number of which people see this many digits.
+  /// A real number that people see with this many digits.
   virtual void Rounded(double value, int digits) = 0;
-  /// A real number of which people see the digits of a 32-bit float.
+  /// A real number that people see with the digits of a 32-bit float.
   virtual void RoundedToFloat(double value) = 0;
   virtual void Time(double julianDate) = 0;
   virtual void Text(std::string_view text) = 0;

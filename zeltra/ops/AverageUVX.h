@@ -46,7 +46,7 @@ using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& valu
 /// interval, its first value is given with its own weight, or 0 if it is not finite. A source whose records go back in
 /// time is refused.
 ///
-/// Memory: below 256 MiB in a file of up to a million scans, of which each takes some 100 bytes. Where the baselines of
+/// Memory: below 256 MiB in a file of up to a million scans, each of which takes some 100 bytes. Where the baselines of
 /// an interval do not fit, its records are read several times. A file is refused where the records of more than 128
 /// sources alternate within an interval, and where records have more than 1048576 values.
 /// @param sink  a failure of it ends the job

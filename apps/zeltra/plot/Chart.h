@@ -63,7 +63,7 @@ class Chart {
   struct Series {
     std::string name;
     PlaceSet places;  // line by line
-    PlaceSet bars;    // column by column; as large, or without room
+    PlaceSet bars;    // column by column; as large as `places`, or empty
   };
 
   static constexpr size_t kLayers = 4;
