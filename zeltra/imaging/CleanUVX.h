@@ -21,7 +21,7 @@ struct CleanStop {
   double level = 0;         ///< no pixel exceeds this, in the unit of the image; 0: does not count
   double flux = 0;          ///< all components add up to this, Jy, or to more than it; 0: does not count
   bool isNegative = false;  ///< the largest pixel is negative
-  bool isDefault = true;    ///< these are the defaults, which whatever strToStop reads replaces
+  bool isDefault = true;    ///< nothing was asked for: what strToStop reads replaces the defaults
 };
 
 /// Read words separated by commas: "3sigma", "5mJy" or "0.005", "flux=2.5Jy", and "negative". A second text adds to the

@@ -19,7 +19,7 @@ namespace {
 // 1 GiB of floats.
 constexpr double kMostPixels = 1 << 28;
 constexpr double kLeastPixel = 1e-15, kMostAngle = 60;  // degrees
-constexpr double kSmallAngle = 1e-6;                    // degrees, of a rotation that nobody sees
+constexpr double kSmallAngle = 1e-6;                    // degrees, of a rotation too small to see
 
 class ImageReader {
  public:

@@ -491,7 +491,7 @@ AResult Importer::WriteTables() {
     tables.emplace_back(AUVXAntenns(baseLines).ToUVXTable());
     summary_.remarks.push_back("there is no table \"AN\": antennas have no names and no positions");
   }
-  // Freed so that extensions with the name of a source table that are none are not read again.
+  // Freed so that extensions that have the name of a source table, but are not one, are not read again.
   input_.fits().tables().Free();
   if (!sources) sources = tables.emplace_back(AUVXSources(input_.fits()).ToUVXTable()).get();
   RemarkOnTables(antennas, *sources, *setups);
