@@ -21,7 +21,7 @@ namespace {
 
 using Matrix = AMatrix<std::complex<double>>;
 
-/// The shortest of several runs: what the machine can do when idle otherwise.
+/// The shortest of several runs: what the machine can do when otherwise idle.
 class Timer {
  public:
   template <typename Work>

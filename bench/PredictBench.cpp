@@ -1,7 +1,8 @@
 // Measure the prediction of visibilities from components: predict_bench [COMPONENTS] [VISIBILITIES]
 //
-// Prints nanoseconds of wall-clock time for a component and visibility, on one thread and on two that share the
-// visibilities, and of a loop over the functions of the system. SPDX-License-Identifier: MIT
+// Prints nanoseconds of wall-clock time for each component and visibility, on one thread and on two that share the
+// visibilities, and of a loop over the functions of the system.
+// SPDX-License-Identifier: MIT
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>

@@ -13,7 +13,7 @@ import sys
 import tempfile
 import time
 
-# Name, command and options; IN, SHUFFLED, which is IN in another order, OUT, GAINS and the folder PARTS stand for the files.
+# Name, command and options; IN, OUT, GAINS and the folder PARTS stand for files, SHUFFLED for IN in another order.
 OPERATIONS = [
     ("copy one IF", "copy IN OUT --if 1"),
     ("delete one IF", "delete-if IN OUT --if 1"),

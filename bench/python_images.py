@@ -1,6 +1,6 @@
 """One large file imaged and cleaned by one worker process and by two: python_images.py [GIGABYTES]
 
-The ratio of their times is what the second one gives; it waits where components are found and images transformed.
+The ratio of their times is what the second one gains; it waits while components are found and images are transformed.
 ZELTRA_LIBRARY names the library.
 """
 # SPDX-License-Identifier: MIT

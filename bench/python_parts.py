@@ -29,7 +29,7 @@ def join(file):
 
 
 def peak():
-    """MB of memory that this process has taken at most."""
+    """The most memory that this process has taken, MB."""
     with open("/proc/self/status") as status:
         return int(next(line for line in status if line.startswith("VmHWM")).split()[1]) / 1024
 

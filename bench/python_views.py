@@ -1,6 +1,6 @@
 """Time and memory of the Python package on a large file: python_views.py ZELTRA_COMMAND [FOLDER] [GB]
 
-Each way of reading runs in a process of its own, which must stay below 100 MB for every 1000th record.
+Each way of reading runs in a process of its own. The one that reads every 1000th record must stay below 100 MB.
 """
 # SPDX-License-Identifier: MIT
 import os

@@ -86,8 +86,7 @@ struct CommandTargets {
   JobOptions& options;              ///< of the type that the description requires
   std::vector<std::string*> files;  ///< the names of the inputs, then of the outputs
   bool hasTable = false;            ///< whether the command prints a table, in the format of the session
-  /// Of a command that takes several inputs: their names, then that of the output. `files` does not
-  /// count then.
+  /// For a command that takes several inputs: their names, then that of the output. `files` is then ignored.
   std::vector<std::string>* list = nullptr;
 };
 

@@ -15,7 +15,8 @@ namespace zeltra::app {
 namespace {
 
 constexpr int kBlock = 1 << 18;
-// Space left free for others in the folder of temporary files: this much, or a twentieth.
+// Space left free for others in the folder of temporary files: this much, or a twentieth of what is free if that is
+// more.
 constexpr int64 kMargin = 64 << 20;
 constexpr int kWindowOfGzip = 15 + 16;
 
@@ -24,7 +25,7 @@ std::filesystem::path PathOf(const std::string& name) {
   return std::u8string(name.begin(), name.end());
 }
 
-// A file that is removed with the object, or as soon as it is open, on systems that can remove open files.
+// A file that is removed with the object or, on systems that can remove open files, as soon as it is open.
 class TemporaryFile : public AInputFile {
  public:
   ~TemporaryFile() override {

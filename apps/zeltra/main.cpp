@@ -33,7 +33,7 @@ size_t Distance(const std::string& a, const std::string& b) {
   return line.back();
 }
 
-// The first argument that is no option, which should be a command; empty if there is none.
+// The first argument that is not an option, which should be a command; empty if there is none.
 std::string FirstWord(const std::vector<std::string>& arguments) {
   const auto word =
       std::find_if(arguments.begin(), arguments.end(), [](const auto& a) { return a.rfind('-', 0) != 0; });
@@ -58,7 +58,7 @@ std::string NoCommand(const CLI::App& app, const std::string& word) {
 
 using Adder = std::function<void(CLI::App&, Session&)>;
 
-// All commands by name, in the order of the help: the jobs, of which some do more here, and what only the command does.
+// All commands by name, in the order of the help: the jobs, some of which do more here, and what only the command does.
 std::vector<std::pair<std::string, Adder>> Commands() {
   const std::map<std::string, Adder> own = {{"clean", AddCleanCommand},
                                             {"gains", AddGainsCommand},
@@ -79,8 +79,9 @@ std::vector<std::pair<std::string, Adder>> Commands() {
   return commands;
 }
 
-// Add the commands that are words of a command line which begins with a command, since the options of all the others
-// take longer to build than all else at the start; and all commands for any other, and for the manual.
+// If a command line begins with a command, add only the commands that are among its words: the options of all the
+// others take longer to build than everything else at the start. For any other command line, and for the manual, add
+// all commands.
 void AddCommands(CLI::App& app, Session& session, const std::vector<std::string>& arguments) {
   const std::vector<std::pair<std::string, Adder>> commands = Commands();
   const std::string word = FirstWord(arguments);

@@ -111,8 +111,8 @@ struct GainSums {
   }
 };
 
-// The time that the gains of one interval cover, all antennas, IFs and hands together, which are to share rows of a
-// table.
+// The time that the gains of one interval cover, for all antennas, IFs and hands together, since these are to share
+// rows of a table.
 struct GainSpan {
   double begin = HUGE_VAL, end = -HUGE_VAL;  // Julian dates
 
@@ -139,8 +139,7 @@ int GainAverrage(const AGainArray& gains, double seconds, double start, AGainArr
   std::map<std::pair<Interval, AGainKey>, GainSums> intervals;
   for (int i = 0; i < gains.count(); ++i) {
     const AGainArrayItem& item = gains(i);
-    // A Julian date is good to 0.04 ms: a time that is at a bound to within that belongs to the interval that begins
-    // there.
+    // A Julian date is good to 0.04 ms: a time as close as that to a bound belongs to the interval that begins there.
     const double number = std::floor(((item.time - start) * kSecondsPerDay + 1e-4) / seconds);
     const Interval interval(number, int{item.source}, int{item.setup}, int{item.subarray}, int{item.reference});
     spans[interval].Add(item);

@@ -47,8 +47,8 @@ ZELTRA_API int GetGainMeanInfo(const AGainArray& gains, AArray<AGainMeanInfo>& i
 /// Average gains over intervals, separately for each antenna, hand, IF, source, setup, subarray and reference antenna.
 /// The phase is that of the weighted mean of unit vectors and the modulus the weighted mean of the moduli, so that
 /// changing phases do not reduce the modulus. Delays and rates are weighted means too. The weights are inverse
-/// variances: the squared signal-to-noise ratio for phases, and that over the squared modulus for moduli; the ratios of
-/// averaged gains add in quadrature. The time is the middle of the span that all gains of the interval cover.
+/// variances: the squared signal-to-noise ratio for phases, and that over the squared modulus for moduli.
+/// Signal-to-noise ratios add in quadrature. The time is the middle of the span that all gains of the interval cover.
 /// @param seconds   length of the intervals, which begin at `start` and at every multiple of the length from there
 /// @param start     Julian date
 /// @param averages  the averages, sorted; an interval without a valid gain gives one without a solution

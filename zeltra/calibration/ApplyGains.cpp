@@ -59,7 +59,7 @@ struct AntennaGains {
 
 class Applier {
  public:
-  /// @param together  where the output is finished; null: by itself
+  /// @param together  the outputs that it is finished with; null: it is finished by itself
   Applier(AUVXInput& from, const ApplyOptions& options, ApplySummary& summary, OutputFiles* together)
       : from_(from),
         options_(options),

@@ -55,7 +55,7 @@ ZELTRA_API AResult ApplyGains(AUVXInput& from, const std::string& to, const Appl
 ZELTRA_API AResult ApplyGains(AUVXInput& from, const std::string& to, const ApplyOptions& options,
                               ApplySummary* summary, OutputFiles& together);
 
-/// The job's options and outputs.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& ApplyDescription();
 
 }  // namespace zeltra

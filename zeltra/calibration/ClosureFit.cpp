@@ -24,8 +24,8 @@ double Wrapped(double phase) {
   return std::remainder(phase, kTwoPi);
 }
 
-// Antennas by their distance from the strongest one of each connected group, with phases that turn those of the
-// baselines to their neighbours in the tree to 0.
+// A tree of baselines for each connected group of antennas, which grows from the strongest antenna to its neighbours,
+// and so on; and the phases of antennas that turn the phases of these baselines to 0.
 class PhaseTree {
  public:
   PhaseTree(const std::vector<PhaseEquation>& equations, int antennas)

@@ -14,8 +14,8 @@
 
 namespace zeltra {
 
-/// chi^2 of the closure phases of a maximal independent set, with their full covariance. If the model is right and so
-/// are the weights, it is `closures` on average, whatever the phases of the antennas are.
+/// chi^2 of the closure phases of a maximal independent set, with their full covariance. If both the model and the
+/// weights are right, it is `closures` on average, whatever the phases of the antennas are.
 struct ClosureFit {
   double chi2 = 0;
   int64 closures = 0;  ///< independent closure phases
@@ -28,9 +28,9 @@ struct ClosureFit {
 /// that of the model; baselines whose signal is at most three times their noise are left out, since their phases are
 /// not normal.
 ///
-/// The chi^2 of independent closures with their covariance is the least that phases of antennas can make of the sum of
-/// s^2 x (phase)^2 over baselines, s being the signal-to-noise ratio: any closure is the sum of such phases around a
-/// loop. That sum is what is computed, after whole turns are removed along a tree of baselines.
+/// The chi^2 of independent closures with their covariance is the smallest value that phases of antennas can give the
+/// sum of s^2 x (phase)^2 over baselines, s being the signal-to-noise ratio: any closure is the sum of such phases
+/// around a loop. That sum is what is computed, after whole turns are removed along a tree of baselines.
 /// @param antennas  their number
 ZELTRA_API void AddClosures(const std::vector<BaselineProducts>& baselines, int antennas, ClosureFit& fit);
 

@@ -22,13 +22,13 @@ namespace {
 
 using Complex = std::complex<double>;
 
-// Visibilities of a part, whose rows become one triangle, and of a block of these rows, which stays in the cache.
+// Visibilities in a part, whose rows become one triangle, and in a block of it, which stays in the cache.
 constexpr size_t kPart = 4096, kBlock = 128;
-// Part of a derivative that has to differ from all those before it. Otherwise the parameter is not determined.
+// Share of a derivative that has to be independent of all those before it for the data to determine the parameter.
 constexpr double kLeastShare = 1e-8;
 constexpr double kStrongCorrelation = 0.9;
 constexpr size_t kMostNamed = 8;
-// An axial ratio of 0 stays 0 in a fit, as chi^2 depends on its square.
+// Takes the place of an axial ratio of 0, which would stay 0 in a fit, as chi^2 depends on its square.
 constexpr double kFirstRatio = 0.1;
 
 constexpr unsigned kShape = ModelComponent::FreeMajor | ModelComponent::FreeRatio | ModelComponent::FreeAngle;
@@ -48,7 +48,8 @@ std::string NameOf(unsigned number) {
   return kNames[std::countr_zero(number)];
 }
 
-// A Gaussian of flux 1 without its phase is exp(-kScale (uu u^2 + uv u v + vv v^2)); also the derivatives of the three.
+// The shape of a Gaussian, which for a flux of 1 and without its phase is exp(-kScale (uu u^2 + uv u v + vv v^2)); also
+// the derivatives of uu, uv and vv.
 struct Form {
   static constexpr double kScale = kPi * kPi / (4 * std::numbers::ln2);
 
@@ -57,8 +58,8 @@ struct Form {
   double uu = 0, uv = 0, vv = 0;
 };
 
-// The factors of a form (a u + b v)^2 + (c v)^2. Unlike axes and angle they have derivatives that differ from each
-// other for a circle as well, and no values without a meaning.
+// The factors of a form (a u + b v)^2 + (c v)^2. Unlike axes and angle, they have different derivatives for a circle
+// too, and each of their values has a meaning.
 struct Factors {
   explicit Factors(const ModelComponent& c);
   Factors(double first, double second, double third) : a(first), b(second), c(third) {}
@@ -83,7 +84,7 @@ void Factors::Shape(ModelComponent& component) const {
   component.angle = std::atan2(2 * half, vv - uu) / 2;
 }
 
-// A number that is fitted: one of a component, or where a whole shape is fitted by its factors, one of these.
+// A number that is fitted: one of a component or, where a whole shape is fitted by its factors, one of the factors.
 struct Parameter {
   size_t component;
   unsigned number;
@@ -201,7 +202,7 @@ struct Point {
   std::vector<Form> slopes;                  // of each parameter, for those of shapes
 };
 
-// Makes one triangle of the rows of a part: so threads do nearly all of the work, and hand little over.
+// Makes one triangle of the rows of a part, so that threads do nearly all of the work and hand over little.
 class RowWorker : public PartWorker {
  public:
   RowWorker(const VisibilityList& list, const Point& point, bool withDerivatives)
@@ -269,7 +270,7 @@ void RowWorker::FillColumn(int column, size_t first, size_t count) {
   }
 }
 
-// The triangle, and a row for the rest of the residuals: the equations of the part but for a rotation.
+// The triangle, and a row for the rest of the residuals: the equations of the part, apart from a rotation.
 std::vector<char> RowWorker::Rows() const {
   const auto rows = static_cast<size_t>(columns_) + 1;
   std::vector<double> numbers(rows * rows);
@@ -294,7 +295,7 @@ class ComponentProblem : public AFitProblem {
 
   int parameters() const override { return parameters_.count(); }
   bool Evaluate(const double* p, bool withDerivatives, const Sink& take) override;
-  /// That the job was cancelled, or is out of memory.
+  /// A failure if the job was cancelled or is out of memory.
   const AResult& result() const { return result_; }
 
  private:
@@ -358,7 +359,7 @@ AResult ComponentFitter::Run() {
   return FindErrors();
 }
 
-// Take the components that nothing changes out of the visibilities.
+// Subtract the components that the fit does not change from the visibilities.
 AResult ComponentFitter::Divide() {
   ComponentModel fixed;
   std::vector<ModelComponent>& all = fit_.model.components();
@@ -467,7 +468,7 @@ void ComponentFitter::SetErrors(const Parameters& parameters, const std::vector<
     const bool isWidth = parameter.number == ModelComponent::FreeMajor || parameter.number == ModelComponent::FreeRatio;
     const double value = NumberOf(free_[parameter.component], parameter.number);
     if (isWidth && error > value) {
-      // Near 0 only the square has a parabola of chi^2 around it.
+      // Near 0, chi^2 is a parabola in the square only.
       const double bound = std::sqrt(value * (value + 2 * error));
       error = bound - value;
       const bool isAngle = parameter.number == ModelComponent::FreeMajor;

@@ -16,7 +16,8 @@
 namespace zeltra {
 
 /// Standard deviations of the numbers of a component, in their units: 0 of one that was not fitted, infinite of one
-/// that the data do not determine. Where that of a width or ratio would exceed it, how far above it the square may lie.
+/// that the data do not determine. Where that of a width or ratio would exceed the width or ratio itself, it is taken
+/// from the error of the square instead, and says how much larger the number may be.
 struct ComponentErrors {
   double flux = 0, x = 0, y = 0, major = 0, ratio = 0, angle = 0;
 };
@@ -24,8 +25,8 @@ struct ComponentErrors {
 /// The most numbers that may be free in a fit.
 inline constexpr int kMostFreeNumbers = 1000;
 
-/// What a fit may change of a component: its marks, without the shape of a point, and without the angle of a circle
-/// that stays one. A sum of ModelComponent::Free.
+/// What a fit may change of a component: what is marked, without the shape of a point, and without the angle of a
+/// circle that stays a circle. A sum of ModelComponent::Free.
 ZELTRA_API unsigned FreeNumbers(const ModelComponent& component);
 
 /// What a fit of components gives.

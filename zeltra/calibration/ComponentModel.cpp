@@ -38,7 +38,7 @@ std::string Fault(const ModelComponent& c) {
   return {};
 }
 
-// The walk over the headers of an image: AFITS takes one without GCOUNT for a file without data.
+// Goes over the headers of an image itself, as AFITS takes an image without GCOUNT for a file without data.
 AResult FindComponents(AInputFile& file, const std::string& path, AUVXTable& table) {
   AFITSmain main(&file);
   if (!main.ReadHeader() && main.headerEnd() == 0)

@@ -45,8 +45,8 @@ class ZELTRA_API ComponentModel {
   /// the values of a point; text after `!` is a comment. Type 0 is a point, 1 a Gaussian.
   /// @return a failure that names the line
   AResult ReadText(const std::string& path);
-  /// Lines as ReadText reads them, below a comment that names the numbers. Numbers have 12 significant digits, so that
-  /// those of a file with no more come back as they were.
+  /// Lines as ReadText reads them, below a comment that names the numbers. Numbers have 12 significant digits, so those
+  /// of a file that has no more digits come back unchanged.
   std::string Text() const;
   /// Read the first table "AIPS CC" of a FITS image.
   AResult ReadFITS(const std::string& path);

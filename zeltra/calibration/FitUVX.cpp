@@ -65,7 +65,7 @@ AResult Fitter::Run(const std::string& to, const std::string& residual) {
   return outputs.Commit();
 }
 
-// @param isSubtracted  whether the components are also those of a model of the file
+// @param isSubtracted  whether the components will also be subtracted from the file
 AResult Fitter::FitSource(bool isSubtracted) {
   if (AResult result = data_.Select(options_.selection, SelectedVisibilities::TotalIntensity); !result) return result;
   if (AResult result = CheckModelled(from_.path(), data_.polarisations()); isSubtracted && !result) return result;
@@ -77,7 +77,7 @@ AResult Fitter::FitSource(bool isSubtracted) {
   return result.code() == AResult::Failed ? AResult::Fail(from_.path() + ": " + result.message()) : result;
 }
 
-// What is selected of a source, and nothing else.
+// Options that select the same of any source, and nothing else.
 FitOptions SelectionOf(const FitOptions& options) {
   FitOptions selected;
   selected.selection = options.selection;

@@ -18,12 +18,12 @@ namespace zeltra {
 struct FitOptions : JobOptions {
   UVXSelection selection;  ///< with at most one polarisation; by default I of both hands, or the first one without it
   std::string model;       ///< the start, as ComponentModel::Open accepts it
-  /// What is free in all components, a sum of ModelComponent::Free; without it, what is marked in the model.
+  /// What is free in all components, a sum of ModelComponent::Free; if it has no value, what is marked in the model.
   std::optional<unsigned> free;
 };
 
 /// Read the start of a fit and mark what is free.
-/// @return a failure also if nothing is
+/// @return a failure also if nothing is free
 ZELTRA_API AResult OpenStart(const FitOptions& options, ComponentModel& model);
 
 /// The fitted components as lines of a `.mod` file, with the errors in comments.
@@ -35,7 +35,7 @@ ZELTRA_API std::string ModelText(const ComponentFit& fit);
 ZELTRA_API AResult FitUVX(AUVXInput& from, const std::string& to, const std::string& residual,
                           const FitOptions& options, ComponentFit& fit);
 
-/// The job's options and outputs.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& FitDescription();
 
 }  // namespace zeltra

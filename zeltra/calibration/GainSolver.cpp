@@ -101,8 +101,8 @@ void GainSolver::Work::SetErrors() {
   }
 }
 
-// Initial gain of an antenna without a known one: the modulus that fits all baselines, and the phase towards the
-// antenna with the most weight.
+// Initial gains. Where none is known: the modulus that fits all baselines, and the phase that the baseline to the
+// antenna with the most weight gives.
 void GainSolver::Work::Start(const std::vector<SolvedGain>& known) {
   double product = 0, model = 0;
   std::vector<double> weights(links.size());

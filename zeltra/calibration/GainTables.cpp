@@ -26,7 +26,7 @@ constexpr const char* kNotApplied[] = {"I.FAR.ROT", "NODE NO.", "MBDELAY1", "MBD
 constexpr const char* kOfTheModel[] = {"GEODELAY", "DOPPOFF", "ATMOS",    "DATMOS",
                                        "CLOCK 1",  "CLOCK 2", "DCLOCK 1", "DCLOCK 2"};
 
-// A name without what programs vary: blanks, points and underscores removed, in capitals.
+// A name without what differs between programs: blanks, points and underscores removed, in capitals.
 std::string Plain(const std::string& name) {
   std::string plain;
   for (const char c : name) {
@@ -237,7 +237,7 @@ class TableWriter {
   TableWriter(const AGains& gains, AUVXTable& table) : gains_(gains), table_(table) {
     bool hasFirst = false, hasSecond = false;
     for (int i = 0; i < gains.list.count(); ++i) (gains.list(i).hand == 0 ? hasFirst : hasSecond) = true;
-    // Even a file with only LL has a table of one polarisation.
+    // A file with LL alone has a table of one polarisation too.
     const bool isSecondAlone = !hasFirst && gains.header.hands == 1 && HandOf(gains.header.codes[0]) == 1;
     if (isSecondAlone) hands_ = {1};
     if (!isSecondAlone && (hasSecond || gains.header.hands == 2)) hands_ = {0, 1};

@@ -11,7 +11,8 @@
 namespace zeltra {
 namespace {
 
-// Times are the same if they differ by no more than what a Julian date in double precision and a table of days lose.
+// Times are the same if they differ by no more than the rounding of Julian dates in double precision and of tables in
+// days.
 constexpr double kSameTime = 1e-3;  // s
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What the jobs on gains and models take and give, as people see it.
+// The options and results of the jobs on gains and models, as the user sees them.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <iterator>

@@ -22,7 +22,7 @@ enum class ModelUse {
 /// Write the records and tables of a file with the visibilities of a model in them: in the parallel hands and in Stokes
 /// I. All other polarisations stay as they are, or become 0 where they are replaced. Weights and flags stay, but values
 /// that the model does not have are flagged.
-/// @param model    open, of `from`
+/// @param model    opened for `from`
 /// @param source   the number of the source whose records change; -1: all
 /// @param command  see AJobDescription::Command
 /// @param to       created; the caller finishes it

@@ -10,7 +10,8 @@
 namespace zeltra {
 namespace {
 
-// Visibilities that are worked on together: their numbers stay in the nearest cache while components pass.
+// Visibilities that are worked on together: their numbers stay in the processor's inner cache while all components are
+// added.
 constexpr int kBlock = 64;
 constexpr int kLanes = 4;
 
@@ -21,18 +22,18 @@ ZELTRA_INLINE Double4 Polynomial(Double4 x, const double (&terms)[kTerms]) {
   return sum;
 }
 
-// Add flux x (cosine, sine) of angles in half turns, below 2^50, to re and im: good to 6e-16 of the flux. Functions of
-// the system's own take many times as long, and have other last bits elsewhere.
+// Add flux x (cosine, sine) of angles in half turns, below 2^50, to re and im: good to 6e-16 of the flux. The system's
+// own functions take many times as long, and their last bits differ between systems.
 ZELTRA_INLINE void AddWave(Double4 flux, Double4 halves, double* re, double* im) {
-  // Interpolation of sqrt(2) sin(pi r / 2) / r and sqrt(2) cos(pi r / 2) in r^2, at Chebyshev's points and at Radau's,
-  // one of which is 0. They are of half the angle, which takes fewer terms than the angle itself.
+  // Interpolation of sqrt(2) sin(pi r / 2) / r and sqrt(2) cos(pi r / 2) in r^2, at Chebyshev points and at Radau
+  // points, one of which is 0. Both are of half the angle, which takes fewer terms than the whole angle.
   constexpr double kSine[] = {2.221441469079183,     -0.9135311874994271,    0.1127023928582841,
                               -0.006621000189652891, 0.00022689805134235255, -5.089250235931372e-06,
                               7.967585563362772e-08};
   constexpr double kCosine[] = {1.4142135623730951,    -1.744716049909713,    0.3587428584333937,
                                 -0.029505417428961782, 0.0013000300066413875, -3.5638792400672036e-05,
                                 6.589173855971754e-07};
-  // Adding 1.5 x 2^52 shifts the fraction out: the rest is the nearest whole number, odd where the last bit is set.
+  // Adding 1.5 x 2^52 shifts the fraction out: what remains is the nearest whole number, odd where the last bit is set.
   constexpr double kShift = 6755399441055744;
   const Double4 shifted = halves + All<Double4>(kShift);
   const Double4 r = halves - (shifted - All<Double4>(kShift)), square = r * r;

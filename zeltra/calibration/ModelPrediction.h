@@ -11,7 +11,7 @@
 
 namespace zeltra {
 
-/// Adds up the visibilities of all components at every point, that of a point good to 6e-16 of its flux; the bits are
+/// Adds up the visibilities of all components at every u, v. That of a point is good to 6e-16 of its flux; the bits are
 /// the same on every system as long as all components are points. The curvature of the sky (w) is ignored, as in
 /// images.
 ///

@@ -33,11 +33,11 @@ struct ProductInterval {
 
   Head head;
   std::vector<int> antennas;                          ///< their numbers, ascending
-  std::vector<std::vector<BaselineProducts>> groups;  ///< [IF x hands + hand][baseline], antennas by their places
+  std::vector<std::vector<BaselineProducts>> groups;  ///< [IF x hands + hand][baseline], with indices into `antennas`
 };
 
-/// Goes over a file interval by interval, on several threads, and gives the sums in time order, source by source. Auto-
-/// correlations are ignored.
+/// Goes over a file interval by interval, on several threads, and gives the sums in time order, source by source.
+/// Autocorrelations are ignored.
 class ProductWalk {
  public:
   ProductWalk(AUVXInput& from, const IntervalOptions& options) : from_(from), options_(options) {}

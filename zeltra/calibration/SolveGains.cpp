@@ -245,10 +245,10 @@ const AGainArrayItem* Solver::FindReference(int first, int end, const std::vecto
 }
 
 // Rotate the phases of each interval, hand and IF so that the reference antenna's is 0, or its last value if that
-// antenna is not the first one.
+// antenna is not the first in the order.
 void Solver::Refer() {
   const std::vector<int> order = ReferenceOrder();
-  std::map<AGainKey, double> phases;              // that antennas had last
+  std::map<AGainKey, double> phases;              // the last one of each antenna, IF and hand
   std::map<std::pair<int, int>, int> references;  // of each IF and hand
   for (const Span& span : spans_) {
     for (int first = span.first, end; first < span.end; first = end) {

@@ -28,11 +28,11 @@ struct SolveOptions : IntervalOptions {
 
   /// As VisibilityModel::Open accepts it.
   std::string model;
-  /// The model itself, which takes the place of `model` where there are any.
+  /// The components of the model itself; if there are any, they take the place of `model`.
   ComponentModel components;
   GainMode mode = GainMode::Phase;
-  /// Reference antennas, whose phase is 0, as numbers or names: the first one with a gain is used. The other antennas
-  /// follow them, those with the most gains first.
+  /// Reference antennas, whose phase is 0, as numbers or names: the first one with a gain is used. If none of them has
+  /// one, the other antennas follow, those with the most gains first.
   std::vector<std::string> references;
   /// Least number of antennas in an interval; 0: 3 for phases, 4 for amplitudes.
   int minAntennas = 0;
@@ -53,7 +53,7 @@ using GainCounts = std::map<GainFault, int64>;
 /// What the user should know about a solution.
 struct ZELTRA_API SolveReport {
   int64 intervals = 0;
-  std::map<int, GainCounts> antennas;  ///< by number; intervals without data of an antenna do not count
+  std::map<int, GainCounts> antennas;  ///< by number; intervals in which an antenna has no data do not count
   int64 visibilities = 0;              ///< those whose antennas both have gains
   int64 unsolved = 0;                  ///< the others
   double chi2Before = 0;               ///< sum w |V - M|^2 of these visibilities; compare with twice their number
@@ -78,7 +78,7 @@ ZELTRA_API AResult SolveGains(AUVXInput& from, const SolveOptions& options, AGai
 /// of the input and one more table "SN".
 ZELTRA_API AResult SolveGains(AUVXInput& from, const std::string& to, const SolveOptions& options, SolveReport& report);
 
-/// The job's options and outputs.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& SolveDescription();
 
 /// Why an antenna has no gain, in words.

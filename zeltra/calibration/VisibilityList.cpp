@@ -12,7 +12,7 @@
 namespace zeltra {
 namespace {
 
-// Visibilities in a part of the work: with one component a part takes longer than it takes to hand it out.
+// Visibilities in a part of the work: even with one component, the work on a part takes longer than handing it out.
 constexpr size_t kPart = 4096;
 
 // Subtracts a model from the visibilities of one part after another.
@@ -51,7 +51,7 @@ AResult VisibilityList::Read(SelectedVisibilities& data, const JobOptions& optio
   AResult result = AResult::Ok();
   try {
     result = data.ForEach(options, "Reading visibilities...", [&](const SelectedVisibility& visibility) {
-      // A vector that grows holds its old elements as well for a moment.
+      // A vector that grows holds its old elements as well until they are copied.
       isTooMuch |= most > 0 && static_cast<double>(size()) * 3 * kBytes >= most;
       if (!isTooMuch) Add(visibility);
     });

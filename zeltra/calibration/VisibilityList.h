@@ -36,7 +36,7 @@ struct ZELTRA_API VisibilityList {
   AResult Read(SelectedVisibilities& data, const JobOptions& options, double memory = 0);
 
   /// Subtract the visibilities of a model. The bits are the same for any number of threads.
-  /// @return that the job was cancelled
+  /// @return a failure if the job was cancelled
   AResult Subtract(const ComponentModel& model, const JobOptions& options);
 
   /// The sum of weight |value|^2 over all of them.

@@ -18,8 +18,8 @@
 
 namespace zeltra {
 
-/// @return a failure if a polarisation is neither I, PI nor a parallel hand: components of others would have to be put
-///         into the hands in other ways
+/// @return a failure if a polarisation is neither I, PI nor a parallel hand: components of another polarisation would
+///         enter the hands in another way
 ZELTRA_API AResult CheckModelled(const std::string& path, const std::vector<PolarisationChoice>& polarisations);
 
 /// The model of a file's visibilities: components of Stokes I, which look the same in both parallel hands, or the

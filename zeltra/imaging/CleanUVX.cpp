@@ -19,22 +19,22 @@ namespace {
 
 constexpr std::string_view kSigma = "sigma", kNegative = "negative", kFlux = "flux=";
 constexpr ASuffix kFluxSuffixes[] = {{"uJy", 1e-6}, {"mJy", 1e-3}, {"Jy", 1}};
-// Of a normal distribution, per median absolute deviation.
+// The sigma of a normal distribution over its median absolute deviation.
 constexpr double kSigmaPerMAD = 1.4826;
-// Below this part of its peak at most a minor cycle goes, however large the sidelobes of the beam are: those of a
-// regular u, v plane are as large as its centre.
+// A minor cycle goes down at least to this fraction of its peak, however large the sidelobes of the beam are: those of
+// a regular u, v plane are as large as its centre.
 constexpr double kLeastDepth = 0.8;
 // Widths of a beam, radians.
 constexpr double kNarrowest = 1e-12, kWidest = 1;
-// The rms of the image may grow in this many cycles, one after another.
+// Cycles in a row in which the rms of the image has to grow to count as divergence.
 constexpr int kMostWorse = 3;
-// Of the rms in the beginning.
+// A fraction of the initial rms; what is left below that is rounding.
 constexpr double kRounding = 1e-6;
-// Components between two looks at the cancel flag, and pixels between two calls of the progress control.
+// Components found between two calls of the progress control.
 constexpr int kPatience = 64;
 constexpr char kStep[] = "Finding components...";
 
-// AIPS names the unit of visibilities so until their flux density scale is set; components are in Jy all the same.
+// AIPS calls the unit of visibilities this until their flux density scale is set; components are in Jy all the same.
 bool IsUncalibrated(const std::string& unit) {
   return unit == "UNCALIB/beam";
 }
@@ -50,7 +50,7 @@ double SigmaOf(const AMatrix<float>& map) {
   return kSigmaPerMAD * *middle;
 }
 
-// The largest value of a beam outside the ellipse with twice its widths, within which the main lobe falls.
+// The largest value of a beam outside the ellipse with twice its widths, within which the main lobe lies.
 double LargestSidelobe(const AMatrix<float>& beam, const ABeamShape& shape, double cell) {
   const int size = beam.Lines(), center = size / 2;
   const double sine = std::sin(shape.angle * kRadiansPerDegree), cosine = std::cos(shape.angle * kRadiansPerDegree);
@@ -79,8 +79,8 @@ class Cleaner {
   AResult MakeWideBeam();
   // Bytes of an image of floats.
   int64 Pixels() const { return int64{options_.size} * options_.size * static_cast<int64>(sizeof(float)); }
-  // Bytes beside map, beam and grids: what is left, as it is searched too, the places of components, and some for
-  // these.
+  // Bytes besides map, beam and grids: the residual image, its copy that is searched, the places of components, and
+  // room for the components.
   int64 Held() const { return 4 * Pixels(); }
   AResult Subtract(const ComponentModel& model);
   AResult MakeResidual();
@@ -110,17 +110,17 @@ class Cleaner {
   DirtyImager imager_;
   UVGrid sky_;  // what is left of the visibilities
   CleanMask mask_;
-  AMatrix<float> wide_;  // the beam of an image twice as wide; empty where the mask does not need it
+  AMatrix<float> wide_;  // the beam of an image twice as wide; empty if the mask does not need it
   ABeamShape dirty_;     // of the weights
   double sidelobe_ = 0;
-  AMatrix<int> places_;  // of each pixel, its component's in the list, from 1
+  AMatrix<int> places_;  // of the components of pixels in the list, from 1; 0 where there is none
   std::vector<ModelComponent> found_;
   std::vector<double> added_;         // to the flux of each in this cycle
   std::vector<ModelComponent> best_;  // in the cycle with the lowest rms
   double firstRms_ = 0, lowestRms_ = HUGE_VAL, lastRms_ = HUGE_VAL, rms_ = HUGE_VAL;
   int worse_ = 0;
   double firstPeak_ = 0;
-  double flux_ = 0;  // of all components, those to begin with too
+  double flux_ = 0;  // of all components, including those to begin with
   int percent_ = -1;
 };
 
@@ -171,7 +171,7 @@ AResult Cleaner::FillMask() {
 
 AResult Cleaner::MakeWideBeam() {
   const ImageTask task = {ImageTask::WideBeam, image_.cell, {}};
-  // With map and beam; of the wide beam a map is made as well, with four times the pixels.
+  // Map and beam count too. The wide beam comes with a map, and each of these has four times the pixels.
   const int64 held = Held() + UVGrid::Bytes(options_.size) + 10 * Pixels();
   if (AResult result = imager_.CheckMemory("the beam of windows beyond the inner quarter of the image, twice as wide,",
                                            held + imager_.parts().Bytes(task));
@@ -348,7 +348,7 @@ void Cleaner::Grow() {
                   std::hypot(major * cosine, minor * sine));
 }
 
-// Tells the progress control how far the peak has come down, on the way from the first one to the level.
+// Tells the progress control how far the peak has come down, on the way from the first peak to the level.
 void Cleaner::Advance(double peak, double level) {
   const double way = std::log(firstPeak_ / std::max(level, 1e-6 * firstPeak_));
   const double done = way > 0 ? std::log(firstPeak_ / peak) / way : 1;
@@ -363,7 +363,7 @@ AResult Cleaner::Finish() {
   for (const ModelComponent& component : found_) {
     if (component.flux != 0) image_.components.components().push_back(component);
   }
-  // All components at once: what they leave carries no rounding of the cycles.
+  // All components are subtracted at once, so that the residuals carry no rounding of the cycles.
   ImageSums sums;
   AResult result = imager_.parts().Run({ImageTask::Sky, image_.cell, image_.components}, kStep, sums, true);
   if (!result) return result;

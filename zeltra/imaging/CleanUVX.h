@@ -21,7 +21,7 @@ struct CleanStop {
   double level = 0;         ///< no pixel exceeds this, in the unit of the image; 0: does not count
   double flux = 0;          ///< all components add up to this, Jy, or to more than it; 0: does not count
   bool isNegative = false;  ///< the largest pixel is negative
-  bool isDefault = true;    ///< nothing of it was asked for: what strToStop reads takes its place
+  bool isDefault = true;    ///< nothing was asked for: what strToStop reads replaces the defaults
 };
 
 /// Read words separated by commas: "3sigma", "5mJy" or "0.005", "flux=2.5Jy", and "negative". A second text adds to the
@@ -40,10 +40,10 @@ struct CleanOptions : ImageOptions {
   CleanStop stop;
   std::vector<CleanBox> boxes;  ///< where to look for components; the inner quarter of the image if there are none
   std::string windows;          ///< a file of more boxes; empty for none
-  double automatic = 0;         ///< windows grow around pixels above this many sigma; 0: no
+  double automatic = 0;         ///< windows grow around pixels above this many sigma; 0: they do not
   bool isPositive = false;      ///< only positive components
   std::string model;            ///< components to begin with, as ComponentModel::Open takes them; empty for none
-  ABeamShape beam;              ///< to restore with, radians and degrees; a width of 0: that of the weights
+  ABeamShape beam;              ///< to restore with, radians and degrees; if a width is 0, the beam of the weights
 };
 
 /// `map` holds the components convolved with `shape`, plus what is left; `rms` is that of what is left.

@@ -21,7 +21,7 @@ struct CleanBox {
 };
 
 /// Append the box of four numbers "X0,X1,Y0,Y1": the east offsets of two edges, then the north offsets of two, in mas
-/// unless a suffix follows; of each pair any may come first. Several boxes are separated by blanks.
+/// unless a suffix follows; each pair may be in either order. Several boxes are separated by blanks.
 ZELTRA_API AResult strToBox(const std::string& text, std::vector<CleanBox>& boxes);
 /// The same numbers, box after box, separated by blanks.
 ZELTRA_API std::string boxesToStr(const std::vector<CleanBox>& boxes);
@@ -46,8 +46,7 @@ class ZELTRA_API CleanMask {
   /// @param east, north  the semi-axes of the ellipse along and across lines, pixels
   void TakeAbove(const AMatrix<float>& map, double level, bool isPositive, double east, double north);
 
-  /// The least number of lines and the least number of columns, whichever is greater, that hold all that is taken; 0
-  /// for nothing.
+  /// How many lines, or columns if that is more, it takes to hold all that is taken; 0 if nothing is.
   int Extent() const;
 
  private:

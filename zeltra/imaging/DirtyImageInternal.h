@@ -14,8 +14,8 @@ class DirtyImager {
   DirtyImager(AUVXInput& from, const ImageOptions& options, DirtyImage& image)
       : from_(from), options_(options), image_(image), parts_(from, options) {}
 
-  /// @param kept  null, or receives the grid that the image is the transform of; parts() can then do more tasks
-  /// @param more  bytes of memory that the job takes beside the image, that grid excepted
+  /// @param kept  null, or receives the grid whose transform is the image; parts() can then do more tasks
+  /// @param more  bytes of memory that the job takes besides the image and that grid
   AResult Run(UVGrid* kept = nullptr, int64 more = 0);
   ImageParts& parts() { return parts_; }
   /// @param needed  bytes for `what`

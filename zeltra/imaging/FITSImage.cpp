@@ -19,7 +19,7 @@ namespace {
 // 1 GiB of floats.
 constexpr double kMostPixels = 1 << 28;
 constexpr double kLeastPixel = 1e-15, kMostAngle = 60;  // degrees
-constexpr double kSmallAngle = 1e-6;                    // degrees, of a rotation that nobody sees
+constexpr double kSmallAngle = 1e-6;                    // degrees, of a rotation too small to see
 
 class ImageReader {
  public:
@@ -71,7 +71,7 @@ std::string ImageReader::Word(const std::string& key) const {
 }
 
 AResult ImageReader::FindShape() {
-  // A header without GCOUNT counts as one without data elsewhere, so that the result does not matter here.
+  // AFITSmain takes a header without GCOUNT for one without data, so only a header without an end is refused here.
   if (!header_.ReadHeader() && header_.headerEnd() == 0) return Fail("the file ends before its header does");
   if (Word("SIMPLE") != "T" || header_.naxis() < 2) return Fail("is no FITS image");
   double pixels = 1;
@@ -120,7 +120,7 @@ AResult ImageReader::FindPlace() {
 AResult ImageReader::FindBeam() {
   constexpr std::string_view kPerBeam = "/BEAM";
   image_.unit = Word("BUNIT");
-  // A slash in a value is read as a hyphen.
+  // ParseFITSstr turns a slash in a value into a hyphen.
   std::string unit = image_.unit;
   for (char& c : unit) c = c == '-' ? '/' : c;
   image_.unit = unit;

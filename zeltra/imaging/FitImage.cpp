@@ -23,11 +23,11 @@ namespace {
 constexpr double kFourLn2 = 4 * std::numbers::ln2;
 constexpr int kMostRounds = 100;
 constexpr int kMovingRounds = 10;  // after these the pixels of a component stay, so that rounds converge
-// Of peaks, and of places and widths in beams; pixels are floats.
+// Relative changes of peaks, and changes of places and widths in beams, that end a fit; pixels are floats.
 constexpr double kSettled = 1e-6;
 constexpr size_t kMostComponents = 1000;
 constexpr double kEdge = 0.1;  // of the peak, where the pixels of a component end
-// Squares of widths below this part of that of the beam are rounding.
+// Squares of widths below this fraction of the beam's are rounding.
 constexpr double kNoWidth = 1e-6;
 constexpr double kNormalMAD = 1.4826;  // standard deviation of normal numbers over their median modulus
 
@@ -152,7 +152,7 @@ AResult ImageFitter::TakePeak() {
   return AResult::Ok();
 }
 
-// Visit the pixels where a Gaussian is above `least` of its peak, with that share.
+// Visit the pixels where a Gaussian is at least `least` times its peak, with its value there over the peak.
 void ImageFitter::ForEachPixelNear(const Shown& shown, double least,
                                    const std::function<void(int, int, double)>& visit) const {
   const Falloff falloff(shown);
@@ -225,7 +225,7 @@ double ImageFitter::RMS() const {
   return kNormalMAD * *middle;
 }
 
-// A number whose square has an error.
+// The error of a number, from its square and the error of that.
 double RootError(double square, double error) {
   square = std::max(square, 0.0);
   return std::sqrt(square + error) - std::sqrt(square);

@@ -16,18 +16,19 @@ namespace zeltra {
 
 /// What a fit to an image gives.
 struct ZELTRA_API ImageFit {
-  /// The components with the beam taken out: integrated fluxes, and sizes that are 0 of what is not resolved. Errors
-  /// are those of Condon 1997, PASP 109, 166, for noise that is correlated over a beam, at the measured rms.
+  /// The components with the beam taken out: integrated fluxes, and sizes, which are 0 where a component is not
+  /// resolved. Errors are those of Condon 1997, PASP 109, 166, for noise that is correlated over a beam, at the
+  /// measured rms.
   ComponentFit sky;
-  double rms = 0;    ///< of what is left of the image, from its median modulus: 1.4826 of that
+  double rms = 0;    ///< of what is left of the image: 1.4826 times its median modulus
   std::string unit;  ///< of the image and the rms
   int rounds = 0;    ///< in which all components were fitted
 };
 
-/// Fit elliptical Gaussians one by one in turn, each to the pixels where it is above a tenth of its peak, with the
-/// others subtracted, until none changes any more. All numbers of each are free.
+/// Fit elliptical Gaussians in turn, each to the pixels where it is above a tenth of its peak, with the others
+/// subtracted, until none changes any more. All numbers of each are free.
 /// @param start  the components to begin with; without any, the brightest pixel is taken
-/// @return a failure that names the component without a fit
+/// @return a failure that names the component that could not be fitted
 ZELTRA_API AResult FitImage(const FITSImage& image, const ComponentModel& start, const JobOptions& options,
                             ImageFit& fit);
 

@@ -116,7 +116,7 @@ void GriddingWeights::Settle() {
 
 double GriddingWeights::operator()(double u, double v, double weight) const {
   const double w = Tapered(u, v, weight);
-  // A taper may reduce a weight to 0, and all others in its square.
+  // A taper may reduce a weight, and all others in its square, to 0.
   if (options_.scheme == WeightingOptions::Natural || !(w > 0)) return w;
   const double density = density_(Square(v), Square(u));
   return options_.scheme == WeightingOptions::Uniform ? w / density : w / (1 + density * spread_);

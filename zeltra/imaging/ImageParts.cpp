@@ -17,10 +17,10 @@
 namespace zeltra {
 namespace {
 
-// Parts are at least this large, bytes of records, and as large as this many of the sums over them: less costs more to
-// add up, to send and to hold than it saves.
+// A part has at least this many bytes of records, and at least this many times the bytes of its sums: sums over less
+// cost more to add up, to send and to hold than they save.
 constexpr int64 kLeastPart = 16 << 20, kSumsPerPart = 4;
-// More would need more memory for sums that wait to be added up, and keep no more machines busy than there mostly are.
+// More would need more memory for sums that wait to be added up, and few users have more machines to keep busy.
 constexpr int kMostParts = 32;
 // Visibilities that a model is computed for at a time.
 constexpr size_t kBlock = 1 << 16;
@@ -130,7 +130,7 @@ void SumTree::Take(std::unique_ptr<ImageSums> sums, std::vector<std::unique_ptr<
   while (nodes_.size() > 1 && nodes_[nodes_.size() - 2].parts == nodes_.back().parts) spare.push_back(AddLast());
 }
 
-// Adds the last node to the one before. @return its sums, of no more use
+// Adds the last node to the one before. @return the sums of the last one, which are free for another part
 std::unique_ptr<ImageSums> SumTree::AddLast() {
   Node last = std::move(nodes_.back());
   nodes_.pop_back();
@@ -144,7 +144,7 @@ void SumTree::Finish(ImageSums& sums) {
   sums = std::move(*nodes_.back().sums);
 }
 
-// How many sums the tree holds at most, with those that come next.
+// How many sums the tree holds at most, including those that are about to be added.
 int MostNodes(int parts) {
   return parts > 1 ? std::bit_width(static_cast<unsigned>(parts)) + 1 : 1;
 }
@@ -224,8 +224,8 @@ double MostMemory(const ImageOptions& options) {
   return options.memory > 0 ? options.memory : static_cast<double>(FreeMemory()) / 2;
 }
 
-// What the threads share. The sums are those made in the beginning: memory that one thread has freed is of no use to
-// another one, nor to the system.
+// What the threads share. All sums are made in the beginning and used again, since memory that one thread frees is
+// available neither to other threads nor to the system.
 struct ImageParts::Shared {
   Shared(const ImageTask& whole, const std::vector<RecordStretch>& all, const JobOptions& options, int threads)
       : task(whole), parts(all), inner(options), most(threads), done(all.size()) {
@@ -263,7 +263,7 @@ class ImageParts::Worker : public PartWorker {
   }
 
  private:
-  // Wait until so many parts are added up that there are sums for this one. @return null if the job has ended
+  // Wait until enough parts have been added up to leave sums for this one. @return null if the job has ended
   std::unique_ptr<ImageSums> Wait(int part, PartOutput& output) {
     constexpr auto kPatience = std::chrono::milliseconds(20);
     std::unique_lock lock(shared_.mutex);

@@ -1,4 +1,4 @@
-// The sums over visibilities that images are the transforms of, part by part.
+// The sums over visibilities whose transforms are images, part by part.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_IMAGING_IMAGEPARTSINTERNAL_H_
 #define ZELTRA_IMAGING_IMAGEPARTSINTERNAL_H_
@@ -38,11 +38,11 @@ struct ImageCounts {
   int64 beyond = 0;        ///< that do not
   double chi2 = 0;         ///< sum of w |value|^2
   double longest = -1;     ///< distance from the origin of the u, v plane, wavelengths; -1 without visibilities
-  double farthest = 0;     ///< along u or v, of those beyond too
+  double farthest = 0;     ///< along u or v, including those beyond
   double largestW = 0;     ///< wavelengths
   double lowest = HUGE_VAL, highest = 0;  ///< edges of the channels, Hz
 
-  /// @param weight  that it is gridded with
+  /// @param weight  the one that it is gridded with
   void Add(const SelectedVisibility& visibility, double weight);
   void Add(const ImageCounts& other);
 };
@@ -67,9 +67,9 @@ struct ImageSums {
 
 /// Runs tasks over the visibilities of a source.
 ///
-/// Records are divided into parts by their bytes and those of the sums. The sums over parts are added in pairs, these
-/// again in pairs and so on, whoever makes them: threads, one after another, or other processes. So results are the
-/// same bits.
+/// Records are divided into parts by their size and that of the sums. The sums over parts are added in pairs, the
+/// results again in pairs and so on, whether one thread, several threads or other processes make them, so that results
+/// are the same, bit by bit.
 ///
 /// Order of calls:
 ///   Open     once
@@ -86,7 +86,7 @@ class ImageParts {
   int Count(const ImageTask& task) const { return static_cast<int>(Parts(task).size()); }
   /// The least memory for the sums of a task, bytes.
   int64 Bytes(const ImageTask& task) const;
-  /// Tell how much memory the job takes beside the sums: threads take no more than what is left.
+  /// Tell how much memory the job takes besides the sums: threads take no more than what is left.
   void SetHeld(int64 bytes) { held_ = bytes; }
   AResult Weigh(double cell);
   GriddingWeights& weights() { return weights_; }

@@ -49,7 +49,7 @@ class Packer {
   std::string bytes_;
 };
 
-// Takes them back, as far as there are bytes.
+// Takes values back, as long as there are bytes.
 class Unpacker {
  public:
   explicit Unpacker(std::string_view bytes) : bytes_(bytes) {}
@@ -80,7 +80,7 @@ class Unpacker {
     (*this)(time.value);
     (*this)(time.isRelative);
   }
-  // A byte at least stands for each element.
+  // Each element takes at least one byte.
   template <typename T>
   void List(std::vector<T>& list) {
     std::int64_t count = 0;

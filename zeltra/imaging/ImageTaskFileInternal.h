@@ -10,7 +10,8 @@
 
 namespace zeltra {
 
-/// All that a worker has to know. The file holds the bits of all numbers, and is read by the version that wrote it.
+/// All that a worker has to know. The file holds the bits of all numbers, and only the version that wrote it can read
+/// it.
 struct ImageTaskFile {
   std::string input;     ///< path of the UVX file
   std::string content;   ///< its hash

@@ -166,7 +166,7 @@ void DirtyImager::Remark() {
   if (!(image_.shape.major > 0)) {
     image_.remarks.push_back("there is no beam: all visibilities lie on one line through the origin of the u, v plane");
   }
-  // Some programs leave w at 0; it may then be as long as a baseline.
+  // Some programs leave w at 0; the true w may be as long as a baseline.
   const double w = counts_.largestW == 0 ? counts_.longest : counts_.largestW;
   const auto phase = [w](double l) { return kTwoPi * w * (1 - std::sqrt(1 - l * l)); };
   const double atEdge = phase(options_.size / 2 * image_.cell);

@@ -27,7 +27,7 @@ struct ImageOptions : JobOptions {
   double cell = 0;         ///< size of a pixel, radians; 0: a fifth of the narrowest fringe, rounded down to two digits
   WeightingOptions weighting;
   double memory = 0;  ///< most memory to use, bytes; 0: half of what is free
-  /// Make the sums over the visibilities of a UVX file of several parts; not owned. Null: threads do.
+  /// Who makes the sums over the visibilities of a UVX file that has several parts; not owned. Null: threads do.
   AImageWorkers* workers = nullptr;
 };
 
@@ -81,8 +81,8 @@ ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 /// edges.
 ///
 /// The curvature of the sky is not corrected for: at l, m the phases are wrong by 2 pi w (1 - n), n^2 = 1 - l^2 - m^2.
-/// If that exceeds 0.1 radian at the middle of an edge of the field, for the largest w, a remark says how far out it
-/// stays below.
+/// If that exceeds 0.1 radian at the middle of an edge of the field, for the largest w, a remark says how far from the
+/// centre it stays below that.
 ///
 /// With V the visibility at u, v (position of antenna 1 minus position of antenna 2, in wavelengths), the image at l
 /// eastward, m northward is
@@ -99,8 +99,8 @@ ZELTRA_API ImagePeak FindPeak(const DirtyImage& image);
 ZELTRA_API AResult ImageUVX(AUVXInput& from, const ImageOptions& options, DirtyImage& image);
 
 /// Bytes of memory that an image takes: 64 for each of n x n cells, where n is the smallest power of two not below
-/// `size`, and 8 per pixel. A part has at least four times as many bytes of records as there are of cells. Where there
-/// are P parts, the cells of 2 + log2 P are held, and for each thread beyond the first those of another one, as far as
+/// `size`, and 8 per pixel. A part has at least four times as many bytes of records as its cells take. With P parts,
+/// the cells of 2 + log2 P parts are held at a time, and those of one more for each thread beyond the first, as far as
 /// they fit.
 ZELTRA_API int64 ImageMemory(const ImageOptions& options);
 

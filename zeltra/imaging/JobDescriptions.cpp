@@ -27,7 +27,7 @@ AResult StopAt(const std::string& text, UVXSelection& selection) {
   return result;
 }
 
-// Words separated by commas, as they are shown too.
+// Words separated by commas, which is also how they are shown.
 AResult ReadStop(const std::string& text, CleanStop& stop, UVXSelection& selection) {
   for (const std::string& word : SplitAtCommas(text)) {
     if (AResult result = IsTime(word) ? StopAt(word, selection) : strToStop(word, stop); !result) return result;
@@ -120,7 +120,7 @@ template <typename Options>
 void DescribeCleaning(AJobDescriber<Options>& job) {
   job.Option("niter", &Options::iterations, "the most components to find; 0 restores a model").Range(0, 100000000);
   job.Option("gain", &Options::gain, "share of the largest pixel that becomes a component").Range(1e-6, 1);
-  // The time that a selection stops at has the same name, and looks different: no level is above 9999 Jy.
+  // The time at which a selection stops has the same name, but looks different: no level is above 9999 Jy.
   job.Parsed(
          "stop", [](const std::string& text, Options& o) { return ReadStop(text, o.stop, o.selection); },
          [](const Options& o) {

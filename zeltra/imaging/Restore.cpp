@@ -27,7 +27,7 @@ struct Covariance {
   double Determinant() const { return xx * yy - xy * xy; }
 };
 
-// Adds peak exp(-d^T C^-1 d / 2) to a map, C and the place in pixels.
+// Adds peak exp(-d^T C^-1 d / 2) to a map; C and the place are in pixels.
 void AddGaussian(AMatrix<double>& map, double peak, double line, double element, const Covariance& c) {
   const double det = c.Determinant();
   const int size = map.Lines();

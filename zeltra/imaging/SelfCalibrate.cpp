@@ -18,9 +18,9 @@ namespace {
 
 constexpr std::pair<const char*, GainMode> kModes[] = {
     {"p", GainMode::Phase}, {"ap", GainMode::Complex}, {"a", GainMode::Amplitude}};
-// An interval for a step, seconds.
+// Bounds for the interval of a step, seconds.
 constexpr double kShortestInterval = 0.001, kLongestInterval = 1e6;
-// The model is in error if chi^2 of the closure phases grows by more than this part.
+// The model is in error if chi^2 of the closure phases grows by more than this factor.
 constexpr double kWorse = 1.002;
 
 AResult ReadStep(const std::string& word, SelfCalStep& step) {
@@ -191,7 +191,7 @@ AResult SelfCalibrator::Next(const AGains& gains, const SelfCalStep& step, bool 
   return AResult::Ok();
 }
 
-// What is selected as a file of its own, so that nothing uncorrected stands beside what is corrected.
+// Makes a file of what is selected, so that nothing uncorrected stands beside what is corrected.
 AResult SelfCalibrator::Separate() {
   {
     OutputFiles probe(from_.path(), options_);

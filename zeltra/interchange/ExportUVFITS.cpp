@@ -35,7 +35,7 @@ void SplitTime(double time, double zero, float& first, float& second) {
     first = static_cast<float>(hundredths * 0.01);
     const double rest = time - (static_cast<double>(first) + zero);
     second = static_cast<float>(rest);
-    // Close to the next hundredth the remainder may need a 25th bit; counted back from there it does not.
+    // Close to the next hundredth, the remainder may need a 25th bit; counted back from that hundredth, it does not.
     if (static_cast<double>(second) == rest) return;
     hundredths += 1.0;
   }
@@ -134,7 +134,7 @@ void Exporter::ReadProvenance() {
   form_.withIntegration = integrations_.IsKnown();
 }
 
-// The first card is written last: without it no program takes what a killed export leaves for a FITS file.
+// The first card is written last: without it, no program mistakes what a killed export leaves for a FITS file.
 AResult Exporter::WriteHeader() {
   CheckedFile& file = output_.file();
   if (!file.Seek(0) || !uvx_.ToFITSHeader(file, form_)) {
@@ -182,7 +182,7 @@ Exporter::Pass Exporter::WriteGroups(AResult& result) {
   return result ? Pass::Whole : Pass::Stopped;
 }
 
-// Whether a record needs a parameter that the header does not have yet, since the tables promised one source and setup,
+// Whether a record needs a parameter that the header does not have yet: the tables promised a single source and setup,
 // and no table mentions flags. The parameter is then added and the export starts again.
 bool Exporter::LacksParameter(const AUVXGroup& group) {
   const bool source = group.source != 1 || group.frqsel != 1, flag = group.flag != 0;

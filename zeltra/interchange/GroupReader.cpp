@@ -17,7 +17,7 @@ ParameterRole RoleOfName(const std::string& name) {
   return name == kSubarrayParameter ? ParameterRole::Subarray : RoleOf(name.c_str());
 }
 
-// Split a BASELINE parameter; its hundredths, which 32-bit floats round, number the subarray.
+// Split a BASELINE parameter; its hundredths, which 32-bit floats round, give the number of the subarray.
 void SplitBaseline(GroupParameters& group) {
   const double raised = group.baseline + 0.005;
   const int whole = raised >= 257 && raised < 65536 ? static_cast<int>(raised) : 0;

@@ -33,7 +33,7 @@ struct GroupParameters {
 /// What a parameter means is worked out once per file, and groups that are read in order are decoded many at a time.
 class GroupReader {
  public:
-  /// prepared by UVFITSInput, which gives the parameters the names looked for here
+  /// @param fits  prepared by UVFITSInput, which gives the parameters the names that are looked for here
   explicit GroupReader(AFITS& fits);
 
   /// Go to a group, counted from 0. @return its parameters, valid until the next call; null if they cannot be read

@@ -69,7 +69,7 @@ bool IsSetup(double value) {
   return value >= -128.5 && value < 127.5;
 }
 
-// The column that a table must have to be what this code says, whatever its EXTNAME was.
+// The column that a table must have to be what its code says, whatever its EXTNAME was.
 const char* KeyColumn(const std::string& code) {
   if (code == "AN") return "NOSTA";
   if (code == "SU") return "ID";
@@ -466,7 +466,7 @@ AResult Importer::WriteTables() {
     } else if (subarrays_.IsMerged() && code != "NX") {
       subarrays_.Renumber(*table);
     } else if (options_.subarray > 0 && code != "NX") {
-      // Numbers of antennas mean others in the rows of other subarrays.
+      // In the rows of other subarrays, the same numbers mean other antennas.
       KeepSubarray(*table, options_.subarray);
     }
     if (code == "SN" || code == "CL") RemarkOnDelays(*table);
@@ -491,7 +491,7 @@ AResult Importer::WriteTables() {
     tables.emplace_back(AUVXAntenns(baseLines).ToUVXTable());
     summary_.remarks.push_back("there is no table \"AN\": antennas have no names and no positions");
   }
-  // Freed so that extensions named like a source table that are not one are not read again.
+  // Freed so that extensions that have the name of a source table, but are not one, are not read again.
   input_.fits().tables().Free();
   if (!sources) sources = tables.emplace_back(AUVXSources(input_.fits()).ToUVXTable()).get();
   RemarkOnTables(antennas, *sources, *setups);
@@ -503,7 +503,7 @@ AResult Importer::WriteTables() {
   return writer_.AddProvenance(input_.cards(), ImportDescription().Command(options_));
 }
 
-// Delays of gains count from the reference pixel of the frequency axis, which a UVX file has in the first channel.
+// Delays of gains count from the reference pixel of the frequency axis. In a UVX file that is the first channel.
 void Importer::RemarkOnDelays(const AUVXTable& table) {
   AFITSmain& main = *input_.fits().main();
   const double pixel = main.axes()(2, main.FindAxis("FREQ") - 1);
@@ -518,8 +518,8 @@ void Importer::RemarkOnDelays(const AUVXTable& table) {
                              "they are in between");
 }
 
-// The one setup of a file without a frequency table: every IF begins at freq0, channels are spaced as on the FREQ axis.
-// Two channels determine it, however many there are.
+// The one setup of a file without a frequency table: every IF begins at freq0, and channels are spaced as on the FREQ
+// axis. Two channels determine it, however many there are.
 std::unique_ptr<AUVXTable> Importer::SetupFromAxis() {
   const AUVXHeader& header = input_.header();
   AFITSmain& main = *input_.fits().main();

@@ -39,8 +39,8 @@ NumberCard CardOf(std::string_view text) {
           parsed.IsParString() ? parsed.strPar() : Trimmed(value.substr(0, value.find('/')))};
 }
 
-// Pass each card that `isMeant` selects to `check`, its value read. @return the first sentence of `check`, or that a
-// value is not a number
+// Pass each card that `isMeant` selects to `check`, with its value read. @return the first sentence of `check`, or that
+// a value is not a number
 template <typename IsMeant, typename Check>
 std::string ForEachNumber(const AFITSbase& header, IsMeant isMeant, Check check) {
   for (int i = 0; i < header.CardCount(); ++i) {

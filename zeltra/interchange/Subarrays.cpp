@@ -89,7 +89,7 @@ AResult Subarrays::AddArray(int subarray, const AUVXTable& table, std::vector<st
   return AResult::Ok();
 }
 
-/// @param antenna  with its number in `table`
+/// @param antenna  an antenna with its number in `table`
 /// @param number   set to its number in the list
 AResult Subarrays::AddAntenna(int subarray, const Antenna& antenna, const AUVXTable& table, int row, int& number) {
   const Antenna* namesake = nullptr;

@@ -32,8 +32,8 @@ class Subarrays {
   bool Has(int subarray) const { return groups_[static_cast<size_t>(subarray)].count > 0; }
 
   /// Add the antennas of a table to the list. An antenna whose name and place are in the list takes its number there;
-  /// others keep theirs, or take the lowest free one if it is in use. The first table keeps its numbers. Positions
-  /// become absolute where the centres or frames of the arrays differ.
+  /// any other keeps its own number, or takes the lowest free one if that is in use. The first table keeps its numbers.
+  /// Positions become absolute where the centres or frames of the arrays differ.
   /// @return a failure, without the name of the file, where antennas contradict each other or do not fit
   AResult AddArray(int subarray, const AUVXTable& table, std::vector<std::string>& remarks);
   /// Find the numbers of subarrays without a table, and how far times are set back.
@@ -90,8 +90,8 @@ class Subarrays {
   std::string frame_, hand_;
 };
 
-/// Take the rows of other subarrays out of a table that tells them, and give the rest the number 1, which the single
-/// subarray of a file has. Rows of all subarrays, numbers of 0 and less, stay as they are.
+/// Take the rows of other subarrays out of a table that has a column for them, and give the rest the number 1, which
+/// the only subarray of a file has. Rows for all subarrays, whose number is 0 or less, stay as they are.
 void KeepSubarray(AUVXTable& table, int subarray);
 
 }  // namespace zeltra

@@ -74,7 +74,7 @@ std::string KnownParameter(const std::vector<std::string>& words) {
   return {};
 }
 
-// The same for a parameter next to ANTENNA1 and ANTENNA2, where there is no BASELINE. Judged by its first letter a
+// The same for a parameter next to ANTENNA1 and ANTENNA2, where there is no BASELINE. Judged by its first letter,
 // SUBARRAY would be a source.
 std::string AntennaParameter(const std::vector<std::string>& words) {
   if (words.size() != 1) return {};

@@ -83,8 +83,8 @@ std::vector<Field> Layout(AFITSxtbl& extension) {
   return fields;
 }
 
-// The fields that a table carries, in its order: that of the file, except that bits come last in the lists of antennas,
-// sources and scans, which find no column after one of bits.
+// The fields that a table carries, in its order: that of the file, except that columns of bits come last in the lists
+// of antennas, sources and scans, whose readers find no column after one of bits.
 std::vector<int> OrderOf(const std::vector<Field>& fields, const std::string& code) {
   std::vector<int> order;
   for (int i = 0; i < static_cast<int>(fields.size()); ++i) {
@@ -102,7 +102,7 @@ bool IsAboutColumn(const std::string& key) {
   return false;
 }
 
-// Keywords about a column, such as TSCAL3, move with it, or are dropped with it.
+// Keywords about a column, such as TSCAL3, move with it or are dropped with it.
 void RenumberKeyWords(AUVXTable& table, const std::vector<int>& order) {
   AArray<AUVXTableKeyWord> kept;
   for (int i = 0; i < table.keywords().count(); ++i) {
@@ -160,7 +160,7 @@ int CleanTexts(AUVXTable& table) {
   return cleaned;
 }
 
-// A table reads keywords only from the cards after the last unit. Writers put them anywhere, so the others are added.
+// A table reads keywords only from the cards after the last TUNIT. Writers put them anywhere, so the others are added.
 void AddKeyWords(AFITSxtbl& extension, AUVXTable& table, const std::string& label, std::vector<std::string>& remarks) {
   std::set<std::string> present;
   for (int i = 0; i < table.keywords().count(); ++i) present.insert(table.keywords()(i).Key());

@@ -58,7 +58,7 @@ AResult DeliverAverages(AUVXInput& input, const AverageOptions& options, AJobHos
   return result;
 }
 
-// Note polarisations that UV FITS cannot store, as its codes are evenly spaced.
+// Note polarisations that UV FITS cannot store, as its codes must be evenly spaced.
 void NoteNoAxis(AUVXInput& input, const AverageOptions& options, AJobHost& host) {
   ValuesChoice values;
   if (!FindAveragedValues(input, options, values)) return;

@@ -71,7 +71,7 @@ AResult FitPixels(const AJobFiles& files, const FitOptions& options, ComponentFi
   return AResult::Ok();
 }
 
-// What means something else, or nothing, for an image.
+// Refuse arguments that mean something else, or nothing, for an image.
 AResult CheckArguments(const AJobFiles& files, const FitOptions& options) {
   const std::string &from = files.inputs[0], &image = files.inputs[1];
   if (image.empty()) {

@@ -14,8 +14,8 @@
 namespace zeltra {
 namespace {
 
-// Up to this many scans JSON gives their records' own times, reading two records for each; above it, those of the
-// index.
+// For up to this many scans, JSON gives the times of their records, which takes two reads for each; for more, it gives
+// those of the index.
 constexpr int kMostTimedScans = 100000;
 
 template <int size>

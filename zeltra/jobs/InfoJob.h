@@ -31,7 +31,8 @@ ZELTRA_API AResult ReadInfo(const std::string& path, const InfoOptions& options,
 /// Read the times of the first scans.
 ZELTRA_API AResult ReadScans(const JobOptions& options, int most, FileInfo& info);
 
-/// If a file has no antenna table, its antennas appear only in its list of baselines: 0.
+/// The number of antennas in the antenna table; 0 if there is none, as antennas then appear only in the list of
+/// baselines.
 ZELTRA_API int ListedAntennas(const AUVXContents& contents);
 
 /// Deliver what `zeltra info --json` prints.

@@ -25,9 +25,9 @@ class ZELTRA_API ATableSink {
   virtual void Integer(int64 value) = 0;
   virtual void Real(double value) = 0;
   virtual void Real(float value) = 0;
-  /// A real number of which people see this many digits.
+  /// A real number that people see with this many digits.
   virtual void Rounded(double value, int digits) = 0;
-  /// A real number of which people see the digits of a 32-bit float.
+  /// A real number that people see with the digits of a 32-bit float.
   virtual void RoundedToFloat(double value) = 0;
   virtual void Time(double julianDate) = 0;
   virtual void Text(std::string_view text) = 0;
@@ -63,13 +63,13 @@ class ZELTRA_API AJobHost {
   /// Who does parts of a job's work elsewhere; null: threads do them here.
   virtual AImageWorkers* workers() { return nullptr; }
 
-  /// Open an input that the library itself does not read, as a compressed one.
+  /// Open an input that the library itself does not read, such as a compressed one.
   /// @param plain  null unless the host opens it
   virtual AResult OpenInput(const std::string& path, const JobOptions& options, std::unique_ptr<AInputFile>& plain);
 };
 
-/// The names of a job's files, in the order of its description; an output that is not named is empty. Of a job that
-/// takes a list there may be any number of inputs.
+/// The names of a job's files, in the order of its description; an output that is not named is empty. A job that takes
+/// a list may have any number of inputs.
 struct AJobFiles {
   std::vector<std::string> inputs, outputs;
 

@@ -36,8 +36,8 @@ ZELTRA_API void ReportVisibilities(AJobHost& host, const std::string& path, AUVX
 ZELTRA_API void ReportUVX(AJobHost& host, const std::string& path, const std::string& what = {},
                           const std::string& of = {});
 
-/// Finish a table that tells of an output which has its name already: a program that reads no more of the table does
-/// not take that output back, so the job is done.
+/// Finish a table about an output that already has its name. A program that reads no more of the table does not undo
+/// that output, so the job is done.
 AResult FinishSummary(ATableSink& table);
 
 /// Append the columns of the first `shown` values: re_1_1_RR, im_1_1_RR, weight_1_1_RR and so on, IFs and channels from

@@ -238,7 +238,7 @@ std::string AUVXContents::NumberAndName(int antenna) const {
 
 AResult AUVXContents::FindSource(const std::string& text, int& number) const {
   const std::vector<int> present = SourceNumbers();
-  // Without an index the sources with records are unknown.
+  // Without an index, it is unknown which sources have records.
   const auto hasRecords = [&](int n) {
     return present.empty() || std::binary_search(present.begin(), present.end(), n);
   };

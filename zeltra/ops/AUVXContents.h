@@ -50,7 +50,7 @@ struct SkyPosition {
 /// Everything in a file except its records: its header and lists, in which the names that users give are looked up.
 /// Selecting something that the file lacks gives a failure that lists what it has.
 ///
-/// Of several tables with one code the first one counts; if a table is absent or damaged, its list is empty.
+/// Of several tables with the same code, the first one counts; if a table is absent or damaged, its list is empty.
 class ZELTRA_API AUVXContents {
  public:
   /// Read the header and all tables. Jobs that have an AUVXInput use its contents, which are read only once.

@@ -28,7 +28,7 @@ class ZELTRA_API AUVXFluxes {
  public:
   /// Read the records of `input` once, in file order; the file needs no index.
   /// @param selection  of records: all their values count
-  /// @return that the job was cancelled, or that a record cannot be read; the lists are then empty
+  /// @return a failure if the job was cancelled or a record cannot be read; the lists are then empty
   AResult Create(AUVXInput& input, const UVXSelection& selection, const JobOptions& options);
 
   /// The baselines of the records.

@@ -42,7 +42,7 @@ struct AverageFrequencyOptions : JobOptions {
 ZELTRA_API AResult AverageFrequency(AUVXInput& from, const std::string& to, const AverageFrequencyOptions& options,
                                     CopySummary* summary = nullptr);
 
-/// The options of the job.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& AverageFrequencyDescription();
 
 }  // namespace zeltra

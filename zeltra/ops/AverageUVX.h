@@ -39,28 +39,28 @@ ZELTRA_API AResult FindAveragedValues(AUVXInput& from, const AverageOptions& opt
 /// own means with these weights, plain means where it has no valid value. Values are [IF][channel][polarisation].
 using AverageSink = std::function<AResult(AUVXGroup& group, AUVXVisibility& values)>;
 
-/// Average interval by interval, in time order, each source and setup by itself. Within an interval baselines ascend,
-/// as signed bytes. The result does not depend on the number of threads.
+/// Average interval by interval, in time order, each source and setup by itself. Within an interval, baselines ascend
+/// by their antennas as signed bytes. The result does not depend on the number of threads.
 ///
 /// Flagged records and values do not count, nor do values that are not finite: where a baseline has nothing else in an
-/// interval, its first value comes with the weight that it has, or 0. A source whose records go back in time is
-/// refused.
+/// interval, its first value is given with its own weight, or 0 if it is not finite. A source whose records go back in
+/// time is refused.
 ///
-/// Memory: below 256 MiB in a file of up to a million scans, of which each takes some 100 bytes. Where the baselines of
+/// Memory: below 256 MiB in a file of up to a million scans, each of which takes some 100 bytes. Where the baselines of
 /// an interval do not fit, its records are read several times. A file is refused where the records of more than 128
 /// sources alternate within an interval, and where records have more than 1048576 values.
 /// @param sink  a failure of it ends the job
 ZELTRA_API AResult Average(AUVXInput& from, const AverageOptions& options, const AverageSink& sink);
 
 /// Average into a UVX file with the tables of `from`: its scans as far as they have averages, its baseline list made
-/// anew. Where IFs or channels are left out frequencies stay right, as in CopyUVX. With a `share`, `to`.K-of-N is
+/// anew. Where IFs or channels are left out, frequencies stay right, as in CopyUVX. With a `share`, `to`.K-of-N is
 /// written for JoinParts.
 /// @param summary  may be null
 /// @return a failure also for more than 8 polarisations, before anything is read
 ZELTRA_API AResult AverageUVX(AUVXInput& from, const std::string& to, const AverageOptions& options,
                               CopySummary* summary = nullptr);
 
-/// What a user may tell the job, and what it gives.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& AverageDescription();
 
 }  // namespace zeltra

@@ -14,8 +14,9 @@
 
 namespace zeltra {
 
-/// Sort the places on an axis that are asked for, from 0, and make each unique; none at all become all `count` ones.
-/// @param what  names the axis in the sentence of a place that there is not
+/// Sort the places on an axis that are asked for, from 0, and drop repeated ones; an empty list becomes all `count`
+/// places.
+/// @param what  names the axis in the sentence about a place that does not exist
 AResult SettlePlaces(const std::string& path, const char* what, const std::vector<int>& wanted, int count,
                      std::vector<int>& places);
 

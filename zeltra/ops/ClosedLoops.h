@@ -19,7 +19,7 @@ struct LoopOptions : JobOptions {
   std::string baseline;
   /// The longest chain, in baselines.
   int longest = 3;
-  /// Only its sources may be set; their baselines count.
+  /// Only `sources` may be set: the baselines of these sources count.
   UVXSelection selection;
 };
 

@@ -11,7 +11,7 @@ namespace zeltra {
 
 /// Choose the antenna, if `closure` names none: the one with the most visibilities.
 /// @param data  selects the visibilities of the closure phases
-/// @return a failure of the selection, or that it leaves no valid visibility
+/// @return a failure if something selected does not exist, or if no valid visibility is left
 ZELTRA_API AResult SettleClosure(SelectedVisibilities& data, ClosureOptions& closure);
 
 }  // namespace zeltra

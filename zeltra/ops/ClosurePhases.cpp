@@ -208,7 +208,7 @@ int Closer::MostValues() const {
   if (!options_.each || !options_.incoherent) return std::numeric_limits<int>::max();
   const int64 antennas = std::max<int64>(from_.contents().antennas().count(), 3);
   const int64 triangles = antennas * (antennas - 1) * (antennas - 2) / 6;
-  // Those of all time stamps, those of one, and the two merged.
+  // There are up to three lists of terms: of the time stamps so far, of one, and of both merged.
   return static_cast<int>(
       std::max<int64>(kMostTermBytes / (3 * triangles * static_cast<int64>(sizeof(ClosureTerm))), 1));
 }

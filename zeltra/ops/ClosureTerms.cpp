@@ -58,7 +58,7 @@ ClosureFormer::ClosureFormer(const ClosureShape& shape, const IntervalSums& sums
     ListQuadrangles();
   }
   const auto isBefore = [](const Polygon& a, const Polygon& b) { return a.key < b.key; };
-  // In triangles antennas from 128 up come before the others.
+  // In triangles, antennas from 128 up come before the others.
   if (!std::is_sorted(polygons_.begin(), polygons_.end(), isBefore)) {
     std::sort(polygons_.begin(), polygons_.end(), isBefore);
   }
@@ -145,7 +145,7 @@ void ClosureFormer::LoadLegs(int first, int count) {
       LoadTriangleLeg(sums, first, count, legs_[i]);
     }
     Leg& leg = legs_[i];
-    // Lanes are summed in pairs.
+    // Values are summed in pairs, so what follows the last one must add nothing.
     for (int k = count; k < kBlock; ++k) {
       leg.re[k] = leg.im[k] = leg.power[k] = leg.valid[k] = 0;
       leg.square[k] = leg.noise[k] = 1;

@@ -68,8 +68,8 @@ class ClosureFormer {
   // Values of a block, with one array for each quantity of a baseline.
   static constexpr int kBlock = 64;
   struct Leg {
-    // Triangles: for a valid visibility V, of which v is the variance of the real and of the imaginary part: square =
-    // |V|^2, power = |V|^2 - 2 v, noise = 2 v; power is at least 0, square at least power + noise.
+    // Triangles, for a valid visibility V whose real and imaginary parts each have the variance v: square = |V|^2,
+    // power = |V|^2 - 2 v, noise = 2 v; power is at least 0, square at least power + noise.
     // Quadrangles: re = log |V|, noise = its variance, power is 1 if the value counts.
     double re[kBlock], im[kBlock], square[kBlock], power[kBlock], noise[kBlock];
     double valid[kBlock];  // 1 or 0

@@ -13,7 +13,7 @@ namespace zeltra {
 
 /// Add the tables of `from` to `to` in their order. Index and baseline list are those of the records of `to`, each in
 /// its place, or at the end where `from` has none. Header cards and integration times come last.
-/// @param command  what made `to` of `from`: see AJobDescription::Command
+/// @param command  the command that made `to` from `from`: see AJobDescription::Command
 /// @param change   may change every other table before it is added; returns whether it is added at all
 AResult CopyTables(AUVXInput& from, AUVXWriter& to, const std::string& command,
                    const std::function<bool(AUVXTable&)>& change = {});

@@ -20,7 +20,7 @@ struct CopyOptions : JobOptions {
   UVXSelection selection;
   /// Whether records are left out that are flagged, or that keep no valid value.
   bool dropFlagged = false;
-  /// Above 0: a new list of scans is made, which end where time stamps are further apart than so many seconds.
+  /// Above 0: a new list of scans is made; a scan ends where time stamps are further apart than this, seconds.
   double scanGap = 0;
 };
 
@@ -31,7 +31,7 @@ struct CopySummary {
 };
 
 /// Copy records and tables. Scans are kept as far as they have records, the baseline list is made anew, rows of
-/// antennas and sources that have no records any more are left out; everything else is copied as it is where IFs,
+/// antennas and sources that no longer have records are left out; everything else is copied as it is where IFs,
 /// channels and polarisations stay.
 ///
 /// Where IFs or channels are left out, frequencies stay right: `freq0` is that of the first channel kept, IF FREQ
@@ -44,7 +44,7 @@ struct CopySummary {
 ///         out where the columns of "FQ" do not fill its rows: there is no output then
 ZELTRA_API AResult CopyUVX(AUVXInput& from, const std::string& to, const CopyOptions& options, CopySummary* summary);
 
-/// What a user may tell the job, and what it gives.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& CopyDescription();
 
 }  // namespace zeltra

@@ -27,7 +27,7 @@ struct DeleteIFsOptions : JobOptions {
 ZELTRA_API AResult DeleteIFs(AUVXInput& from, const std::string& to, const DeleteIFsOptions& options,
                              CopySummary* summary = nullptr);
 
-/// The options of the job.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& DeleteIFsDescription();
 
 }  // namespace zeltra

@@ -102,7 +102,7 @@ class FlagTextReader {
 
   const std::string path_;
   FlagLexer lexer_;
-  int line_ = 1;  // on which the keyword or / that is read stands
+  int line_ = 1;  // of the keyword or / being read
   const AUVXContents& contents_;
   FlagEntries& entries_;
   FlagListNotes& notes_;
@@ -110,7 +110,8 @@ class FlagTextReader {
   double firstDay_ = 0;                // of the year, from 1
   FlagEntry entry_;
   bool selects_ = false, hasReason_ = false;
-  // What is named; empty: all. Names that the file lacks leave a list that is empty but does not mean all.
+  // What the entry names; if it names nothing, it means all. If the file lacks all that is named, a list is empty but
+  // does not mean all.
   bool namesAntennas_ = false, namesSources_ = false, namesPartners_ = false;
   std::set<int> antennas_, partners_, sources_;
   std::set<Pair> baselines_;

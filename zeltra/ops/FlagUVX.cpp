@@ -236,7 +236,7 @@ AResult Flagger::Run(const std::string& to) {
   if (!result) return result;
   if (!isAnyTaken && from_.uvx().count() > 0) return choice_.NothingSelected(from_, options_);
   std::string command = FlagDescription().Command(options_);
-  // Of the text of flags, its name without the path.
+  // The text of flags is given by its name alone, without the path.
   if (!options_.file.empty()) command += " --file " + options_.file.substr(options_.file.find_last_of("/\\") + 1);
   if (result = CopyTables(from_, writer, command); !result) return result;
   Remark(scans);

@@ -57,7 +57,7 @@ double FrequencyChange::NewWidth(const SetupFrequencies& setups, int row, size_t
     sum += setups.Width(row, i);
     absolute += std::fabs(setups.Width(row, i));
   }
-  // One channel of IFs of both sidebands has none.
+  // A channel made from IFs of both sidebands has no sideband of its own.
   const bool isMixed = std::fabs(sum) < absolute * (1 - 1e-12);
   return step * (isMixed ? absolute : sum) / static_cast<double>(parts[part].size());
 }

@@ -71,7 +71,7 @@ struct FrequencyChange {
   /// Frequency of the first channel of an output IF, relative to the input's header, and the width.
   double NewStart(const SetupFrequencies& setups, int row, size_t part) const;
   double NewWidth(const SetupFrequencies& setups, int row, size_t part) const;
-  /// The bandwidth of an output IF: where the IFs of a part become one channel and fill a span, it is all of that.
+  /// The bandwidth of an output IF: where the IFs of a part become one channel and fill a span, it is the whole span.
   double NewBandwidth(const SetupFrequencies& setups, int row, size_t part) const;
   /// What all channels of the IFs of a part cover.
   Span SpanOf(const SetupFrequencies& setups, int row, size_t part) const;

@@ -29,7 +29,7 @@ class FrequencyMeans {
   /// A sentence about means for which some values did not count, so that their frequencies differ slightly from those
   /// of the channels; empty if there are none.
   std::string Remark() const;
-  /// A sentence about values that are flagged in the mean only since they, or their weights, are not finite; empty if
+  /// A sentence about values that are flagged in the mean only because they, or their weights, are not finite; empty if
   /// there are none.
   std::string NotFiniteRemark() const;
 
@@ -61,7 +61,7 @@ class FrequencyMeans {
   int64 means_ = 0;                 // of values that count
   int64 partial_ = 0;               // those of them in which some values do not count
   int64 points_ = 0, counted_ = 0;  // of the latter
-  int64 notFinite_ = 0;             // values in means of which no value counts, though their weight does not flag them
+  int64 notFinite_ = 0;             // values in means where no value counts, though their weight does not flag them
 };
 
 }  // namespace zeltra

@@ -14,7 +14,7 @@ namespace zeltra {
 bool FillsRows(const AUVXTable& table);
 
 /// How many elements a column has for each of several IFs; those for the first IF come first. 0 if it is not about IFs;
-/// no column is if there is one IF. In known tables the known columns count, in others those whose lengths are
+/// if there is only one IF, no column is. In known tables the known columns count, in others those whose lengths are
 /// multiples of the number of IFs.
 int ElementsOfIF(const AUVXTable& table, int column, int IFs);
 /// Whether any column is about IFs.

@@ -12,8 +12,8 @@ inline constexpr int kMostForBasis = 64;
 
 /// Reduce the triangles of one value, in ascending order of key, to a maximal independent set.
 ///
-/// Triangles that contain one antenna are kept, the antenna whose triangles have the largest sum of |B| / sigma; they
-/// are a basis if no baseline is missing. Of the others each that raises the rank is kept, strong ones first.
+/// All triangles of one antenna are kept, the one whose triangles have the largest sum of |B| / sigma; they are a basis
+/// if no baseline is missing. Of the others, each that raises the rank is kept, strong ones first.
 /// @return false if more than kMostForBasis antennas would have to be searched
 bool KeepIndependentTriangles(ClosureTerms& terms);
 

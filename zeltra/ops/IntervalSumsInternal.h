@@ -96,8 +96,7 @@ class IntervalSums {
   /// The mean of the baseline at a place.
   /// @param group   receives the antennas and the mean u, v, w; the rest is unchanged
   /// @param values  receives as many complexes as a record has values. Where no value counted, it is that of the
-  /// baseline's
-  ///                first record, or 0 if that is not finite, with its weight
+  ///                baseline's first record with its weight, or 0 if that is not finite
   void Mean(int place, AUVXGroup& group, AUVXComplex* values) const;
 
   static constexpr size_t kKeys = 1 << 16;

@@ -19,7 +19,7 @@ namespace {
 // What the threads hold together: blocks of records, sums, and what is made of them.
 constexpr int64 kMostBytes = 128 << 20;
 // Sums of intervals whose baselines stay together, of one thread. What does not fit depends on this and on the file,
-// not on the number of threads: so do the results.
+// not on the number of threads, and so do the results.
 constexpr int64 kTogetherBytes = 32 << 20;
 // A block of records.
 constexpr int64 kBlockBytes = 1 << 19;
@@ -48,13 +48,13 @@ struct OpenInterval {
   explicit OpenInterval(SumPool& pool) : sums(pool) {}
 
   size_t stream = 0;
-  int scan = 0;  // place in the index of the first one that its scan goes on from
+  int scan = 0;  // place of its scan in the index; of the first entry, if the scan has several
   double cell = 0;
   double firstTicks = 0;
   double reference = 0;  // Julian date of its first record; times are added up as distances from it
   double weight = 0, weightedDays = 0, days = 0;
   int64 count = 0;
-  double seconds = 0, stampSeconds = 0;  // integration times of the time stamps before the last one, and of that
+  double seconds = 0, stampSeconds = 0;  // integration times of all time stamps but the last one, and of that
   double stamp = kNever;                 // ticks
   int firstRecord = 0, lastRecord = 0;
   bool isWhole = true;        // whether its sums fit
@@ -75,7 +75,7 @@ struct OpenInterval {
   }
 };
 
-// What has been made of intervals that ended, until nothing earlier can come.
+// What has been made of intervals that have ended, kept until nothing earlier can come.
 struct Finished {
   double time;
   size_t stream;
@@ -86,7 +86,7 @@ struct Finished {
 struct StreamState {
   double lastTicks = kNever;
   int scan = -1;       // place of its last record's scan in the index
-  int firstScan = -1;  // of the one that goes on in it
+  int firstScan = -1;  // of the first entry of that scan, if it has several
   OpenInterval* open = nullptr;
 };
 
@@ -200,7 +200,7 @@ AResult IntervalWorker::WalkRange(const RecordRange& range, PartOutput& output) 
         scanEnd = std::min(scans_(scan_).endVis, range.end);
       }
       if (stream_ < 0) {
-        i = scanEnd - first - 1;  // over the rest of a scan that is not selected, which may end after this block
+        i = scanEnd - first - 1;  // skips the rest of a scan that is not selected, which may end after this block
         continue;
       }
       const char* record = reader_.records() + int64{i} * reader_.recordBytes();
@@ -265,9 +265,9 @@ AResult IntervalWorker::EnterTime(const AUVXGroup& group, int record) {
   return EndBefore(cell);
 }
 
-// Whether a stream's scan before this time has ended, where the index begins a new one. It goes on where the scans
-// between the two are of single stamps, the stream's last one or this one: records of another subarray, say, lie
-// between those of each stamp.
+// Whether the scan that a stream was in has ended where the index has a new entry for it. It goes on if every entry
+// between the two has a single time stamp, the stream's last one or this one: records of another subarray, say, then
+// lie between those of each stamp.
 bool IntervalWorker::EndsScan(const StreamState& state, double ticks) const {
   if (state.scan < 0 || state.scan == scan_ - 1) return state.scan >= 0;
   for (int scan = state.scan + 1; scan < scan_; ++scan) {
@@ -330,7 +330,7 @@ void IntervalWorker::AddRecord(OpenInterval& interval, AUVXGroup& group, const c
   if (add_) return add_(interval.state, group, stored, record);
   const char* values = shape_.choice.Pick(group, stored, room_.data());
   if (interval.isWhole && interval.sums.IsNew(group) && !pool_.HasRoom()) {
-    // From here on its baselines are noted, and its records read again when all are known.
+    // From here on, its baselines are only noted; its records are read again when all of these are known.
     interval.BeginPieces();
   }
   if (interval.isWhole) {
@@ -375,7 +375,7 @@ void IntervalWorker::Make(OpenInterval& interval, double time, IntervalSums& sum
   std::vector<char> bytes;
   const std::function<bool(std::vector<char>&)> handOn = [&](std::vector<char>& made) {
     Keep(time, interval.stream, std::exchange(made, {}));
-    // Pieces are large: where nothing earlier can come they are handed on one by one.
+    // Pieces are large: where nothing earlier can come, they are handed on one by one.
     return !isInOrder_ || !open_.empty() || Release();
   };
   const IntervalStream& stream = shape_.plan.streams()[interval.stream];
@@ -421,7 +421,7 @@ AResult IntervalWorker::MakeInPieces(OpenInterval& interval, double time) {
   return AResult::Ok();
 }
 
-// The values whose sums of all baselines fit.
+// How many values at a time have room for their sums on all baselines.
 int IntervalWorker::GroupOf(const OpenInterval& interval) const {
   MeanForm form = shape_.form;
   form.values = 0;
@@ -480,7 +480,7 @@ void IntervalWorker::Keep(double time, size_t stream, std::vector<char> bytes) {
   finished_.push_back({time, stream, std::move(bytes)});
 }
 
-// Move what is before everything that may still come into the piece that is handed on next.
+// Move what is earlier than anything that may still come to the piece that is handed on next.
 // @return false if the job has ended
 bool IntervalWorker::Release() {
   std::stable_sort(finished_.begin(), finished_.end(), [](const Finished& a, const Finished& b) {
@@ -514,7 +514,7 @@ AResult IntervalWalk::Run(const ValueChoice& choice, const Shape& shape, const F
   const int number = std::max(this->parts() - share.number + share.count, 0) / share.count;
   const MeanForm form = {choice.count(), options_.complexMean, options_.mean == MeanKind::Weighted};
   // A thread needs a block of records, the record that a mean becomes, and the sums of a baseline at least, or those of
-  // all baselines twice. How the rest is shared out changes what is read again, and no result.
+  // all baselines twice. How the rest is shared out changes how much is read again, but no result.
   const bool keepsBaselines = shape.pieces == Pieces::Values;
   const int64 baselineBytes = SumPool::BaselineBytes(form);
   const int64 otherBytes = kBlockBytes + 4 * int64{input_.uvx().recSize()};
@@ -534,7 +534,7 @@ AResult IntervalWalk::Run(const ValueChoice& choice, const Shape& shape, const F
   job.worker = [&] { return std::make_unique<IntervalWorker>(walk); };
   job.take = take;
   if (AResult result = RunParts(job, options); !result) return result;
-  // Some of the parts may be without any interval.
+  // A share of the parts may have no interval at all.
   const bool mayBeEmpty = options_.share || input_.uvx().count() == 0;
   return hasInterval || mayBeEmpty ? AResult::Ok() : plan_.choice().NothingSelected(input_, options_);
 }

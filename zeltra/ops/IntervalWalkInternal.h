@@ -29,15 +29,15 @@ struct Interval {
 
   IntervalStream stream;
   int part;       ///< place in the plan
-  int scan;       ///< place in the index of the scan that it lies in, or where that goes on later, of its first records
-  double time;    ///< Julian date: the mean of the records' times with their weights, plain where all are 0; not of a
-                  ///< time stamp
+  int scan;       ///< place in the index of the scan that it lies in; of the first entry, if the scan has several
+  double time;    ///< Julian date: the mean of the records' times with their weights, plain where all of these are
+                  ///< 0; 0 for a time stamp
   float seconds;  ///< that its records cover: the sum of the integration times of its time stamps; 0 if not known
   IntervalSums& sums;
   int firstValue;  ///< place in a record of the first value of the sums
   Complete complete;
   std::unique_ptr<IntervalState>& state;  ///< null with the first sums of an interval
-  /// Takes bytes away where there are many, and leaves none. @return false if the job has ended
+  /// Takes what has been made so far, if that is much, and leaves `bytes` empty. @return false if the job has ended
   const std::function<bool(std::vector<char>& bytes)>& handOn;
 };
 
@@ -48,10 +48,10 @@ struct Interval {
 ///   Run    visits all intervals
 ///
 /// An interval ends where its time is over or where a scan of the index ends. A scan goes on where records of others
-/// lie between its records at the same time stamps. Flagged records do not count.
+/// merely lie between its records at the same time stamps. Flagged records do not count.
 class IntervalWalk {
  public:
-  /// How an interval is finished whose sums do not fit the memory: some baselines at a time, ascending, with all their
+  /// How an interval whose sums do not fit into memory is finished: some baselines at a time, ascending, with all their
   /// values; or some values at a time, of all baselines.
   enum class Pieces { Baselines, Values };
   /// Adds a record to what a job keeps of its interval, in place of the sums.
@@ -72,10 +72,10 @@ class IntervalWalk {
   IntervalWalk(AUVXInput& input, const IntervalOptions& options)
       : input_(input), options_(options), plan_(input, options) {}
 
-  /// @param leftOut  what of the selection the job sees to itself, a sum of RecordChoice::LeftOut
+  /// @param leftOut  conditions of the selection that the job checks itself, a sum of RecordChoice::LeftOut
   AResult Open(unsigned leftOut = RecordChoice::Nothing) { return plan_.Open(leftOut); }
   const AUVXContents& contents() const { return plan_.contents(); }
-  /// Parts of the plan, whichever of them are done.
+  /// How many parts the plan has, whether this job does them all or not.
   int parts() const { return static_cast<int>(plan_.parts().size()); }
 
   /// @return a failure also if no record is left

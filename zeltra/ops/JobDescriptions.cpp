@@ -1,4 +1,4 @@
-// What the jobs on UVX files take and give, as people see it.
+// The options and results of the jobs on UVX files, as the user sees them.
 // SPDX-License-Identifier: MIT
 #include "zeltra/interchange/ScanGapInternal.h"
 #include "zeltra/ops/AverageUVX.h"

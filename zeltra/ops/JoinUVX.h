@@ -43,7 +43,7 @@ struct JoinSummary {
 ZELTRA_API AResult JoinUVX(const std::vector<std::string>& from, const std::string& to, const JoinOptions& options,
                            JoinSummary* summary);
 
-/// What a user may tell the job, and what it gives.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& JoinDescription();
 
 }  // namespace zeltra

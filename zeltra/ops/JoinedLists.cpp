@@ -36,8 +36,8 @@ bool AreClose(const std::vector<double>& a, const std::vector<double>& b, double
                     [tolerance](double x, double y) { return std::fabs(x - y) <= tolerance; });
 }
 
-// Among the same items of earlier inputs that the current input has not matched yet: the one with the same number, or
-// else the only one, unless it can be told from others by its number alone.
+// Of the items of earlier inputs that are the same and that the current input has not matched yet: the one with the
+// same number, or else the only one, unless items can be told apart by their numbers alone.
 template <class Item, class IsSame>
 Item* Match(std::vector<Item>& known, int input, int number, bool isByNumber, IsSame isSame) {
   Item* match = nullptr;

@@ -17,7 +17,7 @@
 
 namespace zeltra {
 
-/// The numbers that the sources, antennas and setups which an input lists get in the joined lists.
+/// The numbers in the joined lists of the sources, antennas and setups that an input lists.
 struct JoinedNumbers {
   std::map<int, int> sources, antennas, setups;
 

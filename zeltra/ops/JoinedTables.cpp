@@ -64,7 +64,7 @@ bool ReachesOthers(const AUVXTable& table, int row, const std::vector<int>& inpu
   return false;
 }
 
-// Append a row, narrowed to what the input has of the sources, setups and times that it concerns.
+// Append a row, narrowed to those of its sources, setups and times that the input has.
 // @param one  the table, without rows
 bool AppendNarrow(const std::string& row, const RecordReach& reach, const RecordReach& all, AUVXTable one,
                   AUVXTable& table) {

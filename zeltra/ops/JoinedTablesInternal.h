@@ -42,7 +42,7 @@ class JoinedTables {
 
  private:
   struct Row {
-    int count = 0;       // the most often that one input has it
+    int count = 0;       // the most times that any one input has it
     int sinceInput = 0;  // how often the last input has it
     std::vector<int> inputs;
   };

@@ -19,7 +19,7 @@ class KnownFrequencies {
 
   /// Check that the file has a table "FQ", unless a single frequency makes that of the header enough.
   AResult Open();
-  /// Check that every point of a record that has values with a weight other than 0 has a frequency above 0.
+  /// Check that, in a record, every point with values whose weight is not 0 has a frequency above 0.
   AResult Check(const WalkedRecord& record);
   const AUVXFreqs& Of(int setup) { return Find(setup).frequencies; }
 

@@ -12,8 +12,8 @@ namespace zeltra {
 /// Reads runs of records. Each thread has a reader of its own; they share the open file.
 class RecordReader {
  public:
-  /// Large enough that requests do not count, small enough that the records are still in the processor's cache when
-  /// they are looked at.
+  /// Large enough for the cost of requests not to matter, small enough that the records are still in the processor's
+  /// cache when they are looked at.
   static constexpr int kBlockBytes = 1 << 19;
 
   explicit RecordReader(AUVXInput& input, int blockBytes = kBlockBytes);

@@ -34,14 +34,15 @@ using RecordVisitor = std::function<bool(const WalkedRecord&)>;
 /// Visit the records from `first` to `end` - 1, all of which the file must hold, whatever the index says about them.
 /// @param options  the progress control gets the range 0..100 and percentages; the cancel flag is checked once per
 /// block
-/// @return that the walk was cancelled, or which record cannot be read; those before it have been visited
+/// @return a failure if the walk was cancelled, or if a record, which it names, cannot be read; those before it have
+/// been visited
 ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, int first, int end,
                                const RecordVisitor& visit);
 
 /// Visit the selected records, by the index of the file. Short scans between them are read too, longer ones are
 /// skipped.
-/// @return also that the index does not cover all records, or that a record that was read has another source or setup
-///         than the index says
+/// @return a failure also if the index does not cover all records, or if a record that was read has another source or
+///         setup than the index says
 ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, const RecordChoice& choice,
                                const RecordVisitor& visit);
 

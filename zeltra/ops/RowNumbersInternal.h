@@ -12,7 +12,7 @@
 
 namespace zeltra {
 
-/// What a number in a row is of.
+/// What a number in a row stands for.
 enum class RowNumber {
   Source,    ///< 0: all sources
   Antenna,   ///< 0: all antennas
@@ -23,8 +23,8 @@ enum class RowNumber {
   Times,     ///< first and last time, both 0: all times
 };
 
-/// The columns of a table whose code is known: "AN", "SU" and the tables that are about records, "FG", "SN",
-/// "CL", "TY" and "BP". Names are told without blanks, dots and underscores.
+/// The columns of a table whose code is known: "AN", "SU" and the tables that are about records, "FG", "SN", "CL", "TY"
+/// and "BP". Names are compared without blanks, dots and underscores.
 class RowNumbers {
  public:
   struct Column {
@@ -36,15 +36,15 @@ class RowNumbers {
   /// Whether tables with this code are about records, by source, antenna and time.
   static bool IsKnown(const std::string& code);
   /// Look the columns of a table up.
-  /// @return none where the code is not known, where a column that such a table must have is missing, has another type
-  ///         or length, lies outside the rows, or where a further one looks like one of such numbers
+  /// @return nothing if the code is not known, if a column that such a table must have is missing, has another type or
+  ///         length, or lies outside the rows, or if another column looks as if it held such numbers
   static std::optional<RowNumbers> Of(const AUVXTable& table);
 
   const std::vector<Column>& columns() const { return columns_; }
   /// Whether a row concerns this source, or setup, or all of them.
   bool Concerns(const AUVXTable& table, int row, RowNumber kind, int number) const;
-  /// Give each number above 0 of a row the number that `translate` makes of it, and each time that is not both 0 `days`
-  /// more.
+  /// Replace each number above 0 in a row by what `translate` makes of it, and add `days` to its times, except to a
+  /// pair of times that are both 0.
   using Translate = std::function<int(RowNumber kind, int number)>;
   void Change(AUVXTable& table, int row, const Translate& translate, double days) const;
 
@@ -52,8 +52,7 @@ class RowNumbers {
   std::vector<Column> columns_;
 };
 
-/// The columns of a table that are of the same name and format as one of another table, for rows that go from one into
-/// the other.
+/// The columns that have the same name and format in two tables, for copying rows from one to the other.
 class RowCopy {
  public:
   RowCopy(const AUVXTable& from, const AUVXTable& to);

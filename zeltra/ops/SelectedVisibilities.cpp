@@ -103,7 +103,7 @@ std::vector<double> SelectedVisibilities::WidthsOf(int setup) const {
 
 void SelectedVisibilities::LookUp(int number, std::optional<Setup>& setup) const {
   if (setup && setup->number == number) return;
-  // The tables are read through the one position that the file has.
+  // Tables are read at the current position of the file, which all threads share.
   static std::mutex reading;
   const std::lock_guard lock(reading);
   setup = Setup{number, AUVXFreqs(input_.uvx(), number), WidthsOf(number)};
@@ -133,7 +133,7 @@ std::vector<RecordStretch> SelectedVisibilities::Divide(int64 bytes, int most) c
   }
   const int64 parts = std::clamp<int64>(records * input_.uvx().recSize() / bytes, 1, most);
   std::vector<RecordStretch> stretches;
-  // Of the records of these scans, how many lie before the end of the part that comes next.
+  // How many records of the selected scans lie before the end of the next part.
   const auto end = [&] { return records * (std::ssize(stretches) + 1) / parts; };
   int64 before = 0;  // of the scans so far
   int first = 0;

@@ -56,11 +56,11 @@ class ZELTRA_API SelectedVisibilities {
   /// Visit all visibilities in file order: all polarisations at a frequency, then the next frequency, then the next
   /// record. May be called again.
   /// @param step   name shown by the progress control, which runs from 0 to 100
-  /// @return that the job was cancelled, or that a record cannot be read
+  /// @return a failure if the job was cancelled or a record cannot be read
   AResult ForEach(const JobOptions& options, const char* step, const Visitor& visit);
 
-  /// Divide the records into at most `most` parts of at least `bytes` each, about equal, of all records of the scans
-  /// selected. They depend on the file and the selection only.
+  /// Divide the records of the selected scans into at most `most` parts of at least `bytes` each, which are about
+  /// equal. They depend on the file and the selection only.
   std::vector<RecordStretch> Divide(int64 bytes, int most) const;
   /// Visit those of one part. Threads may visit different parts at the same time.
   AResult ForEachOf(RecordStretch part, const JobOptions& options, const Visitor& visit);

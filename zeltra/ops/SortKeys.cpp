@@ -66,7 +66,7 @@ KeyBits BitsOf(char key, const AUVXGroup& group) {
   }
 }
 
-// Put the bits of a key into the 96 of `to`, of which the highest `used` are taken.
+// Put the bits of a key into the 96 of `to`, the highest `used` of which are taken.
 void Append(const KeyBits& key, int used, SortKey& to) {
   const int end = used + key.width;
   if (end <= 64) {

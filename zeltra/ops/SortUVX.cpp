@@ -25,7 +25,7 @@ namespace {
 // Reading this many bytes takes about as long as one more request: from the system's memory, and from a disk.
 constexpr int kCachedRequest = 1 << 12;
 constexpr int kDiskRequest = 1 << 17;
-// What runs on the disk cost, in passes over the file: they are written, which takes longer than reading, and read
+// The cost of runs on the disk, in passes over the file: they are written, which takes longer than reading, and read
 // again.
 constexpr int kPassesOfRuns = 4;
 // Memory in MiB: of blocks, lists and the program itself; the least for records, and how many must fit.

@@ -46,7 +46,7 @@ struct SortSummary {
 ZELTRA_API AResult ResortUVXFile(AUVXInput& from, const std::string& to, const SortOptions& options,
                                  SortSummary* summary);
 
-/// What a user may tell the job, and what it gives.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& SortDescription();
 
 }  // namespace zeltra

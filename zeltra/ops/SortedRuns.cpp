@@ -9,7 +9,7 @@
 namespace zeltra {
 namespace {
 
-// Shorter requests would cost more than they bring.
+// Shorter requests would cost more than they gain.
 constexpr int kLeastBlock = 1 << 18;
 constexpr int kLargestBlock = 1 << 23;
 

@@ -21,7 +21,7 @@ class SortedRuns {
  public:
   using Sink = std::function<AResult(const SortKey& key, const char* record)>;
 
-  /// @param output  beside which the file is made
+  /// @param output  the file of runs is made beside it
   SortedRuns(const std::string& output, int recordBytes, const JobOptions& options);
 
   AResult Create() { return file_.Create(output_); }
@@ -32,8 +32,8 @@ class SortedRuns {
   /// Bytes of a record with its key.
   int entryBytes() const { return static_cast<int>(sizeof(SortKey)) + recordBytes_; }
 
-  /// Merge all runs into `sink`. As many are merged at a time as have blocks that fit into `memory` bytes, but at least
-  /// two; if there are more runs, they are merged into longer ones first.
+  /// Merge all runs into `sink`. Each run needs a block of memory: as many runs are merged at a time as fit into
+  /// `memory` bytes, but at least two; if there are more, they are merged into longer ones first.
   AResult Merge(double memory, const Sink& sink);
 
  private:

@@ -16,7 +16,7 @@ namespace zeltra {
 
 /// What is split.
 struct SplitOptions : JobOptions {
-  /// IFs, channels and polarisations do not count.
+  /// Its IFs, channels and polarisations are ignored.
   UVXSelection selection;
 };
 
@@ -27,7 +27,7 @@ struct SplitSummary {
 };
 
 /// Write the records of each source and setup into a file of their own, in `folder`, which is made if it does not
-/// exist. A file is named after its source, with characters replaced that have a meaning to a file system or a shell,
+/// exist. A file is named after its source, with characters that have a meaning to a file system or a shell replaced,
 /// and after its setup if the input has several. Numbers of sources, setups and antennas stay. "SU" and "FQ" keep the
 /// row of the source and the setup, and `freq0` becomes the frequency of that setup; "FG", "SN", "CL", "TY" and "BP"
 /// keep the rows about the source and the setup, or about all. The lists of scans and baselines are rebuilt.
@@ -37,7 +37,7 @@ struct SplitSummary {
 ZELTRA_API AResult SplitUVX(AUVXInput& from, const std::string& folder, const SplitOptions& options,
                             SplitSummary* summary);
 
-/// What a user may tell the job, and what it gives.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& SplitDescription();
 
 }  // namespace zeltra

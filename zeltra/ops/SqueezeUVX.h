@@ -27,11 +27,11 @@ struct SqueezeOptions : JobOptions {
 /// source, has scans, as by AUVXFqTbl::Init; their numbers are unchanged.
 ///
 /// Values are averaged as by AverageFrequency. Channels become one at their middle. IFs become one, channel by channel,
-/// wherever they are: its frequencies and its channel width are the means of theirs, and a remark gives the span if
-/// they leave gaps or differ in width.
+/// wherever they are: the new frequencies and channel width are the means of the old ones, and a remark gives the span
+/// if they leave gaps or differ in width.
 /// @param summary  may be null
-/// @return a failure also if no axis is requested, if the frequencies are unknown, or for the channels of IFs of both
-///         sidebands, of which no mean is a channel
+/// @return a failure also if no axis is requested, if the frequencies are unknown, or if IFs of both sidebands would
+///         become one channel by channel, since their channels have no common order
 ZELTRA_API AResult SaveAndSQ(AUVXInput& from, const std::string& to, const SqueezeOptions& options,
                              CopySummary* summary = nullptr);
 
@@ -42,7 +42,7 @@ ZELTRA_API AResult SQFromIF(AUVXInput& from, const std::string& to, SqueezeOptio
 ZELTRA_API AResult SQFromChannel(AUVXInput& from, const std::string& to, SqueezeOptions options,
                                  CopySummary* summary = nullptr);
 
-/// The options of the job.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& SqueezeDescription();
 
 }  // namespace zeltra

@@ -11,7 +11,7 @@
 
 namespace zeltra {
 
-/// The records and values that a job uses. An empty member selects everything. For sources and antennas digits alone
+/// The records and values that a job uses. An empty member selects everything. For sources and antennas, digits alone
 /// are a number, anything else a name; `=` marks a name of digits, as in "=0".
 struct UVXSelection {
   /// Numbers or names.

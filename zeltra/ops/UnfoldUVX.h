@@ -13,7 +13,7 @@
 
 namespace zeltra {
 
-/// The axes to unfold; with both every channel of every IF becomes a record.
+/// The axes to unfold; with both, every channel of every IF becomes a record.
 struct UnfoldOptions : JobOptions {
   bool IFs = false;
   bool channels = false;
@@ -34,7 +34,7 @@ struct UnfoldOptions : JobOptions {
 ZELTRA_API AResult UnfoldUVX(AUVXInput& from, const std::string& to, const UnfoldOptions& options,
                              CopySummary* summary = nullptr);
 
-/// The options of the job.
+/// The options of the job and what it makes.
 ZELTRA_API const AJobDescription& UnfoldDescription();
 
 }  // namespace zeltra

@@ -126,7 +126,7 @@ void ValueChoice::PickReversed(const char* stored, AUVXComplex* to) const {
 double ValueChoice::Weight(const char* stored) const {
   constexpr float kLargest = std::numeric_limits<float>::max();
   constexpr int kBytes = sizeof(AUVXComplex);
-  // Four parallel sums, added in a fixed order at the end.
+  // There are four parallel sums, added in a fixed order at the end.
   const Float4 none = {};
   Double2 low = {}, high = {};
   double rest = 0;

@@ -23,8 +23,7 @@ class ValueChoice {
 
   /// Reverse baselines where needed, so that each runs from its lower antenna to its higher one.
   /// @param reverse  for each combination, the one whose complex conjugate it becomes when the antennas are exchanged,
-  /// if
-  ///                 there is one
+  ///                 if there is one
   void TurnBaselines(std::vector<std::optional<PolarisationChoice>> reverse);
 
   /// Number of averaged values in a record, [point][combination].

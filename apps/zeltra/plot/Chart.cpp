@@ -14,7 +14,7 @@ namespace {
 constexpr int kPlotWidth = 800, kPlotHeight = 520, kPlotSide = 640;
 constexpr int kLeft = 90, kTop = 70, kBottom = 65, kRight = 30;
 constexpr int kLetter = 9;  // pixels, the width of a letter of a legend
-// Places are half a pixel apart, or a power of two of that in a crowded chart.
+// Places are half a pixel apart, or that times a power of two in a crowded chart.
 constexpr int kPlacesPerPixel = 2;
 constexpr size_t kCrowd = 60000;
 constexpr double kSmallestDot = 2, kLargestDot = 5;  // pixels

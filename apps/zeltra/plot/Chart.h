@@ -48,7 +48,7 @@ class Chart {
   /// The most series with colours of their own; one more may follow, which is grey and drawn below them.
   static constexpr int kColours = 10;
 
-  /// Draw a series in black above all others, as a model over data.
+  /// Draw a series in black above all others, such as a model over data.
   void PutOnTop(size_t series) { onTop_ = series; }
   void Add(size_t series, double x, double y);
   /// Add an error bar, from `low` to `high`; bars are drawn below all points.
@@ -63,7 +63,7 @@ class Chart {
   struct Series {
     std::string name;
     PlaceSet places;  // line by line
-    PlaceSet bars;    // column by column; as large, or without room
+    PlaceSet bars;    // column by column; as large as `places`, or empty
   };
 
   static constexpr size_t kLayers = 4;

@@ -10,8 +10,8 @@
 
 namespace zeltra::app {
 
-/// Draw the moduli and the phases of the solutions of one IF, from 0, and one hand, a series an antenna, one chart
-/// above the other.
+/// Draw the moduli and the phases of the solutions of one IF, from 0, and one hand, with a series for each antenna, one
+/// chart above the other.
 AResult PlotGains(const AGains& gains, int ifIndex, int hand, std::string& svg);
 
 }  // namespace zeltra::app

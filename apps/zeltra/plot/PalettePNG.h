@@ -1,4 +1,4 @@
-// Pictures of pixels.
+// PNG files with a palette.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_APPS_PLOT_PALETTEPNG_H_
 #define ZELTRA_APPS_PLOT_PALETTEPNG_H_

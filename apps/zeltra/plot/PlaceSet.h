@@ -10,7 +10,8 @@
 
 namespace zeltra::app {
 
-/// Numbers from 0 to below `size()`. A set that is nearly empty, as that of most series is, is walked through quickly.
+/// Numbers from 0 to below `size()`. A set that is nearly empty, as the sets of most series are, is walked through
+/// quickly.
 class PlaceSet {
  public:
   explicit PlaceSet(size_t size = 0) : size_(size), words_((size + kBits - 1) / kBits) {}

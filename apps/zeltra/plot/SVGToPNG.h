@@ -7,10 +7,10 @@
 
 namespace zeltra::app {
 
-/// What keeps the program from librsvg, which converts; empty where nothing does.
+/// Why the program cannot use librsvg, which does the conversion; empty if it can.
 std::string ObstacleToPNG();
 
-/// Convert an SVG file to PNG, at two pixels per pixel of the drawing. Only where there is no obstacle.
+/// Convert an SVG file to PNG, at two pixels per pixel of the drawing. To be called only if there is no obstacle.
 /// @return the bytes of the file; empty on failure
 std::string SVGToPNG(const std::string& svg);
 

@@ -12,8 +12,8 @@ namespace {
 
 constexpr double kScale = 2;
 
-/// The functions of librsvg and of the libraries that come with it. They are loaded when a picture needs them: some
-/// forty libraries are among them, which take longer to load than any command to start.
+/// The functions of librsvg and of the libraries that come with it. They are loaded only when a picture needs them:
+/// there are some forty libraries, which take longer to load than any command takes to start.
 class RSVG {
  public:
   RSVG() : library_(dlopen("librsvg-2.so.2", RTLD_NOW)) {

@@ -20,7 +20,7 @@ struct Tick {
 std::vector<Tick> RoundTicks(double low, double high, int most);
 
 /// Marks from `low` to `high` at 1, 2 and 5 times powers of ten, at 0 and at the negatives of these, as far as there is
-/// room: decades first. Round steps if the range has few such numbers.
+/// room: decades first. In round steps if the range has few such numbers.
 /// @param least  numbers below this, apart from 0, get no mark
 /// @param most   how many marks would fill the axis
 /// @param place  position of a number on the axis, in any unit; increases with the number
