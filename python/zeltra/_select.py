@@ -188,7 +188,7 @@ def _stretches(contents: Contents, times: Any, wanted: Conditions) -> Iterable[t
 
 
 def _record_tests(contents: Contents, wanted: Conditions) -> Any:
-    """A function that tells which records meet the conditions on antennas, baselines and uv distance; None if there are none."""
+    """A function that tells which records meet the conditions on antennas, baselines and uv distance, if any."""
     antennas = None if wanted.antenna is None else [contents.find_antenna(name) for name in listed(wanted.antenna)]
     pairs = None
     if wanted.baseline is not None:
