@@ -1,5 +1,5 @@
-# The packages of Debian: libzeltra0, libzeltra-dev, zeltra and python3-zeltra. The preset debian has the folders that they
-# need and no path to the library in the command.
+# The Debian packages: libzeltra0, libzeltra-dev, zeltra and python3-zeltra. The preset debian sets the install prefix that
+# they need and keeps the path of the library out of the command.
 file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/debian/changelog latest LIMIT_COUNT 1)
 if(NOT latest MATCHES "^zeltra \\((.*)-([^-]*)\\)" OR NOT CMAKE_MATCH_1 STREQUAL PROJECT_VERSION)
   message(FATAL_ERROR "cmake/debian/changelog begins with \"${latest}\" instead of an entry for version ${PROJECT_VERSION}")
@@ -18,7 +18,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-# A single package zeltra, which had no revision, held the files of all of them.
+# Before they were split, a single package zeltra, without a revision, held all the files.
 set(CPACK_DEBIAN_PACKAGE_BREAKS "zeltra (<< 0.1.0-1)")
 set(CPACK_DEBIAN_PACKAGE_REPLACES "zeltra (<< 0.1.0-1)")
 
@@ -31,7 +31,7 @@ and plots.
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-# The linker's cache follows by a trigger. Scripts that call ldconfig are made unless files of these names are listed.
+# A trigger updates the linker's cache. CPack would make scripts that call ldconfig if no files of these names were listed.
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/triggers none/postinst none/postrm)
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "visibilities of radio interferometers - shared library
 ${about}\nThis package holds the shared library.")
@@ -45,7 +45,7 @@ pkg-config need to know.")
 
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME zeltra)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION science)
-# The command loads librsvg by itself, so its dependency is not seen in the file.
+# The command loads librsvg at run time, so dpkg-shlibdeps cannot see this dependency.
 set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${library} ${same}, librsvg2-2 (>= 2.52)")
 set(CPACK_DEBIAN_COMMAND_PACKAGE_RECOMMENDS fonts-dejavu-core)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SUGGESTS "python3-zeltra, libzeltra-dev")
@@ -66,8 +66,8 @@ set(CPACK_DEBIAN_PYTHON_DESCRIPTION "visibilities of radio interferometers - Pyt
 ${about}\nThis package holds the Python package: UVX files as arrays, and every
 job of the command.")
 
-# Packages have their own form of what a plain installation has as it is: the licence, the list of changes and the
-# manual page.
+# Debian wants the licence, the list of changes and the manual page in forms of its own; a plain installation has them as
+# they are.
 set(compressed ${PROJECT_BINARY_DIR}/compressed)
 file(MAKE_DIRECTORY ${compressed})
 function(zeltra_compress file name)

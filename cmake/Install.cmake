@@ -1,5 +1,5 @@
-# An installed copy serves other projects by find_package(zeltra) and by pkg-config. The components library, development,
-# command and python are packages of Debian; what these have in another form is of the component plain.
+# Other projects find an installed copy with find_package(zeltra) or pkg-config. The components library, development, command
+# and python become Debian packages; files that these have in another form belong to the component plain.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS zeltra EXPORT zeltra-targets
@@ -14,7 +14,7 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zeltraConfig.cmake.in ${
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zeltraConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zeltraConfig.cmake ${PROJECT_BINARY_DIR}/zeltraConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zeltra COMPONENT development)
-# From the folder of zeltra.pc, so that an installed copy may be moved.
+# The prefix is relative to the folder of zeltra.pc, so that an installed copy may be moved.
 file(RELATIVE_PATH ZELTRA_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zeltra.pc.in ${PROJECT_BINARY_DIR}/zeltra.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zeltra.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

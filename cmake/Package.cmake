@@ -1,5 +1,4 @@
-# Packages of an installed copy, made by scripts/package: a zip for Windows, and for Debian and Ubuntu a package of each
-# component.
+# Packages made by scripts/package: a zip for Windows, and for Debian and Ubuntu a package for each component.
 set(CPACK_PACKAGE_VENDOR "The ZELTRA developers")
 set(CPACK_PACKAGE_CONTACT "The ZELTRA developers <developers@zeltra.invalid>")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)

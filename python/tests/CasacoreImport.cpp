@@ -1,4 +1,4 @@
-// Imports a UV FITS file into a measurement set by casacore: the file, then the set to make.
+// Imports a UV FITS file into a Measurement Set with casacore. Arguments: the file, then the set to make.
 // SPDX-License-Identifier: MIT
 #include <casacore/msfits/MSFits/MSFitsInput.h>
 

@@ -21,7 +21,7 @@ if TYPE_CHECKING:
 
 
 class Average:
-    """Averages over intervals, in the order of the command: by time, each source and setup by itself.
+    """Averages over intervals, for each source and setup separately, in the order of the command: by time.
 
     Attributes
     ----------
@@ -84,7 +84,7 @@ class Average:
         return self._frequencies[setup]
 
     def to_uvx(self, path: Path, *, force: bool = False, progress: Progress | None = None) -> None:
-        """Write the averages as a UVX file, by the command's job.
+        """Write the averages as a UVX file, with the command's job.
 
         Parameters
         ----------

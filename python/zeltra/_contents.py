@@ -1,4 +1,4 @@
-"""The lists of a file: antennas, sources, scans and frequencies, and how people name their items."""
+"""The lists of a file: antennas, sources, scans and frequencies, and the names by which users select their items."""
 # SPDX-License-Identifier: MIT
 from __future__ import annotations
 
@@ -51,7 +51,7 @@ def _joined(names: Sequence[str]) -> str:
 
 
 def _reads(code: str) -> Callable[[Callable[P, T]], Callable[P, T]]:
-    """Tells the failures of a function that finds something else in a table than it must hold."""
+    """Turns the exceptions of a function that meets unexpected contents of a table into an Error."""
 
     def decorated(function: Callable[P, T]) -> Callable[P, T]:
 
@@ -69,7 +69,7 @@ def _reads(code: str) -> Callable[[Callable[P, T]], Callable[P, T]]:
 
 
 class Contents:
-    """Header and tables of an open file; lists are read when they are first asked for."""
+    """Header and tables of an open file; each list is read when it is first asked for."""
 
     def __init__(self, raw: mmap.mmap | bytes, path: str) -> None:
         self.path = path
@@ -83,7 +83,7 @@ class Contents:
         self._raw = None
 
     def raw(self) -> mmap.mmap | bytes:
-        """The bytes, unless the file has become shorter: to touch what is no longer there would end the process."""
+        """The bytes, unless the file has become shorter: touching bytes that are gone would end the process."""
         if self._raw is None:
             raise Error(f"{self.path}: is closed")
         if isinstance(self._raw, mmap.mmap) and self._raw.size() < len(self._raw):
@@ -110,7 +110,7 @@ class Contents:
         return self._images[place]
 
     def needed(self, code: str, version: int = 1) -> TableImage:
-        """A table that has to be there."""
+        """A table; raise Error if there is none."""
         image = self.image(code, version)
         if image is None:
             which = f"{code} of version {version}" if version > 1 else code
@@ -118,7 +118,7 @@ class Contents:
         return image
 
     def table(self, code: str, version: int) -> QTable:
-        """A table as astropy's, with the keywords in .meta."""
+        """A table as a QTable of astropy, with the keywords in .meta."""
         from astropy.table import QTable
         image = self.needed(code, version)
         table = QTable(meta=dict(image.keywords))
@@ -157,7 +157,7 @@ class Contents:
     @cached_property
     @_reads("AN")
     def is_left_handed(self) -> bool | None:
-        """Whether y of the antennas grows westwards; None if the file does not say."""
+        """Whether the y axis of the antenna positions points west; None if the file does not say."""
         image = self.image("AN")
         stated = str(image.keywords.get("XYZHAND", "")) if image is not None else ""
         return {"L": True, "R": False}.get(stated.strip().upper()[:1])
@@ -234,7 +234,7 @@ class Contents:
         raise Error(f"{self.path}: no antenna {name}; there are {listed}")
 
     def find_baseline(self, name: str | tuple[Name, Name]) -> tuple[int, int]:
-        """The antennas of a baseline, lowest first, named as in "PT-LA" or as two antennas."""
+        """The antennas of a baseline, lowest first, which is named as in "PT-LA" or as two antennas."""
         if not isinstance(name, str):
             one, two = sorted(self.find_antenna(end) for end in name)
             return one, two
@@ -315,7 +315,7 @@ class Contents:
     @cached_property
     @_reads("AN")
     def time_scale(self) -> str:
-        """The scale of all times in astropy's words."""
+        """The scale of all times, by astropy's name."""
         image = self.image("AN")
         words = image.keywords if image else {}
         stated = str(words.get("TIMSYS", words.get("TIMESYS", "")) or "UTC").strip().lower()

@@ -16,8 +16,8 @@ if TYPE_CHECKING:
 
     from ._file import Selection
 
-_WORST_FIT, _TIE = 0.1, 1.05  # precession may be omitted here; of misfits, below which neither hand is better
-_SAMPLES = 512  # records, which tell the handedness
+_WORST_FIT, _TIE = 0.1, 1.05  # greatest misfit accepted, without precession; ratio of two from which on one is better
+_SAMPLES = 512  # records from which the handedness is found
 
 
 def check_sources(selection: Selection) -> None:
@@ -29,7 +29,7 @@ def check_sources(selection: Selection) -> None:
 
 def geocentric(selection: Selection) -> NDArray[np.float64]:
     """Positions of the antennas [antenna, 3] in metres from the centre of the Earth, x towards Greenwich, y to 90
-    degrees east. Where the file does not state their handedness, it is the one that makes the file's u, v, w.
+    degrees east. Where the file does not state their handedness, it is the one that gives the file's u, v, w.
     """
     contents = selection._contents
     if contents.is_left_handed is not None:
@@ -45,7 +45,7 @@ def geocentric(selection: Selection) -> NDArray[np.float64]:
 
 
 def _misfit(selection: Selection, positions: NDArray[np.float64]) -> float:
-    """Root mean square by which the u, v of some records differ from those of positions, relative to that of u, v."""
+    """Root mean square difference between u, v of some records and those from positions, relative to that of u, v."""
     contents, records = selection._contents, selection._mapping.records()
     records = np.array(records[::max(1, len(records) // _SAMPLES)])
     ids, _, place = contents.source_list

@@ -5,7 +5,7 @@ from typing import NoReturn
 
 
 class Error(Exception):
-    """A failure, told in one sentence that names the file, what is wrong with it and where."""
+    """A failure, described in one sentence that names the file, what is wrong with it and where."""
 
 
 def reason(failure: OSError) -> str:
@@ -15,5 +15,5 @@ def reason(failure: OSError) -> str:
 
 
 def missing(package: str, purpose: str, failure: ImportError) -> NoReturn:
-    """Raise the failure of an optional package."""
+    """Raise Error for an optional package that is missing."""
     raise ImportError(f"{purpose} needs the package {package}, which is not installed") from failure

@@ -142,16 +142,16 @@ class Axes:
         self.pols = [contents.pols[place] for place in numbers_of(self._pol_place)]
 
     def of(self, values: NDArray[Any]) -> NDArray[Any]:
-        """The part of values [record, if, channel, pol]: a view where places are evenly spaced."""
+        """The selected part of values [record, if, channel, pol]; a view if places are evenly spaced."""
         return picked(values, [slice(None), self._if_place, self._channel_place, self._pol_place])
 
     def with_records(self, values: NDArray[Any], place: Place) -> NDArray[Any]:
-        """The part that some records have."""
+        """The selected part of the values of some records."""
         return picked(values, [place, self._if_place, self._channel_place, self._pol_place])
 
 
 def picked(values: NDArray[Any], wanted: Sequence[Place]) -> NDArray[Any]:
-    """Places along the axes: first those that make views, so that no more is copied than is wanted."""
+    """Take places along the axes, slices first: these make views, so that nothing is copied needlessly."""
     for views in (True, False):
         for axis, place in enumerate(wanted):
             if isinstance(place, slice) == views:
@@ -160,12 +160,12 @@ def picked(values: NDArray[Any], wanted: Sequence[Place]) -> NDArray[Any]:
 
 
 def _heads(raw: Any, contents: Contents, offset: int, count: int) -> NDArray[np.void]:
-    """The records at the beginning of their values, as a view."""
+    """The heads of records, which precede their values, as a view."""
     return np.ndarray((count,), _layout.RECORD_HEAD, raw, offset, (contents.header.record_bytes,))
 
 
 def _values(raw: Any, contents: Contents, offset: int, count: int) -> tuple[NDArray[Any], NDArray[Any]]:
-    """Views of values and weights, which stand 12 bytes apart."""
+    """Views of values and weights, with steps of 12 bytes."""
     header = contents.header
     pols = len(header.codes)
     shape = (count, header.ifs, header.channels, pols)
@@ -211,7 +211,7 @@ class Mapping:
         return _values(self.contents.raw(), self.contents, header.data_offset, header.records)
 
     def check_unchanged(self) -> None:
-        """Raise Error if the name now stands for another file than the one that was opened."""
+        """Raise Error if the name now belongs to another file than the one that was opened."""
         try:
             same = _stamp(os.stat(self.path)) == self._stamp
         except OSError as failure:
@@ -225,7 +225,7 @@ def _stamp(status: os.stat_result) -> tuple[int, int, int]:
 
 
 class Selection(Visibilities, Jobs):
-    """The part of a file that `select` names, with the attributes of the file. Nothing is read before it is asked for.
+    """The part of a file that `select` names, with the attributes of the file. Nothing is read until it is asked for.
 
     Where the records, IFs, channels and polarisations are evenly spaced, `records`, `vis` and `weight` are views of the
     file, and otherwise copies.
@@ -295,18 +295,18 @@ class Selection(Visibilities, Jobs):
 
     @property
     def antennas(self) -> Table:
-        """A row an antenna: number, name, xyz as the file has it; .meta["array_center"]."""
+        """A row for each antenna: number, name, and xyz as the file has it; .meta["array_center"]."""
         return self._contents.antenna_table()
 
     @property
     def sources(self) -> Table:
-        """A row a source: number, name, coord."""
+        """A row for each source: number, name, coord."""
         return self._contents.source_table()
 
     @property
     def scans(self) -> Table:
-        """A row a scan of the file: source, setup, subarray, start and stop (times of its first and last record), and
-        the numbers of these records, from 0.
+        """A row for each scan of the file: source, setup, subarray, start and stop (times of its first and last
+        record), and the numbers of these records, from 0.
         """
         from astropy.table import QTable
         from astropy.time import Time as AstropyTime
@@ -340,7 +340,7 @@ class Selection(Visibilities, Jobs):
         Returns
         -------
         QTable
-            The table as it stands in the file, numbers in it counted as there; keywords are in .meta.
+            The table as it stands in the file, with numbers counted as in the file; keywords are in .meta.
         """
         return self._contents.table(code, version)
 
@@ -386,12 +386,13 @@ class Selection(Visibilities, Jobs):
         return Selection(self._mapping, self._wanted.joined(more))
 
     def blocks(self, records: int | None = None) -> Iterator[Block]:
-        """Go through the records in blocks, which take memory for themselves only.
+        """Go through the records in blocks, so that memory is needed for one block only.
 
         Parameters
         ----------
         records : int, optional
-            The most records of a block; without it, those of 4 MiB, which the processor's cache holds.
+            The largest number of records in a block; by default as many as fit into 4 MiB, which the processor's cache
+            holds.
 
         Yields
         ------
@@ -430,14 +431,14 @@ class Selection(Visibilities, Jobs):
     def to_pyuvdata(self) -> Any:
         """Copy all that is selected into a UVData of the package pyuvdata.
 
-        Values are conjugated and u, v, w turned round, so that phases follow the convention of that package; IFs become
+        Values are conjugated and u, v, w negated, so that phases follow the convention of that package; IFs become
         spectral windows.
         """
         from ._convert import to_pyuvdata
         return to_pyuvdata(self)
 
     def to_ms(self, path: str | os.PathLike[str]) -> None:
-        """Write a Measurement Set by the package python-casacore; `path` must not exist."""
+        """Write a Measurement Set with the package python-casacore; `path` must not exist."""
         from ._measurement_set import to_ms
         to_ms(self, os.fspath(path))
 
@@ -465,9 +466,9 @@ def _read(file: Any, target: NDArray[np.uint8], offset: int, path: str) -> None:
 class File(Selection):
     """A UVX file, open for reading. Made by `zeltra.open`.
 
-    The arrays `records`, `vis` and `weight` are read-only views of the file itself: whoever uses a part of them reads
-    no more than that part. They keep the file mapped for as long as they live, even after `close`. For arithmetic on
-    whole files `blocks` is faster, since values of a UVX file are not aligned.
+    The arrays `records`, `vis` and `weight` are read-only views of the file itself: using a part of them reads no more
+    than that part. They keep the file mapped for as long as they live, even after `close`. For arithmetic on whole
+    files `blocks` is faster, since values of a UVX file are not aligned.
     """
 
     def __init__(self, mapping: Mapping) -> None:
@@ -546,7 +547,7 @@ def _remove(folder: str, owner: int) -> None:
 
 
 def _unpacked(path: str, target: str) -> str:
-    """Decompress a file of gzip. @return the target"""
+    """Decompress a gzip file. @return the target"""
     try:
         with gzip.open(path) as packed, open(target, "wb") as file:
             shutil.copyfileobj(packed, file)

@@ -90,14 +90,14 @@ class Image:
 
     @property
     def beam(self) -> Beam:
-        """The Gaussian that curves as the dirty beam does at its centre."""
+        """The Gaussian with the curvature of the dirty beam at its centre."""
         from astropy import units
         return Beam(*((self.header[card] * units.deg).to(unit)
                       for card, unit in (("BMAJ", units.mas), ("BMIN", units.mas), ("BPA", units.deg))))
 
     @property
     def noise(self) -> Quantity:
-        """Thermal noise, as expected from the weights, in a number per beam where the unit of values is not known."""
+        """Thermal noise, as expected from the weights, as a number per beam if the unit of the values is not known."""
         from astropy import units
         unit = astropy_unit(str(self.header.get("BUNIT", "")).upper().split("/")[0]) or units.dimensionless_unscaled
         return float(self.header["NOISE"]) * unit / units.beam

@@ -26,18 +26,18 @@ Path = Union[str, "os.PathLike[str]"]
 Input = Union[Path, "Jobs"]
 
 COUNTED = ("if", "channel", "scan", "first", "last", "index")
-"""Columns of numbers that people count from 1, and Python from 0."""
+"""Columns of numbers that the command counts from 1, and Python from 0."""
 
 
 @dataclass
 class Result:
-    """What a job tells.
+    """What a job returns.
 
     Attributes
     ----------
     columns : dict
         The columns of its table by their names: arrays, masked where cells have no value. Numbers of IFs, channels,
-        scans and records count from 0, in names of columns from 1.
+        scans and records count from 0, but from 1 in the names of columns.
     units : dict
         Their units, as the command names them.
     text : str
@@ -87,7 +87,7 @@ def text_of(value: Any, option: Mapping[str, Any], scale: Callable[[], str]) -> 
         if numbers.dtype.kind not in "iu":
             raise Error(f"option {name} takes a whole number from 0 or a list of them, not {value!r}")
         return ",".join(str(number + first) for number in numbers.ravel().tolist())
-    if kind == "whole" and option["name"] == "from":  # a record
+    if kind == "whole" and option["name"] == "from":  # number of a record
         return str(int(value) + 1)
     if hasattr(value, "to_value"):
         if kind == "time":
@@ -145,8 +145,8 @@ def run(job: str, inputs: Sequence[Input] = (), outputs: Sequence[Path] = (), op
         channels and scans count from 0. A Quantity is converted to the unit of its option, a Time to the time scale of
         the first file to read.
     progress : callable, optional
-        Called with the step, as in "Sorting...", and its percentage, at least 20 times a second. What it raises cancels
-        the job, which leaves no output, and is raised again.
+        Called with the step, as in "Sorting...", and its percentage, at least 20 times a second. An exception in
+        it cancels the job, which leaves no output, and is raised again.
 
     Returns
     -------
@@ -212,7 +212,7 @@ class Jobs:
     """The jobs of files and selections."""
 
     def _job_input(self) -> tuple[str, dict[str, str]]:
-        """The file to read, and the options that select what is wanted of it."""
+        """The file to read, and the options that select the part to read."""
         raise NotImplementedError
 
     def run(self, job: str, *outputs: Path, progress: Progress | None = None, **options: Any) -> Result:
@@ -227,7 +227,7 @@ class Jobs:
         progress : callable, optional
             As in `zeltra.run`.
         **options
-            Options of the command as keywords of Python: `no_sync` for `--no-sync`, `if_` for `--if`. Numbers of IFs,
+            Options of the command as Python keywords: `no_sync` for `--no-sync`, `if_` for `--if`. Numbers of IFs,
             channels and scans count from 0.
 
         Returns
@@ -286,7 +286,7 @@ class Jobs:
         -------
         QTable
             Columns time, source, ant1, ant2, ant3, phase and sigma, or ant4 and log_amplitude; stokes, if and channel
-            where a line is not a mean of several. Notes are in .meta.
+            if a row is not a mean over several. Notes are in .meta.
         """
         result = self.run("closure", interval=interval, progress=progress, **options)
         for name in ("stokes", "if", "channel"):
@@ -367,7 +367,7 @@ class Jobs:
         Returns
         -------
         Result
-            A line an antenna.
+            A row for each antenna.
         """
         if isinstance(model, (str, os.PathLike)):
             name = os.fspath(model)
@@ -392,7 +392,7 @@ class Jobs:
         Returns
         -------
         File
-            What was made.
+            The file made.
         """
         from ._file import open_file
         self.run("apply", output, progress=progress, **options)
@@ -413,7 +413,7 @@ class Jobs:
         Returns
         -------
         Result
-            A line a component.
+            A row for each component.
         """
         return self.run("fit", output=output, progress=progress, **options)
 
@@ -440,5 +440,5 @@ class Jobs:
 
 
 def keywords(options: Mapping[str, Any]) -> dict[str, Any]:
-    """Options by the names of the command, from keywords of Python."""
+    """Options by the names of the command, from Python keywords."""
     return {keyword.rstrip("_").replace("_", "-"): value for keyword, value in options.items()}

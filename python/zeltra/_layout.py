@@ -37,7 +37,7 @@ def text_of(raw: bytes) -> str:
 
 @dataclass(frozen=True)
 class Header:
-    """What the first bytes of a file say."""
+    """The header of a file."""
 
     data_offset: int
     directory: int
@@ -54,7 +54,7 @@ class Header:
 
     @property
     def ifs(self) -> int:
-        """IFs of a record; a file without that axis has one."""
+        """IFs of a record; a file without an IF axis has one."""
         return max(1, self.stored_ifs)
 
     @property
@@ -73,7 +73,7 @@ def read_header(raw: Buffer, path: str) -> Header:
     Raises
     ------
     Error
-        If this is no UVX file, or the file is shorter than its header says.
+        If this is not a UVX file, or if it is shorter than its header says.
     """
     if len(raw) < HEADER_BYTES or struct.unpack_from("<i", raw, 0)[0] != MAGIC:
         raise Error(f"{path}: not a UVX file, or one whose writer did not finish")
@@ -92,7 +92,7 @@ def read_header(raw: Buffer, path: str) -> Header:
 
 @dataclass(frozen=True)
 class Column:
-    """A column of a table: `letter` is its type as in FITS, of which each row has `count`."""
+    """A column of a table, with `count` elements in each row; `letter` is their type as in FITS."""
 
     name: str
     unit: str
@@ -123,7 +123,7 @@ class TableImage:
         return any(column.name == name for column in self.columns)
 
     def column(self, name: str) -> NDArray[Any]:
-        """A column: [row], or [row, element] where a row has several; texts are str, logical values and bits bool."""
+        """A column: [row], or [row, element] if a row has several; texts are str, logical values and bits are bool."""
         for place, column in enumerate(self.columns):
             if column.name == name:
                 return self.column_at(place)
@@ -152,7 +152,7 @@ def _decoded(cells: NDArray[np.uint8], column: Column) -> NDArray[Any]:
 
 
 def keyword_value(text: str, is_number: bool) -> Value:
-    """The value of a keyword: bool, int or float where the card had no quotes, which may have a Fortran exponent."""
+    """The value of a keyword: bool, int or float if the card had no quotes. Exponents may be in Fortran's form."""
     if not is_number:
         return text
     if text in ("T", "F"):

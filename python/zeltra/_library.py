@@ -24,14 +24,14 @@ from ._error import Error
 
 Progress = Callable[[str, int], object]
 Cells = Union[NDArray[Any], "np.ma.MaskedArray[Any, Any]"]
-masked: Any = np.ma  # whose functions numpy does not annotate
+masked: Any = np.ma  # numpy does not annotate its functions
 BlockSink = Callable[[dict[str, Cells], dict[str, str]], object]
 
 _DONE, _CANCELLED = 0, 130
 _INT64, _DOUBLE = 1, 2
-_LONGEST_WAIT = 60  # seconds that the end of the process waits for jobs of other threads
-_MOST_BYTES = 1 << 16  # of the sentence of a failure
-_PATIENCE = 0.03  # seconds between looks for an interrupt
+_LONGEST_WAIT = 60  # seconds that the process waits for jobs of other threads when it ends
+_MOST_BYTES = 1 << 16  # of the sentence that describes a failure
+_PATIENCE = 0.03  # seconds between checks for an interrupt
 
 
 class _Column(ctypes.Structure):
@@ -56,12 +56,12 @@ class _Callbacks(ctypes.Structure):
 
 @dataclass(frozen=True)
 class Workers:
-    """Who does the parts of a job.
+    """Those who do the parts of a job.
 
     Attributes
     ----------
     folder : str
-        Empty, and seen by all of them.
+        An empty folder that all of them see.
     run : callable
         Has `run_part` called for a task and each number up to a count.
     """
@@ -71,8 +71,8 @@ class Workers:
 
 
 def _names() -> Iterator[str]:
-    """Where the library may be: named by the user, beside the package, in the tree that it was installed with, or where
-    the system looks.
+    """Where the library may be: where the user says, beside the package, in the tree that it was installed with, or
+    where the system looks.
     """
     if named := os.environ.get("ZELTRA_LIBRARY"):
         yield named
@@ -165,7 +165,7 @@ def _cells(column: _Column) -> Cells:
 
 
 class _Host:
-    """What hears of a running job. An exception of a callback cancels the job and is kept."""
+    """Receives the callbacks of a running job. An exception in one of them is kept and cancels the job."""
 
     def __init__(self, progress: Progress | None, block: BlockSink | None, workers: Workers | None = None) -> None:
         self.failure: BaseException | None = None
@@ -179,7 +179,7 @@ class _Host:
         if self.failure is None and not self.interrupted:
             try:
                 call()
-            except BaseException as failure:  # it must not leave the callback, but is raised again after the job
+            except BaseException as failure:  # must not leave the callback; it is raised again after the job
                 self.failure = failure
         return int(self.failure is not None or self.interrupted)
 
@@ -229,8 +229,8 @@ class _Host:
 
     @contextmanager
     def hearing_interrupts(self) -> Iterator[None]:
-        """Let SIGINT cancel the job, and those of other threads. Its usual handler raises an exception, which is lost
-        at the entrance of a callback, so another one takes its place, and it is called after the job.
+        """Let SIGINT cancel the job, and those of other threads. The usual handler raises an exception, which is lost
+        on entry to a callback, so another handler takes its place; the usual one is called after the job.
         """
         usual = signal.getsignal(signal.SIGINT)
         if threading.current_thread() is not threading.main_thread() or not callable(usual):
@@ -287,7 +287,7 @@ atexit.register(lambda: _running.end())
 
 
 def _forget() -> None:
-    """A copy of a process has one thread, and none of the jobs of others."""
+    """Start anew in a forked process, which has one thread and none of the jobs of others."""
     global _running
     _running = _Running()
 
@@ -303,7 +303,7 @@ def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequen
     Raises
     ------
     Error
-        With the job's sentence. What a callback raises, or an interrupt, cancels the job and is raised in its place.
+        With the job's sentence. An exception in a callback, or an interrupt, cancels the job and is raised instead.
     """
     host = _Host(progress, block, workers)
     _call(host, job, library().zeltra_run, job.encode(), _list(inputs), _list(outputs), _list(options))
@@ -311,12 +311,12 @@ def run(job: str, inputs: Sequence[str], outputs: Sequence[str], options: Sequen
 
 
 def run_part(task: str, number: int) -> None:
-    """Do a part, from 1, of a task that workers are given.
+    """Do a part, counted from 1, of a task for workers.
 
     Raises
     ------
     Error
-        With the sentence of its failure.
+        With the sentence that says why it failed.
     """
     _call(_Host(None, None), "part", library().zeltra_run_part, os.fsencode(task), number)
 

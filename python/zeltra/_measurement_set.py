@@ -1,4 +1,4 @@
-"""Measurement Sets, by python-casacore."""
+"""Measurement Sets, with python-casacore."""
 # SPDX-License-Identifier: MIT
 from __future__ import annotations
 
@@ -20,7 +20,7 @@ if TYPE_CHECKING:
 # Codes of casacore's Stokes by those of FITS: I Q U V, RR RL LR LL, XX XY YX YY.
 _CORRELATIONS = {1: 1, 2: 2, 3: 3, 4: 4, -1: 5, -3: 6, -4: 7, -2: 8, -5: 9, -7: 10, -8: 11, -6: 12}
 _PRODUCTS = {5: (0, 0), 6: (0, 1), 7: (1, 0), 8: (1, 1), 9: (0, 0), 10: (0, 1), 11: (1, 0), 12: (1, 1)}
-_MOUNTS = {1: "EQUATORIAL", 2: "SPACE_HALCA", 3: "X-Y"}  # by MNTSTA, in casacore's words
+_MOUNTS = {1: "EQUATORIAL", 2: "SPACE_HALCA", 3: "X-Y"}  # by MNTSTA, as casacore names them
 
 
 def _seconds(days: Any) -> Any:
@@ -84,7 +84,7 @@ class _MeasurementSet:
         self._write_observation()
 
     def _write_block(self, block: Block) -> None:
-        """Rows of a record for each of its IFs, which vary fastest."""
+        """A row for each record and IF; IFs vary fastest."""
         records, ifs, channels, pols = block.shape
         heads, weight = block.records, block.weight[..., self._order]
         spectrum = np.where(np.isfinite(weight), np.abs(weight), 0).reshape(records * ifs, channels, pols)
@@ -124,7 +124,7 @@ class _MeasurementSet:
                 table.putcol(column, values)
 
     def _write_antennas(self) -> None:
-        """A row for each antenna number up to the greatest, since rows are numbers."""
+        """A row for each antenna number up to the greatest, since antennas are referred to by row."""
         numbers, names, _ = self._contents.antenna_list
         used = [int(self._selection.records[end].max()) for end in ("ant1", "ant2") if len(self._selection)]
         rows = max([*numbers, *used, 0])

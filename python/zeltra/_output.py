@@ -17,8 +17,8 @@ def check_free(path: str, force: bool) -> None:
 
 
 def put(made: str, path: str, force: bool) -> None:
-    """Give a file of the same file system its name, and wait until both are on the disk. A file that it replaces, by
-    way of symbolic links, hands its permissions on.
+    """Give a file of the same file system its name, and wait until both are on the disk. Symbolic links are followed;
+    a file that is replaced passes its permissions on.
     """
     check_free(path, force)
     path = os.path.realpath(path)
@@ -36,13 +36,13 @@ def put(made: str, path: str, force: bool) -> None:
 
 
 def _name(made: str, path: str) -> None:
-    """Name a file, unless the name is taken meanwhile."""
+    """Name a file, unless the name has been taken meanwhile."""
     try:
         os.link(made, path)
         os.unlink(made)
     except FileExistsError:
         raise Error(f"{path}: exists already and is not replaced unasked") from None
-    except OSError:  # the file system knows no links
+    except OSError:  # the file system has no hard links
         os.rename(made, path)
 
 

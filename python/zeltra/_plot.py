@@ -32,7 +32,7 @@ class Plots:
     """Plots of what is selected, as `f.plot.uv()`.
 
     A file is read twice, in blocks: for the ranges of the axes and for the dots, of which one is kept in each of 1000 x
-    1000 cells. So single outliers among millions of values stay, and memory does not grow with the file.
+    1000 cells. So single outliers among millions of values stay visible, and memory does not grow with the file.
     """
 
     def __init__(self, visibilities: Selection) -> None:
@@ -143,7 +143,7 @@ class Plots:
         return axes
 
     def _draw(self, axes: Axes, pair: Pair, series: list[str], options: dict[str, Any]) -> None:
-        """Draw the unflagged values that `pair` makes of blocks, the last axis of which is the series."""
+        """Draw the unflagged values that `pair` makes of blocks; their last axis is the series."""
         low, high = np.full(2, np.inf), np.full(2, -np.inf)
         for x, y, good in self._values(pair):
             if good.any():

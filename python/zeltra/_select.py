@@ -44,7 +44,7 @@ class Conditions:
     uvrange: tuple[float | None, float | None] | None = None
 
     def joined(self, other: Conditions) -> Conditions:
-        """Both together."""
+        """Both sets of conditions together."""
         chosen = {}
         for field in fields(self):
             mine, others = getattr(self, field.name), getattr(other, field.name)
@@ -55,7 +55,7 @@ class Conditions:
 
 
 def listed(names: Any) -> list[Any]:
-    """One name, or several, as a list; text may hold several between commas."""
+    """One name, or several, as a list; text may hold several, separated by commas."""
     if isinstance(names, str):
         return names.split(",")
     return [names] if isinstance(names, (int, np.integer)) else list(names)
@@ -114,7 +114,7 @@ def pol_places(pols: str | Sequence[str] | None, contents: Contents) -> Place:
 
 
 def moment(time: Moment, contents: Contents) -> float | None:
-    """A Julian date in the time scale of the file, of a Time, a Julian date, or text as the command takes it."""
+    """A Julian date in the time scale of the file, from a Time, a Julian date, or text as the command takes it."""
     if time is None:
         return None
     if isinstance(time, str):
@@ -127,7 +127,7 @@ def moment(time: Moment, contents: Contents) -> float | None:
 
 
 def _read_time(text: str, contents: Contents) -> Time | float:
-    """A time as people write it: of the day, as a Julian date, or by the calendar."""
+    """A time as people write it: a time of day, a Julian date, or a calendar date."""
     if (clock := _CLOCK.fullmatch(text)) is not None:
         days, hours, minutes, seconds = (float(part or 0) for part in clock.groups())
         if hours < 24 and minutes < 60 and seconds < 60:
@@ -188,7 +188,7 @@ def _stretches(contents: Contents, times: Any, wanted: Conditions) -> Iterable[t
 
 
 def _record_tests(contents: Contents, wanted: Conditions) -> Any:
-    """A function from records to whether they are of the antennas, baselines and uv distances; None if all are."""
+    """A function that tells which records meet the conditions on antennas, baselines and uv distance, if any."""
     antennas = None if wanted.antenna is None else [contents.find_antenna(name) for name in listed(wanted.antenna)]
     pairs = None
     if wanted.baseline is not None:

@@ -1,7 +1,7 @@
 """Jobs on many machines, by Dask: averages, closures and images of large files and of many files, in parts that depend on
 the files alone.
 
-Without a client the same parts run here. Results are the bytes that a single process makes.
+Without a client the same parts run in this process. Results have the same bytes as those of a single process.
 """
 # SPDX-License-Identifier: MIT
 from __future__ import annotations
@@ -25,12 +25,12 @@ if TYPE_CHECKING:
 
 __all__ = ["Outcome", "average", "clean", "closures", "image"]
 
-TASK_BYTES = 128 << 20  # of input: less costs more in scheduling, more is lost with a worker
-MOST_TASKS = 1000  # of a file
-Part = Callable[["_File", int, dict[str, Any]], list[str]]  # gives the notes
+TASK_BYTES = 128 << 20  # of input; with less, scheduling costs more, with more, a lost worker loses more
+MOST_TASKS = 1000  # for one file
+Part = Callable[["_File", int, dict[str, Any]], list[str]]  # returns the notes
 Join = Union[Callable[["_File"], None], None]
 Paths = Union[Path, Iterable[Path]]
-Sentence = Union[str, None]  # of a failure
+Sentence = Union[str, None]  # describes a failure
 Stamp = tuple[int, int]
 
 
@@ -43,7 +43,7 @@ class Outcome:
     outputs : dict
         The file that was made of each input.
     failures : dict
-        Why there is none, in one sentence, of each of the others.
+        For each of the other inputs, why there is none, in one sentence.
     notes : dict
         What to know about each input that has an output, in sentences.
     """
@@ -86,7 +86,7 @@ def _stamp(path: str) -> Stamp:
 
 
 def _guarded(call: Callable[..., Any], file: _File, *arguments: Any) -> tuple[Any, Sentence]:
-    """Run a task. @return its result, or the sentence of its failure"""
+    """Run a task. @return its result, or the sentence that describes its failure"""
     try:
         if file.versions != _versions():
             raise Error(f"{file.path}: a worker has version {'/'.join(_versions())} of package and library, not "
@@ -98,7 +98,7 @@ def _guarded(call: Callable[..., Any], file: _File, *arguments: Any) -> tuple[An
         return None, str(failure)
     except OSError as failure:
         return None, f"{file.output}: cannot be written: {reason(failure)}"
-    except Exception as failure:  # which must not end the work on other files
+    except Exception as failure:  # it must not end the work on other files
         return None, _unforeseen(file, failure)
 
 
@@ -127,7 +127,7 @@ def _join_average(file: _File) -> None:
 
 
 def _closure_part(file: _File, number: int, options: dict[str, Any]) -> list[str]:
-    """Write the lines of a task's parts."""
+    """Write the rows of a task's parts."""
     result = run("closure", [file.path], options={**options, "part": f"{number}/{file.tasks}"})
     columns = {
         name: _library.masked.filled(cells,
@@ -141,7 +141,7 @@ def _closure_part(file: _File, number: int, options: dict[str, Any]) -> list[str
 
 
 def _join_closures(file: _File) -> None:
-    """A FITS table of the lines of all parts, in their order."""
+    """Write a FITS table of the rows of all parts, in their order."""
     from astropy.table import Table
     columns: dict[str, list[Any]] = {}
     units: dict[str, str] = {}
@@ -157,7 +157,7 @@ def _join_closures(file: _File) -> None:
     for name in table.colnames:
         table[name].unit = {"JD": "d", "radians": "rad"}.get(units[name], units[name]) or None
     table.write(file.made + ".part", format="fits", overwrite=True)
-    os.replace(file.made + ".part", file.made)  # whole at any time, as this may run again
+    os.replace(file.made + ".part", file.made)  # always whole under its name, since this may run again
 
 
 def _image(file: _File, _number: int, options: dict[str, Any], workers: _library.Workers | None = None) -> list[str]:
@@ -169,11 +169,11 @@ def _clean(file: _File, _number: int, options: dict[str, Any], workers: _library
 
 
 class _Divided(Exception):
-    """The image of a file has several parts."""
+    """Raised if the image of a file has several parts."""
 
 
 def _undivided(file: _File, part: Callable[..., list[str]], options: dict[str, Any]) -> list[str] | None:
-    """Make an image that has one part. @return None if it has more, of which none is done"""
+    """Make an image that has one part. @return the notes, or None if it has more parts: then none is done"""
 
     def refuse(_task: str, _count: int) -> None:
         raise _Divided
@@ -189,7 +189,9 @@ def _image_part(_file: _File, task: str, number: int) -> None:
 
 
 def _joined(file: _File, parts: Iterable[tuple[list[str], Sentence]], join: Join) -> list[str]:
-    """Join the parts to the result, which has no name yet: a task may run again when its worker is lost. @return notes"""
+    """Join the parts into the result, which gets its name later: a task may run again if its worker is lost.
+    @return the notes
+    """
     notes: dict[str, None] = {}
     for told, sentence in parts:
         if sentence is not None:
@@ -214,7 +216,7 @@ class _Here:
 
 
 def _workers_of(host: Any, file: _File) -> _library.Workers:
-    """Those that make the sums over the visibilities of an image."""
+    """The workers that make the sums over the visibilities of an image."""
 
     def run_parts(task: str, count: int) -> None:
         parts = [host.submit(_guarded, _image_part, file, task, number, pure=False) for number in range(1, count + 1)]
@@ -232,7 +234,7 @@ def _workers(host: Any) -> float:
 
 
 def _gathered(host: Any, file: _File, task: Any) -> tuple[Any, Sentence]:
-    """The result of a task, or the sentence of its failure, which may be that of its workers."""
+    """The result of a task, or the sentence that describes its failure or that of its workers."""
     try:
         result: tuple[Any, Sentence] = host.gather([task])[0]
         return result
@@ -241,7 +243,7 @@ def _gathered(host: Any, file: _File, task: Any) -> tuple[Any, Sentence]:
 
 
 def _published(file: _File, force: bool) -> Sentence:
-    """Give the result its name. @return the sentence of the failure"""
+    """Give the result its name. @return the sentence that describes a failure"""
     try:
         put(file.made, file.output, force)
     except Error as failure:
@@ -279,7 +281,7 @@ def _files(paths: Path | list[Path], out: Path, ending: str, force: bool, outcom
 
 
 def _check_options(job: str, options: dict[str, Any]) -> None:
-    """Refuse what is chosen here for each file."""
+    """Refuse options that are set here for each file."""
     taken = {"part"} | {file["option"] for file in _library.description(job)["outputs"]}
     for name in options:
         if name in taken:
@@ -319,10 +321,10 @@ def _run(job: str, paths: Paths, out: Path, ending: str, options: dict[str, Any]
                 host.submit(_guarded, part, whole, number, shared, pure=False) for number in range(1, whole.tasks + 1)
             ]
             finals.append((whole, host.submit(_guarded, _joined, whole, parts, join, pure=False)))
-        while finals:  # a result that has its name is let go of, so that no lost worker makes it be computed again
+        while finals:  # once a result has its name it is released, or losing a worker would compute it again
             file, final = finals.pop(0)
             notes, sentence = _gathered(host, file, final)
-            if notes is None and sentence is None:  # there are parts for all workers
+            if notes is None and sentence is None:  # the image has several parts, for all workers
                 notes, sentence = _guarded(part, file, 1, options, _workers_of(host, file))
             if sentence is None:
                 sentence = _published(file, force)
@@ -347,7 +349,8 @@ def average(paths: Paths, out: Path, interval: Any, client: Client | None = None
     paths : str, os.PathLike or iterable
         The file, or files, to read, by names that all workers understand.
     out : str or os.PathLike
-        The UVX file to make of one input; of a list of them the folder, for a file of the same name each.
+        The UVX file to make of one input; for a list of inputs, the folder in which to make a file of the same name for
+        each.
     interval : Quantity or float
         Length of the intervals, seconds where it has no unit.
     client : distributed.Client, optional
@@ -355,7 +358,7 @@ def average(paths: Paths, out: Path, interval: Any, client: Client | None = None
     force : bool
         Replace outputs that exist.
     tasks : int, optional
-        Tasks that a file is divided into; without it, one for 128 MiB. The result does not depend on it.
+        Tasks that a file is divided into; by default, one for each 128 MiB. The result does not depend on it.
     **options
         Those of `zeltra.jobs.average`.
 
@@ -382,15 +385,15 @@ def average(paths: Paths, out: Path, interval: Any, client: Client | None = None
 def closures(paths: Paths, out: Path, interval: Any, client: Client | None = None, *, force: bool = False,
              tasks: int | None = None, **options: Any) -> Outcome:
     """Form closures of files, as FITS tables with the columns of `zeltra.jobs.closure`; IFs and channels count from 0,
-    and -1 stands where there is none. Parameters are those of `average`.
+    and -1 stands for none. Parameters are those of `average`.
     """
     chosen = {"interval": interval, **keywords(options)}
     return _run("closure", paths, out, ".fits", chosen, client, force, tasks, _closure_part, _join_closures)
 
 
 def image(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
-    """Make a FITS image of each file. A client makes each in one task, but where there are fewer files than workers, it
-    divides large UVX files: the sums over their visibilities are made in up to 32 parts. Options are those of
+    """Make a FITS image of each file. With a client each is one task, but if there are fewer files than workers, large
+    UVX files are divided: the sums over their visibilities are made in up to 32 parts. Options are those of
     `zeltra.jobs.image`, other parameters those of `average`.
 
     Examples
@@ -403,8 +406,8 @@ def image(paths: Paths, out: Path, client: Client | None = None, *, force: bool 
 
 
 def clean(paths: Paths, out: Path, client: Client | None = None, *, force: bool = False, **options: Any) -> Outcome:
-    """Make a FITS image of each file without the sidelobes of its beam. Work is divided as by `image`: of a large file
-    workers make the sums of each major cycle, and components are found here. Options are those of `zeltra.jobs.clean`,
-    other parameters those of `average`.
+    """Make a FITS image of each file without the sidelobes of its beam. Work is divided as for `image`: for a large
+    file workers make the sums of each major cycle, and components are found in this process. Options are those of
+    `zeltra.jobs.clean`, other parameters those of `average`.
     """
     return _run("clean", paths, out, ".fits", keywords(options), client, force, None, _clean, None)

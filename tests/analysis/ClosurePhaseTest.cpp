@@ -63,7 +63,7 @@ TEST(Triangles, AreFoundAndListTheirAntennas) {
   EXPECT_EQ(Texts(list), Strings{"1-3-5"});
 }
 
-// Takes the phase of each baseline from its only value.
+// Takes the real part of each baseline's only value as its phase.
 class Phases : public AClosePhaseArray {
  public:
   using AClosePhaseArray::AClosePhaseArray;

@@ -122,12 +122,12 @@ TEST(TimeMean, NotesTimesAndPositions) {
 TEST(TimeMean, ClosesEveryTriangleOnce) {
   AUVXTimeMeanArray means;
   for (const auto& [a, b] : {std::pair{2, 3}, {2, 2}, {1, 3}, {1, 2}}) Add(means, a, b, {});
-  // In order: 1-2, 1-3, 2-2, 2-3.
+  // The means are in the order 1-2, 1-3, 2-2, 2-3.
   using List = std::vector<std::array<int, 3>>;
   EXPECT_EQ(Triangles(means.GetClosePhase()), (List{{0, 3, -1}}));
   EXPECT_EQ(Triangles(means.GetClosePhase(3)), (List{{0, 3, -1}}));
   EXPECT_EQ(Triangles(means.GetClosePhase(4)), List{});
-  for (const int a : {1, 2, 3}) Add(means, 200, a, {});  // sorted before the others, as a signed byte
+  for (const int a : {1, 2, 3}) Add(means, 200, a, {});  // 200 is sorted before the others, as a signed byte
   EXPECT_EQ(Triangles(means.GetClosePhase(200)), (List{{0, 3, -1}, {0, 4, -2}, {1, 6, -2}}));
   means.DeleteItems(6, 1);
   EXPECT_EQ(Triangles(means.GetClosePhase()), (List{{0, 3, -1}, {0, 4, -2}}));

@@ -81,7 +81,7 @@ TEST(Command, RefusesWhatIsNoWholeUVXFile) {
   TempFile fits("fits");
   fits.Put("SIMPLE  =                    T");
   EXPECT_THAT(error(fits.path()), HasSubstr("no END card"));
-  // 6 records of 26 + 2 x 2 x 12 bytes from byte 481 on; the cut goes through the fourth.
+  // 6 records of 26 + 2 x 2 x 12 bytes begin at byte 481; the fourth is cut short.
   EXPECT_THAT(error(Given(SyntheticUVX().Cut(481 + 3 * 74 + 70)).path()),
               HasSubstr("promises 6 records and holds 3, up to byte 703"));
   EXPECT_THAT(error(Given(SyntheticUVX().Put(16, -5)).path()), HasSubstr("481 bytes"));
@@ -150,7 +150,7 @@ TEST(InfoCommand, TellsOfDamagedTables) {
   SyntheticUVXTable table{"ZZ"};
   table.columns = {{"LONG", "", "1J"}};
   SyntheticUVX builder = SyntheticUVX().Table(table.Row(5));
-  // The number of rows lies behind the ID and the number of keywords, which is 0.
+  // The number of rows follows the ID and the number of keywords, which is 0.
   const Given file(builder.Put(builder.DirectoryOffset() + 2050 + 6, 1 << 30));
   const Finished run = RunZeltra({"info", file.path(), "--json"});
   EXPECT_EQ(run.code, 0);
@@ -283,7 +283,7 @@ TEST(SimulateCommand, MakesAFileOfAnyName) {
 }
 
 TEST(Command, CountsTimesOfDayFromTheObservationDate) {
-  // Three baselines at 06:00:00 and 06:00:10.
+  // Three baselines, each at 06:00:00 and 06:00:10.
   const Given file(SyntheticUVX().Tables());
   const auto lines = [&](std::vector<std::string> options) {
     options.insert(options.begin(), {"average", file.path(), "--csv", "--interval", "-1"});

@@ -52,7 +52,7 @@ TEST(Ticks, OfTimesAreRoundOnTheClock) {
               ElementsAre("01:00:00", "01:00:10", "01:00:20", "01:00:30", "01:00:40"));
 }
 
-// Places of dots in a chart's SVG, in units of half a pixel.
+// How many dots a chart's SVG draws.
 size_t CountDots(const std::string& svg) {
   size_t dots = 0;
   for (size_t at = svg.find("h0"); at != std::string::npos; at = svg.find("h0", at + 1)) ++dots;
@@ -77,7 +77,7 @@ TEST(Chart, DrawsWhatFallsOnOneSpotOnce) {
   EXPECT_EQ(CountDots(svg), 4u);
   EXPECT_THAT(svg, HasSubstr("title &lt;&amp;&gt;"));
   for (const char* text : {">note<", ">across<", ">up<", ">one<", ">two<", ">0.4<"}) EXPECT_THAT(svg, HasSubstr(text));
-  // 800 x 520 pixels: half of each from the upper left corner of the plot, where y is 1.
+  // The plot has 800 x 520 pixels. Places are in half pixels from its upper left corner, where y is 1.
   EXPECT_THAT(svg, HasSubstr("M800 520h0"));
   EXPECT_THAT(svg, HasSubstr("M1599 0h0"));
   EXPECT_THAT(svg, HasSubstr("M0 1039h0"));
@@ -242,7 +242,7 @@ TEST_F(Pictures, BecomePNGWhereTheCommandWasBuiltWithIt) {
 #ifdef ZELTRA_HAS_RSVG
   EXPECT_EQ(run.code, 0) << run.err;
   EXPECT_THAT(drawn.Bytes(), StartsWith("\x89PNG\r\n"));
-  // A file that is no library stands for one that is not installed: it comes first.
+  // An empty file that is found first takes the place of the library, as if none were installed.
   const TempFile folder("libraries");
   std::filesystem::create_directory(folder.path());
   std::ofstream(folder.path() + "/librsvg-2.so.2");

@@ -30,7 +30,7 @@ class Register : public testing::Test {
   }
 #endif
 
-  // Whether another type could have the extension.
+  // Whether the extension can be registered for another type.
   static bool IsExtensionFree() {
     const ARegistration result = RegisterFileType({".uvx", "Other.uvx", "", {"other"}});
     EXPECT_TRUE(AUnregisterShellFileTypes(".uvx", "Other.uvx"));

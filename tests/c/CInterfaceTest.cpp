@@ -17,7 +17,7 @@ using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// A host that keeps what it is told, and cancels when it is asked to.
+// A host that keeps what it is told, and cancels if the test asks for it.
 struct Host {
   std::vector<std::string> names, units;
   std::vector<std::vector<std::string>> rows;
@@ -203,7 +203,7 @@ TEST_F(CInterface, TakesNullsAndStructsOfOtherSizes) {
     callbacks.size = size;
     EXPECT_EQ(zeltra_run("info", inputs, nullptr, nullptr, &callbacks, nullptr, 0, nullptr), ZELTRA_MISUSED) << size;
   }
-  // A host that knows only of progress: what lies beyond its struct is not read.
+  // A host whose struct ends after progress: nothing beyond it is read.
   std::vector<char> bytes(offsetof(zeltra_callbacks, block));
   auto* callbacks = reinterpret_cast<zeltra_callbacks*>(bytes.data());
   callbacks->size = bytes.size();
@@ -222,13 +222,13 @@ TEST_F(CInterface, CutsSentencesBetweenCharacters) {
   EXPECT_STREQ(whole, "there is no job d\xC3\xA4nce");
   EXPECT_EQ(needed, sizeof "there is no job d\xC3\xA4nce");
   std::memset(cut, 'x', sizeof cut);
-  // Room for the first byte of the umlaut, which is left out.
+  // There is room for the first byte of the umlaut only, so the umlaut is left out.
   zeltra_run("d\xC3\xA4nce", nullptr, nullptr, nullptr, nullptr, cut, sizeof "there is no job d" + 1, nullptr);
   EXPECT_STREQ(cut, "there is no job d");
   EXPECT_EQ(cut[sizeof "there is no job d" + 1], 'x');
   zeltra_run("dance", nullptr, nullptr, nullptr, nullptr, cut, 1, nullptr);
   EXPECT_STREQ(cut, "");
-  // What is not UTF-8 is replaced.
+  // Bytes that are not UTF-8 are replaced.
   zeltra_run("d\xFFn\nce", nullptr, nullptr, nullptr, nullptr, cut, sizeof cut, nullptr);
   EXPECT_STREQ(cut, "there is no job d\xEF\xBF\xBDn?ce");
 }
@@ -246,7 +246,7 @@ TEST_F(CInterface, CallbacksCancel) {
   const TempFile flagged("uvx");
   EXPECT_EQ(blocks.Run("flag", {uvx_.c_str()}, {flagged.c_str()}, {"clip=1e9"}), ZELTRA_DONE);
   EXPECT_TRUE(flagged.exists());
-  // An exception of a host in C++ stays on its side.
+  // An exception in a callback of a C++ host only cancels the job.
   Host throwing;
   throwing.inProgress = [] { throw 1; };
   EXPECT_EQ(throwing.Run("simulate", {}, {out_.c_str()}, {"minutes=600"}), ZELTRA_CANCELLED);

@@ -1,5 +1,5 @@
 /*
- * Compiled only: the header in strict C, and what it declares.
+ * Only compiled, not run: the header in strict C, and a use of what it declares.
  * SPDX-License-Identifier: MIT
  */
 #include "zeltra/c/zeltra_c.h"

@@ -25,7 +25,7 @@ ModelComponent Gaussian(double flux, double x, double y, double major, double ra
   return c;
 }
 
-// Visibilities of a sum of formulas of its own.
+// Visibilities of a sum of components, by formulas that are written out here.
 class Observation {
  public:
   explicit Observation(std::vector<ModelComponent> sky) : sky_(std::move(sky)) {}
@@ -40,7 +40,7 @@ class Observation {
       list.v.push_back(v);
       list.frequency.push_back(8e9);
       list.value.push_back(At(u, v) + std::complex<double>(error(random_), error(random_)));
-      list.weight.push_back(0.25 / (noise * noise));  // a quarter of what is true
+      list.weight.push_back(0.25 / (noise * noise));  // a quarter of the true weight
     }
     return list;
   }
@@ -72,7 +72,7 @@ ComponentFit Fitted(VisibilityList list, const std::vector<ModelComponent>& star
   return fit;
 }
 
-// The numbers of components side by side.
+// The numbers of all components in a row.
 template <typename Components>
 std::vector<double> Numbers(const Components& components) {
   std::vector<double> numbers;

@@ -14,7 +14,7 @@ namespace {
 
 using Complex = std::complex<double>;
 
-// Antennas that look at a source without symmetry, which a baseline taken the wrong way round does not fit.
+// Antennas that observe a source without symmetry, so that a baseline taken the wrong way round does not fit.
 class Array {
  public:
   explicit Array(int antennas, double sigma = 0, int seed = 1) : random_(static_cast<unsigned>(seed)), sigma_(sigma) {
@@ -56,7 +56,7 @@ class Array {
     const Complex error = sigma_ > 0 ? Complex(noise(random_), noise(random_)) : Complex(0);
     const Complex value =
         gains[static_cast<size_t>(to.first)] * model * std::conj(gains[static_cast<size_t>(to.second)]) + error;
-    // Without noise the data are good to rounding. Weights differ, so that forgetting them shows.
+    // Without noise the data are exact to rounding. Weights differ, so that a test fails if they are ignored.
     const double weight = (sigma_ > 0 ? 1 / (sigma_ * sigma_) : 1e20) * (sigma_ > 0 ? 1 : Uniform(0.5, 2));
     to.product += weight * value * std::conj(model);
     to.model += weight * std::norm(model);
@@ -97,8 +97,8 @@ TEST(GainSolver, FindsTheGainsThatWerePutIn) {
   }
 }
 
-// The formal errors are low by 8 % for ten antennas, since they take the others' gains for known; amplitudes do not
-// depend on the reference antenna.
+// For ten antennas the formal errors are 8 % too small, since they take the gains of the other antennas as known.
+// Amplitudes are tested because they do not depend on the reference antenna.
 TEST(GainSolver, TellsErrorsThatAreThoseOfTheNoise) {
   constexpr int kAntennas = 10, kTrials = 400;
   double squares = 0, formal = 0;

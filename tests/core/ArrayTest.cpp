@@ -20,7 +20,7 @@ AArray<int> Counted(int n) {
   return a;
 }
 
-// Notes the sizes of the blocks that it takes.
+// Notes the sizes of the blocks that it allocates.
 std::vector<int> takenSizes;
 class TracingArray : public AArray<int> {
  protected:
@@ -171,7 +171,7 @@ TEST(ObjArray, KeepsConstructedElements) {
   EXPECT_FALSE(b.Load(cut));
 }
 
-// Takes one byte of a file and far more of memory.
+// Reads one byte of a file but takes far more memory.
 struct Large {
   Large() { ++made; }
   int Load(AFile& f) { return f.Read(&bytes[0], 1); }

@@ -10,7 +10,7 @@ namespace {
 constexpr int kUpdate = AFile::WriteOnly | AFile::Binary;
 constexpr int kCreate = AFile::WriteOnly | AFile::Create | AFile::Binary;
 
-// Counts what the chunked loops ask for; every call moves one byte only.
+// Notes how many bytes the chunked loops ask for, and moves none.
 class CountingFile : public AFile {
  public:
   int Read(void*, int n) override {
@@ -21,7 +21,7 @@ class CountingFile : public AFile {
   int failAt = 0;
 };
 
-// Believes to stand at a fixed position.
+// Says that it is at a fixed position.
 class DisplacedFile : public AFile {
  public:
   int64 Tell() override { return 3; }
@@ -83,7 +83,7 @@ TEST(FileTransfer, ShortReadsCountAsSuccess) {
 }
 
 TEST(FileTransfer, ReachesBeyondFourGigabytes) {
-  // Nothing but the last byte is written, so the file takes a block of the disk.
+  // Nothing but the last byte is written, so the file takes only one block of the disk.
   const TempFile temp;
   const int64 far = (int64{1} << 32) + 4321;
   AFile file;

@@ -1,4 +1,4 @@
-// Files on systems with links, permissions and pipes that have names.
+// Output files on systems with links, permissions and named pipes.
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 #include <sys/stat.h>

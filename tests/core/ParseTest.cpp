@@ -13,7 +13,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// What is read of a text as a `Value`, or -999.
+// What is read from a text as a `Value`, or -999 if nothing is.
 template <typename Value, typename Read>
 double Taken(const char* text, Read read) {
   Value value{};
@@ -48,7 +48,7 @@ TEST(Parse, TakesTheWholeTextForANumber) {
   EXPECT_THAT(strToVal("12x", value).message(), HasSubstr("\"12x\" is not a number"));
   EXPECT_TRUE(IsSimpleFloatParse("-1.25"));
   EXPECT_FALSE(IsSimpleFloatParse("1e5") || IsSimpleFloatParse("") || IsSimpleFloatParse("-"));
-  // A mantissa may outweigh its exponent.
+  // The digits of a mantissa may outweigh its exponent.
   EXPECT_EQ(ParseNumber("1" + std::string(400, '0') + "e-50"), HUGE_VAL);
   EXPECT_EQ(ParseNumber("-0." + std::string(400, '0') + "1e50"), 0);
 }

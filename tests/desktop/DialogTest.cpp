@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 #include <windows.h>
-// windows.h stands first: the others need its types.
+// windows.h comes first: the others need its types.
 #include <commctrl.h>
 #include <dlgs.h>
 #include <shlobj.h>
@@ -47,8 +47,8 @@ HWND VisibleDialog() {
   return found;
 }
 
-// Let the script that runs the tests keep a picture of the screen: it does so when a file of this name appears, and
-// removes the file.
+// Ask the script that runs the tests for a picture of the screen: it takes one when a file of this name appears, and
+// then removes the file.
 void KeepPicture(const std::string& name) {
   const char* folder = std::getenv("ZELTRA_SCREENSHOTS");
   if (!folder) return;
@@ -57,7 +57,7 @@ void KeepPicture(const std::string& name) {
   EXPECT_TRUE(WaitFor([&] { return !fs::exists(request); })) << name;
 }
 
-// A person on another thread: waits for a dialog, does something with it, keeps a picture, presses a button.
+// A user, on another thread, who waits for a dialog, does something with it, keeps a picture and presses a button.
 class Person {
  public:
   Person(
@@ -97,7 +97,7 @@ class Dialogs : public testing::Test {
     for (const char* name : {"3C273.uvx", "M87.uvx", "notes.txt"}) std::ofstream(fs::path(root_) / name) << name;
   }
   void TearDown() override {
-    // A file dialog makes the folder that it shows the current one, which cannot be removed.
+    // A file dialog makes the folder that it shows the current folder, which cannot be removed.
     fs::current_path(TemporaryFolder());
     fs::remove_all(root_);
   }

@@ -53,7 +53,7 @@ void Put(const std::string& path, const std::string& text) {
   std::ofstream(path) << text;
 }
 
-// A user of an otherwise empty system, who has no programs but those that a test installs.
+// The user of an empty system, which has no programs but those that a test installs.
 class Freedesktop : public testing::Test {
  protected:
   void SetUp() override {
@@ -75,7 +75,7 @@ class Freedesktop : public testing::Test {
     setenv(name, value.c_str(), 1);
   }
 
-  // A program that writes its arguments, a line each, to the file `NAME.asked`, and then runs `script`.
+  // Install a program that writes its arguments, one per line, to the file `NAME.asked`, and then runs `script`.
   void Install(const std::string& name, const std::string& script) {
     const std::string path = root_ + "/bin/" + name;
     Put(path, "#!/bin/sh\nprintf '%s\\n' \"$@\" >> '" + root_ + "/" + name + ".asked'\n" + script + "\n");

@@ -24,7 +24,7 @@ double Nothing(int, int) {
   return 0;
 }
 
-/// One complex a group; parameters as given, each with the value that `values` has for it.
+/// One complex value per group; the parameters have these names and values.
 SyntheticFITS Parameters(const std::vector<std::string>& names, std::vector<double> values) {
   SyntheticFITS fits;
   fits.Axis("COMPLEX", 3);
@@ -92,7 +92,7 @@ TEST(FITSGroup, SurvivesNumbersThatNoIntegerHolds) {
   EXPECT_EQ(256 * wrapped.tlsc1() + wrapped.tlsc2(), 1) << "the sum has 16 bits";
 }
 
-/// Big-endian floats.
+/// The big-endian floats in a text.
 std::vector<float> Floats(const std::string& bytes) {
   std::vector<float> floats;
   for (size_t i = 0; i + 4 <= bytes.size(); i += 4) {

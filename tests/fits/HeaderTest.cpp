@@ -107,7 +107,7 @@ TEST(FITSHeader, RefusesWhatCannotBeAddressed) {
     std::string value = SyntheticCard(c.keyword, c.value);
     EXPECT_FALSE(ReadFITS(Plain(1).ReplaceCard(c.keyword, value)).result) << value;
   }
-  // Many groups are no reason to refuse: their place is a 64-bit number.
+  // Many groups are no reason to refuse a file, since offsets have 64 bits.
   ReadFITS large(Plain(1).ReplaceCard("GCOUNT", SyntheticCard("GCOUNT", 2147483647)));
   ASSERT_TRUE(large.result);
   EXPECT_EQ(large.main().nextHeader(), large.main().dataStart() + (2147483647LL * 120 + 2879) / 2880 * 2880);
@@ -172,7 +172,7 @@ TEST(FITSHeader, ReadsThousandsOfCardsAndStopsAfterEND) {
   EXPECT_FALSE(header.FindCard("NAXIS2  =", card));
 }
 
-/// Blocks of blank cards. A single byte can be read after the first `whole`.
+/// Blocks of blank cards; after the first `whole` bytes only a single one can be read.
 class BlankCards : public AFile {
  public:
   explicit BlankCards(int64 whole, int64 blocks = 100, const char* last = "")
@@ -246,7 +246,7 @@ TEST(FITSWalk, EndsAtAnExtensionThatCannotBeRead) {
        {"TFIELDS = 1000", "TFIELDS = 200", "TFIELDS = -1", "GCOUNT  = -5", "NAXIS2  = -1", "PCOUNT  = -2880"}) {
     SyntheticFITS damaged = whole;
     const std::string keyword = std::string(card).substr(0, std::string(card).find(' '));
-    // The primary header has all of these but TFIELDS, so that the second table's is one further.
+    // The primary header has all of these cards but TFIELDS, so the second table's is the third of its kind.
     damaged.ReplaceCard(keyword, card, keyword == "TFIELDS" ? 1 : 2);
     ReadFITS file(damaged);
     EXPECT_TRUE(file.result) << card;

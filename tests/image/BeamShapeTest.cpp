@@ -14,7 +14,7 @@ TEST(BeamSums, GiveTheCurvatureOfTheBeamAndItsNoise) {
     sums.Add(3e8 * std::cos(angle), -3e8 * std::sin(angle), 2, 8);
     sums.Add(-1e8 * std::sin(angle), -1e8 * std::cos(angle), 1, 4);
     const ABeamShape shape = sums.Shape();
-    // cos(2 pi x) falls as 1 - 2 pi^2 x^2, a Gaussian of width b as 1 - 4 ln 2 (x / b)^2.
+    // Near 0 cos(2 pi x) is 1 - 2 pi^2 x^2, and a Gaussian of width b is 1 - 4 ln 2 (x / b)^2.
     const double width = std::sqrt(2 * std::numbers::ln2) / std::numbers::pi;
     EXPECT_NEAR(shape.major, width / 1e8 / std::sqrt(1.0 / 3), 1e-15);
     EXPECT_NEAR(shape.minor, width / 3e8 / std::sqrt(2.0 / 3), 1e-15);

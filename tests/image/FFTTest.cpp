@@ -100,7 +100,7 @@ TEST(FFTLengths, ThoseThatTheLogarithmMissesStayAsTheyAre) {
 }
 
 TEST(FFTValues, AWaveBecomesAPeakOnTheSideOfItsSign) {
-  // exp(+2 pi i (5 y / 16 + 3 x / 32)) is met by the negative exponent at (5, 3), by the positive one at (-5, -3).
+  // exp(+2 pi i (5 y / 16 + 3 x / 32)) has its peak at (5, 3) if the exponent is negative, at (-5, -3) if positive.
   for (const int dir : {-1, 1}) {
     AMatrix<std::complex<float>> m(16, 32);
     for (int y = 0; y < 16; ++y) {

@@ -210,7 +210,7 @@ TEST_F(MapFile, KeepsItsHeaderInTheFirst112Bytes) {
   EXPECT_EQ(loaded.beam.data[31], 0);
 }
 
-// A disk that is full once pixels come.
+// A disk that is full when the pixels are written, but not for the parts of the header.
 class FullDisk : public AMapFile {
  public:
   int Write(void* buf, int n) override { return n == 8 || n == 48 ? AFile::Write(buf, n) : 0; }
@@ -225,7 +225,7 @@ TEST_F(MapFile, KeepsItsRangesWhenPixelsCannotBeWritten) {
   EXPECT_EQ(full.GetMinMax().range[2].maximum, 5);
 }
 
-// Remembers where it was told to go last.
+// Remembers the last position that was sought.
 class TracedMap : public ACMapFile {
  public:
   int Seek(const int64& pos) override {

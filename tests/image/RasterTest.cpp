@@ -38,7 +38,7 @@ TEST(Line, VisitsKnownPixelsInOrder) {
   EXPECT_EQ(LinePixels(0, 0, 3, -3).pixels, (Pixels{{0, 0}, {1, -1}, {2, -2}, {3, -3}}));
 }
 
-// A pixel lies at most half a pixel off the true line, measured across the long axis.
+// Each pixel lies at most half a pixel off the true line, measured across the longer axis.
 TEST(Line, StaysHalfAPixelFromTheTrueLineInAllOctants) {
   for (int x = -9; x <= 9; ++x) {
     for (int y = -9; y <= 9; ++y) {
@@ -82,7 +82,7 @@ TEST(PtInLine, HitsThePixelsThatAreDrawn) {
 }
 
 TEST(PtInLine, TakesCoordinatesOfAnySize) {
-  // Pixel by pixel each of these walks takes seconds.
+  // If the line were walked pixel by pixel, each of these would take seconds.
   const auto start = std::chrono::steady_clock::now();
   for (const int y : {0, INT_MAX}) EXPECT_EQ(APtInLine(0, -1, INT_MAX, 0).PtInLine(INT_MIN, 0, INT_MAX, y), 0);
   EXPECT_EQ(APtInLine(INT_MAX, INT_MAX, 0, 0).PtInLine(INT_MIN, INT_MIN, INT_MAX, INT_MAX), 1);
@@ -108,7 +108,7 @@ TEST(Ellipse, IsRotatedByTenthsOfADegree) {
   for (int i = 0; i < kVertices; ++i) {
     const double t = i * std::numbers::pi / 360;
     const auto [x, y] = pixels[static_cast<size_t>(i)];
-    // A vertex is cut to whole pixels, below the true one here; 1e-9 covers the recurrence's rounding.
+    // Vertices are truncated to whole pixels, here to smaller numbers; 1e-9 covers the rounding of the recurrence.
     const double dx = 1000 + 500 * std::cos(t) * std::sqrt(0.75) - 200 * std::sin(t) * 0.5 - x;
     const double dy = 2000 + 500 * std::cos(t) * 0.5 + 200 * std::sin(t) * std::sqrt(0.75) - y;
     EXPECT_TRUE(dx > -1e-9 && dx < 1 + 1e-9 && dy > -1e-9 && dy < 1 + 1e-9) << i << ' ' << dx << ' ' << dy;

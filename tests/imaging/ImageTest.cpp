@@ -33,7 +33,7 @@ AResult Image(const std::string& path, const ImageOptions& options, DirtyImage& 
   return ImageUVX(input, options, image);
 }
 
-// A file whose visibilities are scattered all over the u, v plane, with everything that has to be left out.
+// A file whose visibilities are scattered over the u, v plane, among them every kind that has to be left out.
 class Scattered : public TempFile {
  public:
   explicit Scattered(const std::vector<int>& stokes) : TempFile("uvx"), stokes_(stokes) { Put(Builder().Bytes()); }
@@ -64,7 +64,7 @@ class Scattered : public TempFile {
     double weight;
     double variance = 0;
   };
-  // What an image is made of: the mean of the two parallel hands where both are valid.
+  // What an image is made of: the means of the two parallel hands where both are valid.
   std::vector<Point> Points() const {
     std::vector<Point> points;
     for (const SyntheticRecord& record : Builder().Records()) {
@@ -85,7 +85,7 @@ class Scattered : public TempFile {
   std::vector<int> stokes_;
 };
 
-// Compares with the plain sum over all visibilities.
+// Compares an image with the plain sum over all visibilities.
 void ExpectIsSumOf(std::vector<Scattered::Point> points, const DirtyImage& image, double tolerance) {
   const int size = image.map.Lines();
   double weights = 0;
@@ -105,11 +105,11 @@ void ExpectIsSumOf(std::vector<Scattered::Point> points, const DirtyImage& image
   }
 }
 
-// The beam is 1 at its centre; the table of the convolution function is exact to 1e-5.
+// The peak of the beam is 1, and the table of the convolution function is exact to 1e-5.
 constexpr double kGridError = 1e-5;
 
 TEST(ImageUVX, IsTheSumOfTheValidVisibilities) {
-  // One size is no power of two, the transform of hosts leaves the other out.
+  // One size is not a power of two, and the other is one that MT_FFT_Matr_D leaves untransformed.
   for (const auto& [size, stokes] : {std::pair(22, std::vector<int>{-1, -2}), {64, {-5, -6}}}) {
     const Scattered file(stokes);
     ImageOptions options;
@@ -190,7 +190,7 @@ TEST(ImageUVX, ChoosesTheCellByTheLongestBaseline) {
   const double digits = image.cell / kMas / std::pow(10.0, std::floor(std::log10(image.cell / kMas)) - 1);
   EXPECT_NEAR(digits, std::round(digits), 1e-6);
 
-  // Twice the largest cell that holds all baselines leaves some of them out.
+  // With twice the largest cell that holds all baselines, some of them are left out.
   options.cell = 1 / longest;
   ASSERT_TRUE(Image(file.path(), options, image));
   EXPECT_GT(image.beyond, 0);
@@ -287,7 +287,7 @@ class Workers : public AImageWorkers {
   std::function<void(const std::string& task, int parts)> before_;
 };
 
-// Three parts of 16 MiB for each of two sources; nearly all that they hold is flagged.
+// Three parts of 16 MiB for each of two sources; nearly all of their records are flagged.
 class ThreeParts : public TempFile {
  public:
   ThreeParts() : TempFile("uvx") { Put(Builder().Bytes()); }
@@ -418,7 +418,7 @@ TEST(ImageUVX, TakesWhatIsSelected) {
   EXPECT_EQ(image.bandwidth, 1e6) << "that of the channel";
   // 24 records less a flagged one, an autocorrelation and one of weight 0.
   EXPECT_EQ(image.visibilities, 21);
-  // A file without I gives its first polarisation.
+  // A file from which I cannot be formed gives its first polarisation.
   TempFile single("uvx");
   single.Put(SyntheticUVX().Stokes({-2}).Tables().Bytes());
   ASSERT_TRUE(Image(single.path(), {}, image));

@@ -8,12 +8,12 @@
 namespace zeltra::test {
 namespace {
 
-// A group adds its w to 0, so that no -0 comes back; the builder's first w is one.
+// The import adds w to 0, so that -0 does not come back; the builder's first w is -0.
 void NoNegativeZero(SyntheticRecord& r) {
   r.w += 0.0f;
 }
 
-// The records of a file that went to UV FITS and back, and those it came from.
+// A file that is exported to UV FITS and imported again has the same records.
 void ExpectSameRecordsBack(const SyntheticUVX& builder) {
   const TempFile uvx("uvx"), fits("uvfits"), back("uvx");
   uvx.Put(builder.Bytes());

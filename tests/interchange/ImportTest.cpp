@@ -193,7 +193,7 @@ TEST(Import, ChecksAnIndexBeforeItKeepsIt) {
 }
 
 TEST(Import, CarriesColumnsBesideThoseItCannot) {
-  // 40000 elements are more than 16 bits count; a text of 4A2 is two texts of 2 characters.
+  // 40000 elements are more than 16 bits can count; 4A2 is two texts of 2 characters.
   Imported file(Small()
                     .Table(SyntheticTable("AIPS TY")
                                .Columns({{"ID", "J"},
@@ -232,8 +232,8 @@ TEST(Import, CarriesColumnsBesideThoseItCannot) {
 }
 
 TEST(Import, AddsUpRepeatedParameters) {
-  // After the standard six: two parts of a setup and of a source, and a second part of the baseline, whose halves are
-  // rounded up one by one by the group itself.
+  // After the standard six: a setup in two parts, a source in two parts, and a second part of the baseline. Its two
+  // halves add up to an integer; AUVXGroup would round up each of them.
   SyntheticFITS fits = SyntheticFITS::UV(1, 1, 1);
   for (const char* name : {"FREQSEL", "FREQSEL", "SOURCE", "SOURCE", "BASELINE"}) fits.Parameter(name);
   const double parts[] = {2, 1, 300, 5, 129.5};
@@ -249,8 +249,8 @@ TEST(Import, AddsUpRepeatedParameters) {
   EXPECT_EQ(group.tlsc2(), 3);
 }
 
-// The importer decodes many groups at a time; what it stores is what the classes make of one group after another. There
-// are more groups than it decodes at once, groups smaller and larger than its steps, and parameters of every kind.
+// The importer decodes many groups at a time, but stores what the classes make of one group after another. There are
+// more groups than it decodes at once, groups smaller and larger than its steps, and parameters of every kind.
 TEST(Import, StoresWhatTheClassesDecode) {
   for (const int bitpix : {16, 32, -32}) {
     for (const bool scaled : {false, true}) {
@@ -449,7 +449,7 @@ SyntheticFITS WithTables() {
                            .Card("ARRAYX", 0.0));
 }
 
-// Whatever comes out opens and holds what it says; whatever is refused leaves nothing.
+// A file that is accepted gives an output that opens and holds what it says; one that is refused leaves no output.
 void ExpectRightOrRefused(const std::string& bytes, const std::string& what) {
   Imported file(bytes);
   if (file.result) {

@@ -1,10 +1,10 @@
-// A library for LD_PRELOAD: the n-th system call of a kind, on the files of one folder, fails.
+// A library for LD_PRELOAD that makes the n-th system call of a kind, on the files of one folder, fail.
 //   FAULT_FOLDER  what the names of the files begin with
 //   FAULT_CALL    one of kKinds
 //   FAULT_NUMBER  which of these calls fails, counted from 1
-//   FAULT_ERROR   the error number; 0 for a transfer of no byte, -1 for one of half of them
-//   FAULT_COUNTS  the file that gets, when the process ends, a line for each kind of call: the kind, how many there
-//   were
+//   FAULT_ERROR   the error number; 0 for a transfer of no bytes, -1 for one of half of them
+//   FAULT_COUNTS  the file to which a line for each kind of call is written when the process ends: the kind and how
+//                 many calls there were
 // SPDX-License-Identifier: MIT
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -52,7 +52,7 @@ std::atomic<int>* CallsOf(const char* call) {
   return &calls[kind];
 }
 
-// Whether this call is the one that fails; errno is set then.
+// Whether this call is the one that fails; if so, errno is set.
 bool Fails(const char* call, bool isWatched) {
   if (!isWatched) return false;
   const int number = ++*CallsOf(call);
@@ -76,13 +76,13 @@ int Opened(int descriptor, const char* path) {
   return descriptor;
 }
 
-// A transfer that fails or falls short. @param move  makes the real one, of a number of bytes
+// A transfer, which may fail or fall short. @param move  makes the real transfer of a number of bytes
 template <typename Move>
 ssize_t Transferred(const char* call, int descriptor, size_t count, Move move) {
   if (!Fails(call, IsWatched(descriptor))) return move(count);
   const int error = std::atoi(Setting("FAULT_ERROR"));
   if (error > 0) return -1;
-  // After the half the end has come.
+  // Once half has been transferred, the next call finds the end.
   static std::atomic<bool> isOver = false;
   if (error == 0 || isOver.exchange(true)) return 0;
   --*CallsOf(call);
@@ -122,7 +122,7 @@ int fcntl(int descriptor, int command, ...) {
   const long argument = va_arg(list, long);
   va_end(list);
   const int result = Real<int(int, int, ...)>("fcntl")(descriptor, command, argument);
-  // The disk is waited for by another descriptor of the same file.
+  // The library waits for the disk through another descriptor of the same file.
   if (command == F_DUPFD_CLOEXEC && result >= 0 && result < kMostDescriptors) watched[result] = IsWatched(descriptor);
   return result;
 }

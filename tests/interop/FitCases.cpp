@@ -1,4 +1,4 @@
-// Fits and splines of the data on standard input, for a comparison with other software. A line is a kind, then numbers:
+// Fits and splines for the data on standard input, to compare with other software. A line is a kind, then numbers:
 // see fit_test.py.
 // SPDX-License-Identifier: MIT
 #include <cstdio>

@@ -1,4 +1,4 @@
-// Reads a number and an angle of every line of standard input, for parse_test.py.
+// Reads every line of standard input as a number and as an angle, for parse_test.py.
 // SPDX-License-Identifier: MIT
 #include <iostream>
 

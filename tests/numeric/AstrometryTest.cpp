@@ -13,7 +13,7 @@ TEST(Astrometry, GivesTheSiderealTimeOfTheLiterature) {
   EXPECT_NEAR(SiderealTime(2446896.30625) * kDegreesPerRadian, 128.7378734, 5e-7);
 }
 
-// The same, example 21.b: theta Persei, its proper motion added, from J2000 to 2028 November 13.19.
+// Example 21.b of the same book: theta Persei, its proper motion added, from J2000 to 2028 November 13.19.
 TEST(Astrometry, PrecessesAsTheLiteratureDoes) {
   const ASkyPosition date =
       Precessed({41.054063 * kRadiansPerDegree, 49.227750 * kRadiansPerDegree}, JulianDateOfEquinox(2000), 2462088.69);

@@ -18,7 +18,7 @@ using Numbers = std::vector<double>;
 using Complex = std::complex<double>;
 using Model = std::function<Complex(const std::vector<Complex>& b, double x)>;
 
-// Derivatives are those along an imaginary step, exact to rounding.
+// Derivatives are found from an imaginary step, exact to rounding.
 class CurveProblem : public AFitProblem {
  public:
   CurveProblem(Model model, int parameters, const Numbers& x, const Numbers& y)
@@ -170,7 +170,7 @@ TEST(Fit, TellsWhatItCannotDo) {
   EXPECT_EQ(Fit(few, {1, 1}).code, AFitCode::TooFewPoints);
 }
 
-// The block of rows is cut in two places, as data come.
+// The rows are passed in three blocks, as data arrive.
 TEST(QRSums, SolveLongley) {
   const Numbers x[6] = {
       {83.0, 88.5, 88.2, 89.5, 96.2, 98.1, 99.0, 100.0, 101.2, 104.6, 108.4, 110.8, 112.6, 114.2, 115.7, 116.9},

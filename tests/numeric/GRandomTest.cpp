@@ -18,7 +18,7 @@ TEST(Random, ReachesEachOf32768StepsAndItsLimits) {
     largest = std::max(largest, zeltra::random(4.0));
   }
   EXPECT_GT(*std::min_element(steps.begin(), steps.end()), 0);
-  // The limit itself falls once in 32768 draws: 30.5 times here, give or take five deviations of 5.5.
+  // The limit itself is drawn once in 32768 times: 30.5 times here, within five standard deviations of 5.5.
   EXPECT_NEAR(integers[10], 30.5, 28);
   EXPECT_NEAR(integers[9], 100000, 1500) << "a tenth";
   EXPECT_EQ(largest, 4.0);

@@ -50,7 +50,7 @@ class RecordWalkTest : public testing::Test {
   AUVXInput input_;
 };
 
-// 24 records, three of each source in turn.
+// 24 records: three of source 1, three of source 2, and so on.
 SyntheticUVX Scans(int channels) {
   return SyntheticUVX().Times(8).Channels(channels).Tables().Edit(
       [](SyntheticRecord& record) { record.source = record.index / 3 % 2 + 1; });
@@ -131,7 +131,7 @@ TEST_F(RecordWalkTest, TakesWhatIsSelectedOrTellsWhatThereIs) {
 }
 
 TEST_F(RecordWalkTest, NamesTheRecordThatTheIndexDenies) {
-  // Its source number lies behind two bytes; records have 26 bytes and six values.
+  // The source number is at byte 2 of a record, which has 26 bytes and six values.
   Open(Scans(3).Put(SyntheticUVX::kDataOffset + 10 * (26 + 6 * 12) + 2, int16_t{1}));
   RecordChoice choice;
   ASSERT_TRUE(choice.Open(input_, {}));
@@ -144,7 +144,7 @@ TEST_F(RecordWalkTest, NamesTheRecordThatCannotBeRead) {
   AUVXFluxes fluxes;
   ASSERT_TRUE(fluxes.Create(input_, {}, {}));
   EXPECT_EQ(fluxes.baselines().count(), 6);
-  // The file was whole when it was opened.
+  // The file is cut only after it was opened.
   std::filesystem::resize_file(file_.path(), static_cast<uintmax_t>(input_.uvx().DataOffset()) +
                                                  static_cast<uintmax_t>(input_.uvx().recSize()) * 17 + 100);
   int visited = 0;

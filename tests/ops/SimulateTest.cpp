@@ -24,9 +24,9 @@ struct Record {
   AUVXVisibility values;
 };
 
-// A simulated file with everything that is in it.
+// A simulated file with all of its contents.
 class Simulated {
-  const TempFile file_;  // goes after what has it open
+  const TempFile file_;  // declared first, so removed after everything that has it open
 
  public:
   explicit Simulated(const SimulateOptions& options) : file_("uvx") {
@@ -91,7 +91,7 @@ TEST(SimulateUVX, WeighsTheNoiseThatItAdds) {
       EXPECT_NEAR(b.weight / a.weight, 9, 1e-5);
     }
   }
-  // The mean of n squares of variance 2 at most.
+  // The mean of n squares, each with a variance of at most 2.
   EXPECT_NEAR(sum / static_cast<double>(n), 1, 5 * std::sqrt(2.0 / static_cast<double>(n)));
 }
 

@@ -103,7 +103,7 @@ TEST(CopyUVX, KeepsFrequenciesRight) {
   EXPECT_EQ(setups->Number(0, 1, 1), 1e8);
   EXPECT_EQ(setups->Number(0, 3, 1), 6e6);
   EXPECT_EQ(setups->keywords()(0).Value(), "2");
-  // The table behind the one that shrank is whole.
+  // The table after the one that shrank is whole.
   EXPECT_EQ(Image(copy, "SU"), Image(source, "SU"));
 }
 
@@ -284,7 +284,7 @@ TEST(Average, TakesTheParallelHandsThatAreThere) {
   AUVXVisibility values(out.uvx());
   out.Group(0);
   ASSERT_TRUE(values.load(out.uvx()));
-  // LL alone; then (RR + LL) / 2 of weights 1 and 2.
+  // LL alone; then (RR + LL) / 2, with weights 1 and 2.
   EXPECT_EQ(values(0)->re, 11.f / 1024);
   EXPECT_EQ(values(0)->weight, 3);
   EXPECT_EQ(values(1)->re, 12.5f / 1024);
@@ -299,7 +299,7 @@ TEST(Average, RefusesWhatItWouldGetWrong) {
   Source unindexed(SyntheticUVX().Antennas(2));
   EXPECT_THAT(Error(Averages(unindexed, Every(10))), HasSubstr("no index table NX"));
   const SyntheticUVX builder = SyntheticUVX().Antennas(2).Sources(2).Tables();
-  // The source number of the first record.
+  // The source number of the first record is changed.
   Source mislabelled(SyntheticUVX(builder).Put(481 + 2, int16_t{2}));
   EXPECT_THAT(Error(Averages(mislabelled, Every(10))), HasSubstr("record 1 is of source 2"));
   Source file(builder);

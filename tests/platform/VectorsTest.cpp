@@ -6,13 +6,13 @@
 namespace zeltra::test {
 namespace {
 
-/// Same bits, where a NaN may have any.
+/// Whether two numbers have the same bits, or both are NaN.
 template <typename T>
 bool Same(T a, T b) {
   return std::isnan(a) ? std::isnan(b) : std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-/// Every pair of awkward numbers passes through every operation, in lanes that move.
+/// Every pair of awkward numbers goes through every operation in every lane.
 template <typename Vector>
 void ExpectPlainResults() {
   using T = LaneOf<Vector>;
@@ -21,7 +21,7 @@ void ExpectPlainResults() {
   const std::vector<T> x = {0,  -T{0},         Limits::denorm_min(), -Limits::min() / 3,  1,
                             -3, Limits::max(), Limits::infinity(),   -Limits::infinity(), Limits::quiet_NaN()};
   for (size_t from = 0; from < x.size() * x.size(); ++from) {
-    T a[kLanes + 1], b[kLanes + 1], out[kLanes + 1];  // read and written one number beside their alignment
+    T a[kLanes + 1], b[kLanes + 1], out[kLanes + 1];  // read and written one number away from their alignment
     for (size_t i = 0; i < kLanes; ++i) {
       a[i + 1] = x[(from + i) % x.size()];
       b[i + 1] = x[(from + i) / x.size() % x.size()];

@@ -11,7 +11,7 @@
 namespace zeltra::test {
 namespace {
 
-// A source in memory, a destination, and what can be read of it once it is committed.
+// A source in memory, a destination, and what can be read from the destination once it is committed.
 class CopyTest : public testing::Test {
  protected:
   void Open(const SyntheticUVX& content) {
@@ -94,7 +94,7 @@ TEST_F(CopyTest, PassesEverythingByDefault) {
   EXPECT_EQ(index(1).startVis, 13);
   EXPECT_EQ(index(1).endVis, 24);
   EXPECT_EQ(index(1).sourceId, 2);
-  // Days went in where seconds are meant: the start is the Julian date, in seconds, to the precision of the table.
+  // The class takes days for seconds, so the start is the number of the Julian date, to the precision of the table.
   EXPECT_NEAR(index(0).start, SyntheticUVX::kStart, 0.2);
 }
 

@@ -35,7 +35,7 @@ class ReaderTest : public testing::Test {
   AUVXFile uvx_;
 };
 
-// The indices that a reader gives, each record being checked against the builder's.
+// The indices that a reader gives; each record is checked against the builder's.
 template <typename Reader>
 Indices ReadAll(Reader& reader, const SyntheticUVX& content) {
   const std::vector<SyntheticRecord> records = content.Records();
@@ -162,7 +162,7 @@ TEST_F(ReaderTest, DeliversOnlyTheRecordsThatAFileHolds) {
   EXPECT_EQ(ReadAll(none, content), Indices{});
 }
 
-// Claims its size, but nothing from `limit` on can be read.
+// Has its full size, but nothing from `limit` on can be read.
 class BadDisk : public MemoryFile {
  public:
   using MemoryFile::MemoryFile;

@@ -8,7 +8,7 @@
 namespace zeltra::test {
 namespace {
 
-// An interval: its bounds as they were handed on, and the indices of its records.
+// An interval: its bounds as the reader passes them, and the indices of its records.
 using Interval = std::tuple<double, double, std::vector<int>>;
 
 class Collector : public AUVXTimeIntervalRead {
@@ -87,7 +87,7 @@ TEST(TimeIntervals, LeaveOutFlaggedRecords) {
 
 TEST(TimeIntervals, DeliverEveryRecordWhateverTheArithmetic) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  // Two seconds in intervals of one, 2.4e6 days away from the grid's origin and with the grid's origin on the spot.
+  // Two seconds in intervals of one, with the origin of the grid 2.4e6 days away, close by, or absurdly far.
   std::vector<double> seconds;
   for (int i = 0; i < 20; ++i) seconds.push_back(2457754.75 + i / 864000.0);
   for (const double start : {0.0, 2457754.0, -1e38}) {

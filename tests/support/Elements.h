@@ -14,7 +14,7 @@ template <typename T>
 std::vector<T> Elements(const AArray<T>& array) {
   return std::vector<T>(array.lpArray(), array.lpArray() + array.count());
 }
-/// Of an array that a call hands over.
+/// Of an array that the caller owns, which is deleted.
 template <typename T>
 std::vector<T> Elements(const AArray<T>* array) {
   return Elements(*std::unique_ptr<const AArray<T>>(array));

@@ -12,7 +12,7 @@
 
 namespace zeltra::test {
 
-/// Behaves as a real file does: a read at the end is short, and so is a write that reaches `largest` bytes.
+/// Behaves like a real file: a read at the end is short, and so is a write that reaches `largest` bytes.
 class MemoryFile : public ABFile {
  public:
   MemoryFile() = default;

@@ -1,4 +1,4 @@
-// The two-dimensional transform step by step, as plain as can be: what MT_FFT_Matr_* must equal to the bit.
+// The two-dimensional transform step by step, as plain as can be: MT_FFT_Matr_* must equal it bit for bit.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_TESTS_SUPPORT_PLAINFFT_H_
 #define ZELTRA_TESTS_SUPPORT_PLAINFFT_H_

@@ -19,7 +19,7 @@ namespace zeltra::test {
 struct Finished {
   int code;
   std::string out;
-  std::string err;  ///< on Wine also what Wine has to say
+  std::string err;  ///< under Wine also what Wine itself prints
 };
 
 /// Run the command to its end, with its output caught. Arguments contain no quotes.
@@ -29,7 +29,7 @@ inline Finished RunZeltra(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments) line += " \"" + argument + "\"";
   line += " > \"" + out.path() + "\" 2> \"" + err.path() + "\"";
 #ifdef _WIN32
-  // The command processor takes the outermost quotes away. Names are UTF-8 here, and the C library takes narrow text
+  // The command processor removes the outermost quotes. Names are UTF-8 here, but the C library would take narrow text
   // for the system's code page.
   const std::string quoted = "\"" + line + "\"";
   int code = _wsystem(std::filesystem::path(std::u8string(quoted.begin(), quoted.end())).wstring().c_str());

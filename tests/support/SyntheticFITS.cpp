@@ -36,7 +36,7 @@ void AppendBits(std::string& bytes, std::uint64_t bits, int width) {
   for (int i = width - 1; i >= 0; --i) bytes += static_cast<char>(bits >> (8 * i) & 0xFF);
 }
 
-// A number in the form of a BITPIX value.
+// A number in the form that BITPIX states.
 void AppendNumber(std::string& bytes, double number, int bitpix) {
   if (bitpix == -32) return AppendBits(bytes, std::bit_cast<std::uint32_t>(static_cast<float>(number)), 4);
   if (bitpix == -64) return AppendBits(bytes, std::bit_cast<std::uint64_t>(number), 8);
@@ -44,7 +44,7 @@ void AppendNumber(std::string& bytes, double number, int bitpix) {
 }
 
 struct Form {
-  int repeat = 1;  // what a bare letter stands for
+  int repeat = 1;  // the count that a letter alone stands for
   char letter = 0;
 
   explicit Form(const std::string& tform) {

@@ -51,7 +51,7 @@ class SyntheticTable {
     return RawCard(SyntheticCard(keyword, value));
   }
   SyntheticTable& RawCard(const std::string& card) { return cards_ += RawCardText(card), *this; }
-  /// One cell a column; bits of an X field are given as one number, most significant byte first.
+  /// One cell for each column; bits of an X field are given as one number, most significant byte first.
   SyntheticTable& Row(const std::vector<SyntheticCell>& cells);
   /// Bytes after the rows, counted by PCOUNT.
   SyntheticTable& Heap(const std::string& bytes) { return heap_ = bytes, *this; }

@@ -50,7 +50,7 @@ struct SyntheticUVXTable {
 
   std::string code;  ///< two characters
   int rows = 0;
-  int rowBytes = 0;  ///< 0: that of the data, shared out among the rows
+  int rowBytes = 0;  ///< 0: the size of the data divided by the rows
   std::vector<KeyWord> keywords = {};
   std::vector<Column> columns = {};
   std::string data = {};
@@ -91,7 +91,7 @@ class SyntheticUVX {
   /// source and setup).
   SyntheticUVX& Tables() { return standardTables_ = true, *this; }
 
-  // Damage, done to the finished bytes in the order asked for.
+  // Damage, done to the finished bytes in the order of the calls.
   /// Leave the magic number out, as an interrupted writer does.
   SyntheticUVX& Uncommitted() { return Put(0, int32_t{0}); }
   /// Write a number over whatever lies at `offset`.

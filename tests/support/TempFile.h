@@ -1,4 +1,4 @@
-// Files that vanish with the test that made them.
+// Files that are removed with the test that made them.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_TESTS_SUPPORT_TEMPFILE_H_
 #define ZELTRA_TESTS_SUPPORT_TEMPFILE_H_
@@ -11,7 +11,7 @@
 
 namespace zeltra::test {
 
-/// A file name that no other test uses; the file is removed when the object goes.
+/// A file name that no other test uses; the file is removed with the object.
 class TempFile {
  public:
   explicit TempFile(const std::string& ending = "test")
@@ -42,7 +42,7 @@ class TempFile {
   std::string path_;
 };
 
-/// Such a file, open to be read and written from its start.
+/// Such a file, open for reading and writing from its start.
 class OpenTempFile : public TempFile, public AFile {
  public:
   explicit OpenTempFile(const std::string& bytes = "") {

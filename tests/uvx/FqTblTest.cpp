@@ -37,7 +37,7 @@ SyntheticUVX Base(int IFs) {
   return SyntheticUVX().IFs(IFs).Channels(16);
 }
 
-// The table of a file, reduced to a source where one is given.
+// The table of a file, reduced to one source if `source` is given.
 AUVXFqTbl TableOf(const SyntheticUVX& content, int source = INT_MIN) {
   OpenUVX file(content);
   return source == INT_MIN ? AUVXFqTbl(file.uvx) : AUVXFqTbl(file.uvx, source);
@@ -115,7 +115,7 @@ TEST(FrequencyTable, IsReducedQuicklyWhateverItsSize) {
   for (int i = 0; i < 200000; ++i) setups.Row(i / 2), scans.Row(7, i + 100);
   const auto start = std::chrono::steady_clock::now();
   const AUVXFqTbl table = TableOf(Base(0).Table(setups).Table(scans), 7);
-  // A search of all setups for each scan takes 10 s, this a tenth of one.
+  // Searching all setups for each scan would take 10 s; this takes a tenth of a second.
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
   EXPECT_EQ(table.GetFreqSels(), 99900) << "the first of two rows with the same identifier";
   EXPECT_EQ(table.GetFreqSelID(1), 101);

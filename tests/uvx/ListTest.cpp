@@ -170,7 +170,7 @@ TEST(AUVXAntenns, BecomeATable) {
 }
 
 TEST(AUVXLists, PassOverLettersWithoutSize) {
-  // Bits take no bytes here, and bytes do not either.
+  // Columns of letter X take no bytes here, nor do those of letter B.
   SyntheticUVXTable table{"AN"};
   table.columns = {
       {"BITS", "", "8X"}, {"BYTES", "", "2B"}, {"FLAG", "", "2L"}, {"NOSTA", "", "1I"}, {"STABXYZ", "", "9D"}};
@@ -281,7 +281,7 @@ TEST(AUVXPosition, IsMadeOfRecordsInTheirOrder) {
     AUVXGroup group = Group(source, setup, time);
     index.CheckUVGroup(group, record++);
   }
-  // Source, first and last record, start and duration. A time before the start does not move it.
+  // Source, first and last record, start and duration. An earlier time than the start does not move the start.
   const double expected[][5] = {{1, 1, 3, 10, 5}, {2, 4, 4, 20, 0}, {1, 5, 5, 30, 0}, {1, 6, 7, 31, 3}};
   ASSERT_EQ(index.count(), 4);
   for (int i = 0; i < 4; ++i) {

@@ -86,7 +86,7 @@ TEST(Visibility, HoldsNoStorageForAnEmptyShape) {
   EXPECT_EQ(vis.freqs(), 0) << "2^32 points are no shape";
 }
 
-/// What CheckRange has to do, one value after another.
+/// Does what CheckRange has to do, one value after another.
 void CheckSlowly(const std::vector<AUVXComplex>& values, AUVXMinMax& range) {
   for (const AUVXComplex& value : values) {
     range.re().check(value.re);
@@ -101,7 +101,7 @@ TEST(Ranges, AreThoseOfTheValuesOneByOne) {
   for (int round = 0; round < 300; ++round) {
     std::vector<AUVXComplex> values(random() % 1200);
     const int specials = round % 3 == 0 ? 0 : static_cast<int>(random() % 5);
-    const float scale = round % 2 ? 1.0f : 0.0f;  // all zeros of both signs in every second round
+    const float scale = round % 2 ? 1.0f : 0.0f;  // in every second round all values are zeros of either sign
     for (AUVXComplex& value : values) {
       for (int i = 0; i < 3; ++i) value(i) = scale * (static_cast<float>(random() % 2000) - 1000.0f);
     }

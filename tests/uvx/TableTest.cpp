@@ -330,7 +330,7 @@ TEST(AUVXTableDirectory, OfADamagedFileIsBounded) {
   }
 }
 
-/// A new UVX file in memory with a header of no records.
+/// A new UVX file in memory whose header states no records.
 struct NewFile {
   NewFile() {
     AUVXHeader header;

@@ -150,7 +150,7 @@ TEST(UVXFileWriting, GeometryFollowsTheHeader) {
   EXPECT_EQ(uvx.count(), 7);
 }
 
-/// Adds the standard tables, from their images, to a file with the same records.
+/// Adds the standard tables one by one to a file with the same records.
 std::string WithTablesAdded(const SyntheticUVX& records, MemoryFile&& file) {
   const std::string whole = SyntheticUVX(records).Tables().Bytes();
   OpenUVX from(whole);

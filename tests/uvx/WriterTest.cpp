@@ -60,7 +60,7 @@ TEST(UVXWriter, WritesRecordsOfAnyLengthWithTheirRangesIndexAndBaselines) {
   }
 }
 
-// Long lists of scans become rows piece by piece.
+// Scans of a long list become rows of the table a few thousand at a time.
 TEST(UVXWriter, MakesAScanOfEveryChangeOfSource) {
   constexpr int kScans = 10000;
   TempFile file("uvx");
@@ -76,14 +76,14 @@ TEST(UVXWriter, MakesAScanOfEveryChangeOfSource) {
   AUVXTable& index = writer.index();
   ASSERT_EQ(index.rows(), kScans);
   for (int i = 0; i < kScans; ++i) {
-    ASSERT_NEAR(index.Number(i, 0), (2 * i + 0.5) / 864000, 3e-9);  // of a Julian date and a float
+    ASSERT_NEAR(index.Number(i, 0), (2 * i + 0.5) / 864000, 3e-9);  // the rounding of a Julian date and of a float
     ASSERT_EQ(index.Number(i, 2), 1 + i % 2);
     ASSERT_EQ(index.Number(i, 4), 2 * i + 1);
     ASSERT_EQ(index.Number(i, 5), 2 * i + 2);
   }
 }
 
-// The scans of records of one source at these times, as the numbers of their last records.
+// The scans of records of one source at these times, given by the numbers of their last records.
 std::vector<int> ScansAt(const std::vector<double>& seconds, const std::function<void(AUVXWriter&, int)>& before) {
   TempFile file("uvx");
   AUVXWriter writer;
