@@ -85,6 +85,15 @@ TEST(TimeIntervals, LeaveOutFlaggedRecords) {
   EXPECT_EQ(Times({3, 7, 12}, 2).Cut(0, 100, 10), (List{{0, 10, {0, 1}}}));
 }
 
+TEST(TimeIntervals, OfASecondHoldAllRecordsOfAStampOnTheirBound) {
+  const auto stamp = [](int i) { return 2457754.5 + (i / 10 + 0.5) / 86400; };
+  std::vector<double> stamps;
+  for (int i = 0; i < 600; ++i) stamps.push_back(stamp(25200 * 10 + i));
+  const std::vector<Interval> found = Times(stamps).Cut(stamp(0), 1e38, 1 / 86400.0);
+  ASSERT_EQ(found.size(), 60U);
+  EXPECT_EQ(std::get<2>(found.back()).size(), 10U);
+}
+
 TEST(TimeIntervals, DeliverEveryRecordWhateverTheArithmetic) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   // Two seconds in intervals of one, with the origin of the grid 2.4e6 days away, close by, or absurdly far.

@@ -50,12 +50,18 @@ void* AUVXTimeIntervalRead::GetTimeInterval() {
   double low = time;
   double high = time + eps_;
   double second = time;
-  // With a length of zero time would not advance, so it counts as negative.
-  if (interval_ > 0) {
+  // A length that would not advance time, such as zero, counts as negative.
+  if (time + interval_ > time) {
     low = std::trunc((time - startTime_) / interval_ + eps_) * interval_ + startTime_;
     // If the start is too far away, such as -1e38 for the beginning, the grid of intervals has no resolution here.
     if (!(std::fabs(time - low) <= 2 * interval_)) low = time;
     second = high = low + interval_;
+    // Rounding may count a stamp that lies on a bound to the interval that ends there: it begins the next one. Only
+    // records at the stop time stay.
+    if (!(high > time) && high != stopTime_) {
+      low = high;
+      second = high = low + interval_;
+    }
   }
   if (low > stopTime_) return nullptr;
   // Records stamped exactly at the stop time fall into the last interval.

@@ -25,7 +25,12 @@ class ZELTRA_API AUVXTimeIntervalRead {
   /// @param startTime  earlier records are skipped; intervals begin at startTime + k x interval, or at their first
   ///                   record if startTime is too far away for that
   /// @param stopTime   no interval begins later; records at exactly this time belong to the last one
-  /// @param interval   length; if it is negative or zero, every distinct record time is an interval
+  /// @param interval   length; if it is negative, zero, or too short to change a time, every distinct record time is an
+  ///                   interval
+  ///
+  /// Bounds are as exact as the times. A Julian date resolves 40 microseconds, so if intervals are shorter than about
+  /// 4 s, records stamped exactly on a bound may come out in the interval before, or in one of their own. With a
+  /// startTime whose bounds lie between the stamps that does not happen.
   AUVXTimeIntervalRead(AUVXRead* reader, double startTime, double stopTime, double interval);
   AUVXTimeIntervalRead(const AUVXTimeIntervalRead&) = default;
   AUVXTimeIntervalRead& operator=(const AUVXTimeIntervalRead&) = default;
