@@ -73,7 +73,7 @@ TEST(TimeIntervals, EndAtTheStopTime) {
 }
 
 TEST(TimeIntervals, OfNegativeLengthAreTheDistinctTimes) {
-  Times times({3, 3, 7, 12, 12});
+  Times times({3, 3.000009, 7, 12, 12});
   const List expected = {{3, 3, {0, 1}}, {7, 7, {2}}, {12, 12, {3, 4}}};
   EXPECT_EQ(times.Cut(0, 100, -1), expected);
   EXPECT_EQ(times.Cut(0, 100, 0), expected) << "an interval without length would never get on";

@@ -26,7 +26,7 @@ class ZELTRA_API AUVXTimeIntervalRead {
   ///                   record if startTime is too far away for that
   /// @param stopTime   no interval begins later; records at exactly this time belong to the last one
   /// @param interval   length; if it is negative, zero, or too short to change a time, every distinct record time is an
-  ///                   interval
+  ///                   interval, and times less than 1e-5 apart, 0.86 s in days, are not distinct
   ///
   /// Bounds are as exact as the times. A Julian date resolves 40 microseconds, so if intervals are shorter than about
   /// 4 s, records stamped exactly on a bound may come out in the interval before, or in one of their own. With a
