@@ -136,6 +136,18 @@ TEST(AUVXTableImage, NeverReaches2GiB) {
   EXPECT_TRUE(table.SetRows(2));
 }
 
+TEST(AUVXTableColumns, AreFoundAfterAnyChange) {
+  AUVXTable table = Load(EveryLetter().Image());
+  AArray<AUVXTableManual>& columns = table.columns();
+  EXPECT_EQ(table.Number(0, 4), -1);
+  std::strcpy(columns(2).format, "1E");
+  std::strcpy(columns(3).format, "1E");
+  EXPECT_EQ(table.Number(0, 3), -2.5);
+  EXPECT_EQ(table.ColumnOffset(4), 20);
+  columns.DeleteItems(0, 1);
+  EXPECT_EQ(table.Number(0, 2), 1.5);
+}
+
 TEST(AUVXTableColumns, AreReadByTheirLetters) {
   const AUVXTable table = Load(EveryLetter().Image());
   const int tsys = table.FindColumn("TSYS");

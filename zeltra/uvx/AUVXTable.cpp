@@ -77,6 +77,13 @@ void StoreRounded(char* to, double value) {
   std::memcpy(to, &rounded, sizeof rounded);
 }
 
+uint64_t FormatBytes(const AUVXTableManual& column) {
+  uint64_t bytes;
+  static_assert(sizeof column.format == sizeof bytes);
+  std::memcpy(&bytes, column.format, sizeof bytes);
+  return bytes;
+}
+
 std::string HexText(const char* bytes, int count) {
   static constexpr char digits[] = "0123456789ABCDEF";
   std::string text = "0x";
@@ -202,6 +209,7 @@ AUVXTable& AUVXTable::operator=(AUVXTable&& other) noexcept {
   rows_ = std::exchange(other.rows_, 0);
   rowBytes_ = std::exchange(other.rowBytes_, 0);
   data_ = std::exchange(other.data_, {});
+  places_ = std::exchange(other.places_, {});
   return *this;
 }
 
@@ -221,6 +229,7 @@ int AUVXTable::LoadImage(ABFile& file) {
   if (rows < 0 || rowBytes < 0 || columnCount > kFITSMaxIndex || !ReadElements(file, columnCount, columns_)) return 0;
   if (!HasBytes(file, int64{rows} * rowBytes)) return 0;
   rowBytes_ = rowBytes;
+  places_ = FindPlaces();
   return SetRows(rows) && ReadWhole(file, data(), static_cast<int64>(data_.size()));
 }
 
@@ -235,6 +244,7 @@ AUVXTable::AUVXTable(AFITSxtbl& extension) {
     columns_.Add(column);
   }
   rowBytes_ = std::max(extension.AxisLength(1), 0);
+  places_ = FindPlaces();
   extension.AllocData();
   const char* bytes = extension.data();
   if (bytes && SetRows(extension.GetRows()) && static_cast<int64>(data_.size()) == extension.DataBytes()) {
@@ -315,6 +325,7 @@ void AUVXTable::Create(int id) {
   id_ = id;
   keywords_.Free();
   columns_.Free();
+  places_.clear();
   rowBytes_ = 0;
   SetRows(0);
 }
@@ -328,6 +339,7 @@ void AUVXTable::AddColumn(const std::string& name, const std::string& unit, cons
   int64 bytes = 0;
   for (int i = 0; i < columnCount(); ++i) bytes += FieldBytes(ParseFormat(i));
   rowBytes_ = static_cast<int32_t>(std::min<int64>(bytes, INT_MAX));
+  places_ = FindPlaces();
   SetRows(0);
 }
 
@@ -382,25 +394,39 @@ const AUVXTableKeyWord* AUVXTable::FindKeyWord(const std::string& key) const {
 }
 
 int AUVXTable::ColumnOffset(int column) const {
-  if (column < 0 || column >= columnCount()) return -1;
-  int64 offset = 0;
-  for (int i = 0;; ++i) {
-    const AXTblFormat format = ParseFormat(i);
-    if (format.type != 'X' && ElementBytes(format.type) == 0) return -1;
-    const int64 end = offset + FieldBytes(format);
-    if (end > rowBytes_) return -1;
-    if (i == column) return static_cast<int>(offset);
-    offset = end;
+  return column < 0 || column >= columnCount() ? -1 : PlaceOf(column).offset;
+}
+
+std::vector<AUVXTable::Place> AUVXTable::FindPlaces() const {
+  std::vector<Place> places;
+  int64 end = 0;
+  bool isFound = true;
+  for (const AUVXTableManual& column : columns_) {
+    const AXTblFormat format = AXTblFormat::Parse(column.Format());
+    const int64 offset = end;
+    end += FieldBytes(format);
+    isFound = isFound && (format.type == 'X' || ElementBytes(format.type) > 0) && end <= rowBytes_;
+    places.push_back({FormatBytes(column), format.type, format.count, isFound ? static_cast<int32_t>(offset) : -1});
   }
+  return places;
+}
+
+AUVXTable::Place AUVXTable::PlaceOf(int column) const {
+  // Whoever holds columns() can change them, which costs far less to notice than parsing the formats for every cell.
+  uint64_t changes = static_cast<size_t>(column) < places_.size() ? 0 : 1;
+  for (int i = 0; changes == 0 && i <= column; ++i) {
+    changes = FormatBytes(columns_(i)) ^ places_[static_cast<size_t>(i)].formatBytes;
+  }
+  return changes ? FindPlaces()[static_cast<size_t>(column)] : places_[static_cast<size_t>(column)];
 }
 
 /// First byte of an element, of a column of bits as a whole; null if there is no such element.
 const char* AUVXTable::Cell(int row, int column, int element, AXTblFormat& format) const {
-  const int offset = row >= 0 && row < rows_ ? ColumnOffset(column) : -1;
-  if (offset < 0) return nullptr;
-  format = ParseFormat(column);
-  if (element < 0 || element >= format.count) return nullptr;
-  return Row(row) + offset + element * ElementBytes(format.type);
+  if (row < 0 || row >= rows_ || column < 0 || column >= columnCount()) return nullptr;
+  const Place place = PlaceOf(column);
+  if (place.offset < 0 || element < 0 || element >= place.count) return nullptr;
+  format = {place.type, place.count};
+  return Row(row) + place.offset + element * ElementBytes(place.type);
 }
 
 double AUVXTable::Number(int row, int column, int element) const {

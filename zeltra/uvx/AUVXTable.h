@@ -222,7 +222,17 @@ class ZELTRA_API AUVXTable {
 
  private:
   static bool IsOwn(int id, const char* code) { return (id & (kOwnFamily | 0xFFFF)) == toHash(code, 1); }
+  /// Where the cells of a column are, for a format of these eight bytes.
+  struct Place {
+    uint64_t formatBytes;
+    char type;
+    int16_t count;
+    int32_t offset;  // within the row; -1 as for ColumnOffset
+  };
+
   int FirstColumnWith(const std::string& part) const;
+  std::vector<Place> FindPlaces() const;
+  Place PlaceOf(int column) const;
   const char* Cell(int row, int column, int element, AXTblFormat& format) const;
   void LoadKeyWords(AFITSxtbl& extension);
   int LoadImage(ABFile& file);
@@ -233,6 +243,7 @@ class ZELTRA_API AUVXTable {
   int32_t rows_ = 0;
   int32_t rowBytes_ = 0;
   std::vector<char> data_;
+  std::vector<Place> places_;  // of all columns, unless they have been changed by way of columns()
 };
 
 }  // namespace zeltra
