@@ -294,7 +294,8 @@ TEST(AUVXPosition, IsMadeOfRecordsInTheirOrder) {
   EXPECT_EQ(index.CountForSrc(3), 0);
   EXPECT_EQ(index.FreqSelForSrc(2), 1);
   EXPECT_EQ(index.FreqSelForSrc(3), 1);
-  EXPECT_EQ(Elements(index.GetFreqSels(1)), (std::vector{1, 2}));
+  index(0).freqId = 9;
+  EXPECT_EQ(Elements(index.GetFreqSels(1)), (std::vector{1, 2, 9}));
   AArray<int> setups;
   setups.Add(99);
   EXPECT_EQ(index.GetFreqSels(3, setups).count(), 0);

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/uvx/AUVXPosition.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXGroup.h"
@@ -112,14 +114,14 @@ AArray<int>* AUVXPosition::GetFreqSels(int sourceId) const {
 }
 
 AArray<int>& AUVXPosition::GetFreqSels(int sourceId, AArray<int>& out) const {
-  out.Free();
-  for (int i = 0; i < count(); ++i) {
-    const AUVXPositionItem& scan = (*this)(i);
-    if (scan.sourceId != sourceId) continue;
-    int* end = out.lpArray() + out.count();
-    int* place = std::lower_bound(out.lpArray(), end, scan.freqId);
-    if (place == end || *place != scan.freqId) out.InsertAt(static_cast<int>(place - out.lpArray()), scan.freqId);
+  std::vector<int> setups;
+  for (const AUVXPositionItem& scan : *this) {
+    if (scan.sourceId == sourceId) setups.push_back(scan.freqId);
   }
+  std::sort(setups.begin(), setups.end());
+  setups.erase(std::unique(setups.begin(), setups.end()), setups.end());
+  out.Free();
+  out += AArray<int>(setups.data(), static_cast<int>(setups.size()), 0, 1);
   return out;
 }
 
