@@ -270,6 +270,12 @@ TEST(UVXHeader, APolarisationCountOutOfBoundsIsCut) {
   EXPECT_EQ(stokes.count(), 8);
   stokes.SetCount(-1);
   EXPECT_EQ(stokes.count(), 0);
+  std::string damaged = SyntheticUVX().Bytes();
+  damaged.replace(192, 2, "\x30\x75");
+  MemoryFile refused(damaged);
+  AUVXFile uvx;
+  EXPECT_FALSE(uvx.Attach(&refused, 0, 0));
+  EXPECT_EQ(AUVXHeader(uvx).stokes.count(), 8);
 }
 
 TEST(JulianDate, ReadsTheDatesOfFITSHeaders) {

@@ -118,6 +118,7 @@ AUVXHeader::AUVXHeader() {
 
 AUVXHeader::AUVXHeader(AUVXFile& uvx) {
   if (!ReadAt(uvx, AUVXFile::UVX_OFS_HEADER(), this, sizeof *this)) *this = AUVXHeader();
+  stokes.SetCount(stokes.count());
 }
 
 AUVXHeader::AUVXHeader(const AFITS& fits) : AUVXHeader() {

@@ -156,7 +156,7 @@ struct ZELTRA_API AUVXHeader {
 
   /// All bytes zero, including the ranges: call init on these before checking values against them.
   AUVXHeader();
-  /// The header of `uvx`; bytes that cannot be read are zero.
+  /// The header of `uvx`, all zero if it cannot be read; the number of polarisations is clamped to 0..8.
   explicit AUVXHeader(AUVXFile& uvx);
   /// The header made from the primary header of `fits`, which has been read; its ranges are empty. Texts are cut to
   /// their fields; the telescope is INSTRUME, and `freq0` the frequency of pixel 1 of the FREQ axis.
