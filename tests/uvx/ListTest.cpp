@@ -146,6 +146,10 @@ TEST(AUVXAntenns, CopiesCarryItemsOnly) {
   assigned = list;
   EXPECT_EQ(assigned.count(), 3);
   EXPECT_FALSE(assigned.IsRight());
+  AUVXAntennsEx empty, full(table);
+  swap(empty, full);
+  EXPECT_EQ(empty.ArrayX() + empty.count(), -1.6e6 + 3);
+  EXPECT_TRUE(full.IsRight() && !empty.IsRight());
 }
 
 TEST(AUVXAntenns, WithoutBaselinesAreListedForDeletion) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "zeltra/core/AArray.h"
 
@@ -51,8 +52,10 @@ struct ZELTRA_API AUVXArrayFrame {
 
 /// The antennas of a file.
 ///
-/// A copy has the items only: its centre is 0 and it is marked right-handed; assignment leaves centre and handedness as
-/// they were. To keep them, read the table again, or move the list, which transfers everything.
+/// A copy has the items only: its centre is 0 and it is marked right-handed. A list constructed by moving takes over
+/// everything, and so does an unqualified swap. Any assignment, also from a temporary, takes the items only and leaves
+/// centre and handedness as they were, so std::swap and the erasing and sorting of containers mix lists up: read the
+/// table again, or hold such lists by pointer.
 class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
  public:
   /// Empty, not right-handed.
@@ -63,6 +66,10 @@ class ZELTRA_API AUVXAntenns : public AArray<AUVXTlscItem> {
   AUVXAntenns(const AUVXAntenns& other);
   AUVXAntenns(AUVXAntenns&& other) noexcept;
   AUVXAntenns& operator=(const AUVXAntenns& other);
+  friend void swap(AUVXAntenns& a, AUVXAntenns& b) noexcept {
+    std::swap<AArray<AUVXTlscItem>>(a, b);
+    std::swap(a.frame_, b.frame_);
+  }
 
   /// Read "AN" again.
   void Init(const AUVXTable& table);
@@ -103,6 +110,10 @@ class ZELTRA_API AUVXAntennsEx : public AArray<AUVXTlscItemEx> {
   AUVXAntennsEx(const AUVXAntennsEx& other);
   AUVXAntennsEx(AUVXAntennsEx&& other) noexcept;
   AUVXAntennsEx& operator=(const AUVXAntennsEx& other);
+  friend void swap(AUVXAntennsEx& a, AUVXAntennsEx& b) noexcept {
+    std::swap<AArray<AUVXTlscItemEx>>(a, b);
+    std::swap(a.frame_, b.frame_);
+  }
 
   void Init(const AUVXTable& table);
   void Create(const AUVXTable& table);
