@@ -219,6 +219,14 @@ TEST(Sorted, ListsOrderAndFindKeys) {
   EXPECT_FALSE(sorted.Search(1.5, index));
   EXPECT_EQ(index, 1);
   EXPECT_TRUE(sorted.Search(2, index));
+  const double nan = std::nan("");
+  EXPECT_FALSE(sorted.Search(nan, index));
+  EXPECT_EQ(sorted.Add(nan, 30) + sorted.Add(nan, 99), 4) << "after every number, once";
+  EXPECT_EQ(sorted.Add(3, 0), 2);
+  ASort<double, int> gaps;
+  for (int i = 0; i < 40; ++i) gaps.Add(i % 3 == 0 ? nan : -i, i);
+  gaps.Sort();
+  for (int i = 1; i < 26; ++i) EXPECT_LT(gaps.Key(i - 1), gaps.Key(i));
   ABSort<char, double> mixed;
   EXPECT_EQ(mixed.Add('b', 0.5) + mixed.Add('a', 1.5), 0);
   EXPECT_EQ(mixed.Value(0), 1.5);

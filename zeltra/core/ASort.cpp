@@ -2,20 +2,35 @@
 #include "zeltra/core/ASort.h"
 
 #include <algorithm>
+#include <type_traits>
 
 namespace zeltra {
+namespace {
+
+/// The order of keys. NaN, which is neither less nor greater than anything, comes after every number.
+template <typename K>
+bool IsLess(K a, K b) {
+  if constexpr (std::is_floating_point_v<K>) {
+    return a < b || (b != b && a == a);
+  } else {
+    return a < b;
+  }
+}
+
+}  // namespace
 
 template <typename K, typename V>
 void ASort<K, V>::Sort() {
-  std::stable_sort(items_.begin(), items_.end(), [](const Item& a, const Item& b) { return a.key < b.key; });
+  std::stable_sort(items_.begin(), items_.end(), [](const Item& a, const Item& b) { return IsLess(a.key, b.key); });
 }
 
 template <typename K, typename V>
 int ABSort<K, V>::Search(const K& key, int& index) const {
   const auto& items = this->items_;
-  const auto at = std::partition_point(items.begin(), items.end(), [&](const auto& item) { return item.key < key; });
+  const auto at =
+      std::partition_point(items.begin(), items.end(), [&](const auto& item) { return IsLess(item.key, key); });
   index = static_cast<int>(at - items.begin());
-  return at != items.end() && !(key < at->key);
+  return at != items.end() && !IsLess(key, at->key);
 }
 
 template <typename K, typename V>

@@ -10,13 +10,15 @@
 
 namespace zeltra {
 
-/// Pairs of a key and a value that are collected first and sorted once.
+/// Pairs of a key and a value that are collected first and sorted once. A key that is NaN comes after every number, and
+/// all such keys are equal.
 template <typename K, typename V>
 class ASort {
  public:
   int count() const { return static_cast<int>(items_.size()); }
   const K& Key(int i) const { return items_[static_cast<std::size_t>(i)].key; }
   V& Value(int i) { return items_[static_cast<std::size_t>(i)].value; }
+  const V& Value(int i) const { return items_[static_cast<std::size_t>(i)].value; }
 
   void Add(const K& key, const V& value) { items_.push_back({key, value}); }
   void Free() { items_.clear(); }
@@ -32,7 +34,7 @@ class ASort {
   std::vector<Item> items_;
 };
 
-/// Pairs kept in the order of their keys at all times, each key once, for binary search.
+/// Pairs kept in the order of their keys at all times, each key once, for binary search; NaN as in ASort.
 template <typename K, typename V>
 class ABSort : private ASort<K, V> {
  public:
