@@ -139,6 +139,9 @@ TEST(PtrArray, DeletesWhatItDropsUnlessToldOtherwise) {
     EXPECT_EQ(a.count(), 0);
     other.DeleteItems(1, 100);
     EXPECT_EQ(alive, 1);
+    APtrArray<Tracked*> sized(3, 5, 8);
+    EXPECT_EQ(sized(2), nullptr);
+    EXPECT_EQ(sized.GrowBy(2000)(1999), nullptr);
   }
   EXPECT_EQ(alive, 0);
 }

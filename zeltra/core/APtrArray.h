@@ -13,14 +13,15 @@ namespace zeltra {
 /// An array of pointers; `P` is a pointer type. While auto-delete is set, DeleteItems, Free and the destructor delete
 /// the elements that they drop. Every constructor sets it except the copying one, whose array only refers to elements
 /// that the original still owns, and is valid as long as the original lives. A move hands over the elements and the
-/// setting.
+/// setting. Appending another array with += is not possible, since both would own its elements.
 template <typename P>
 class APtrArray : public AArray<P> {
   static_assert(std::is_pointer_v<P>);
 
  public:
   APtrArray() = default;
-  APtrArray(int size, int capacity, int growBy) : AArray<P>(size, capacity, growBy) {}
+  /// `size` null pointers in use, room for max(size, capacity).
+  APtrArray(int size, int capacity, int growBy) : AArray<P>(size, capacity, growBy) { this->ZeroInit(); }
   /// Adopt the block `p`, which must come from malloc.
   APtrArray(P* p, int n, int growBy) : AArray<P>(p, n, growBy, 0) {}
   /// Copy the pointers of `other`, which keeps them too but must not delete what they point to.
@@ -39,6 +40,11 @@ class APtrArray : public AArray<P> {
   int DeleteItems(int first, int n);
 
   APtrArray& Free();
+
+  /// Set the size to `n` null pointers. The old elements are dropped, not deleted: call Free first if they should be.
+  APtrArray& GrowBy(int n);
+
+  void operator+=(const AArray<P>&) = delete;
 
  private:
   void DeleteElements(int first, int n);
@@ -65,6 +71,12 @@ template <typename P>
 APtrArray<P>& APtrArray<P>::Free() {
   DeleteElements(0, this->count());
   AArray<P>::Free();
+  return *this;
+}
+
+template <typename P>
+APtrArray<P>& APtrArray<P>::GrowBy(int n) {
+  AArray<P>::GrowBy(n).ZeroInit();
   return *this;
 }
 
