@@ -37,6 +37,9 @@ TEST(AGainArray, BothFamiliesHaveOneImage) {
   AFile cut;
   ASSERT_TRUE(cut.Open(one.c_str(), AFile::Binary));
   EXPECT_FALSE(AObjArray<AGainArrayItem>().Load(cut));
+  test::OpenTempFile full;
+  full.largest = AGainArrayItem::kBytes - 1;
+  EXPECT_FALSE(Item(0, 1).Store(full));
 }
 
 TEST(AGainArray, IsSortedAndLookedUp) {

@@ -3,6 +3,8 @@
 #ifndef ZELTRA_TESTS_SUPPORT_TEMPFILE_H_
 #define ZELTRA_TESTS_SUPPORT_TEMPFILE_H_
 
+#include <algorithm>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -42,13 +44,20 @@ class TempFile {
   std::string path_;
 };
 
-/// Such a file, open for reading and writing from its start.
+/// Such a file, open for reading and writing from its start, on a disk with room for `largest` bytes.
 class OpenTempFile : public TempFile, public AFile {
  public:
   explicit OpenTempFile(const std::string& bytes = "") {
     TempFile::Put(bytes);
     Open(c_str(), AFile::ReadWrite | AFile::Binary);
   }
+
+  using AFile::Write;
+  int Write(void* buf, int n) override {
+    return AFile::Write(buf, static_cast<int>(std::clamp<int64>(largest - Tell(), 0, n)));
+  }
+
+  int64 largest = std::numeric_limits<int64>::max();
 };
 
 }  // namespace zeltra::test

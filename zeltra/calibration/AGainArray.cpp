@@ -16,8 +16,8 @@ auto Order(const AGainArrayItem& item) {
 template class AArray<AGainArrayItem>;
 template class AObjArray<AGainArrayItem>;
 
-int AGainArrayItem::Store(AFile& file) {
-  return file.Write(this, kBytes);
+int AGainArrayItem::Store(AFile& file) const {
+  return WriteWhole(file, this, kBytes);
 }
 
 int AGainArrayItem::Load(AFile& file) {

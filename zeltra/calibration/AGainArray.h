@@ -46,7 +46,7 @@ struct ZELTRA_API AGainArrayItem {
   }
 
   /// Write the 58 bytes at the current position of `file`. @return 0 if not all was written
-  int Store(AFile& file);
+  int Store(AFile& file) const;
   /// Read them. @return 0 if not all 58 bytes were there; the contents are then undefined
   int Load(AFile& file);
 };

@@ -91,7 +91,10 @@ class AArray {
   /// Append the elements of `b`; storage that is too small grows to exactly the new count.
   void operator+=(const AArray& b);
 
-  /// Write the image at the current position. @return non-zero once all is written
+  /// Write the image at the current position.
+  /// @return the result of the last write: not zero if the file took at least some of the bytes. A full disk may cut
+  /// the
+  ///         image short, so a program that has to know compares f.Tell() before and after.
   int Store(AFile& f) const;
 
   /// Read an image at the current position.

@@ -97,7 +97,7 @@ int AMatrix<T>::reSize(int lines, int lineLength) {
 template <typename T>
 int AMatrix<T>::Store(AFile& f) const {
   const int32_t shape[2] = {lines_, lineLength_};
-  return f.Write(shape, sizeof shape) && f.WriteL(data_, static_cast<int64>(Bytes()));
+  return WriteWhole(f, shape, sizeof shape) && WriteWhole(f, data_, static_cast<int64>(Bytes()));
 }
 
 template <typename T>
