@@ -61,6 +61,7 @@ TEST(TableHeader, ParsesFormats) {
   EXPECT_EQ(parsed("1PE(5)"), std::make_pair(')', 1));
   EXPECT_EQ(parsed("32767A"), std::make_pair('A', 32767));
   EXPECT_EQ(parsed("65537A"), std::make_pair('A', 0)) << "not 1, as its low 16 bits would have it";
+  EXPECT_EQ(parsed("+3E"), std::make_pair('E', 3));
   EXPECT_EQ(parsed(""), std::make_pair('\0', 0));
 }
 

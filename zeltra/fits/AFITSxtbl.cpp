@@ -2,9 +2,10 @@
 #include "zeltra/fits/AFITSxtbl.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 
 #include "zeltra/core/Text.h"
@@ -58,7 +59,8 @@ AXTblFormat AXTblFormat::Parse(const std::string& tform) {
   AXTblFormat format;
   if (tform.empty()) return format;
   format.type = tform.back();
-  std::from_chars(tform.data(), tform.data() + tform.size(), format.count);
+  const long count = std::strtol(tform.c_str(), nullptr, 10);
+  if (count >= INT16_MIN && count <= INT16_MAX) format.count = static_cast<std::int16_t>(count);
   return format;
 }
 
