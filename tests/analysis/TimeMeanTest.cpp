@@ -114,7 +114,8 @@ TEST(TimeMean, NotesTimesAndPositions) {
   EXPECT_EQ(means.GetStopTime(), -1e38);
   Add(means, 1, 2, {}, 0, 1e30, 1e30);
   EXPECT_DOUBLE_EQ(means.GetMeanTime(), 1e30) << "beyond 64-bit integers";
-  means.Init();
+  const AUVXTimeMeanArray moved(std::move(means));
+  EXPECT_EQ(moved.GetStartTime(), 1e30);
   Add(means, 1, 2, {}, 0, -0.03, -0.03);
   EXPECT_DOUBLE_EQ(means.GetMeanTime(), -0.02) << "rounded toward zero from half a step up";
 }

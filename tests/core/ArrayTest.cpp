@@ -114,6 +114,15 @@ TEST(ArrayImage, RefusesCountsThatTheFileCannotHold) {
   }
 }
 
+TEST(ArrayImage, LeavesAnEmptyArrayWhereThereIsNoMemory) {
+  struct Poor : AArray<int> {
+    int* AMALLOC(int) override { return nullptr; }
+  } poor;
+  OpenTempFile file(std::string("\2\0\0\0", 4) + "12345678");
+  EXPECT_FALSE(poor.Load(file));
+  EXPECT_EQ(poor.count(), 0);
+}
+
 struct Tracked {
   explicit Tracked(int* counter) : alive(counter) { ++*alive; }
   ~Tracked() { --*alive; }

@@ -161,6 +161,10 @@ TEST(ScanList, IsATable) {
   EXPECT_EQ(read.GetStartMJD(), 57754);
   EXPECT_EQ(read.GetSolutionInterval(), 1) << "read as an integer";
 
+  AUVXSkanList moved(std::move(read));
+  EXPECT_EQ(moved.GetStartMJD() + moved.count(), 57756);
+  EXPECT_EQ(read.GetStartMJD() + read.GetSolutionInterval(), 0);
+
   AUVXTable other;
   other.Create(AUVXTable::toHash("SL", 0));
   other.AddColumn("TSTART", "DAYS", "1D");

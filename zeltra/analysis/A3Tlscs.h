@@ -22,6 +22,8 @@ struct ZELTRA_API A3TlscsItem {
         tlsc3_(static_cast<int8_t>(tlsc3)),
         flag_(static_cast<uint8_t>(flag)) {}
 
+  // Antenna numbers of 128 and more read as negative, the form in which they are sorted. AUVXAntenns::ForID needs the
+  // low 8 bits, `tlsc1() & 255`, and silently returns the first antenna for a number that it lacks.
   int tlsc1() const { return tlsc1_; }
   int tlsc2() const { return tlsc2_; }
   int tlsc3() const { return tlsc3_; }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "zeltra/analysis/SearchInternal.h"
 #include "zeltra/analysis/TriangleWalkInternal.h"
@@ -42,12 +43,20 @@ double APhJustify::Justify(double phase) {
   return unwrapped += step;
 }
 
+AUVXTimeMeanArray::AUVXTimeMeanArray(AUVXTimeMeanArray&& other) noexcept
+    : APtrArray(std::move(other)), scope_(std::exchange(other.scope_, {})), complexMean_(other.complexMean_) {}
+
+AUVXTimeMeanArray& AUVXTimeMeanArray::operator=(AUVXTimeMeanArray&& other) noexcept {
+  if (this == &other) return *this;
+  APtrArray::operator=(std::move(other));
+  scope_ = std::exchange(other.scope_, {});
+  complexMean_ = other.complexMean_;
+  return *this;
+}
+
 void AUVXTimeMeanArray::Init() {
   Free();
-  startPos_ = std::numeric_limits<int32_t>::max();
-  endPos_ = -1;
-  startTime_ = kLargestTime;
-  stopTime_ = -kLargestTime;
+  scope_ = {};
 }
 
 void AUVXTimeMeanArray::Add(AUVXVisibility* vis, AUVXGroup& group, int pos, double t1, double t2) {
@@ -56,10 +65,10 @@ void AUVXTimeMeanArray::Add(AUVXVisibility* vis, AUVXGroup& group, int pos, doub
 }
 
 void AUVXTimeMeanArray::Add(AUVXVisibility* vis, ABaseLineItem& base, int pos, double t1, double t2) {
-  startTime_ = std::min(startTime_, t1);
-  stopTime_ = std::max(stopTime_, t2);
-  startPos_ = std::min(startPos_, pos);
-  endPos_ = std::max(endPos_, pos);
+  scope_.startTime = std::min(scope_.startTime, t1);
+  scope_.stopTime = std::max(scope_.stopTime, t2);
+  scope_.startPos = std::min(scope_.startPos, pos);
+  scope_.endPos = std::max(scope_.endPos, pos);
 
   int index = 0;
   if (Find(base, index)) {
@@ -137,7 +146,7 @@ void AUVXTimeMeanArray::CalculateMean() {
 }
 
 double AUVXTimeMeanArray::GetMeanTime() const {
-  return std::trunc((startTime_ + stopTime_) * 50.0 + 0.5) * 0.01;
+  return std::trunc((scope_.startTime + scope_.stopTime) * 50.0 + 0.5) * 0.01;
 }
 
 bool AUVXTimeMeanArray::Find(const ABaseLineItem& base, int& index) const {

@@ -52,12 +52,15 @@ ZELTRA_EXPORT_TEMPLATE(APtrArray<AUVXTimeMeanItem*>);
 ///   the others      then
 ///
 /// Items are owned and kept in the order of fnBLItemCompare. As with every APtrArray, a copy refers to the items of the
-/// original and is valid as long as that lives; a move takes the items over.
+/// original and is valid as long as that lives; a move takes everything over and leaves the original as after Init.
 class ZELTRA_API AUVXTimeMeanArray : public APtrArray<AUVXTimeMeanItem*> {
  public:
   /// @param complexMean  non-zero: average real and imaginary parts; zero: average amplitude and unwrapped phase
   explicit AUVXTimeMeanArray(int complexMean) : APtrArray(0, 0, 32), complexMean_(complexMean) {}
   AUVXTimeMeanArray() : AUVXTimeMeanArray(1) {}
+  AUVXTimeMeanArray(const AUVXTimeMeanArray&) = default;
+  AUVXTimeMeanArray(AUVXTimeMeanArray&& other) noexcept;
+  AUVXTimeMeanArray& operator=(AUVXTimeMeanArray&& other) noexcept;
 
   /// Delete all items and forget times and positions; the mode is kept.
   void Init();
@@ -87,18 +90,21 @@ class ZELTRA_API AUVXTimeMeanArray : public APtrArray<AUVXTimeMeanItem*> {
   double GetMeanTime() const;
 
   /// Smallest record index added; 2147483647 before the first.
-  int GetStartPos() const { return startPos_; }
+  int GetStartPos() const { return scope_.startPos; }
   /// Largest record index added; -1 before the first.
-  int GetEndPos() const { return endPos_; }
+  int GetEndPos() const { return scope_.endPos; }
   /// Smallest first time added; 1e38 before the first.
-  double GetStartTime() const { return startTime_; }
+  double GetStartTime() const { return scope_.startTime; }
   /// Largest second time added; -1e38 before the first.
-  double GetStopTime() const { return stopTime_; }
+  double GetStopTime() const { return scope_.stopTime; }
 
   /// Index of the item with the antennas of `base`, or -1.
   int SearchBaseLine(const ABaseLineItem& base) const;
 
-  /// Fill `antennas` with the distinct antenna numbers, ascending as signed numbers. @return their number
+  /// Fill `antennas` with the distinct antenna numbers, ascending as signed numbers: those of 128 and more read as
+  /// negative. AUVXAntenns::ForID needs the low 8 bits, `number & 255`, and silently returns the first antenna for a
+  /// number that it lacks.
+  /// @return how many there are
   int GetScopeMap(AArray<int>& antennas) const;
 
   /// Every triangle of antennas whose three baselines are present. The caller owns the list, which is never null.
@@ -107,17 +113,19 @@ class ZELTRA_API AUVXTimeMeanArray : public APtrArray<AUVXTimeMeanItem*> {
   AArray<AClosePhItem>* GetClosePhase(int tlsc) const;
 
  private:
-  static constexpr double kLargestTime = 1e38;
+  struct Scope {
+    int32_t startPos = std::numeric_limits<int32_t>::max();
+    int32_t endPos = -1;
+    double startTime = 1e38;
+    double stopTime = -1e38;
+  };
 
   bool Find(const ABaseLineItem& base, int& index) const;
   AUVXTimeMeanItem* NewItem(const AUVXVisibility& vis, const ABaseLineItem& base) const;
   void Accumulate(AUVXTimeMeanItem& item, const AUVXVisibility& vis) const;
   AUVXComplex Slots(const AUVXComplex& value) const;
 
-  int32_t startPos_ = std::numeric_limits<int32_t>::max();
-  int32_t endPos_ = -1;
-  double startTime_ = kLargestTime;
-  double stopTime_ = -kLargestTime;
+  Scope scope_;  // what has been added
   int32_t complexMean_ = 1;
 };
 

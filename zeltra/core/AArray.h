@@ -20,7 +20,7 @@ namespace zeltra {
 /// The image in a file is an int32 count and the elements' bytes, little-endian. An array is used by one thread at a
 /// time. Every block goes through AMALLOC and AFREE, so a derived class can supply another allocator; inside a
 /// constructor or destructor of AArray itself its own versions run. A move hands the block over, so both arrays must
-/// free blocks in the same way. Failed allocations are not detected.
+/// free blocks in the same way. Failed allocations are not detected, except by Load.
 template <typename T>
 class AArray {
  protected:
@@ -85,7 +85,7 @@ class AArray {
   void operator=(const AArray& other);
   void operator=(AArray&& other) noexcept;
 
-  /// Assign `x` to every element in use.
+  /// Assign `x` to every element in use. `a = {}` does this too, with zero: Free empties an array.
   void operator=(const T& x) { std::fill(begin(), end(), T(x)); }
 
   /// Append the elements of `b`; storage that is too small grows to exactly the new count.
@@ -99,7 +99,7 @@ class AArray {
 
   /// Read an image at the current position.
   /// @return non-zero for success. A count that is negative or promises more than the file holds fails before memory is
-  ///         allocated for it; the array is then empty.
+  ///         allocated for it, and so does a count that there is no memory for; the array is then empty.
   int Load(AFile& f);
 
  protected:
@@ -241,7 +241,10 @@ int AArray<T>::Load(AFile& f) {
     Free();
     return believed;
   }
-  if (capacity_ < n) GrowBy(n);
+  if (capacity_ < n && !GrowBy(n).data_) {
+    Free();
+    return 0;
+  }
   count_ = n;
   return ReadWhole(f, data_, static_cast<int64>(Bytes(n)));
 }

@@ -31,7 +31,7 @@ class ZELTRA_API AFile : public ABFile {
   ~AFile() override;
 
   /// Open a file, which others may open too. A newly created file is accessible to its owner only, if the system has
-  /// permissions.
+  /// permissions. A file already open here stays open and can no longer be closed: call Close first.
   /// @param mode  a set of the flags above. WriteOnly opens for reading too, so that what was written can be read back;
   ///              Create empties an existing file. Binary is never implied: pass it if wanted.
   int Open(const char* path, int mode);

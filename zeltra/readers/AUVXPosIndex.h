@@ -12,6 +12,14 @@ class AUVXFreqs;
 
 /// Lists the records of one source without reading them; the counterpart of AUVXRead. Copies are not meant to be used
 /// side by side.
+///
+/// A class that overrides IsDropPosItem goes to the first of its own scans, and counts its own records, in its own
+/// constructor, as for AUVXRead:
+///
+///     const auto drop = [this](AUVXPositionItem& scan) { return MyIndex::IsDropPosItem(scan) != 0; };
+///     freqSel_ = ...;                         // the setup whose frequencies GetFreqs() returns
+///     cursor_.First(drop);
+///     total_ = cursor_.CountRecords(drop);    // for progress; the list ends after total_ + 1 records
 class ZELTRA_API AUVXPosIndex {
  public:
   /// Neither `file`, which must outlive the object, nor `progress`, which may be null, is owned.

@@ -47,8 +47,9 @@ class ZELTRA_API AWork2UVX {
   /// rely on: the days of the records' time stamps are entered as if they were seconds, so that TIME and TIME INTERVAL
   /// are Julian dates and days divided by 86400. A program that needs times reads the records.
   /// @return 0 if Init refused or the run was cancelled: the caller then discards the destination. Otherwise 1, even if
-  ///         writing headers, records or tables failed, which is not checked. A program that has to know asks its own
-  ///         file object, which it attached, or reads the copy.
+  ///         writing headers, records or tables failed, which is not checked, or if records could not be read: of a
+  ///         source that is cut short, the copy holds the records that are there. A program that has to know asks its
+  ///         own file objects, which it attached, or compares the copy with the source.
   int Run();
 
  protected:

@@ -26,6 +26,14 @@ int ParseInteger(const std::string& text) {
 
 template class AArray<AUVXSkanListItem>;
 
+AUVXSkanList& AUVXSkanList::operator=(AUVXSkanList&& other) noexcept {
+  if (this == &other) return *this;
+  AArray::operator=(std::move(other));
+  startMJD_ = std::exchange(other.startMJD_, 0);
+  solutionInterval_ = std::exchange(other.solutionInterval_, 0);
+  return *this;
+}
+
 bool AUVXSkanList::Create(const AUVXTable& table) {
   // Rows without bytes take no space in a file, so their number is not believed.
   GrowBy(table.rowBytes() > 0 ? table.rows() : 0);

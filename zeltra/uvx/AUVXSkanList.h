@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "zeltra/core/AArray.h"
 
@@ -30,8 +31,9 @@ class ZELTRA_API AUVXSkanList : public AArray<AUVXSkanListItem> {
   AUVXSkanList() = default;
   AUVXSkanList(const AUVXSkanList&) = default;
   AUVXSkanList& operator=(const AUVXSkanList&) = default;
-  AUVXSkanList(AUVXSkanList&&) noexcept = default;
-  AUVXSkanList& operator=(AUVXSkanList&&) noexcept = default;
+  /// Take over the contents of `other`, which is then as newly constructed.
+  AUVXSkanList(AUVXSkanList&& other) noexcept { *this = std::move(other); }
+  AUVXSkanList& operator=(AUVXSkanList&& other) noexcept;
 
   /// Read a table, with the keywords MJD0 and SOL_INT.
   ///
