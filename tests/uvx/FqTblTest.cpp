@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/uvx/AUVXFqTbl.h"
 
-
 #include "tests/support/OpenUVX.h"
 #include "tests/support/TempFile.h"
 #include "tests/support/Test.h"
