@@ -435,11 +435,15 @@ TEST(ImportRefuses, WhatIsNoFileOfVisibilitiesByItsName) {
 }
 
 TEST(ImportDamage, ASetupNumberThatIsNoneIsReported) {
-  Imported file(Small().Table(SyntheticTable("AIPS FQ")
-                                  .Columns({{"FRQSEL", "1E"}, {"IF FREQ", "1D"}})
-                                  .Row({std::numeric_limits<double>::quiet_NaN(), 0})));
+  Imported file(Small()
+                    .Table(SyntheticTable("AIPS FQ")
+                               .Columns({{"FRQSEL", "1E"}, {"IF FREQ", "1D"}})
+                               .Row({std::numeric_limits<double>::quiet_NaN(), 0})
+                               .Row({1.5, 0}))
+                    .Table(SyntheticTable("AIPS SU").Columns({{"ID. NO.", "1J"}}).Row({3}).Row({2}).Row({1})));
   ASSERT_TRUE(file.result) << file.result.message();
   EXPECT_TRUE(file.Remarks("setup 1 occurs in the data"));
+  EXPECT_FALSE(file.Remarks("source 1 occurs in the data")) << "its table is in no order";
 }
 
 SyntheticFITS WithTables() {
