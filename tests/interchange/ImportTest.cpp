@@ -337,6 +337,19 @@ TEST(Import, TakesAntennaNumbersInPlaceOfABaseline) {
   }
 }
 
+TEST(Import, MatchesAntennasOfSubarraysByTheFirstRowOfEachNumber) {
+  const SyntheticTable table =
+      SyntheticTable("AIPS AN").Columns({{"ANNAME", "8A"}, {"STABXYZ", "3D"}, {"NOSTA", "1J"}}).Card("EXTVER", 1.);
+  const SyntheticTable first = SyntheticTable(table).Row({"A", 0, 1}).Row({"B", 5, 1}).Row({"C", 10, 2});
+  const SyntheticTable second = SyntheticTable(table).Card("EXTVER", 2.).Row({"B", 5, 1}).Row({"C", 10, 2});
+  const auto parameter = [](int g, int p) { return p == 3 ? 258 + g / 100. : Parameter(g, p); };
+  Imported file(Small().Groups(2, parameter, Value).Table(first).Table(second));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_EQ(file.Group(0).ant1, 1);
+  EXPECT_EQ(file.Group(1).ant1, 3) << "1 is A to all who look it up";
+  EXPECT_EQ(file.Group(1).ant2, 2);
+}
+
 TEST(Import, BlankScalesAreThoseOfTheStandard) {
   SyntheticFITS fits = Small();
   for (const char* card : {"BSCALE  =                      / none", "BZERO   ="}) fits.RawCard(card);
