@@ -411,6 +411,8 @@ TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
       {Small().ReplaceCard("GCOUNT", "GCOUNT  = 3000000000"), "the card GCOUNT = 3000000000 promises more groups"},
       {Small().Table(SyntheticTable("AIPS TY")).ReplaceCard("NAXIS2", "NAXIS2  = 1,5", 1),
        "table \"AIPS TY\": the card NAXIS2 = 1,5 is not"},
+      {Small().Table(idi).Append(Small().Bytes()), "a second FITS file begins at byte 11520;"},
+      {Small().Truncate(5760 + 432).Append(Small().Bytes()), "a second FITS file begins at byte 6192;"},
       {baseline(0), "group 3 has BASELINE 0"},
       {baseline(67586), "group 3 has BASELINE 67586"},
       {baseline(512), "group 3 has BASELINE 512"},
