@@ -228,7 +228,7 @@ TEST(Import, CarriesColumnsBesideThoseItCannot) {
   EXPECT_EQ(last.Key(), "TZERO3") << "it follows its column";
   EXPECT_EQ(std::unique_ptr<AUVXTable>(file.uvx.GetTable("BL"))->FindColumn("ANT1"), 1);
   const AUVXAntenns antennas(*std::unique_ptr<AUVXTable>(file.uvx.GetTable("AN")));
-  EXPECT_EQ(antennas(0).id, 5) << "bits come behind what the list reads";
+  EXPECT_EQ(antennas(0).id, 5) << "bits come after what the list reads";
 }
 
 TEST(Import, AddsUpRepeatedParameters) {
