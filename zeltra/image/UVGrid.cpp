@@ -104,8 +104,9 @@ void UVGrid::Put(double u, double v, std::complex<double> value, std::complex<do
   // The image is formed with exp(-2 pi i (u l + v m)), as in the transform, and east is at low element numbers.
   const double column = -u * cellsPerWavelength_;
   const double line = v * cellsPerWavelength_;
-  Spread(column, line, weight * (value + beam));
-  Spread(-column, -line, weight * (std::conj(value) + beam));
+  const std::complex<double> there = weight * (value + beam), opposite = weight * (std::conj(value) + beam);
+  Spread(column, line, there.real(), there.imag());
+  Spread(-column, -line, opposite.real(), opposite.imag());
 }
 
 void UVGrid::Add(const UVGrid& other) {
@@ -132,7 +133,8 @@ int UVGrid::Load(AFile& f) {
   return ReadWhole(f, &sumOfWeights_, sizeof sumOfWeights_);
 }
 
-void UVGrid::Spread(double column, double line, std::complex<double> value) {
+// The parts of the value are passed apart: as one argument they go through memory, and the first use waits for that.
+void UVGrid::Spread(double column, double line, double real, double imaginary) {
   constexpr int kWidth = GriddingKernel::kWidth;
   double across[kWidth], down[kWidth];
   const int firstColumn = kernel_->Weigh(column, across), firstLine = kernel_->Weigh(line, down);
@@ -140,7 +142,7 @@ void UVGrid::Spread(double column, double line, std::complex<double> value) {
   const int x = firstColumn & wrap, odd = x & 1;
   for (int i = 0; i < kWidth; ++i) {
     const int y = (firstLine + i) & wrap;
-    const std::complex<double> share = down[i] * value;
+    const std::complex<double> share(down[i] * real, down[i] * imaginary);
     std::complex<double>* const cells[2] = {parts_[y & 1][0].Line(y / 2), parts_[y & 1][1].Line(y / 2)};
     if (x + kWidth > wrap) {
       for (int k = 0; k < kWidth; ++k) cells[(x + k) & 1][((x + k) & wrap) / 2] += across[k] * share;

@@ -92,7 +92,7 @@ class UVGrid {
   static const GriddingKernel& Kernel();
   static int HalfLength(int size);
   void Put(double u, double v, std::complex<double> value, std::complex<double> beam, double weight);
-  void Spread(double column, double line, std::complex<double> value);
+  void Spread(double column, double line, double real, double imaginary);
 
   const GriddingKernel* kernel_ = &Kernel();
   AMatrix<std::complex<double>> parts_[2][2];  // [line odd][column odd]
