@@ -1,4 +1,4 @@
-// Everything, for hosts that do not mind. Written by scripts/make-umbrella.
+// All public headers in one, for programs that prefer a single include. Written by scripts/make-umbrella.
 // SPDX-License-Identifier: MIT
 #ifndef ZELTRA_ZELTRA_H_
 #define ZELTRA_ZELTRA_H_

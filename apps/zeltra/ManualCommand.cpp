@@ -77,7 +77,7 @@ std::string Page(const AJobDescription& job, const CLI::App& command) {
   return text + "\n## Exit codes\n\n" + Head({"code", "meaning"}) + Row({std::to_string(kDone), "done"}) +
          Row({std::to_string(kFailed), "failed; a sentence on standard error says why"}) +
          Row({std::to_string(kWrongUsage), "wrong usage"}) +
-         Row({std::to_string(kCancelled), "cancelled by Ctrl-C; 128 and its number after another signal"});
+         Row({std::to_string(kCancelled), "cancelled by Ctrl-C; 128 plus the signal's number after any other signal"});
 }
 
 AResult WritePages(const std::string& folder, const Session& session, const CLI::App& app) {

@@ -130,7 +130,7 @@ class TableImage:
         raise KeyError(f"there is no column {name}")
 
     def column_at(self, place: int) -> NDArray[Any]:
-        """A column by its place."""
+        """A column by its position."""
         start, column = sum(before.bytes for before in self.columns[:place]), self.columns[place]
         return _decoded(np.ascontiguousarray(self.rows[:, start:start + column.bytes]), column)
 

@@ -1,7 +1,7 @@
-"""The jobs of the command `zeltra`: a function each, with the same options. Made by scripts/make-python-jobs.
+"""The jobs of the command `zeltra`: one function each, with the same options. Made by scripts/make-python-jobs.
 
 Files are given by their names, or as what `zeltra.open` and `select` return. A selection sets the options that it
-stands for. Options that are None have the default of the command. IFs, channels and scans count from 0. Flags, progress
+stands for. Options left at None take the default of the command. IFs, channels and scans count from 0. Flags, progress
 and failures are those of `zeltra.run`.
 """
 # SPDX-License-Identifier: MIT
@@ -229,8 +229,8 @@ def average(input: Input, *, interval: Real, output: Path | None = None, source:
             no_sync: bool = False, progress: Progress | None = None) -> Result:
     """Average visibilities in time, into a table or a UVX file.
 
-    A line an interval and baseline, in time order, each source and setup by itself. Flagged records and values do not
-    count. A UVX file of averages keeps the tables of the input and its scans; the baseline list is made anew.
+    One line per interval and baseline, in time order, each source and setup by itself. Flagged records and values do
+    not count. A UVX file of averages keeps the tables of the input and its scans; the baseline list is made anew.
 
     Parameters
     ----------
@@ -309,8 +309,8 @@ def closure(input: Input, *, interval: Real, source: Names | None = None, freqse
             progress: Progress | None = None) -> Result:
     """Form closure phases or closure amplitudes.
 
-    A line an interval and triangle of antennas, or quadrangle, whose baselines have valid values, in time order, each
-    source and setup by itself. Visibilities are averaged over the interval first, those of each IF, channel and
+    One line per interval and triangle of antennas, or quadrangle, whose baselines have valid values, in time order,
+    each source and setup by itself. Visibilities are averaged over the interval first, those of each IF, channel and
     polarisation by themselves; then their closures are averaged.
 
     Parameters
@@ -346,7 +346,7 @@ def closure(input: Input, *, interval: Real, source: Names | None = None, freqse
     stokes : str, int or list
         Polarisations that are stored, as in RR,LL; default: the parallel hands, or I in a file without them.
     each : bool
-        A line for each IF, channel and polarisation, instead of their mean.
+        One line for each IF, channel and polarisation, instead of their mean.
     incoherent : bool
         Average the bispectra of the time stamps over an interval, not the visibilities, where intervals are longer than
         the coherence time.
@@ -378,8 +378,8 @@ def loops(input: Input, *, baseline: Text, max: int | None = None, source: Names
           progress: Progress | None = None) -> Result:
     """List the chains of baselines that lead from one antenna to another.
 
-    A line a chain, as in 2-5 5-7 7-3 for 2-3. Baselines count that the table BL lists as not flagged, or those of the
-    records in a file without that table.
+    One line per chain, as in 2-5 5-7 7-3 for 2-3. Baselines count that the table BL lists as not flagged, or those of
+    the records in a file without that table.
 
     Parameters
     ----------
@@ -410,9 +410,9 @@ def copy(input: Input, out: Path, *, source: Names | None = None, freqsel: int |
          progress: Progress | None = None) -> Result:
     """Copy a UVX file, or the part of it that is selected.
 
-    Scans are kept as far as they have records, the baseline list is made anew, antennas and sources that have no
-    records any more are left out, as are rows of other tables about such sources. Frequencies stay right where IFs or
-    channels are left out.
+    Scans are kept if they still have records, the baseline list is made anew, antennas and sources that have no records
+    any more are left out, as are rows of other tables about such sources. Frequencies stay right where IFs or channels
+    are left out.
 
     Parameters
     ----------
@@ -477,9 +477,9 @@ def sort(input: Input, out: Path, *, order: Text | None = None, memory: Real | N
     descending |u|, Y descending |v|, Z ascending |u|, M ascending |v|, as second one also * for none. Records of one
     time and baseline are ordered by source, then setup, in TB and BT. The list of scans is made anew.
 
-    Jobs that average or close need time order, the default. A file that is in order is copied. Where the records do not
-    fit into the memory, some are read several times, or as much room as the file takes is needed beside the output for
-    as long as the job runs.
+    Averages and closures need time order, the default. A file that is in order is copied. Where the records do not fit
+    into the memory, some are read several times, or as much room as the file takes is needed beside the output for as
+    long as the job runs.
 
     Parameters
     ----------
@@ -522,7 +522,7 @@ def split(input: Input, folder: Path, *, source: Names | None = None, freqsel: i
     input : str, os.PathLike, File or Selection
         UVX, or UV FITS, which is imported first.
     folder : str or os.PathLike
-        Where to make the files; it is made where it is not there.
+        Where to make the files; created if it does not exist.
     source : str, int or list
         Numbers or names of sources; =7 is the source named 7; default: all.
     freqsel : int
@@ -578,7 +578,7 @@ def join(inputs: Sequence[Input], out: Path, *, parts: bool = False, force: bool
     out : str or os.PathLike
         The file to make.
     parts : bool
-        Join the parts of OUT.uvx, of which no name is given.
+        Join the parts of OUT.uvx, whose own names are not given.
     force : bool
         Replace an output that exists.
     no_sync : bool
@@ -741,10 +741,10 @@ def uvw(input: Input, out: Path, *, force: bool = False, no_sync: bool = False,
         progress: Progress | None = None) -> Result:
     """Compute u, v, w anew from antennas, source and time.
 
-    Files do not tell reliably in which frame the positions of their antennas are: both hands, geocentric and local
-    axes, sources of date and at their equinox are tried, and what gives the file's own u, v, w is taken. Where nothing
-    fits within 1 % there is no output. Prints how far the new coordinates lie from those in the file: the largest
-    difference of u, v and w and its root mean square, in seconds of light travel time and in metres.
+    Files do not say reliably in which frame the positions of their antennas are. Both hands, geocentric and local axes,
+    and source positions of date and of their equinox are tried, and the combination that gives the file's own u, v, w
+    is taken. Where nothing fits within 1 % there is no output. Prints how far the new coordinates lie from those in the
+    file: the largest difference of u, v and w and its root mean square, in seconds of light travel time and in metres.
 
     Parameters
     ----------
@@ -916,7 +916,7 @@ def plan(input: Input, *, interval: Real, source: Names | None = None, freqsel: 
     baseline : str, int or list
         Only these baselines, as in 2-5,PT-LA, stored in either order; default: all.
     parts : int
-        Number of workers, to show which of them does which part; from 1 to 1000; default: one.
+        Number of workers, to show which worker does which part; from 1 to 1000; default: one.
     progress : callable, optional
         Called with the step and its percentage.
 
@@ -1032,7 +1032,7 @@ def solve(input: Input, *, output: Path, model: Text, mode: Literal["p", "ap", "
     values do not count. A UVX file of gains has the records and tables of the input and one more table SN; zeltra apply
     corrects records by it. OUT.gain holds the gains alone.
 
-    A line an antenna tells how many gains it has, and why it lacks others: in an interval there are too few antennas
+    One line per antenna says how many gains it has, and why it lacks others: in an interval there are too few antennas
     with visibilities of each other (--min-antennas), it is not connected with the others, the amplitudes are not
     determined, the signal-to-noise ratio is low (--snr), or the solution has not converged after 1000 iterations. Gains
     that were not found have weight 0. Chi^2 is that of the visibilities whose two antennas have gains, over twice their
@@ -1384,8 +1384,8 @@ def clean(input: Input, out: Path, *, save_model: Path | None = None, residual: 
     stop : str or os.PathLike, or a list of them
         End where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute
         deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; flux=JY ends where the components
-        add up to so much, negative where the largest pixel is negative; several are separated by commas. A time, with a
-        colon or above 9999, given beside that: no records after it; default: 3sigma.
+        add up to this flux, negative where the largest pixel is negative; several are separated by commas. A time, with
+        a colon or above 9999, given beside that: no records after it; default: 3sigma.
     window : str or os.PathLike
         File of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east; default: the inner quarter of
         the image.
@@ -1516,8 +1516,8 @@ def selfcal(input: Input, out: Path, *, image: Path | None = None, save_model: P
     stop : str or os.PathLike, or a list of them
         End where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute
         deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; flux=JY ends where the components
-        add up to so much, negative where the largest pixel is negative; several are separated by commas. A time, with a
-        colon or above 9999, given beside that: no records after it; default: 3sigma.
+        add up to this flux, negative where the largest pixel is negative; several are separated by commas. A time, with
+        a colon or above 9999, given beside that: no records after it; default: 3sigma.
     window : str or os.PathLike
         File of windows to search: lines of xmin, xmax, ymin, ymax in mas, x to the east; default: the inner quarter of
         the image.

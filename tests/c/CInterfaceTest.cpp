@@ -166,7 +166,7 @@ TEST_F(CInterface, RefusesMisuse) {
   const char* uvx = uvx_.c_str();
   const Case cases[] = {
       {"dance", {uvx}, {}, {}, "there is no job dance"},
-      {nullptr, {uvx}, {}, {}, "there is no job"},
+      {nullptr, {uvx}, {}, {}, "no job is named"},
       {"average", {uvx}, {}, {"interval=30", "robst"}, "average has no option robst"},
       {"average", {uvx}, {}, {"interval=thirty"}, "interval: "},
       {"average", {uvx}, {}, {"interval=1", "interval=2"}, "interval is given twice"},

@@ -254,6 +254,7 @@ TEST(FITSWalk, EndsAtAnExtensionThatCannotBeRead) {
     EXPECT_FALSE(file.fits.EndsCleanly()) << card;
   }
   EXPECT_TRUE(ReadFITS(whole).fits.EndsCleanly());
+  EXPECT_FALSE(ReadFITS(SyntheticFITS(whole).Append(whole.Bytes())).fits.EndsCleanly()) << "two files";
 }
 
 TEST(FITSOpen, FailsCleanly) {

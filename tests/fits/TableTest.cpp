@@ -111,7 +111,7 @@ TEST(TableCells, ReadAsText) {
 TEST(TableCells, HaveNames) {
   ReadTable table(Mixed());
   EXPECT_EQ(table->asStringName(1), "NUMBER [1J]");
-  EXPECT_EQ(table->asStringName(2), "(1)-NAME [8A]") << "numbered by the vector field behind it";
+  EXPECT_EQ(table->asStringName(2), "(1)-NAME [8A]") << "numbered by the vector field after it";
   EXPECT_EQ(table->asStringName(3), "(1)-FLUX [3E]");
   EXPECT_EQ(table->asStringName(4), "(2)-FLUX [3E]");
   EXPECT_EQ(table->asStringName(6), "(1)-BITS [16X]") << "numbered by itself, the last field";

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <chrono>
 
 #include "tests/support/Test.h"
 #include "zeltra/image/AEllipse.h"
@@ -82,12 +81,11 @@ TEST(PtInLine, HitsThePixelsThatAreDrawn) {
 }
 
 TEST(PtInLine, TakesCoordinatesOfAnySize) {
-  // If the line were walked pixel by pixel, each of these would take seconds.
-  const auto start = std::chrono::steady_clock::now();
-  for (const int y : {0, INT_MAX}) EXPECT_EQ(APtInLine(0, -1, INT_MAX, 0).PtInLine(INT_MIN, 0, INT_MAX, y), 0);
+  // If the line were walked pixel by pixel, each of these would take seconds, and all of them longer than a test may.
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(APtInLine(0, -1, INT_MAX, 0).PtInLine(INT_MIN, i, INT_MAX, INT_MAX), 0);
+  EXPECT_EQ(APtInLine(0, -1, INT_MAX, 0).PtInLine(INT_MIN, 0, INT_MAX, 0), 0);
   EXPECT_EQ(APtInLine(INT_MAX, INT_MAX, 0, 0).PtInLine(INT_MIN, INT_MIN, INT_MAX, INT_MAX), 1);
   EXPECT_EQ(APtInLine(0, 0, 0, 0).PtInLine(INT_MAX, INT_MIN, INT_MIN, INT_MAX), 0) << "x + y is -1";
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
   EXPECT_EQ(APtInLine(INT_MIN, INT_MIN, 0, 0).PtInLine(INT_MIN, INT_MIN, INT_MAX, INT_MAX), 1);
   EXPECT_EQ(APtInLine(INT_MIN, 0, INT_MAX, 0).PtInLine(INT_MAX, 0, INT_MAX - 3, 0), 0);
 }

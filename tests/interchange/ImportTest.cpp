@@ -228,7 +228,7 @@ TEST(Import, CarriesColumnsBesideThoseItCannot) {
   EXPECT_EQ(last.Key(), "TZERO3") << "it follows its column";
   EXPECT_EQ(std::unique_ptr<AUVXTable>(file.uvx.GetTable("BL"))->FindColumn("ANT1"), 1);
   const AUVXAntenns antennas(*std::unique_ptr<AUVXTable>(file.uvx.GetTable("AN")));
-  EXPECT_EQ(antennas(0).id, 5) << "bits come behind what the list reads";
+  EXPECT_EQ(antennas(0).id, 5) << "bits come after what the list reads";
 }
 
 TEST(Import, AddsUpRepeatedParameters) {
@@ -337,6 +337,19 @@ TEST(Import, TakesAntennaNumbersInPlaceOfABaseline) {
   }
 }
 
+TEST(Import, MatchesAntennasOfSubarraysByTheFirstRowOfEachNumber) {
+  const SyntheticTable table =
+      SyntheticTable("AIPS AN").Columns({{"ANNAME", "8A"}, {"STABXYZ", "3D"}, {"NOSTA", "1J"}}).Card("EXTVER", 1.);
+  const SyntheticTable first = SyntheticTable(table).Row({"A", 0, 1}).Row({"B", 5, 1}).Row({"C", 10, 2});
+  const SyntheticTable second = SyntheticTable(table).Card("EXTVER", 2.).Row({"B", 5, 1}).Row({"C", 10, 2});
+  const auto parameter = [](int g, int p) { return p == 3 ? 258 + g / 100. : Parameter(g, p); };
+  Imported file(Small().Groups(2, parameter, Value).Table(first).Table(second));
+  ASSERT_TRUE(file.result) << file.result.message();
+  EXPECT_EQ(file.Group(0).ant1, 1);
+  EXPECT_EQ(file.Group(1).ant1, 3) << "1 is A to all who look it up";
+  EXPECT_EQ(file.Group(1).ant2, 2);
+}
+
 TEST(Import, BlankScalesAreThoseOfTheStandard) {
   SyntheticFITS fits = Small();
   for (const char* card : {"BSCALE  =                      / none", "BZERO   ="}) fits.RawCard(card);
@@ -398,6 +411,8 @@ TEST(ImportRefuses, WhatDoesNotFitWithASentence) {
       {Small().ReplaceCard("GCOUNT", "GCOUNT  = 3000000000"), "the card GCOUNT = 3000000000 promises more groups"},
       {Small().Table(SyntheticTable("AIPS TY")).ReplaceCard("NAXIS2", "NAXIS2  = 1,5", 1),
        "table \"AIPS TY\": the card NAXIS2 = 1,5 is not"},
+      {Small().Table(idi).Append(Small().Bytes()), "a second FITS file begins at byte 11520;"},
+      {Small().Truncate(5760 + 432).Append(Small().Bytes()), "a second FITS file begins at byte 6192;"},
       {baseline(0), "group 3 has BASELINE 0"},
       {baseline(67586), "group 3 has BASELINE 67586"},
       {baseline(512), "group 3 has BASELINE 512"},
@@ -435,11 +450,15 @@ TEST(ImportRefuses, WhatIsNoFileOfVisibilitiesByItsName) {
 }
 
 TEST(ImportDamage, ASetupNumberThatIsNoneIsReported) {
-  Imported file(Small().Table(SyntheticTable("AIPS FQ")
-                                  .Columns({{"FRQSEL", "1E"}, {"IF FREQ", "1D"}})
-                                  .Row({std::numeric_limits<double>::quiet_NaN(), 0})));
+  Imported file(Small()
+                    .Table(SyntheticTable("AIPS FQ")
+                               .Columns({{"FRQSEL", "1E"}, {"IF FREQ", "1D"}})
+                               .Row({std::numeric_limits<double>::quiet_NaN(), 0})
+                               .Row({1.5, 0}))
+                    .Table(SyntheticTable("AIPS SU").Columns({{"ID. NO.", "1J"}}).Row({3}).Row({2}).Row({1})));
   ASSERT_TRUE(file.result) << file.result.message();
   EXPECT_TRUE(file.Remarks("setup 1 occurs in the data"));
+  EXPECT_FALSE(file.Remarks("source 1 occurs in the data")) << "its table is in no order";
 }
 
 SyntheticFITS WithTables() {

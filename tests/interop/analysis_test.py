@@ -625,7 +625,7 @@ class Analysis(Case):
             self.frugal(10, *command)
 
     def frugal(self, most, *command):
-        """What a command prints that takes at most so many MiB more than one that does nothing."""
+        """What a command prints that takes at most `most` MiB more than one that does nothing."""
         text, taken = memory(*command)
         self.assertLess(taken - self.idle, most * 1024, command)
         return text

@@ -8,7 +8,7 @@ import unittest
 
 from command import ALL, SHARED as LIBRARY, Case, contents, put, run, zeltra
 
-# Of each kind of call of each job at least so many fail, and one with each error, unless all do with all.
+# At least this many calls of each kind fail in each job, and one with each error; with --all every call with every error.
 SAMPLES = 2
 
 CALLS = {"open": [errno.EIO, errno.EMFILE], "read": [errno.EIO, 0, -1], "write": [errno.ENOSPC, 0, -1]}

@@ -26,19 +26,19 @@ class Robustness(Case):
     def leftovers(self):
         return [name for name in os.listdir(self.folder) if not name.startswith("sim.")]
 
-    def written(self):
-        """How many bytes of outputs there are, -1 without any."""
+    def written(self, start=""):
+        """How many bytes there are of outputs whose names start so, -1 without any."""
         try:
-            sizes = [os.path.getsize(self.path(name)) for name in self.leftovers()]
+            sizes = [os.path.getsize(self.path(name)) for name in self.leftovers() if name.startswith(start)]
         except FileNotFoundError:  # renamed just now
-            return self.written()
+            return self.written(start)
         return sum(sizes) if sizes else -1
 
-    def interrupted(self, number, size, *command):
+    def interrupted(self, number, size, *command, start=""):
         """Exit code of a job that gets a signal once its outputs have a size."""
         process = subprocess.Popen([ZELTRA, *map(str, command)], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                    env=dict(os.environ, TMPDIR=self.folder))
-        while process.poll() is None and self.written() < size:
+        while process.poll() is None and self.written(start) < size:
             time.sleep(1e-4)
         process.send_signal(number)
         return process.wait()
@@ -51,8 +51,6 @@ class Robustness(Case):
         jobs = [("import", fits, out), ("export", uvx, out), ("copy", fits, out), ("uvw", uvx, out),
                 ("average", fits, "-o", out, "--interval", -1), ("average", fits, "--csv", "--interval", -1)]
         cases = [(job, share, number) for job in jobs for share, number in ((0, signal.SIGINT), (0.5, signal.SIGTERM))]
-        # Jobs on UV FITS files begin with an import.
-        cases += [(jobs[2], 1.3, signal.SIGHUP), (jobs[4], 1.3, signal.SIGINT)]
         cases += [((*jobs[0], "--no-sync"), share, signal.SIGKILL) for share in (0, 0.3, 0.6, 0.9, 0.99, 1)]
         for job, share, number in cases:
             code = self.interrupted(number, share * size, *job)
@@ -69,6 +67,11 @@ class Robustness(Case):
                     self.assertEqual((number, contents(self.path(name))), (signal.SIGKILL, contents(self.path("sim.whole"))), (job, name))
                 os.remove(self.path(name))
         self.assertGreater(stopped, len(cases) // 2)
+        # Jobs on UV FITS files begin with an import, into a file with another name.
+        for job, number in (jobs[2], signal.SIGHUP), (jobs[4], signal.SIGINT):
+            codes = (self.interrupted(number, 0, *job, "--force", start="out.") for _ in range(9))
+            self.assertEqual(next(filter(None, codes), 0), 128 + number, job)
+            self.assertEqual([name for name in self.leftovers() if name != "out"], [], job)
 
     def test_a_full_disk_gives_an_error_and_no_output(self):
         source = self.exported("--minutes", "4")

@@ -44,7 +44,7 @@ def source_table(names):
 
 
 def odd_table():
-    """Columns of every type that tables carry, a string with garbage behind its end, and types that they do not."""
+    """Columns of every type that tables carry, a string with garbage after its end, and types that they do not."""
     columns = [
         fits.Column("BITS", "12X", array=np.arange(24).reshape(2, 12) % 3 == 0),
         fits.Column("FLAGS", "3L", array=np.array([[True, False, True], [False, False, True]])),

@@ -13,6 +13,7 @@
 #include "zeltra/uvx/AUVXSources.h"
 #include "zeltra/uvx/AUVXTable.h"
 #include "zeltra/uvx/AUVXVisibility.h"
+#include "zeltra/uvx/BaseLineCollectorInternal.h"
 
 namespace zeltra::test {
 namespace {
@@ -357,6 +358,24 @@ TEST(AUVXBaseLines, AreSortedAndEachThereOnce) {
 
   EXPECT_EQ(Elements(list.getSourceMap()), (std::vector<short>{-1, 1, 2}));
   EXPECT_EQ(Elements(list.getTlscMap()), (std::vector{1, 2, 3, 4, 200, 255}));
+}
+
+TEST(AUVXBaseLines, AreCollectedQuicklyHoweverManyThereAre) {
+  constexpr int kBaselines = 1 << 21;  // inserted one by one, they would take minutes
+  BaseLineCollector collector;
+  for (int i = 0; i < 2 * kBaselines; ++i) {
+    const int scrambled = static_cast<int>(i * 2654435761u % kBaselines);  // each number twice
+    const int flag = i < kBaselines || scrambled % 2;
+    collector.Take(Group(scrambled >> 16, 1, 0, scrambled >> 8, scrambled, flag));
+  }
+  ASSERT_EQ(collector.list().count(), kBaselines);
+  int wrong = 0, number = 0;
+  for (const AUVXBaseLineItem& item : collector.list()) {
+    const int source = number >> 16, tlsc1 = (number >> 8 & 0xFF) - 128, tlsc2 = (number & 0xFF) - 128;
+    wrong += item.source != source || item.tlsc1 != tlsc1 || item.tlsc2 != tlsc2 || item.flag != number % 2;
+    ++number;
+  }
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST(AUVXBaseLines, ComeBackFromTheirTableInAnyOrder) {

@@ -246,7 +246,7 @@ TEST(AUVXTableRows, AreDeletedByAscendingNumbers) {
   EXPECT_EQ(after({0, 1, 2, 3, 4}), std::vector<int>());
   EXPECT_EQ(after({4}), (std::vector{0, 1, 2, 3}));
   EXPECT_EQ(after({}), (std::vector{0, 1, 2, 3, 4}));
-  EXPECT_EQ(after({9, 10}), (std::vector{0, 1, 2, 3})) << "a list that begins behind the end drops the last row";
+  EXPECT_EQ(after({9, 10}), (std::vector{0, 1, 2, 3})) << "a list that begins after the end drops the last row";
   EXPECT_EQ(after({-3, 1}), (std::vector{0, 1, 2, 3, 4}));
   AUVXTable empty = Numbered(0);
   AArray<int> rows = ArrayOf({0});

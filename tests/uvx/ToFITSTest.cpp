@@ -89,7 +89,7 @@ TEST(AUVXToFITSHeader, NamesSourceAndSetupWhereTheyDiffer) {
   EXPECT_TRUE(needs(SyntheticUVX().Sources(2).Tables()));
   EXPECT_TRUE(needs(SyntheticUVX(plain).Edit([](SyntheticRecord& record) { record.source = 7; })));
   EXPECT_TRUE(needs(SyntheticUVX(plain).Edit([](SyntheticRecord& record) { record.frqsel = 2; })));
-  EXPECT_TRUE(needs(SyntheticUVX(plain).Put(16, int32_t{7}))) << "a record behind the index";
+  EXPECT_TRUE(needs(SyntheticUVX(plain).Put(16, int32_t{7}))) << "a record after the index";
   EXPECT_EQ(Value(Header(SyntheticUVX().Sources(2).Tables()), "OBJECT"), "'MULTI   '");
 }
 

@@ -161,7 +161,7 @@ std::string WithTablesAdded(const SyntheticUVX& records, MemoryFile&& file) {
   return file.bytes;
 }
 
-TEST(UVXFileTables, LieBehindTheRecordsInTheOrderAdded) {
+TEST(UVXFileTables, FollowTheRecordsInTheOrderAdded) {
   const SyntheticUVX records = SyntheticUVX().Antennas(5).Times(1);
   EXPECT_TRUE(WithTablesAdded(records, MemoryFile(records.Bytes())) == SyntheticUVX(records).Tables().Bytes());
 }
@@ -191,7 +191,7 @@ TEST(UVXFileOpening, FindsAndStoresPolarisations) {
   int index = -7;
   EXPECT_TRUE(stokes.FindStokes(2, index));
   EXPECT_EQ(index, 1) << "the first of two";
-  EXPECT_FALSE(stokes.FindStokes(0, index)) << "codes behind the count do not count";
+  EXPECT_FALSE(stokes.FindStokes(0, index)) << "codes after the count do not count";
   EXPECT_EQ(index, 1);
   stokes(1) = -8;
   ASSERT_TRUE(stokes.Store(uvx));

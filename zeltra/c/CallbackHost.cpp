@@ -65,7 +65,7 @@ AResult CallbackHost::Text(std::string_view text) {
 
 AResult CallbackHost::Run(const std::string& task, int parts) {
   const bool isDone = HandOver([&] { return callbacks_.parts(callbacks_.user, task.c_str(), parts) == 0; });
-  return isDone ? AResult::Ok() : AResult::Cancel("cancelled by the program that has its parts done");
+  return isDone ? AResult::Ok() : AResult::Cancel("cancelled by the program that runs its parts");
 }
 
 std::intptr_t CallbackHost::SendMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) {

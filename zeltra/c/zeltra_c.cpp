@@ -38,7 +38,7 @@ std::optional<zeltra_callbacks> CallbacksOf(const zeltra_callbacks* given) {
 AResult RunJob(const char* name, const char* const* inputs, const char* const* outputs, const char* const* options,
                const zeltra_callbacks* given) {
   const AJob* job = FindJob(name ? name : "");
-  if (!job) return AResult::Misuse("there is no job " + CleanText(name ? name : "without a name"));
+  if (!job) return AResult::Misuse(name ? "there is no job " + CleanText(name) : "no job is named");
   const std::optional<zeltra_callbacks> callbacks = CallbacksOf(given);
   if (!callbacks) return AResult::Misuse("the callbacks have a size that this version of the library does not know");
   const AJobDescription& description = job->description();
@@ -53,7 +53,7 @@ AResult RunJob(const char* name, const char* const* inputs, const char* const* o
 AResult RunPart(const char* task, int part, const zeltra_callbacks* given) {
   const std::optional<zeltra_callbacks> callbacks = CallbacksOf(given);
   if (!callbacks) return AResult::Misuse("the callbacks have a size that this version of the library does not know");
-  if (!task) return AResult::Misuse("there is no task without a name");
+  if (!task) return AResult::Misuse("no task is named");
   CallbackHost host(*callbacks);
   JobOptions options;
   return host.Run(options, [&] { return RunImagePart(task, part, options); });

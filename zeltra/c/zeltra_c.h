@@ -134,7 +134,7 @@ ZELTRA_C_API const char* const* zeltra_jobs(void);
  *                   "repeated", "excludes", "help"}],
  *      "columns": [{"name", "type", "unit", "help"}]}
  *
- * Files whose "option" is null are given to zeltra_run by their place, others as an option of that name. "list" says
+ * Files whose "option" is null are given to zeltra_run by position, others as an option of that name. "list" says
  * that there may be several of them. An option that is "repeated", or a list, may be given several times. The kind of
  * an option is "flag", "whole", "real", "text", "time", "range", "text list", "number list" or "choice". "default" is
  * text, in the form of a value or in words; "min", "max" and "special" (a value allowed outside the range) are numbers.
@@ -154,7 +154,7 @@ ZELTRA_C_API const char* zeltra_job_json(const char* job);
  *
  * @param job        name of the job, as in "average"
  * @param inputs     the files to read, in the order of the job's description
- * @param outputs    the files to make that the command takes by their place, in that order. Those that it takes as
+ * @param outputs    the files to make that the command takes by position, in that order. Those that it takes as
  *                   options are options here as well: "output=a.uvx" of average, "fits=a.fits" of image.
  * @param options    "NAME=VALUE", the value being all after the first '='; a flag is "NAME". The same names and values
  *                   as on the command line, without dashes: "interval=30", "source=3C273,7", "force". What the command

@@ -320,7 +320,7 @@ AResult Applier::Finish() {
     summary_.remarks.push_back(
         std::to_string(summary_.missing) + " valid visibilities (" +
         RoundedNumber(100 * static_cast<double>(summary_.missing) / all, 3) + " %) have no solution and are " +
-        (options_.passMissing ? "passed as they are" : "flagged") + "; solutions are missing of " + names);
+        (options_.passMissing ? "passed as they are" : "flagged") + "; there are no solutions for " + names);
   }
   ApplyOptions told = options_;
   told.gains = told.gains.substr(told.gains.find_last_of("/\\") + 1);

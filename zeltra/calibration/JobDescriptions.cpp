@@ -24,7 +24,7 @@ AJobDescription DescribeSolve() {
       "count. A UVX file of gains has the records and tables of the input and one more table SN; zeltra apply corrects "
       "records by "
       "it. OUT.gain holds the gains alone.\n\n"
-      "A line an antenna tells how many gains it has, and why it lacks others: in an interval there are too few "
+      "One line per antenna says how many gains it has, and why it lacks others: in an interval there are too few "
       "antennas with "
       "visibilities of each other (--min-antennas), it is not connected with the others, the amplitudes are not "
       "determined, the "

@@ -43,7 +43,10 @@ int AFITS::ReadHeaders() {
 bool AFITS::EndsCleanly() const {
   if (!main_ || !file_) return false;
   const AFITSbase* last = main_.get();
-  if (tables_.count() > 0) last = tables_(tables_.count() - 1);
+  for (const AFITSxtbl* table : tables_) {
+    if (!table->CardText(0).starts_with("XTENSION")) return false;
+    last = table;
+  }
   if (last->nextHeader() < 0) return false;
   const int64 size = file_->GetFileSize();
   return size >= last->dataStart() + int64{last->groupBytes()} * last->gcount() && size <= last->nextHeader();

@@ -40,9 +40,10 @@ class ZELTRA_API AFITS {
   ///         a table for it.
   int ReadHeaders();
 
-  /// Whether ReadHeaders() reached the end of the file: all headers could be read, the data of each are in the file,
-  /// and nothing follows the last data but the padding of their block, which need not be complete. False if the file is
-  /// cut short, if a header cannot be read, or if other bytes follow.
+  /// Whether ReadHeaders() reached the end of the file: all headers could be read, those after the first begin with the
+  /// card XTENSION, the data of each are in the file, and nothing follows the last data but the padding of their block,
+  /// which need not be complete. False if the file is cut short, if a header cannot be read, or if another file or
+  /// other bytes follow.
   bool EndsCleanly() const;
 
   /// The first extension whose EXTNAME contains `name`, since writers add words to it; null if there is none.

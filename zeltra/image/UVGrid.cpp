@@ -17,18 +17,22 @@ const double kBeta = kPi * std::sqrt(kHalfWidth * kHalfWidth * 2.25 - 0.8);
 
 }  // namespace
 
-GriddingKernel::GriddingKernel() : table_(kWidth / 2 * kSteps + 2) {
+GriddingKernel::GriddingKernel() : table_((kSteps + 1) * kWidth) {
   const double atCenter = std::cyl_bessel_i(0.0, kBeta);
   for (size_t i = 0; i < table_.size(); ++i) {
-    const double part = static_cast<double>(i) / (kSteps * kHalfWidth);
-    table_[i] = part < 1.0 ? std::cyl_bessel_i(0.0, kBeta * std::sqrt(1.0 - part * part)) / atCenter : 0.0;
+    const double distance = static_cast<double>(i / kWidth) / kSteps + static_cast<double>(i % kWidth) - kHalfWidth;
+    const double part = distance / kHalfWidth;
+    table_[i] = std::fabs(part) < 1.0 ? std::cyl_bessel_i(0.0, kBeta * std::sqrt(1.0 - part * part)) / atCenter : 0.0;
   }
 }
 
-double GriddingKernel::operator()(double distance) const {
-  const double step = std::fabs(distance) * kSteps;
+int GriddingKernel::Weigh(double place, double* weights) const {
+  const double first = std::ceil(place - kHalfWidth);
+  const double step = (first - (place - kHalfWidth)) * kSteps;
   const auto i = static_cast<size_t>(step);
-  return table_[i] + (step - static_cast<double>(i)) * (table_[i + 1] - table_[i]);
+  const double* row = table_.data() + i * kWidth;
+  for (int k = 0; k < kWidth; ++k) weights[k] = row[k] + (step - static_cast<double>(i)) * (row[k + kWidth] - row[k]);
+  return static_cast<int>(first);
 }
 
 double GriddingKernel::Transform(double frequency) {
@@ -100,8 +104,9 @@ void UVGrid::Put(double u, double v, std::complex<double> value, std::complex<do
   // The image is formed with exp(-2 pi i (u l + v m)), as in the transform, and east is at low element numbers.
   const double column = -u * cellsPerWavelength_;
   const double line = v * cellsPerWavelength_;
-  Spread(column, line, weight * (value + beam));
-  Spread(-column, -line, weight * (std::conj(value) + beam));
+  const std::complex<double> there = weight * (value + beam), opposite = weight * (std::conj(value) + beam);
+  Spread(column, line, there.real(), there.imag());
+  Spread(-column, -line, opposite.real(), opposite.imag());
 }
 
 void UVGrid::Add(const UVGrid& other) {
@@ -128,20 +133,27 @@ int UVGrid::Load(AFile& f) {
   return ReadWhole(f, &sumOfWeights_, sizeof sumOfWeights_);
 }
 
-void UVGrid::Spread(double column, double line, std::complex<double> value) {
+// The parts of the value are passed apart: as one argument they go through memory, and the first use waits for that.
+void UVGrid::Spread(double column, double line, double real, double imaginary) {
   constexpr int kWidth = GriddingKernel::kWidth;
-  const int firstColumn = static_cast<int>(std::ceil(column - kHalfWidth));
-  const int firstLine = static_cast<int>(std::ceil(line - kHalfWidth));
+  double across[kWidth], down[kWidth];
+  const int firstColumn = kernel_->Weigh(column, across), firstLine = kernel_->Weigh(line, down);
   const int wrap = 2 * half_ - 1;  // a mask for a power of two; negative places wrap into the upper half
-  double weights[kWidth];
-  for (int k = 0; k < kWidth; ++k) weights[k] = (*kernel_)(firstColumn + k - column);
+  const int x = firstColumn & wrap, odd = x & 1;
   for (int i = 0; i < kWidth; ++i) {
     const int y = (firstLine + i) & wrap;
-    const std::complex<double> share = (*kernel_)(firstLine + i - line) * value;
-    std::complex<double>* cells[2] = {parts_[y & 1][0].Line(y / 2), parts_[y & 1][1].Line(y / 2)};
-    for (int k = 0; k < kWidth; ++k) {
-      const int x = (firstColumn + k) & wrap;
-      cells[x & 1][x / 2] += weights[k] * share;
+    const std::complex<double> share(down[i] * real, down[i] * imaginary);
+    std::complex<double>* const cells[2] = {parts_[y & 1][0].Line(y / 2), parts_[y & 1][1].Line(y / 2)};
+    if (x + kWidth > wrap) {
+      for (int k = 0; k < kWidth; ++k) cells[(x + k) & 1][((x + k) & wrap) / 2] += across[k] * share;
+      continue;
+    }
+    // Every other column belongs to the same grid, side by side.
+    std::complex<double>* const near = cells[odd] + x / 2;
+    std::complex<double>* const far = cells[1 - odd] + (x + 1) / 2;
+    for (int k = 0; k < kWidth / 2; ++k) {
+      near[k] += across[2 * k] * share;
+      far[k] += across[2 * k + 1] * share;
     }
   }
 }

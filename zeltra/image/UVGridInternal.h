@@ -26,15 +26,18 @@ class GriddingKernel {
 
   GriddingKernel();
 
-  /// The function at a distance of at most kWidth / 2 cells, interpolated with an error below 1e-5.
-  double operator()(double distance) const;
+  /// The function at the kWidth cells around a place, interpolated with an error below 1e-5. The cells are one cell
+  /// apart, so one row of the table serves all.
+  /// @param weights  receives kWidth numbers
+  /// @return the number of the first of the cells
+  int Weigh(double place, double* weights) const;
 
   /// Its Fourier transform, by which the image is divided, at `frequency` cycles per cell.
   static double Transform(double frequency);
 
  private:
   static constexpr int kSteps = 1024;  // per cell
-  std::vector<double> table_;
+  std::vector<double> table_;          // [step from the first cell to the place][cell]
 };
 
 /// A grid over the u, v plane for an image of `size` times `size` pixels, `cell` radians apart: element j of a line of
@@ -89,7 +92,7 @@ class UVGrid {
   static const GriddingKernel& Kernel();
   static int HalfLength(int size);
   void Put(double u, double v, std::complex<double> value, std::complex<double> beam, double weight);
-  void Spread(double column, double line, std::complex<double> value);
+  void Spread(double column, double line, double real, double imaginary);
 
   const GriddingKernel* kernel_ = &Kernel();
   AMatrix<std::complex<double>> parts_[2][2];  // [line odd][column odd]

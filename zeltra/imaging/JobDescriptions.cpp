@@ -129,10 +129,8 @@ void DescribeCleaning(AJobDescriber<Options>& job) {
          },
          "end where no pixel searched exceeds this: a multiple of sigma, which is 1.4826 times the median absolute "
          "deviation of what is left, or a brightness, which uJy, mJy or Jy may follow; flux=JY ends where the "
-         "components add "
-         "up to so much, negative where the largest pixel is negative; several are separated by commas. A time, with a "
-         "colon or above 9999, given beside that: "
-         "no records after it")
+         "components add up to this flux, negative where the largest pixel is negative; several are separated by "
+         "commas. A time, with a colon or above 9999, given beside that: no records after it")
       .Form("3sigma|JY|flux=JY|negative[,...]|TIME")
       .Repeated();
   job.Parsed(
@@ -163,8 +161,7 @@ void DescribeCleaning(AJobDescriber<Options>& job) {
          "beam", [](const std::string& text, Options& o) { return strToBeam(text, o.beam); },
          [](const Options& o) { return beamToStr(o.beam); },
          "widths of the beam to restore with, in mas unless a unit follows, and its angle in degrees from north "
-         "through "
-         "east; what is left of the image keeps its own beam")
+         "through east; what is left of the image keeps its own beam")
       .Form("auto|MAJ,MIN,PA")
       .Otherwise("auto: from the weights");
 }

@@ -34,7 +34,7 @@ struct SelfCalOptions : CleanOptions {
   SolveOptions solving;
 };
 
-/// The data after a step, seen through the model that the next step uses.
+/// The data after a step, compared with the model that the next step uses.
 struct SelfCalRound {
   int number = 0;    ///< steps before
   std::string step;  ///< the last of them, as in "ap:600"; empty at the start

@@ -109,6 +109,16 @@ int IntegerAt(const char* raw, int size) {
   return static_cast<int32_t>(word);
 }
 
+// The numbers of a list of antennas or sources, ascending: a search of the list for each number of the data may take
+// minutes.
+template <typename List>
+std::vector<int> SortedIds(const List& list) {
+  std::vector<int> ids;
+  for (const auto& item : list) ids.push_back(item.id);
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
 class Importer {
  public:
   Importer(const std::string& to, const ImportOptions& options, ImportSummary& summary)
@@ -609,22 +619,25 @@ void Importer::RemarkOnTables(AUVXTable* antennas, AUVXTable& sources, AUVXTable
           (key == "XYZHAND" && (value == "RIGHT" || value == "LEFT")) || (key == "FRAME" && value == "GEOCENTRIC");
     }
     if (!handed) summary_.remarks.push_back("the handedness of the antenna positions is unknown");
-    AUVXAntenns list(*antennas);
-    std::unique_ptr<AArray<int>> map(writer_.baseLines().getTlscMap());
-    for (int i = 0; i < map->count(); ++i) {
-      if (list.IndexForID((*map)(i)) < 0) missing("antenna " + Number((*map)(i)), "AN");
+    const std::vector<int> ids = SortedIds(AUVXAntenns(*antennas));
+    const std::unique_ptr<AArray<int>> map(writer_.baseLines().getTlscMap());
+    for (const int id : *map) {
+      if (!std::binary_search(ids.begin(), ids.end(), id)) missing("antenna " + Number(id), "AN");
     }
   }
-  AUVXSources sourceList(sources);
-  std::unique_ptr<AArray<short>> map(writer_.baseLines().getSourceMap());
-  for (int i = 0; i < map->count(); ++i) {
-    if (sourceList.IndexForID((*map)(i)) < 0) missing("source " + Number((*map)(i)), "SU");
+  const std::vector<int> ids = SortedIds(AUVXSources(sources));
+  const std::unique_ptr<AArray<short>> map(writer_.baseLines().getSourceMap());
+  for (const int id : *map) {
+    if (!std::binary_search(ids.begin(), ids.end(), id)) missing("source " + Number(id), "SU");
   }
   const int column = setups.FindColumn("FRQSEL");
+  bool given[kSetups] = {};
+  for (int row = 0; row < setups.rows(); ++row) {
+    const double number = setups.Number(row, column);
+    if (number >= 0 && number < kSetups && number == std::floor(number)) given[static_cast<int>(number)] = true;
+  }
   for (int setup = 0; setup < kSetups; ++setup) {
-    bool given = !findings_.setups[setup];
-    for (int row = 0; row < setups.rows() && !given; ++row) given = setups.Number(row, column) == setup;
-    if (!given) missing("setup " + Number(setup), "FQ");
+    if (findings_.setups[setup] && !given[setup]) missing("setup " + Number(setup), "FQ");
   }
 }
 

@@ -71,9 +71,10 @@ AResult Subarrays::AddArray(int subarray, const AUVXTable& table, std::vector<st
   for (int row = 0; row < list.count(); ++row) {
     const AUVXTlscItem& item = list(row);
     if (item.id < 1 || item.id > kLargestAntenna) continue;
+    int& number = numbers[static_cast<size_t>(item.id)];
+    if (number != 0) continue;  // whoever looks up an antenna takes its first row
     Antenna antenna = {item.Name(), {item.x, item.y, item.z}, item.id, subarray};
     for (size_t i = 0; isAbsolute_ && i < 3; ++i) antenna.position[i] += center[i];
-    int& number = numbers[static_cast<size_t>(item.id)];
     if (AResult result = AddAntenna(subarray, antenna, table, row, number); !result) return result;
     renumbered += number != item.id;
   }
@@ -116,8 +117,7 @@ AResult Subarrays::AddAntenna(int subarray, const Antenna& antenna, const AUVXTa
 int Subarrays::FreeNumber(int wanted) const {
   bool taken[kLargestAntenna + 1] = {};
   for (const Antenna& antenna : antennas_) taken[antenna.number] = true;
-  // The first table keeps its numbers, even if one occurs twice.
-  if (!taken[wanted] || arrays_ == 1) return wanted;
+  if (!taken[wanted]) return wanted;
   const bool* free = std::find(taken + 1, std::end(taken), false);
   return free == std::end(taken) ? 0 : static_cast<int>(free - taken);
 }

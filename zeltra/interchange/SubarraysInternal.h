@@ -33,7 +33,8 @@ class Subarrays {
 
   /// Add the antennas of a table to the list. An antenna whose name and place are in the list takes its number there;
   /// any other keeps its own number, or takes the lowest free one if that is in use. The first table keeps its numbers.
-  /// Positions become absolute where the centres or frames of the arrays differ.
+  /// Of several rows with one number the first counts. Positions become absolute where the centres or frames of the
+  /// arrays differ.
   /// @return a failure, without the name of the file, where antennas contradict each other or do not fit
   AResult AddArray(int subarray, const AUVXTable& table, std::vector<std::string>& remarks);
   /// Find the numbers of subarrays without a table, and how far times are set back.

@@ -20,6 +20,19 @@ constexpr int kMostCards = 100000;
 constexpr char kTooLong[] = " is longer than the 64 MiB that an import takes";
 static_assert(kFITSMostHeaderBytes == 64 << 20);
 
+constexpr std::string_view kPrimaryStart = "SIMPLE  =";
+
+// Whether a primary header begins at a byte of a file.
+bool IsPrimaryHeaderAt(AFile& file, int64 position) {
+  char start[kPrimaryStart.size()] = {};
+  return file.Seek(position) && ReadWhole(file, start, sizeof start) &&
+         std::string_view(start, sizeof start) == kPrimaryStart;
+}
+
+int64 DataEnd(const AFITSbase& unit) {
+  return unit.dataStart() + int64{unit.groupBytes()} * std::max(unit.gcount(), 0);
+}
+
 std::string Quoted(const std::string& text) {
   return "\"" + text + "\"";
 }
@@ -108,9 +121,7 @@ AResult UVFITSInput::Open(std::unique_ptr<AInputFile> file, std::vector<std::str
 AResult UVFITSInput::ReadHeaders() {
   AFile& file = *fits_->file();
   const int64 size = file.GetFileSize();
-  constexpr char kStart[] = {'S', 'I', 'M', 'P', 'L', 'E', ' ', ' ', '='};
-  char start[sizeof kStart];
-  if (size >= kFITSCard && ReadWhole(file, start, sizeof start) && std::memcmp(start, kStart, sizeof start) != 0) {
+  if (size >= kFITSCard && !IsPrimaryHeaderAt(file, 0)) {
     return Refuse("not a FITS file: it does not begin with a SIMPLE card");
   }
   file.Seek(0);
@@ -210,16 +221,28 @@ AResult UVFITSInput::CheckAxes(std::vector<std::string>& remarks) {
   return AResult::Ok();
 }
 
+// Where files have been joined end to end, the groups of all but the first would be lost. The second one follows the
+// data at once if their last block is not padded.
+AResult UVFITSInput::CheckIsLastFile(const AFITSbase& unit) const {
+  for (const int64 end : {DataEnd(unit), unit.nextHeader()}) {
+    if (!IsPrimaryHeaderAt(*fits_->file(), end)) continue;
+    return Refuse("a second FITS file begins at byte " + std::to_string(end) +
+                  "; cut them apart there and import each by itself");
+  }
+  return AResult::Ok();
+}
+
 AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
   AFITSmain& main = *fits_->main();
   const int64 size = fits_->file()->GetFileSize();
-  if (main.dataStart() + int64{main.groupBytes()} * main.gcount() > size) {
+  if (DataEnd(main) > size) {
     const int64 whole = std::max<int64>(0, size - main.dataStart()) / main.groupBytes();
     return Refuse("the file ends at byte " + std::to_string(size) + ", in group " + std::to_string(whole + 1) + " of " +
                   std::to_string(main.gcount()));
   }
+  AResult result = CheckIsLastFile(main);
   int64 end = main.nextHeader();
-  for (int i = 0; i < fits_->tables().count(); ++i) {
+  for (int i = 0; i < fits_->tables().count() && result; ++i) {
     AFITSxtbl& table = *fits_->tables()(i);
     if (table.CardCount() < 1) {
       return Refuse("the header of the table " + Quoted(table.extname()) + kTooLong);
@@ -231,14 +254,14 @@ AResult UVFITSInput::CheckExtent(std::vector<std::string>& remarks) {
     if (const std::string sentence = UnreadableCount(table); !sentence.empty()) {
       return Refuse("table " + Quoted(table.extname()) + ": " + sentence);
     }
-    const int64 dataEnd = table.dataStart() + int64{table.groupBytes()} * std::max(table.gcount(), 0);
-    if (dataEnd > size) {
+    if (DataEnd(table) > size) {
       return Refuse("the file ends at byte " + std::to_string(size) + ", within the table " + Quoted(table.extname()) +
-                    ", which ends at byte " + std::to_string(dataEnd));
+                    ", which ends at byte " + std::to_string(DataEnd(table)));
     }
+    result = CheckIsLastFile(table);
     end = table.nextHeader();
   }
-  if (end >= size) return AResult::Ok();
+  if (!result || end >= size) return result;
   char start[8] = {};
   fits_->file()->Seek(end);
   fits_->file()->Read(start, sizeof start);

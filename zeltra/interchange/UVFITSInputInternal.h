@@ -54,6 +54,7 @@ class UVFITSInput {
   bool IsImage() const;
   AResult CheckFormat() const;
   AResult CheckAxes(std::vector<std::string>& remarks);
+  AResult CheckIsLastFile(const AFITSbase& unit) const;
   AResult CheckExtent(std::vector<std::string>& remarks);
   AResult PrepareParameters(std::vector<std::string>& remarks);
   void PrepareHeader(std::vector<std::string>& remarks);

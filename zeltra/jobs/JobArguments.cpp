@@ -17,7 +17,7 @@ class Reader {
  private:
   AResult ReadOption(const std::string& text);
   AResult CheckOptions() const;
-  // Files that are named by their place.
+  // Files that are given by position.
   AResult Place(const std::vector<AJobFile>& described, const std::vector<std::string>& given,
                 std::vector<std::string>& files) const;
   AResult CheckFiles(const std::vector<AJobFile>& described, const std::vector<std::string>& files) const;

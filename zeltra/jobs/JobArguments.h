@@ -13,7 +13,7 @@ namespace zeltra {
 /// Arguments as a host gives them.
 struct AJobTexts {
   std::vector<std::string> inputs;   ///< in the order of the description
-  std::vector<std::string> outputs;  ///< those that are named by their place, in that order
+  std::vector<std::string> outputs;  ///< those that are given by position, in that order
   std::vector<std::string> options;  ///< "NAME=VALUE", or "NAME" for a flag; also outputs that are named by an option
 };
 

@@ -17,8 +17,8 @@ namespace zeltra {
 struct AUVXFluxItem {
   int64 count = 0;    ///< number of valid values
   double mean = 0.0;  ///< mean amplitude; 0 without values
-  double scatter =
-      0.0;  ///< standard deviation of the amplitudes (n - 1 in the denominator); 0 for fewer than two values
+  /// Standard deviation of the amplitudes (n - 1 in the denominator); 0 for fewer than two values.
+  double scatter = 0.0;
 };
 
 /// Statistics of the amplitudes, alongside a baseline list: item (b, s) belongs to baseline b of baselines() and

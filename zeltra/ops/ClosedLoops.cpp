@@ -11,6 +11,7 @@
 #include "zeltra/ops/AUVXContents.h"
 #include "zeltra/ops/RecordWalk.h"
 #include "zeltra/uvx/AUVXBaseLines.h"
+#include "zeltra/uvx/BaseLineCollectorInternal.h"
 
 namespace zeltra {
 namespace {
@@ -50,10 +51,13 @@ AResult BaseLinesOf(AUVXInput& from, AUVXBaseLines& found) {
     found = AUVXBaseLines(*table);
     return AResult::Ok();
   }
-  return WalkRecords(from, {}, 0, from.uvx().count(), [&](const WalkedRecord& record) {
-    found.checkBase(AUVXBaseLineItem(record.group));
+  BaseLineCollector collected;
+  AResult result = WalkRecords(from, {}, 0, from.uvx().count(), [&](const WalkedRecord& record) {
+    collected.Take(record.group);
     return true;
   });
+  found = collected.list();
+  return result;
 }
 
 // @param sources  those whose baselines count; empty: all

@@ -30,7 +30,7 @@ struct CopySummary {
   std::vector<std::string> remarks;
 };
 
-/// Copy records and tables. Scans are kept as far as they have records, the baseline list is made anew, rows of
+/// Copy records and tables. Scans are kept if they still have records, the baseline list is made anew, rows of
 /// antennas and sources that no longer have records are left out; everything else is copied as it is where IFs,
 /// channels and polarisations stay.
 ///

@@ -347,7 +347,7 @@ void Flagger::Remark(const KeptScans& scans) {
   if (options_.unflag && turned_ + turnedRecords_ > 0) {
     std::string sentence = std::to_string(turned_) + " weights";
     if (turnedRecords_ > 0) sentence += " and " + std::to_string(turnedRecords_) + " records";
-    summary_.remarks.push_back(sentence + " that the input had flagged are so no more, whoever flagged them");
+    summary_.remarks.push_back(sentence + " that the input had flagged are no longer flagged, whoever flagged them");
   }
   if (const std::string remark = scans.Remark(); !remark.empty()) summary_.remarks.push_back(remark);
 }

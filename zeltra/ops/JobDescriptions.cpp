@@ -15,8 +15,9 @@ namespace {
 AJobDescription DescribeAverage() {
   AJobDescriber<AverageOptions> job(
       "average", "Average visibilities in time, into a table or a UVX file",
-      "A line an interval and baseline, in time order, each source and setup by itself. Flagged records and values do "
-      "not count. A UVX file of averages keeps the tables of the input and its scans; the baseline list is made anew.");
+      "One line per interval and baseline, in time order, each source and setup by itself. Flagged records and values "
+      "do not count. A UVX file of averages keeps the tables of the input and its scans; the baseline list is made "
+      "anew.");
   job.Input(UVXInputFile());
   job.Output({"OUT.uvx", "write a UVX file instead of the table", "output", 'o', {}});
   DescribeIntervals(job, {.sources = "each by itself"});
@@ -45,9 +46,9 @@ AJobDescription DescribeAverage() {
 AJobDescription DescribeClosure() {
   AJobDescriber<ClosureOptions> job(
       "closure", "Form closure phases or closure amplitudes",
-      "A line an interval and triangle of antennas, or quadrangle, whose baselines have valid values, in time order, "
-      "each source and setup by itself. Visibilities are averaged over the interval first, those of each IF, channel "
-      "and polarisation by themselves; then their closures are averaged.");
+      "One line per interval and triangle of antennas, or quadrangle, whose baselines have valid values, in time "
+      "order, each source and setup by itself. Visibilities are averaged over the interval first, those of each IF, "
+      "channel and polarisation by themselves; then their closures are averaged.");
   job.Input(UVXInputFile());
   DescribeIntervals(job, {.leftOut = kAntennas | kStokes, .sources = "each by itself"});
   job.Option(
@@ -59,7 +60,7 @@ AJobDescription DescribeClosure() {
          "stokes", [](ClosureOptions & o) -> auto& { return o.selection.stokes; },
          "polarisations that are stored, as in RR,LL")
       .Otherwise("the parallel hands, or I in a file without them");
-  job.Option("each", &ClosureOptions::each, "a line for each IF, channel and polarisation, instead of their mean");
+  job.Option("each", &ClosureOptions::each, "one line for each IF, channel and polarisation, instead of their mean");
   job.Option("incoherent", &ClosureOptions::incoherent,
              "average the bispectra of the time stamps over an interval, not the visibilities, where intervals are "
              "longer than the coherence time")
@@ -89,9 +90,9 @@ AJobDescription DescribeClosure() {
 
 AJobDescription DescribeLoops() {
   AJobDescriber<LoopOptions> job("loops", "List the chains of baselines that lead from one antenna to another",
-                                 "A line a chain, as in 2-5 5-7 7-3 for 2-3. Baselines count that the table BL lists "
-                                 "as not flagged, or those of the "
-                                 "records in a file without that table.");
+                                 "One line per chain, as in 2-5 5-7 7-3 for 2-3. Baselines count that the table BL "
+                                 "lists as not flagged, or those of the records in a "
+                                 "file without that table.");
   job.Input(UVXInputFile());
   job.Option("baseline", &LoopOptions::baseline, "numbers or names of the antennas, as in 2-5 or PT-LA")
       .Form("A-B")
@@ -108,9 +109,9 @@ AJobDescription DescribeLoops() {
 AJobDescription DescribeCopy() {
   AJobDescriber<CopyOptions> job(
       "copy", "Copy a UVX file, or the part of it that is selected",
-      "Scans are kept as far as they have records, the baseline list is made anew, antennas and sources that have no "
-      "records any more are left out, as are rows of other tables about such sources. "
-      "Frequencies stay right where IFs or channels are left out.");
+      "Scans are kept if they still have records, the baseline list is made anew, antennas and sources that have no "
+      "records any more are left out, as are rows of other tables about such sources. Frequencies stay right where IFs "
+      "or channels are left out.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
   job.Output(UVXOutputFile());
   DescribeSelection(job, {.leftOut = kStokes});
@@ -128,12 +129,11 @@ AJobDescription DescribeCopy() {
 AJobDescription DescribeUVW() {
   AJobDescriber<JobOptions> job(
       "uvw", "Compute u, v, w anew from antennas, source and time",
-      "Files do not tell reliably in which frame the positions of their antennas are: both hands, geocentric and local "
-      "axes, "
-      "sources of date and at their equinox are tried, and what gives the file's own u, v, w is taken. Where nothing "
-      "fits "
-      "within 1 % there is no output. Prints how far the new coordinates lie from those in the file: the largest "
-      "difference of u, v and w and its root mean square, in seconds of light travel time and in metres.");
+      "Files do not say reliably in which frame the positions of their antennas are. Both hands, geocentric and local "
+      "axes, and source positions of date and of their equinox are tried, and the combination that gives the file's "
+      "own u, v, w is taken. Where nothing fits within 1 % there is no output. Prints how far the new coordinates lie "
+      "from those in the file: the largest difference of u, v and w and its root mean square, in seconds of light "
+      "travel time and in metres.");
   job.Input(UVXInputFile());
   job.Output(UVXOutputFile());
   job.Overwrite();
@@ -143,8 +143,7 @@ AJobDescription DescribeUVW() {
 AJobDescription DescribeSimulate() {
   AJobDescriber<SimulateOptions> job("simulate", "Make a UVX file of a simulated VLBA observation",
                                      "Two sources in turn, 2020-03-20 from 07:00 UTC at 8.4 GHz, with RR, LL, RL and "
-                                     "LR. The same options make the same "
-                                     "file.");
+                                     "LR. The same options make the same file.");
   job.Output(UVXOutputFile());
   job.Option("seed", &SimulateOptions::seed, "of the random numbers: the same seed makes the same file");
   job.Option("antennas", &SimulateOptions::antennas, "number of antennas").Range(2, 10);

@@ -352,7 +352,7 @@ AJobDescription DescribeJoin() {
   in.isList = true;
   job.Input(in);
   job.Output(UVXOutputFile());
-  job.Option("parts", &JoinOptions::parts, "join the parts of OUT.uvx, of which no name is given").KeepsResult();
+  job.Option("parts", &JoinOptions::parts, "join the parts of OUT.uvx, whose own names are not given").KeepsResult();
   job.Overwrite();
   return job.Finish();
 }

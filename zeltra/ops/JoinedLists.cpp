@@ -253,7 +253,7 @@ AResult JoinedLists::AddSetups(AUVXInput& input, JoinedNumbers& numbers) {
       joined.SetNumber(added, places.widthColumn, i, frequencies.Width(row, i));
     }
   }
-  // Earlier inputs have no such table, but the joined one counts from the frequency of the first of them.
+  // Earlier inputs have no such table; the joined one counts from the header frequency of the first input.
   const int moved = setups_.isThere || freq0 == freq0_ ? 0 : table->rows();
   for (int row = 0; row < moved; ++row) {
     for (int i = 0; i < IFs; ++i) {

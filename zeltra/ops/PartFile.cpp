@@ -12,12 +12,18 @@ namespace {
 
 constexpr const char* kColumns[] = {"PART", "SCAN", "SUBARRAY", "RECORDS"};
 
-// FNV-1a of 64 bits.
+// As FNV-1a of 64 bits, but of eight bytes at a time, whose high bits are then brought down.
 class Hash {
  public:
   void Take(const void* bytes, size_t count) {
-    for (size_t i = 0; i < count; ++i) {
-      state_ = (state_ ^ static_cast<const unsigned char*>(bytes)[i]) * 0x100000001b3;
+    const char* from = static_cast<const char*>(bytes);
+    for (std::uint64_t word = 0; count > 0; word = 0) {
+      const size_t n = std::min(count, sizeof word);
+      std::memcpy(&word, from, n);
+      state_ = (state_ ^ word) * 0x100000001b3;
+      state_ ^= state_ >> 29;
+      from += n;
+      count -= n;
     }
   }
   std::string Text() const {
@@ -104,16 +110,16 @@ bool PartList::Load(const AUVXTable& table, int records) {
 }
 
 std::string HashOf(AUVXInput& input) {
-  constexpr int kBlocks = 1024, kBlockBytes = 4096;
+  constexpr int64 kBlocks = 1024, kBlockBytes = 4096;
   const int64 size = input.file().GetFileSize();
   Hash hash;
   hash.Take(&size, sizeof size);
   std::vector<char> block(kBlockBytes);
-  for (int i = 0; i < kBlocks; ++i) {
-    const int64 at = std::max<int64>(size - kBlockBytes, 0) * i / (kBlocks - 1);
-    const int64 read = input.file().ReadAt(at, block.data(), std::min<int64>(kBlockBytes, size));
+  const int64 blocks = std::min(kBlocks, (size + kBlockBytes - 1) / kBlockBytes);
+  for (int64 i = 0; i < blocks; ++i) {
+    const int64 at = blocks == 1 ? 0 : (size - kBlockBytes) * i / (blocks - 1);
+    const int64 read = input.file().ReadAt(at, block.data(), std::min(kBlockBytes, size));
     hash.Take(block.data(), static_cast<size_t>(std::max<int64>(read, 0)));
-    if (size <= kBlockBytes) break;
   }
   return hash.Text();
 }

@@ -41,7 +41,7 @@ AJobDescription DescribePlan() {
       "machines, then zeltra join --parts OUT. The parts do not depend on how many workers there are.");
   job.Input(UVXInputFile());
   DescribeIntervals(job, {.leftOut = kUVRange | kFrequencies | kStokes, .sources = "each by itself"});
-  job.Option("parts", &PlanOptions::workers, "number of workers, to show which of them does which part")
+  job.Option("parts", &PlanOptions::workers, "number of workers, to show which worker does which part")
       .Range(1, PartShare::kMost)
       .Otherwise("one");
   job.IntegerColumn("part", "number of the part, from 1");

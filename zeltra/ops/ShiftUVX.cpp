@@ -136,8 +136,8 @@ AResult Shifter::FindSources(std::vector<int>& numbers) const {
                        contents_.SourceList(numbers));
 }
 
-// u, v, w refer to the apparent position, or to that at the equinox if no other is known; the direction of north over
-// the offset is the same for both to within 1e-4 of the offset.
+// u, v, w refer to the apparent position, or to that at the equinox if no other is known. The angle by which north
+// turns over the offset differs between the two by some 1e-4 of the offset, in radians, for each year of precession.
 AResult Shifter::AddSource(int number) {
   const int place = contents_.sources().IndexForID(number);
   if (place < 0) {

@@ -327,7 +327,7 @@ AJobDescription DescribeSort() {
       "descending |u|, Y descending |v|, Z ascending |u|, M ascending |v|, as second one also * for none. Records of "
       "one "
       "time and baseline are ordered by source, then setup, in TB and BT. The list of scans is made anew.\n\n"
-      "Jobs that average or close need time order, the default. A file that is in order is copied. Where the records "
+      "Averages and closures need time order, the default. A file that is in order is copied. Where the records "
       "do not fit into the memory, some are read several times, or as much room as the file takes is needed beside the "
       "output for as long as the job runs.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});

@@ -259,7 +259,7 @@ AJobDescription DescribeSplit() {
       "setups and antennas stay. Tables of flags and of calibration keep the rows about the source and the setup, or "
       "about all. Lists of scans and baselines are made anew. No file has its name before all are complete.");
   job.Input({"IN", "UVX, or UV FITS, which is imported first", "", 0, {}});
-  job.Output({"FOLDER", "where to make the files; it is made where it is not there", "", 0, {}});
+  job.Output({"FOLDER", "where to make the files; created if it does not exist", "", 0, {}});
   DescribeSelection(job, {.leftOut = kFrequencies | kStokes});
   job.Overwrite();
   return job.Finish();

@@ -28,8 +28,9 @@ ZELTRA_API void UseBinaryStandardOutput();
 inline constexpr int kPipeSignal = 13;
 
 /// Make each signal that asks the process to end (Ctrl-C, a closed terminal, a system shutdown, a pipe that nobody
-/// reads any more) set `number` to its own number instead; a second one ends the process at once. Signals that the
-/// process was started to ignore stay ignored. A file that outgrows its limit becomes a failed write.
+/// reads any more) set `number` to its own number instead. A second one ends the process at once, unless it is that of
+/// the pipe. Signals that the process was started to ignore stay ignored. A file that outgrows its limit becomes a
+/// failed write.
 ZELTRA_API void CatchSignals(std::atomic<int>& number);
 
 /// Whether standard error is a terminal.

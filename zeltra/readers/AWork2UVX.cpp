@@ -10,9 +10,9 @@
 #include "zeltra/core/CancelFlag.h"
 #include "zeltra/readers/AUVXFastRead.h"
 #include "zeltra/uvx/AUVXAntenns.h"
-#include "zeltra/uvx/AUVXBaseLines.h"
 #include "zeltra/uvx/AUVXPosition.h"
 #include "zeltra/uvx/AUVXTable.h"
+#include "zeltra/uvx/BaseLineCollectorInternal.h"
 
 namespace zeltra {
 namespace {
@@ -31,7 +31,7 @@ class Output {
   void Write(AUVXGroup& group, AUVXVisibility& vis) {
     group.check(ranges_);
     vis.check(ranges_);
-    baselines_.checkBase(AUVXBaseLineItem(group));
+    baselines_.Take(group);
     // The index counts in seconds, but group times, in days, are entered unchanged: the times in the index of a copy
     // are its records' times divided by 86400. Its record numbers, which readers use, are right.
     positions_.CheckUVGroup(group, written_);
@@ -50,7 +50,7 @@ class Output {
   }
 
   void CopyTables(AUVXFile& source, double dateObs) {
-    const std::unique_ptr<AArray<short>> sources(baselines_.getSourceMap());
+    const std::unique_ptr<AArray<short>> sources(baselines_.list().getSourceMap());
     const AUVXTableHeader directory(source);
     for (int i = 0; i < directory.count(); ++i) {
       const int64 position = directory(i).position;
@@ -75,10 +75,10 @@ class Output {
       table.reset();  // both may be large
       AddNew(positions_.ToUVXTable());
     } else if (code == "BL") {
-      AddNew(baselines_.ToUVXTable());
+      AddNew(baselines_.list().ToUVXTable());
     } else {
       if (code == "AN") {
-        const std::unique_ptr<AArray<int>> unused(AUVXAntenns(*table).GetDeleteRows(baselines_));
+        const std::unique_ptr<AArray<int>> unused(AUVXAntenns(*table).GetDeleteRows(baselines_.list()));
         table->DeleteRows(*unused);
       } else {
         table->CheckSources(&sources);
@@ -94,7 +94,7 @@ class Output {
 
   AUVXFile& file_;
   AUVXPosition positions_;
-  AUVXBaseLines baselines_;
+  BaseLineCollector baselines_;
   AUVXMinMax ranges_;
   std::vector<char> block_;
   int written_ = 0;

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "zeltra/uvx/AUVXBaseLines.h"
 
+#include <algorithm>
 #include <bitset>
 #include <cmath>
 #include <memory>
-#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "zeltra/uvx/AUVXGroup.h"
 #include "zeltra/uvx/AUVXTable.h"
@@ -18,8 +20,9 @@ namespace {
 
 constexpr int kGrowBy = 128;
 
-auto Key(const AUVXBaseLineItem& item) {
-  return std::make_tuple(int{item.source}, int{item.tlsc1}, int{item.tlsc2});
+// Ascends by source, antenna 1, antenna 2.
+int64 Key(const AUVXBaseLineItem& item) {
+  return (int64{item.source} * 256 + item.tlsc1) * 256 + item.tlsc2;
 }
 
 bool Before(const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) {
@@ -28,7 +31,7 @@ bool Before(const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) {
 
 /// Flagged items come after the others of the same baseline.
 bool BeforeWithFlag(const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) {
-  return Before(a, b) || (!Before(b, a) && a.flag == 0 && b.flag != 0);
+  return 2 * Key(a) + (a.flag != 0) < 2 * Key(b) + (b.flag != 0);
 }
 
 /// A 16-bit number; a missing one reads as NaN and becomes 0.
@@ -60,10 +63,7 @@ AUVXBaseLines::AUVXBaseLines(const AUVXTable& table) : AUVXBaseLines() {
     item.tlsc2 = static_cast<int8_t>(ShortOf(table.Number(row, second)));
     item.flag = ShortOf(table.Number(row, flag)) != 0;
   }
-  std::sort(items.begin(), items.end(), BeforeWithFlag);
-  const auto same = [](const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) { return Key(a) == Key(b); };
-  items.erase(std::unique(items.begin(), items.end(), same), items.end());
-  *this += AArray(items.data(), static_cast<int>(items.size()), kGrowBy, 1);
+  checkBases(std::move(items));
 }
 
 int AUVXBaseLines::checkBase(const AUVXBaseLineItem& item) {
@@ -73,6 +73,16 @@ int AUVXBaseLines::checkBase(const AUVXBaseLineItem& item) {
   if (place == end || Before(item, *place)) return InsertAt(index, item);
   if (item.flag == 0) place->flag = 0;
   return index;
+}
+
+void AUVXBaseLines::checkBases(std::vector<AUVXBaseLineItem> items) {
+  std::sort(items.begin(), items.end(), BeforeWithFlag);
+  const int listed = count();
+  *this += AArray(items.data(), static_cast<int>(items.size()), kGrowBy, 1);
+  std::inplace_merge(begin(), begin() + listed, end(), BeforeWithFlag);
+  const auto same = [](const AUVXBaseLineItem& a, const AUVXBaseLineItem& b) { return Key(a) == Key(b); };
+  const AUVXBaseLineItem* rest = std::unique(begin(), end(), same);
+  DeleteItems(static_cast<int>(rest - begin()), static_cast<int>(end() - rest));
 }
 
 AArray<short>* AUVXBaseLines::getSourceMap() const {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <type_traits>
+#include <vector>
 
 #include "zeltra/core/AArray.h"
 
@@ -46,6 +47,9 @@ class ZELTRA_API AUVXBaseLines : public AArray<AUVXBaseLineItem> {
   /// Add a baseline that is not in the list yet. One that is there loses its flag if `item` is not flagged.
   /// @return its index
   int checkBase(const AUVXBaseLineItem& item);
+  /// Do the same for many items, in any order. Where most of them are new, this is much faster than one call for each,
+  /// which inserts the item at its place.
+  void checkBases(std::vector<AUVXBaseLineItem> items);
 
   /// The source numbers that occur, ascending. @return a new array, owned by the caller
   AArray<short>* getSourceMap() const;

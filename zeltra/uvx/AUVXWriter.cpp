@@ -12,20 +12,13 @@
 #include "zeltra/core/Text.h"
 #include "zeltra/core/Units.h"
 #include "zeltra/uvx/AUVXFile.h"
+#include "zeltra/uvx/BaseLineCollectorInternal.h"
 #include "zeltra/uvx/ScanIndexInternal.h"
 
 namespace zeltra {
 namespace {
 
 constexpr int kComplexBytes = sizeof(AUVXComplex);
-constexpr size_t kPairs = 65536;
-
-// Each pair of antennas of one source has a place of its own; with several sources and few antennas, pairs seldom share
-// one.
-size_t SeenPlace(const AUVXGroup& group) {
-  const unsigned pair = static_cast<uint8_t>(group.ant1) * 256u + static_cast<uint8_t>(group.ant2);
-  return (pair ^ static_cast<uint16_t>(group.source) * 40503u) % kPairs;
-}
 
 }  // namespace
 
@@ -45,7 +38,9 @@ struct AUVXWriter::Output {
 };
 
 AUVXWriter::AUVXWriter()
-    : index_(std::make_unique<ScanIndex>()), seen_(kPairs), step_(new AUVXComplex[kMostReserved]) {}
+    : index_(std::make_unique<ScanIndex>()),
+      baseLines_(std::make_unique<BaseLineCollector>()),
+      step_(new AUVXComplex[kMostReserved]) {}
 
 AUVXWriter::~AUVXWriter() = default;
 
@@ -84,10 +79,9 @@ void AUVXWriter::ForgetRecords() {
   ranges_.init();
   index_->Clear();
   givenScan_ = -1;
-  baseLines_ = AUVXBaseLines();
+  baseLines_->Clear();
   integrations_ = AUVXIntegrations();
   integration_ = 0;
-  std::fill(seen_.begin(), seen_.end(), SeenPair());
   odd_ = OddValues();
   before_ = Predecessor();
   records_ = unchecked_ = reserved_ = 0;
@@ -155,6 +149,11 @@ AUVXTable& AUVXWriter::index() {
   return index_->Table(records_);
 }
 
+const AUVXBaseLines& AUVXWriter::baseLines() {
+  TakePending();
+  return baseLines_->list();
+}
+
 std::string AUVXWriter::IndexRemark() const {
   const double spacing = index_->wideSpacing();
   if (spacing == 0) return {};
@@ -172,11 +171,7 @@ inline void AUVXWriter::Register(const AUVXGroup& group, double seconds) {
     index_->Take(records_, time, group.source, group.frqsel);
     before_ = {group.date, group.source, group.frqsel};
   }
-  const uint8_t state = group.flag & 1 ? 1 : 2;
-  SeenPair& seen = seen_[SeenPlace(group)];
-  if (seen.source == group.source && seen.state >= state) return;
-  seen = {group.source, state};
-  baseLines_.checkBase(AUVXBaseLineItem(group));
+  baseLines_->Take(group);
 }
 
 inline void AUVXWriter::TakeGroup(double seconds) {
@@ -287,7 +282,7 @@ AResult AUVXWriter::AddIndex() {
 }
 
 AResult AUVXWriter::AddBaseLines() {
-  return AddTable(*std::unique_ptr<AUVXTable>(baseLines_.ToUVXTable()));
+  return AddTable(*std::unique_ptr<AUVXTable>(baseLines().ToUVXTable()));
 }
 
 AResult AUVXWriter::AddProvenance(AUVXHeaderCards cards, const std::string& command) {

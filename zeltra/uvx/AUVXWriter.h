@@ -21,6 +21,7 @@
 
 namespace zeltra {
 
+class BaseLineCollector;
 class OutputFiles;
 class ScanIndex;
 
@@ -117,7 +118,8 @@ class ZELTRA_API AUVXWriter {
   /// A warning if the time stamps are so far apart that the index may have joined scans, else empty. Call after
   /// index().
   std::string IndexRemark() const;
-  const AUVXBaseLines& baseLines() const { return baseLines_; }
+  /// The baselines of the records so far. Valid until the next call of another function.
+  const AUVXBaseLines& baseLines();
   OddValues oddValues();
 
   /// Append a table. @return a failure for the 129th, or if it could not be written completely
@@ -167,19 +169,13 @@ class ZELTRA_API AUVXWriter {
   AUVXMinMax ranges_;
   std::unique_ptr<ScanIndex> index_;
   int givenScan_ = -1;  // the one begun last
-  AUVXBaseLines baseLines_;
+  std::unique_ptr<BaseLineCollector> baseLines_;
   AUVXIntegrations integrations_;
   float integration_ = 0;
   OddValues odd_;
   int records_ = 0;
   int valuesPerRecord_ = 0;
   Predecessor before_;
-  // Baselines already listed: each slot holds the last source whose pair of antennas mapped to it.
-  struct SeenPair {
-    std::int16_t source = 0;
-    std::uint8_t state = 0;  // 1 flagged, 2 unflagged
-  };
-  std::vector<SeenPair> seen_;
   // The values of the last pieces. Those of several records are checked together, since checking a few values costs as
   // much as checking many.
   std::unique_ptr<AUVXComplex[]> step_;

@@ -24,8 +24,8 @@ struct PlotOptions : JobOptions {
   std::string model;           ///< as VisibilityModel::Open accepts it; empty: none
   bool overTime = false;       ///< visibilities over time, not over the distance from the u, v origin
   bool isLogarithmic = false;  ///< whether the axis of amplitudes is
-  double interval =
-      0;  ///< seconds to average over; negative: each time stamp; 0: no averaging, which closure does not accept
+  /// Seconds to average over; negative: each time stamp; 0: no averaging, which closure does not accept.
+  double interval = 0;
 };
 
 /// A point of a plot; points with the same key form a series.
