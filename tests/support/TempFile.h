@@ -54,7 +54,7 @@ class OpenTempFile : public TempFile, public AFile {
 
   using AFile::Write;
   int Write(void* buf, int n) override {
-    return AFile::Write(buf, static_cast<int>(std::clamp<int64>(largest - Tell(), 0, n)));
+    return AFile::Write(buf, static_cast<int>(std::clamp<int64>(largest - std::max<int64>(Tell(), 0), 0, n)));
   }
 
   int64 largest = std::numeric_limits<int64>::max();
