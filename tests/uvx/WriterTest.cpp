@@ -128,7 +128,7 @@ TEST(UVXWriter, LeavesNoFileUnlessFinished) {
   ASSERT_TRUE(group);
   *group = AUVXGroup();
   group->source = group->frqsel = -1;  // as a damaged file may have it
-  EXPECT_NE(writer.Finish().message().find("not complete"), std::string::npos);
+  EXPECT_NE(writer.Finish().message().find("incomplete"), std::string::npos);
 }
 
 TEST(UVXWriter, RefusesMoreTablesThanTheDirectoryHolds) {

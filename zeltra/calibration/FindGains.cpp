@@ -68,7 +68,7 @@ AResult CheckFit(const AGains& gains, const AGains& ours, const std::string& pat
   }
   // Circular hands, linear hands or Stokes I: gains of one kind say nothing about another.
   const auto kindOf = [](const AGains& of) { return of.header.codes[0] > 0 ? 1 : of.header.codes[0] < -4 ? -5 : -1; };
-  if (kindOf(gains) != kindOf(ours)) return refuse("its gains are of other polarisations than those");
+  if (kindOf(gains) != kindOf(ours)) return refuse("its gains are for other polarisations than those");
   for (const AGainFrequency& entry : gains.frequencies) {
     const double frequency = ours.Frequency(entry.setup, entry.ifIndex);
     if (frequency == 0 || std::fabs(frequency - entry.start) <= kSameFrequency) continue;

@@ -214,7 +214,7 @@ AResult AUVXWriter::Why() const {
   if (tablesEnd_ > 0) return AResult::Fail(path_ + ": has tables already and takes no more records");
   if (index_->IsFull()) {
     return AResult::Fail(path_ + ": its index would have more than " + std::to_string(kMostScans) +
-                         " scans, since source or setup change with nearly every record");
+                         " scans, since source or setup changes with nearly every record");
   }
   if (IsFull()) {
     return AResult::Fail(path_ + ": there are more records than the 2147483647 that a UVX file counts");
@@ -256,7 +256,7 @@ AResult AUVXWriter::EndHeader(int64 recordsEnd) {
   if (!output_->file.file().good()) return output_->file.WriteError();
   if (recordsEnd == uvx.DataOffset() + int64{records_} * uvx.recSize()) return AResult::Ok();
   Discard();
-  return AResult::Fail(path_ + ": its records are not complete, or not of the shape that its header tells");
+  return AResult::Fail(path_ + ": its records are incomplete, or do not have the shape that its header gives");
 }
 
 AResult AUVXWriter::AddTable(const AUVXTable& table) {
@@ -270,7 +270,7 @@ AResult AUVXWriter::AddTable(const AUVXTable& table) {
   const AUVXTableItem item = {table.ID(), tablesEnd_, table.GetSize()};
   if (directory_.Add(item) < 0) {
     return AResult::Fail(path_ + ": there are more tables than the " + std::to_string(AUVXTableHeader::kLargestCount) +
-                         " that a UVX file has place for");
+                         " that a UVX file has room for");
   }
   if (!uvx.Seek(tablesEnd_) || !table.store(*uvx.GetFile())) return output_->file.WriteError();
   tablesEnd_ += item.size;
