@@ -13,7 +13,7 @@ namespace zeltra {
 /// An array of pointers; `P` is a pointer type. While auto-delete is set, DeleteItems, Free and the destructor delete
 /// the elements that they drop. Every constructor sets it except the copying one, whose array only refers to elements
 /// that the original still owns, and is valid as long as the original lives. A move hands over the elements and the
-/// setting. Appending another array with += is not possible, since both would own its elements.
+/// setting.
 template <typename P>
 class APtrArray : public AArray<P> {
   static_assert(std::is_pointer_v<P>);
@@ -44,7 +44,10 @@ class APtrArray : public AArray<P> {
   /// Set the size to `n` null pointers. The old elements are dropped, not deleted: call Free first if they should be.
   APtrArray& GrowBy(int n);
 
-  void operator+=(const AArray<P>&) = delete;
+  /// Append pointers, whose elements this array then owns if auto-delete is set. Another APtrArray, which would own
+  /// them too, is refused.
+  using AArray<P>::operator+=;
+  void operator+=(const APtrArray&) = delete;
 
  private:
   void DeleteElements(int first, int n);
