@@ -1,7 +1,9 @@
 // Measure the least squares of many equations: qr_bench [UNKNOWNS] [BLOCKS]
 //
 // AQRSums::Add with blocks of 256 rows, as fits of components have them, in turn with the same reflections in loops
-// over one column after the other. SPDX-License-Identifier: MIT
+// over one column after the other.
+//
+// SPDX-License-Identifier: MIT
 #include <cmath>
 #include <cstdlib>
 #include <random>

@@ -10,9 +10,10 @@ import sys
 import tempfile
 import unittest
 
-if not importlib.util.find_spec("astropy"):
-    print("skipped: python3-astropy is not installed")
-    sys.exit(77)
+for package in "astropy", "scipy":
+    if not importlib.util.find_spec(package):
+        print("skipped: python3-%s is not installed" % package)
+        sys.exit(77)
 
 ZELTRA = os.path.abspath(sys.argv.pop(1))
 SHARED = os.path.abspath(sys.argv.pop(1))  # the folder of real files, but for tests of faults

@@ -4,14 +4,10 @@ import os
 import subprocess
 import unittest
 
-import numpy as np
 from command import ZELTRA
-
-try:
-    from scipy.interpolate import CubicSpline
-    from scipy.optimize import curve_fit
-except ImportError as missing:
-    raise unittest.SkipTest("python3-scipy is not installed") from missing
+import numpy as np
+from scipy.interpolate import CubicSpline
+from scipy.optimize import curve_fit
 
 CASES = os.path.join(os.path.dirname(ZELTRA), "fit_cases")
 RANDOM = np.random.default_rng(12)

@@ -7,8 +7,8 @@ import re
 import subprocess
 import unittest
 
-from astropy.coordinates import Angle
 from command import ZELTRA
+from astropy.coordinates import Angle
 
 CASES = os.path.join(os.path.dirname(ZELTRA), "parse_cases")
 

@@ -31,8 +31,9 @@ struct SolveOptions : IntervalOptions {
   /// The components of the model itself; if there are any, they take the place of `model`.
   ComponentModel components;
   GainMode mode = GainMode::Phase;
-  /// Reference antennas, whose phase is 0, as numbers or names: the first one with a gain is used. If none of them has
-  /// one, the other antennas follow, those with the most gains first.
+  /// Reference antennas, whose phase is 0, as numbers or names: the first one if it has a gain, else the one used
+  /// before, so that phases do not step, else the next. The other antennas follow those named, those with the most
+  /// gains first.
   std::vector<std::string> references;
   /// Least number of antennas in an interval; 0: 3 for phases, 4 for amplitudes.
   int minAntennas = 0;

@@ -85,16 +85,16 @@ class AArray {
   void operator=(const AArray& other);
   void operator=(AArray&& other) noexcept;
 
-  /// Assign `x` to every element in use. `a = {}` does this too, with zero: Free empties an array.
+  /// Assign `x` to every element in use. For an array of numbers `a = {}` does this too, with zero: Free empties an
+  /// array.
   void operator=(const T& x) { std::fill(begin(), end(), T(x)); }
 
   /// Append the elements of `b`; storage that is too small grows to exactly the new count.
   void operator+=(const AArray& b);
 
   /// Write the image at the current position.
-  /// @return the result of the last write: not zero if the file took at least some of the bytes. A full disk may cut
-  /// the
-  ///         image short, so a program that has to know compares f.Tell() before and after.
+  /// @return the result of the last write: not zero if the file took at least some of the bytes. As a full disk may cut
+  ///         the image short, a program that has to know compares f.Tell() before and after.
   int Store(AFile& f) const;
 
   /// Read an image at the current position.

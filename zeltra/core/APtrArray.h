@@ -13,7 +13,8 @@ namespace zeltra {
 /// An array of pointers; `P` is a pointer type. While auto-delete is set, DeleteItems, Free and the destructor delete
 /// the elements that they drop. Every constructor sets it except the copying one, whose array only refers to elements
 /// that the original still owns, and is valid as long as the original lives. A move hands over the elements and the
-/// setting.
+/// setting. Appending by += copies pointers: a program crashes if both arrays delete them in the end, so clear
+/// auto-delete in one of the two.
 template <typename P>
 class APtrArray : public AArray<P> {
   static_assert(std::is_pointer_v<P>);
@@ -43,11 +44,6 @@ class APtrArray : public AArray<P> {
 
   /// Set the size to `n` null pointers. The old elements are dropped, not deleted: call Free first if they should be.
   APtrArray& GrowBy(int n);
-
-  /// Append pointers, whose elements this array then owns if auto-delete is set. Another APtrArray, which would own
-  /// them too, is refused.
-  using AArray<P>::operator+=;
-  void operator+=(const APtrArray&) = delete;
 
  private:
   void DeleteElements(int first, int n);

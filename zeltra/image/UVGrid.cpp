@@ -149,11 +149,11 @@ void UVGrid::Spread(double column, double line, double real, double imaginary) {
       continue;
     }
     // Every other column belongs to the same grid, side by side.
-    std::complex<double>* const near = cells[odd] + x / 2;
-    std::complex<double>* const far = cells[1 - odd] + (x + 1) / 2;
+    std::complex<double>* const same = cells[odd] + x / 2;
+    std::complex<double>* const next = cells[1 - odd] + (x + 1) / 2;
     for (int k = 0; k < kWidth / 2; ++k) {
-      near[k] += across[2 * k] * share;
-      far[k] += across[2 * k + 1] * share;
+      same[k] += across[2 * k] * share;
+      next[k] += across[2 * k + 1] * share;
     }
   }
 }

@@ -32,8 +32,7 @@ struct RecordStretch {
 using RecordVisitor = std::function<bool(const WalkedRecord&)>;
 
 /// Visit the records from `first` to `end` - 1, all of which the file must hold, whatever the index says about them.
-/// @param options  the progress control gets the range 0..100 and percentages; the cancel flag is checked once per
-/// block
+/// @param options  the progress control gets the range 0..100 and percentages; each block checks the cancel flag once
 /// @return a failure if the walk was cancelled, or if a record, which it names, cannot be read; those before it have
 /// been visited
 ZELTRA_API AResult WalkRecords(AUVXInput& input, const JobOptions& options, int first, int end,

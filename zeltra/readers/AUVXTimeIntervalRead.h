@@ -28,8 +28,8 @@ class ZELTRA_API AUVXTimeIntervalRead {
   /// @param interval   length; if it is negative, zero, or too short to change a time, every distinct record time is an
   ///                   interval, and times less than 1e-5 apart, 0.86 s in days, are not distinct
   ///
-  /// Bounds are as exact as the times. A Julian date resolves 40 microseconds, so if intervals are shorter than about
-  /// 4 s, records stamped exactly on a bound may come out in the interval before, or in one of their own. With a
+  /// Bounds are as exact as the times: a Julian date resolves 40 microseconds, so records stamped exactly on a bound
+  /// may come out in the interval before, whatever the length, and below about 4 s also in one of their own. With a
   /// startTime whose bounds lie between the stamps that does not happen.
   AUVXTimeIntervalRead(AUVXRead* reader, double startTime, double stopTime, double interval);
   AUVXTimeIntervalRead(const AUVXTimeIntervalRead&) = default;
