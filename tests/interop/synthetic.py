@@ -91,13 +91,14 @@ def store(path, head, groups, tables=()):
 
 def load(path):
     """Header, bytes of it, and groups with fields par [parameter] and data, as stored, without astropy's scaling."""
-    with fits.open(path) as hdus:
-        head, start = hdus[0].header, hdus.fileinfo(0)["datLoc"]
-    kind = {-32: ">f4", 16: ">i2", 32: ">i4"}[head["BITPIX"]]
-    shape = tuple(head["NAXIS%d" % i] for i in range(head["NAXIS"], 1, -1))
-    group = np.dtype([("par", kind, (head["PCOUNT"],)), ("data", kind, shape)])
     with open(path, "rb") as file:
-        return head, file.read(start), np.fromfile(file, group, head["GCOUNT"])
+        head = fits.Header.fromfile(file)  # fits.open reads the headers of all tables
+        kind = {-32: ">f4", 16: ">i2", 32: ">i4"}[head["BITPIX"]]
+        shape = tuple(head["NAXIS%d" % i] for i in range(head["NAXIS"], 1, -1))
+        start = file.tell()
+        groups = np.fromfile(file, [("par", kind, (head["PCOUNT"],)), ("data", kind, shape)], head["GCOUNT"])
+        file.seek(0)
+        return head, file.read(start), groups
 
 
 def write(path, stokes=(-1, -1, 4), channels=3, ifs=2, if_axis=True, bitpix=-32, bscale=1.0, bzero=0.0, scaled=False,
