@@ -71,7 +71,7 @@ CASES = [
 
 @pytest.mark.parametrize("conditions, words", CASES)
 def test_selections_have_the_records_of_the_command(sim, command, conditions, words):
-    rows = csv.DictReader(io.StringIO(command("records", sim, "--csv", *words)))
+    rows = csv.DictReader(io.StringIO(command("records", sim, "--csv", "--stokes", "RR", *words)))
     selected = z.open(sim).select(**conditions)
     assert selected.numbers.tolist() == [int(row["index"]) - 1 for row in rows]
     assert 0 < len(selected) < 14580

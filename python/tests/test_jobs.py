@@ -122,7 +122,7 @@ def test_uv_fits_opens_as_its_import_does(sim, command, tmp_path):
     summary = z.import_uvfits(tmp_path / "a.uvfits", tmp_path / "a.uvx")
     assert (summary.records, summary.sorted, summary.tables[:2]) == (14580, False,
                                                                      z.open(tmp_path / "a.uvx").tables[:2])
-    with gzip.open(tmp_path / "c.uvfits.gz", "wb") as packed:
+    with gzip.open(tmp_path / "c.uvfits.gz", "wb", 1) as packed:
         packed.write(bytes_of(tmp_path / "a.uvfits"))
     for name in ("a.uvfits", "c.uvfits.gz"):
         with z.open(tmp_path / name) as f:
