@@ -48,7 +48,10 @@ void ParseFITSstr::Parse(const std::string& card) {
   key_.assign(keyword.substr(0, digits));
   hash_ = Hash(key_);
 
-  const size_t valueEnd = std::min(text.find(" /"), text.size());
+  // The first " /". Cards are full of blanks, so the slash is looked for.
+  size_t slash = text.find('/', 1);
+  while (slash < text.size() && text[slash - 1] != ' ') slash = text.find('/', slash + 1);
+  const size_t valueEnd = slash < text.size() ? slash - 1 : text.size();
   value_.assign(valueEnd > kValueStart ? text.substr(kValueStart, valueEnd - kValueStart) : std::string_view());
   for (char& c : value_) {
     if (c == '\'') {
